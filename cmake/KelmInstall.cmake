@@ -1,0 +1,24 @@
+# Installation: libraries, headers, the tool, and a package that find_package(KelmScript) finds.
+
+include(CMakePackageConfigHelpers)
+
+get_property(libraries GLOBAL PROPERTY KELM_LIBRARIES)
+install(TARGETS ${libraries} EXPORT KelmScriptTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+if(TARGET kelmscript)
+    install(TARGETS kelmscript RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+foreach(library klUtils klObject klPersistStore klMacroExpander)
+    install(DIRECTORY ${PROJECT_SOURCE_DIR}/host/${library} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+            FILES_MATCHING PATTERN "*.h" PATTERN "private" EXCLUDE)
+endforeach()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/klKelmScript
+        FILES_MATCHING PATTERN "*.h" PATTERN "private" EXCLUDE)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KelmScript)
+install(EXPORT KelmScriptTargets NAMESPACE KelmScript:: DESTINATION ${package_dir})
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/KelmScriptConfig.cmake.in
+                              ${PROJECT_BINARY_DIR}/KelmScriptConfig.cmake INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/KelmScriptConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/KelmScriptConfig.cmake ${PROJECT_BINARY_DIR}/KelmScriptConfigVersion.cmake
+        DESTINATION ${package_dir})

@@ -1,0 +1,66 @@
+# Everything that all targets of the project share: language level, warnings, sanitizers, output folders, and the
+# function that makes one of its shared libraries.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN")
+
+find_program(KELM_CCACHE ccache)
+if(KELM_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${KELM_CCACHE})
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+# Assertions of the system are ordinary code; NDEBUG would only affect the standard library's.
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1")
+set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g")
+
+if(KELM_SANITIZE)
+    add_compile_options(-fsanitize=${KELM_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${KELM_SANITIZE})
+    if(KELM_SANITIZE MATCHES "undefined")
+        # A script value's payload lies at an offset of 4 by design, so its 8-octet members are not naturally aligned.
+        # Scalars are read through byte copies; strings and reflected values are used where they lie. x86-64 allows it.
+        add_compile_options(-fno-sanitize=alignment -fno-sanitize-recover=all)
+        # The type check of virtual calls needs one copy of every type's description, which hidden visibility forbids.
+        add_compile_options(-fno-sanitize=vptr)
+    endif()
+endif()
+if(KELM_COVERAGE)
+    add_compile_options(--coverage)
+    add_link_options(--coverage)
+endif()
+
+# The tree's own include root: build/<preset>/include/klKelmScript stands for src/, so that the include line
+# <klKelmScript/KSValue.h> is the same here and after installation.
+set(KELM_INCLUDE_DIR ${PROJECT_BINARY_DIR}/include)
+file(MAKE_DIRECTORY ${KELM_INCLUDE_DIR})
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src ${KELM_INCLUDE_DIR}/klKelmScript SYMBOLIC)
+
+# kelm_library(NAME SOURCES... [DEPENDS libs...]): a shared library of the house with its headers' include root.
+function(kelm_library name)
+    cmake_parse_arguments(ARG "" "INCLUDE_ROOT" "SOURCES;DEPENDS" ${ARGN})
+    add_library(${name} SHARED ${ARG_SOURCES})
+    add_library(KelmScript::${name} ALIAS ${name})
+    target_compile_features(${name} PUBLIC cxx_std_20)
+    target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${ARG_INCLUDE_ROOT}>
+                                              $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
+    # Calls inside a library need no detour through its symbol table. --no-as-needed keeps libraries that are loaded
+    # with a module although nothing of them is called.
+    target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+    target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions -Wl,--no-as-needed -Wl,-z,now)
+    if(NOT KELM_SANITIZE)
+        target_link_options(${name} PRIVATE -Wl,-z,defs)
+    endif()
+    set_property(GLOBAL APPEND PROPERTY KELM_LIBRARIES ${name})
+endfunction()

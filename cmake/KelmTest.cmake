@@ -1,0 +1,8 @@
+# kelm_test(NAME SOURCES... [LIBS libs...]): a GoogleTest program and its entry in ctest.
+function(kelm_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} kelmTestSupport GTest::gmock_main)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()

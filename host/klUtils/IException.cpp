@@ -1,0 +1,8 @@
+#include <klUtils/IException.h>
+
+namespace kelm
+{
+
+IException::~IException() = default;
+
+} // namespace kelm

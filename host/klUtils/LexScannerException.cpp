@@ -1,0 +1,31 @@
+#include <klUtils/LexScannerException.h>
+
+#include <klUtils/xostream.h>
+
+namespace kelm
+{
+
+LexScannerException::LexScannerException(const xstring& description, LSToken t)
+    : m_description(description), m_lineNumber(-1), m_pos(t.m_str.m_p1)
+{
+}
+
+LexScannerException::LexScannerException(const LexScannerException& other) = default;
+LexScannerException& LexScannerException::operator=(const LexScannerException& other) = default;
+LexScannerException::~LexScannerException() = default;
+
+void LexScannerException::Write(xostream& os) const
+{
+    if (!m_filename.empty())
+        os << m_filename << ": ";
+    if (m_lineNumber >= 0)
+        os << "line " << m_lineNumber << ": ";
+    os << m_description;
+}
+
+const char* LexScannerException::what() const noexcept
+{
+    return m_description.c_str();
+}
+
+} // namespace kelm

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <klUtils/LSToken.h>
+#include <klUtils/LexScannerException.h>
+#include <klUtils/LsScanToken.h>
+#include <klUtils/api.h>
+
+namespace kelm
+{
+
+// The state of a token stream with one token of lookahead: what every parser of the system reads its input through.
+//
+// Constructed empty, bound once by Init, and from then on moves only forward. The parsed text is not copied and must
+// outlive the parser and every token taken from it. One thread at a time.
+class KLUTILS_API ParserBase
+{
+public:
+    // Binds the stream to `text` and reads the first token. Throws LexScannerException where it cannot be scanned.
+    void Init(SubString text);
+
+    // Makes the current token the previous one and reads the next, past white space and comments; TOKEN_END at the end
+    // of the text, however often it is asked. Throws LexScannerException at characters that form no token; the current
+    // token stays then.
+    void ReadNextToken();
+
+    // Consumes the current token if it is of kind `t`, and otherwise calls ThrowExpectedException(text).
+    void ParseGivenToken(EToken t, ConstStringZ text)
+    {
+        if (m_token.m_type != t)
+            ThrowExpectedException(text);
+        ReadNextToken();
+    }
+
+    // Throws LexScannerException "Expected " + what + " when read " + the current token, at the current token.
+    [[noreturn]] void ThrowExpectedException(ConstStringZ what) const;
+
+    // Throws LexScannerException with `description` at the current token.
+    [[noreturn]] void ThrowAtToken(const xstring& description) const;
+
+    // The text of an identifier, which is consumed. Throws LexScannerException where there is none.
+    xstring ParseIdentifier();
+
+    EToken GetTokenType() const { return m_token.m_type; }
+    const LSToken& GetToken() const { return m_token; }
+    xstring GetTokenString() const { return m_token.GetTokenString(); }
+
+    xstring m_stringForToken; // scratch of the host; nothing here reads or writes it
+    LSToken m_token;          // the current token, the one that the grammar looks at next
+    LSToken m_prevToken;      // the one before it
+    SubString m_str;          // the text not yet scanned
+
+private:
+    void ReadToken(bool atLineStart);
+};
+
+} // namespace kelm

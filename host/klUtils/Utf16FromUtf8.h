@@ -1,0 +1,19 @@
+#pragma once
+
+#include <klUtils/api.h>
+#include <klUtils/xstring.h>
+
+namespace kelm
+{
+
+// Sets `out` to the UTF-16 form of `length` bytes of UTF-8, with surrogate pairs where needed. False, with `out`
+// unchanged, where the bytes are not UTF-8 (overlong forms, surrogates and values beyond U+10FFFF included).
+KLUTILS_API bool Utf16FromUtf8(basic_xstring<unsigned short>& out, const char* utf8, long length);
+
+// The other way: sets `out` to the UTF-8 form. False, with `out` unchanged, where a surrogate stands alone.
+KLUTILS_API bool Utf8FromUtf16(xstring& out, const unsigned short* utf16, long length);
+
+// Appends the UTF-8 form of a code point, which must be one that UTF-8 can hold.
+KLUTILS_API void AppendUtf8(xstring& out, uint32 codePoint);
+
+} // namespace kelm

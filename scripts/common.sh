@@ -1,0 +1,45 @@
+# Shared by the scripts of this folder: where the project is, and how it gets what it needs.
+
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+# install_packages NAME...: installs the Debian packages that are missing, and nothing else.
+install_packages() {
+    local missing=() package
+    for package in "$@"; do
+        if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then
+            missing+=("$package")
+        fi
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    echo "Installing: ${missing[*]}"
+    local sudo=()
+    [ "$(id -u)" -eq 0 ] || sudo=(sudo)
+    "${sudo[@]}" apt-get update -qq
+    "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" \
+        >/dev/null
+}
+
+build_packages=(g++ cmake ninja-build ccache libcli11-dev nlohmann-json3-dev libreadline-dev)
+test_packages=(libgtest-dev libgmock-dev librapidcheck-dev clang-format-14)
+clang_packages=(clang libclang-rt-14-dev)
+bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev
+                libprotobuf-dev protobuf-compiler pkg-config python3)
+
+# build PRESET [TARGET...]: configures and builds build/PRESET, quietly unless it fails.
+build() {
+    local preset=$1 log
+    shift
+    mkdir -p "build/$preset"
+    log="build/$preset/build.log"
+    local options=()
+    [ -z "${KELM_CMAKE_OPTIONS:-}" ] || read -ra options <<<"$KELM_CMAKE_OPTIONS"
+    local targets=()
+    [ $# -eq 0 ] || targets=(--target "$@")
+    echo "Building $preset"
+    if ! { cmake --preset "$preset" "${options[@]}" && cmake --build --preset "$preset" "${targets[@]}"; } >"$log" 2>&1; then
+        grep -E -A12 'error|FAILED|CMake Error' "$log" | head -n 80 || tail -n 40 "$log"
+        echo "The whole log: $log"
+        return 1
+    fi
+}
