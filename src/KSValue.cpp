@@ -1,0 +1,357 @@
+#include <klKelmScript/KSValue.h>
+
+#include <klKelmScript/klKelmScript.h>
+#include <klKelmScript/private/KSValueOperations.h>
+#include <klObject/Collector.h>
+#include <klObject/ReflectedVariable.h>
+#include <klObject/Registry.h>
+#include <klObject/TypeOps.h>
+
+namespace kelm
+{
+
+namespace
+{
+
+constexpr ConstStringZ s_sourceFile = "src/KSValue";
+
+[[gnu::cold]] void ThrowWithText(const StringStream& message)
+{
+    throw KSValueException(message.GetString().c_str());
+}
+
+} // namespace
+
+// --- The exception ---------------------------------------------------------------------------------------------------
+
+KSValueException::KSValueException(ConstStringZ description) : m_description(description) {}
+
+KSValueException::~KSValueException() = default;
+
+void KSValueException::Write(xostream& os) const
+{
+    os << m_description;
+}
+
+const char* KSValueException::what() const noexcept
+{
+    return m_description.c_str();
+}
+
+// --- Payloads --------------------------------------------------------------------------------------------------------
+
+void KSValue::ConstructOwned(const KSValue& other)
+{
+    if (_tag == KSV_STRING8)
+        ::new (static_cast<void*>(_data)) xstring(other.as<string8>());
+    else
+        ::new (static_cast<void*>(_data)) ReflectedValue(other.as<ReflectedValue>());
+}
+
+void KSValue::DestroyOwned() noexcept
+{
+    if (_tag == KSV_STRING8)
+        as<string8>().~xstring();
+    else
+        as<ReflectedValue>().~ReflectedValue();
+}
+
+bool KSValue::operator==(const KSValue& other) const
+{
+    if (_tag != other._tag)
+        return false;
+    switch (GetTag())
+    {
+    case KSV_VOID: return true;
+    case KSV_BOOL: return KSValueAccess::Get<bool>(*this) == KSValueAccess::Get<bool>(other);
+    case KSV_INT64: return KSValueAccess::Get<int64>(*this) == KSValueAccess::Get<int64>(other);
+    case KSV_FLOAT64: return KSValueAccess::Get<float64>(*this) == KSValueAccess::Get<float64>(other);
+    case KSV_STRING8: return as<string8>() == other.as<string8>();
+    case KSV_REFLECTED_VALUE: return as<ReflectedValue>() == other.as<ReflectedValue>();
+    }
+    return true;
+}
+
+bool KSValue::operator<(const KSValue& other) const
+{
+    if (_tag != other._tag)
+        return _tag < other._tag;
+    switch (GetTag())
+    {
+    case KSV_VOID: return false;
+    case KSV_BOOL: return KSValueAccess::Get<bool>(*this) < KSValueAccess::Get<bool>(other);
+    case KSV_INT64: return KSValueAccess::Get<int64>(*this) < KSValueAccess::Get<int64>(other);
+    case KSV_FLOAT64: return KSValueAccess::Get<float64>(*this) < KSValueAccess::Get<float64>(other);
+    case KSV_STRING8: return as<string8>() < other.as<string8>();
+    case KSV_REFLECTED_VALUE: return as<ReflectedValue>() < other.as<ReflectedValue>();
+    }
+    return false;
+}
+
+void KSValue::Write(xostream& os) const
+{
+    switch (GetTag())
+    {
+    case KSV_VOID: os << "void"; return;
+    case KSV_BOOL: os.put(KSValueAccess::Get<bool>(*this)); return;
+    case KSV_INT64: os.put(KSValueAccess::Get<int64>(*this)); return;
+    case KSV_FLOAT64: os.put(KSValueAccess::Get<float64>(*this)); return;
+    case KSV_STRING8: os << as<string8>(); return;
+    case KSV_REFLECTED_VALUE:
+    {
+        // Without end, on purpose: there is no text form, and what would write one is this very function.
+        const KSValue temporary(as<ReflectedValue>());
+        temporary.Write(os);
+        return;
+    }
+    }
+    ThrowKelmAssertionError("0", s_sourceFile, __LINE__);
+}
+
+void KSValue::VisitObjects(IObjectVisitor& visitor) const
+{
+    if (is<ReflectedValue>() && as<ReflectedValue>().m_rbc.m_bc != nullptr)
+        VisitObjectsInReflectedVariable(as<ReflectedValue>().m_rbc, as<ReflectedValue>().m_data.data(), visitor);
+}
+
+void KSValue::VisitPrefs(IPrefVisitor& visitor) const
+{
+    if (is<ReflectedValue>() && as<ReflectedValue>().m_rbc.m_bc != nullptr)
+        VisitPrefsInReflectedVariable(as<ReflectedValue>().m_rbc, as<ReflectedValue>().m_data.data(), visitor);
+}
+
+// --- Names, standard failures, checked conversions -------------------------------------------------------------------
+
+const char* TypeToString(EKSValue tag)
+{
+    static constexpr const char* s_names[] = {"void", "bool", "int64", "float64", "string"};
+    if (tag < KSV_VOID || tag > KSV_STRING8)
+    {
+        ThrowKelmAssertionError("0", s_sourceFile, __LINE__);
+        return nullptr;
+    }
+    return s_names[tag];
+}
+
+void ThrowIncompatibleTypesException(const KSValue& a, const KSValue& b, const char* op)
+{
+    const char* const nameOfB = TypeToString(b.GetTag());
+    const char* const nameOfA = TypeToString(a.GetTag());
+    StringStream message(4096);
+    message << "Incompatible types (" << nameOfA << " and " << nameOfB << ") for " << op << " operation";
+    ThrowWithText(message);
+}
+
+void ThrowIncompatibleTypeException(const KSValue& a, const char* op)
+{
+    StringStream message(4096);
+    message << "Incompatible type (" << TypeToString(a.GetTag()) << ") for unary " << op << " operation";
+    ThrowWithText(message);
+}
+
+template <>
+void ThrowNoImplicitConversionFromValue<KSValue>(KSValue value, const char* typeName)
+{
+    StringStream message(4096);
+    message << "No implicit conversion from value " << value << " to " << typeName;
+    ThrowWithText(message);
+}
+
+template <>
+bool As<bool>(const KSValue& v, bool allowExplicitConversions)
+{
+    bool x = false;
+    if (!Coerce(x, v, allowExplicitConversions))
+        ThrowNoImplicitConversionFromValue(v, "bool");
+    return x;
+}
+
+template <>
+double As<double>(const KSValue& v, bool allowExplicitConversions)
+{
+    double x = 0.0;
+    if (!Coerce(x, v, allowExplicitConversions))
+        ThrowNoImplicitConversionFromValue(v, "float64");
+    return x;
+}
+
+// --- Unary and postfix operations ------------------------------------------------------------------------------------
+
+namespace
+{
+
+int64 WrappingNegation(int64 x)
+{
+    return static_cast<int64>(0 - static_cast<uint64>(x));
+}
+
+// The refusal of subscripts and len on the kinds that have neither.
+void ThrowNotAvailable(ConstStringZ operation, EKSValue tag)
+{
+    StringStream message(4096);
+    message << operation << " not available on " << TypeToString(tag);
+    ThrowWithText(message);
+}
+
+bool IsScalar(EKSValue tag)
+{
+    return KSV_VOID <= tag && tag <= KSV_FLOAT64;
+}
+
+// Subscripts and len have no successful way back: they end here, whatever they have written.
+void FailWithoutReturn(int line)
+{
+    ThrowKelmAssertionError("0", s_sourceFile, line);
+    throw;
+}
+
+} // namespace
+
+void ApplyUnaryPlus(KSValue& v)
+{
+    int64 i = 0;
+    float64 f = 0.0;
+    if (Assign(i, v))
+        KSValueAccess::Set(v, i);
+    else if (Assign(f, v))
+        KSValueAccess::Set(v, f);
+    else
+        ThrowIncompatibleTypeException(v, "+");
+}
+
+void ApplyUnaryMinus(KSValue& v)
+{
+    int64 i = 0;
+    float64 f = 0.0;
+    if (Assign(i, v))
+        KSValueAccess::Set(v, WrappingNegation(i));
+    else if (Assign(f, v))
+        KSValueAccess::Set(v, -f);
+    else
+        ThrowIncompatibleTypeException(v, "-");
+}
+
+void ApplyUnaryBitComplement(KSValue& v)
+{
+    int64 i = 0;
+    if (!Assign(i, v))
+        ThrowIncompatibleTypeException(v, "~");
+    KSValueAccess::Set(v, ~i);
+}
+
+void ApplyUnaryNot(KSValue& v)
+{
+    KSValueAccess::Set(v, !As<bool>(v, false));
+}
+
+void ApplyFunction(KSValue&, const xvector<KSValue>&)
+{
+    throw KSValueException("Function call not implemented currently");
+}
+
+void ApplyDot(KSValue&, const xstring&)
+{
+    throw KSValueException("Dot not implemented currently");
+}
+
+void ApplySubscript(KSValue& v, const KSValue& index)
+{
+    static constexpr int s_endLine = 816;
+    if (IsScalar(v.GetTag()))
+        ThrowNotAvailable("[]", v.GetTag());
+    if (!v.is<string8>())
+        FailWithoutReturn(s_endLine);
+
+    int64 i = 0;
+    if (!Coerce(i, index, false))
+        ThrowNoImplicitConversionFromValue(index, "int64");
+    const xstring& text = v.as<string8>();
+    if (i < 0 || i >= text.size())
+    {
+        StringStream message(4096);
+        message << "Index " << i << " out of range [0," << text.size() << ") on string";
+        ThrowWithText(message);
+    }
+    KSValueAccess::Set(v, static_cast<int64>(text[i]));
+    FailWithoutReturn(s_endLine);
+}
+
+void ApplyLen(KSValue& v)
+{
+    static constexpr int s_endLine = 835;
+    if (IsScalar(v.GetTag()))
+        ThrowNotAvailable("len()", v.GetTag());
+    if (v.is<string8>())
+        KSValueAccess::Set(v, static_cast<int64>(v.as<string8>().size()));
+    FailWithoutReturn(s_endLine);
+}
+
+// --- Reflection ------------------------------------------------------------------------------------------------------
+
+namespace
+{
+
+constexpr uint8 s_void[] = {FT_VOID};
+constexpr uint8 s_bool[] = {FT_BOOL};
+constexpr uint8 s_int64[] = {FT_INT64};
+constexpr uint8 s_float64[] = {FT_FLOAT64};
+constexpr uint8 s_string8[] = {FT_STRING8};
+constexpr uint8 s_reflectedValue[] = {FT_CLASS, 0, 0};
+
+constexpr ConstStringZ s_stringTable[] = {"kelm::ReflectedValue", nullptr};
+
+constexpr ssize_t s_payloadOffset = 4;
+
+constexpr ReflectedField s_alternatives[] = {
+    {"void", s_payloadOffset, s_void},
+    {"bool", s_payloadOffset, s_bool},
+    {"kelm::int64", s_payloadOffset, s_int64},
+    {"kelm::float64", s_payloadOffset, s_float64},
+    {"kelm::string8", s_payloadOffset, s_string8},
+    {"kelm::ReflectedValue", s_payloadOffset, s_reflectedValue},
+};
+
+constexpr TypeOps s_typeOps = {
+    .m_size = sizeof(KSValue),
+    .m_equalsFn = VariableEqual<KSValue>,
+    .m_lessFn = VariableLess<KSValue>,
+    .m_PrintVariableFn = PrintVariable<KSValue>,
+    .m_ConstructArrayFn = ConstructArray<KSValue>,
+    .m_CopyConstructArrayFn = CopyConstructArray<KSValue>,
+    .m_AssignArrayFn = AssignArray<KSValue>,
+    .m_DestructArrayFn = DestructArray<KSValue>,
+    .m_LowerBoundFn = BinaryLowerBound<KSValue>,
+    .m_UpperBoundFn = BinaryUpperBound<KSValue>,
+};
+
+constexpr ReflectedVariant s_variant = {
+    .m_name = "kelm::KSValue",
+    .m_size = sizeof(KSValue),
+    .m_fields = s_alternatives,
+    .m_numFields = std::size(s_alternatives),
+    .m_stringTable = s_stringTable,
+    .m_ops = &s_typeOps,
+};
+
+} // namespace
+
+const ReflectedVariant& _GetReflected(const KSValue*)
+{
+    return s_variant;
+}
+
+const TypeOps* _GetTypeOps(const KSValue*)
+{
+    return s_variant.m_ops;
+}
+
+void _Register_KSValue()
+{
+    if (RegisterReflectedVariant(&_GetReflected(static_cast<const KSValue*>(nullptr)),
+                                 Kelm_Core_klKelmScript_GetXTarget()) != NSE_OK)
+        ThrowKelmAssertionError("kelm::RegisterReflectedVariant(&_GetReflected( (KSValue*) 0),"
+                                "kelm::Kelm_Core_klKelmScript_GetXTarget()) == kelm::NSE_OK",
+                                s_sourceFile, __LINE__);
+}
+
+} // namespace kelm

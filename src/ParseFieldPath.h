@@ -1,0 +1,76 @@
+#pragma once
+
+#include <klKelmScript/api.h>
+#include <klObject/ClassModel.h>
+#include <klObject/IObject.h>
+#include <klObject/ReflectionByteCode.h>
+#include <klUtils/ExpressionParser.h>
+#include <klUtils/xstring.h>
+
+namespace kelm
+{
+
+// Paths to fields: from an object to the address and type of the field that a text names.
+//
+//     .origin.x       .items[3].name       .owner.name (through a reference)       .samples[[7] (a dynamic array)
+//
+// A step is a dot and the name of a model field, or an index in brackets: one pair for fixed arrays and vectors; two
+// opening brackets and one closing for dynamic arrays, which grow to take any index. The walk ends at the first token
+// that the position does not accept; what follows is not looked at. An empty path is the object itself, with a null
+// byte code.
+//
+// The address lies inside the object (or one that it references) and is valid as long as that is. Bad paths are
+// LexScannerExceptions at the current token; what a description makes impossible (a dropped field, a const field, a
+// class without a model, a map) fails an assertion. Arrays grown on the way stay grown.
+
+enum EPathNavigatorMode : int32
+{
+    PNM_READ_ACCESS = 0, // raises the read barrier before each position is looked at
+    PNM_WRITE_ACCESS = 1,
+    PNM_SET_INSERT = 2,
+    PNM_SET_DELETE = 3,
+};
+
+// One walk, done by construction. The parser is not owned and must be bound.
+class KLKELMSCRIPT_API ExpressionPathNavigator
+{
+public:
+    ExpressionPathNavigator(ExpressionParser& parser, ptr<IObject> obj, EPathNavigatorMode mode);
+
+    void NavigateReflectedClassInstance(const ReflectedClass& rc);
+    void NavigateReflectedVariable();
+
+    bool ReadAccess() const { return m_mode == PNM_READ_ACCESS; }
+    void ReadBarrier() const;
+    void* GetFieldAddress() const;
+    ReflectionByteCode GetFieldType() const; // the underlying type, which must not be const
+
+    ExpressionParser& m_parser;
+    EPathNavigatorMode m_mode;
+    ptr<IObject> m_obj;       // the object that owns the position
+    ReflectionByteCode m_rbc; // the type at the position
+    char* m_data;             // the bytes at the position
+
+private:
+    bool StepToField(const ReflectedClass& rc);
+    const ReflectedClass* WalkVariable();
+    void StepIntoArray(const ReflectionByteCode& type);
+    void StepIntoDynArray(const ReflectionByteCode& type);
+    void StepIntoVector(const ReflectionByteCode& type);
+    const ReflectedClass* StepThroughHandle(const ReflectionByteCode& type, ptr<IObject> target);
+    [[noreturn]] void ThrowIndexOutOfRange(ConstStringZ container, int32 index) const;
+};
+
+// Walks from `obj`, which must not be null, and returns the address reached; `rbc` receives its type as it is declared.
+KLKELMSCRIPT_API void* NavigatePathToField(ptr<IObject> obj, ExpressionParser& parser, ReflectionByteCode& rbc,
+                                           bool writeAccess);
+
+// The same for a whole text. A bad path gives null, with the written error ("line 1: ...") in `errorMsg` and `rbc` as
+// it was; otherwise `errorMsg` is empty.
+KLKELMSCRIPT_API void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteCode& rbc,
+                                           bool writeAccess, xstring& errorMsg);
+
+// Publishes the text form as the reflected global function "kelm::NavigatePathToField".
+KLKELMSCRIPT_API void _Register_NavigatePathToField();
+
+} // namespace kelm

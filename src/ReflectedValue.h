@@ -1,0 +1,43 @@
+#pragma once
+
+#include <klKelmScript/api.h>
+#include <klObject/ReflectedTypes.h>
+#include <klObject/ReflectionByteCode.h>
+#include <klUtils/types.h>
+#include <klUtils/xvector.h>
+
+namespace kelm
+{
+
+// A value of any reflected type: the type's byte code, and an owned buffer that holds exactly one constructed variable
+// of it. The byte code and its tables belong to whoever describes the type and must outlive the value.
+//
+// Copying makes a newly default-constructed variable of the same type; it never reads the other's bytes.
+class KLKELMSCRIPT_API ReflectedValue
+{
+public:
+    // Empty: no type, no bytes.
+    ReflectedValue() noexcept = default;
+    ReflectedValue(const ReflectedValue& other);
+    ~ReflectedValue();
+    ReflectedValue& operator=(const ReflectedValue& other);
+
+    void swap(ReflectedValue& other) noexcept;
+
+    bool operator==(const ReflectedValue& other) const;
+    bool operator!=(const ReflectedValue& other) const { return !(*this == other); }
+    bool operator<(const ReflectedValue& other) const;
+    bool operator<=(const ReflectedValue& other) const { return !(other < *this); }
+    bool operator>(const ReflectedValue& other) const { return other < *this; }
+    bool operator>=(const ReflectedValue& other) const { return !(*this < other); }
+
+    ReflectionByteCode m_rbc;
+    xvector<uint8> m_data;
+};
+
+// The class's descriptor, which is opaque: no fields, and neither equality nor order among its type operations.
+KLKELMSCRIPT_API const ReflectedClass& _GetReflected(const ReflectedValue*);
+KLKELMSCRIPT_API const TypeOps* _GetTypeOps(const ReflectedValue*);
+KLKELMSCRIPT_API void _Register_ReflectedValue();
+
+} // namespace kelm
