@@ -1,4 +1,4 @@
-// The evaluator. In the order of the file: the operators' tables, the entry points, assignment and conditional
+// The evaluator. In the order of the file: the operators' tables, the entry points, the public levels, whole
 // expressions, the binary levels (one table and one loop), operands, prefix and postfix forms, built-in names.
 //
 //     expression     := conditional { assignment-token conditional }
@@ -137,58 +137,78 @@ constexpr PrefixOperator s_prefixOperators[] = {
     {TOKEN_EXCLAM, ApplyUnaryNot},
 };
 
-// What each kind of token means, indexed by the token: the tables in the form that the loops use.
-struct TokenRole
+// What a token can be behind an operand, or before one, as flags beside the level of a binary operator. A token that is
+// nothing of it has no bit set, so that an operand that nothing follows costs one look.
+enum ERole : uint8
 {
-    // Behind an operand.
-    ELevel m_level = LEVEL_NONE;
-    bool m_isAssignment = false;
-    bool m_isPostfix = false;
-    BinaryOperation m_apply = nullptr;
-
-    // Before an operand.
-    void (*m_applyPrefix)(KSValue& v) = nullptr;
+    ROLE_LEVEL = 0x0f,
+    ROLE_CONDITIONAL = 0x10,
+    ROLE_ASSIGNMENT = 0x20,
+    ROLE_POSTFIX = 0x40,
+    ROLE_PREFIX = 0x80,
+    ROLE_BEHIND_OPERAND = ROLE_LEVEL | ROLE_CONDITIONAL | ROLE_ASSIGNMENT | ROLE_POSTFIX,
 };
 
-constexpr std::size_t s_numTokens = TOKEN_HASH - TOKEN_END + 1;
-
+// The tables in the form that the loops use: indexed by the token.
 struct TokenRoles
 {
-    TokenRole m_roles[s_numTokens];
+    static constexpr std::size_t s_numTokens = TOKEN_HASH - TOKEN_END + 1;
+
+    uint8 m_roles[s_numTokens] = {};
+    BinaryOperation m_apply[s_numTokens] = {};
+    void (*m_applyPrefix[s_numTokens])(KSValue& v) = {};
 
     constexpr TokenRoles()
     {
         for (const BinaryOperator& row : s_binaryOperators)
         {
-            RoleOf(row.m_token).m_level = row.m_level;
-            RoleOf(row.m_token).m_apply = row.m_apply;
+            m_roles[IndexOf(row.m_token)] |= row.m_level;
+            m_apply[IndexOf(row.m_token)] = row.m_apply;
         }
         for (const AssignmentOperator& row : tokens)
         {
-            RoleOf(row.m_token).m_isAssignment = true;
-            RoleOf(row.m_token).m_apply = row.m_combine;
+            m_roles[IndexOf(row.m_token)] |= ROLE_ASSIGNMENT;
+            m_apply[IndexOf(row.m_token)] = row.m_combine;
         }
         for (const PrefixOperator& row : s_prefixOperators)
-            RoleOf(row.m_token).m_applyPrefix = row.m_apply;
+        {
+            m_roles[IndexOf(row.m_token)] |= ROLE_PREFIX;
+            m_applyPrefix[IndexOf(row.m_token)] = row.m_apply;
+        }
         for (const EToken token : {TOKEN_LEFT_PAREN, TOKEN_LEFT_SQUARE, TOKEN_DOT})
-            RoleOf(token).m_isPostfix = true;
+            m_roles[IndexOf(token)] |= ROLE_POSTFIX;
+        m_roles[IndexOf(TOKEN_QUESTION)] |= ROLE_CONDITIONAL;
     }
 
-private:
-    constexpr TokenRole& RoleOf(EToken token) { return m_roles[token - TOKEN_END]; }
+    // The token must be one that the scanner delivers.
+    static constexpr std::size_t IndexOf(EToken token) { return static_cast<uint32>(token) - TOKEN_END; }
 };
 
 constexpr TokenRoles s_tokenRoles;
 
-// The role of the current token, which is always one that the scanner delivers.
-const TokenRole& RoleOf(EToken token)
+uint8 RoleOf(EToken token)
 {
-    return s_tokenRoles.m_roles[token - TOKEN_END];
+    return s_tokenRoles.m_roles[TokenRoles::IndexOf(token)];
+}
+
+int LevelOf(EToken token)
+{
+    return RoleOf(token) & ROLE_LEVEL;
 }
 
 [[noreturn]] void Rethrow(const xstring& description, const LSToken& token)
 {
     throw LexScannerException(xstring(description.c_str()), token);
+}
+
+// Whatever nests passes here, so that the nesting is limited by memory alone.
+template <class F>
+inline void Nest(F parse)
+{
+    if (IsStackLow())
+        CallOnFreshSegment(parse);
+    else
+        parse();
 }
 
 } // namespace
@@ -207,7 +227,7 @@ void KSParser::ParseExpression(KSValue& literal)
 {
     try
     {
-        UnsafeParseExpression(literal);
+        EvaluateExpression(literal);
     }
     catch (const LiteralException& e)
     {
@@ -217,7 +237,7 @@ void KSParser::ParseExpression(KSValue& literal)
 
 void KSParser::UnsafeParseExpression(KSValue& literal)
 {
-    ParseAssignmentExpression(literal);
+    EvaluateExpression(literal);
 }
 
 template <>
@@ -261,33 +281,137 @@ void KSParser::ThrowUnexpectedToken() const
     ThrowAtToken(message.GetString());
 }
 
-// --- Assignment and conditional expressions --------------------------------------------------------------------------
+// --- The levels, as the interface has them ---------------------------------------------------------------------------
+//
+// Each is an entry into the Evaluate functions below, which are inlined into each other: an operand that no operator
+// follows must not walk fifteen calls.
 
 void KSParser::ParseAssignmentExpression(KSValue& literal)
 {
-    ParseConditionalExpression(literal);
-    while (RoleOf(m_token.m_type).m_isAssignment)
+    EvaluateExpression(literal);
+}
+
+void KSParser::ParseConditionalExpression(KSValue& literal)
+{
+    EvaluateUnary(literal);
+    FinishConditional(literal);
+}
+
+void KSParser::ParseLogicalOrExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_LOGICAL_OR);
+}
+
+void KSParser::ParseLogicalAndExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_LOGICAL_AND);
+}
+
+void KSParser::ParseBitwiseOrExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_BITWISE_OR);
+}
+
+void KSParser::ParseBitwiseExOrExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_BITWISE_EX_OR);
+}
+
+void KSParser::ParseBitwiseAndExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_BITWISE_AND);
+}
+
+void KSParser::ParseEqualityExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_EQUALITY);
+}
+
+void KSParser::ParseRelationalExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_RELATIONAL);
+}
+
+void KSParser::ParseShiftExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_SHIFT);
+}
+
+void KSParser::ParseAdditiveExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_ADDITIVE);
+}
+
+void KSParser::ParseMultiplicativeExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_MULTIPLICATIVE);
+}
+
+void KSParser::ParsePowerExpression(KSValue& literal)
+{
+    EvaluateBinary(literal, LEVEL_POWER);
+}
+
+void KSParser::ParseUnaryExpression(KSValue& literal)
+{
+    EvaluateUnary(literal);
+}
+
+void KSParser::ParsePostFixExpression(KSValue& literal)
+{
+    EvaluatePrimary(literal);
+    FinishPostfix(literal);
+}
+
+void KSParser::ParsePrimaryExpression(KSValue& literal)
+{
+    EvaluatePrimary(literal);
+}
+
+// --- Whole expressions -----------------------------------------------------------------------------------------------
+
+// The Finish functions take an expression on from its first operand, which is in `literal`.
+
+[[gnu::always_inline]] inline void KSParser::EvaluateExpression(KSValue& literal)
+{
+    EvaluateUnary(literal);
+    FinishExpression(literal);
+}
+
+[[gnu::always_inline]] inline void KSParser::FinishExpression(KSValue& literal)
+{
+    if ((RoleOf(m_token.m_type) & ROLE_BEHIND_OPERAND) == 0)
+        return;
+    FinishConditional(literal);
+    if ((RoleOf(m_token.m_type) & ROLE_ASSIGNMENT) != 0) [[unlikely]]
+        ParseAssignments(literal);
+}
+
+[[gnu::always_inline]] inline void KSParser::FinishConditional(KSValue& literal)
+{
+    if (LevelOf(m_token.m_type) != LEVEL_NONE)
+        ParseBinaryOperators(literal, LEVEL_LOGICAL_OR);
+    if (m_token.m_type == TOKEN_QUESTION) [[unlikely]]
+        Nest([&] { ParseBranches(literal); });
+}
+
+void KSParser::ParseAssignments(KSValue& literal)
+{
+    while (IsAssignmentToken(m_token.m_type))
     {
         const EToken tk = m_token.m_type;
         ReadNextToken();
         KSValue y;
         ParseConditionalExpression(y);
-        if (!IsAssignmentToken(tk))
+        if ((RoleOf(tk) & ROLE_ASSIGNMENT) == 0)
             ThrowKelmAssertionError("0", s_sourceFile, 95);
-        if (const BinaryOperation combine = RoleOf(tk).m_apply)
+        if (const BinaryOperation combine = s_tokenRoles.m_apply[TokenRoles::IndexOf(tk)])
             combine(y, literal, y);
         Assign(literal, y);
         KSValueAccess::SetVoid(literal);
         if (!literal.is<void>())
             ThrowKelmAssertionError("literal.is<void>()", s_sourceFile, 103);
     }
-}
-
-void KSParser::ParseConditionalExpression(KSValue& literal)
-{
-    ParseLogicalOrExpression(literal);
-    if (m_token.m_type == TOKEN_QUESTION) [[unlikely]]
-        ParseBranches(literal);
 }
 
 void KSParser::ParseBranches(KSValue& literal)
@@ -303,140 +427,106 @@ void KSParser::ParseBranches(KSValue& literal)
 
 // --- The binary levels -----------------------------------------------------------------------------------------------
 
-void KSParser::ParseLogicalOrExpression(KSValue& literal)
+[[gnu::always_inline]] inline void KSParser::EvaluateBinary(KSValue& literal, int level)
 {
-    ParseBinaryExpression(literal, LEVEL_LOGICAL_OR);
-}
-
-void KSParser::ParseLogicalAndExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_LOGICAL_AND);
-}
-
-void KSParser::ParseBitwiseOrExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_BITWISE_OR);
-}
-
-void KSParser::ParseBitwiseExOrExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_BITWISE_EX_OR);
-}
-
-void KSParser::ParseBitwiseAndExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_BITWISE_AND);
-}
-
-void KSParser::ParseEqualityExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_EQUALITY);
-}
-
-void KSParser::ParseRelationalExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_RELATIONAL);
-}
-
-void KSParser::ParseShiftExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_SHIFT);
-}
-
-void KSParser::ParseAdditiveExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_ADDITIVE);
-}
-
-void KSParser::ParseMultiplicativeExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_MULTIPLICATIVE);
-}
-
-void KSParser::ParsePowerExpression(KSValue& literal)
-{
-    ParseBinaryExpression(literal, LEVEL_POWER);
-}
-
-// An operand and all operators of `level` or above behind it. An operand that none follows costs one look.
-inline void KSParser::ParseBinaryExpression(KSValue& literal, uint8 level)
-{
-    ParseUnaryExpression(literal);
-    if (RoleOf(m_token.m_type).m_level >= level)
+    EvaluateUnary(literal);
+    if (LevelOf(m_token.m_type) >= level)
         ParseBinaryOperators(literal, level);
 }
 
 // The loop of all binary levels (precedence climbing; M. Richards, C. Whitby-Strevens, "BCPL: the language and its
-// compiler", 1979). An operator that binds tighter than the last one takes that one's right operand first.
-void KSParser::ParseBinaryOperators(KSValue& literal, uint8 level)
+// compiler", 1979): all operators of `level` or above behind an operand. One that binds tighter than the last takes
+// that one's right operand first.
+void KSParser::ParseBinaryOperators(KSValue& literal, int level)
 {
-    for (TokenRole role = RoleOf(m_token.m_type); role.m_level >= level; role = RoleOf(m_token.m_type))
+    EToken token = m_token.m_type;
+    do
     {
         ReadNextToken();
         KSValue y;
-        ParseUnaryExpression(y);
-        if (RoleOf(m_token.m_type).m_level > role.m_level)
-            ParseBinaryOperators(y, static_cast<uint8>(role.m_level + 1));
-        role.m_apply(literal, literal, y);
-    }
+        EvaluateUnary(y);
+        const int operatorsLevel = LevelOf(token);
+        if (LevelOf(m_token.m_type) > operatorsLevel)
+            ParseBinaryOperators(y, operatorsLevel + 1);
+        s_tokenRoles.m_apply[TokenRoles::IndexOf(token)](literal, literal, y);
+        token = m_token.m_type;
+    } while (LevelOf(token) >= level);
 }
 
 // --- Operands --------------------------------------------------------------------------------------------------------
 
-void KSParser::ParsePrimaryExpression(KSValue& literal)
+// An operand with its prefix operators and postfix forms.
+[[gnu::always_inline]] inline void KSParser::EvaluateUnary(KSValue& literal)
 {
-    ParseOperand(literal);
+    if (m_token.m_type != TOKEN_UNDEF && (RoleOf(m_token.m_type) & ROLE_PREFIX) != 0) [[unlikely]]
+        return Nest([&] { ParsePrefix(literal); });
+    EvaluatePrimary(literal);
+    FinishPostfix(literal);
 }
 
-[[gnu::always_inline]] inline void KSParser::ParseOperand(KSValue& literal)
+[[gnu::always_inline]] inline void KSParser::FinishPostfix(KSValue& literal)
+{
+    while ((RoleOf(m_token.m_type) & ROLE_POSTFIX) != 0)
+        [[unlikely]] Nest([&] { ParsePostfix(literal); });
+}
+
+// The plain integer is looked for first, since it is the commonest operand and needs no call.
+[[gnu::always_inline]] inline void KSParser::EvaluatePrimary(KSValue& literal)
+{
+    if (m_token.m_type != TOKEN_INTEGER)
+        return ParseOtherPrimary(literal);
+    KSValueAccess::Set(literal, m_token.GetLiteralInt64());
+    ReadNextToken();
+}
+
+void KSParser::ParseOtherPrimary(KSValue& literal)
 {
     switch (static_cast<int>(m_token.m_type))
     {
-    case TOKEN_INTEGER: KSValueAccess::Set(literal, m_token.GetLiteralInt64()); break;
     case TOKEN_HEX_INTEGER: KSValueAccess::Set(literal, m_token.GetLiteralHexInt64()); break;
     case TOKEN_FLOAT: KSValueAccess::Set(literal, m_token.GetLiteralDouble()); break;
     case TOKEN_SINGLE_QUOTED_STRING:
     case TOKEN_DOUBLE_QUOTED_STRING: m_token.GetLiteralString(KSValueAccess::MakeString(literal)); break;
-    case TOKEN_IDENTIFIER: ParsePrimaryIdentifierExpression(literal); return;
-    case TOKEN_LEFT_PAREN:
-        ReadNextToken();
-        ParseExpression(literal);
-        ParseGivenToken(TOKEN_RIGHT_PAREN, ")");
-        return;
+    case TOKEN_IDENTIFIER: return Nest([&] { ParsePrimaryIdentifierExpression(literal); });
+    case TOKEN_LEFT_PAREN: return Nest([&] { ParseParentheses(literal); });
     default: ThrowUnexpectedToken();
     }
     ReadNextToken();
 }
 
+// Parentheses that open one behind the other are counted, not recursed into: what the innermost one encloses becomes
+// the first operand of the expression around it.
+void KSParser::ParseParentheses(KSValue& literal)
+{
+    int64 depth = 0;
+    for (; m_token.m_type == TOKEN_LEFT_PAREN; ++depth)
+        ReadNextToken();
+    try
+    {
+        EvaluateExpression(literal);
+        while (true)
+        {
+            ParseGivenToken(TOKEN_RIGHT_PAREN, ")");
+            if (--depth == 0)
+                return;
+            FinishPostfix(literal);
+            FinishExpression(literal);
+        }
+    }
+    catch (const LiteralException& e)
+    {
+        Rethrow(e.m_description, m_token);
+    }
+}
+
 // --- Prefix and postfix forms ----------------------------------------------------------------------------------------
 
-void KSParser::ParseUnaryExpression(KSValue& literal)
+void KSParser::ParsePrefix(KSValue& literal)
 {
-    // Every cycle of the recursion passes here.
-    if (IsStackLow())
-        return CallOnFreshSegment([&] { ParseUnaryExpression(literal); });
-
-    if (m_token.m_type == TOKEN_UNDEF) [[unlikely]]
-        ThrowUnexpectedToken();
-    const auto apply = RoleOf(m_token.m_type).m_applyPrefix;
-    if (apply == nullptr)
-        return ParseOperandAndPostfix(literal);
+    const auto apply = s_tokenRoles.m_applyPrefix[TokenRoles::IndexOf(m_token.m_type)];
     ReadNextToken();
-    ParseUnaryExpression(literal);
+    EvaluateUnary(literal);
     apply(literal);
-}
-
-void KSParser::ParsePostFixExpression(KSValue& literal)
-{
-    ParseOperandAndPostfix(literal);
-}
-
-// An operand, and what is rare: a postfix form behind it. Inlined, with the operand, where operands are read.
-[[gnu::always_inline]] inline void KSParser::ParseOperandAndPostfix(KSValue& literal)
-{
-    ParseOperand(literal);
-    while (RoleOf(m_token.m_type).m_isPostfix)
-        [[unlikely]] ParsePostfix(literal);
 }
 
 void KSParser::ParsePostfix(KSValue& literal)

@@ -67,11 +67,19 @@ private:
     struct BuiltIn;
     friend struct BuiltInTable;
 
+    void EvaluateExpression(KSValue& literal);
+    void EvaluateBinary(KSValue& literal, int level);
+    void EvaluateUnary(KSValue& literal);
+    void EvaluatePrimary(KSValue& literal);
+    void FinishExpression(KSValue& literal);
+    void FinishConditional(KSValue& literal);
+    void FinishPostfix(KSValue& literal);
+    void ParseAssignments(KSValue& literal);
     void ParseBranches(KSValue& literal);
-    void ParseBinaryExpression(KSValue& literal, uint8 level);
-    void ParseBinaryOperators(KSValue& literal, uint8 level);
-    void ParseOperand(KSValue& literal);
-    void ParseOperandAndPostfix(KSValue& literal);
+    void ParseBinaryOperators(KSValue& literal, int level);
+    void ParseOtherPrimary(KSValue& literal);
+    void ParseParentheses(KSValue& literal);
+    void ParsePrefix(KSValue& literal);
     void ParsePostfix(KSValue& literal);
     void ParseCall(KSValue& literal);
     void ParseSubscript(KSValue& literal);

@@ -258,41 +258,73 @@ void Store(void* data, T value)
     std::memcpy(data, &value, sizeof value);
 }
 
-// Reads one value of a fixed-size type into place; nothing is stored where it throws.
-using ScalarReader = void (*)(ExpressionParser& parser, void* data);
+bool ReadEndOrComma(ExpressionParser& parser);
+
+// What the reader knows of a scalar type: how one value is read into place, where nothing is stored when it throws, and
+// how the elements of a vector are, in a loop that does not look at the type again. An element is there, and zero,
+// before its value is read.
+struct ScalarReader
+{
+    void (*m_readValue)(ExpressionParser& parser, void* data) = nullptr;
+    void (*m_readElements)(ExpressionParser& parser, VectorOfByte& vector) = nullptr;
+
+    explicit operator bool() const { return m_readValue != nullptr; }
+};
+
+template <class T, T (*Read)(ExpressionParser&)>
+struct ScalarReading
+{
+    static void ReadValue(ExpressionParser& parser, void* data) { Store(data, Read(parser)); }
+
+    static void ReadElements(ExpressionParser& parser, VectorOfByte& vector)
+    {
+        do
+        {
+            char* const element = vector.Extend(sizeof(T));
+            Store(element, T());
+            Store(element, Read(parser));
+        } while (!ReadEndOrComma(parser));
+    }
+};
+
+template <class T, T (*Read)(ExpressionParser&)>
+constexpr ScalarReader MakeScalarReader()
+{
+    return {ScalarReading<T, Read>::ReadValue, ScalarReading<T, Read>::ReadElements};
+}
 
 template <class T, T (ExpressionParser::*Parse)(bool)>
-void ReadScalar(ExpressionParser& parser, void* data)
+T ReadTyped(ExpressionParser& parser)
 {
-    Store(data, (parser.*Parse)(false));
+    return (parser.*Parse)(false);
 }
 
 // A 16-bit character is written as an 8-bit one.
-void ReadChar16(ExpressionParser& parser, void* data)
+int16 ReadChar16(ExpressionParser& parser)
 {
-    Store(data, static_cast<int16>(parser.ParseChar(false)));
+    return parser.ParseChar(false);
 }
 
 struct ScalarRow
 {
     ETypeByteCode m_code;
-    ScalarReader m_read;
+    ScalarReader m_reader;
 };
 
 constexpr ScalarRow s_scalars[] = {
-    {FT_BOOL, ReadScalar<bool, &ExpressionParser::ParseBool>},
-    {FT_INT8, ReadScalar<int8, &ExpressionParser::ParseInt8>},
-    {FT_INT16, ReadScalar<int16, &ExpressionParser::ParseInt16>},
-    {FT_INT32, ReadScalar<int32, &ExpressionParser::ParseInt32>},
-    {FT_INT64, ReadScalar<int64, &ExpressionParser::ParseInt64>},
-    {FT_UINT8, ReadScalar<uint8, &ExpressionParser::ParseUInt8>},
-    {FT_UINT16, ReadScalar<uint16, &ExpressionParser::ParseUInt16>},
-    {FT_UINT32, ReadScalar<uint32, &ExpressionParser::ParseUInt32>},
-    {FT_UINT64, ReadScalar<uint64, &ExpressionParser::ParseUInt64>},
-    {FT_FLOAT32, ReadScalar<float32, &ExpressionParser::ParseFloat32>},
-    {FT_FLOAT64, ReadScalar<float64, &ExpressionParser::ParseFloat64>},
-    {FT_CHAR8, ReadScalar<xchar, &ExpressionParser::ParseChar>},
-    {FT_CHAR16, ReadChar16},
+    {FT_BOOL, MakeScalarReader<bool, ReadTyped<bool, &ExpressionParser::ParseBool>>()},
+    {FT_INT8, MakeScalarReader<int8, ReadTyped<int8, &ExpressionParser::ParseInt8>>()},
+    {FT_INT16, MakeScalarReader<int16, ReadTyped<int16, &ExpressionParser::ParseInt16>>()},
+    {FT_INT32, MakeScalarReader<int32, ReadTyped<int32, &ExpressionParser::ParseInt32>>()},
+    {FT_INT64, MakeScalarReader<int64, ReadTyped<int64, &ExpressionParser::ParseInt64>>()},
+    {FT_UINT8, MakeScalarReader<uint8, ReadTyped<uint8, &ExpressionParser::ParseUInt8>>()},
+    {FT_UINT16, MakeScalarReader<uint16, ReadTyped<uint16, &ExpressionParser::ParseUInt16>>()},
+    {FT_UINT32, MakeScalarReader<uint32, ReadTyped<uint32, &ExpressionParser::ParseUInt32>>()},
+    {FT_UINT64, MakeScalarReader<uint64, ReadTyped<uint64, &ExpressionParser::ParseUInt64>>()},
+    {FT_FLOAT32, MakeScalarReader<float32, ReadTyped<float32, &ExpressionParser::ParseFloat32>>()},
+    {FT_FLOAT64, MakeScalarReader<float64, ReadTyped<float64, &ExpressionParser::ParseFloat64>>()},
+    {FT_CHAR8, MakeScalarReader<xchar, ReadTyped<xchar, &ExpressionParser::ParseChar>>()},
+    {FT_CHAR16, MakeScalarReader<int16, ReadChar16>()},
 };
 
 struct ScalarReaders
@@ -302,16 +334,16 @@ struct ScalarReaders
     constexpr ScalarReaders()
     {
         for (const ScalarRow& row : s_scalars)
-            m_readers[row.m_code] = row.m_read;
+            m_readers[row.m_code] = row.m_reader;
     }
 };
 
 constexpr ScalarReaders s_scalarReaders;
 
-// The reader of a scalar type; null for every other.
+// The reader of a scalar type; none for every other.
 ScalarReader GetScalarReader(ETypeByteCode code)
 {
-    return code <= FT_STRING16 ? s_scalarReaders.m_readers[code] : nullptr;
+    return code <= FT_STRING16 ? s_scalarReaders.m_readers[code] : ScalarReader();
 }
 
 void ReadString16(ExpressionParser& parser, xstring16& dst)
@@ -412,13 +444,13 @@ void ReadUnderlying(ExpressionParser& parser, const ReflectionByteCode& type, vo
 
 void ParseVariable(ExpressionParser& parser, ReflectionByteCode type, void* data)
 {
-    if (const ScalarReader read = GetScalarReader(type.GetCode()))
-        return read(parser, data);
+    if (const ScalarReader reader = GetScalarReader(type.GetCode()))
+        return reader.m_readValue(parser, data);
     if (IsStackLow())
         return CallOnFreshSegment([&] { ParseVariable(parser, type, data); });
     type.AdvanceToUnderlyingType2();
-    if (const ScalarReader read = GetScalarReader(type.GetCode()))
-        return read(parser, data);
+    if (const ScalarReader reader = GetScalarReader(type.GetCode()))
+        return reader.m_readValue(parser, data);
     ReadUnderlying(parser, type, data);
 }
 
@@ -571,17 +603,6 @@ bool ReadListStart(ExpressionParser& parser)
     return false;
 }
 
-// The elements of a vector of scalars: the type is looked at once, not for each element.
-void ReadScalarElements(ExpressionParser& parser, ScalarReader read, ssize_t elementSize, VectorOfByte& vector)
-{
-    do
-    {
-        char* const element = vector.Extend(elementSize);
-        std::memset(element, 0, static_cast<std::size_t>(elementSize));
-        read(parser, element);
-    } while (!ReadEndOrComma(parser));
-}
-
 // Room for one key of a map: on the stack unless it is large. Its bytes are released; the key is not destroyed.
 class KeyBuffer
 {
@@ -623,8 +644,8 @@ void ParseVectorVariable(ExpressionParser& parser, ReflectionByteCode elementTyp
         return;
     ReflectionByteCode underlying = elementType;
     underlying.AdvanceToUnderlyingType2();
-    if (const ScalarReader read = GetScalarReader(underlying.GetCode()))
-        return ReadScalarElements(parser, read, underlying.GetTypeSize(), *static_cast<VectorOfByte*>(vector));
+    if (const ScalarReader reader = GetScalarReader(underlying.GetCode()))
+        return reader.m_readElements(parser, *static_cast<VectorOfByte*>(vector));
     do
         ParseVariable(parser, underlying, PushBackDefaultConstructedElementOntoReflectedVector(underlying, vector));
     while (!ReadEndOrComma(parser));

@@ -145,7 +145,7 @@ bool IsQuotedText(SubString text)
 
 } // namespace
 
-int64 LSToken::GetLiteralInt64() const
+int64 LSToken::GetAnyLiteralInt64() const
 {
     uint64 value = 0;
     if (!ReadDecimal(m_str, value) || value > static_cast<uint64>(std::numeric_limits<int64>::max()))

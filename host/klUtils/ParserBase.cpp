@@ -6,6 +6,17 @@
 namespace kelm
 {
 
+[[gnu::always_inline]] inline void ParserBase::ReadToken(bool atLineStart)
+{
+    const char* p = m_str.m_p1;
+    const char* start = p;
+    EToken kind = scan::ScanToken(p, start, m_str.m_p2, atLineStart);
+    while (scan::IsComment(kind))
+        [[unlikely]] kind = scan::ScanToken(p, start, m_str.m_p2, false);
+    m_token = {kind, {start, p}};
+    m_str.m_p1 = p;
+}
+
 void ParserBase::Init(SubString text)
 {
     m_str = text;
@@ -16,18 +27,11 @@ void ParserBase::Init(SubString text)
 
 void ParserBase::ReadNextToken()
 {
-    m_prevToken = m_token;
+    // Member by member, as they were stored: a wider load would wait for the stores of the last call.
+    m_prevToken.m_type = m_token.m_type;
+    m_prevToken.m_str.m_p1 = m_token.m_str.m_p1;
+    m_prevToken.m_str.m_p2 = m_token.m_str.m_p2;
     ReadToken(false);
-}
-
-inline void ParserBase::ReadToken(bool atLineStart)
-{
-    const char* p = m_str.m_p1;
-    LSToken token = scan::ScanToken(p, m_str.m_p2, atLineStart);
-    while (scan::IsComment(token.m_type))
-        token = scan::ScanToken(p, m_str.m_p2, false);
-    m_token = token;
-    m_str.m_p1 = p;
 }
 
 void ParserBase::ThrowAtToken(const xstring& description) const

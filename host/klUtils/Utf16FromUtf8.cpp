@@ -34,8 +34,20 @@ const SequenceForm* FormOf(unsigned char lead)
     return nullptr;
 }
 
-// Reads one code point and moves `p` past it; false where the bytes are not UTF-8.
-bool ReadCodePoint(const char*& p, const char* end, uint32& value)
+void AppendUtf16(basic_xstring<unsigned short>& out, uint32 codePoint)
+{
+    if (codePoint < 0x10000)
+    {
+        out.push_back(static_cast<unsigned short>(codePoint));
+        return;
+    }
+    out.push_back(static_cast<unsigned short>(0xD800 + ((codePoint - 0x10000) >> 10)));
+    out.push_back(static_cast<unsigned short>(0xDC00 + (codePoint & 0x3FF)));
+}
+
+} // namespace
+
+bool ReadUtf8(const char*& p, const char* end, uint32& value)
 {
     const SequenceForm* const form = FormOf(static_cast<unsigned char>(*p));
     if (form == nullptr || end - p < form->m_length)
@@ -52,19 +64,6 @@ bool ReadCodePoint(const char*& p, const char* end, uint32& value)
     return value >= form->m_leastValue && value <= s_lastCodePoint && !IsSurrogate(value);
 }
 
-void AppendUtf16(basic_xstring<unsigned short>& out, uint32 codePoint)
-{
-    if (codePoint < 0x10000)
-    {
-        out.push_back(static_cast<unsigned short>(codePoint));
-        return;
-    }
-    out.push_back(static_cast<unsigned short>(0xD800 + ((codePoint - 0x10000) >> 10)));
-    out.push_back(static_cast<unsigned short>(0xDC00 + (codePoint & 0x3FF)));
-}
-
-} // namespace
-
 bool Utf16FromUtf8(basic_xstring<unsigned short>& out, const char* utf8, long length)
 {
     basic_xstring<unsigned short> units;
@@ -73,7 +72,7 @@ bool Utf16FromUtf8(basic_xstring<unsigned short>& out, const char* utf8, long le
     for (const char* p = utf8; p != end;)
     {
         uint32 codePoint = 0;
-        if (!ReadCodePoint(p, end, codePoint))
+        if (!ReadUtf8(p, end, codePoint))
             return false;
         AppendUtf16(units, codePoint);
     }

@@ -13,6 +13,9 @@ KLUTILS_API bool Utf16FromUtf8(basic_xstring<unsigned short>& out, const char* u
 // The other way: sets `out` to the UTF-8 form. False, with `out` unchanged, where a surrogate stands alone.
 KLUTILS_API bool Utf8FromUtf16(xstring& out, const unsigned short* utf16, long length);
 
+// Reads the code point at `p` and moves `p` past it; false where the bytes there are not UTF-8.
+KLUTILS_API bool ReadUtf8(const char*& p, const char* end, uint32& codePoint);
+
 // Appends the UTF-8 form of a code point, which must be one that UTF-8 can hold.
 KLUTILS_API void AppendUtf8(xstring& out, uint32 codePoint);
 

@@ -17,11 +17,11 @@ enum class Start : uint8
     Space,
     Identifier,
     Digit,
+    SingleOperator, // an operator that begins no longer one
+    Operator,       // an operator that may go on, or, of the slash, a comment
+    Dot,            // an operator, or a float such as .5
     Quote,
-    Operator,
-    Dot,   // an operator, or a float such as .5
-    Slash, // an operator, or a comment
-    Hash,  // an operator, or a preprocessor comment
+    Hash, // an operator, or a preprocessor comment
 };
 
 enum CharProperty : uint8
@@ -30,6 +30,8 @@ enum CharProperty : uint8
     CHAR_DIGIT = 2,
     CHAR_HEX_DIGIT = 4,
     CHAR_SPACE = 8,
+    CHAR_IN_NUMBER = 16,   // what can follow a digit in a number: the identifier characters and the point
+    CHAR_IN_OPERATOR = 32, // what can follow the first character of an operator, or a slash that begins a comment
 };
 
 struct CharTable
@@ -42,21 +44,31 @@ struct CharTable
         for (const char c : {' ', '\t', '\n', '\v', '\f', '\r'})
             Set(c, c, Start::Space, CHAR_SPACE);
         for (const OperatorSpelling& row : s_operatorSpellings)
-            Set(row.m_text[0], row.m_text[0], Start::Operator, 0);
-        Set('.', '.', Start::Dot, 0);
-        Set('/', '/', Start::Slash, 0);
+            if (row.m_text[1] == '\0')
+                Set(row.m_text[0], row.m_text[0], Start::SingleOperator, 0);
+        for (const OperatorSpelling& row : s_operatorSpellings)
+            if (row.m_text[1] != '\0')
+                Set(row.m_text[0], row.m_text[0], Start::Operator, 0);
+        Set('.', '.', Start::Dot, CHAR_IN_NUMBER);
+        Set('/', '/', Start::Operator, CHAR_IN_OPERATOR);
+        Set('*', '*', Start::Operator, CHAR_IN_OPERATOR);
         Set('#', '#', Start::Hash, 0);
         Set('\'', '\'', Start::Quote, 0);
         Set('"', '"', Start::Quote, 0);
-        Set('a', 'z', Start::Identifier, CHAR_IDENTIFIER);
-        Set('A', 'Z', Start::Identifier, CHAR_IDENTIFIER);
-        Set('_', '_', Start::Identifier, CHAR_IDENTIFIER);
-        Set('0', '9', Start::Digit, CHAR_IDENTIFIER | CHAR_DIGIT | CHAR_HEX_DIGIT);
-        Set('a', 'f', Start::Identifier, CHAR_IDENTIFIER | CHAR_HEX_DIGIT);
-        Set('A', 'F', Start::Identifier, CHAR_IDENTIFIER | CHAR_HEX_DIGIT);
+        for (const OperatorSpelling& row : s_operatorSpellings)
+            for (const char* c = row.m_text + 1; *c != '\0'; ++c)
+                m_properties[static_cast<unsigned char>(*c)] |= CHAR_IN_OPERATOR;
+        Set('a', 'z', Start::Identifier, CHAR_WORD);
+        Set('A', 'Z', Start::Identifier, CHAR_WORD);
+        Set('_', '_', Start::Identifier, CHAR_WORD);
+        Set('0', '9', Start::Digit, CHAR_WORD | CHAR_DIGIT | CHAR_HEX_DIGIT);
+        Set('a', 'f', Start::Identifier, CHAR_WORD | CHAR_HEX_DIGIT);
+        Set('A', 'F', Start::Identifier, CHAR_WORD | CHAR_HEX_DIGIT);
     }
 
 private:
+    static constexpr int CHAR_WORD = CHAR_IDENTIFIER | CHAR_IN_NUMBER;
+
     constexpr void Set(char first, char last, Start start, int properties)
     {
         for (int c = first; c <= last; ++c)

@@ -21,6 +21,7 @@ struct OperatorTrie
     std::array<uint8, 256> m_symbol{}; // the column of each operator character; 0 for every other byte
     std::array<std::array<Node, MaxSymbols>, MaxNodes> m_next{};
     std::array<EToken, MaxNodes> m_token{};
+    std::array<EToken, 256> m_tokenOfChar{}; // the operators of one character
     int m_numNodes = 1;
     int m_numSymbols = 1;
 
@@ -31,6 +32,9 @@ struct OperatorTrie
         for (const OperatorSpelling& row : s_operatorSpellings)
             Add(row);
     }
+
+    // The operator of one character.
+    EToken TokenOf(char c) const { return m_tokenOfChar[static_cast<unsigned char>(c)]; }
 
     // Every node stands for an operator, so that longest match needs no way back.
     constexpr bool IsClosed() const
@@ -56,6 +60,8 @@ private:
             node = next;
         }
         m_token[node] = row.m_token;
+        if (row.m_text[1] == '\0')
+            m_tokenOfChar[static_cast<unsigned char>(row.m_text[0])] = row.m_token;
     }
 };
 

@@ -4,10 +4,11 @@
 // and where the value is out of range.
 
 #include <klUtils/BasicSubString.h>
+#include <klUtils/private/EightDigits.h>
+#include <klUtils/private/NearestDouble.h>
 #include <klUtils/types.h>
 
 #include <charconv>
-#include <cmath>
 #include <limits>
 #include <system_error>
 
@@ -53,79 +54,94 @@ inline bool ReadHexadecimal(SubString literal, uint64& value)
 // A float literal taken apart: digits, with the point ignored, times a power of ten.
 struct DecimalFloat
 {
-    uint64 m_digits = 0;
-    int m_numDigits = 0; // significant ones; m_digits holds them all when there are at most 19
+    bool m_isNumber = false;
+    uint64 m_digits = 0;   // all of them where HasAllDigits says so
+    int64 m_numDigits = 0; // without leading zeros where there are more than 19
     int64 m_exponent = 0;
-    bool m_isNumber = true;
 
     explicit DecimalFloat(SubString literal)
     {
-        const char* p = literal.m_p1;
-        bool isFraction = false;
-        for (; p != literal.m_p2 && (*p | 0x20) != 'e'; ++p)
+        const char* const end = literal.m_p2;
+        const char* p = ReadRun(literal.m_p1, end);
+        m_numDigits = p - literal.m_p1;
+        if (p != end && *p == '.')
         {
-            if (*p == '.')
-            {
-                m_isNumber &= !isFraction;
-                isFraction = true;
-                continue;
-            }
-            const uint64 digit = DigitValue(*p);
-            m_isNumber &= digit <= 9;
-            m_digits = 10 * m_digits + digit;
-            m_numDigits += m_numDigits > 0 || *p != '0';
-            m_exponent -= isFraction;
+            const char* const fraction = p + 1;
+            p = ReadRun(fraction, end);
+            m_exponent = fraction - p;
+            m_numDigits += p - fraction;
         }
-        m_isNumber &= p - literal.m_p1 > isFraction; // a point alone is none
-        if (p != literal.m_p2)
-            AddExponent({p + 1, literal.m_p2});
+        m_isNumber = m_numDigits > 0 && (p == end || AddExponent({p, end}));
+        if (m_numDigits > s_maxDigits)
+            m_numDigits -= CountLeadingZeros(literal);
     }
 
+    bool HasAllDigits() const { return m_numDigits <= s_maxDigits; }
+
+    // Of a number that no finite double is near: whether it lies beyond the range rather than below it.
+    bool IsLarge() const { return m_numDigits + m_exponent > 0; }
+
 private:
-    void AddExponent(SubString exponent)
+    static constexpr int64 s_maxDigits = 19; // what 64 bits hold in any case
+
+    // Adds a run of digits and returns its end.
+    const char* ReadRun(const char* p, const char* end)
     {
-        const bool isNegative = !exponent.empty() && exponent[0] == '-';
-        if (isNegative || (!exponent.empty() && exponent[0] == '+'))
-            ++exponent.m_p1;
-        m_isNumber &= !exponent.empty();
-        int64 value = 0;
-        for (const char c : exponent)
+        for (; end - p >= 8; p += 8)
         {
-            const uint64 digit = DigitValue(c);
-            m_isNumber &= digit <= 9;
-            if (value < std::numeric_limits<int32>::max()) // farther out, nothing changes any more
-                value = 10 * value + static_cast<int64>(digit);
+            const uint64 bytes = LoadEightBytes(p);
+            if (!AreEightDigits(bytes))
+                break;
+            m_digits = 100000000 * m_digits + ValueOfEightDigits(bytes);
         }
+        for (; p != end && DigitValue(*p) <= 9; ++p)
+            m_digits = 10 * m_digits + DigitValue(*p);
+        return p;
+    }
+
+    static int64 CountLeadingZeros(SubString literal)
+    {
+        int64 zeros = 0;
+        for (const char* p = literal.m_p1; p != literal.m_p2 && (*p == '0' || *p == '.'); ++p)
+            zeros += *p == '0';
+        return zeros;
+    }
+
+    // "e", an optional sign, digits; false where it is anything else.
+    bool AddExponent(SubString exponent)
+    {
+        const char* p = exponent.m_p1;
+        if ((*p++ | 0x20) != 'e')
+            return false;
+        const bool isNegative = p != exponent.m_p2 && *p == '-';
+        if (isNegative || (p != exponent.m_p2 && *p == '+'))
+            ++p;
+        const char* const digits = p;
+        int64 value = 0;
+        for (; p != exponent.m_p2 && DigitValue(*p) <= 9; ++p)
+            if (value < std::numeric_limits<int32>::max()) // farther out, nothing changes any more
+                value = 10 * value + static_cast<int64>(DigitValue(*p));
         m_exponent += isNegative ? -value : value;
+        return p != digits && p == exponent.m_p2;
     }
 };
 
-inline constexpr double s_exactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                                1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-// The double nearest to a decimal literal of digits, point and exponent. A value too small for double is zero.
-//
-// Digits and a power of ten that are both exact as doubles give the correctly rounded result in one operation (W. D.
-// Clinger, "How to read floating point numbers accurately", 1990); the standard library does the rest.
+// The double nearest to a decimal literal of digits, point and exponent; false where the text is none or lies beyond
+// the range of double. A value too small for double is zero.
 inline bool ReadDouble(SubString literal, double& value)
 {
     const DecimalFloat parts(literal);
     if (!parts.m_isNumber)
         return false;
-    const double digits = static_cast<double>(static_cast<int64>(parts.m_digits));
-    if (parts.m_numDigits <= 19 && parts.m_digits <= uint64(1) << 53 && -22 <= parts.m_exponent &&
-        parts.m_exponent <= 22)
+    if (parts.HasAllDigits() && s_minPowerOfFive <= parts.m_exponent && parts.m_exponent <= s_maxPowerOfFive)
     {
-        value = parts.m_exponent < 0 ? digits / s_exactPowersOfTen[-parts.m_exponent]
-                                     : digits * s_exactPowersOfTen[parts.m_exponent];
+        value = parts.m_digits != 0 ? NearestDouble(parts.m_digits, static_cast<int>(parts.m_exponent)) : 0.0;
         return true;
     }
     if (std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
         return true;
-    if (parts.m_numDigits > 0 && parts.m_numDigits + parts.m_exponent > 0)
-        return false;
     value = 0.0;
-    return true;
+    return !parts.IsLarge();
 }
 
 // The same for the nearest 32-bit float, which rounding twice, through double, would not always give.
@@ -136,10 +152,8 @@ inline bool ReadFloat(SubString literal, float& value)
         return false;
     if (std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
         return true;
-    if (parts.m_numDigits > 0 && parts.m_numDigits + parts.m_exponent > 0)
-        return false;
     value = 0.0F;
-    return true;
+    return !parts.IsLarge();
 }
 
 } // namespace kelm

@@ -9,12 +9,6 @@
 namespace kelm::scan
 {
 
-// The failures: each throws LexScannerException positioned at `start`.
-[[noreturn]] void ThrowIllegalCharacter(const char* start);
-[[noreturn]] void ThrowMalformedNumber(const char* start, const char* end);
-[[noreturn]] void ThrowUnterminatedLiteral(const char* start);
-[[noreturn]] void ThrowUnterminatedComment(const char* start);
-
 inline const char* SkipProperty(const char* p, const char* end, CharProperty property)
 {
     while (p != end && HasProperty(*p, property))
@@ -22,131 +16,54 @@ inline const char* SkipProperty(const char* p, const char* end, CharProperty pro
     return p;
 }
 
-inline const char* SkipLine(const char* p, const char* end)
+// A token's kind and where it ends, returned in two registers.
+struct ScannedToken
 {
-    while (p != end && *p != '\n')
-        ++p;
-    return p;
-}
+    EToken m_kind;
+    const char* m_past;
+};
 
-// An exponent with at least one digit, or nothing.
-inline const char* SkipExponent(const char* p, const char* end)
-{
-    if (p == end || (*p | 0x20) != 'e')
-        return p;
-    const char* digits = p + 1;
-    if (digits != end && (*digits == '+' || *digits == '-'))
-        ++digits;
-    const char* const past = SkipProperty(digits, end, CHAR_DIGIT);
-    return past == digits ? p : past;
-}
+// The tokens that take more than a few instructions. Throws LexScannerException at `start` where there is none.
+ScannedToken ScanLongToken(const char* start, const char* end, bool atLineStart);
 
-// A number that begins at `start` with a digit, or with a dot before a digit.
-inline EToken ScanNumber(const char* start, const char* end, const char*& p)
-{
-    EToken kind = TOKEN_INTEGER;
-    if (*start == '0' && end - start > 1 && (start[1] | 0x20) == 'x')
-    {
-        kind = TOKEN_HEX_INTEGER;
-        p = SkipProperty(start + 2, end, CHAR_HEX_DIGIT);
-        if (p == start + 2)
-            ThrowMalformedNumber(start, end);
-    }
-    else
-    {
-        p = SkipProperty(start, end, CHAR_DIGIT);
-        const char* const wholePart = p;
-        if (p != end && *p == '.')
-            p = SkipProperty(p + 1, end, CHAR_DIGIT);
-        p = SkipExponent(p, end);
-        if (p != wholePart)
-            kind = TOKEN_FLOAT;
-    }
-    if (p != end && HasProperty(*p, CHAR_IDENTIFIER))
-        ThrowMalformedNumber(start, end);
-    return kind;
-}
-
-// A quoted literal ends on its own line. What its escapes mean is looked at when its value is asked for.
-inline const char* SkipQuoted(const char* start, const char* end)
-{
-    const char quote = *start;
-    for (const char* p = start + 1; p != end && *p != '\n'; ++p)
-    {
-        if (*p == quote)
-            return p + 1;
-        if (*p == '\\' && ++p == end)
-            break;
-        if (*p == '\n')
-            break;
-    }
-    ThrowUnterminatedLiteral(start);
-}
-
-inline const char* SkipBlockComment(const char* start, const char* end)
-{
-    for (const char* p = start + 2; end - p >= 2; ++p)
-        if (p[0] == '*' && p[1] == '/')
-            return p + 2;
-    ThrowUnterminatedComment(start);
-}
-
-// Scans the token that begins at or behind `p`, with white space before it skipped, and moves `p` past it.
-inline LSToken ScanToken(const char*& p, const char* end, bool atLineStart)
+// Scans the token that begins at or behind `p`, past white space: sets `start` to its first character, moves `p` past
+// it and returns its kind. Inlined into its two callers, which keep all of it in registers; what is not short and
+// common is left to ScanLongToken.
+[[gnu::always_inline]] inline EToken ScanToken(const char*& p, const char*& start, const char* end, bool atLineStart)
 {
     const char* const before = p;
-    const char* start = SkipProperty(p, end, CHAR_SPACE);
+    start = SkipProperty(p, end, CHAR_SPACE);
+    p = start;
     if (start == end)
-    {
-        p = end;
-        return {TOKEN_END, {end, end}};
-    }
+        return TOKEN_END;
 
-    const char* past = start;
-    EToken kind = TOKEN_UNDEF;
     switch (StartOf(*start))
     {
-    case Start::Identifier:
-        past = SkipProperty(start + 1, end, CHAR_IDENTIFIER);
-        kind = TOKEN_IDENTIFIER;
+    case Start::Identifier: p = SkipProperty(start + 1, end, CHAR_IDENTIFIER); return TOKEN_IDENTIFIER;
+    case Start::Digit:
+        // Most numbers are plain digits.
+        p = SkipProperty(start + 1, end, CHAR_DIGIT);
+        if (p == end || !HasProperty(*p, CHAR_IN_NUMBER))
+            return TOKEN_INTEGER;
         break;
-    case Start::Digit: kind = ScanNumber(start, end, past); break;
+    case Start::SingleOperator: ++p; return s_operatorTrie.TokenOf(*start);
+    case Start::Operator:
+        // Most operators are one character.
+        if (++p == end || !HasProperty(*p, CHAR_IN_OPERATOR))
+            return s_operatorTrie.TokenOf(*start);
+        break;
     case Start::Dot:
-        if (end - start > 1 && HasProperty(start[1], CHAR_DIGIT))
-        {
-            kind = ScanNumber(start, end, past);
-            break;
-        }
-        kind = ScanOperator(past, end);
+        if (++p == end || !HasProperty(*p, CHAR_DIGIT))
+            return TOKEN_DOT;
         break;
     case Start::Quote:
-        past = SkipQuoted(start, end);
-        kind = *start == '\'' ? TOKEN_SINGLE_QUOTED_STRING : TOKEN_DOUBLE_QUOTED_STRING;
-        break;
-    case Start::Slash:
-        if (end - start > 1 && (start[1] == '/' || start[1] == '*'))
-        {
-            past = start[1] == '/' ? SkipLine(start, end) : SkipBlockComment(start, end);
-            kind = TOKEN_COMMENT;
-            break;
-        }
-        kind = ScanOperator(past, end);
-        break;
     case Start::Hash:
-        if (start != before ? start[-1] == '\n' : atLineStart)
-        {
-            past = SkipLine(start, end);
-            kind = TOKEN_PREPROC_COMMENT;
-            break;
-        }
-        kind = ScanOperator(past, end);
-        break;
-    case Start::Operator: kind = ScanOperator(past, end); break;
     case Start::Space: // skipped above
-    case Start::Illegal: ThrowIllegalCharacter(start);
+    case Start::Illegal: break;
     }
-    p = past;
-    return {kind, {start, past}};
+    const ScannedToken token = ScanLongToken(start, end, start != before ? start[-1] == '\n' : atLineStart);
+    p = token.m_past;
+    return token.m_kind;
 }
 
 inline bool IsComment(EToken kind)
