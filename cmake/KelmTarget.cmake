@@ -57,7 +57,7 @@ function(kelm_library name)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
     # Calls inside a library need no detour through its symbol table. --no-as-needed keeps libraries that are loaded
     # with a module although nothing of them is called.
-    target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+    target_compile_options(${name} PRIVATE -fno-semantic-interposition -fno-plt)
     target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions -Wl,--no-as-needed -Wl,-z,now)
     if(NOT KELM_SANITIZE)
         target_link_options(${name} PRIVATE -Wl,-z,defs)

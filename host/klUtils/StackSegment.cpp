@@ -1,7 +1,9 @@
 #include <klUtils/StackSegment.h>
 
 #include <exception>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include <pthread.h>
 #include <sys/mman.h>
@@ -116,6 +118,27 @@ private:
     void* m_base;
 };
 
+// A recursion may go to and fro across the end of a stack, so each thread keeps one segment for its next call.
+thread_local std::unique_ptr<Segment> t_spareSegment;
+
+class SegmentLease
+{
+public:
+    SegmentLease() : m_segment(t_spareSegment ? std::move(t_spareSegment) : std::make_unique<Segment>()) {}
+    ~SegmentLease()
+    {
+        if (!t_spareSegment)
+            t_spareSegment = std::move(m_segment);
+    }
+    SegmentLease(const SegmentLease&) = delete;
+    SegmentLease& operator=(const SegmentLease&) = delete;
+
+    const Segment& Get() const { return *m_segment; }
+
+private:
+    std::unique_ptr<Segment> m_segment;
+};
+
 // One call on its way to a segment and back. Lives on the caller's stack.
 struct Crossing
 {
@@ -192,7 +215,8 @@ bool IsStackLowHere(std::uintptr_t frame)
 
 void RunOnFreshSegment(void (*call)(void*), void* context)
 {
-    const Segment segment;
+    const SegmentLease lease;
+    const Segment& segment = lease.Get();
     Crossing crossing{};
     crossing.m_call = call;
     crossing.m_context = context;

@@ -10,9 +10,10 @@
 //         ...
 //     }
 //
-// A segment belongs to the one call that runs on it and is returned to the system after it. Exceptions leave the call
-// as usual. On a stack that is not the thread's own and not one of these segments (a host's coroutine), nothing is
-// known and nothing is switched. Throws std::bad_alloc where no segment can be had.
+// A segment belongs to the one call that runs on it. After it the segment is returned to the system, but for one that
+// each thread keeps for its next call. Exceptions leave the call as usual. On a stack that is not the thread's own and
+// not one of these segments (a host's coroutine), nothing is known and nothing is switched. Throws std::bad_alloc where
+// no segment can be had.
 
 #include <klUtils/api.h>
 

@@ -1,0 +1,35 @@
+#pragma once
+
+// Finding a class's model, and fields by name: written once for paths, data sources and everything that walks objects.
+
+#include <klObject/ReflectedTypes.h>
+#include <klObject/api.h>
+#include <klUtils/BasicSubString.h>
+#include <klUtils/types.h>
+
+namespace kelm
+{
+
+// The class that lists the model fields, and where its instance lies inside the object. m_class is null for a class
+// without a model.
+struct ClassModel
+{
+    const ReflectedClass* m_class = nullptr;
+    ssize_t m_offset = 0;
+};
+
+// The model of `rc`: itself, or the class whose model it embeds, which must be registered (FindReflectedClass).
+KLOBJECT_API ClassModel FindClassModel(const ReflectedClass& rc);
+
+inline bool IsPresent(const ReflectedModelField& field)
+{
+    return field.m_rsn2 == -1;
+}
+
+// The index of the first field of that name, or -1; `hint` is the index to try first. FindModelField looks at dropped
+// fields too, FindPresentModelField passes over them.
+KLOBJECT_API ssize_t FindModelField(const ReflectedClass& rc, SubString name);
+KLOBJECT_API ssize_t FindPresentModelField(const ReflectedClass& rc, SubString name, ssize_t hint);
+KLOBJECT_API ssize_t FindOrdinaryField(const ReflectedClass& rc, SubString name, ssize_t hint);
+
+} // namespace kelm

@@ -1,0 +1,68 @@
+#pragma once
+
+// What a description of a C++ type is, and the hooks that every described type has. Describe.h tells how to write one.
+
+#include <klObject/ETypeByteCode.h>
+#include <klObject/ReflectedTypes.h>
+
+namespace kelm
+{
+
+// The description of T: specialised by KELM_CLASS, KELM_ENUM, KELM_VARIANT and KELM_TYPEDEF. Each specialisation has
+// the described type as Self, its registered name as s_name, and a base that says what is described.
+template <class T>
+struct Description;
+
+template <class T>
+concept Described = requires
+{
+    Description<T>::s_name;
+};
+
+class TypeEmitter;
+
+// What stands for a member of a description that is no field.
+struct NoFieldType
+{
+    static constexpr void Emit(TypeEmitter&) {}
+};
+
+struct ClassDescription
+{
+    using Descriptor = ReflectedClass;
+    static constexpr ETypeByteCode s_code = FT_CLASS;
+};
+struct VariantDescription
+{
+    using Descriptor = ReflectedVariant;
+    static constexpr ETypeByteCode s_code = FT_VARIANT;
+};
+struct EnumDescription
+{
+    using Descriptor = ReflectedEnum;
+    static constexpr ETypeByteCode s_code = FT_ENUM;
+};
+struct TypedefDescription
+{
+    using Descriptor = ReflectedTypedef;
+    static constexpr ETypeByteCode s_code = FT_TYPEDEF;
+};
+
+// Options of a class.
+struct Persistable // its objects can be stored, and held by pref
+{
+    using FieldTypeOf = NoFieldType;
+};
+struct NotCreatable // data sources cannot make objects of it
+{
+    using FieldTypeOf = NoFieldType;
+};
+
+// The descriptor of a described type, and the operations on arrays of it. The argument selects the type and is not
+// used. A function of the same name for one type, written by hand beside that type, is preferred.
+template <Described T>
+const typename Description<T>::Descriptor& _GetReflected(const T*);
+template <Described T>
+const TypeOps* _GetTypeOps(const T*);
+
+} // namespace kelm

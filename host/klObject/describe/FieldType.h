@@ -1,0 +1,305 @@
+#pragma once
+
+// FieldType<T>: what a field of the C++ type T is in byte code. One specialisation for each kind of type; a type that
+// has none is a compile error that names it.
+//
+// Each has
+//     Value              the C++ type itself: T, with described typedefs replaced by what they stand for
+//     HasFunctions       whether a map or set lies in it, so that it needs a function table
+//     Emit(TypeEmitter&) appends the byte code, and the functions in the order of the byte code
+
+#include <klObject/IObject.h>
+#include <klObject/describe/Description.h>
+#include <klObject/describe/TypeEmitter.h>
+#include <klObject/describe/TypeName.h>
+#include <klObject/prefbase.h>
+#include <klObject/xdynarray.h>
+#include <klObject/xmap.h>
+#include <klObject/xset.h>
+#include <klObject/xvariant.h>
+#include <klUtils/xstring.h>
+#include <klUtils/xvector.h>
+
+#include <array>
+#include <concepts>
+#include <tuple>
+#include <type_traits>
+
+namespace kelm
+{
+
+// What a failed FieldType is instead, so that the one message is not buried under others.
+template <class T>
+struct UndescribedFieldType
+{
+    using Value = T;
+    static constexpr bool HasFunctions = false;
+    static constexpr void Emit(TypeEmitter&) {}
+};
+
+template <class T>
+struct FieldType : UndescribedFieldType<T>
+{
+    static_assert(s_isNever<T>,
+                  "the type T of this field is not described: describe it with KELM_CLASS or KELM_ENUM where the class "
+                  "with the field is described, or before (or write _GetReflected and _GetTypeOps for it by hand); "
+                  "strings and containers that are described are xstring, xstring16, xvector, xdynarray, xmap, xset, "
+                  "xvariant and std::array");
+};
+
+template <class T>
+requires(std::is_pointer_v<T> || std::is_reference_v<T>) struct FieldType<T> : UndescribedFieldType<T>
+{
+    static_assert(s_isNever<T>, "a field that is a pointer or a reference (T) cannot be described: hold objects by "
+                                "ptr<I> or pref<C>, and text in an xstring");
+};
+
+template <class T>
+struct PlainFieldType
+{
+    using Value = T;
+    static constexpr bool HasFunctions = false;
+};
+
+// --- numbers, characters, strings
+
+template <class T>
+concept PlainInteger = std::integral<T> && std::is_same_v<T, std::remove_cv_t<T>> && !std::is_same_v<T, bool> &&
+                       (std::is_same_v<T, std::make_signed_t<T>> || std::is_same_v<T, std::make_unsigned_t<T>>);
+
+// The code of a type that one code describes; FT_NOT_REFLECTED for all others.
+template <class T>
+inline constexpr ETypeByteCode s_scalarCode = FT_NOT_REFLECTED;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<bool> = FT_BOOL;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<char> = FT_CHAR8;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<char16_t> = FT_CHAR16;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<float> = FT_FLOAT32;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<double> = FT_FLOAT64;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<xstring> = FT_STRING8;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<xstring16> = FT_STRING16;
+template <PlainInteger T>
+inline constexpr ETypeByteCode s_scalarCode<T> = sizeof(T) == 1   ? (std::is_signed_v<T> ? FT_INT8 : FT_UINT8)
+                                                 : sizeof(T) == 2 ? (std::is_signed_v<T> ? FT_INT16 : FT_UINT16)
+                                                 : sizeof(T) == 4 ? (std::is_signed_v<T> ? FT_INT32 : FT_UINT32)
+                                                                  : (std::is_signed_v<T> ? FT_INT64 : FT_UINT64);
+
+template <class T>
+requires(s_scalarCode<T> != FT_NOT_REFLECTED) struct FieldType<T> : PlainFieldType<T>
+{
+    static constexpr void Emit(TypeEmitter& out) { out.Code(s_scalarCode<T>); }
+};
+
+// --- named types: described, or with hooks written by hand
+
+template <Described T>
+struct FieldType<T> : PlainFieldType<T>
+{
+    static constexpr void Emit(TypeEmitter& out) { out.Name(Description<T>::s_code, RegisteredName<T>()); }
+};
+
+// A typedef stands for its type, maps and sets in it included.
+template <Described T>
+requires std::derived_from<Description<T>, TypedefDescription>
+struct FieldType<T>
+{
+    using Value = typename FieldType<typename Description<T>::Type>::Value;
+    static constexpr bool HasFunctions = FieldType<Value>::HasFunctions;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Name(FT_TYPEDEF, RegisteredName<T>());
+        out.FunctionsOnly([&] { FieldType<Value>::Emit(out); });
+    }
+};
+
+inline constexpr ETypeByteCode CodeOfDescriptor(const ReflectedClass*)
+{
+    return FT_CLASS;
+}
+inline constexpr ETypeByteCode CodeOfDescriptor(const ReflectedVariant*)
+{
+    return FT_VARIANT;
+}
+inline constexpr ETypeByteCode CodeOfDescriptor(const ReflectedEnum*)
+{
+    return FT_ENUM;
+}
+inline constexpr ETypeByteCode CodeOfDescriptor(const ReflectedInterface*)
+{
+    return FT_INTERFACE;
+}
+
+template <HandDescribed T>
+struct FieldType<T> : PlainFieldType<T>
+{
+    static_assert(IsQualifiedName(RegisteredName<T>()), "the type T has a name that it cannot be registered by");
+
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        constexpr ETypeByteCode code = CodeOfDescriptor(static_cast<HandWrittenDescriptor<T>*>(nullptr));
+        out.Name(code, RegisteredName<T>());
+    }
+};
+
+template <class... As>
+requires(!Described<xvariant<As...>>) struct FieldType<xvariant<As...>> : UndescribedFieldType<xvariant<As...>>
+{
+    static_assert(s_isNever<As...>, "this xvariant is not described: name it and its alternatives with KELM_VARIANT");
+};
+
+// --- qualifiers and arrays
+
+template <class T>
+requires(!std::is_array_v<T>) struct FieldType<const T>
+{
+    using Value = const typename FieldType<T>::Value;
+    static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_CONST);
+        FieldType<T>::Emit(out);
+    }
+};
+
+template <class T, std::size_t N>
+struct FieldType<T[N]>
+{
+    static_assert(N <= 0x7FFFFFFF);
+
+    using Value = typename FieldType<T>::Value[N];
+    static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_ARRAY);
+        out.Int32(static_cast<int32>(N));
+        FieldType<T>::Emit(out);
+    }
+};
+
+template <class T, std::size_t N>
+requires(N > 0) struct FieldType<std::array<T, N>>
+{
+    static_assert(sizeof(std::array<typename FieldType<T>::Value, N>) == N * sizeof(typename FieldType<T>::Value));
+
+    using Value = std::array<typename FieldType<T>::Value, N>;
+    static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr void Emit(TypeEmitter& out) { FieldType<T[N]>::Emit(out); }
+};
+
+// --- containers
+
+template <class T>
+struct FieldType<xvector<T>>
+{
+    using Value = xvector<typename FieldType<T>::Value>;
+    static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_VECTOR);
+        FieldType<T>::Emit(out);
+    }
+};
+
+template <class T>
+struct FieldType<xdynarray<T>>
+{
+    using Value = xdynarray<typename FieldType<T>::Value>;
+    static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_DYNARRAY);
+        FieldType<T>::Emit(out);
+    }
+};
+
+template <class K, class V>
+struct FieldType<xmap<K, V>>
+{
+    using Key = typename FieldType<K>::Value;
+    using Payload = typename FieldType<V>::Value;
+    static_assert(!FieldType<K>::HasFunctions, "the key of a map cannot hold a map or set itself: its functions would "
+                                               "not be found; put it in a described class, as a model field");
+
+    using Value = xmap<Key, Payload>;
+    static constexpr bool HasFunctions = true;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_MAP);
+        PtrMapOrSetFns functions;
+        functions.mapFns = &MapFunctions<Key, Payload>::table;
+        out.Functions(functions);
+        FieldType<K>::Emit(out);
+        FieldType<V>::Emit(out);
+    }
+};
+
+template <class T>
+struct FieldType<xset<T>>
+{
+    using Element = typename FieldType<T>::Value;
+
+    using Value = xset<Element>;
+    static constexpr bool HasFunctions = true;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_SET);
+        PtrMapOrSetFns functions;
+        functions.setFns = &SetFunctions<Element>::table;
+        out.Functions(functions);
+        FieldType<T>::Emit(out);
+    }
+};
+
+// --- handles
+
+template <class I>
+struct FieldType<ptr<I>> : PlainFieldType<ptr<I>>
+{
+    static_assert(HandDescribed<I>, "the interface I of this ptr<I> has no _GetReflected");
+
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_INTERFACE_POINTER);
+        FieldType<I>::Emit(out);
+    }
+};
+
+// Whether a described class has the option; nothing is known of types described by hand.
+template <class T>
+constexpr bool IsPersistable()
+{
+    if constexpr (Described<T>)
+        return std::apply([](const auto&... members)
+                          { return (std::is_same_v<std::decay_t<decltype(members)>, Persistable> || ...); },
+                          Description<T>::Members());
+    else
+        return true;
+}
+
+// What it references is a class; prefbase itself references any persistable object.
+template <class T>
+struct FieldType<pref<T>> : PlainFieldType<pref<T>>
+{
+    static_assert(IsPersistable<T>(),
+                  "the class C of this pref<C> is not persistable: describe it with the option kelm::Persistable()");
+
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Code(FT_PREF);
+        FieldType<T>::Emit(out);
+    }
+};
+
+template <>
+struct FieldType<prefbase> : PlainFieldType<prefbase>
+{
+    static constexpr void Emit(TypeEmitter& out) { FieldType<pref<IPersistable>>::Emit(out); }
+};
+
+} // namespace kelm
