@@ -24,7 +24,7 @@ build_packages=(g++ cmake ninja-build ccache libcli11-dev nlohmann-json3-dev lib
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev clang-format-14)
 clang_packages=(clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev
-                libprotobuf-dev protobuf-compiler pkg-config python3)
+                libprotobuf-dev protobuf-compiler pkg-config python3 valgrind)
 
 # build PRESET [TARGET...]: configures and builds build/PRESET, quietly unless it fails.
 build() {

@@ -18,22 +18,41 @@ namespace
 
 // --- Reading operands ------------------------------------------------------------------------------------------------
 
-template <class T>
-bool ReadBoth(T& x, T& y, const KSValue& a, const KSValue& b)
+// Assign, with the script's own numbers, which nearly all operands are, read without a call.
+inline bool Read(int64& x, const KSValue& v)
 {
-    return Assign(x, a) && Assign(y, b);
-}
-
-// Two script integers, which is what nearly all integer operands are, without a call.
-inline bool ReadBoth(int64& x, int64& y, const KSValue& a, const KSValue& b)
-{
-    if (a.is<int64>() && b.is<int64>()) [[likely]]
+    if (v.is<int64>())
     {
-        x = KSValueAccess::Get<int64>(a);
-        y = KSValueAccess::Get<int64>(b);
+        x = KSValueAccess::Get<int64>(v);
         return true;
     }
-    return Assign(x, a) && Assign(y, b);
+    if (v.is<float64>())
+    {
+        x = TruncateToInt64(KSValueAccess::Get<float64>(v));
+        return static_cast<float64>(x) == KSValueAccess::Get<float64>(v);
+    }
+    return Assign(x, v);
+}
+
+inline bool Read(float64& x, const KSValue& v)
+{
+    if (v.is<float64>())
+    {
+        x = KSValueAccess::Get<float64>(v);
+        return true;
+    }
+    return Assign(x, v);
+}
+
+inline bool Read(bool& x, const KSValue& v)
+{
+    return Assign(x, v);
+}
+
+template <class T>
+inline bool ReadBoth(T& x, T& y, const KSValue& a, const KSValue& b)
+{
+    return Read(x, a) && Read(y, b);
 }
 
 // A text operand, without a copy of a string that is there already.
@@ -352,16 +371,40 @@ KSValue operator&&(const KSValue& a, const KSValue& b)
 
 // --- Comparison ------------------------------------------------------------------------------------------------------
 
-bool IsEqual(const KSValue& a, const KSValue& b)
+namespace
 {
-    bool p = false;
-    bool q = false;
-    if (ReadBoth(p, q, a, b))
-        return p == q;
+
+bool IsNumber(const KSValue& v)
+{
+    return v.is<int64>() || v.is<float64>();
+}
+
+// Compares two texts; false where the operands are not both texts.
+template <class Comparison>
+bool TryCompareTexts(bool& result, const KSValue& a, const KSValue& b, Comparison compare)
+{
     TextOperand s;
     TextOperand t;
-    if (s.Read(a) && t.Read(b))
-        return s.Get() == t.Get();
+    if (!s.Read(a) || !t.Read(b))
+        return false;
+    result = compare(s.Get(), t.Get());
+    return true;
+}
+
+} // namespace
+
+bool IsEqual(const KSValue& a, const KSValue& b)
+{
+    if (!IsNumber(a)) // which is neither a bool nor a text
+    {
+        bool p = false;
+        bool q = false;
+        if (ReadBoth(p, q, a, b))
+            return p == q;
+        bool isEqual = false;
+        if (TryCompareTexts(isEqual, a, b, std::equal_to<xstring>()))
+            return isEqual;
+    }
     int64 i = 0;
     int64 j = 0;
     if (ReadBoth(i, j, a, b))
@@ -376,10 +419,9 @@ bool IsEqual(const KSValue& a, const KSValue& b)
 
 bool IsLess(const KSValue& a, const KSValue& b)
 {
-    TextOperand s;
-    TextOperand t;
-    if (s.Read(a) && t.Read(b))
-        return s.Get() < t.Get();
+    bool isLess = false;
+    if (!IsNumber(a) && TryCompareTexts(isLess, a, b, std::less<xstring>()))
+        return isLess;
     int64 i = 0;
     int64 j = 0;
     if (ReadBoth(i, j, a, b))

@@ -654,7 +654,9 @@ void ParseVectorVariable(ExpressionParser& parser, ReflectionByteCode elementTyp
 void ParseMapVariable(ExpressionParser& parser, ReflectionByteCode mapType, void* map)
 {
     const ReflectionByteCode rbc = mapType;
-    const ReflectionByteCode keyType = mapType.GetElementType();
+    // The key goes with the map's own function table; those of maps in the payload follow it.
+    ReflectionByteCode keyType = mapType.GetElementType();
+    keyType.m_mapOrSetFns = rbc.m_mapOrSetFns;
     ReflectionByteCode payloadType = keyType;
     payloadType.ScanType();
     KELM_ASSERT(rbc.m_mapOrSetFns);

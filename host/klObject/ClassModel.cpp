@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <bit>
-#include <limits>
 
 namespace kelm
 {

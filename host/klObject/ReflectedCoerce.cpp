@@ -9,6 +9,7 @@
 
 #include <concepts>
 #include <limits>
+#include <utility>
 
 // A variable is read as one of a few script-like values, and each target is a set of functions over those. Whether an
 // explicit conversion is allowed is the targets' `m_allowExplicit`.

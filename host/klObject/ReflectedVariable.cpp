@@ -1,8 +1,6 @@
 #include <klObject/ReflectedVariable.h>
 
-#include <klObject/IObject.h>
 #include <klObject/ReflectedTypes.h>
-#include <klObject/prefbase.h>
 #include <klObject/private/ClassFields.h>
 #include <klObject/private/ScalarTypes.h>
 #include <klObject/private/TypeCodes.h>
@@ -12,7 +10,6 @@
 
 #include <cstring>
 #include <new>
-#include <utility>
 
 // Everything here works on `count` variables of one type that lie side by side, so that the type is decided on once for
 // all elements of an array or vector; a single variable is an array of one.

@@ -24,9 +24,11 @@ KLOBJECT_API void ConstructReflectedVariable(ReflectionByteCode rbc, void* p);
 KLOBJECT_API void DestructReflectedVariable(ReflectionByteCode rbc, void* p);
 
 // Equality and strict order of two variables. Two null byte codes are equal and neither is less; a null one is less
-// than any other. Variables of different underlying types are ordered by their codes and never equal; otherwise by
-// value: classes field by field (or by their type operations), containers element by element, variants first by
-// alternative, handles by the object that they designate.
+// than any other. Variables of different underlying types are never equal and are ordered by the types: by their codes,
+// then by names, counts and element types. Otherwise by value: classes and variants by their type operations where they
+// have the one that is needed, or else classes field by field (dropped fields excepted) and variants by alternative,
+// then value; containers element by element; handles by the object that they designate, persistent references by its
+// identity, without loading it. A class of neither fields nor operations cannot be compared.
 KLOBJECT_API bool CompareEqReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2,
                                              const void* p2);
 KLOBJECT_API bool CompareLtReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2,

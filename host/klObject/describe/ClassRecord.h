@@ -9,6 +9,7 @@
 
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -74,16 +75,23 @@ struct MemberCounts
     bool m_isCreatable;
 };
 
+constexpr std::size_t CountTrue(std::initializer_list<bool> flags)
+{
+    std::size_t count = 0;
+    for (const bool flag : flags)
+        count += flag;
+    return count;
+}
+
 template <class... Ms>
 constexpr MemberCounts CountMembers(const std::tuple<Ms...>&)
 {
-    constexpr auto count = [](auto... is) { return (std::size_t(is) + ... + 0U); };
-    return {count(s_isModelField<Ms>...),
-            count(s_isOrdinaryField<Ms>...),
-            count(s_isEmbeddedModel<Ms>...),
-            count(s_lacksFunctions<Ms>...),
-            (std::is_same_v<Ms, Persistable> || ...),
-            !(std::is_same_v<Ms, NotCreatable> || ...)};
+    return {CountTrue({s_isModelField<Ms>...}),
+            CountTrue({s_isOrdinaryField<Ms>...}),
+            CountTrue({s_isEmbeddedModel<Ms>...}),
+            CountTrue({s_lacksFunctions<Ms>...}),
+            CountTrue({std::is_same_v<Ms, Persistable>...}) > 0,
+            CountTrue({std::is_same_v<Ms, NotCreatable>...}) == 0};
 }
 
 template <class T>
@@ -107,9 +115,12 @@ class ClassRecord : DescribedRecord<T>
     static constexpr void ForEachMember(Add add)
     {
         std::size_t i = 0;
-        std::apply([&](const auto&... members)
-                   { ((add(members, s_tables.ByteCode(i), s_tables.Functions(i)), ++i), ...); },
-                   s_members);
+        const auto addNext = [&](const auto& member)
+        {
+            add(member, s_tables.ByteCode(i), s_tables.Functions(i));
+            ++i;
+        };
+        std::apply([&](const auto&... members) { (addNext(members), ...); }, s_members);
     }
 
     static constexpr auto s_fields = []

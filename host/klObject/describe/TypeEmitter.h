@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstddef>
+#include <type_traits>
 
 namespace kelm
 {
@@ -108,7 +109,12 @@ struct TypeTables
         static_assert(MaxSizes().m_numNames <= 0x10000, "a string table holds up to 65,536 names");
         TypeEmitter emitter(m_bytes.data(), m_names.data(), m_functions.data());
         std::size_t i = 0;
-        ((m_starts[i++] = emitter.Sizes(), FieldTypes::Emit(emitter)), ...);
+        const auto emitNext = [&]<class FieldType>(std::type_identity<FieldType>)
+        {
+            m_starts[i++] = emitter.Sizes();
+            FieldType::Emit(emitter);
+        };
+        (emitNext(std::type_identity<FieldTypes>()), ...);
     }
 
     constexpr const uint8* ByteCode(std::size_t i) const { return m_bytes.data() + m_starts[i].m_numBytes; }

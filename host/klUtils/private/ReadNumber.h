@@ -126,10 +126,36 @@ private:
     }
 };
 
+inline constexpr double s_powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                           1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
+// Digits with a point among them, so few that they and the power of ten are exact as doubles: one division rounds
+// correctly (W. D. Clinger, "How to read floating point numbers accurately", 1990). False for every other literal.
+inline bool TryReadShortDouble(SubString literal, double& value)
+{
+    constexpr ssize_t maxDigits = 15;
+    if (literal.size() < 2 || literal.size() > maxDigits + 1)
+        return false;
+    const char* const end = literal.m_p2;
+    const char* p = literal.m_p1;
+    int64 digits = 0;
+    for (; p != end && DigitValue(*p) <= 9; ++p)
+        digits = 10 * digits + static_cast<int64>(DigitValue(*p));
+    if (p == end || *p != '.')
+        return false;
+    const char* const fraction = ++p;
+    for (; p != end && DigitValue(*p) <= 9; ++p)
+        digits = 10 * digits + static_cast<int64>(DigitValue(*p));
+    value = static_cast<double>(digits) / s_powersOfTen[p - fraction];
+    return p == end;
+}
+
 // The double nearest to a decimal literal of digits, point and exponent; false where the text is none or lies beyond
 // the range of double. A value too small for double is zero.
 inline bool ReadDouble(SubString literal, double& value)
 {
+    if (TryReadShortDouble(literal, value))
+        return true;
     const DecimalFloat parts(literal);
     if (!parts.m_isNumber)
         return false;

@@ -1,0 +1,246 @@
+#include <klUtils/StackSegment.h>
+
+#include <klUtils/LexScannerException.h>
+#include <klUtils/xvector.h>
+#include <support/Depth.h>
+#include <support/Expect.h>
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <pthread.h>
+#include <ucontext.h>
+
+namespace kelm
+{
+namespace
+{
+
+// Recurses `depth` deep, calls `atBottom` there, and returns the number of levels.
+__attribute__((noinline)) long Descend(long depth, const std::function<void()>& atBottom)
+{
+    if (IsStackLow())
+    {
+        long levels = 0;
+        CallOnFreshSegment([&] { levels = Descend(depth, atBottom); });
+        return levels;
+    }
+    if (depth == 0)
+    {
+        atBottom();
+        return 0;
+    }
+    const volatile long one = 1; // read behind the call, so that no compiler turns the recursion into a loop
+    const long below = Descend(depth - 1, atBottom);
+    return below + one;
+}
+
+// Runs `f` on a thread whose stack has `stackSize` bytes, and rethrows what it throws.
+void RunOnThread(std::size_t stackSize, const std::function<void()>& f)
+{
+    struct Work
+    {
+        const std::function<void()>& m_function;
+        std::exception_ptr m_failure;
+    } work{f, nullptr};
+
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackSize), 0);
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(
+                  &thread, &attributes,
+                  [](void* argument) -> void*
+                  {
+                      Work& received = *static_cast<Work*>(argument);
+                      try
+                      {
+                          received.m_function();
+                      }
+                      catch (...)
+                      {
+                          received.m_failure = std::current_exception();
+                      }
+                      return nullptr;
+                  },
+                  &work),
+              0);
+    pthread_attr_destroy(&attributes);
+    ASSERT_EQ(pthread_join(thread, nullptr), 0);
+    if (work.m_failure)
+        std::rethrow_exception(work.m_failure);
+}
+
+TEST(StackSegment, LetsARecursionGoOnFarBeyondTheThreadsStack)
+{
+    EXPECT_FALSE(IsStackLow());
+    EXPECT_EQ(Descend(s_depth, [] {}), s_depth);
+    EXPECT_FALSE(IsStackLow());
+    EXPECT_EQ(Descend(s_depth / 10, [] {}), s_depth / 10); // and again
+}
+
+TEST(StackSegment, PassesOnAnExceptionThrownDeepDown)
+{
+    const LSToken token{TOKEN_IDENTIFIER, "x"};
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_TRUE(ThrowsLexScannerException(
+            [&] { Descend(s_depth / 10, [&] { throw LexScannerException("deep down", token); }); }, token.m_str, 0,
+            "deep down"));
+        EXPECT_FALSE(IsStackLow());
+    }
+}
+
+TEST(StackSegment, LetsAnExceptionBeCaughtOnTheSegmentThatThrowsIt)
+{
+    bool isCaught = false;
+    Descend(s_depth / 10,
+            [&]
+            {
+                try
+                {
+                    throw std::runtime_error("here");
+                }
+                catch (const std::runtime_error&)
+                {
+                    isCaught = true;
+                }
+            });
+    EXPECT_TRUE(isCaught);
+}
+
+TEST(StackSegment, DestroysWhatAnExceptionPasses)
+{
+    int alive = 0;
+    struct Guard
+    {
+        explicit Guard(int& count) : m_count(count) { ++m_count; }
+        ~Guard() { --m_count; }
+        int& m_count;
+    };
+    const std::function<void(int)> descend = [&](int depth)
+    {
+        const Guard guard(alive);
+        if (depth == 0)
+            throw std::runtime_error("bottom");
+        CallOnFreshSegment([&] { descend(depth - 1); });
+    };
+    EXPECT_THROW(descend(10), std::runtime_error);
+    EXPECT_EQ(alive, 0);
+}
+
+TEST(StackSegment, RunsTheCallOnAnotherStackAndComesBack)
+{
+    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    std::uintptr_t there = 0;
+    const auto call = [&] { there = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); };
+    CallOnFreshSegment(call);
+    EXPECT_GT(here > there ? here - there : there - here, std::uintptr_t(64) * 1024);
+}
+
+TEST(StackSegment, IsKeptForTheNextCallAndNeverSharedByTwo)
+{
+    const auto here = [] { return reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); };
+    std::uintptr_t first = 0, second = 0, inner = 0;
+    CallOnFreshSegment([&] { first = here(); });
+    CallOnFreshSegment(
+        [&]
+        {
+            second = here();
+            CallOnFreshSegment([&] { inner = here(); });
+        });
+    const auto distance = [](std::uintptr_t a, std::uintptr_t b) { return a > b ? a - b : b - a; };
+    EXPECT_LT(distance(first, second), std::uintptr_t(64) * 1024);
+    EXPECT_GT(distance(second, inner), std::uintptr_t(64) * 1024);
+}
+
+TEST(StackSegment, ServesAThreadWithASmallStack)
+{
+    long levels = 0;
+    RunOnThread(s_smallStack, [&] { levels = Descend(s_depth / 10, [] {}); });
+    EXPECT_EQ(levels, s_depth / 10);
+}
+
+TEST(StackSegment, PassesOnAnExceptionInAThreadWithASmallStack)
+{
+    EXPECT_THROW(
+        RunOnThread(s_smallStack, [] { Descend(s_depth / 10, [] { throw std::runtime_error("deep down"); }); }),
+        std::runtime_error);
+}
+
+TEST(StackSegment, ServesManyThreadsAtOnce)
+{
+    constexpr int numThreads = 4;
+    std::vector<long> levels(numThreads);
+    std::vector<pthread_t> threads(numThreads);
+    for (int i = 0; i < numThreads; ++i)
+        ASSERT_EQ(pthread_create(
+                      &threads[static_cast<std::size_t>(i)], nullptr,
+                      [](void* argument) -> void*
+                      {
+                          *static_cast<long*>(argument) = Descend(s_depth / 10, [] {});
+                          return nullptr;
+                      },
+                      &levels[static_cast<std::size_t>(i)]),
+                  0);
+    for (const pthread_t thread : threads)
+        ASSERT_EQ(pthread_join(thread, nullptr), 0);
+    EXPECT_EQ(levels, std::vector<long>(numThreads, s_depth / 10));
+}
+
+ucontext_t s_host, s_coroutine;
+bool s_wasLow;
+
+void CoroutineBody()
+{
+    s_wasLow = IsStackLow();
+}
+
+TEST(StackSegment, LeavesAHostsOwnStackAlone)
+{
+    EXPECT_FALSE(IsStackLow()); // the thread's own stack is known by now
+    std::vector<char> stack(std::size_t(256) * 1024);
+    getcontext(&s_coroutine);
+    s_coroutine.uc_stack.ss_sp = stack.data();
+    s_coroutine.uc_stack.ss_size = stack.size();
+    s_coroutine.uc_link = &s_host;
+    makecontext(&s_coroutine, CoroutineBody, 0);
+    s_wasLow = true;
+    swapcontext(&s_host, &s_coroutine);
+    EXPECT_FALSE(s_wasLow);
+}
+
+struct Nested
+{
+    xvector<Nested> m_children;
+};
+
+TEST(StackSegment, LetsADestructorRunToAnyDepth)
+{
+    Nested chain;
+    for (long i = 0; i < s_depth / 10; ++i)
+    {
+        Nested outer;
+        outer.m_children.push_back(std::move(chain));
+        chain = std::move(outer);
+    }
+    chain.m_children.clear();
+    EXPECT_TRUE(chain.m_children.empty());
+    EXPECT_FALSE(IsStackLow());
+}
+
+TEST(CallWithEnoughStack, RunsInPlaceWhileThereIsRoom)
+{
+    std::uintptr_t there = 0;
+    CallWithEnoughStack([&]() noexcept { there = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); });
+    const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    EXPECT_LT(here > there ? here - there : there - here, std::uintptr_t(64) * 1024);
+}
+
+} // namespace
+} // namespace kelm

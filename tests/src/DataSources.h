@@ -1,0 +1,110 @@
+#pragma once
+
+// Reading data sources in tests: texts into variables, and tables of texts that fail.
+
+#include <klKelmScript/ParseDataSource.h>
+#include <klObject/ReflectionByteCode.h>
+#include <support/Expect.h>
+#include <support/HandmadeClasses.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define KELM_TESTS_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define KELM_TESTS_ASAN 1
+#endif
+#endif
+#ifdef KELM_TESTS_ASAN
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace kelm
+{
+
+// While it exists, memory that is allocated may leak: the last key of a map and the alternatives that variants held
+// before are not destroyed.
+class ExpectedLeaks
+{
+public:
+#ifdef KELM_TESTS_ASAN
+    ExpectedLeaks()
+    {
+        __lsan_disable();
+    }
+    ~ExpectedLeaks()
+    {
+        __lsan_enable();
+    }
+#else
+    ExpectedLeaks() {}
+#endif
+    ExpectedLeaks(const ExpectedLeaks&) = delete;
+    ExpectedLeaks& operator=(const ExpectedLeaks&) = delete;
+};
+
+// How much deep nesting a test build stands: a sanitizer's frames are larger, and its bookkeeping slower.
+#ifdef KELM_TESTS_ASAN
+inline constexpr int s_deep = 50'000;
+#else
+inline constexpr int s_deep = 1'000'000;
+#endif
+
+inline std::string Repeat(const std::string& text, int count)
+{
+    std::string repeated;
+    repeated.reserve(text.size() * static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        repeated += text;
+    return repeated;
+}
+
+// What is left of the text at the parser's current token.
+inline std::string RestAt(const ExpressionParser& parser, SubString text)
+{
+    return ToStdString({parser.m_token.m_str.m_p1, text.m_p2});
+}
+
+// Reads a value into a variable of the type that `bc` describes and returns the text behind it.
+inline std::string ReadVariable(const std::string& text, ReflectionByteCode type, void* data)
+{
+    ExpressionParser parser;
+    parser.Init(ViewOf(text));
+    ParseVariable(parser, type, data);
+    return RestAt(parser, ViewOf(text));
+}
+
+// Reads a class value into `object` and returns the text behind it.
+template <class T>
+std::string Fill(T& object, const std::string& text)
+{
+    ExpressionParser parser;
+    parser.Init(ViewOf(text));
+    ParseClassVariable(parser, hand::ClassOf<T>(), &object);
+    return RestAt(parser, ViewOf(text));
+}
+
+// A text that fails, with the whole message and the place of the error.
+struct FailingText
+{
+    std::string m_text;
+    std::string m_message;
+    ssize_t m_offset;
+};
+
+template <class T, std::size_t N>
+void ExpectFillFailures(const FailingText (&rows)[N])
+{
+    for (const FailingText& row : rows)
+    {
+        T object;
+        EXPECT_TRUE(ThrowsLexScannerException([&] { Fill(object, row.m_text); }, ViewOf(row.m_text), row.m_offset,
+                                              row.m_message))
+            << row.m_text;
+    }
+}
+
+} // namespace kelm
