@@ -55,6 +55,8 @@ function(kelm_library name)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${ARG_INCLUDE_ROOT}>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
+    # Neighbouring members joined into one wide load would wait for the narrower stores that made them.
+    target_compile_options(${name} PRIVATE -fno-tree-slp-vectorize)
     # Calls inside a library need no detour through its symbol table. --no-as-needed keeps libraries that are loaded
     # with a module although nothing of them is called.
     target_compile_options(${name} PRIVATE -fno-semantic-interposition -fno-plt)

@@ -13,7 +13,6 @@
 #include <klKelmScript/private/KSValueOperations.h>
 #include <klUtils/StackSegment.h>
 
-#include <array>
 #include <cmath>
 #include <iterator>
 
@@ -442,15 +441,24 @@ void KSParser::ParseBinaryOperators(KSValue& literal, int level)
     EToken token = m_token.m_type;
     do
     {
-        ReadNextToken();
         KSValue y;
-        EvaluateUnary(y);
+        EvaluateRightOperand(y);
         const int operatorsLevel = LevelOf(token);
         if (LevelOf(m_token.m_type) > operatorsLevel)
             ParseBinaryOperators(y, operatorsLevel + 1);
         s_tokenRoles.m_apply[TokenRoles::IndexOf(token)](literal, literal, y);
         token = m_token.m_type;
     } while (LevelOf(token) >= level);
+}
+
+// The operand behind an operator, which is still the current token.
+[[gnu::always_inline]] inline void KSParser::EvaluateRightOperand(KSValue& literal)
+{
+    int64 value = 0;
+    if (!TryReadInteger(value))
+        return EvaluateUnary(literal);
+    KSValueAccess::Set(literal, value);
+    FinishPostfix(literal);
 }
 
 // --- Operands --------------------------------------------------------------------------------------------------------
@@ -685,7 +693,7 @@ struct BuiltInTable
     static constexpr int s_numSlots = 64;
 
     uint32 m_multiplier = 0;
-    std::array<const KSParser::BuiltIn*, s_numSlots> m_slots{};
+    uint8 m_slots[s_numSlots] = {}; // an index into s_builtIns, counted from 1; 0 is none
 
     constexpr BuiltInTable()
     {
@@ -695,8 +703,8 @@ struct BuiltInTable
 
     const KSParser::BuiltIn* Find(SubString name) const
     {
-        const KSParser::BuiltIn* const builtIn = m_slots[SlotOf(name)];
-        return builtIn != nullptr && strcmp(name, builtIn->m_name) == 0 ? builtIn : nullptr;
+        const uint8 slot = m_slots[SlotOf(name)];
+        return slot != 0 && strcmp(name, s_builtIns[slot - 1].m_name) == 0 ? &s_builtIns[slot - 1] : nullptr;
     }
 
 private:
@@ -710,13 +718,14 @@ private:
 
     constexpr bool TryFill()
     {
-        m_slots = {};
-        for (const KSParser::BuiltIn& builtIn : s_builtIns)
+        for (uint8& slot : m_slots)
+            slot = 0;
+        for (uint8 i = 0; i < std::size(s_builtIns); ++i)
         {
-            const KSParser::BuiltIn*& slot = m_slots[SlotOf(builtIn.m_name)];
-            if (slot != nullptr)
+            uint8& slot = m_slots[SlotOf(s_builtIns[i].m_name)];
+            if (slot != 0)
                 return false;
-            slot = &builtIn;
+            slot = static_cast<uint8>(i + 1);
         }
         return true;
     }

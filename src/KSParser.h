@@ -69,6 +69,7 @@ private:
 
     void EvaluateExpression(KSValue& literal);
     void EvaluateBinary(KSValue& literal, int level);
+    void EvaluateRightOperand(KSValue& literal);
     void EvaluateUnary(KSValue& literal);
     void EvaluatePrimary(KSValue& literal);
     void FinishExpression(KSValue& literal);

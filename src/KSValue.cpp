@@ -42,10 +42,19 @@ const char* KSValueException::what() const noexcept
 
 void KSValue::ConstructOwned(const KSValue& other)
 {
-    if (_tag == KSV_STRING8)
-        ::new (static_cast<void*>(_data)) xstring(other.as<string8>());
-    else
-        ::new (static_cast<void*>(_data)) ReflectedValue(other.as<ReflectedValue>());
+    try
+    {
+        if (_tag == KSV_STRING8)
+            ::new (static_cast<void*>(_data)) xstring(other.as<string8>());
+        else
+            ::new (static_cast<void*>(_data)) ReflectedValue(other.as<ReflectedValue>());
+    }
+    catch (...)
+    {
+        // The storage may hold what was destroyed before; zero bytes own nothing, so the value can be destroyed.
+        std::memset(_data, 0, sizeof _data);
+        throw;
+    }
 }
 
 void KSValue::DestroyOwned() noexcept

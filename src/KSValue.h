@@ -114,8 +114,8 @@ public:
     KSValue(KSValue&& other) : _tag(other._tag) { MoveFrom(other); }
     ~KSValue() { DestroyPayload(); }
 
-    // An exception while the new payload is built leaves the value with the new tag and no payload; such a value may
-    // only be given up together with the whole computation.
+    // An exception while the new payload is built leaves the value with the new tag and no payload: nothing may be
+    // done with it but destroying it and assigning to it.
     KSValue& operator=(const KSValue& other)
     {
         if (this != &other)

@@ -12,6 +12,7 @@
 #include <klObject/Registry.h>
 #include <klObject/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/PlainText.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/ToString.h>
 #include <klUtils/TracerX.h>
@@ -19,6 +20,7 @@
 
 #include <cstring>
 #include <iterator>
+#include <type_traits>
 
 namespace kelm
 {
@@ -260,16 +262,28 @@ void Store(void* data, T value)
 
 bool ReadEndOrComma(ExpressionParser& parser);
 
-// What the reader knows of a scalar type: how one value is read into place, where nothing is stored when it throws, and
-// how the elements of a vector are, in a loop that does not look at the type again. An element is there, and zero,
-// before its value is read.
+// What the reader knows of a scalar type.
 struct ScalarReader
 {
+    // Reads one value into place; nothing is stored when it throws.
     void (*m_readValue)(ExpressionParser& parser, void* data) = nullptr;
+
+    // Reads the elements of a vector, in a loop that does not look at the type again. An element is there, and zero,
+    // before its value is read.
     void (*m_readElements)(ExpressionParser& parser, VectorOfByte& vector) = nullptr;
+
+    // Reads the value of a member from plain text, where another member or the end of the body follows it; false, with
+    // nothing stored, where the text is not plain. Null for types that have no plain form.
+    bool (*m_tryReadMember)(PlainText& text, void* data) = nullptr;
 
     explicit operator bool() const { return m_readValue != nullptr; }
 };
+
+template <class T>
+constexpr bool s_hasPlainForm = std::is_same_v<T, float64>;
+template <class T>
+requires(std::is_integral_v<T> && !std::is_same_v<T, bool> && !std::is_same_v<T, xchar> &&
+         !std::is_same_v<T, char16_t>) constexpr bool s_hasPlainForm<T> = true;
 
 template <class T, T (*Read)(ExpressionParser&)>
 struct ScalarReading
@@ -280,17 +294,47 @@ struct ScalarReading
     {
         do
         {
+            if constexpr (s_hasPlainForm<T>)
+                ReadPlainElements(parser, vector);
             char* const element = vector.Extend(sizeof(T));
             Store(element, T());
             Store(element, Read(parser));
         } while (!ReadEndOrComma(parser));
+    }
+
+    // As many elements as are plain and have a comma behind them.
+    static void ReadPlainElements(ExpressionParser& parser, VectorOfByte& vector)
+    {
+        PlainText text = parser.GetPlainText();
+        const char* comma = nullptr;
+        T value;
+        while (text.TryRead(value) && text.TryPass(','))
+        {
+            Store(vector.Extend(sizeof(T)), value);
+            comma = text.GetLastToken();
+        }
+        if (comma != nullptr)
+            parser.ContinueBehind(comma);
+    }
+
+    static bool TryReadMember(PlainText& text, void* data)
+    {
+        T value;
+        if (!text.TryRead(value) || !text.IsBeforeMember())
+            return false;
+        Store(data, value);
+        return true;
     }
 };
 
 template <class T, T (*Read)(ExpressionParser&)>
 constexpr ScalarReader MakeScalarReader()
 {
-    return {ScalarReading<T, Read>::ReadValue, ScalarReading<T, Read>::ReadElements};
+    using Reading = ScalarReading<T, Read>;
+    ScalarReader reader{Reading::ReadValue, Reading::ReadElements};
+    if constexpr (s_hasPlainForm<T>)
+        reader.m_tryReadMember = Reading::TryReadMember;
+    return reader;
 }
 
 template <class T, T (ExpressionParser::*Parse)(bool)>
@@ -300,9 +344,9 @@ T ReadTyped(ExpressionParser& parser)
 }
 
 // A 16-bit character is written as an 8-bit one.
-int16 ReadChar16(ExpressionParser& parser)
+char16_t ReadChar16(ExpressionParser& parser)
 {
-    return parser.ParseChar(false);
+    return static_cast<char16_t>(static_cast<int16>(parser.ParseChar(false)));
 }
 
 struct ScalarRow
@@ -324,7 +368,7 @@ constexpr ScalarRow s_scalars[] = {
     {FT_FLOAT32, MakeScalarReader<float32, ReadTyped<float32, &ExpressionParser::ParseFloat32>>()},
     {FT_FLOAT64, MakeScalarReader<float64, ReadTyped<float64, &ExpressionParser::ParseFloat64>>()},
     {FT_CHAR8, MakeScalarReader<xchar, ReadTyped<xchar, &ExpressionParser::ParseChar>>()},
-    {FT_CHAR16, MakeScalarReader<int16, ReadChar16>()},
+    {FT_CHAR16, MakeScalarReader<char16_t, ReadChar16>()},
 };
 
 struct ScalarReaders
@@ -366,16 +410,25 @@ void ReadEnumeratorByNumber(ExpressionParser& parser, const ReflectedEnum& r, vo
     ThrowUnknown(parser, "value", NumberText(value), "enum", r.m_name);
 }
 
+// The index of the enumerator of that name, or -1.
+int32 FindEnumerator(const ReflectedEnum& r, SubString name)
+{
+    for (int32 i = 0; i < r.m_count; ++i)
+        if (strcmp(name, r.m_strings[i]) == 0)
+            return i;
+    return -1;
+}
+
 void ReadEnumeratorByName(ExpressionParser& parser, const ReflectedEnum& r, void* data)
 {
     if (parser.m_token.m_type != TOKEN_IDENTIFIER)
         parser.ThrowExpectedException("identifier");
     const SubString name = parser.m_token.m_str;
     parser.ReadNextToken();
-    for (int32 i = 0; i < r.m_count; ++i)
-        if (strcmp(name, r.m_strings[i]) == 0)
-            return Store(data, r.GetValue(i));
-    ThrowUnknown(parser, "member", name, "enum", r.m_name);
+    const int32 i = FindEnumerator(r, name);
+    if (i < 0)
+        ThrowUnknown(parser, "member", name, "enum", r.m_name);
+    Store(data, r.GetValue(i));
 }
 
 void ReadEnumerator(ExpressionParser& parser, const ReflectedEnum& r, void* data)
@@ -459,6 +512,39 @@ void ParseVariable(ExpressionParser& parser, ReflectionByteCode type, void* data
 namespace
 {
 
+bool TryReadPlainString(PlainText& text, xstring& data)
+{
+    SubString contents;
+    if (!text.TryReadQuoted(contents) || !text.IsBeforeMember())
+        return false;
+    data.assign(contents.data(), contents.size());
+    return true;
+}
+
+bool TryReadPlainEnumerator(PlainText& text, const ReflectedEnum& r, void* data)
+{
+    SubString name;
+    if (!text.TryReadName(name) || !text.IsBeforeMember())
+        return false;
+    const int32 i = FindEnumerator(r, name);
+    if (i < 0)
+        return false;
+    Store(data, r.GetValue(i));
+    return true;
+}
+
+// A member's value of a type without a prefix, where it is plain.
+bool TryReadPlainValue(PlainText& text, const ReflectionByteCode& type, void* data)
+{
+    const ETypeByteCode code = type.GetCode();
+    if (const ScalarReader reader = GetScalarReader(code))
+        return reader.m_tryReadMember != nullptr && reader.m_tryReadMember(text, data);
+    if (code == FT_STRING8)
+        return TryReadPlainString(text, *static_cast<xstring*>(data));
+    const ReflectedEnum* const r = code == FT_ENUM ? type.GetReflectedEnum() : nullptr;
+    return r != nullptr && TryReadPlainEnumerator(text, *r, data);
+}
+
 // One instance being filled: its class, its model, and where the two lie.
 class ClassReader
 {
@@ -490,8 +576,12 @@ public:
     void ReadNamedBody()
     {
         m_parser.ReadNextToken();
+        ReadPlainMembers();
         while (m_parser.m_token.m_type != TOKEN_RIGHT_CURLY)
+        {
             ReadMember();
+            ReadPlainMembers();
+        }
         m_parser.ReadNextToken();
     }
 
@@ -501,6 +591,35 @@ private:
         if (!isFirst)
             m_parser.ParseGivenToken(TOKEN_COMMA, ",");
         isFirst = false;
+    }
+
+    // As many model members as are written plainly.
+    void ReadPlainMembers()
+    {
+        if (m_model.m_class == nullptr || m_parser.m_token.m_type != TOKEN_IDENTIFIER)
+            return;
+        PlainText text = m_parser.GetPlainText();
+        const char* lastToken = nullptr;
+        while (TryReadPlainMember(text))
+            lastToken = text.GetLastToken();
+        if (lastToken != nullptr)
+            m_parser.ContinueBehind(lastToken);
+    }
+
+    bool TryReadPlainMember(PlainText& text)
+    {
+        SubString name;
+        if (!text.TryReadName(name) || !text.TryPassEqual())
+            return false;
+        const ssize_t i = FindPresentModelField(*m_model.m_class, name, m_nextModelField);
+        if (i < 0)
+            return false;
+        const ReflectedModelField& field = m_model.m_class->m_modelFields[i];
+        if (!TryReadPlainValue(text, {field.m_bc, m_model.m_class->m_stringTable},
+                               m_data + m_model.m_offset + field.m_offset))
+            return false;
+        m_nextModelField = i + 1;
+        return true;
     }
 
     // Members are looked for behind the last one first: in declaration order each is found with one comparison.

@@ -5,6 +5,7 @@
 #include <klObject/Registry.h>
 #include <klObject/prefbase.h>
 #include <klPersistStore/ReadBarrier.h>
+#include <klUtils/CharTable.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/xostream.h>
@@ -60,6 +61,114 @@ ssize_t GetElementSize(const ReflectionByteCode& elementType)
 
 } // namespace
 
+// --- The tokens of a path --------------------------------------------------------------------------------------------
+
+// The parser's token stream as a walk sees it. As long as the path is plain (names, decimal indices, dots and brackets,
+// nothing between them) its tokens are taken straight from the characters; the first one that is not, and every error,
+// is left to the parser, from where the walk stands.
+class PathTokens
+{
+public:
+    explicit PathTokens(ExpressionParser& parser)
+        : m_parser(parser), m_current(parser.m_token), m_previous(parser.m_prevToken), m_end(parser.m_str.m_p2)
+    {
+    }
+
+    EToken GetKind() const { return m_current.m_type; }
+    SubString GetText() const { return m_current.m_str; }
+
+    void Next()
+    {
+        if (m_isPlain && TryNextPlain())
+            return;
+        LeaveToParser().ReadNextToken();
+        m_current = m_parser.m_token;
+    }
+
+    void ParseGivenToken(EToken kind, ConstStringZ text)
+    {
+        if (GetKind() != kind)
+            LeaveToParser().ThrowExpectedException(text);
+        Next();
+    }
+
+    int32 ParseIndex()
+    {
+        constexpr ssize_t maxDigits = 9; // what 32 bits hold in any case
+        if (m_isPlain && GetKind() == TOKEN_INTEGER && GetText().size() <= maxDigits)
+        {
+            const auto index = static_cast<int32>(m_current.GetLiteralInt64());
+            Next();
+            return index;
+        }
+        const int32 index = LeaveToParser().ParseInt32(false);
+        m_current = m_parser.m_token;
+        return index;
+    }
+
+    [[noreturn]] void ThrowIndexOutOfRange(ConstStringZ container, int32 index)
+    {
+        StringStream message(4096);
+        message << container << " index " << index << " out of range";
+        LeaveToParser().ThrowAtToken(message.GetString());
+    }
+
+    // Brings the parser to the token where the walk is, as if it had read all of them.
+    ExpressionParser& LeaveToParser()
+    {
+        if (m_isPlain)
+        {
+            m_isPlain = false;
+            m_parser.m_prevToken = m_previous;
+            m_parser.m_token = m_current;
+            m_parser.m_str.m_p1 = m_current.m_str.m_p2;
+        }
+        return m_parser;
+    }
+
+private:
+    bool TryNextPlain()
+    {
+        const char* const start = m_current.m_str.m_p2;
+        if (start == m_end)
+            return Pass(TOKEN_END, start, start);
+        switch (StartOf(*start))
+        {
+        case Start::Identifier: return Pass(TOKEN_IDENTIFIER, start, SkipProperty(start, CHAR_IDENTIFIER));
+        case Start::Digit:
+        {
+            const char* const past = SkipProperty(start, CHAR_DIGIT);
+            return past != m_end && *past == ']' && Pass(TOKEN_INTEGER, start, past);
+        }
+        case Start::Dot:
+            return m_end - start > 1 && StartOf(start[1]) == Start::Identifier && Pass(TOKEN_DOT, start, start + 1);
+        default:
+            return (*start == '[' && Pass(TOKEN_LEFT_SQUARE, start, start + 1)) ||
+                   (*start == ']' && Pass(TOKEN_RIGHT_SQUARE, start, start + 1));
+        }
+    }
+
+    const char* SkipProperty(const char* p, CharProperty property) const
+    {
+        while (p != m_end && HasProperty(*p, property))
+            ++p;
+        return p;
+    }
+
+    bool Pass(EToken kind, const char* start, const char* past)
+    {
+        m_previous = m_current;
+        m_current = {kind, {start, past}};
+        return true;
+    }
+
+    ExpressionParser& m_parser;
+    LSToken m_current;
+    LSToken m_previous;
+    const char* m_end;
+    bool m_isPlain = true;
+};
+
 // --- The position ----------------------------------------------------------------------------------------------------
 
 ExpressionPathNavigator::ExpressionPathNavigator(ExpressionParser& parser, ptr<IObject> obj, EPathNavigatorMode mode)
@@ -86,6 +195,8 @@ void* ExpressionPathNavigator::GetFieldAddress() const
 ReflectionByteCode ExpressionPathNavigator::GetFieldType() const
 {
     ReflectionByteCode type = m_rbc;
+    if (type.IsAtUnderlyingType())
+        return type;
     const bool isConst = (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0;
     KELM_ASSERT(!isConst);
     return type;
@@ -97,26 +208,31 @@ ReflectionByteCode ExpressionPathNavigator::GetFieldType() const
 // reaches the next class. A loop, so that a path may be of any length.
 void ExpressionPathNavigator::NavigateReflectedClassInstance(const ReflectedClass& rc)
 {
-    for (const ReflectedClass* next = &rc; next != nullptr && StepToField(*next);)
-        next = WalkVariable();
+    PathTokens tokens(m_parser);
+    for (const ReflectedClass* next = &rc; next != nullptr && StepToField(tokens, *next);)
+        next = WalkVariable(tokens);
+    tokens.LeaveToParser();
 }
 
 void ExpressionPathNavigator::NavigateReflectedVariable()
 {
-    if (const ReflectedClass* const rc = WalkVariable())
+    PathTokens tokens(m_parser);
+    const ReflectedClass* const rc = WalkVariable(tokens);
+    tokens.LeaveToParser();
+    if (rc != nullptr)
         NavigateReflectedClassInstance(*rc);
 }
 
 // Moves from an instance of `rc` to the model field that the path names next; false where it names none.
-bool ExpressionPathNavigator::StepToField(const ReflectedClass& rc)
+bool ExpressionPathNavigator::StepToField(PathTokens& tokens, const ReflectedClass& rc)
 {
     KELM_ASSERT(m_data);
-    if (m_parser.m_token.m_type != TOKEN_DOT)
+    if (tokens.GetKind() != TOKEN_DOT)
         return false;
-    m_parser.ReadNextToken();
-    if (m_parser.m_token.m_type != TOKEN_IDENTIFIER)
-        m_parser.ThrowExpectedException("identifier");
-    const SubString name = m_parser.m_token.m_str;
+    tokens.Next();
+    if (tokens.GetKind() != TOKEN_IDENTIFIER)
+        tokens.LeaveToParser().ThrowExpectedException("identifier");
+    const SubString name = tokens.GetText();
 
     KELM_ASSERT(rc.m_modelFields);
     const ClassModel model = FindClassModel(rc);
@@ -125,9 +241,9 @@ bool ExpressionPathNavigator::StepToField(const ReflectedClass& rc)
     {
         StringStream message(4096);
         message << "Identifier " << name << " is not a model field of class " << rc.m_name;
-        m_parser.ThrowAtToken(message.GetString());
+        tokens.LeaveToParser().ThrowAtToken(message.GetString());
     }
-    m_parser.ReadNextToken();
+    tokens.Next();
     const ReflectedModelField& rf = model.m_class->m_modelFields[index];
     KELM_ASSERT(rf.m_rsn2 == -1);
 
@@ -138,7 +254,7 @@ bool ExpressionPathNavigator::StepToField(const ReflectedClass& rc)
 
 // Follows indices and handles from a variable. Returns the class of the instance that the walk goes on from, or null
 // where it ends at a variable.
-const ReflectedClass* ExpressionPathNavigator::WalkVariable()
+const ReflectedClass* ExpressionPathNavigator::WalkVariable(PathTokens& tokens)
 {
     while (true)
     {
@@ -146,7 +262,7 @@ const ReflectedClass* ExpressionPathNavigator::WalkVariable()
             ReadBarrier();
         void* const data = GetFieldAddress();
         const ReflectionByteCode type = GetFieldType();
-        const EToken token = m_parser.m_token.m_type;
+        const EToken token = tokens.GetKind();
         switch (type.GetCode())
         {
         case FT_CLASS:
@@ -159,53 +275,53 @@ const ReflectedClass* ExpressionPathNavigator::WalkVariable()
         case FT_ARRAY:
             if (token != TOKEN_LEFT_SQUARE)
                 return nullptr;
-            StepIntoArray(type);
+            StepIntoArray(tokens, type);
             break;
         case FT_DYNARRAY:
             if (token != TOKEN_LEFT_SQUARE)
                 return nullptr;
-            StepIntoDynArray(type);
+            StepIntoDynArray(tokens, type);
             break;
         case FT_VECTOR:
             if (token != TOKEN_LEFT_SQUARE)
                 return nullptr;
-            StepIntoVector(type);
+            StepIntoVector(tokens, type);
             break;
         case FT_PREF:
         case FT_CREF:
-            return token == TOKEN_DOT ? StepThroughHandle(type, static_cast<prefbase*>(data)->Get()) : nullptr;
+            return token == TOKEN_DOT ? StepThroughHandle(tokens, type, static_cast<prefbase*>(data)->Get()) : nullptr;
         case FT_INTERFACE_POINTER:
-            return token == TOKEN_DOT ? StepThroughHandle(type, *static_cast<ptr<IObject>*>(data)) : nullptr;
+            return token == TOKEN_DOT ? StepThroughHandle(tokens, type, *static_cast<ptr<IObject>*>(data)) : nullptr;
         default: RequirePossibleType(type.GetCode()); return nullptr; // a value: the walk ends
         }
     }
 }
 
-void ExpressionPathNavigator::StepIntoArray(const ReflectionByteCode& type)
+void ExpressionPathNavigator::StepIntoArray(PathTokens& tokens, const ReflectionByteCode& type)
 {
-    m_parser.ReadNextToken();
+    tokens.Next();
     const int32 arraySize = type.GetArrayCount();
     m_rbc = type.GetElementType();
     KELM_ASSERT(arraySize > 0);
     const ssize_t elementSize = m_rbc.GetTypeSize();
-    const int32 index = m_parser.ParseInt32(false);
+    const int32 index = tokens.ParseIndex();
     if (index < 0 || index >= arraySize)
-        ThrowIndexOutOfRange("Array", index);
-    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
+        tokens.ThrowIndexOutOfRange("Array", index);
+    tokens.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     m_data += index * elementSize;
 }
 
 // A dynamic array is written with two opening brackets and one closing, and grows to hold whatever index is asked for.
-void ExpressionPathNavigator::StepIntoDynArray(const ReflectionByteCode& type)
+void ExpressionPathNavigator::StepIntoDynArray(PathTokens& tokens, const ReflectionByteCode& type)
 {
-    m_parser.ReadNextToken();
+    tokens.Next();
     m_rbc = type.GetElementType();
     const ssize_t elementSize = m_rbc.GetTypeSize();
-    m_parser.ParseGivenToken(TOKEN_LEFT_SQUARE, "[");
-    const int32 index = m_parser.ParseInt32(false);
+    tokens.ParseGivenToken(TOKEN_LEFT_SQUARE, "[");
+    const int32 index = tokens.ParseIndex();
     if (index < 0)
-        ThrowIndexOutOfRange("Array", index);
-    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
+        tokens.ThrowIndexOutOfRange("Array", index);
+    tokens.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
     const ssize_t offset = index * elementSize;
     if (offset >= V.size())
@@ -213,40 +329,34 @@ void ExpressionPathNavigator::StepIntoDynArray(const ReflectionByteCode& type)
     m_data = V.data() + offset;
 }
 
-void ExpressionPathNavigator::StepIntoVector(const ReflectionByteCode& type)
+void ExpressionPathNavigator::StepIntoVector(PathTokens& tokens, const ReflectionByteCode& type)
 {
-    m_parser.ReadNextToken();
+    tokens.Next();
     m_rbc = type.GetElementType();
     const ssize_t elementSize = GetElementSize(m_rbc);
     VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
     KELM_ASSERT(V.size() % elementSize == 0);
     const ssize_t size = V.size() / elementSize;
     KELM_ASSERT(size >= 0);
-    const int32 index = m_parser.ParseInt32(false);
+    const int32 index = tokens.ParseIndex();
     if (index < 0 || index >= size)
-        ThrowIndexOutOfRange("Vector", index);
-    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
+        tokens.ThrowIndexOutOfRange("Vector", index);
+    tokens.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     m_data = V.data() + index * elementSize;
 }
 
 // The dot is left for the step to a field of the object reached.
-const ReflectedClass* ExpressionPathNavigator::StepThroughHandle(const ReflectionByteCode& type, ptr<IObject> target)
+const ReflectedClass* ExpressionPathNavigator::StepThroughHandle(PathTokens& tokens, const ReflectionByteCode& type,
+                                                                 ptr<IObject> target)
 {
     m_rbc = type;
     m_obj = target;
     if (!m_obj)
-        m_parser.ThrowAtToken("null dereference");
+        tokens.LeaveToParser().ThrowAtToken("null dereference");
     const ReflectedClass* const rc = m_obj.GetReflectedClass();
     KELM_ASSERT(rc);
     m_data = static_cast<char*>(m_obj.self());
     return rc;
-}
-
-void ExpressionPathNavigator::ThrowIndexOutOfRange(ConstStringZ container, int32 index) const
-{
-    StringStream message(4096);
-    message << container << " index " << index << " out of range";
-    m_parser.ThrowAtToken(message.GetString());
 }
 
 // --- Entry points ----------------------------------------------------------------------------------------------------

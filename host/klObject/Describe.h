@@ -26,7 +26,6 @@
 
 #include <array>
 #include <cstddef>
-#include <tuple>
 
 // offsetof of a class that is not of standard layout works where no virtual base is in the way, which the compiler
 // refuses by itself.
@@ -44,7 +43,7 @@
 // options, in the order in which positional data sources give them.
 #define KELM_CLASS(TYPE, ...)                                                                                          \
     KELM_DESCRIPTION(                                                                                                  \
-        TYPE, ClassDescription, static constexpr auto Members() { return std::make_tuple(__VA_ARGS__); })
+        TYPE, ClassDescription, static constexpr auto Members() { return ::kelm::ListMembers(__VA_ARGS__); })
 
 // A model field, which may be followed by .AddedIn(release), .DroppedIn(release) and .As<typedef>().
 #define KELM_MODEL(MEMBER) ::kelm::MakeModelField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER))

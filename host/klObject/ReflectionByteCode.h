@@ -38,6 +38,19 @@ public:
     {
     }
 
+    // Copied member by member, as cursors are made: a wider load would wait for the narrower stores just made.
+    ReflectionByteCode(const ReflectionByteCode& other)
+        : ReflectionByteCode(other.m_bc, other.m_stringTable, other.m_mapOrSetFns)
+    {
+    }
+    ReflectionByteCode& operator=(const ReflectionByteCode& other)
+    {
+        m_bc = other.m_bc;
+        m_stringTable = other.m_stringTable;
+        m_mapOrSetFns = other.m_mapOrSetFns;
+        return *this;
+    }
+
     ETypeByteCode GetCode() const { return static_cast<ETypeByteCode>(*m_bc); }
 
     // Advances past one whole type, with the metadata before it and all that it contains.
@@ -51,6 +64,13 @@ public:
     // the string table. A typedef without a descriptor fails the assertion "r"; a code that nothing knows ends the way,
     // for the caller to judge.
     uint32 AdvanceToUnderlyingType2();
+
+    // Whether the code at the cursor is the underlying type's own, so that there is nothing to advance past.
+    bool IsAtUnderlyingType() const
+    {
+        const uint8 code = *m_bc;
+        return code < FT_VOLATILE ? code != FT_TYPEDEF : code > FT_MOVABLE && code < MDT_FLAGS;
+    }
 
     // The size in bytes of a variable of the type at the cursor.
     ssize_t GetTypeSize() const;

@@ -131,7 +131,7 @@ public:
     Alternative<I>& Emplace(Args&&... args)
     {
         using T = Alternative<I>;
-        alignas(T) char fresh[sizeof(T)];
+        alignas(T) char fresh[sizeof(T)] = {};
         if constexpr (std::is_constructible_v<T, Args...>)
             ::new (static_cast<void*>(fresh)) T(std::forward<Args>(args)...);
         else

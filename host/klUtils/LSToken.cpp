@@ -1,9 +1,9 @@
 #include <klUtils/LSToken.h>
 
+#include <klUtils/CharTable.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/LsScanToken.h>
 #include <klUtils/Utf16FromUtf8.h>
-#include <klUtils/private/CharTable.h>
 #include <klUtils/private/ReadNumber.h>
 #include <klUtils/xostream.h>
 

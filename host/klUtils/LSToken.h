@@ -22,6 +22,17 @@ struct KLUTILS_API LSToken
     LSToken() = default;
     LSToken(EToken type, SubString str) : m_type(type), m_str(str) {}
 
+    // Copied member by member, as the token stream stores them: a wider load would wait for the narrower stores just
+    // made.
+    LSToken(const LSToken& other) : m_type(other.m_type), m_str(other.m_str.m_p1, other.m_str.m_p2) {}
+    LSToken& operator=(const LSToken& other)
+    {
+        m_type = other.m_type;
+        m_str.m_p1 = other.m_str.m_p1;
+        m_str.m_p2 = other.m_str.m_p2;
+        return *this;
+    }
+
     EToken m_type = TOKEN_UNDEF;
     SubString m_str;
 

@@ -27,11 +27,15 @@ void ParserBase::Init(SubString text)
 
 void ParserBase::ReadNextToken()
 {
-    // Member by member, as they were stored: a wider load would wait for the stores of the last call.
-    m_prevToken.m_type = m_token.m_type;
-    m_prevToken.m_str.m_p1 = m_token.m_str.m_p1;
-    m_prevToken.m_str.m_p2 = m_token.m_str.m_p2;
+    m_prevToken = m_token;
     ReadToken(false);
+}
+
+void ParserBase::ContinueBehind(const char* lastToken)
+{
+    m_str.m_p1 = lastToken;
+    ReadToken(false);
+    ReadNextToken();
 }
 
 void ParserBase::ThrowAtToken(const xstring& description) const

@@ -3,6 +3,7 @@
 #include <klUtils/LSToken.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/LsScanToken.h>
+#include <klUtils/PlainText.h>
 #include <klUtils/api.h>
 
 namespace kelm
@@ -40,6 +41,28 @@ public:
     // The text of an identifier, which is consumed. Throws LexScannerException where there is none.
     xstring ParseIdentifier();
 
+    // The text from the current token on, for readers that take plain forms straight from its characters; and the way
+    // back: makes the token that begins at `lastToken` the previous one and reads the next, as if all tokens up to
+    // there had been read one by one.
+    PlainText GetPlainText() const { return {m_token.m_str.m_p1, m_str.m_p2}; }
+    void ContinueBehind(const char* lastToken);
+
+    // ReadNextToken; and where the token that it reads is a plain integer, its value, with ReadNextToken once more.
+    bool TryReadInteger(int64& value)
+    {
+        PlainText text(m_str.m_p1, m_str.m_p2);
+        uint64 magnitude = 0;
+        if (!text.TryRead(magnitude))
+        {
+            ReadNextToken();
+            return false;
+        }
+        value = static_cast<int64>(magnitude);
+        PassToken(TOKEN_INTEGER, text);
+        ReadNextToken();
+        return true;
+    }
+
     EToken GetTokenType() const { return m_token.m_type; }
     const LSToken& GetToken() const { return m_token; }
     xstring GetTokenString() const { return m_token.GetTokenString(); }
@@ -48,6 +71,16 @@ public:
     LSToken m_token;          // the current token, the one that the grammar looks at next
     LSToken m_prevToken;      // the one before it
     SubString m_str;          // the text not yet scanned
+
+protected:
+    // Makes the last token of `text`, which is of that kind, the current one.
+    void PassToken(EToken kind, const PlainText& text)
+    {
+        m_token.m_type = kind;
+        m_token.m_str.m_p1 = text.GetLastToken();
+        m_token.m_str.m_p2 = text.GetPosition();
+        m_str.m_p1 = text.GetPosition();
+    }
 
 private:
     void ReadToken(bool atLineStart);

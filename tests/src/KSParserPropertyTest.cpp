@@ -186,11 +186,17 @@ int LevelOf(const Node& node)
     return 0;
 }
 
+// A number of the whole range, whatever size of input the property is at.
+int AnyBelow(int end)
+{
+    return *rc::gen::resize(100, rc::gen::inRange(0, end));
+}
+
 std::unique_ptr<Node> RandomTree(int depth)
 {
     auto node = std::make_unique<Node>();
-    const int choice = depth == 0 ? 0 : *rc::gen::inRange(0, 10);
-    if (choice < 2)
+    const int choice = depth == 0 ? 0 : AnyBelow(10);
+    if (choice < 1)
     {
         if (*rc::gen::arbitrary<bool>())
             node->m_number = *rc::gen::elementOf(
@@ -199,12 +205,11 @@ std::unique_ptr<Node> RandomTree(int depth)
             node->m_number = *rc::gen::elementOf(std::vector<double>{0.0, 0.5, 1.0, 2.0, 2.5, 7.25, 1e18, 1e19, 1e300});
         return node;
     }
-    if (choice < 4)
+    if (choice < 3)
         node->m_operator = *rc::gen::elementOf(std::vector<std::string>{"+", "-", "~"});
     else
     {
-        const auto which = *rc::gen::inRange<std::size_t>(0, std::size(s_operators));
-        node->m_operator = s_operators[which].m_text;
+        node->m_operator = s_operators[AnyBelow(static_cast<int>(std::size(s_operators)))].m_text;
         node->m_right = RandomTree(depth - 1);
     }
     node->m_left = RandomTree(depth - 1);
@@ -416,7 +421,7 @@ std::string OutcomeOfReference(const Node& root)
 
 RC_GTEST_PROP(RandomExpressions, AgreeWithASecondEvaluator, ())
 {
-    const std::unique_ptr<Node> tree = RandomTree(*rc::gen::inRange(1, 6));
+    const std::unique_ptr<Node> tree = RandomTree(1 + AnyBelow(5));
     const std::string expected = OutcomeOfReference(*tree); // first: discards what would fault
     const std::string text = Written(*tree, 0);
     RC_LOG() << text << std::endl;

@@ -182,8 +182,9 @@ TEST(BinaryOperators, LeaveTheirOperandsUnchanged)
     for (const OperatorModel& model : s_models)
     {
         const KSValue pairs[][2] = {{S("ab"), S("cd")}, {F(7.0), I(2)}, {F(2.5), I(2)}, {B(true), S("a")}};
-        for (const auto& [a, b] : pairs)
+        for (const auto& pair : pairs)
         {
+            const KSValue &a = pair[0], &b = pair[1];
             const std::string before = KindAndValue(a) + ", " + KindAndValue(b);
             OutcomeOf([&] { return model.m_apply(a, b); });
             EXPECT_EQ(KindAndValue(a) + ", " + KindAndValue(b), before) << model.m_name;

@@ -3,7 +3,8 @@
 
 #include "DataSources.h"
 
-#include <klObject/ReflectedVariable.h>
+#include <cmath>
+#include <cstdint>
 
 namespace kelm
 {
@@ -134,6 +135,55 @@ TEST_F(Vectors, HoldElementsOfAnyType)
     EXPECT_EQ(c.m_extents[1].Get<1>(), (Point{6, 7}));
     EXPECT_EQ(c.m_extents[2].index(), 7);
     EXPECT_EQ(c.m_maps, (xvector<IntMap>{{{1, 2}}, {}, {{3, 4}, {5, 6}}}));
+}
+
+template <ETypeByteCode Code, class T>
+void ExpectVector(const char* text, const xvector<T>& expected)
+{
+    constexpr uint8 code[] = {FT_VECTOR, FT_VOLATILE, Code};
+    xvector<T> vector;
+    EXPECT_EQ(ReadVariable(text, {code, nullptr}, &vector), "") << text;
+    EXPECT_EQ(vector, expected) << text;
+}
+
+TEST_F(Vectors, HoldElementsOfEveryScalarType)
+{
+    ExpectVector<FT_BOOL, bool>("[true, false, true]", {true, false, true});
+    ExpectVector<FT_INT8, int8>("[-128, 127]", {-128, 127});
+    ExpectVector<FT_INT16, int16>("[-32768, 0x7fff]", {-32768, 32767});
+    ExpectVector<FT_INT32, int32>("[-2147483648, +1]", {INT32_MIN, 1});
+    ExpectVector<FT_INT64, int64>("[-9223372036854775808, 1]", {INT64_MIN, 1});
+    ExpectVector<FT_UINT8, uint8>("[255, 0]", {255, 0});
+    ExpectVector<FT_UINT16, uint16>("[65535]", {65535});
+    ExpectVector<FT_UINT32, uint32>("[4294967295, 1]", {UINT32_MAX, 1});
+    ExpectVector<FT_UINT64, uint64>("[18446744073709551615]", {UINT64_MAX});
+    ExpectVector<FT_FLOAT32, float32>("[0.1, -2, inf]", {0.1F, -2.0F, HUGE_VALF});
+    ExpectVector<FT_FLOAT64, float64>("[0.1, -2e300, 3]", {0.1, -2e300, 3.0});
+    ExpectVector<FT_CHAR8, xchar>("['a', \"\\xff\"]", {'a', '\xff'});
+    ExpectVector<FT_CHAR16, int16>("['a', '\\xff']", {'a', -1});
+    ExpectVector<FT_STRING8, xstring>("['a', \"b\"]", {"a", "b"});
+}
+
+TEST_F(Vectors, RefuseElementsOfAScalarTypeAtTheTokenThatIsWrong)
+{
+    constexpr uint8 code[] = {FT_VECTOR, FT_UINT8};
+    const FailingText rows[] = {
+        {"[1, 256]", "Value 256 is out of range of uint8", 4},
+        {"[1, -1]", "Expected uint8 when read -", 4},
+        {"[1, 2.5]", "Expected uint8 when read 2.5", 4},
+        {"[1, 2 \x01]", "Illegal character 0x01 outside quotes", 6},
+    };
+    for (const FailingText& row : rows)
+    {
+        xvector<uint8> vector = {9};
+        EXPECT_TRUE(ThrowsLexScannerException(
+            [&] {
+                ReadVariable(row.m_text, {code, nullptr}, &vector);
+            },
+            ViewOf(row.m_text), row.m_offset, row.m_message))
+            << row.m_text;
+        EXPECT_EQ(vector, (xvector<uint8>{9, 1, 0})) << row.m_text;
+    }
 }
 
 TEST_F(Vectors, TakeCommasBetweenElementsAndNoneBehindTheLast)

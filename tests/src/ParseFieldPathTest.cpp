@@ -406,6 +406,9 @@ TEST_F(FieldPath, GrowsADynamicArrayToTakeAnyIndexInEveryMode)
         const void* reached = walk(".dyn[[0]");
         EXPECT_EQ(reached, &c.m_dyn[0]);
         EXPECT_EQ(c.m_dyn, (xvector<int32>{1}));
+        reached = walk(".dyn[[1]"); // the first index behind the end
+        EXPECT_EQ(reached, &c.m_dyn[1]);
+        EXPECT_EQ(c.m_dyn, (xvector<int32>{1, 0}));
         reached = walk(".dyn[[5]");
         EXPECT_EQ(reached, &c.m_dyn[5]);
         EXPECT_EQ(c.m_dyn, (xvector<int32>{1, 0, 0, 0, 0, 0}));

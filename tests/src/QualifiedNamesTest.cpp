@@ -263,8 +263,8 @@ RC_GTEST_PROP(QualifiedNames, AnyBytesSplitIntoIdentifiersAndARest, (const std::
 
 RC_GTEST_PROP(QualifiedNames, EveryTailOfANameIsASuffixHoweverItIsWritten, ())
 {
-    const auto segments = *rc::gen::nonEmpty(
-        rc::gen::container<Segments>(rc::gen::element<std::string>("a", "b", "Point", "_x", "null")));
+    const auto segments = *rc::gen::resize(8, rc::gen::nonEmpty(rc::gen::container<Segments>(
+                                                  rc::gen::element<std::string>("a", "b", "Point", "_x", "null"))));
     const auto write = [&](std::size_t first)
     {
         std::string name;

@@ -9,7 +9,6 @@
 
 #include <array>
 #include <cstddef>
-#include <initializer_list>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -24,9 +23,10 @@ constexpr bool HaveDistinctNames(const Arrays&... arrays)
     std::array<std::string_view, 2 * (std::tuple_size_v<Arrays> + ...) + 1> slots{};
     const auto insert = [&](std::string_view name)
     {
-        std::size_t slot = 0;
+        uint32 hash = 2166136261; // Fowler, Noll and Vo
         for (const char c : name)
-            slot = (slot * 31 + static_cast<unsigned char>(c)) % slots.size();
+            hash = (hash ^ static_cast<unsigned char>(c)) * 16777619;
+        std::size_t slot = hash % slots.size();
         while (!slots[slot].empty() && slots[slot] != name)
             slot = (slot + 1) % slots.size();
         const bool isNew = slots[slot].empty();
@@ -59,101 +59,87 @@ struct DescribedRecord
                   "a type is described under its full name, identifiers with \"::\" between them");
 };
 
-template <class M>
-inline constexpr bool s_lacksFunctions = false;
-template <class T>
-inline constexpr bool s_lacksFunctions<OrdinaryField<T>> = FieldType<T>::HasFunctions;
-
-// What the members of a description are.
-struct MemberCounts
-{
-    std::size_t m_modelFields;
-    std::size_t m_ordinaryFields;
-    std::size_t m_embeddedModels;
-    std::size_t m_lackFunctions;
-    bool m_isPersistable;
-    bool m_isCreatable;
-};
-
-constexpr std::size_t CountTrue(std::initializer_list<bool> flags)
-{
-    std::size_t count = 0;
-    for (const bool flag : flags)
-        count += flag;
-    return count;
-}
-
-template <class... Ms>
-constexpr MemberCounts CountMembers(const std::tuple<Ms...>&)
-{
-    return {CountTrue({s_isModelField<Ms>...}),
-            CountTrue({s_isOrdinaryField<Ms>...}),
-            CountTrue({s_isEmbeddedModel<Ms>...}),
-            CountTrue({s_lacksFunctions<Ms>...}),
-            CountTrue({std::is_same_v<Ms, Persistable>...}) > 0,
-            CountTrue({std::is_same_v<Ms, NotCreatable>...}) == 0};
-}
-
 template <class T>
 class ClassRecord : DescribedRecord<T>
 {
-    static constexpr auto s_members = Description<T>::Members();
-    static constexpr MemberCounts s_counts = CountMembers(s_members);
+    static constexpr auto s_list = Description<T>::Members();
+    static constexpr typename decltype(s_list)::Tables s_tables{};
 
-    static_assert(
-        s_counts.m_lackFunctions == 0,
-        "an ordinary field cannot hold a map or set, at any depth: only model fields carry the functions that "
-        "it needs; describe it with KELM_MODEL");
-    static_assert(
-        s_counts.m_embeddedModels == 0 || (s_counts.m_embeddedModels == 1 && s_counts.m_modelFields == 0),
-        "a class lists its model fields (KELM_MODEL) or has the model of one member (KELM_MODEL_OF), not both");
-
-    static constexpr decltype(TablesOfMembers(s_members)) s_tables{};
-
-    // Calls add(member, byte code, functions) with each member.
-    template <class Add>
-    static constexpr void ForEachMember(Add add)
+    static constexpr std::size_t Count(EMember kind)
     {
-        std::size_t i = 0;
-        const auto addNext = [&](const auto& member)
+        std::size_t count = 0;
+        for (const Member& member : s_list.m_members)
+            count += member.m_kind == kind;
+        return count;
+    }
+
+    static_assert(
+        Count(MEMBER_EMBEDDED_MODEL) == 0 || (Count(MEMBER_EMBEDDED_MODEL) == 1 && Count(MEMBER_MODEL_FIELD) == 0),
+        "a class lists its model fields (KELM_MODEL) or has the model of one member (KELM_MODEL_OF), not both");
+    static_assert(
+        []
         {
-            add(member, s_tables.ByteCode(i), s_tables.Functions(i));
-            ++i;
-        };
-        std::apply([&](const auto&... members) { (addNext(members), ...); }, s_members);
+            for (std::size_t i = 0; i < s_list.NumMembers; ++i)
+                if (s_list.m_members[i].m_kind == MEMBER_ORDINARY_FIELD && s_tables.HasFunctions(i))
+                    return false;
+            return true;
+        }(),
+        "an ordinary field cannot hold a map or set, at any depth: only model fields carry the functions that it "
+        "needs; "
+        "describe it with KELM_MODEL");
+
+    static_assert(
+        []
+        {
+            for (std::size_t i = 0; i < s_list.NumMembers; ++i)
+                if (s_list.m_members[i].m_kind == MEMBER_EMBEDDED_MODEL && *s_tables.ByteCode(i) != FT_CLASS)
+                    return false;
+            return true;
+        }(),
+        "KELM_MODEL_OF takes a member whose type is a described class");
+
+    // Calls add(member, its index) with each member of a kind.
+    template <class Add>
+    static constexpr void ForEach(EMember kind, Add add)
+    {
+        for (std::size_t i = 0; i < s_list.NumMembers; ++i)
+            if (s_list.m_members[i].m_kind == kind)
+                add(s_list.m_members[i], i);
     }
 
     static constexpr auto s_fields = []
     {
-        std::array<ReflectedField, s_counts.m_ordinaryFields> fields{};
-        std::size_t n = 0;
-        ForEachMember(
-            [&](const auto& member, const uint8* bc, const PtrMapOrSetFns*)
-            {
-                if constexpr (s_isOrdinaryField<std::decay_t<decltype(member)>>)
-                    fields[n++] = {member.m_name, member.m_offset, bc};
-            });
+        std::array<ReflectedField, Count(MEMBER_ORDINARY_FIELD)> fields{};
+        auto end = fields.begin();
+        ForEach(MEMBER_ORDINARY_FIELD,
+                [&](const Member& member, std::size_t i) {
+                    *end++ = {member.m_name, member.m_offset, s_tables.ByteCode(i)};
+                });
         return fields;
     }();
 
-    // One for each model field, or the one of the embedded model.
+    // One for each model field, or the one of the embedded model, which bears the name of its class.
     static constexpr auto s_modelFields = []
     {
-        std::array<ReflectedModelField, s_counts.m_modelFields + s_counts.m_embeddedModels> fields{};
-        std::size_t n = 0;
-        ForEachMember(
-            [&]<class M>(const M& member, const uint8* bc, const PtrMapOrSetFns* functions)
-            {
-                if constexpr (s_isModelField<M>)
-                    fields[n++] = {member.m_name, member.m_offset, bc, member.m_rsn1, member.m_rsn2, functions};
-                else if constexpr (s_isEmbeddedModel<M>)
-                    fields[n++] = {RegisteredName<typename M::Class>(), member.m_offset, bc, 0, -1, nullptr};
-            });
+        std::array<ReflectedModelField, Count(MEMBER_MODEL_FIELD) + Count(MEMBER_EMBEDDED_MODEL)> fields{};
+        auto end = fields.begin();
+        ForEach(MEMBER_MODEL_FIELD,
+                [&](const Member& member, std::size_t i)
+                {
+                    *end++ = {member.m_name, member.m_offset, s_tables.ByteCode(i),
+                              member.m_rsn1, member.m_rsn2,   s_tables.Functions(i)};
+                });
+        ForEach(MEMBER_EMBEDDED_MODEL,
+                [&](const Member& member, std::size_t i)
+                {
+                    const uint8* const bc = s_tables.ByteCode(i);
+                    *end++ = {s_tables.m_names[bc[1] + 256U * bc[2]], member.m_offset, bc, 0, -1, nullptr};
+                });
         return fields;
     }();
-
     static_assert(HaveDistinctNames(s_fields, s_modelFields), "two fields have the same name");
 
+    static constexpr bool s_isCreatable = std::is_default_constructible_v<T> && Count(MEMBER_NOT_CREATABLE) == 0;
     static constexpr std::array<ConstStringZ, 2> s_interfaces = {RegisteredName<IObject>(),
                                                                  RegisteredName<IPersistable>()};
 
@@ -166,12 +152,12 @@ public:
         record.m_fields = DataOrNull(s_fields);
         record.m_numFields = s_fields.size();
         record.m_modelFields = DataOrNull(s_modelFields);
-        record.m_numModelFields = s_counts.m_modelFields;
+        record.m_numModelFields = Count(MEMBER_MODEL_FIELD);
         record.m_stringTable = s_tables.m_names.data();
         record.m_interfaces = s_interfaces.data();
-        record.m_numInterfaces = s_counts.m_isPersistable ? 2 : 1;
+        record.m_numInterfaces = Count(MEMBER_PERSISTABLE) > 0 ? 2 : 1;
         record.m_objectFns = &GcObjectFns<T>;
-        if constexpr (s_counts.m_isCreatable && std::is_default_constructible_v<T>)
+        if constexpr (s_isCreatable)
             record.m_createFn = &CreateGcObject<T>;
         record.m_ops = &s_typeOps<T>;
         return record;

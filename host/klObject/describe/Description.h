@@ -4,6 +4,7 @@
 
 #include <klObject/ETypeByteCode.h>
 #include <klObject/ReflectedTypes.h>
+#include <klUtils/types.h>
 
 namespace kelm
 {
@@ -48,14 +49,35 @@ struct TypedefDescription
     static constexpr ETypeByteCode s_code = FT_TYPEDEF;
 };
 
-// Options of a class.
-struct Persistable // its objects can be stored, and held by pref
+// One member of a class description. The classes derived from it carry the type.
+enum EMember : int32
 {
-    using FieldTypeOf = NoFieldType;
+    MEMBER_MODEL_FIELD,
+    MEMBER_ORDINARY_FIELD,
+    MEMBER_EMBEDDED_MODEL,
+    MEMBER_PERSISTABLE,
+    MEMBER_NOT_CREATABLE,
 };
-struct NotCreatable // data sources cannot make objects of it
+
+struct Member
+{
+    EMember m_kind;
+    ConstStringZ m_name = nullptr;
+    ssize_t m_offset = 0;
+    int64 m_rsn1 = 0;  // the release that added a model field
+    int64 m_rsn2 = -1; // the release that dropped it; -1 while it is present
+};
+
+// Options of a class.
+struct Persistable : Member // its objects can be stored, and held by pref
 {
     using FieldTypeOf = NoFieldType;
+    constexpr Persistable() : Member{MEMBER_PERSISTABLE} {}
+};
+struct NotCreatable : Member // data sources cannot make objects of it
+{
+    using FieldTypeOf = NoFieldType;
+    constexpr NotCreatable() : Member{MEMBER_NOT_CREATABLE} {}
 };
 
 // The descriptor of a described type, and the operations on arrays of it. The argument selects the type and is not

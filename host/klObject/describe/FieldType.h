@@ -22,7 +22,6 @@
 
 #include <array>
 #include <concepts>
-#include <tuple>
 #include <type_traits>
 
 namespace kelm
@@ -275,11 +274,13 @@ template <class T>
 constexpr bool IsPersistable()
 {
     if constexpr (Described<T>)
-        return std::apply([](const auto&... members)
-                          { return (std::is_same_v<std::decay_t<decltype(members)>, Persistable> || ...); },
-                          Description<T>::Members());
-    else
-        return true;
+    {
+        for (const Member& member : Description<T>::Members().m_members)
+            if (member.m_kind == MEMBER_PERSISTABLE)
+                return true;
+        return false;
+    }
+    return true;
 }
 
 // What it references is a class; prefbase itself references any persistable object.

@@ -5,8 +5,8 @@
 #include <klObject/describe/FieldType.h>
 #include <klUtils/types.h>
 
+#include <array>
 #include <cstddef>
-#include <tuple>
 #include <type_traits>
 
 namespace kelm
@@ -14,17 +14,22 @@ namespace kelm
 
 // A field of the model, of type T: reached by paths, kept by persistence, written by data sources.
 template <class T>
-struct ModelField
+struct ModelField : Member
 {
     using FieldTypeOf = FieldType<T>;
 
-    ConstStringZ m_name;
-    ssize_t m_offset;
-    int64 m_rsn1 = 0;  // the release that added it
-    int64 m_rsn2 = -1; // the release that dropped it; -1 while it is present
-
-    constexpr ModelField AddedIn(int64 rsn) const { return {m_name, m_offset, rsn, m_rsn2}; }
-    constexpr ModelField DroppedIn(int64 rsn) const { return {m_name, m_offset, m_rsn1, rsn}; }
+    constexpr ModelField AddedIn(int64 rsn) const
+    {
+        ModelField field = *this;
+        field.m_rsn1 = rsn;
+        return field;
+    }
+    constexpr ModelField DroppedIn(int64 rsn) const
+    {
+        ModelField field = *this;
+        field.m_rsn2 = rsn;
+        return field;
+    }
 
     // The field described with typedefs in its type: As<Metres>() or As<xvector<Metres>>().
     template <class U>
@@ -32,71 +37,63 @@ struct ModelField
     {
         static_assert(std::is_same_v<typename FieldType<U>::Value, T>,
                       "the field's type is not the one of the typedef");
-        return {m_name, m_offset, m_rsn1, m_rsn2};
+        return {*this};
     }
 };
 
 // A field that data sources write as well, but that is no part of the model.
 template <class T>
-struct OrdinaryField
+struct OrdinaryField : Member
 {
     using FieldTypeOf = FieldType<T>;
-
-    ConstStringZ m_name;
-    ssize_t m_offset;
 
     template <class U>
     constexpr OrdinaryField<U> As() const
     {
         static_assert(std::is_same_v<typename FieldType<U>::Value, T>,
                       "the field's type is not the one of the typedef");
-        return {m_name, m_offset};
+        return {*this};
     }
 };
 
 // The member of class T whose model is the model of the class described.
 template <class T>
-struct EmbeddedModel
+struct EmbeddedModel : Member
 {
-    using Class = T;
     using FieldTypeOf = FieldType<T>;
-
-    ssize_t m_offset;
 };
 
 template <class T>
 constexpr ModelField<T> MakeModelField(ConstStringZ name, std::size_t offset)
 {
-    return {name, static_cast<ssize_t>(offset)};
+    return {{MEMBER_MODEL_FIELD, name, static_cast<ssize_t>(offset)}};
 }
 template <class T>
 constexpr OrdinaryField<T> MakeOrdinaryField(ConstStringZ name, std::size_t offset)
 {
-    return {name, static_cast<ssize_t>(offset)};
+    return {{MEMBER_ORDINARY_FIELD, name, static_cast<ssize_t>(offset)}};
 }
 template <class T>
 constexpr EmbeddedModel<T> MakeEmbeddedModel(std::size_t offset)
 {
-    return {static_cast<ssize_t>(offset)};
+    return {{MEMBER_EMBEDDED_MODEL, nullptr, static_cast<ssize_t>(offset)}};
 }
 
-template <class M>
-inline constexpr bool s_isModelField = false;
-template <class T>
-inline constexpr bool s_isModelField<ModelField<T>> = true;
-
-template <class M>
-inline constexpr bool s_isOrdinaryField = false;
-template <class T>
-inline constexpr bool s_isOrdinaryField<OrdinaryField<T>> = true;
-
-template <class M>
-inline constexpr bool s_isEmbeddedModel = false;
-template <class T>
-inline constexpr bool s_isEmbeddedModel<EmbeddedModel<T>> = true;
-
-// The TypeTables of all members, in order.
+// All members of a description. Their types only matter for the tables, which a plain loop can follow.
 template <class... Ms>
-TypeTables<typename Ms::FieldTypeOf...> TablesOfMembers(const std::tuple<Ms...>&);
+struct MemberList
+{
+    using Tables = TypeTables<typename Ms::FieldTypeOf...>;
+
+    static constexpr std::size_t NumMembers = sizeof...(Ms);
+
+    std::array<Member, NumMembers> m_members;
+};
+
+template <class... Ms>
+constexpr MemberList<Ms...> ListMembers(const Ms&... members)
+{
+    return {{static_cast<const Member&>(members)...}};
+}
 
 } // namespace kelm

@@ -8,7 +8,7 @@
 
 #include <array>
 #include <cstddef>
-#include <type_traits>
+#include <string_view>
 
 namespace kelm
 {
@@ -26,7 +26,7 @@ class TypeEmitter
 public:
     constexpr TypeEmitter() = default;
     constexpr TypeEmitter(uint8* bytes, ConstStringZ* names, PtrMapOrSetFns* functions)
-        : m_bytes(bytes), m_names(names), m_functions(functions)
+        : m_isCounting(false), m_bytes(bytes), m_names(names), m_functions(functions)
     {
     }
 
@@ -45,7 +45,7 @@ public:
     }
     constexpr void Functions(PtrMapOrSetFns functions)
     {
-        if (m_functions != nullptr)
+        if (!m_isCounting)
             m_functions[m_sizes.m_numFunctions] = functions;
         ++m_sizes.m_numFunctions;
     }
@@ -67,7 +67,7 @@ private:
     {
         if (m_isSilent)
             return;
-        if (m_bytes != nullptr)
+        if (!m_isCounting)
             m_bytes[m_sizes.m_numBytes] = byte;
         ++m_sizes.m_numBytes;
     }
@@ -75,16 +75,17 @@ private:
     {
         if (m_isSilent)
             return 0;
-        if (m_names != nullptr)
+        if (!m_isCounting)
         {
             for (std::size_t i = 0; i < m_sizes.m_numNames; ++i)
-                if (m_names[i] == name)
+                if (std::string_view(m_names[i]) == name)
                     return i;
             m_names[m_sizes.m_numNames] = name;
         }
         return m_sizes.m_numNames++;
     }
 
+    bool m_isCounting = true; // asked instead of the arrays: under a sanitizer no address is known not to be null
     uint8* m_bytes = nullptr;
     ConstStringZ* m_names = nullptr;
     PtrMapOrSetFns* m_functions = nullptr;
@@ -97,10 +98,12 @@ template <class... FieldTypes>
 struct TypeTables
 {
     static constexpr std::size_t NumTypes = sizeof...(FieldTypes);
+    static constexpr std::array<void (*)(TypeEmitter&), NumTypes> s_emit = {FieldTypes::Emit...};
     static constexpr TypeTableSizes MaxSizes()
     {
         TypeEmitter counter;
-        (FieldTypes::Emit(counter), ...);
+        for (const auto emit : s_emit)
+            emit(counter);
         return counter.Sizes();
     }
 
@@ -108,20 +111,22 @@ struct TypeTables
     {
         static_assert(MaxSizes().m_numNames <= 0x10000, "a string table holds up to 65,536 names");
         TypeEmitter emitter(m_bytes.data(), m_names.data(), m_functions.data());
-        std::size_t i = 0;
-        const auto emitNext = [&]<class FieldType>(std::type_identity<FieldType>)
+        for (std::size_t i = 0; i < NumTypes; ++i)
         {
-            m_starts[i++] = emitter.Sizes();
-            FieldType::Emit(emitter);
-        };
-        (emitNext(std::type_identity<FieldTypes>()), ...);
+            m_starts[i] = emitter.Sizes();
+            s_emit[i](emitter);
+        }
     }
 
     constexpr const uint8* ByteCode(std::size_t i) const { return m_bytes.data() + m_starts[i].m_numBytes; }
-    constexpr const PtrMapOrSetFns* Functions(std::size_t i) const
+    constexpr bool HasFunctions(std::size_t i) const
     {
         const std::size_t end = i + 1 < NumTypes ? m_starts[i + 1].m_numFunctions : m_functions.size();
-        return m_starts[i].m_numFunctions < end ? m_functions.data() + m_starts[i].m_numFunctions : nullptr;
+        return m_starts[i].m_numFunctions < end;
+    }
+    constexpr const PtrMapOrSetFns* Functions(std::size_t i) const
+    {
+        return HasFunctions(i) ? m_functions.data() + m_starts[i].m_numFunctions : nullptr;
     }
 
     std::array<uint8, MaxSizes().m_numBytes> m_bytes{};

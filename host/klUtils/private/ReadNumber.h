@@ -51,31 +51,34 @@ inline bool ReadHexadecimal(SubString literal, uint64& value)
            ReadDigits({literal.m_p1 + 2, literal.m_p2}, 16, value);
 }
 
-// A float literal taken apart: digits, with the point ignored, times a power of ten.
+// The number that a text begins with, taken apart: digits, with the point ignored, times a power of ten. Without digits
+// its end is the text's beginning.
 struct DecimalFloat
 {
-    bool m_isNumber = false;
     uint64 m_digits = 0;   // all of them where HasAllDigits says so
     int64 m_numDigits = 0; // without leading zeros where there are more than 19
     int64 m_exponent = 0;
 
-    explicit DecimalFloat(SubString literal)
+    explicit DecimalFloat(SubString text) : m_end(text.m_p1)
     {
-        const char* const end = literal.m_p2;
-        const char* p = ReadRun(literal.m_p1, end);
-        m_numDigits = p - literal.m_p1;
-        if (p != end && *p == '.')
+        const char* p = ReadRun(text.m_p1, text.m_p2);
+        m_numDigits = p - text.m_p1;
+        if (p != text.m_p2 && *p == '.')
         {
             const char* const fraction = p + 1;
-            p = ReadRun(fraction, end);
+            p = ReadRun(fraction, text.m_p2);
             m_exponent = fraction - p;
             m_numDigits += p - fraction;
         }
-        m_isNumber = m_numDigits > 0 && (p == end || AddExponent({p, end}));
+        if (m_numDigits == 0)
+            return;
+        m_end = p != text.m_p2 && (*p | 0x20) == 'e' ? AddExponent(p, text.m_p2) : p;
         if (m_numDigits > s_maxDigits)
-            m_numDigits -= CountLeadingZeros(literal);
+            m_numDigits -= CountLeadingZeros(text);
     }
 
+    const char* GetEnd() const { return m_end; }
+    bool IsWhole(SubString literal) const { return m_numDigits > 0 && m_end == literal.m_p2; }
     bool HasAllDigits() const { return m_numDigits <= s_maxDigits; }
 
     // Of a number that no finite double is near: whether it lies beyond the range rather than below it.
@@ -99,31 +102,33 @@ private:
         return p;
     }
 
-    static int64 CountLeadingZeros(SubString literal)
+    static int64 CountLeadingZeros(SubString text)
     {
         int64 zeros = 0;
-        for (const char* p = literal.m_p1; p != literal.m_p2 && (*p == '0' || *p == '.'); ++p)
+        for (const char* p = text.m_p1; p != text.m_p2 && (*p == '0' || *p == '.'); ++p)
             zeros += *p == '0';
         return zeros;
     }
 
-    // "e", an optional sign, digits; false where it is anything else.
-    bool AddExponent(SubString exponent)
+    // "e", an optional sign, digits: returns the end, which is where it began when it is anything else.
+    const char* AddExponent(const char* begin, const char* end)
     {
-        const char* p = exponent.m_p1;
-        if ((*p++ | 0x20) != 'e')
-            return false;
-        const bool isNegative = p != exponent.m_p2 && *p == '-';
-        if (isNegative || (p != exponent.m_p2 && *p == '+'))
+        const char* p = begin + 1;
+        const bool isNegative = p != end && *p == '-';
+        if (isNegative || (p != end && *p == '+'))
             ++p;
         const char* const digits = p;
         int64 value = 0;
-        for (; p != exponent.m_p2 && DigitValue(*p) <= 9; ++p)
+        for (; p != end && DigitValue(*p) <= 9; ++p)
             if (value < std::numeric_limits<int32>::max()) // farther out, nothing changes any more
                 value = 10 * value + static_cast<int64>(DigitValue(*p));
+        if (p == digits)
+            return begin;
         m_exponent += isNegative ? -value : value;
-        return p != digits && p == exponent.m_p2;
+        return p;
     }
+
+    const char* m_end;
 };
 
 inline constexpr double s_powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
@@ -150,6 +155,15 @@ inline bool TryReadShortDouble(SubString literal, double& value)
     return p == end;
 }
 
+// The nearest double, where one multiplication gives it.
+inline bool TryReadExactly(const DecimalFloat& parts, double& value)
+{
+    if (!parts.HasAllDigits() || parts.m_exponent < s_minPowerOfFive || parts.m_exponent > s_maxPowerOfFive)
+        return false;
+    value = parts.m_digits != 0 ? NearestDouble(parts.m_digits, static_cast<int>(parts.m_exponent)) : 0.0;
+    return true;
+}
+
 // The double nearest to a decimal literal of digits, point and exponent; false where the text is none or lies beyond
 // the range of double. A value too small for double is zero.
 inline bool ReadDouble(SubString literal, double& value)
@@ -157,14 +171,9 @@ inline bool ReadDouble(SubString literal, double& value)
     if (TryReadShortDouble(literal, value))
         return true;
     const DecimalFloat parts(literal);
-    if (!parts.m_isNumber)
+    if (!parts.IsWhole(literal))
         return false;
-    if (parts.HasAllDigits() && s_minPowerOfFive <= parts.m_exponent && parts.m_exponent <= s_maxPowerOfFive)
-    {
-        value = parts.m_digits != 0 ? NearestDouble(parts.m_digits, static_cast<int>(parts.m_exponent)) : 0.0;
-        return true;
-    }
-    if (std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
+    if (TryReadExactly(parts, value) || std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
         return true;
     value = 0.0;
     return !parts.IsLarge();
@@ -174,7 +183,7 @@ inline bool ReadDouble(SubString literal, double& value)
 inline bool ReadFloat(SubString literal, float& value)
 {
     const DecimalFloat parts(literal);
-    if (!parts.m_isNumber)
+    if (!parts.IsWhole(literal))
         return false;
     if (std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
         return true;

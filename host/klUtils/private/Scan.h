@@ -2,8 +2,8 @@
 
 // The scanner itself, in a header so that the token stream and LsScanToken each have it inline.
 
+#include <klUtils/CharTable.h>
 #include <klUtils/LSToken.h>
-#include <klUtils/private/CharTable.h>
 #include <klUtils/private/OperatorTrie.h>
 
 namespace kelm::scan

@@ -1,0 +1,144 @@
+#include "Tool.h"
+
+#include <gmock/gmock.h>
+
+namespace kelm
+{
+
+namespace
+{
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+constexpr char s_runHelp[] = "Run with --help for more information.\n";
+
+TEST(CommandLine, TellsTheVersion)
+{
+    EXPECT_EQ(RunTool({"--version"}), (ProgramResult{0, "kelmscript " KELM_VERSION "\n", ""}));
+}
+
+TEST(CommandLine, HelpNamesTheSubcommandsAndExitCodes)
+{
+    const ProgramResult result = RunTool({"--help"});
+    EXPECT_EQ(result.m_exitCode, 0);
+    EXPECT_EQ(result.m_errors, "");
+    for (const char* part : {"eval ", "repl ", "check ", "print ", "get ", "set ", "types ", "--module LIB.so",
+                             "--version", "KELMSCRIPT_MODULES", "Exit codes: 0 ", "Examples:\n"})
+        EXPECT_THAT(result.m_output, HasSubstr(part));
+}
+
+TEST(CommandLine, EachSubcommandHasHelpWithExamples)
+{
+    for (const std::string command : {"eval", "repl", "check", "print", "get", "set", "types"})
+    {
+        const ProgramResult result = RunTool({command, "--help"});
+        EXPECT_EQ(result.m_exitCode, 0);
+        EXPECT_EQ(result.m_errors, "");
+        EXPECT_THAT(result.m_output, HasSubstr("Usage: kelmscript " + command));
+        EXPECT_THAT(result.m_output, HasSubstr("Examples:\n  "));
+    }
+}
+
+struct UsageRow
+{
+    std::vector<std::string> m_arguments;
+    std::string m_error;
+};
+
+const UsageRow s_usages[] = {
+    {{}, "A subcommand is required"},
+    {{"eval", "--bar"}, "The following argument was not expected: --bar"},
+    {{"eval", "-x"}, "The following argument was not expected: -x"},
+    {{"eval", "-f", "a", "1"}, "EXPR excludes --file"},
+    {{"eval", "--json", "--type", "1"}, "--type excludes --json"},
+    {{"repl", "1"}, "The following argument was not expected: 1"},
+    {{"check"}, "FILE is required"},
+    {{"get", "file"}, "PATH is required"},
+    {{"set", "file", ".x"}, "VALUE is required"},
+    {{"print", "file", "--json", "--compact"}, "--json excludes --compact"},
+    {{"eval", "--module"}, "--module: 1 required LIB.so missing"},
+};
+
+TEST(WrongUsage, LeavesWithTwo)
+{
+    for (const UsageRow& row : s_usages)
+        EXPECT_EQ(RunTool(row.m_arguments), (ProgramResult{2, "", row.m_error + "\n" + s_runHelp}));
+}
+
+TEST(CommandLine, RefusesToWriteStandardInputInPlace)
+{
+    EXPECT_EQ(RunTool({"set", "-i", "-", ".x", "1"}, "X {}"),
+              (ProgramResult{2, "", "kelmscript: error: standard input cannot be written in place\n"}));
+}
+
+// --- Modules
+
+struct ModuleRow
+{
+    std::string m_module;
+    std::string m_why;
+};
+
+const ModuleRow s_modules[] = {
+    {"/nowhere/libX.so", "cannot open shared object file: No such file or directory"},
+    {"libNowhere.so", "cannot open shared object file: No such file or directory"},
+    {"/nowhere/Shapes.so", "its name is not of the form libNAME.so"},
+    {"/nowhere/libShapes.a", "its name is not of the form libNAME.so"},
+    {KELM_LIBRARY_WITHOUT_TYPES, "it has no function Register_Project_klUtils"},
+};
+
+TEST(UnusableModule, IsReported)
+{
+    for (const ModuleRow& row : s_modules)
+    {
+        const ProgramResult expected{2, "",
+                                     "kelmscript: error: cannot load module " + row.m_module + ": " + row.m_why + "\n"};
+        EXPECT_EQ(RunTool({"eval", "--module", row.m_module, "1"}), expected);
+        EXPECT_EQ(RunTool({"--module", row.m_module, "eval", "1"}), expected);
+        EXPECT_EQ(RunTool({"eval", "1"}, "", {{"KELMSCRIPT_MODULES", row.m_module}}), expected);
+    }
+}
+
+TEST(Module, IsLoadedFromTheCommandLineAndTheEnvironment)
+{
+    const std::string module = KELM_TOOL_TYPES;
+    const ProgramResult ok = RunTool({"types", "--module", module});
+    EXPECT_EQ(ok.m_exitCode, 0);
+    EXPECT_EQ(ok.m_errors, "");
+    EXPECT_NE(ok, RunTool({"types"}));
+    EXPECT_EQ(RunTool({"--module", module, "--module", module, "types"}), ok);
+    EXPECT_EQ(RunTool({"types"}, "", {{"KELMSCRIPT_MODULES", ":" + module + "::" + module}}), ok);
+}
+
+// A name without a slash is that of a file here.
+TEST(Module, IsFoundInTheCurrentFolder)
+{
+    const std::filesystem::path module = KELM_TOOL_TYPES;
+    const std::string change = "cd \"" + module.parent_path().string() + "\" && exec \"$0\" \"$@\"";
+    const ProgramResult result =
+        RunProgram({"/bin/sh", "-c", change, KELMSCRIPT, "types", "--module", module.filename()});
+    EXPECT_EQ(result, RunTool({"types", "--module", module}));
+}
+
+TEST(Module, WhoseRegistrationFailsIsReported)
+{
+    const ProgramResult result = RunTool({"--module", KELM_TOOL_TYPES, "--module", KELM_TOOL_CLASH, "types"});
+    EXPECT_EQ(result.m_exitCode, 2);
+    EXPECT_EQ(result.m_output, "");
+    EXPECT_THAT(result.m_errors, StartsWith("kelmscript: error: cannot load module " KELM_TOOL_CLASH
+                                            ": Register_Project_klToolClash fails: assertion failed: "));
+}
+
+// --- Output
+
+TEST(CommandLine, FailsWhereItsOutputCannotBeWritten)
+{
+    const ProgramResult result = RunProgram({"/bin/sh", "-c", "exec \"$0\" eval 1 > /dev/full", KELMSCRIPT});
+    EXPECT_EQ(result,
+              (ProgramResult{1, "", "kelmscript: error: cannot write standard output: No space left on device\n"}));
+}
+
+} // namespace
+
+} // namespace kelm

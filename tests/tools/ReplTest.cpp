@@ -1,0 +1,146 @@
+// The prompt's commands, in a pipe; PromptTest.cpp is about the terminal.
+
+#include "Tool.h"
+
+#include <gmock/gmock.h>
+
+namespace kelm
+{
+
+namespace
+{
+
+using ::testing::HasSubstr;
+
+struct SessionRow
+{
+    std::string m_input;
+    ProgramResult m_result;
+};
+
+const SessionRow s_sessions[] = {
+    {"", {0, "", ""}},
+    {"1 + 2\n'text'", {0, "3\ntext\n", ""}},
+    {"\n  \n// comment\n# comment\n1\n", {0, "1\n", ""}},
+    {":type 1.5\n:type  'a' + 'b'  \n", {0, "float64\nstring\n", ""}},
+    {"1\n:quit\n2\n", {0, "1\n", ""}},
+    // An open bracket takes the next lines in.
+    {"(1 +\n\n2) * 3\n4\n", {0, "9\n4\n", ""}},
+    {"true ? (1) : ( // bracket in a comment (\n ')' == '(' ? 1 : 2\n)\n", {0, "1\n", ""}},
+    {"')'\n'('\n", {0, ")\n(\n", ""}},
+    {"(1\n+ $", {1, "", "<stdin>:2:3: error: Unexpected $ after + in expression\n+ $\n  ^\n"}},
+    {"1\n(2 + 3", {1, "1\n", "<stdin>:2:7: error: Expected ) when read end of text\n(2 + 3\n      ^\n"}},
+    {"(1\n+ 2)\n$\n", {1, "3\n", "<stdin>:3:1: error: Unexpected $ after start of text in expression\n$\n^\n"}},
+    {"('abc\n1\n", {1, "1\n", "<stdin>:1:2: error: Unterminated string literal\n('abc\n ^\n"}},
+    {"1 / 0\n2\n", {1, "2\n", "<stdin>:1:5: error: Division by zero error\n1 / 0\n    ^\n"}},
+    {":type 1 +\n", {1, "", "<expression>:1:4: error: Unexpected end of text after + in expression\n1 +\n   ^\n"}},
+    {":tpye 1\n",
+     {1, "", "kelmscript: error: unknown command :tpye\nkelmscript: note: did you mean :type or :types?\n"}},
+    {":\n", {1, "", "kelmscript: error: unknown command :\nkelmscript: note: :help lists the commands\n"}},
+    {":type\n", {1, "", "kelmscript: error: :type takes an argument: :type EXPR\n"}},
+    {":load\n", {1, "", "kelmscript: error: :load takes an argument: :load FILE\n"}},
+    {":load /nowhere/x.kds\n", {1, "", "kelmscript: error: cannot read /nowhere/x.kds: No such file or directory\n"}},
+    {":get .x\n", {1, "", "kelmscript: error: no object is loaded: :load FILE loads one\n"}},
+    {":set .x 1\n", {1, "", "kelmscript: error: no object is loaded: :load FILE loads one\n"}},
+    {":print\n", {1, "", "kelmscript: error: no object is loaded: :load FILE loads one\n"}},
+    {":types xstring\n", {0, "typedef xstring kelm::xstring;\n", ""}},
+    {":types kelm::xstrin\n",
+     {1, "",
+      "kelmscript: error: nothing is registered as kelm::xstrin\nkelmscript: note: did you mean kelm::xstring?\n"}},
+};
+
+TEST(Repl, AnswersInAPipe)
+{
+    for (const SessionRow& row : s_sessions)
+        EXPECT_EQ(RunTool({"repl"}, row.m_input), row.m_result);
+}
+
+TEST(Repl, HelpListsCommandsAndNames)
+{
+    const ProgramResult result = RunTool({"repl"}, ":help\n");
+    EXPECT_EQ(result.m_exitCode, 0);
+    for (const char* part : {"  :help ", "  :type EXPR ", "  :load FILE ", "  :get PATH ", "  :set PATH VALUE ",
+                             "  :print ", "  :types [NAME] ", "  :quit ", "  is_bool(x) ", "  log(f) ", "  true "})
+        EXPECT_THAT(result.m_output, HasSubstr(part));
+}
+
+// What help names, expressions know.
+TEST(Repl, HelpNamesBuiltInsAlone)
+{
+    const std::string help = RunTool({"repl"}, ":help\n").m_output;
+    std::istringstream lines(help.substr(help.find("Names in expressions:\n\n") + 23));
+    std::string input;
+    int numNames = 0;
+    for (std::string name; lines >> name; std::getline(lines, name))
+    {
+        input += name.substr(0, name.find('(')) + "\n";
+        ++numNames;
+    }
+    EXPECT_EQ(numNames, 17);
+    EXPECT_THAT(RunTool({"eval"}, input).m_errors, ::testing::Not(HasSubstr("Unexpected")));
+}
+
+TEST(Repl, NeverPromptsInAPipe)
+{
+    EXPECT_EQ(RunTool({"repl"}, "1\n(2\n)\n").m_output, "1\n2\n");
+}
+
+// --- With a data source
+
+TEST(Repl, FollowsPathsOfWhatIsLoaded)
+{
+    const TemporaryFolder folder;
+    const std::string scene = folder.MakeFile("scene.kds", "tool::Scene { tags = [\"a\"] origin = (1, 2) } ?");
+    EXPECT_EQ(RunToolWithTypes({"repl"}, ":load " + scene +
+                                             "\n:get .tags\n:set .tags [\"b c\"]\n:set .origin.x -3\n"
+                                             ":get .origin\n:set .extent Point(4, 5)\n:get .extent\n:get .orign\n"
+                                             ":load /nowhere\n:get .origin.y\n"),
+              (ProgramResult{1,
+                             "tool::Scene\n"
+                             "xvector<xstring> [\"a\"]\n"
+                             "xvector<xstring> [\"a\",\"b c\"]\n"
+                             "float64 -3.0\n"
+                             "tool::Point Point{x=-3.0 y=2.0}\n"
+                             "tool::Extent Point {x=4.0 y=5.0}\n"
+                             "tool::Extent Point {x=4.0 y=5.0}\n"
+                             "float64 2.0\n",
+                             scene + ":1:46: warning: the text after the data source is not read\n"
+                                     "tool::Scene { tags = [\"a\"] origin = (1, 2) } ?\n"
+                                     "                                             ^\n"
+                                     "<path>:1:2: error: Identifier orign is not a model field of class tool::Scene\n"
+                                     ".orign\n"
+                                     " ^\n"
+                                     "<path>:1:2: note: did you mean origin?\n"
+                                     ".orign\n"
+                                     " ^\n"
+                                     "kelmscript: error: cannot read /nowhere: No such file or directory\n"}));
+}
+
+TEST(Repl, PrintsWhatIsLoaded)
+{
+    const TemporaryFolder folder;
+    const std::string note = folder.MakeFile("note.kds", "tool::Note { text = \"a\" }");
+    EXPECT_EQ(RunToolWithTypes({"repl"}, ":load " + note + "\n:set .text \"b\"\n:print\n"),
+              (ProgramResult{0,
+                             "tool::Note\n"
+                             "xstring \"b\"\n"
+                             "tool::Note {\n"
+                             "    text = \"b\"\n"
+                             "    next = null\n"
+                             "}\n",
+                             ""}));
+    EXPECT_EQ(TextOfFile(note), "tool::Note { text = \"a\" }"); // the file is left alone
+}
+
+TEST(Repl, KeepsWhatIsLoadedWhereLoadingFails)
+{
+    const TemporaryFolder folder;
+    const std::string good = folder.MakeFile("good.kds", "tool::Note { text = \"a\" }");
+    const std::string bad = folder.MakeFile("bad.kds", "tool::Note { txet = \"a\" }");
+    EXPECT_EQ(RunToolWithTypes({"repl"}, ":load " + good + "\n:load " + bad + "\n:get .text\n").m_output,
+              "tool::Note\nxstring \"a\"\n");
+}
+
+} // namespace
+
+} // namespace kelm

@@ -1,0 +1,132 @@
+#include "Tool.h"
+
+namespace kelm
+{
+
+namespace
+{
+
+TEST(Types, ListsWhatIsRegisteredByKind)
+{
+    EXPECT_EQ(RunToolWithTypes({"types"}), (ProgramResult{0,
+                                                          "classes:\n"
+                                                          "    kelm::ReflectedValue\n"
+                                                          "    kelm::ReflectionByteCode\n"
+                                                          "    tool::Frame\n"
+                                                          "    tool::Note\n"
+                                                          "    tool::Point\n"
+                                                          "    tool::Scene\n"
+                                                          "    tool::Sealed\n"
+                                                          "variants:\n"
+                                                          "    kelm::KSValue\n"
+                                                          "    tool::Extent\n"
+                                                          "enumerations:\n"
+                                                          "    tool::Colour\n"
+                                                          "typedefs:\n"
+                                                          "    kelm::xstring\n"
+                                                          "    kelm::xstring16\n"
+                                                          "interfaces:\n"
+                                                          "    kelm::IObject\n"
+                                                          "    kelm::IPersistable\n"
+                                                          "functions:\n"
+                                                          "    kelm::NavigatePathToField\n"
+                                                          "    kelm::ParseDataSourceFromString\n"
+                                                          "    kelm::ParseDataSourceFromString2\n",
+                                                          ""}));
+}
+
+struct TypeRow
+{
+    std::string m_name;
+    std::string m_output;
+};
+
+const TypeRow s_types[] = {
+    {"tool::Note", "class tool::Note  // 40 octets, can be created, implements kelm::IObject and kelm::IPersistable, "
+                   "target Tests/ToolTypes\n"
+                   "{\n"
+                   "    xstring text;             // offset 0, since release 0\n"
+                   "    ptr<kelm::IObject> next;  // offset 24, since release 0\n"
+                   "};\n"},
+    {"tool::Scene",
+     "class tool::Scene  // 288 octets, can be created, implements kelm::IObject, target Tests/ToolTypes\n"
+     "{\n"
+     "    xstring title;                      // offset 0, since release 0\n"
+     "    tool::Point origin;                 // offset 24, since release 0\n"
+     "    tool::Colour colour;                // offset 40, since release 0\n"
+     "    bool isOpen;                        // offset 44, since release 0\n"
+     "    int8 tiny;                          // offset 45, since release 0\n"
+     "    uint64 big;                         // offset 48, since release 0\n"
+     "    float32 ratio;                      // offset 56, since release 0\n"
+     "    char letter;                        // offset 60, since release 0\n"
+     "    xstring16 wide;                     // offset 64, since release 0\n"
+     "    int32 scores[3];                    // offset 88, since release 0\n"
+     "    xvector<xstring> tags;              // offset 104, since release 0\n"
+     "    xdynarray<tool::Point> samples;     // offset 128, since release 0\n"
+     "    xmap<xstring, int32> counts;        // offset 152, since release 0\n"
+     "    xmap<int32, tool::Point> marks;     // offset 160, since release 0\n"
+     "    tool::Extent extent;                // offset 168, since release 0\n"
+     "    ptr<kelm::IObject> first;           // offset 200, since release 0\n"
+     "    pref<tool::Note> note;              // offset 216, since release 0\n"
+     "    xvector<ptr<kelm::IObject>> notes;  // offset 240, since release 0\n"
+     "    const int32 version;                // offset 264, since release 0\n"
+     "    int32 late;                         // offset 268, since release 1\n"
+     "    int32 old;                          // offset 272, since release 0, dropped in release 1\n"
+     "    float64 area;                       // offset 280, outside the model\n"
+     "};\n"},
+    {"tool::Sealed", "class tool::Sealed  // 4 octets, implements kelm::IObject, target Tests/ToolTypes\n"
+                     "{\n"
+                     "    int32 value;  // offset 0, since release 0\n"
+                     "};\n"},
+    {"tool::Frame", "class tool::Frame  // 24 octets, can be created, implements kelm::IObject, model of tool::Point, "
+                    "target Tests/ToolTypes\n"
+                    "{\n"
+                    "    float64 x;      // offset 8, since release 0\n"
+                    "    float64 y;      // offset 16, since release 0\n"
+                    "    float64 width;  // offset 0, outside the model\n"
+                    "};\n"},
+    {"Colour", "enum tool::Colour  // target Tests/ToolTypes\n"
+               "{\n"
+               "    RED = 1,\n"
+               "    GREEN = 2,\n"
+               "    DEEP_BLUE = 7,\n"
+               "};\n"},
+    {"Extent", "variant tool::Extent  // 32 octets, target Tests/ToolTypes\n"
+               "{\n"
+               "    radius: float64;           // index 0, offset 8\n"
+               "    tool::Point: tool::Point;  // index 1, offset 8\n"
+               "    label: xstring;            // index 2, offset 8\n"
+               "};\n"},
+    {"kelm.xstring", "typedef xstring kelm::xstring;\n"},
+    {"IObject", "interface kelm::IObject;\n"},
+    {"NavigatePathToField", "void* kelm::NavigatePathToField(ptr<kelm::IObject> obj, const kelm::xstring& path, "
+                            "kelm::ReflectionByteCode& rbc, bool writeAccess, kelm::xstring& errorMsg);\n"},
+};
+
+TEST(Types, ShowsOneTypeAsCppWouldDeclareIt)
+{
+    for (const TypeRow& row : s_types)
+        EXPECT_EQ(RunToolWithTypes({"types", row.m_name}), (ProgramResult{0, row.m_output, ""}));
+}
+
+TEST(Types, SuggestsTheNearestNames)
+{
+    EXPECT_EQ(RunToolWithTypes({"types", "tool::Sceen"}),
+              (ProgramResult{1, "",
+                             "kelmscript: error: nothing is registered as tool::Sceen\n"
+                             "kelmscript: note: did you mean tool::Scene?\n"}));
+    EXPECT_EQ(RunToolWithTypes({"types", "Color"}), (ProgramResult{1, "",
+                                                                   "kelmscript: error: nothing is registered as Color\n"
+                                                                   "kelmscript: note: did you mean tool::Colour?\n"}));
+    EXPECT_EQ(RunToolWithTypes({"types", "$"}),
+              (ProgramResult{1, "", "kelmscript: error: nothing is registered as $\n"}));
+}
+
+TEST(Types, AreNoneOfAModuleThatIsNotLoaded)
+{
+    EXPECT_EQ(RunTool({"types", "tool::Scene"}).m_exitCode, 1);
+}
+
+} // namespace
+
+} // namespace kelm

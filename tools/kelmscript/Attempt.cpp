@@ -1,0 +1,71 @@
+#include "Attempt.h"
+
+#include "DivisionWatch.h"
+#include "Suggest.h"
+
+#include <klKelmScript/KSValue.h>
+#include <klUtils/KelmAssertionError.h>
+#include <klUtils/LexScannerException.h>
+
+#include <exception>
+#include <new>
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+std::size_t OffsetOf(const SourceText& source, const char* position)
+{
+    const SubString text = source.View();
+    return position < text.m_p1 || text.m_p2 < position ? 0 : static_cast<std::size_t>(position - text.m_p1);
+}
+
+std::optional<Failure> RunAndCatch(const SourceText& source, const ParserBase& parser, const std::function<void()>& f)
+{
+    const auto atLastToken = [&](ConstStringZ kind, const std::string& message) {
+        return Failure{kind, message, OffsetOf(source, parser.m_prevToken.m_str.m_p1), {}};
+    };
+    try
+    {
+        f();
+        return std::nullopt;
+    }
+    catch (const LexScannerException& e)
+    {
+        const std::size_t offset = OffsetOf(source, e.m_pos);
+        const std::string message(e.m_description.view());
+        return Failure{"syntax", message, offset, SuggestNames(source, parser, message, offset)};
+    }
+    catch (const KSValueException& e)
+    {
+        return atLastToken("value", std::string(e.m_description.view()));
+    }
+    catch (const KelmAssertionError& e)
+    {
+        Failure failure = atLastToken("assertion", e.what());
+        failure.m_notes = Explain(e, failure.m_offset);
+        return failure;
+    }
+    catch (const std::bad_alloc&)
+    {
+        return atLastToken("memory", "out of memory");
+    }
+}
+
+} // namespace
+
+std::optional<Failure> Attempt(const SourceText& source, const ParserBase& parser, const std::function<void()>& f)
+{
+    const DivisionWatch watch(parser);
+    std::optional<Failure> failure = RunAndCatch(source, parser, f);
+    if (watch.HasFaulted()) // whatever came later came of its substitute result
+        return Failure{"division",
+                       "Division fault: -9223372036854775808 divided by -1 is beyond int64",
+                       OffsetOf(source, watch.GetPlace().m_str.m_p1),
+                       {}};
+    return failure;
+}
+
+} // namespace kelm::tool

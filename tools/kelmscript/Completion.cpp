@@ -1,0 +1,127 @@
+#include "Completion.h"
+
+#include "BuiltIns.h"
+#include "Names.h"
+
+#include <klKelmScript/ParseFieldPath.h>
+#include <klObject/prefbase.h>
+#include <klUtils/KelmAssertionError.h>
+#include <klUtils/xvector.h>
+
+#include <cstdlib>
+#include <cstring>
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+struct Field
+{
+    ReflectionByteCode m_type; // underlying
+    const void* m_data;        // null where the path leads nowhere
+};
+
+Field FindField(ptr<IObject> object, const std::string& path)
+{
+    Field field{{}, nullptr};
+    xstring error;
+    try
+    {
+        // As if for writing: completion is no reason to bring data in.
+        field.m_data = NavigatePathToField(object, path.c_str(), field.m_type, true, error);
+    }
+    catch (const KelmAssertionError&)
+    {
+        return {{}, nullptr};
+    }
+    if (field.m_data != nullptr && field.m_type.m_bc != nullptr)
+        field.m_type.AdvanceToUnderlyingType2();
+    return field;
+}
+
+// Whether following the path would make a dynamic array grow.
+bool Grows(ptr<IObject> object, const std::string& path)
+{
+    for (std::size_t at = path.find("[["); at != std::string::npos; at = path.find("[[", at + 2))
+    {
+        const Field array = FindField(object, path.substr(0, at));
+        if (array.m_data == nullptr || array.m_type.m_bc == nullptr || array.m_type.GetCode() != FT_DYNARRAY)
+            return true;
+        const ssize_t size = static_cast<const VectorOfByte*>(array.m_data)->size();
+        const long index = std::strtol(path.c_str() + at + 2, nullptr, 0);
+        if (index >= size / array.m_type.GetElementType().GetTypeSize())
+            return true;
+    }
+    return false;
+}
+
+const ReflectedClass* ClassOf(ptr<IObject> object)
+{
+    return object ? object.GetReflectedClass() : nullptr;
+}
+
+const ReflectedClass* ClassAt(ptr<IObject> object, const Field& field)
+{
+    if (field.m_type.m_bc == nullptr)
+        return ClassOf(object);
+    switch (field.m_type.GetCode())
+    {
+    case FT_CLASS: return field.m_type.GetReflectedClass();
+    case FT_PREF:
+    case FT_CREF: return ClassOf(static_cast<const prefbase*>(field.m_data)->GetLoaded());
+    case FT_INTERFACE_POINTER:
+    {
+        ptr<IObject> target;
+        std::memcpy(static_cast<void*>(&target), field.m_data, sizeof target);
+        return ClassOf(target);
+    }
+    default: return nullptr;
+    }
+}
+
+} // namespace
+
+std::vector<std::string> StartingWith(const std::string& beginning, const std::vector<std::string>& names)
+{
+    std::vector<std::string> matches;
+    for (const std::string& name : names)
+        if (name.starts_with(beginning))
+            matches.push_back(name);
+    return matches;
+}
+
+std::vector<std::string> CompleteBuiltIn(const std::string& beginning)
+{
+    std::vector<std::string> names;
+    for (const BuiltIn& builtIn : s_builtIns)
+        names.push_back(std::string(builtIn.m_name) + (builtIn.m_parameter != nullptr ? "(" : ""));
+    return StartingWith(beginning, names);
+}
+
+std::vector<std::string> CompleteTypeName(const std::string& beginning)
+{
+    const std::vector<std::string> names = AllTypeNames();
+    std::vector<std::string> matches = StartingWith(beginning, names);
+    if (!matches.empty())
+        return matches;
+    std::vector<std::string> lastParts;
+    for (const std::string& name : names)
+        lastParts.emplace_back(LastPart(name));
+    return StartingWith(beginning, lastParts);
+}
+
+std::vector<std::string> FieldNamesAt(ptr<IObject> object, const std::string& path)
+{
+    if (!object || !path.ends_with('.'))
+        return {};
+    const std::string parent = path.substr(0, path.size() - 1);
+    if (Grows(object, parent))
+        return {};
+    const Field field = FindField(object, parent);
+    const ReflectedClass* const rc = field.m_data != nullptr ? ClassAt(object, field) : nullptr;
+    return rc != nullptr ? ModelFieldNames(*rc) : std::vector<std::string>();
+}
+
+} // namespace kelm::tool

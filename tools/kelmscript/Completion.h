@@ -1,0 +1,24 @@
+#pragma once
+
+#include <klObject/IObject.h>
+
+#include <string>
+#include <vector>
+
+namespace kelm::tool
+{
+
+// Those of `names` that begin with `beginning`.
+std::vector<std::string> StartingWith(const std::string& beginning, const std::vector<std::string>& names);
+
+// The built-in names of expressions that begin with `beginning`; functions with their bracket.
+std::vector<std::string> CompleteBuiltIn(const std::string& beginning);
+
+// The registered names that begin with `beginning`, or whose last parts do: then these alone.
+std::vector<std::string> CompleteTypeName(const std::string& beginning);
+
+// The names of the fields at the end of a path such as ".items[3].", which ends with a dot. Looks at the object
+// without changing it; none where the path leads nowhere.
+std::vector<std::string> FieldNamesAt(ptr<IObject> object, const std::string& path);
+
+} // namespace kelm::tool

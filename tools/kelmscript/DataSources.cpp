@@ -1,0 +1,321 @@
+#include "DataSources.h"
+
+#include "Attempt.h"
+#include "Diagnostics.h"
+#include "Files.h"
+#include "JsonVariable.h"
+#include "TypeText.h"
+
+#include <klKelmScript/ParseDataSource.h>
+#include <klKelmScript/ParseFieldPath.h>
+#include <klObject/ReflectedVariable.h>
+#include <klObject/WriteVariable.h>
+#include <klUtils/ExpressionParser.h>
+#include <klUtils/KelmAssertionError.h>
+#include <klUtils/xostream.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <memory>
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+// Runs what reads `source` through the parser, from its first token on; false after a failure was reported.
+bool Read(const SourceText& source, ExpressionParser& parser, const std::function<void()>& read)
+{
+    const std::optional<Failure> failure = Attempt(source, parser,
+                                                   [&]
+                                                   {
+                                                       parser.Init(source.View());
+                                                       read();
+                                                   });
+    if (failure)
+        Report(source, *failure);
+    return !failure;
+}
+
+void RequireEnd(const ParserBase& parser)
+{
+    if (parser.m_token.m_type != TOKEN_END)
+        parser.ThrowExpectedException("end of text");
+}
+
+// --- Fields
+
+struct Field
+{
+    ReflectionByteCode m_type;
+    void* m_data;
+};
+
+std::optional<Field> FindField(ptr<IObject> object, const std::string& path, bool forWriting)
+{
+    const SourceText source{"<path>", path};
+    if (!object)
+    {
+        Report(SEV_ERROR, source, 0, "the data source is null, which has no fields");
+        return std::nullopt;
+    }
+    ExpressionParser parser;
+    Field field{};
+    const bool isFound = Read(source, parser,
+                              [&]
+                              {
+                                  field.m_data = NavigatePathToField(object, parser, field.m_type, forWriting);
+                                  RequireEnd(parser);
+                              });
+    return isFound ? std::optional(field) : std::nullopt;
+}
+
+// A variable that lies in memory of its own.
+class Variable
+{
+public:
+    explicit Variable(ReflectionByteCode type)
+        : m_type(type), m_memory(std::make_unique<char[]>(static_cast<std::size_t>(type.GetTypeSize())))
+    {
+        ConstructReflectedVariable(m_type, m_memory.get());
+    }
+    ~Variable() { DestructReflectedVariable(m_type, m_memory.get()); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+    void* GetData() { return m_memory.get(); }
+
+    // Variables may be moved as bytes.
+    void Swap(void* other)
+    {
+        const auto size = static_cast<std::size_t>(m_type.GetTypeSize());
+        auto* const bytes = static_cast<char*>(other);
+        std::swap_ranges(m_memory.get(), m_memory.get() + size, bytes);
+    }
+
+private:
+    ReflectionByteCode m_type;
+    std::unique_ptr<char[]> m_memory;
+};
+
+bool ReadValue(const std::string& value, ReflectionByteCode type, void* data)
+{
+    const SourceText source{"<value>", value};
+    ExpressionParser parser;
+    return Read(source, parser,
+                [&]
+                {
+                    ParseVariable(parser, type, data);
+                    RequireEnd(parser);
+                });
+}
+
+bool IsVariant(ReflectionByteCode type)
+{
+    type.AdvanceToUnderlyingType2();
+    return type.GetCode() == FT_VARIANT;
+}
+
+// --- Texts
+
+// What `write` returns. Nothing, after the error was reported, where a value has no form.
+std::optional<std::string> TryWrite(const std::function<std::string()>& write)
+{
+    try
+    {
+        return write();
+    }
+    catch (const WriteException& e)
+    {
+        ReportError(std::string("cannot write the object: ") + e.what());
+    }
+    catch (const JsonException& e)
+    {
+        ReportError(std::string("cannot write the object as JSON: ") + e.what());
+    }
+    catch (const KelmAssertionError& e)
+    {
+        ReportError(e.what());
+    }
+    return std::nullopt;
+}
+
+std::string Collected(const std::function<void(xostream&)>& write)
+{
+    StringStream os(4096);
+    write(os);
+    return std::string(os.GetString().view());
+}
+
+constexpr int s_indent = 4;
+
+std::string DataSourceText(ptr<IObject> object, int indent)
+{
+    return Collected([&](xostream& os) { WriteObject(os, object, {indent}); });
+}
+
+// Of the object itself, which an empty path names, or of a field.
+std::string TypeOf(ptr<IObject> object, const Field& field)
+{
+    return field.m_type.m_bc == nullptr ? object.GetReflectedClass()->m_name : TypeText(field.m_type);
+}
+
+std::string ValueText(ptr<IObject> object, const Field& field)
+{
+    if (field.m_type.m_bc == nullptr)
+        return DataSourceText(object, 0);
+    return Collected([&](xostream& os) { WriteVariable(os, field.m_type, field.m_data, {}); });
+}
+
+Json ValueJson(ptr<IObject> object, const Field& field)
+{
+    return field.m_type.m_bc == nullptr ? JsonOfObject(object) : JsonOfVariable(field.m_type, field.m_data);
+}
+
+void Put(const std::string& text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fputc('\n', stdout);
+}
+
+// --- Commands
+
+// Writes a text, if there is one, and gives the exit code.
+int Finish(const std::optional<std::string>& text)
+{
+    if (!text)
+        return EXIT_FAILED;
+    Put(*text);
+    return EXIT_OK;
+}
+
+// Reads the data source that the options name.
+bool LoadFile(const Options& options, ETrailingText trailing, GcRoot& object)
+{
+    const std::optional<SourceText> source = ReadFile(options.m_file);
+    return source && LoadDataSource(*source, trailing, object);
+}
+
+bool CheckFile(const std::string& path)
+{
+    const std::optional<SourceText> source = ReadFile(path);
+    GcRoot object;
+    const bool isRight = source && LoadDataSource(*source, TRAILING_WARNS, object);
+    if (isRight)
+        Put(source->m_name + ": ok");
+    return isRight;
+}
+
+} // namespace
+
+bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object)
+{
+    ExpressionParser parser;
+    const bool isLoaded = Read(source, parser,
+                               [&]
+                               {
+                                   object = ParseDataSource(parser);
+                                   if (trailing == TRAILING_FAILS)
+                                       RequireEnd(parser);
+                               });
+    if (isLoaded && parser.m_token.m_type != TOKEN_END)
+        Report(SEV_WARNING, source, static_cast<std::size_t>(parser.m_token.m_str.m_p1 - source.View().m_p1),
+               "the text after the data source is not read");
+    return isLoaded;
+}
+
+std::optional<std::string> ObjectText(ptr<IObject> object, EForm form)
+{
+    return TryWrite(
+        [&]
+        {
+            return form == FORM_JSON ? IndentedText(JsonOfObject(object))
+                                     : DataSourceText(object, form == FORM_INDENTED ? s_indent : 0);
+        });
+}
+
+std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, bool asJson)
+{
+    const std::optional<Field> field = FindField(object, path, false);
+    if (!field)
+        return std::nullopt;
+    return TryWrite(
+        [&]
+        {
+            const std::string type = TypeOf(object, *field);
+            return asJson ? CompactText({{"type", type}, {"value", ValueJson(object, *field)}})
+                          : type + " " + ValueText(object, *field);
+        });
+}
+
+bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces)
+{
+    const std::optional<Field> field = FindField(object, path, true);
+    if (!field)
+        return false;
+    if (field->m_type.m_bc == nullptr)
+    {
+        Report(SEV_ERROR, {"<path>", path}, path.size(), "the object itself cannot be set: name a field");
+        return false;
+    }
+    // A variant never keeps what it held, which reading in place would forget without destroying it.
+    if (!replaces && !IsVariant(field->m_type))
+        return ReadValue(value, field->m_type, field->m_data);
+    Variable fresh(field->m_type);
+    const bool isRead = ReadValue(value, field->m_type, fresh.GetData());
+    if (isRead)
+        fresh.Swap(field->m_data);
+    return isRead;
+}
+
+int RunCheck(const Options& options)
+{
+    int exitCode = EXIT_OK;
+    for (const std::string& path : options.m_files)
+    {
+        if (!CheckFile(path))
+            exitCode = EXIT_FAILED;
+        CollectGarbage();
+    }
+    return exitCode;
+}
+
+int RunPrint(const Options& options)
+{
+    GcRoot object;
+    if (!LoadFile(options, TRAILING_WARNS, object))
+        return EXIT_FAILED;
+    return Finish(ObjectText(object.get(), options.m_json      ? FORM_JSON
+                                           : options.m_compact ? FORM_COMPACT
+                                                               : FORM_INDENTED));
+}
+
+int RunGet(const Options& options)
+{
+    GcRoot object;
+    if (!LoadFile(options, TRAILING_WARNS, object))
+        return EXIT_FAILED;
+    return Finish(FieldText(object.get(), options.m_path, options.m_json));
+}
+
+int RunSet(const Options& options)
+{
+    if (options.m_inPlace && options.m_file == "-")
+    {
+        ReportError("standard input cannot be written in place");
+        return EXIT_USAGE;
+    }
+    GcRoot object;
+    // What follows a data source would be lost.
+    if (!LoadFile(options, TRAILING_FAILS, object) ||
+        !SetField(object.get(), options.m_path, options.m_value, options.m_replace))
+        return EXIT_FAILED;
+    const std::optional<std::string> text = ObjectText(object.get(), options.m_compact ? FORM_COMPACT : FORM_INDENTED);
+    if (!options.m_inPlace)
+        return Finish(text);
+    return text && ReplaceFile(options.m_file, *text + "\n") ? EXIT_OK : EXIT_FAILED;
+}
+
+} // namespace kelm::tool

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Options.h"
+#include "Source.h"
+
+#include <klObject/Collector.h>
+#include <klObject/IObject.h>
+
+#include <optional>
+#include <string>
+
+namespace kelm::tool
+{
+
+enum ETrailingText
+{
+    TRAILING_WARNS, // text after a data source is reported and passed over
+    TRAILING_FAILS,
+};
+
+// Reads a data source; `object` then holds what it describes, which is null for the text "null". False, after the error
+// was reported, where it cannot be read.
+bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object);
+
+enum EForm
+{
+    FORM_INDENTED,
+    FORM_COMPACT,
+    FORM_JSON,
+};
+
+// An object as text. Nothing, after the error was reported, where it has no such form.
+std::optional<std::string> ObjectText(ptr<IObject> object, EForm form);
+
+// The type and value of a field on one line. Nothing, after the error was reported, where there is none.
+std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, bool asJson);
+
+// Reads a value into a field by the rules of data sources, so that containers receive it in addition to what they hold;
+// with `replaces`, in place of that. False, after the error was reported, where it cannot be read.
+bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces);
+
+// `kelmscript check`, `print`, `get` and `set`
+int RunCheck(const Options& options);
+int RunPrint(const Options& options);
+int RunGet(const Options& options);
+int RunSet(const Options& options);
+
+} // namespace kelm::tool

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <klUtils/types.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace kelm::tool
+{
+
+struct Note
+{
+    std::string m_message;
+    std::size_t m_offset;
+};
+
+// Why a text could not be evaluated or read, and where in it.
+struct Failure
+{
+    ConstStringZ m_kind; // "syntax", "value", "assertion", "division" or "memory"
+    std::string m_message;
+    std::size_t m_offset; // in octets, from the start of the text
+    std::vector<Note> m_notes;
+};
+
+} // namespace kelm::tool

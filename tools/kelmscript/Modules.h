@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kelm::tool
+{
+
+// Registers the library's own types, then loads the modules that KELMSCRIPT_MODULES names (colons between them) and
+// those given, each once, and calls their Register_Project_NAME, where NAME is that of the file libNAME.so. False,
+// after an error was reported, where one cannot be loaded. Modules stay loaded until the process ends.
+bool LoadModules(const std::vector<std::string>& modules);
+
+} // namespace kelm::tool

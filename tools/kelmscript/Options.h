@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kelm::tool
+{
+
+// What the command line asks for.
+struct Options
+{
+    int (*m_run)(const Options&) = nullptr; // the subcommand; gives the exit code
+
+    std::vector<std::string> m_modules;
+    std::vector<std::string> m_expressions;
+    std::vector<std::string> m_files;
+    std::string m_file;
+    std::string m_path;
+    std::string m_value;
+    std::string m_name;
+    bool m_json = false;
+    bool m_type = false;
+    bool m_compact = false;
+    bool m_inPlace = false;
+    bool m_replace = false;
+};
+
+// The exit codes of the tool.
+enum EExitCode
+{
+    EXIT_OK = 0,
+    EXIT_FAILED = 1, // an expression, a file or a name
+    EXIT_USAGE = 2,  // the command line, a module
+};
+
+// Reads the command line. Where that is all there is to do (help, version, an error, each already written), m_run is
+// null and `exitCode` says how to leave.
+Options ParseOptions(int argc, char** argv, int& exitCode);
+
+} // namespace kelm::tool

@@ -1,0 +1,341 @@
+#include "Repl.h"
+
+#include "BuiltIns.h"
+#include "Completion.h"
+#include "DataSources.h"
+#include "Diagnostics.h"
+#include "Eval.h"
+#include "Files.h"
+#include "LineReader.h"
+#include "Names.h"
+#include "Suggest.h"
+#include "Types.h"
+
+#include <klObject/Collector.h>
+#include <klUtils/LexScannerException.h>
+#include <klUtils/LsScanToken.h>
+
+#include <cstdio>
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+constexpr ConstStringZ s_prompt = "kelm> ";
+constexpr ConstStringZ s_continuation = "  ... ";
+
+constexpr ConstStringZ s_expressionBreaks = " \t\n\"'`@$><=;|&{}()[]+-*/%^~!?:,.";
+constexpr ConstStringZ s_nameBreaks = " \t\n\"'";
+
+void Put(const std::string& text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fputc('\n', stdout);
+}
+
+// Whether a text ends inside brackets. One that cannot be scanned does not: its error is due.
+bool HasOpenBracket(const std::string& text)
+{
+    int depth = 0;
+    SubString rest(text.data(), text.data() + text.size());
+    try
+    {
+        for (LSToken token = LsScanToken(rest, true); token.m_type != TOKEN_END; token = LsScanToken(rest, false))
+            switch (token.m_type)
+            {
+            case TOKEN_LEFT_PAREN:
+            case TOKEN_LEFT_SQUARE:
+            case TOKEN_LEFT_CURLY: ++depth; break;
+            case TOKEN_RIGHT_PAREN:
+            case TOKEN_RIGHT_SQUARE:
+            case TOKEN_RIGHT_CURLY: --depth; break;
+            default: break;
+            }
+    }
+    catch (const LexScannerException&)
+    {
+        return false;
+    }
+    return depth > 0;
+}
+
+// Splits at the first white space; neither part keeps blanks at its ends.
+struct WordAndRest
+{
+    std::string m_word;
+    std::string m_rest;
+};
+
+WordAndRest SplitFirstWord(const std::string& text)
+{
+    constexpr ConstStringZ blanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(blanks);
+    if (begin == std::string::npos)
+        return {};
+    const std::size_t end = std::min(text.find_first_of(blanks, begin), text.size());
+    const std::size_t rest = std::min(text.find_first_not_of(blanks, end), text.size());
+    const std::size_t last = text.find_last_not_of(blanks) + 1;
+    return {text.substr(begin, end - begin), rest < last ? text.substr(rest, last - rest) : std::string()};
+}
+
+class Repl : private CompletionSource
+{
+public:
+    Repl() : m_reader(MakeLineReader(*this)) {}
+
+    int Run()
+    {
+        if (m_reader->IsInteractive())
+            Put("kelmscript " KELM_VERSION ", :help for help");
+        while (!m_isLeaving)
+            ReadEntry();
+        return m_hasFailed && !m_reader->IsInteractive() ? EXIT_FAILED : EXIT_OK;
+    }
+
+private:
+    // What a command's argument is, which decides its completion.
+    enum EArgument
+    {
+        ARG_NONE,
+        ARG_EXPRESSION,
+        ARG_FILE,
+        ARG_PATH,
+        ARG_TYPE,
+    };
+
+    struct Command
+    {
+        ConstStringZ m_name;
+        ConstStringZ m_synopsis;
+        EArgument m_argument;
+        bool m_needsArgument;
+        bool (Repl::*m_run)(const std::string& argument); // false after a failure was reported
+        ConstStringZ m_summary;
+    };
+    static const Command s_commands[];
+
+    // Reads one expression or command, several lines while a bracket is open, and runs it.
+    void ReadEntry()
+    {
+        std::string entry;
+        std::string line;
+        int64 numLines = 0;
+        do
+        {
+            const ERead read = m_reader->Read(entry.empty() ? s_prompt : s_continuation, line);
+            if (read == READ_INTERRUPTED)
+                return;
+            m_isLeaving = read == READ_END;
+            if (m_isLeaving)
+                break;
+            entry += numLines == 0 ? line : "\n" + line;
+            ++numLines;
+        } while (!IsCommand(entry) && HasOpenBracket(entry));
+
+        const SourceText source{m_reader->IsInteractive() ? "<prompt>" : "<stdin>", entry, m_nextLine};
+        if (!m_reader->IsInteractive())
+            m_nextLine += numLines;
+        if (!IsBlank(source))
+        {
+            m_reader->Remember(entry);
+            m_hasFailed |= !(IsCommand(entry) ? RunCommand(entry.substr(1)) : EvaluateExpression(source));
+        }
+    }
+
+    static bool IsCommand(const std::string& entry) { return entry.starts_with(':'); }
+
+    static bool EvaluateExpression(const SourceText& source) { return WriteOutcome(source, Evaluate(source), false); }
+
+    static bool WriteOutcome(const SourceText& source, const Outcome& outcome, bool onlyKind)
+    {
+        if (outcome.m_failure)
+            Report(source, *outcome.m_failure);
+        else
+            Put(onlyKind ? TypeToString(outcome.m_value.GetTag()) : TextOf(outcome.m_value, false));
+        return !outcome.m_failure;
+    }
+
+    bool RunCommand(const std::string& text)
+    {
+        const WordAndRest words = SplitFirstWord(text);
+        const Command* const command = FindCommand(words.m_word);
+        if (command == nullptr)
+        {
+            std::vector<std::string> nearest = NearestNames(words.m_word, CommandNames());
+            for (std::string& name : nearest)
+                name.insert(0, ":");
+            const std::string question = DidYouMean(nearest);
+            ReportError("unknown command :" + words.m_word);
+            ReportNote(question.empty() ? ":help lists the commands" : question);
+            return false;
+        }
+        if (command->m_needsArgument && words.m_rest.empty())
+        {
+            ReportError(":" + words.m_word + " takes an argument: " + command->m_synopsis);
+            return false;
+        }
+        return (this->*command->m_run)(words.m_rest);
+    }
+
+    // --- The commands
+
+    bool Help(const std::string&);
+
+    bool Type(const std::string& expression)
+    {
+        const SourceText source{"<expression>", expression};
+        return WriteOutcome(source, Evaluate(source), true);
+    }
+
+    bool Load(const std::string& file)
+    {
+        const std::optional<SourceText> source = ReadFile(file);
+        GcRoot object;
+        if (!source || !LoadDataSource(*source, TRAILING_WARNS, object))
+            return false;
+        m_object = object;
+        CollectGarbage();
+        Put(m_object.get() ? m_object.get().GetReflectedClass()->m_name : "null");
+        return true;
+    }
+
+    bool Get(const std::string& path) { return HasObject() && PutIfAny(FieldText(m_object.get(), path, false)); }
+
+    bool Set(const std::string& argument)
+    {
+        const WordAndRest words = SplitFirstWord(argument);
+        return HasObject() && SetField(m_object.get(), words.m_word, words.m_rest, false) &&
+               PutIfAny(FieldText(m_object.get(), words.m_word, false));
+    }
+
+    bool Print(const std::string&) { return HasObject() && PutIfAny(ObjectText(m_object.get(), FORM_INDENTED)); }
+
+    bool Types(const std::string& name)
+    {
+        if (!name.empty())
+            return ShowType(name);
+        ListTypes();
+        return true;
+    }
+
+    bool Quit(const std::string&)
+    {
+        m_isLeaving = true;
+        return true;
+    }
+
+    bool HasObject() const
+    {
+        if (!m_object.get())
+            ReportError("no object is loaded: :load FILE loads one");
+        return static_cast<bool>(m_object.get());
+    }
+
+    static bool PutIfAny(const std::optional<std::string>& text)
+    {
+        if (text)
+            Put(*text);
+        return text.has_value();
+    }
+
+    // --- Completion
+
+    static const Command* FindCommand(const std::string& name);
+    static std::vector<std::string> CommandNames();
+
+    // What a line is the beginning of, and where its argument begins.
+    static EArgument ArgumentOf(const std::string& line, std::size_t& begin)
+    {
+        begin = 0;
+        if (!IsCommand(line))
+            return ARG_EXPRESSION;
+        const Command* const command = FindCommand(SplitFirstWord(line.substr(1)).m_word);
+        begin = line.find_first_not_of(" \t", std::min(line.find_first_of(" \t"), line.size()));
+        return command != nullptr ? command->m_argument : ARG_NONE;
+    }
+
+    ConstStringZ GetWordBreaks(const std::string& line) const override
+    {
+        std::size_t begin = 0;
+        const EArgument argument = ArgumentOf(line, begin);
+        return argument == ARG_FILE || argument == ARG_TYPE ? s_nameBreaks : s_expressionBreaks;
+    }
+
+    Completions Complete(const std::string& line, std::size_t start, std::size_t end) const override
+    {
+        const std::string word = line.substr(start, end - start);
+        if (IsCommand(line) && line.find_first_of(" \t") >= end)
+            return {StartingWith(word, CommandNames())};
+        std::size_t begin = 0;
+        switch (ArgumentOf(line, begin))
+        {
+        case ARG_EXPRESSION: return {CompleteBuiltIn(word)};
+        case ARG_FILE: return {{}, true};
+        case ARG_TYPE: return {CompleteTypeName(word)};
+        case ARG_PATH:
+            if (begin < start)
+                return {StartingWith(word, FieldNamesAt(m_object.get(), line.substr(begin, start - begin)))};
+            return {};
+        case ARG_NONE: return {};
+        }
+        return {};
+    }
+
+    std::unique_ptr<LineReader> m_reader;
+    GcRoot m_object; // what :load loaded
+    int64 m_nextLine = 1;
+    bool m_isLeaving = false;
+    bool m_hasFailed = false;
+};
+
+const Repl::Command Repl::s_commands[] = {
+    {"help", ":help", ARG_NONE, false, &Repl::Help, "this text"},
+    {"type", ":type EXPR", ARG_EXPRESSION, true, &Repl::Type, "the kind of an expression's value"},
+    {"load", ":load FILE", ARG_FILE, true, &Repl::Load, "read a data source"},
+    {"get", ":get PATH", ARG_PATH, true, &Repl::Get, "the type and value of a field of what is loaded"},
+    {"set", ":set PATH VALUE", ARG_PATH, true, &Repl::Set, "read a value into a field of what is loaded"},
+    {"print", ":print", ARG_NONE, false, &Repl::Print, "write what is loaded"},
+    {"types", ":types [NAME]", ARG_TYPE, false, &Repl::Types, "what is registered, or one type"},
+    {"quit", ":quit", ARG_NONE, false, &Repl::Quit, "leave (so does Ctrl-D)"},
+};
+
+const Repl::Command* Repl::FindCommand(const std::string& name)
+{
+    for (const Command& command : s_commands)
+        if (name == command.m_name)
+            return &command;
+    return nullptr;
+}
+
+std::vector<std::string> Repl::CommandNames()
+{
+    std::vector<std::string> names;
+    for (const Command& command : s_commands)
+        names.emplace_back(command.m_name);
+    return names;
+}
+
+bool Repl::Help(const std::string&)
+{
+    Put("An expression is evaluated; while a bracket is open, it goes on in the next line.\n");
+    for (const Command& command : s_commands)
+        std::printf("  %-18s %s\n", command.m_synopsis, command.m_summary);
+    Put("\nNames in expressions:\n");
+    for (const BuiltIn& builtIn : s_builtIns)
+    {
+        const std::string parameters = builtIn.m_parameter ? "(" + std::string(builtIn.m_parameter) + ")" : "";
+        std::printf("  %-18s %s\n", (builtIn.m_name + parameters).c_str(), builtIn.m_summary);
+    }
+    return true;
+}
+
+} // namespace
+
+int RunRepl(const Options&)
+{
+    return Repl().Run();
+}
+
+} // namespace kelm::tool

@@ -1,0 +1,179 @@
+#include "Suggest.h"
+
+#include "Names.h"
+
+#include <klObject/Registry.h>
+#include <klUtils/EToken.h>
+#include <klUtils/types.h>
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+constexpr std::size_t s_maxSuggestions = 3;
+constexpr std::size_t s_maxLead = 1; // of the nearest name before others
+
+std::string LowerCase(std::string_view text)
+{
+    std::string lower(text);
+    for (char& c : lower)
+        if ('A' <= c && c <= 'Z')
+            c = static_cast<char>(c - 'A' + 'a');
+    return lower;
+}
+
+// The distance without regard to case, whichever is smaller: of the whole names or of their last parts. Nothing where
+// too little of the last parts is the same.
+std::optional<std::size_t> NameDistance(std::string_view wanted, std::string_view existing)
+{
+    const std::string a = LowerCase(wanted);
+    const std::string b = LowerCase(existing);
+    const std::size_t distance = std::min(EditDistance(a, b), EditDistance(LastPart(a), LastPart(b)));
+    const std::size_t limit = (std::max(LastPart(a).size(), LastPart(b).size()) + 1) / 3;
+    return distance <= limit ? std::optional(distance) : std::nullopt;
+}
+
+// The forms of the messages about names that do not exist, and what exists in their place.
+struct UnknownName
+{
+    std::string_view m_before;
+    std::string_view m_between;
+    std::string_view m_behind;
+    std::vector<std::string> (*m_getNames)(const std::string& owner); // the text after m_between, m_behind cut off
+    bool m_isAtName; // the error is at the name, not at the token behind it
+};
+
+template <auto Find, auto GetNames>
+std::vector<std::string> NamesOf(const std::string& owner)
+{
+    const auto* const descriptor = Find(owner.c_str());
+    return descriptor != nullptr ? GetNames(*descriptor) : std::vector<std::string>();
+}
+
+constexpr UnknownName s_unknownNames[] = {
+    {"'", "' is not a registered class name", "", [](const std::string&) { return CreatableClassNames(); }, false},
+    {"Unknown member '", "' of class ", "", NamesOf<TryFindReflectedClass, MemberNames>, false},
+    {"Unknown member '", "' of enum ", "", NamesOf<TryFindReflectedEnum, EnumeratorNames>, false},
+    {"Unknown member '", "' of variant ", "", NamesOf<TryFindReflectedVariant, AlternativeNames>, false},
+    {"Identifier ", " is not a model field of class ", "", NamesOf<TryFindReflectedClass, ModelFieldNames>, true},
+    {"Unexpected ", " after ", " in expression", [](const std::string&) { return BuiltInNames(); }, true},
+};
+
+// What broken invariants of the library mean where bad input reaches them.
+struct Explanation
+{
+    std::string_view m_condition;
+    std::string_view m_file;
+    std::string_view m_text;
+};
+
+constexpr Explanation s_explanations[] = {
+    {"0", "src/ParseFieldPath", "a path does not reach a map or a set"},
+    {"!isConst", "src/ParseFieldPath", "a path does not reach a const field"},
+    {"rf.m_rsn2 == -1", "src/ParseFieldPath", "this field was dropped from the class"},
+    {"rc.m_modelFields", "src/ParseFieldPath", "the class has no model, so no path leads into it"},
+    {"p", "src/ParseDataSource", "a persistent reference takes an object, not null"},
+};
+
+struct NameAndOwner
+{
+    std::string m_name;
+    std::string m_owner;
+};
+
+std::optional<NameAndOwner> Match(std::string_view message, const UnknownName& form)
+{
+    if (!message.starts_with(form.m_before) || !message.ends_with(form.m_behind))
+        return std::nullopt;
+    message.remove_prefix(form.m_before.size());
+    message.remove_suffix(std::min(form.m_behind.size(), message.size()));
+    const std::size_t between = message.find(form.m_between);
+    if (between == std::string_view::npos)
+        return std::nullopt;
+    return NameAndOwner{std::string(message.substr(0, between)),
+                        std::string(message.substr(between + form.m_between.size()))};
+}
+
+} // namespace
+
+std::size_t EditDistance(std::string_view a, std::string_view b)
+{
+    // Row i holds the distances of the first i characters of `a` to every beginning of `b`; three rows are kept.
+    std::vector<std::size_t> beforeLast(b.size() + 1);
+    std::vector<std::size_t> last(b.size() + 1);
+    std::vector<std::size_t> row(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j)
+        row[j] = j;
+    for (std::size_t i = 1; i <= a.size(); ++i)
+    {
+        std::swap(beforeLast, last);
+        std::swap(last, row);
+        row[0] = i;
+        for (std::size_t j = 1; j <= b.size(); ++j)
+        {
+            const std::size_t replaced = last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+            row[j] = std::min({replaced, last[j] + 1, row[j - 1] + 1});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+        }
+    }
+    return row[b.size()];
+}
+
+std::vector<std::string> NearestNames(std::string_view name, const std::vector<std::string>& names)
+{
+    std::vector<std::pair<std::size_t, std::string>> near;
+    for (const std::string& existing : names)
+        if (const std::optional<std::size_t> distance = NameDistance(name, existing))
+            near.emplace_back(*distance, existing);
+    std::sort(near.begin(), near.end());
+    std::vector<std::string> nearest;
+    for (auto& [distance, existing] : near)
+        if (nearest.size() < s_maxSuggestions && distance <= near.front().first + s_maxLead)
+            nearest.push_back(std::move(existing));
+    return nearest;
+}
+
+std::string DidYouMean(const std::vector<std::string>& names)
+{
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        const bool isLast = i + 1 == names.size();
+        text += i == 0 ? "did you mean " : isLast ? " or " : ", ";
+        text += names[i];
+    }
+    return text.empty() ? text : text + "?";
+}
+
+std::vector<Note> Explain(const KelmAssertionError& error, std::size_t offset)
+{
+    for (const Explanation& explanation : s_explanations)
+        if (error.m_condition.view() == explanation.m_condition && error.m_file.view() == explanation.m_file)
+            return {{std::string(explanation.m_text), offset}};
+    return {};
+}
+
+std::vector<Note> SuggestNames(const SourceText& source, const ParserBase& parser, const std::string& message,
+                               std::size_t offset)
+{
+    for (const UnknownName& form : s_unknownNames)
+        if (const std::optional<NameAndOwner> unknown = Match(message, form))
+        {
+            const LSToken& nameToken = form.m_isAtName ? parser.m_token : parser.m_prevToken;
+            const std::string question = DidYouMean(NearestNames(unknown->m_name, form.m_getNames(unknown->m_owner)));
+            if (question.empty() || nameToken.m_type != TOKEN_IDENTIFIER)
+                return {};
+            const auto nameOffset = static_cast<std::size_t>(nameToken.m_str.m_p1 - source.View().m_p1);
+            return {{question, form.m_isAtName ? offset : nameOffset}};
+        }
+    return {};
+}
+
+} // namespace kelm::tool

@@ -1,0 +1,56 @@
+// kelmscript: the command line tool. `kelmscript --help` tells what it does.
+
+#include "Diagnostics.h"
+#include "Modules.h"
+#include "Options.h"
+
+#include <klObject/Collector.h>
+
+#include <cerrno>
+#include <clocale>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+namespace
+{
+
+using namespace kelm::tool;
+
+int Run(int argc, char** argv)
+{
+    int exitCode = EXIT_OK;
+    const Options options = ParseOptions(argc, argv, exitCode);
+    if (options.m_run == nullptr)
+        return exitCode;
+    if (!LoadModules(options.m_modules))
+        return EXIT_USAGE;
+    exitCode = options.m_run(options);
+    kelm::CollectGarbage();
+    return exitCode;
+}
+
+// Output that did not arrive (a full disk) is a failure too.
+int Flushed(int exitCode)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return exitCode;
+    ReportError(std::string("cannot write standard output: ") + std::strerror(errno));
+    return EXIT_FAILED;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::setlocale(LC_CTYPE, "C.UTF-8"); // texts are UTF-8 wherever the tool runs; numbers never depend on a locale
+    try
+    {
+        return Flushed(Run(argc, argv));
+    }
+    catch (const std::exception& e)
+    {
+        ReportError(e.what());
+        return EXIT_FAILED;
+    }
+}
