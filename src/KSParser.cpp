@@ -15,6 +15,7 @@
 
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 namespace kelm
 {
@@ -198,6 +199,14 @@ int LevelOf(EToken token)
 [[noreturn]] void Rethrow(const xstring& description, const LSToken& token)
 {
     throw LexScannerException(xstring(description.c_str()), token);
+}
+
+// A malformed literal leaves the value as it is.
+void ReadStringLiteral(const LSToken& token, KSValue& literal)
+{
+    xstring s;
+    token.GetLiteralString(s);
+    KSValueAccess::MakeString(literal) = std::move(s);
 }
 
 // Whatever nests passes here, so that the nesting is limited by memory alone.
@@ -402,6 +411,7 @@ void KSParser::ParseAssignments(KSValue& literal)
         ReadNextToken();
         KSValue y;
         ParseConditionalExpression(y);
+        // Neither this nor the check below can fail while the tables and SetVoid are right.
         if ((RoleOf(tk) & ROLE_ASSIGNMENT) == 0)
             ThrowKelmAssertionError("0", s_sourceFile, 95);
         if (const BinaryOperation combine = s_tokenRoles.m_apply[TokenRoles::IndexOf(tk)])
@@ -421,7 +431,7 @@ void KSParser::ParseBranches(KSValue& literal)
     ParseGivenToken(TOKEN_COLON, ":");
     KSValue e2;
     ParseConditionalExpression(e2);
-    literal = As<bool>(literal, false) ? e1 : e2;
+    literal = std::move(As<bool>(literal, false) ? e1 : e2);
 }
 
 // --- The binary levels -----------------------------------------------------------------------------------------------
@@ -494,7 +504,7 @@ void KSParser::ParseOtherPrimary(KSValue& literal)
     case TOKEN_HEX_INTEGER: KSValueAccess::Set(literal, m_token.GetLiteralHexInt64()); break;
     case TOKEN_FLOAT: KSValueAccess::Set(literal, m_token.GetLiteralDouble()); break;
     case TOKEN_SINGLE_QUOTED_STRING:
-    case TOKEN_DOUBLE_QUOTED_STRING: m_token.GetLiteralString(KSValueAccess::MakeString(literal)); break;
+    case TOKEN_DOUBLE_QUOTED_STRING: ReadStringLiteral(m_token, literal); break;
     case TOKEN_IDENTIFIER: return Nest([&] { ParsePrimaryIdentifierExpression(literal); });
     case TOKEN_LEFT_PAREN: return Nest([&] { ParseParentheses(literal); });
     default: ThrowUnexpectedToken();

@@ -15,12 +15,23 @@ namespace
 
 constexpr ConstStringZ s_sourceFile = "src/KSValue";
 
-[[gnu::cold]] void ThrowWithText(const StringStream& message)
+} // namespace
+
+void ThrowWithText(const StringStream& message)
 {
     throw KSValueException(message.GetString().c_str());
 }
 
-} // namespace
+// The array operations are part of the library's interface, beside the record that points at them.
+template KLKELMSCRIPT_API void ConstructArray<KSValue>(void*, ssize_t, ssize_t);
+template KLKELMSCRIPT_API void CopyConstructArray<KSValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+template KLKELMSCRIPT_API void AssignArray<KSValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+template KLKELMSCRIPT_API void DestructArray<KSValue>(void*, ssize_t, ssize_t);
+template KLKELMSCRIPT_API bool VariableEqual<KSValue>(const void*, const void*);
+template KLKELMSCRIPT_API bool VariableLess<KSValue>(const void*, const void*);
+template KLKELMSCRIPT_API void PrintVariable<KSValue>(xostream&, const void*);
+template KLKELMSCRIPT_API ssize_t BinaryLowerBound<KSValue>(const void*, ssize_t, ssize_t, const void*);
+template KLKELMSCRIPT_API ssize_t BinaryUpperBound<KSValue>(const void*, ssize_t, ssize_t, const void*);
 
 // --- The exception ---------------------------------------------------------------------------------------------------
 

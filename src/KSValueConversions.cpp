@@ -307,7 +307,7 @@ void Assign(KSValue& lhs, const KSValue&)
     message << "Can't assign to " << TypeToString(lhs.GetTag());
     if (!lhs.is<void>())
         message << " r-value";
-    throw KSValueException(message.GetString().c_str());
+    ThrowWithText(message);
 }
 
 } // namespace kelm

@@ -162,7 +162,7 @@ bool TryConcatenate(KSValue& result, const KSValue& a, const KSValue& b)
 {
     TextOperand left;
     TextOperand right;
-    if (!CanBeText(a) || !left.Read(a) || !right.Read(b))
+    if (!left.Read(a) || !right.Read(b))
         return false;
     if (&result == &a && a.is<string8>())
     {
@@ -202,7 +202,7 @@ int64 CheckedRemainder(int64 a, int64 b)
 {
     StringStream message(4096);
     message << "Calculation " << x << " ^^ " << y << " ill defined";
-    throw KSValueException(message.GetString().c_str());
+    ThrowWithText(message);
 }
 
 // The operators as functions of two values, from their form in place.
@@ -391,6 +391,22 @@ bool TryCompareTexts(bool& result, const KSValue& a, const KSValue& b, Compariso
     return true;
 }
 
+// Compares as integers or else as floats, which are the last kinds of both comparisons.
+template <class Comparison>
+inline bool CompareNumbers(const KSValue& a, const KSValue& b, Comparison compare)
+{
+    int64 i = 0;
+    int64 j = 0;
+    if (ReadBoth(i, j, a, b))
+        return compare(i, j);
+    float64 x = 0.0;
+    float64 y = 0.0;
+    if (ReadBoth(x, y, a, b))
+        return compare(x, y);
+    ThrowIncompatibleTypesException(a, b, "comparison");
+    return false;
+}
+
 } // namespace
 
 bool IsEqual(const KSValue& a, const KSValue& b)
@@ -402,36 +418,18 @@ bool IsEqual(const KSValue& a, const KSValue& b)
         if (ReadBoth(p, q, a, b))
             return p == q;
         bool isEqual = false;
-        if (TryCompareTexts(isEqual, a, b, std::equal_to<xstring>()))
+        if (TryCompareTexts(isEqual, a, b, std::equal_to<>()))
             return isEqual;
     }
-    int64 i = 0;
-    int64 j = 0;
-    if (ReadBoth(i, j, a, b))
-        return i == j;
-    float64 x = 0.0;
-    float64 y = 0.0;
-    if (ReadBoth(x, y, a, b))
-        return x == y;
-    ThrowIncompatibleTypesException(a, b, "comparison");
-    return false;
+    return CompareNumbers(a, b, std::equal_to<>());
 }
 
 bool IsLess(const KSValue& a, const KSValue& b)
 {
     bool isLess = false;
-    if (!IsNumber(a) && TryCompareTexts(isLess, a, b, std::less<xstring>()))
+    if (!IsNumber(a) && TryCompareTexts(isLess, a, b, std::less<>()))
         return isLess;
-    int64 i = 0;
-    int64 j = 0;
-    if (ReadBoth(i, j, a, b))
-        return i < j;
-    float64 x = 0.0;
-    float64 y = 0.0;
-    if (ReadBoth(x, y, a, b))
-        return x < y;
-    ThrowIncompatibleTypesException(a, b, "comparison");
-    return false;
+    return CompareNumbers(a, b, std::less<>());
 }
 
 } // namespace kelm

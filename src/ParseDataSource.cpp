@@ -114,18 +114,7 @@ bool TokenisePath(SubString& text, xvector<SubString>& segments)
 
 xstring ParsePath(ExpressionParser& parser)
 {
-    xstring path;
-    while (true)
-    {
-        if (parser.m_token.m_type != TOKEN_IDENTIFIER)
-            parser.ThrowExpectedException("identifier");
-        path.append(parser.m_token.m_str);
-        parser.ReadNextToken();
-        if (!IsSeparator(parser.m_token.m_type))
-            return path;
-        path.append("::", 2);
-        parser.ReadNextToken();
-    }
+    return parser.ParsePath();
 }
 
 bool IsSuffix(const xvector<SubString>& whole, const xvector<SubString>& suffix)

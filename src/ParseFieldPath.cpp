@@ -44,11 +44,24 @@ constexpr ImpossibleType s_impossibleTypes[] = {
     {FT_REFERENCE, "type != FT_REFERENCE"},
 };
 
+// The same, indexed by the code.
+struct ImpossibleTypes
+{
+    ConstStringZ m_conditions[256] = {};
+
+    constexpr ImpossibleTypes()
+    {
+        for (const ImpossibleType& row : s_impossibleTypes)
+            m_conditions[row.m_code] = row.m_condition;
+    }
+};
+
+constexpr ImpossibleTypes s_impossible;
+
 void RequirePossibleType(ETypeByteCode code)
 {
-    for (const ImpossibleType& impossible : s_impossibleTypes)
-        if (impossible.m_code == code)
-            ThrowKelmAssertionError(impossible.m_condition, s_sourceFile, __LINE__);
+    if (const ConstStringZ condition = s_impossible.m_conditions[code])
+        ThrowKelmAssertionError(condition, s_sourceFile, __LINE__);
 }
 
 // An element's size, for byte vectors that hold elements of the type.

@@ -11,6 +11,12 @@
 namespace kelm
 {
 
+// The array operations are part of the library's interface, beside the record that points at them.
+template KLKELMSCRIPT_API void ConstructArray<ReflectedValue>(void*, ssize_t, ssize_t);
+template KLKELMSCRIPT_API void CopyConstructArray<ReflectedValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+template KLKELMSCRIPT_API void AssignArray<ReflectedValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+template KLKELMSCRIPT_API void DestructArray<ReflectedValue>(void*, ssize_t, ssize_t);
+
 namespace
 {
 

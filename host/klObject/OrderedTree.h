@@ -10,12 +10,12 @@
 // An Entry has a member m_key of type Key. Whatever throws (a key's copy, a payload's construction, the memory) throws
 // before the tree is changed.
 
+#include <klObject/OrderedTreeNodes.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/types.h>
 
 #include <algorithm>
 #include <concepts>
-#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -27,51 +27,10 @@ namespace kelm
 template <class Key, class Entry>
 class OrderedTree
 {
-    struct Leaf
-    {
-        int32 m_count;
-        int32 m_capacity;
-        Leaf* m_previous;
-        Leaf* m_next;
+    using Leaf = OrderedTreeLeaf<Key, Entry>;
+    using Inner = OrderedTreeInner<Key>;
 
-        // The entries follow the leaf in its memory.
-        static constexpr std::size_t EntriesOffset()
-        {
-            static_assert(alignof(Entry) <= alignof(std::max_align_t));
-            return (sizeof(Leaf) + alignof(Entry) - 1) / alignof(Entry) * alignof(Entry);
-        }
-        Entry* Entries() { return reinterpret_cast<Entry*>(reinterpret_cast<char*>(this) + EntriesOffset()); }
-        const Key& KeyAt(int i) { return Entries()[i].m_key; }
-    };
-
-    static constexpr int Fanout(std::size_t size) { return std::clamp(static_cast<int>(1024 / size), 8, 32); }
     static constexpr int FirstCapacity = 4;
-
-    struct Inner
-    {
-        static constexpr int MaxCount = Fanout(sizeof(Key));
-
-        int32 m_count; // of children
-        void* m_children[MaxCount];
-        alignas(Key) char m_keys[MaxCount][sizeof(Key)]; // the first is not used
-
-        const Key& KeyAt(int i) const { return *std::launder(reinterpret_cast<const Key*>(m_keys[i])); }
-        int ChildIndex(const Key& key) const { return UpperBound(*this, 1, m_count, key) - 1; }
-        void InsertChild(int at, void* child, const void* key)
-        {
-            MoveBytes(m_children + at + 1, m_children + at, m_count - at);
-            MoveBytes(m_keys + at + 1, m_keys + at, m_count - at);
-            m_children[at] = child;
-            std::memcpy(m_keys[at], key, sizeof(Key));
-            ++m_count;
-        }
-        void RemoveChild(int at)
-        {
-            --m_count;
-            MoveBytes(m_children + at, m_children + at + 1, m_count - at);
-            MoveBytes(m_keys + at, m_keys + at + 1, m_count - at);
-        }
-    };
 
     struct Head
     {
@@ -193,37 +152,6 @@ public:
     }
 
 private:
-    template <class T>
-    static void MoveBytes(T* to, const T* from, ssize_t count)
-    {
-        std::memmove(static_cast<void*>(to), static_cast<const void*>(from),
-                     static_cast<std::size_t>(count) * sizeof(T));
-    }
-
-    // The first index in [low, high) of a node's keys that is greater than `key`, or `high`.
-    template <class Node>
-    static int UpperBound(Node&& node, int low, int high, const Key& key)
-    {
-        while (low < high)
-        {
-            const int middle = (low + high) / 2;
-            if (key < node.KeyAt(middle))
-                high = middle;
-            else
-                low = middle + 1;
-        }
-        return low;
-    }
-
-    static constexpr int MaxLeafCount() { return 2 * Fanout(sizeof(Entry)); }
-
-    static Leaf* NewLeaf(int capacity)
-    {
-        void* const memory = ::operator new(Leaf::EntriesOffset() + static_cast<std::size_t>(capacity) * sizeof(Entry));
-        return ::new (memory) Leaf{0, capacity, nullptr, nullptr};
-    }
-    static void FreeLeaf(Leaf* leaf) { ::operator delete(static_cast<void*>(leaf)); }
-
     bool IsBeyondLast(const Key& key) const
     {
         Leaf* const last = m_head->m_last;
@@ -246,9 +174,9 @@ private:
             return {m_head->m_last, m_head->m_last->m_count, false};
         void* node = m_head->m_root;
         for (int height = m_head->m_height; height > 0; --height)
-            node = static_cast<Inner*>(node)->m_children[static_cast<Inner*>(node)->ChildIndex(key)];
+            node = static_cast<Inner*>(node)->ChildFor(key);
         Leaf* const leaf = static_cast<Leaf*>(node);
-        const int after = UpperBound(*leaf, 0, leaf->m_count, key);
+        const int after = leaf->UpperBound(key);
         const bool isFound = after > 0 && !(leaf->KeyAt(after - 1) < key);
         return {leaf, isFound ? after - 1 : after, isFound};
     }
@@ -258,9 +186,9 @@ private:
     {
         if (m_head == nullptr)
             at.m_leaf = MakeFirstLeaf();
-        else if (at.m_leaf->m_count == at.m_leaf->m_capacity)
+        else if (at.m_leaf->IsFull())
         {
-            if (at.m_leaf->m_capacity < MaxLeafCount())
+            if (at.m_leaf->m_capacity < Leaf::MaxCount())
                 GrowFirstLeaf();
             else
                 SplitTowards(key);
@@ -276,7 +204,7 @@ private:
     Leaf* MakeFirstLeaf()
     {
         auto head = std::make_unique<Head>();
-        Leaf* const leaf = NewLeaf(FirstCapacity);
+        Leaf* const leaf = Leaf::New(FirstCapacity);
         *head = {leaf, 0, 0, leaf, leaf};
         m_head = head.release();
         return leaf;
@@ -286,11 +214,11 @@ private:
     void GrowFirstLeaf()
     {
         Leaf* const old = m_head->m_first;
-        Leaf* const leaf = NewLeaf(std::min(2 * old->m_capacity, MaxLeafCount()));
+        Leaf* const leaf = Leaf::New(std::min(2 * old->m_capacity, Leaf::MaxCount()));
         MoveBytes(leaf->Entries(), old->Entries(), old->m_count);
         leaf->m_count = old->m_count;
         m_head->m_root = m_head->m_first = m_head->m_last = leaf;
-        FreeLeaf(old);
+        Leaf::Free(old);
     }
 
     // Splits every full node on the way to the leaf of `key`, from the top, so that each parent has room.
@@ -301,8 +229,7 @@ private:
         void* node = m_head->m_root;
         for (int height = m_head->m_height;; --height)
         {
-            const bool isFull = height == 0 ? static_cast<Leaf*>(node)->m_count == MaxLeafCount()
-                                            : static_cast<Inner*>(node)->m_count == Inner::MaxCount;
+            const bool isFull = height == 0 ? static_cast<Leaf*>(node)->IsFull() : static_cast<Inner*>(node)->IsFull();
             if (isFull)
             {
                 if (parent == nullptr)
@@ -312,12 +239,12 @@ private:
                     SplitLeaf(*parent, index, isAppended);
                 else
                     SplitInner(*parent, index, isAppended);
-                node = parent->m_children[parent->ChildIndex(key)];
+                node = parent->ChildFor(key);
             }
             if (height == 0)
                 return;
             parent = static_cast<Inner*>(node);
-            node = parent->m_children[parent->ChildIndex(key)];
+            node = parent->ChildFor(key);
         }
     }
 
@@ -344,7 +271,7 @@ private:
     void SplitLeaf(Inner& parent, int index, bool isAppended)
     {
         auto* const left = static_cast<Leaf*>(parent.m_children[index]);
-        Leaf* const right = NewLeaf(MaxLeafCount());
+        Leaf* const right = Leaf::New(Leaf::MaxCount());
         const int kept = isAppended ? left->m_count - 1 : left->m_count / 2;
         right->m_count = left->m_count - kept;
         MoveBytes(right->Entries(), left->Entries() + kept, right->m_count);
@@ -389,7 +316,7 @@ private:
     }
     bool RemoveFromLeaf(Leaf* leaf, const Key& key, char* alias, char* erased)
     {
-        const int index = UpperBound(*leaf, 0, leaf->m_count, key) - 1;
+        const int index = leaf->UpperBound(key) - 1;
         Entry* const entry = leaf->Entries() + index;
         std::memcpy(erased, static_cast<void*>(entry), sizeof(Entry));
         --leaf->m_count;
@@ -398,7 +325,7 @@ private:
         {
             (leaf->m_previous != nullptr ? leaf->m_previous->m_next : m_head->m_first) = leaf->m_next;
             (leaf->m_next != nullptr ? leaf->m_next->m_previous : m_head->m_last) = leaf->m_previous;
-            FreeLeaf(leaf);
+            Leaf::Free(leaf);
             return true;
         }
         if (index == 0 && alias != nullptr)
@@ -413,7 +340,7 @@ private:
         {
             auto* const leaf = static_cast<Leaf*>(node);
             std::destroy_n(leaf->Entries(), leaf->m_count);
-            FreeLeaf(leaf);
+            Leaf::Free(leaf);
             return;
         }
         auto* const inner = static_cast<Inner*>(node);

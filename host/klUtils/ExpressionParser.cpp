@@ -184,4 +184,9 @@ xstring ExpressionParser::ParseString(bool)
     return text;
 }
 
+bool ExpressionParser::GetFilenameAndLineNumberAtCurrentPosition(xstring&, ssize_t&) const
+{
+    return false;
+}
+
 } // namespace kelm

@@ -37,6 +37,10 @@ public:
     xchar ParseChar(bool flag);
     xstring ParseString(bool flag);
 
+    // Where the current token stands in a file. The stream knows neither a file nor where its text begins: false, with
+    // both as they were.
+    bool GetFilenameAndLineNumberAtCurrentPosition(xstring& filename, ssize_t& lineNumber) const;
+
 private:
     template <class Int>
     Int ParseInteger(ConstStringZ typeName);

@@ -59,4 +59,20 @@ xstring ParserBase::ParseIdentifier()
     return text;
 }
 
+xstring ParserBase::ParsePath()
+{
+    xstring path;
+    while (true)
+    {
+        if (m_token.m_type != TOKEN_IDENTIFIER)
+            ThrowExpectedException("identifier");
+        path.append(m_token.m_str);
+        ReadNextToken();
+        if (m_token.m_type != TOKEN_COLON_COLON && m_token.m_type != TOKEN_DOT)
+            return path;
+        path.append("::", 2);
+        ReadNextToken();
+    }
+}
+
 } // namespace kelm

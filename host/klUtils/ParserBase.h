@@ -41,6 +41,10 @@ public:
     // The text of an identifier, which is consumed. Throws LexScannerException where there is none.
     xstring ParseIdentifier();
 
+    // A qualified name: identifiers with "." or "::" between them, returned with "::" whichever was written. Throws
+    // LexScannerException "Expected identifier when read " + token where one is missing.
+    xstring ParsePath();
+
     // The text from the current token on, for readers that take plain forms straight from its characters; and the way
     // back: makes the token that begins at `lastToken` the previous one and reads the next, as if all tokens up to
     // there had been read one by one.

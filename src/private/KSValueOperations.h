@@ -1,7 +1,8 @@
 #pragma once
 
-// The binary operators in place: each writes a op b to `result`, which may be either operand. The evaluator's table
-// points at these, so that an operand's slot is reused for the result; the public operators wrap them.
+// What the value operations share, and the binary operators in place: each writes a op b to `result`, which may be
+// either operand. The evaluator's table points at these, so that an operand's slot is reused for the result; the public
+// operators wrap them.
 
 #include <klKelmScript/KSValue.h>
 
@@ -61,6 +62,9 @@ inline int64 TruncateToInt64(float64 x)
         return static_cast<int64>(x);
     return INT64_MIN;
 }
+
+// Throws a KSValueException of the text.
+[[noreturn, gnu::cold]] void ThrowWithText(const StringStream& message);
 
 using BinaryOperation = void (*)(KSValue& result, const KSValue& a, const KSValue& b);
 

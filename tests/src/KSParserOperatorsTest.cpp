@@ -261,6 +261,79 @@ TEST(Operands, AreEvaluatedFromTheLeft)
     });
 }
 
+// An operand behind an operator is the same as anywhere else, however it is written.
+TEST(RightOperands, AreReadLikeAnyOther)
+{
+    ExpectRows({
+        {"1+5", "int64 6"},
+        {"1 +5", "int64 6"},
+        {"1+ 5", "int64 6"},
+        {"1 +\n\t5\n", "int64 6"},
+        {"1 + /* c */ 5", "int64 6"},
+        {"1 + // c\n5", "int64 6"},
+        {"1 +\n# c\n5", "int64 6"},
+        {"1 + 5// c", "int64 6"},
+        {"1 + 007", "int64 8"},
+        {"1 + 0x10", "int64 17"},
+        {"1 + 9223372036854775806", "int64 9223372036854775807"},
+        {"1 + 00000000000000000000000000000000000042", "int64 43"},
+        {"1 + 5.5", "float64 6.5"},
+        {"1 + 5.", "int64 6"},
+        {"1 + 5e0", "int64 6"},
+        {"1 + .5", "float64 1.5"},
+        {"1 + -5", "int64 -4"},
+        {"1 + (5)", "int64 6"},
+        {"1 + 5 6", "int64 6", "6 at 6"},
+        {"1 + 5)", "int64 6", ") at 5"},
+        {"1 + 5'a'", "int64 6", "'a' at 5"},
+        {"1 + 5(2)", "KSValueException: Function call not implemented currently", ") at 7"},
+        {"1 + 5[2]", "KSValueException: [] not available on int64", "] at 7"},
+        {"1 + 5 .x", "KSValueException: Dot not implemented currently", "x at 7"},
+        {"'f'(1 + 22 3)", "LexScannerException at 11: Unexpected 3 after 22 in expression", "3 at 11"},
+        {"1 + 22 + )", "LexScannerException at 9: Unexpected ) after + in expression", ") at 9"},
+        {"1 + 5x", "LexScannerException at 4: Malformed number 5x"},
+        {"1 + 5.x", "LexScannerException at 4: Malformed number 5.x"},
+        {"1 + 5e", "LexScannerException at 4: Malformed number 5e"},
+        {"1 + 9223372036854775808",
+         "LexScannerException at 4: Integer literal 9223372036854775808 is out of range of int64",
+         "9223372036854775808 at 4"},
+        {"1 + 99999999999999999999999",
+         "LexScannerException at 4: Integer literal 99999999999999999999999 is out of range of int64",
+         "99999999999999999999999 at 4"},
+        {"1 + 5 \x01", "LexScannerException at 6: Illegal character 0x01 outside quotes", "5 at 4"},
+        {"1 + 5 'a", "LexScannerException at 6: Unterminated string literal", "5 at 4"},
+        {"1 + 5 /*", "LexScannerException at 6: Unterminated comment", "5 at 4"},
+        {"1 + 5 12x", "LexScannerException at 6: Malformed number 12x", "5 at 4"},
+    });
+}
+
+// Parentheses close one by one, and each group goes on like an operand.
+TEST(NestedGroups, GoOnBehindEachParenthesis)
+{
+    ExpectRows({
+        {"((1) + 2) * 3", "int64 9"},
+        {"(((1) + 2) * 3) ^^ 2", "int64 81"},
+        {"((1 + 2) * 3 + (4 - (5)))", "int64 8"},
+        {"((true) ? 1 : 2) + 10", "int64 11"},
+        {"((false) || (true)) && (((true)))", "bool true"},
+        {"-((2)) ^^ ((2))", "int64 4"},
+        {"((1)(2))", "KSValueException: Function call not implemented currently"},
+        {"(('a').x)", "KSValueException: Dot not implemented currently"},
+        {"(('a') = 1)", "KSValueException: Can't assign to string r-value", ") at 10"},
+        {"((1) 2)", "LexScannerException at 5: Expected ) when read 2", "2 at 5"},
+        {"((1)", "LexScannerException at 4: Expected ) when read end of text", ""},
+        {"((1)))", "int64 1", ") at 5"},
+        {"(((1e999)))", "LexScannerException at 3: Float literal 1e999 is out of range of float64", "1e999 at 3"},
+        {"((1) + 1e999)", "LexScannerException at 7: Float literal 1e999 is out of range of float64", "1e999 at 7"},
+    });
+    const ExpressionRow unsafe[] = {
+        {"((1) + 1e999)", "LexScannerException at 7: Float literal 1e999 is out of range of float64", "1e999 at 7"},
+        {"((1)) + 1e999", "LiteralException: Float literal 1e999 is out of range of float64", "1e999 at 8"}};
+    ExpectRows(unsafe, &KSParser::UnsafeParseExpression);
+    const ExpressionRow primary[] = {{"((1) + 2) * 3", "int64 3", "* at 10"}};
+    ExpectRows(primary, &KSParser::ParsePrimaryExpression);
+}
+
 // --- Precedence ------------------------------------------------------------------------------------------------------
 
 struct NeighbourRow

@@ -233,6 +233,25 @@ TEST(ScriptValue, CopiesAReflectedValueAsADefaultVariableOfItsType)
     }
 }
 
+TEST(ScriptValue, CanBeDestroyedAndAssignedToWhereACopyFailed)
+{
+    static constexpr uint8 s_noType[] = {0xFF};
+    for (const Operand& before : AllOperands())
+    {
+        KSValue uncopyable{ReflectedValue()};
+        uncopyable.as<ReflectedValue>().m_rbc = ReflectionByteCode(s_noType, nullptr);
+        KSValue destroyed(before.Value());
+        KSValue assigned(before.Value());
+        EXPECT_THROW(destroyed = uncopyable, KelmAssertionError) << before.m_name;
+        EXPECT_THROW(assigned = uncopyable, KelmAssertionError) << before.m_name;
+        uncopyable.as<ReflectedValue>().m_rbc = ReflectionByteCode();
+
+        EXPECT_EQ(destroyed.GetTag(), KSV_REFLECTED_VALUE) << before.m_name; // the new tag, without its payload
+        assigned = I(1);
+        EXPECT_EQ(KindAndValue(assigned), "int64 1") << before.m_name;
+    }
+}
+
 // --- Its own equality and order --------------------------------------------------------------------------------------
 
 TEST(ScriptValueOrder, IsByTagFirst)

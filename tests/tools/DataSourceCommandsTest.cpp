@@ -251,10 +251,10 @@ TEST_F(DataSource, PrintReadsNoFurtherThanItCan)
 // A chain of notes, each inside the one before.
 std::string Chain(int length)
 {
-    std::string text = "null";
+    std::string text;
     for (int i = 0; i < length; ++i)
-        text = "tool::Note{text=\"\" next=" + text + "}";
-    return text;
+        text += "tool::Note{text=\"\" next=";
+    return text + "null" + std::string(static_cast<std::size_t>(length), '}');
 }
 
 TEST_F(DataSource, NestingHasNoLimitButInJson)

@@ -76,7 +76,7 @@ std::optional<Field> FindField(ptr<IObject> object, const std::string& path, boo
 class Variable
 {
 public:
-    explicit Variable(ReflectionByteCode type)
+    explicit Variable(const ReflectionByteCode& type)
         : m_type(type), m_memory(std::make_unique<char[]>(static_cast<std::size_t>(type.GetTypeSize())))
     {
         ConstructReflectedVariable(m_type, m_memory.get());

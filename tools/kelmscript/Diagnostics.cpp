@@ -28,16 +28,21 @@ constexpr SeverityStyle s_severities[] = {
     {"error: ", "\033[1;31m"}, {"warning: ", "\033[1;35m"}, {"note: ", "\033[1;36m"}};
 static_assert(std::size(s_severities) == SEV_NOTE + 1);
 
-bool IsSet(ConstStringZ variable)
+// Empty where it is not set.
+std::string_view EnvironmentVariable(ConstStringZ name)
 {
-    const char* const value = std::getenv(variable);
-    return value != nullptr && *value != '\0';
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : std::string_view();
 }
 
 bool UsesColour()
 {
-    static const bool s_usesColour = isatty(STDERR_FILENO) != 0 && !IsSet("NO_COLOR") &&
-                                     std::string_view(IsSet("TERM") ? std::getenv("TERM") : "dumb") != "dumb";
+    static const bool s_usesColour = []
+    {
+        const std::string_view terminal = EnvironmentVariable("TERM");
+        return isatty(STDERR_FILENO) != 0 && EnvironmentVariable("NO_COLOR").empty() && !terminal.empty() &&
+               terminal != "dumb";
+    }();
     return s_usesColour;
 }
 

@@ -37,7 +37,7 @@ std::string MakeHistoryFile()
     const std::filesystem::path directory = state / "kelmscript";
     std::error_code error;
     std::filesystem::create_directories(directory, error);
-    const std::string path = directory / "history";
+    std::string path = directory / "history";
     const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (fd < 0)
         return {};

@@ -95,7 +95,7 @@ std::string ArrayText(ReflectionByteCode type)
     return TypeText(type) + dimensions;
 }
 
-std::string MapText(ReflectionByteCode type)
+std::string MapText(const ReflectionByteCode& type)
 {
     const ReflectionByteCode key = type.GetElementType();
     ReflectionByteCode payload = key;

@@ -71,7 +71,7 @@ std::string TargetRemark(ConstStringZ name)
 }
 
 // A declaration of the type with the name behind it; the brackets of an array follow the name.
-std::string Declaration(ReflectionByteCode type, const std::string& name)
+std::string Declaration(const ReflectionByteCode& type, const std::string& name)
 {
     const std::string text = TypeText(type);
     std::size_t brackets = text.size();
@@ -80,7 +80,7 @@ std::string Declaration(ReflectionByteCode type, const std::string& name)
     return text.substr(0, brackets) + " " + name + text.substr(brackets);
 }
 
-Row FieldRow(ReflectionByteCode type, ConstStringZ name, ssize_t offset, const std::string& releases)
+Row FieldRow(const ReflectionByteCode& type, ConstStringZ name, ssize_t offset, const std::string& releases)
 {
     return {Declaration(type, name) + ";", "offset " + std::to_string(offset) + releases};
 }
