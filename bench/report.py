@@ -176,7 +176,7 @@ def bytes_label(size):
 
 
 def plot_growth(growth, path):
-    """A panel for each kind of input: nanoseconds a byte over the size of the text, a line for each number of threads."""
+    """A panel for each kind of input: nanoseconds a byte over the size, a line for each number of threads."""
     kinds = growth["kinds"]
     columns, panel_width, panel_height, margin = 2, 430, 190, 55
     rows = math.ceil(len(kinds) / columns)
@@ -253,7 +253,7 @@ def machine_text():
 
 
 def layers_text(results):
-    parts = ["# Each layer\n\nWhat `scripts/bench` measured of each layer: processor time, rates, allocations an operation."]
+    parts = ["# Each layer\n\nWhat `scripts/bench` measured: processor time, rates, allocations an operation."]
     for layer in ("scanner", "values", "expressions", "paths", "data_sources", "objects"):
         rows = []
         for run in load(os.path.join(results, layer + ".json"))["benchmarks"]:

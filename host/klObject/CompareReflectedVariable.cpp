@@ -267,7 +267,8 @@ void EnterArrays(Operand& a, Operand& b, ssize_t& count)
     {
         const ssize_t arraySize = a.m_type.GetArrayCount();
         KELM_ASSERT(arraySize >= 0);
-        count *= arraySize;
+        const bool arrayIsTooLarge = __builtin_mul_overflow(count, arraySize, &count);
+        KELM_ASSERT(!arrayIsTooLarge);
         a.m_type = a.m_type.GetElementType();
         b.m_type = b.m_type.GetElementType();
         a.m_type.AdvanceToUnderlyingType2();

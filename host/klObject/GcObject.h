@@ -3,9 +3,9 @@
 // GcObject<T>: makes a described C++ class T an object that the collector can own.
 //
 // The object's memory is one block: the collector's record and the object's identity, and behind them the T, whose
-// address is the handle's self. A `const ReflectedClass& _GetReflected(const T*)` must be found by argument-dependent
-// look-up; the handles that T holds are found through it. An object is seen as kelm::IObject, and as
-// kelm::IPersistable where its class lists that name among its interfaces. A member function
+// address is the handle's self. T is described (Describe.h), or a `const ReflectedClass& _GetReflected(const T*)` is
+// found by argument-dependent look-up; the handles that T holds are found through it. An object is seen as
+// kelm::IObject, and as kelm::IPersistable where its class lists that name among its interfaces. A member function
 // `void OnGarbageCollect()` of T, if there is one, is called before the object is destroyed as garbage.
 //
 //     ptr<IObject> object = CreateGcObject<Point>();

@@ -85,7 +85,8 @@ ReflectionByteCode EnterArrays(ReflectionByteCode type, ssize_t& count)
     {
         const ssize_t arraySize = type.GetArrayCount();
         KELM_ASSERT(arraySize >= 0);
-        count *= arraySize;
+        const bool arrayIsTooLarge = __builtin_mul_overflow(count, arraySize, &count);
+        KELM_ASSERT(!arrayIsTooLarge);
         type = type.GetElementType();
         type.AdvanceToUnderlyingType2();
     }

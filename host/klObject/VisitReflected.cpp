@@ -151,15 +151,17 @@ const HandlePlan& PlanMaker::OfClass(const ReflectedClass& rc)
 // Dropped fields have no storage.
 void PlanMaker::AddFields(HandlePlan& plan, const ReflectedClass& rc)
 {
-    if (const ClassModel model = FindClassModel(rc); model.m_class != nullptr)
-        for (ssize_t i = 0; i < model.m_class->m_numModelFields; ++i)
+    const ClassModel model = FindClassModel(rc);
+    if (model.m_class == &rc)
+        for (ssize_t i = 0; i < rc.m_numModelFields; ++i)
         {
-            const ReflectedModelField& field = model.m_class->m_modelFields[i];
-            if (!IsPresent(field))
-                continue;
-            const ReflectionByteCode type(field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns);
-            plan.m_parts.push_back({model.m_offset + field.m_offset, &OfType(type)});
+            const ReflectedModelField& field = rc.m_modelFields[i];
+            if (IsPresent(field))
+                plan.m_parts.push_back({field.m_offset, &OfType({field.m_bc, rc.m_stringTable, field.m_mapOrSetFns})});
         }
+    else if (model.m_class != nullptr)
+        // A whole instance: what it holds beside its model is held too.
+        plan.m_parts.push_back({model.m_offset, &OfClass(*model.m_class)});
     for (ssize_t i = 0; i < rc.m_numFields; ++i)
         plan.m_parts.push_back({rc.m_fields[i].m_offset, &OfType({rc.m_fields[i].m_bc, rc.m_stringTable})});
 }

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -416,22 +417,48 @@ const LeveledOperator s_binaryOperators[] = {
     {9, ">="}, {10, "<<"}, {10, ">>"}, {11, "+"}, {11, "-"}, {12, "*"}, {12, "/"}, {12, "%"}, {13, "^^"},
 };
 
-// Over operands of several kinds, against the same with parentheses.
-TEST(Precedence, OfEveryPairOfOperatorsIsAsWrittenWithParentheses)
+// The same expression with parentheses around every operation: the tightest operator takes its operands first, and of
+// equally tight ones the leftmost.
+std::string WithParentheses(std::vector<std::string> operands, std::vector<LeveledOperator> operators)
 {
-    const char* const operands[][3] = {{"7", "2", "3"},      {"true", "false", "true"}, {"2.5", "4", "0.5"},
-                                       {"1", "true", "'a'"}, {"'a'", "'b'", "'c'"},     {"5", "5.0", "0"},
-                                       {"true", "3", "2"},   {"6", "3", "true"}};
+    while (!operators.empty())
+    {
+        const auto tightest =
+            std::max_element(operators.begin(), operators.end(),
+                             [](const LeveledOperator& a, const LeveledOperator& b) { return a.m_level < b.m_level; });
+        const auto left = operands.begin() + (tightest - operators.begin());
+        *left = "(" + *left + " " + tightest->m_text + " " + left[1] + ")";
+        operands.erase(left + 1);
+        operators.erase(tightest);
+    }
+    return operands.front();
+}
+
+void ExpectAsWithParentheses(const std::vector<std::string>& operands, const std::vector<LeveledOperator>& operators)
+{
+    std::string text = operands[0];
+    for (std::size_t i = 0; i < operators.size(); ++i)
+        text += std::string(" ") + operators[i].m_text + " " + operands[i + 1];
+    EXPECT_EQ(OutcomeOfText(text), OutcomeOfText(WithParentheses(operands, operators))) << text;
+}
+
+TEST(Precedence, OfEveryTwoOperatorsIsAsWithParentheses)
+{
+    const std::vector<std::string> operands[] = {{"7", "2", "3"},      {"true", "false", "true"}, {"2.5", "4", "0.5"},
+                                                 {"1", "true", "'a'"}, {"'a'", "'b'", "'c'"},     {"5", "5.0", "0"},
+                                                 {"true", "3", "2"},   {"6", "3", "true"}};
     for (const LeveledOperator& first : s_binaryOperators)
         for (const LeveledOperator& second : s_binaryOperators)
-            for (const auto& [a, b, c] : operands)
-            {
-                const std::string x = std::string(" ") + first.m_text + " ", y = std::string(" ") + second.m_text + " ";
-                const std::string flat = a + x + b + y + c;
-                const std::string grouped =
-                    first.m_level >= second.m_level ? "(" + (a + x + b) + ")" + y + c : a + x + "(" + b + y + c + ")";
-                EXPECT_EQ(OutcomeOfText(flat), OutcomeOfText(grouped)) << flat;
-            }
+            for (const std::vector<std::string>& row : operands)
+                ExpectAsWithParentheses(row, {first, second});
+}
+
+TEST(Precedence, OfEveryThreeOperatorsIsAsWithParentheses)
+{
+    for (const LeveledOperator& first : s_binaryOperators)
+        for (const LeveledOperator& second : s_binaryOperators)
+            for (const LeveledOperator& third : s_binaryOperators)
+                ExpectAsWithParentheses({"7", "2", "3", "1"}, {first, second, third});
 }
 
 // --- The public levels -----------------------------------------------------------------------------------------------

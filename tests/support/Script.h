@@ -90,7 +90,6 @@ inline Evaluation Evaluate(SubString text, ParserOperation operation = &KSParser
     return evaluation;
 }
 
-// A view of a temporary text would dangle in Evaluation's place of errors only; it is not kept.
 inline std::string OutcomeOfText(const std::string& text)
 {
     return Evaluate(ViewOf(text)).m_outcome;

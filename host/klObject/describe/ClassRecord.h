@@ -97,6 +97,15 @@ class ClassRecord : DescribedRecord<T>
             return true;
         }(),
         "KELM_MODEL_OF takes a member whose type is a described class");
+    static_assert(decltype(s_list)::CheckEmbeddedModel(
+                      [](const auto& members)
+                      {
+                          for (const Member& member : members)
+                              if (member.m_kind == MEMBER_MODEL_FIELD)
+                                  return true;
+                          return false;
+                      }),
+                  "KELM_MODEL_OF takes a member whose class lists model fields itself (KELM_MODEL)");
 
     // Calls add(member, its index) with each member of a kind.
     template <class Add>
@@ -138,6 +147,17 @@ class ClassRecord : DescribedRecord<T>
         return fields;
     }();
     static_assert(HaveDistinctNames(s_fields, s_modelFields), "two fields have the same name");
+    static_assert(decltype(s_list)::CheckEmbeddedModel(
+                      [](const auto& members)
+                      {
+                          for (const Member& member : members)
+                              for (const ReflectedField& field : s_fields)
+                                  if (member.m_kind == MEMBER_MODEL_FIELD &&
+                                      std::string_view(member.m_name) == field.m_name)
+                                      return false;
+                          return true;
+                      }),
+                  "a field has the same name as one of the embedded model");
 
     static constexpr bool s_isCreatable = std::is_default_constructible_v<T> && Count(MEMBER_NOT_CREATABLE) == 0;
     static constexpr std::array<ConstStringZ, 2> s_interfaces = {RegisteredName<IObject>(),

@@ -66,6 +66,13 @@ struct Member
     ssize_t m_offset = 0;
     int64 m_rsn1 = 0;  // the release that added a model field
     int64 m_rsn2 = -1; // the release that dropped it; -1 while it is present
+
+    // An embedded model has its own (MemberList::CheckEmbeddedModel).
+    template <class Check>
+    static constexpr bool CheckModel(Check)
+    {
+        return true;
+    }
 };
 
 // Options of a class.

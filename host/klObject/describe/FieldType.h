@@ -87,7 +87,8 @@ template <PlainInteger T>
 inline constexpr ETypeByteCode s_scalarCode<T> = sizeof(T) == 1   ? (std::is_signed_v<T> ? FT_INT8 : FT_UINT8)
                                                  : sizeof(T) == 2 ? (std::is_signed_v<T> ? FT_INT16 : FT_UINT16)
                                                  : sizeof(T) == 4 ? (std::is_signed_v<T> ? FT_INT32 : FT_UINT32)
-                                                                  : (std::is_signed_v<T> ? FT_INT64 : FT_UINT64);
+                                                 : sizeof(T) == 8 ? (std::is_signed_v<T> ? FT_INT64 : FT_UINT64)
+                                                                  : (std::is_signed_v<T> ? FT_INT128 : FT_UINT128);
 
 template <class T>
 requires(s_scalarCode<T> != FT_NOT_REFLECTED) struct FieldType<T> : PlainFieldType<T>

@@ -61,6 +61,14 @@ template <class T>
 struct EmbeddedModel : Member
 {
     using FieldTypeOf = FieldType<T>;
+
+    template <class Check>
+    static constexpr bool CheckModel(Check check)
+    {
+        if constexpr (requires { Description<T>::Members(); })
+            return check(Description<T>::Members().m_members);
+        return true; // nothing is known of types described by hand
+    }
 };
 
 template <class T>
@@ -86,6 +94,13 @@ struct MemberList
     using Tables = TypeTables<typename Ms::FieldTypeOf...>;
 
     static constexpr std::size_t NumMembers = sizeof...(Ms);
+
+    // Whether `check` holds for the members of the class whose model is embedded; true where none is.
+    template <class Check>
+    static constexpr bool CheckEmbeddedModel(Check check)
+    {
+        return (Ms::CheckModel(check) && ...);
+    }
 
     std::array<Member, NumMembers> m_members;
 };

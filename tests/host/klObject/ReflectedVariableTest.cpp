@@ -175,6 +175,7 @@ std::vector<Impossible> ImpossibleTypes()
         {T(FT_SET).AddFns(static_cast<const SetFns*>(nullptr)) + T(FT_INT32), "rbc.m_mapOrSetFns->setFns", s_source},
         {Named(FT_CLASS, "handwritten::Tableless"), "rbc.m_mapOrSetFns", s_source},
         {Array(-1) + T(FT_INT32), "arraySize >= 0", s_source},
+        {Array(0x7FFFFFFF) + Array(0x7FFFFFFF) + Array(0x7FFFFFFF) + T(FT_VOID), "!arrayIsTooLarge", s_source},
         {T(99) + T(200), "code.m_kind != VK_NONE", s_source},
         {T(200), "code.m_kind != VK_NONE", s_source},
     };

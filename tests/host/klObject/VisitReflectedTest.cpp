@@ -371,6 +371,20 @@ TEST_F(Visit, FindsAnEmbeddedModelAtItsOffset)
     EXPECT_THAT(HeldByInstance(s_holderClass, &holder), ElementsAre(3, 1));
 }
 
+// The member is a whole instance: the model of its class, which may be embedded in turn, and its ordinary fields.
+TEST_F(Visit, FindsAllThatTheMemberOfAnEmbeddedModelHolds)
+{
+    struct Case
+    {
+        int64 m_number;
+        Holder m_holder;
+    };
+    static const ReflectedModelField s_model = {"test::Holder", offsetof(Case, m_holder), nullptr, 0, -1, nullptr};
+    static const ReflectedClass s_class = {.m_name = "test::Case", .m_size = sizeof(Case), .m_modelFields = &s_model};
+    const Case value = {7, {NewNode(1), NewNode(2), {0, NewNode(3)}}};
+    EXPECT_THAT(HeldByInstance(s_class, &value), ElementsAre(3, 1));
+}
+
 TEST_F(Visit, FollowsAClassThatHoldsVectorsOfItself)
 {
     Tree tree = {{}, NewNode(1), "root"};

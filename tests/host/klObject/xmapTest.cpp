@@ -51,7 +51,6 @@ struct Fragile
     ~Fragile() { --s_live; }
 
     friend bool operator<(const Fragile& a, const Fragile& b) { return a.m_id < b.m_id; }
-    friend bool operator==(const Fragile& a, const Fragile& b) { return a.m_id == b.m_id; }
 
     static void Count()
     {
