@@ -1,20 +1,21 @@
-// How the cost grows: each kind of input from 1 KiB to 64 MiB, and each at once on as many threads as there are cores.
+// How the cost grows: each kind of input from 1 KiB to 64 MiB, on one thread and on two at once.
 //
 //     bench_growth [--json FILE] [--largest BYTES] [--kind TEXT]     (kinds whose name contains TEXT)
 
 #include "support/ExpressionTexts.h"
 #include "support/ObjectTexts.h"
 #include "support/ObjectTypes.h"
+#include "support/ThreadTime.h"
 
 #include <klKelmScript/KSParser.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klUtils/ParserBase.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <string>
 #include <thread>
@@ -125,24 +126,27 @@ struct Point
 {
     long m_bytes;
     int m_threads;
-    double m_nanosecondsPerByte; // of all threads together: the elapsed time over the bytes read
+    double m_nanosecondsPerByte; // of the bytes that all threads read together
 };
 
-double Elapsed(const Kind& kind, const xstring& text, int threads, long calls)
+// The processor time of the thread that took longest: what the whole takes where every thread has a core to itself.
+double Time(const Kind& kind, const xstring& text, int threads, long calls)
 {
-    const auto start = std::chrono::steady_clock::now();
-    const auto work = [&]
+    std::vector<double> times(static_cast<std::size_t>(threads));
+    const auto work = [&](double& time)
     {
+        const double start = GetThreadNanoseconds();
         for (long i = 0; i < calls; ++i)
             kind.m_read(text);
+        time = GetThreadNanoseconds() - start;
     };
     std::vector<std::thread> others;
-    for (int i = 1; i < threads; ++i)
-        others.emplace_back(work);
-    work();
+    for (std::size_t i = 1; i < times.size(); ++i)
+        others.emplace_back(work, std::ref(times[i]));
+    work(times[0]);
     for (std::thread& other : others)
         other.join();
-    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
+    return *std::max_element(times.begin(), times.end());
 }
 
 // One and several threads in turns; the best of the rounds, the one that the machine disturbed least. What is read is
@@ -153,9 +157,9 @@ std::vector<Point> Measure(const Kind& kind, long bytes, const std::vector<int>&
     const xstring text(made.data(), static_cast<ssize_t>(made.size()));
     const auto sample = [&](int threads, long calls)
     {
-        const double elapsed = Elapsed(kind, text, threads, calls);
+        const double time = Time(kind, text, threads, calls);
         CollectGarbage();
-        return elapsed;
+        return time;
     };
     const long calls = std::max(1L, static_cast<long>(s_minSample / sample(1, 1)));
 

@@ -3,7 +3,8 @@
 // Rows of a comparison: one workload, ours and its peers, timed in turns in one process, so that whatever the machine
 // does meanwhile happens to all of them.
 
-#include <ctime>
+#include "../support/ThreadTime.h"
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -41,14 +42,6 @@ struct RowResult
     std::vector<ContenderResult> m_contenders;
 };
 
-// This thread's processor time, which other programs on the machine do not add to. Asking for it takes a system call.
-inline double GetNanoseconds()
-{
-    timespec time;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return 1e9 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec);
-}
-
 // The compiler must take `x` as read and written.
 template <class T>
 void Keep(T& x)
@@ -62,10 +55,10 @@ std::function<double(long)> Timed(Work work)
 {
     return [work](long calls)
     {
-        const double start = GetNanoseconds();
+        const double start = GetThreadNanoseconds();
         for (long i = 0; i < calls; ++i)
             work();
-        return GetNanoseconds() - start;
+        return GetThreadNanoseconds() - start;
     };
 }
 
@@ -78,9 +71,9 @@ std::function<double(long)> TimedWithoutCleanUp(Work work)
         double total = 0;
         for (long i = 0; i < calls; ++i)
         {
-            const double start = GetNanoseconds();
+            const double start = GetThreadNanoseconds();
             const auto result = work();
-            total += GetNanoseconds() - start;
+            total += GetThreadNanoseconds() - start;
             Keep(result);
         }
         return total;

@@ -51,7 +51,10 @@ public:
         if (m_class != nullptr && !m_object)
             m_object = m_class->m_createFn();
         if (m_class != nullptr)
+        {
+            KELM_ASSERT(m_object);
             return static_cast<const char*>(m_object.self());
+        }
         if (m_memory == nullptr)
         {
             auto memory = std::make_unique<char[]>(static_cast<std::size_t>(m_type.GetTypeSize()));

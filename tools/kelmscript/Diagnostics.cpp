@@ -48,7 +48,8 @@ bool UsesColour()
 
 void Put(std::string_view text)
 {
-    std::fwrite(text.data(), 1, text.size(), stderr);
+    if (!text.empty()) // an empty text may have no address
+        std::fwrite(text.data(), 1, text.size(), stderr);
 }
 
 void PutColoured(std::string_view colour, std::string_view text)
