@@ -13,6 +13,7 @@
 #include <klObject/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/PlainText.h>
+#include <klUtils/QualifiedName.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/ToString.h>
 #include <klUtils/TracerX.h>
@@ -54,39 +55,11 @@ bool IsSeparator(EToken kind)
     return kind == TOKEN_DOT || kind == TOKEN_COLON_COLON;
 }
 
-bool IsIdentifierCharacter(char c)
+// IsPathSuffix for a written name that ParsePath has normalised. Where the full name is normalised too, as registered
+// names are, the bytes tell without a list of segments.
+bool IsWrittenSuffix(SubString fullName, const xstring& written)
 {
-    return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || ('0' <= c && c <= '9') || c == '_';
-}
-
-// Whether a name consists of identifiers with "::" between them, as registered names do.
-bool IsNormalisedName(SubString name)
-{
-    const char* p = name.m_p1;
-    while (true)
-    {
-        const char* const identifier = p;
-        while (p != name.m_p2 && IsIdentifierCharacter(*p))
-            ++p;
-        if (p == identifier || ('0' <= *identifier && *identifier <= '9'))
-            return false;
-        if (p == name.m_p2)
-            return true;
-        if (name.m_p2 - p < 2 || p[0] != ':' || p[1] != ':')
-            return false;
-        p += 2;
-    }
-}
-
-// IsPathSuffix for a written name that ParsePath has normalised. Where the full name is normalised too, the bytes tell
-// without a list of segments.
-bool IsNameSuffix(SubString fullName, const xstring& written)
-{
-    if (!IsNormalisedName(fullName))
-        return IsPathSuffix(fullName, written);
-    const ssize_t rest = fullName.size() - written.size();
-    return rest >= 0 && SubString(fullName.m_p1 + rest, fullName.m_p2) == SubString(written) &&
-           (rest == 0 || fullName[rest - 1] == ':');
+    return IsQualifiedName(fullName) ? IsNameSuffix(fullName, written) : IsPathSuffix(fullName, written);
 }
 
 } // namespace
@@ -486,6 +459,7 @@ void ReadUnderlying(ExpressionParser& parser, const ReflectionByteCode& type, vo
 
 void ParseVariable(ExpressionParser& parser, ReflectionByteCode type, void* data)
 {
+    KELM_ASSERT(type.m_bc);
     if (const ScalarReader reader = GetScalarReader(type.GetCode()))
         return reader.m_readValue(parser, data);
     if (IsStackLow())
@@ -548,13 +522,13 @@ public:
         m_parser.ReadNextToken();
         bool isFirst = true;
         if (m_model.m_class != nullptr)
-            for (ssize_t i = 0; i < m_model.m_class->m_numModelFields; ++i)
+            for (ssize_t i = 0; i < GetModelFieldCount(*m_model.m_class); ++i)
                 if (IsPresent(m_model.m_class->m_modelFields[i]))
                 {
                     ReadSeparator(isFirst);
                     ReadModelField(i);
                 }
-        for (ssize_t i = 0; i < m_rc.m_numFields; ++i)
+        for (ssize_t i = 0; i < GetOrdinaryFieldCount(m_rc); ++i)
         {
             ReadSeparator(isFirst);
             ReadOrdinaryField(i);
@@ -660,7 +634,7 @@ private:
 void ReadClassName(ExpressionParser& parser, const ReflectedClass& rc)
 {
     const xstring written = ParsePath(parser);
-    if (IsNameSuffix(rc.m_name, written))
+    if (IsWrittenSuffix(rc.m_name, written))
         return;
     StringStream message(4096);
     message << "Expected " << rc.m_name << " when read " << written;
@@ -796,7 +770,7 @@ void ParseVariantVariable(ExpressionParser& parser, const ReflectedVariant& rv, 
     for (ssize_t i = 0; i < rv.m_numFields; ++i)
     {
         const ReflectedField& alternative = rv.m_fields[i];
-        if (!IsNameSuffix(alternative.m_name, written))
+        if (!IsWrittenSuffix(alternative.m_name, written))
             continue;
         // The alternative held before is not destroyed.
         Store(data, static_cast<int32>(i));

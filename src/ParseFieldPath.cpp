@@ -207,6 +207,7 @@ void* ExpressionPathNavigator::GetFieldAddress() const
 
 ReflectionByteCode ExpressionPathNavigator::GetFieldType() const
 {
+    KELM_ASSERT(m_rbc.m_bc);
     ReflectionByteCode type = m_rbc;
     if (type.IsAtUnderlyingType())
         return type;

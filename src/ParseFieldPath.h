@@ -33,7 +33,8 @@ enum EPathNavigatorMode : int32
 
 class PathTokens;
 
-// One walk, done by construction. The parser is not owned and must be bound.
+// One walk, done by construction. The parser is not owned and must be bound; it stands where the walk ended, or, after
+// an exception that is no LexScannerException, anywhere up to there.
 class KLKELMSCRIPT_API ExpressionPathNavigator
 {
 public:

@@ -19,16 +19,6 @@ const FieldIndex* GetFieldIndex(const ReflectedClass& rc)
     return std::atomic_ref<const FieldIndex*>(rc.m_fieldIndex).load(std::memory_order_acquire);
 }
 
-ssize_t GetModelFieldCount(const ReflectedClass& rc)
-{
-    return rc.m_modelFields != nullptr ? rc.m_numModelFields : 0;
-}
-
-ssize_t GetOrdinaryFieldCount(const ReflectedClass& rc)
-{
-    return rc.m_fields != nullptr ? rc.m_numFields : 0;
-}
-
 template <class Matches>
 ssize_t FindLinearly(ssize_t count, Matches matches)
 {

@@ -26,6 +26,16 @@ inline bool IsPresent(const ReflectedModelField& field)
     return field.m_rsn2 == -1;
 }
 
+// How many fields the class itself lists; none where there is no list, whatever number stands beside it.
+inline ssize_t GetModelFieldCount(const ReflectedClass& rc)
+{
+    return rc.m_modelFields != nullptr ? rc.m_numModelFields : 0;
+}
+inline ssize_t GetOrdinaryFieldCount(const ReflectedClass& rc)
+{
+    return rc.m_fields != nullptr ? rc.m_numFields : 0;
+}
+
 // The index of the first field of that name, or -1; `hint` is the index to try first. FindModelField looks at dropped
 // fields too, FindPresentModelField passes over them.
 KLOBJECT_API ssize_t FindModelField(const ReflectedClass& rc, SubString name);

@@ -3,7 +3,9 @@
 #include <klObject/IObject.h>
 #include <klObject/ReflectedTypes.h>
 #include <klObject/prefbase.h>
+#include <klObject/private/CheckedType.h>
 #include <klObject/private/ClassFields.h>
+#include <klObject/private/MapEntry.h>
 #include <klObject/private/ScalarTypes.h>
 #include <klObject/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
@@ -11,6 +13,7 @@
 #include <klUtils/xvector.h>
 
 #include <cstring>
+#include <vector>
 
 // One walk over two variables serves both questions. It ends at the first difference; the sign of its result is the
 // order of the variables there (or says no more than that they differ, where equality alone was asked for).
@@ -96,16 +99,15 @@ int CompareByOps(EQuestion question, const TypeOps& ops, const char* a, const ch
 
 int CompareClasses(EQuestion question, const Operand& a, const Operand& b, ssize_t count)
 {
-    const ReflectedClass* rc = a.m_type.GetReflectedClass();
-    KELM_ASSERT(rc);
-    if (HasOwnAnswer(question, rc->m_ops))
+    const ReflectedClass& rc = GetClass(a.m_type, s_sourceFile);
+    if (HasOwnAnswer(question, rc.m_ops))
         return CompareEach(
             count, [&](ssize_t i)
-            { return CompareByOps(question, *rc->m_ops, a.m_data + i * rc->m_size, b.m_data + i * rc->m_size); });
+            { return CompareByOps(question, *rc.m_ops, a.m_data + i * rc.m_size, b.m_data + i * rc.m_size); });
 
-    const ClassFields fields(*rc);
+    const ClassFields fields(rc);
     // Nothing is known of what an opaque class holds, and a guess would be wrong. An empty C++ class has one byte.
-    const bool isOpaque = fields.size() == 0 && rc->m_size > 1;
+    const bool isOpaque = fields.size() == 0 && rc.m_size > 1;
     KELM_ASSERT(!isOpaque);
     return CompareEach(count,
                        [&](ssize_t i)
@@ -116,7 +118,7 @@ int CompareClasses(EQuestion question, const Operand& a, const Operand& b, ssize
                                                   const ClassFields::Field field = fields[f];
                                                   if (!field.m_isPresent)
                                                       return 0;
-                                                  const ssize_t offset = i * rc->m_size + field.m_offset;
+                                                  const ssize_t offset = i * rc.m_size + field.m_offset;
                                                   return CompareElements(question, a.At(field.m_type, offset),
                                                                          b.At(field.m_type, offset), 1);
                                               });
@@ -127,22 +129,19 @@ int CompareVariant(EQuestion question, const ReflectedVariant& rv, const Operand
 {
     if (HasOwnAnswer(question, rv.m_ops))
         return CompareByOps(question, *rv.m_ops, a.m_data, b.m_data);
-    const auto index = LoadScalar<int32>(a.m_data);
-    if (const int order = Compare(index, LoadScalar<int32>(b.m_data)))
+    if (const int order = Compare(LoadScalar<int32>(a.m_data), LoadScalar<int32>(b.m_data)))
         return order;
-    KELM_ASSERT(0 <= index && index < rv.m_numFields);
-    const ReflectedField& alternative = rv.m_fields[index];
+    const ReflectedField& alternative = GetAlternative(rv, a.m_data, s_sourceFile);
     const ReflectionByteCode type = GetAlternativeType(rv, alternative);
     return CompareElements(question, a.At(type, alternative.m_offset), b.At(type, alternative.m_offset), 1);
 }
 
 int CompareVariants(EQuestion question, const Operand& a, const Operand& b, ssize_t count)
 {
-    const ReflectedVariant* rv = a.m_type.GetReflectedVariant();
-    KELM_ASSERT(rv);
+    const ReflectedVariant& rv = GetVariant(a.m_type, s_sourceFile);
     return CompareEach(
         count, [&](ssize_t i)
-        { return CompareVariant(question, *rv, a.At(a.m_type, i * rv->m_size), b.At(b.m_type, i * rv->m_size)); });
+        { return CompareVariant(question, rv, a.At(a.m_type, i * rv.m_size), b.At(b.m_type, i * rv.m_size)); });
 }
 
 int CompareVectors(EQuestion question, const Operand& a, const Operand& b)
@@ -167,12 +166,6 @@ int CompareVectors(EQuestion question, const Operand& a, const Operand& b)
 }
 
 // Maps and sets can only be walked from within: the entries of one are listed, those of the other compared with them.
-struct MapEntry
-{
-    const char* m_key;
-    const char* m_payload;
-};
-
 struct MapWalk
 {
     EQuestion m_question;
@@ -180,16 +173,9 @@ struct MapWalk
     ReflectionByteCode m_keyTypeOfB;
     ReflectionByteCode m_payloadTypeOfA; // null in a set
     ReflectionByteCode m_payloadTypeOfB;
-    xvector<MapEntry> m_entriesOfA;
-    ssize_t m_passed = 0;
+    std::vector<MapEntry> m_entriesOfA;
+    std::size_t m_passed = 0;
     int m_order = 0;
-
-    static bool List(void* context, const void* key, void* payload)
-    {
-        static_cast<MapWalk*>(context)->m_entriesOfA.push_back(
-            {static_cast<const char*>(key), static_cast<const char*>(payload)});
-        return true;
-    }
 
     static bool CompareNext(void* context, const void* key, void* payload)
     {
@@ -214,7 +200,7 @@ int CompareEntries(MapWalk& walk, const Fns* fnsOfA, const Fns* fnsOfB, const Op
     const int orderOfCounts = Compare(fnsOfA->Count(a.m_data), fnsOfB->Count(b.m_data));
     if (walk.m_question == QUESTION_EQUAL && orderOfCounts != 0)
         return orderOfCounts;
-    fnsOfA->ForEach(a.m_data, MapWalk::List, &walk);
+    walk.m_entriesOfA = ListEntries(*fnsOfA, a.m_data);
     fnsOfB->ForEach(b.m_data, MapWalk::CompareNext, &walk);
     return walk.m_order != 0 ? walk.m_order : orderOfCounts;
 }
@@ -258,24 +244,6 @@ int ComparePrefs(const Operand& a, const Operand& b, ssize_t i)
                    reinterpret_cast<uint64>(refB.GetLoaded().self()));
 }
 
-// Advances both cursors to the type of the elements of arrays, which lie side by side as those of one large array.
-void EnterArrays(Operand& a, Operand& b, ssize_t& count)
-{
-    a.m_type.AdvanceToUnderlyingType2();
-    b.m_type.AdvanceToUnderlyingType2();
-    while (a.m_type.GetCode() == FT_ARRAY)
-    {
-        const ssize_t arraySize = a.m_type.GetArrayCount();
-        KELM_ASSERT(arraySize >= 0);
-        const bool arrayIsTooLarge = __builtin_mul_overflow(count, arraySize, &count);
-        KELM_ASSERT(!arrayIsTooLarge);
-        a.m_type = a.m_type.GetElementType();
-        b.m_type = b.m_type.GetElementType();
-        a.m_type.AdvanceToUnderlyingType2();
-        b.m_type.AdvanceToUnderlyingType2();
-    }
-}
-
 // Compares `count` variables of one type.
 int CompareElements(EQuestion question, Operand a, Operand b, ssize_t count)
 {
@@ -285,7 +253,9 @@ int CompareElements(EQuestion question, Operand a, Operand b, ssize_t count)
         CallOnFreshSegment([&] { order = CompareElements(question, a, b, count); });
         return order;
     }
-    EnterArrays(a, b, count);
+    ssize_t countOfB = count;
+    a.m_type = EnterArrays(a.m_type, count, s_sourceFile);
+    b.m_type = EnterArrays(b.m_type, countOfB, s_sourceFile);
     const TypeCode& code = GetTypeCode(a.m_type);
     const auto advance = [&](ssize_t i, auto compare)
     { return compare(question, a.At(a.m_type, i * code.m_size), b.At(b.m_type, i * code.m_size)); };

@@ -1,8 +1,8 @@
 #include <klObject/ReflectedVariable.h>
 
 #include <klObject/ReflectedTypes.h>
+#include <klObject/private/CheckedType.h>
 #include <klObject/private/ClassFields.h>
-#include <klObject/private/ScalarTypes.h>
 #include <klObject/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
@@ -34,20 +34,6 @@ void SetZero(char* p, ssize_t bytes)
         std::memset(p, 0, ToSize(bytes));
 }
 
-const ReflectedClass& GetClass(ReflectionByteCode type)
-{
-    const ReflectedClass* rc = type.GetReflectedClass();
-    KELM_ASSERT(rc);
-    return *rc;
-}
-
-const ReflectedVariant& GetVariant(ReflectionByteCode type)
-{
-    const ReflectedVariant* rv = type.GetReflectedVariant();
-    KELM_ASSERT(rv);
-    return *rv;
-}
-
 const MapFns& GetMapFns(ReflectionByteCode rbc)
 {
     KELM_ASSERT(rbc.m_mapOrSetFns);
@@ -62,35 +48,12 @@ const SetFns& GetSetFns(ReflectionByteCode rbc)
     return *rbc.m_mapOrSetFns->setFns;
 }
 
-// The alternative that a variable of the variant holds now.
-const ReflectedField& GetAlternative(const ReflectedVariant& rv, const char* variable)
-{
-    const auto index = LoadScalar<int32>(variable);
-    KELM_ASSERT(0 <= index && index < rv.m_numFields);
-    return rv.m_fields[index];
-}
-
 ssize_t GetElementCount(const VectorOfByte& vector, ssize_t elementSize)
 {
     if (elementSize == 0)
         return 0; // elements without bytes leave no trace of their number
     KELM_ASSERT(vector.size() % elementSize == 0);
     return vector.size() / elementSize;
-}
-
-// An array is as many elements side by side as there are in it.
-ReflectionByteCode EnterArrays(ReflectionByteCode type, ssize_t& count)
-{
-    while (type.GetCode() == FT_ARRAY)
-    {
-        const ssize_t arraySize = type.GetArrayCount();
-        KELM_ASSERT(arraySize >= 0);
-        const bool arrayIsTooLarge = __builtin_mul_overflow(count, arraySize, &count);
-        KELM_ASSERT(!arrayIsTooLarge);
-        type = type.GetElementType();
-        type.AdvanceToUnderlyingType2();
-    }
-    return type;
 }
 
 void DestructElements(ReflectionByteCode type, char* p, ssize_t count);
@@ -135,7 +98,7 @@ void DestructVariants(const ReflectedVariant& rv, char* p, ssize_t count)
         return rv.m_ops->m_DestructArrayFn(p, rv.m_size, count);
     for (; count > 0; --count, p += rv.m_size)
     {
-        const ReflectedField& alternative = GetAlternative(rv, p);
+        const ReflectedField& alternative = GetAlternative(rv, p, s_sourceFile);
         DestructElements(GetAlternativeType(rv, alternative), p + alternative.m_offset, 1);
     }
 }
@@ -176,8 +139,8 @@ void DestructUnderlying(ReflectionByteCode type, char* p, ssize_t count)
     case VK_ARRAY: return; // its elements are those that count
     case VK_STRING8: return DestructValues<xstring>(p, count);
     case VK_STRING16: return DestructValues<xstring16>(p, count);
-    case VK_CLASS: return DestructClasses(GetClass(type), p, count);
-    case VK_VARIANT: return DestructVariants(GetVariant(type), p, count);
+    case VK_CLASS: return DestructClasses(GetClass(type, s_sourceFile), p, count);
+    case VK_VARIANT: return DestructVariants(GetVariant(type, s_sourceFile), p, count);
     case VK_VECTOR: return DestructVectors(type.GetElementType(), p, count);
     case VK_MAP:
         for (ssize_t i = 0; i < count; ++i)
@@ -211,8 +174,7 @@ void DestructElements(ReflectionByteCode type, char* p, ssize_t count)
             // No segment: what is left of this stack has to do.
         }
     }
-    type.AdvanceToUnderlyingType2();
-    type = EnterArrays(type, count);
+    type = EnterArrays(type, count, s_sourceFile);
     DestructUnderlying(type, p, count);
 }
 
@@ -252,7 +214,7 @@ void ConstructVariants(const ReflectedVariant& rv, char* p, ssize_t count)
         [&](ssize_t i)
         {
             char* const variant = p + i * rv.m_size;
-            const ReflectedField& alternative = GetAlternative(rv, variant);
+            const ReflectedField& alternative = GetAlternative(rv, variant, s_sourceFile);
             ConstructElements(GetAlternativeType(rv, alternative), variant + alternative.m_offset, 1);
         },
         [&](ssize_t i) { DestructVariants(rv, p + i * rv.m_size, 1); });
@@ -269,8 +231,7 @@ void ConstructElements(ReflectionByteCode type, char* p, ssize_t count)
 {
     if (IsStackLow())
         return CallOnFreshSegment([&] { ConstructElements(type, p, count); });
-    type.AdvanceToUnderlyingType2();
-    type = EnterArrays(type, count);
+    type = EnterArrays(type, count, s_sourceFile);
     const TypeCode& code = GetTypeCode(type);
     switch (code.m_kind)
     {
@@ -284,8 +245,8 @@ void ConstructElements(ReflectionByteCode type, char* p, ssize_t count)
     case VK_VECTOR:
     case VK_HANDLE:
     case VK_PREF: return SetZero(p, code.m_size * count);
-    case VK_CLASS: return ConstructClasses(GetClass(type), p, count);
-    case VK_VARIANT: return ConstructVariants(GetVariant(type), p, count);
+    case VK_CLASS: return ConstructClasses(GetClass(type, s_sourceFile), p, count);
+    case VK_VARIANT: return ConstructVariants(GetVariant(type, s_sourceFile), p, count);
     case VK_MAP: return ConstructMapsOrSets(GetMapFns(type), p, code.m_size, count);
     case VK_SET: return ConstructMapsOrSets(GetSetFns(type), p, code.m_size, count);
     }

@@ -3,6 +3,7 @@
 #include <klObject/private/FieldIndex.h>
 #include <klObject/private/TextHash.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/QualifiedName.h>
 
 #include <algorithm>
 #include <array>
@@ -126,30 +127,15 @@ Registry& GetRegistry()
     return registry;
 }
 
-bool IsIdentifierStart(char c)
-{
-    return ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || c == '_';
-}
-
-bool IsIdentifierPart(char c)
-{
-    return IsIdentifierStart(c) || ('0' <= c && c <= '9');
-}
-
-// name: identifier { "::" identifier }
 ENameSpaceError CheckSyntax(ConstStringZ name)
 {
-    for (;; name += 2)
+    switch (FindNameFault(name))
     {
-        if (!IsIdentifierStart(*name))
-            return NSE_IDENTIFIER_EXPECTED;
-        while (IsIdentifierPart(*name))
-            ++name;
-        if (*name == '\0')
-            return NSE_OK;
-        if (name[0] != ':' || name[1] != ':')
-            return NSE_COLON_EXPECTED;
+    case NAME_OK: break;
+    case NAME_LACKS_IDENTIFIER: return NSE_IDENTIFIER_EXPECTED;
+    case NAME_LACKS_COLONS: return NSE_COLON_EXPECTED;
     }
+    return NSE_OK;
 }
 
 // The namespace in which a name lies; empty for a name of the outermost one.

@@ -3,6 +3,7 @@
 #include <klObject/ClassModel.h>
 #include <klObject/ReflectionByteCode.h>
 #include <klObject/prefbase.h>
+#include <klObject/private/CheckedType.h>
 #include <klObject/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
@@ -136,7 +137,7 @@ const HandlePlan& PlanMaker::OfClass(const ReflectedClass& rc)
     HandlePlan& plan = Make(HP_INSTANCE);
     m_byDescriptor.emplace(&rc, &plan);
     m_madeClasses.push_back(&rc);
-    if (rc.m_modelFields == nullptr && rc.m_numFields == 0)
+    if (rc.m_modelFields == nullptr && GetOrdinaryFieldCount(rc) == 0)
     {
         plan.m_kind = HP_OPAQUE;
         plan.m_ops = rc.m_ops;
@@ -153,7 +154,7 @@ void PlanMaker::AddFields(HandlePlan& plan, const ReflectedClass& rc)
 {
     const ClassModel model = FindClassModel(rc);
     if (model.m_class == &rc)
-        for (ssize_t i = 0; i < rc.m_numModelFields; ++i)
+        for (ssize_t i = 0; i < GetModelFieldCount(rc); ++i)
         {
             const ReflectedModelField& field = rc.m_modelFields[i];
             if (IsPresent(field))
@@ -162,7 +163,7 @@ void PlanMaker::AddFields(HandlePlan& plan, const ReflectedClass& rc)
     else if (model.m_class != nullptr)
         // A whole instance: what it holds beside its model is held too.
         plan.m_parts.push_back({model.m_offset, &OfClass(*model.m_class)});
-    for (ssize_t i = 0; i < rc.m_numFields; ++i)
+    for (ssize_t i = 0; i < GetOrdinaryFieldCount(rc); ++i)
         plan.m_parts.push_back({rc.m_fields[i].m_offset, &OfType({rc.m_fields[i].m_bc, rc.m_stringTable})});
 }
 
@@ -221,18 +222,8 @@ const HandlePlan& PlanMaker::OfUnderlyingType(ReflectionByteCode rbc)
     case VK_ENUM:
     case VK_STRING8:
     case VK_STRING16: return s_nothing;
-    case VK_CLASS:
-    {
-        const ReflectedClass* const rc = rbc.GetReflectedClass();
-        KELM_ASSERT(rc);
-        return OfClass(*rc);
-    }
-    case VK_VARIANT:
-    {
-        const ReflectedVariant* const rv = rbc.GetReflectedVariant();
-        KELM_ASSERT(rv);
-        return OfVariant(*rv);
-    }
+    case VK_CLASS: return OfClass(GetClass(rbc, s_sourceFile));
+    case VK_VARIANT: return OfVariant(GetVariant(rbc, s_sourceFile));
     case VK_ARRAY:
     {
         HandlePlan& plan = MakeOfElements(HP_ARRAY, rbc.GetElementType());

@@ -3,15 +3,19 @@
 #include <klObject/ReflectedTypes.h>
 #include <klObject/ReflectedVariable.h>
 #include <klObject/prefbase.h>
+#include <klObject/private/CheckedType.h>
 #include <klObject/private/ClassFields.h>
+#include <klObject/private/MapEntry.h>
 #include <klObject/private/ScalarTypes.h>
 #include <klObject/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/QualifiedName.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/ToString.h>
 #include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/xvector.h>
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <set>
@@ -158,6 +162,8 @@ void AppendQuoted(xstring& out, SubString text, char quote)
 
 // --- the writer ------------------------------------------------------------------------------------------------------
 
+constexpr ConstStringZ s_null = "null"; // what stands for a null handle
+
 // The last identifier of a qualified name.
 SubString ShortName(SubString name)
 {
@@ -167,23 +173,11 @@ SubString ShortName(SubString name)
     return name;
 }
 
-bool IsNameSuffix(SubString name, SubString suffix)
-{
-    const ssize_t rest = name.size() - suffix.size();
-    return rest >= 0 && SubString(name.m_p1 + rest, name.m_p2) == suffix && (rest == 0 || name[rest - 1] == ':');
-}
-
 // Lists of these fill lines; lists of everything else have a line for each element.
 bool IsShort(EVariableKind kind)
 {
     return kind == VK_SCALAR || kind == VK_ENUM || kind == VK_STRING8 || kind == VK_STRING16;
 }
-
-struct MapEntry
-{
-    const void* m_key;
-    const void* m_payload;
-};
 
 class Writer
 {
@@ -254,8 +248,9 @@ private:
 
     void WriteScalar(ETypeByteCode code, const void* data);
     void WriteEnum(const ReflectedEnum* r, int32 value);
+    void PutEnumerator(const ReflectedEnum& r, int32 i);
     void WriteString16(const xstring16& text);
-    void WriteClass(const ReflectedClass* rc, const char* data, Before before);
+    void WriteClass(const ReflectedClass& rc, const char* data, Before before);
     void WriteClassBody(const ReflectedClass& rc, const char* data, Before before);
     bool IsLeftOut(ReflectionByteCode type, const void* data);
     void WriteVariant(const ReflectedVariant* rv, const char* data);
@@ -325,7 +320,7 @@ void Writer::WriteVariable(ReflectionByteCode type, const void* data, Before bef
     case VK_ENUM: return WriteEnum(type.GetReflectedEnum(), LoadScalar<int32>(data));
     case VK_STRING8: return AppendQuoted(m_text, *static_cast<const xstring*>(data), '"');
     case VK_STRING16: return WriteString16(*static_cast<const xstring16*>(data));
-    case VK_CLASS: return WriteClass(type.GetReflectedClass(), bytes, before);
+    case VK_CLASS: return WriteClass(GetClass(type, s_sourceFile), bytes, before);
     case VK_VARIANT: return WriteVariant(type.GetReflectedVariant(), bytes);
     case VK_ARRAY: return WriteArray(type, bytes, before);
     case VK_VECTOR: return WriteVector(type, *static_cast<const VectorOfByte*>(data), before);
@@ -373,8 +368,16 @@ void Writer::WriteEnum(const ReflectedEnum* r, int32 value)
     KELM_ASSERT(r);
     for (int32 i = 0; i < r->m_count; ++i)
         if (r->GetValue(i) == value)
-            return Put(r->m_strings[i]);
+            return PutEnumerator(*r, i);
     Throw({NumberText(value), " is no value of enum ", r->m_name});
+}
+
+void Writer::PutEnumerator(const ReflectedEnum& r, int32 i)
+{
+    const ConstStringZ name = r.m_strings[i];
+    if (!IsIdentifier(name))
+        Throw({"the name '", name, "' of an enumerator of ", r.m_name, " is no identifier"});
+    Put(name);
 }
 
 void Writer::WriteString16(const xstring16& text)
@@ -385,12 +388,11 @@ void Writer::WriteString16(const xstring16& text)
     AppendQuoted(m_text, utf8, '"');
 }
 
-void Writer::WriteClass(const ReflectedClass* rc, const char* data, Before before)
+void Writer::WriteClass(const ReflectedClass& rc, const char* data, Before before)
 {
-    KELM_ASSERT(rc);
-    Put(ShortName(rc->m_name));
+    Put(ShortName(rc.m_name));
     PutSpace();
-    WriteClassBody(*rc, data, before);
+    WriteClassBody(rc, data, before);
 }
 
 void Writer::WriteClassBody(const ReflectedClass& rc, const char* data, Before before)
@@ -474,14 +476,16 @@ void Writer::WriteVariant(const ReflectedVariant* rv, const char* data)
     m_steps.pop_back();
 }
 
-// The shorter one of the names that reading takes for this alternative.
+// The shorter one of the names that reading takes for this alternative. A name that is not qualified may read as any.
 SubString Writer::AlternativeName(const ReflectedVariant& rv, int32 index) const
 {
     const SubString fullName = rv.m_fields[index].m_name;
+    if (!IsQualifiedName(fullName))
+        Throw({"the name of this alternative of ", rv.m_name, " is not made of identifiers with \"::\" between them"});
     for (const SubString name : {ShortName(fullName), fullName})
     {
         int32 chosen = 0;
-        while (!IsNameSuffix(rv.m_fields[chosen].m_name, name))
+        while (IsQualifiedName(rv.m_fields[chosen].m_name) && !IsNameSuffix(rv.m_fields[chosen].m_name, name))
             ++chosen;
         if (chosen == index)
             return name;
@@ -504,6 +508,19 @@ void Writer::WriteArray(ReflectionByteCode type, const char* data, Before before
     list.End();
 }
 
+// Whether the first elements of a vector are the kept ones. Scalars are compared as bytes: a NaN is kept as well.
+bool BeginsWith(const VectorOfByte& vector, const VectorOfByte& kept, ReflectionByteCode elementType, ssize_t size)
+{
+    if (kept.size() > vector.size())
+        return false;
+    if (GetTypeCode(elementType).m_kind == VK_SCALAR)
+        return std::equal(kept.data(), kept.data() + kept.size(), vector.data());
+    for (ssize_t at = 0; at < kept.size(); at += size)
+        if (!CompareEqReflectedVariable(elementType, vector.data() + at, elementType, kept.data() + at))
+            return false;
+    return true;
+}
+
 void Writer::WriteVector(ReflectionByteCode type, const VectorOfByte& vector, Before before)
 {
     ReflectionByteCode elementType = type.GetElementType();
@@ -511,10 +528,7 @@ void Writer::WriteVector(ReflectionByteCode type, const VectorOfByte& vector, Be
     const ssize_t size = elementType.GetTypeSize();
     KELM_ASSERT(size > 0 || vector.empty()); // elements without bytes leave no trace of their number
     const auto& kept = *static_cast<const VectorOfByte*>(before.Get());
-    bool startsAsKept = kept.size() <= vector.size();
-    for (ssize_t at = 0; startsAsKept && at < kept.size(); at += size)
-        startsAsKept = CompareEqReflectedVariable(elementType, vector.data() + at, elementType, kept.data() + at);
-    if (!startsAsKept)
+    if (!BeginsWith(vector, kept, elementType, size))
         Throw({"it does not begin with the ", NumberText(kept.size() / size),
                " elements that are there before reading, which only appends"});
 
@@ -526,21 +540,6 @@ void Writer::WriteVector(ReflectionByteCode type, const VectorOfByte& vector, Be
         WriteVariable(elementType, vector.data() + at, Before(newElement));
     }
     list.End();
-}
-
-std::vector<MapEntry> ListEntries(const MapFns& fns, const void* map)
-{
-    std::vector<MapEntry> entries;
-    entries.reserve(static_cast<std::size_t>(fns.Count(map)));
-    fns.ForEach(
-        map,
-        [](void* context, const void* key, void* payload)
-        {
-            static_cast<std::vector<MapEntry>*>(context)->push_back({key, payload});
-            return true;
-        },
-        &entries);
-    return entries;
 }
 
 void Writer::WriteMap(ReflectionByteCode type, const void* map, Before before)
@@ -592,9 +591,11 @@ void Writer::WriteReference(const prefbase& reference)
 void Writer::WriteObject(ptr<IObject> object)
 {
     if (!object)
-        return Put("null");
+        return Put(s_null);
     const ReflectedClass* const rc = object.GetReflectedClass();
     KELM_ASSERT(rc);
+    if (SubString(rc->m_name) == s_null)
+        Throw({"the name of the object's class reads as a null handle"});
     if (rc->m_createFn == nullptr)
         Throw({"'", rc->m_name, "' doesn't support dynamic creation"});
     const auto [place, isNew] = m_objects.insert(object.self());

@@ -28,13 +28,14 @@ struct WriteOptions
 
 // A value that data source text cannot give:
 // - a cycle of objects (an object that is reached twice, but not from within itself, is written twice);
-// - an object of a class without a creation function, or a class of which no field is described;
-// - an enumeration's value that is none of its enumerators;
+// - an object of a class without a creation function or of the name "null", or a class of which no field is described;
+// - an enumeration's value that is none of its enumerators, or one whose name is no identifier;
 // - a 16-bit string with a lone surrogate, a 16-bit character that no 8-bit one gives, a 128-bit integer;
 // - a null persistent reference or an empty set anywhere but as a class's member, where it is left out, and any set
 //   that holds elements;
 // - a vector or map that lacks elements which creation gives;
-// - an alternative of a variant whose name reads as another one.
+// - an alternative of a variant whose name is not made of identifiers with "::" between them, or reads as another one;
+//   one behind an alternative of such a name is refused too, since its name might.
 class KLOBJECT_API WriteException : public IException, public std::exception
 {
 public:

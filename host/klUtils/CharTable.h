@@ -91,11 +91,11 @@ static_assert(
     }(),
     "every printable ASCII character begins a token");
 
-inline Start StartOf(char c)
+constexpr Start StartOf(char c)
 {
     return s_charTable.m_start[static_cast<unsigned char>(c)];
 }
-inline bool HasProperty(char c, CharProperty property)
+constexpr bool HasProperty(char c, CharProperty property)
 {
     return (s_charTable.m_properties[static_cast<unsigned char>(c)] & property) != 0;
 }

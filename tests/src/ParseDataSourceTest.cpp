@@ -439,6 +439,19 @@ TEST_F(Models, ThatIsRegisteredNowhereFailsAnAssertion)
     EXPECT_TRUE(FailsAssertion([&] { Fill(orphan, "{ }"); }, "rc", "host/klObject/Registry"));
 }
 
+TEST_F(Models, HaveNoFieldsWhereTheListIsNull)
+{
+    const ReflectedClass rc = {.m_name = "hand::Listless", .m_size = 1, .m_numFields = 2, .m_numModelFields = 3};
+    for (const char* const text : {"()", "{}"})
+    {
+        char object = 0;
+        ExpressionParser parser;
+        parser.Init(text);
+        ParseClassVariable(parser, rc, &object);
+        EXPECT_EQ(parser.m_token.m_type, TOKEN_END) << text;
+    }
+}
+
 TEST_F(Models, PassesOverDroppedFields)
 {
     Evolved e;

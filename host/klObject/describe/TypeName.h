@@ -3,6 +3,7 @@
 // Types whose hooks (_GetReflected, _GetTypeOps) are written by hand, and their names at compile time.
 
 #include <klObject/describe/Description.h>
+#include <klUtils/QualifiedName.h>
 #include <klUtils/types.h>
 
 #include <array>
@@ -29,25 +30,6 @@ namespace kelm
 
 template <class...>
 inline constexpr bool s_isNever = false;
-
-constexpr bool IsIdentifierCharacter(char c, bool isFirst)
-{
-    return c == '_' || ('a' <= c && c <= 'z') || ('A' <= c && c <= 'Z') || (!isFirst && '0' <= c && c <= '9');
-}
-
-// Identifiers with "::" between them.
-constexpr bool IsQualifiedName(std::string_view name)
-{
-    bool isFirst = true;
-    for (std::size_t i = 0; i < name.size(); ++i)
-        if (IsIdentifierCharacter(name[i], isFirst))
-            isFirst = false;
-        else if (!isFirst && name.substr(i, 2) == "::")
-            ++i, isFirst = true;
-        else
-            return false;
-    return !isFirst;
-}
 
 // Converts to a pointer to T and to nothing else, so that a hook for a base class of T does not answer for T.
 template <class T>

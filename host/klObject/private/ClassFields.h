@@ -23,13 +23,14 @@ public:
         ConstStringZ m_name;
     };
 
-    explicit ClassFields(const ReflectedClass& rc) : m_rc(rc), m_model(FindClassModel(rc))
+    explicit ClassFields(const ReflectedClass& rc)
+        : m_rc(rc)
+        , m_model(FindClassModel(rc))
+        , m_modelFields(m_model.m_class != nullptr ? GetModelFieldCount(*m_model.m_class) : 0)
     {
-        if (m_model.m_class != nullptr)
-            m_modelFields = m_model.m_class->m_numModelFields;
     }
 
-    ssize_t size() const { return m_modelFields + m_rc.m_numFields; }
+    ssize_t size() const { return m_modelFields + GetOrdinaryFieldCount(m_rc); }
 
     Field operator[](ssize_t i) const
     {
@@ -46,7 +47,7 @@ public:
 private:
     const ReflectedClass& m_rc;
     ClassModel m_model;
-    ssize_t m_modelFields = 0;
+    ssize_t m_modelFields;
 };
 
 // An alternative of a variant as a variable of its own.

@@ -50,6 +50,21 @@ TEST_F(ClassModels, ThatAreEmbeddedMustBeRegistered)
     EXPECT_TRUE(FailsAssertion([&] { FindClassModel(rc); }, "rc", "host/klObject/Registry"));
 }
 
+// Numbers that stand beside no list count nothing.
+TEST_F(ClassModels, HaveNoFieldsWhereTheListIsNull)
+{
+    const ReflectedClass rc = {.m_name = "handwritten::Listless", .m_size = 1, .m_numFields = 2, .m_numModelFields = 3};
+    EXPECT_EQ(GetModelFieldCount(rc), 0);
+    EXPECT_EQ(GetOrdinaryFieldCount(rc), 0);
+    EXPECT_EQ(FindOrdinaryField(rc, "a", 0), -1);
+
+    static constexpr ReflectedClass s_listless = {.m_name = "handwritten::Listless", .m_size = 1, .m_numFields = 2};
+    static const bool s_isRegistered = RegisterReflectedClass(&s_listless, nullptr) == NSE_OK;
+    ASSERT_TRUE(s_isRegistered);
+    Variable a(Named(FT_CLASS, s_listless.m_name));
+    EXPECT_TRUE(CompareEqReflectedVariable(a.rbc(), a.data(), a.rbc(), a.data()));
+}
+
 // A class with fields of all sorts, registered or not: "dup" and "late" occur again as present fields, and names of
 // the model occur as ordinary fields too.
 struct Fields

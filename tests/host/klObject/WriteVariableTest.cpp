@@ -11,6 +11,12 @@
 #include <limits>
 #include <string>
 
+// A name that a data source cannot give.
+struct null
+{
+    int m_number = 0;
+};
+
 namespace written
 {
 
@@ -43,12 +49,38 @@ struct OpaqueHolder
 using Ambiguous = kelm::xvariant<int, double, double>;
 using Named = kelm::xvariant<int, double>;
 
+// Begins with an element that is not equal to itself.
+struct Measured
+{
+    kelm::xvector<double> m_samples = {std::numeric_limits<double>::quiet_NaN()};
+};
+
+// Descriptors by hand may hold names that describing a type refuses.
+inline const kelm::ReflectedEnum& GetGrade()
+{
+    static constexpr kelm::ConstStringZ s_names[] = {"GOOD", "VERY GOOD", ""};
+    static constexpr kelm::ReflectedEnum s_enum = {.m_name = "written::Grade", .m_count = 3, .m_strings = s_names};
+    return s_enum;
+}
+
+inline const kelm::ReflectedVariant& GetOddlyNamed()
+{
+    static constexpr kelm::uint8 s_int32[] = {kelm::FT_INT32};
+    static constexpr kelm::ReflectedField s_fields[] = {
+        {"a::number", 4, s_int32}, {"vector<int>", 4, s_int32}, {"value", 4, s_int32}};
+    static constexpr kelm::ReflectedVariant s_variant = {
+        .m_name = "written::OddlyNamed", .m_size = 8, .m_fields = s_fields, .m_numFields = 3};
+    return s_variant;
+}
+
 } // namespace written
 
 KELM_CLASS(written::Prefilled, KELM_MODEL(m_list), KELM_MODEL(m_map))
 KELM_CLASS(written::Holder, KELM_MODEL(m_elements), KELM_MODEL(m_byList), KELM_MODEL(m_references), KELM_MODEL(m_sets))
 KELM_CLASS(written::Opaque, kelm::NotCreatable())
 KELM_CLASS(written::OpaqueHolder, KELM_MODEL(m_opaque))
+KELM_CLASS(written::Measured, KELM_MODEL(m_samples))
+KELM_CLASS(null, KELM_MODEL(m_number))
 KELM_VARIANT(written::Ambiguous, "a::number", "b::number", "number")
 KELM_VARIANT(written::Named, "kelm::int32", "kelm::float64")
 
@@ -66,13 +98,25 @@ void RegisterTypesOnce()
     RegisterDescribedTypes();
     static const bool s_once = []
     {
-        RegisterTypes<Prefilled, Holder, Opaque, OpaqueHolder, Ambiguous, Named>(nullptr);
+        RegisterTypes<Prefilled, Holder, Opaque, OpaqueHolder, Measured, null, Ambiguous, Named>(nullptr);
+        RegisterReflectedEnum(&GetGrade(), nullptr);
+        RegisterReflectedVariant(&GetOddlyNamed(), nullptr);
         return true;
     }();
     static_cast<void>(s_once);
 }
 
 constexpr WriteOptions s_indented = {.m_indent = 2};
+
+// The text of a variable whose type was described by hand.
+std::string TextByHand(ETypeByteCode code, ConstStringZ typeName, const void* data)
+{
+    RegisterTypesOnce();
+    const uint8 bc[] = {static_cast<uint8>(code), 0, 0};
+    StringStream os(64);
+    WriteVariable(os, ReflectionByteCode(bc, &typeName), data);
+    return ToStdString(os.GetString());
+}
 
 // The text of a value of any type that a field may have.
 template <class T>
@@ -359,6 +403,20 @@ TEST(WriteContainers, WritesWhatReadingAddsToTheElementsThatAreThereBefore)
                                      ".m_map: it lacks entries that are there before reading, which only adds"));
 }
 
+TEST(WriteContainers, ComparesScalarsThatAreThereBeforeAsBytes)
+{
+    Measured measured;
+    EXPECT_EQ(Text(measured), "Measured{m_samples=[]}");
+    measured.m_samples.push_back(std::numeric_limits<double>::quiet_NaN());
+    EXPECT_EQ(Text(measured), "Measured{m_samples=[nan]}");
+    measured.m_samples[0] = 1.5;
+    EXPECT_TRUE(ThrowsWriteException([&] { Text(measured); }, ".m_samples: it does not begin with the 1 elements that "
+                                                              "are there before reading, which only appends"));
+    measured.m_samples.clear();
+    EXPECT_TRUE(ThrowsWriteException([&] { Text(measured); }, ".m_samples: it does not begin with the 1 elements that "
+                                                              "are there before reading, which only appends"));
+}
+
 TEST(WriteContainers, WritesKeysOnTopOfTheKeyBefore)
 {
     Holder holder;
@@ -393,6 +451,39 @@ TEST(WriteVariant, UsesANameThatReadsAsThatAlternative)
     variant.Emplace<2>(1.5);
     EXPECT_TRUE(ThrowsWriteException(
         [&] { Text(variant); }, ".number: the name of this alternative of written::Ambiguous reads as another one"));
+}
+
+TEST(WriteVariant, RefusesNamesThatAreNotQualifiedAndThoseBehindThem)
+{
+    const auto text = [](int32 alternative)
+    {
+        const int32 variant[] = {alternative, 7};
+        return TextByHand(FT_VARIANT, "written::OddlyNamed", variant);
+    };
+    EXPECT_EQ(text(0), "number 7");
+    EXPECT_TRUE(ThrowsWriteException([&] { text(1); },
+                                     ".vector<int>: the name of this alternative of written::OddlyNamed is not made of "
+                                     "identifiers with \"::\" between them"));
+    EXPECT_TRUE(ThrowsWriteException(
+        [&] { text(2); }, ".value: the name of this alternative of written::OddlyNamed reads as another one"));
+}
+
+TEST(WriteEnum, RefusesNamesThatAreNoIdentifiers)
+{
+    const auto text = [](int32 value) { return TextByHand(FT_ENUM, "written::Grade", &value); };
+    EXPECT_EQ(text(0), "GOOD");
+    EXPECT_TRUE(ThrowsWriteException([&] { text(1); },
+                                     "the name 'VERY GOOD' of an enumerator of written::Grade is no identifier"));
+    EXPECT_TRUE(
+        ThrowsWriteException([&] { text(2); }, "the name '' of an enumerator of written::Grade is no identifier"));
+}
+
+TEST(WriteObject, RefusesAClassWhoseNameReadsAsANullHandle)
+{
+    const Owned<null> object;
+    EXPECT_TRUE(ThrowsWriteException([&] { TextOfObject(object.Get()); },
+                                     "the name of the object's class reads as a null handle"));
+    EXPECT_EQ(Text(*object), "null{m_number=0}"); // not where a class stands by value
 }
 
 TEST(WriteObject, WritesTheFullNameAndWhatIsReferenced)
