@@ -464,11 +464,22 @@ void KSParser::ParseBinaryOperators(KSValue& literal, int level)
 // The operand behind an operator, which is still the current token.
 [[gnu::always_inline]] inline void KSParser::EvaluateRightOperand(KSValue& literal)
 {
-    int64 value = 0;
-    if (!TryReadInteger(value))
+    if (!EvaluatePlainNumber(literal))
         return EvaluateUnary(literal);
-    KSValueAccess::Set(literal, value);
     FinishPostfix(literal);
+}
+
+// Reads the next token, and evaluates it where it is a plain number.
+[[gnu::always_inline]] inline bool KSParser::EvaluatePlainNumber(KSValue& literal)
+{
+    int64 integer = 0;
+    float64 real = 0.0;
+    const EToken kind = TryReadNumber(integer, real);
+    if (kind == TOKEN_INTEGER)
+        KSValueAccess::Set(literal, integer);
+    else if (kind == TOKEN_FLOAT)
+        KSValueAccess::Set(literal, real);
+    return kind != TOKEN_UNDEF;
 }
 
 // --- Operands --------------------------------------------------------------------------------------------------------
@@ -517,18 +528,23 @@ void KSParser::ParseOtherPrimary(KSValue& literal)
 void KSParser::ParseParentheses(KSValue& literal)
 {
     int64 depth = 0;
-    for (; m_token.m_type == TOKEN_LEFT_PAREN; ++depth)
-        ReadNextToken();
+    bool isNumber = false;
+    do
+    {
+        ++depth;
+        isNumber = EvaluatePlainNumber(literal);
+    } while (!isNumber && m_token.m_type == TOKEN_LEFT_PAREN);
     try
     {
-        EvaluateExpression(literal);
+        if (!isNumber)
+            EvaluateUnary(literal);
         while (true)
         {
+            FinishPostfix(literal);
+            FinishExpression(literal);
             ParseGivenToken(TOKEN_RIGHT_PAREN, ")");
             if (--depth == 0)
                 return;
-            FinishPostfix(literal);
-            FinishExpression(literal);
         }
     }
     catch (const LiteralException& e)

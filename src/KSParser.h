@@ -70,6 +70,7 @@ private:
     void EvaluateExpression(KSValue& literal);
     void EvaluateBinary(KSValue& literal, int level);
     void EvaluateRightOperand(KSValue& literal);
+    bool EvaluatePlainNumber(KSValue& literal);
     void EvaluateUnary(KSValue& literal);
     void EvaluatePrimary(KSValue& literal);
     void FinishExpression(KSValue& literal);

@@ -569,13 +569,21 @@ private:
             m_parser.ContinueBehind(lastToken);
     }
 
+    // The index of the model field that the text names, or -1. The next one of the declaration is looked for first.
+    ssize_t PassPlainMemberName(PlainText& text) const
+    {
+        const ReflectedClass& model = *m_model.m_class;
+        const SubString next = GetPresentModelFieldName(model, m_nextModelField);
+        if (!next.empty() && text.TryPassName(next))
+            return m_nextModelField;
+        SubString name;
+        return text.TryReadName(name) ? FindPresentModelField(model, name, m_nextModelField) : -1;
+    }
+
     bool TryReadPlainMember(PlainText& text)
     {
-        SubString name;
-        if (!text.TryReadName(name) || !text.TryPassEqual())
-            return false;
-        const ssize_t i = FindPresentModelField(*m_model.m_class, name, m_nextModelField);
-        if (i < 0)
+        const ssize_t i = PassPlainMemberName(text);
+        if (i < 0 || !text.TryPassEqual())
             return false;
         const ReflectedModelField& field = m_model.m_class->m_modelFields[i];
         if (!TryReadPlainValue(text, {field.m_bc, m_model.m_class->m_stringTable},

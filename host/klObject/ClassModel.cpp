@@ -132,6 +132,16 @@ ssize_t FindPresentModelField(const ReflectedClass& rc, SubString name, ssize_t 
                         { return IsPresent(rc.m_modelFields[i]) && IsSameText(rc.m_modelFields[i].m_name, name); });
 }
 
+SubString GetPresentModelFieldName(const ReflectedClass& rc, ssize_t index)
+{
+    if (index < 0 || index >= GetModelFieldCount(rc))
+        return {};
+    if (const FieldIndex* fieldIndex = GetFieldIndex(rc))
+        return fieldIndex->GetPresentModelName(index);
+    const SubString name = rc.m_modelFields[index].m_name;
+    return FindPresentModelField(rc, name, index) == index ? name : SubString();
+}
+
 ssize_t FindOrdinaryField(const ReflectedClass& rc, SubString name, ssize_t hint)
 {
     if (const FieldIndex* index = GetFieldIndex(rc))

@@ -51,20 +51,24 @@ public:
     PlainText GetPlainText() const { return {m_token.m_str.m_p1, m_str.m_p2}; }
     void ContinueBehind(const char* lastToken);
 
-    // ReadNextToken; and where the token that it reads is a plain integer, its value, with ReadNextToken once more.
-    bool TryReadInteger(int64& value)
+    // ReadNextToken; and where the token that it reads is a plain number, its value, with ReadNextToken once more.
+    // Returns TOKEN_INTEGER or TOKEN_FLOAT, or TOKEN_UNDEF where the token is left as the current one.
+    EToken TryReadNumber(int64& integer, double& real)
     {
         PlainText text(m_str.m_p1, m_str.m_p2);
         uint64 magnitude = 0;
-        if (!text.TryRead(magnitude))
+        EToken kind = TOKEN_UNDEF;
+        if (text.TryRead(magnitude))
+            kind = TOKEN_INTEGER;
+        else if (text.TryReadFloat(real))
+            kind = TOKEN_FLOAT;
+        if (kind != TOKEN_UNDEF)
         {
-            ReadNextToken();
-            return false;
+            integer = static_cast<int64>(magnitude);
+            PassToken(kind, text);
         }
-        value = static_cast<int64>(magnitude);
-        PassToken(TOKEN_INTEGER, text);
         ReadNextToken();
-        return true;
+        return kind;
     }
 
     EToken GetTokenType() const { return m_token.m_type; }

@@ -5,6 +5,20 @@
 namespace kelm
 {
 
+bool PlainText::TryReadFloat(double& value)
+{
+    SkipSpace();
+    if (m_p == m_end || !HasProperty(*m_p, CHAR_DIGIT))
+        return false;
+    double number = 0.0;
+    const char* const past = ReadShortDouble({m_p, m_end}, number);
+    if (past == nullptr || !EndsNumber(past))
+        return false;
+    value = number;
+    Pass(m_p, past);
+    return true;
+}
+
 bool PlainText::TryRead(double& value)
 {
     SkipSpace();
@@ -12,12 +26,19 @@ bool PlainText::TryRead(double& value)
     const char* const digits = m_p + isNegative;
     if (digits == m_end || !HasProperty(*digits, CHAR_DIGIT))
         return false;
-    const DecimalFloat parts({digits, m_end});
     double magnitude = 0.0;
-    if (!EndsNumber(parts.GetEnd()) || !TryReadExactly(parts, magnitude))
+    const char* past = ReadShortDouble({digits, m_end}, magnitude);
+    if (past == nullptr)
+    {
+        const DecimalFloat parts({digits, m_end});
+        if (!TryReadExactly(parts, magnitude))
+            return false;
+        past = parts.GetEnd();
+    }
+    if (!EndsNumber(past))
         return false;
     value = isNegative ? -magnitude : magnitude;
-    Pass(digits, parts.GetEnd());
+    Pass(digits, past);
     return true;
 }
 

@@ -60,6 +60,19 @@ public:
         return m_p != m_end && (*m_p == '}' || StartOf(*m_p) == Start::Identifier);
     }
 
+    // That very name, which must not be empty.
+    bool TryPassName(SubString name)
+    {
+        SkipSpace();
+        if (m_end - m_p < name.size() || !(SubString(m_p, m_p + name.size()) == name))
+            return false;
+        const char* const past = m_p + name.size();
+        if (past != m_end && HasProperty(*past, CHAR_IDENTIFIER))
+            return false;
+        Pass(m_p, past);
+        return true;
+    }
+
     bool TryReadName(SubString& name)
     {
         SkipSpace();
@@ -93,6 +106,9 @@ public:
         Pass(digits, p);
         return true;
     }
+
+    // A float of a few digits with a point among them, without a sign.
+    bool TryReadFloat(double& value);
 
     // A number of digits, with a fraction or an exponent or neither, a minus directly before it.
     bool TryRead(double& value);

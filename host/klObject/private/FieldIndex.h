@@ -32,6 +32,9 @@ struct FieldIndex
     bool IsPresentModelField(SubString name, ssize_t hint) const { return IsHit(m_presentModelNames, name, hint); }
     bool IsOrdinaryField(SubString name, ssize_t hint) const { return IsHit(m_ordinaryNames, name, hint); }
 
+    // The name of a model field that a search among the present ones finds; empty for the others.
+    SubString GetPresentModelName(ssize_t index) const { return m_presentModelNames[static_cast<std::size_t>(index)]; }
+
 private:
     // The name of each field that a search for its name finds; a null text for the others.
     using Names = std::vector<SubString>;

@@ -134,25 +134,29 @@ private:
 inline constexpr double s_powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
-// Digits with a point among them, so few that they and the power of ten are exact as doubles: one division rounds
-// correctly (W. D. Clinger, "How to read floating point numbers accurately", 1990). False for every other literal.
-inline bool TryReadShortDouble(SubString literal, double& value)
+// The number that a text begins with, where it is digits with a point among them, so few that they and the power of ten
+// are exact as doubles: one division rounds correctly (W. D. Clinger, "How to read floating point numbers accurately",
+// 1990). Returns its end; null for every other text.
+inline const char* ReadShortDouble(SubString text, double& value)
 {
-    constexpr ssize_t maxDigits = 15;
-    if (literal.size() < 2 || literal.size() > maxDigits + 1)
-        return false;
-    const char* const end = literal.m_p2;
-    const char* p = literal.m_p1;
+    constexpr ssize_t maxLength = 16; // 15 digits and the point
+    const char* const limit = text.size() > maxLength ? text.m_p1 + maxLength : text.m_p2;
+    if (text.size() >= maxLength && AreEightDigits(LoadEightBytes(text.m_p1 + maxLength - 8)))
+        return nullptr; // a long number, most likely
+    const char* p = text.m_p1;
     int64 digits = 0;
-    for (; p != end && DigitValue(*p) <= 9; ++p)
+    for (; p != limit && DigitValue(*p) <= 9; ++p)
         digits = 10 * digits + static_cast<int64>(DigitValue(*p));
-    if (p == end || *p != '.')
-        return false;
+    if (p == limit || *p != '.')
+        return nullptr;
     const char* const fraction = ++p;
-    for (; p != end && DigitValue(*p) <= 9; ++p)
+    for (; p != limit && DigitValue(*p) <= 9; ++p)
         digits = 10 * digits + static_cast<int64>(DigitValue(*p));
+    const bool goesOn = p != text.m_p2 && DigitValue(*p) <= 9;
+    if (goesOn || p - text.m_p1 < 2)
+        return nullptr;
     value = static_cast<double>(digits) / s_powersOfTen[p - fraction];
-    return p == end;
+    return p;
 }
 
 // The nearest double, where one multiplication gives it.
@@ -168,7 +172,7 @@ inline bool TryReadExactly(const DecimalFloat& parts, double& value)
 // the range of double. A value too small for double is zero.
 inline bool ReadDouble(SubString literal, double& value)
 {
-    if (TryReadShortDouble(literal, value))
+    if (ReadShortDouble(literal, value) == literal.m_p2)
         return true;
     const DecimalFloat parts(literal);
     if (!parts.IsWhole(literal))
