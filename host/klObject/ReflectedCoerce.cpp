@@ -133,6 +133,11 @@ struct ToBool : Target
             m_x = value != 0;
         return m_allowExplicit;
     }
+    template <Character C>
+    bool operator()(C) const // the base's is hidden by the template above, for clang
+    {
+        return false;
+    }
     bool operator()(EnumValue value) const { return (*this)(int64(value.m_value)); }
 };
 
@@ -191,6 +196,11 @@ struct ToFloat32 : Target
         m_x = static_cast<float32>(value);
         return m_allowExplicit || static_cast<float64>(m_x) == static_cast<float64>(value);
     }
+    template <Character C>
+    bool operator()(C) const // the base's is hidden by the template above, for clang
+    {
+        return false;
+    }
     bool operator()(EnumValue value) const { return (*this)(int64(value.m_value)); }
 };
 
@@ -211,6 +221,11 @@ struct ToFloat64 : Target
     {
         m_x = static_cast<float64>(value);
         return true;
+    }
+    template <Character C>
+    bool operator()(C) const // the base's is hidden by the template above, for clang
+    {
+        return false;
     }
     bool operator()(EnumValue value) const { return (*this)(int64(value.m_value)); }
 };

@@ -37,7 +37,8 @@ T Load(const void* data)
 // The float64 of the same digits, not of the same bits: 0.1 stays 0.1.
 Json JsonOfFloat32(float32 value)
 {
-    const SubString digits = NumberText(value);
+    const NumberText text(value);
+    const SubString digits = text;
     float64 same = value;
     std::from_chars(digits.begin(), digits.end(), same);
     return JsonOfFloat(same);
