@@ -56,6 +56,23 @@ struct TwoSpellings
         m_broken += s_comment;
         return *this;
     }
+
+    // Whether no comment has come to lie inside quotes, where it would be text.
+    bool DifferInCommentsAlone() const
+    {
+        SubString rest = ViewOf(m_broken);
+        try
+        {
+            for (LSToken token = LsScanToken(rest, true); !(token == TOKEN_END); token = LsScanToken(rest, false))
+                if (!(token == TOKEN_COMMENT) && ToStdString(token.m_str).find(s_comment) != std::string::npos)
+                    return false;
+        }
+        catch (const LexScannerException&)
+        {
+            // An open quote: nothing behind it is read.
+        }
+        return true;
+    }
 };
 
 std::string PlacedToken(const LSToken& token, const std::string& text)
@@ -264,6 +281,7 @@ RC_GTEST_FIXTURE_PROP(HandmadeTest, MembersAreReadPlainlyAsByTokens, ())
     }
     texts.Add("}");
     RC_LOG() << texts.m_plain << std::endl;
+    RC_PRE(texts.DifferInCommentsAlone());
 
     const auto read = [](const std::string& text, hand::Scalars& scalars)
     {
@@ -296,6 +314,7 @@ void CheckElements(ETypeByteCode code)
         texts.Add((i == 0 ? "" : ",") + AnySpace() + AnyElement() + AnySpace()).AddBreak();
     texts.Add(OneOf<std::string>({"]", ",]"}));
     RC_LOG() << texts.m_plain << std::endl;
+    RC_PRE(texts.DifferInCommentsAlone());
 
     const uint8 byteCode[] = {FT_VECTOR, static_cast<uint8>(code)};
     const auto read = [&](const std::string& text, xvector<T>& elements)
@@ -343,6 +362,7 @@ void CheckPath(ptr<IObject> object, const std::vector<std::string>& fields)
                              "[1 ]", "[ 1]", ".x",   ".nope", "x",     "$",    "\"",    "'",           " ",
                              "\t",   "::",   "1",    ".1",    "\x80",  "#",    "\n",    "\n#",         "->"}));
     RC_LOG() << texts.m_plain << std::endl;
+    RC_PRE(texts.DifferInCommentsAlone());
 
     const auto walk = [&](const std::string& text, Reached& reached)
     {
@@ -430,6 +450,7 @@ RC_GTEST_PROP(PlainText, ExpressionsAreEvaluatedAsByTokens, ())
     for (int i = 0; i < numOperators; ++i)
         texts.Add(AnySpace() + AnyOperator() + " ").AddBreak().Add(AnyOperand());
     RC_LOG() << texts.m_plain << std::endl;
+    RC_PRE(texts.DifferInCommentsAlone());
 
     const auto evaluate = [](const std::string& text) {
         return OutcomeOfReading<KSParser>(text,
