@@ -135,13 +135,6 @@ bool IsBodyStart(EToken kind)
     parser.ThrowAtToken(message.GetString());
 }
 
-xstring WrittenText(const LexScannerException& error)
-{
-    StringStream written(4096);
-    error.Write(written);
-    return written.GetString();
-}
-
 // An error that has not happened yet.
 LexScannerException NoError()
 {
@@ -184,8 +177,7 @@ ptr<IObject> ParseDataSource(const xstring& text, LexScannerException& error)
     catch (const LexScannerException& e)
     {
         error = e;
-        if (error.m_lineNumber < 0)
-            error.m_lineNumber = GetLineNumber(text, error.m_pos);
+        error.LocateIn(text);
         return nullptr;
     }
 }
@@ -195,7 +187,7 @@ ptr<IObject> ParseDataSourceFromString(const xstring& pds, xstring& errorMsg)
     LexScannerException error = NoError();
     const ptr<IObject> result = ParseDataSource(pds, error);
     if (!result)
-        errorMsg = WrittenText(error);
+        errorMsg = error.GetWrittenText();
     return result;
 }
 
@@ -206,7 +198,7 @@ ptr<IObject> ParseDataSourceFromString2(const xstring& pds)
     if (!result)
     {
         TracerX trace;
-        trace << "Error: " << WrittenText(error) << "\n";
+        trace << "Error: " << error.GetWrittenText() << "\n";
     }
     return result;
 }

@@ -396,11 +396,8 @@ void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteC
     catch (const LexScannerException& e)
     {
         LexScannerException located(e);
-        if (located.m_lineNumber < 0)
-            located.m_lineNumber = GetLineNumber(path, located.m_pos);
-        StringStream written(4096);
-        located.Write(written);
-        written.GetString(errorMsg, true);
+        located.LocateIn(path);
+        errorMsg = located.GetWrittenText();
         return nullptr;
     }
 }

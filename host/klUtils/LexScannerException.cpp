@@ -1,5 +1,6 @@
 #include <klUtils/LexScannerException.h>
 
+#include <klUtils/LsScanToken.h>
 #include <klUtils/xostream.h>
 
 namespace kelm
@@ -26,6 +27,19 @@ void LexScannerException::Write(xostream& os) const
 const char* LexScannerException::what() const noexcept
 {
     return m_description.c_str();
+}
+
+void LexScannerException::LocateIn(SubString text)
+{
+    if (m_lineNumber < 0)
+        m_lineNumber = GetLineNumber(text, m_pos);
+}
+
+xstring LexScannerException::GetWrittenText() const
+{
+    StringStream written(4096);
+    Write(written);
+    return written.GetString();
 }
 
 } // namespace kelm

@@ -24,6 +24,12 @@ public:
     void Write(xostream& os) const override;
     const char* what() const noexcept override; // the message alone
 
+    // Fills in the line, while it is unknown, for an error in `text`.
+    void LocateIn(SubString text);
+
+    // What Write writes.
+    xstring GetWrittenText() const;
+
     xstring m_description;
     xstring m_filename;
     int64 m_lineNumber; // counted from 1; -1 while unknown

@@ -206,5 +206,27 @@ TEST(FindField, FindsEachOfManyFields)
     }
 }
 
+// A dropped field, a present one of the same name, and a present one that this hides.
+TEST(PresentModelFieldName, IsThatOfTheFieldThatTheNameFinds)
+{
+    static constexpr ReflectedModelField s_model[] = {{"a", 0, s_int32Bc, 0, 1, nullptr},
+                                                      {"a", 4, s_int32Bc, 1, -1, nullptr},
+                                                      {"a", 8, s_int32Bc, 2, -1, nullptr},
+                                                      {"b", 12, s_int32Bc, 2, -1, nullptr}};
+    static const ReflectedClass s_registered = {
+        .m_name = "classModelTest::Repeated", .m_modelFields = s_model, .m_numModelFields = 4};
+    static const ReflectedClass s_unregistered = {
+        .m_name = "classModelTest::RepeatedToo", .m_modelFields = s_model, .m_numModelFields = 4};
+    ASSERT_EQ(RegisterReflectedClass(&s_registered, nullptr), NSE_OK);
+    for (const ReflectedClass* rc : {&s_registered, &s_unregistered})
+    {
+        const char* const expected[] = {"", "a", "", "b"};
+        for (ssize_t i = 0; i < 4; ++i)
+            EXPECT_TRUE(GetPresentModelFieldName(*rc, i) == SubString(expected[i])) << rc->m_name << " " << i;
+        EXPECT_TRUE(GetPresentModelFieldName(*rc, -1).empty());
+        EXPECT_TRUE(GetPresentModelFieldName(*rc, 4).empty());
+    }
+}
+
 } // namespace
 } // namespace kelm
