@@ -1,11 +1,11 @@
 #include <klKelmScript/ParseFieldPath.h>
 
 #include <klKelmScript/klKelmScript.h>
+#include <klKelmScript/private/PlainPath.h>
 #include <klObject/ReflectedTypes.h>
 #include <klObject/Registry.h>
 #include <klObject/prefbase.h>
 #include <klPersistStore/ReadBarrier.h>
-#include <klUtils/CharTable.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/xostream.h>
@@ -64,129 +64,23 @@ void RequirePossibleType(ETypeByteCode code)
         ThrowKelmAssertionError(condition, s_sourceFile, __LINE__);
 }
 
-// An element's size, for byte vectors that hold elements of the type.
-ssize_t GetElementSize(const ReflectionByteCode& elementType)
-{
-    const ssize_t elementSize = elementType.GetTypeSize();
-    KELM_ASSERT(elementSize > 0);
-    return elementSize;
-}
-
 } // namespace
-
-// --- The tokens of a path --------------------------------------------------------------------------------------------
-
-// The parser's token stream as a walk sees it. As long as the path is plain (names, decimal indices, dots and brackets,
-// nothing between them) its tokens are taken straight from the characters; the first one that is not, and every error,
-// is left to the parser, from where the walk stands.
-class PathTokens
-{
-public:
-    explicit PathTokens(ExpressionParser& parser)
-        : m_parser(parser), m_current(parser.m_token), m_previous(parser.m_prevToken), m_end(parser.m_str.m_p2)
-    {
-    }
-
-    EToken GetKind() const { return m_current.m_type; }
-    SubString GetText() const { return m_current.m_str; }
-
-    void Next()
-    {
-        if (m_isPlain && TryNextPlain())
-            return;
-        LeaveToParser().ReadNextToken();
-        m_current = m_parser.m_token;
-    }
-
-    void ParseGivenToken(EToken kind, ConstStringZ text)
-    {
-        if (GetKind() != kind)
-            LeaveToParser().ThrowExpectedException(text);
-        Next();
-    }
-
-    int32 ParseIndex()
-    {
-        constexpr ssize_t maxDigits = 9; // what 32 bits hold in any case
-        if (m_isPlain && GetKind() == TOKEN_INTEGER && GetText().size() <= maxDigits)
-        {
-            const auto index = static_cast<int32>(m_current.GetLiteralInt64());
-            Next();
-            return index;
-        }
-        const int32 index = LeaveToParser().ParseInt32(false);
-        m_current = m_parser.m_token;
-        return index;
-    }
-
-    [[noreturn]] void ThrowIndexOutOfRange(ConstStringZ container, int32 index)
-    {
-        StringStream message(4096);
-        message << container << " index " << index << " out of range";
-        LeaveToParser().ThrowAtToken(message.GetString());
-    }
-
-    // Brings the parser to the token where the walk is, as if it had read all of them.
-    ExpressionParser& LeaveToParser()
-    {
-        if (m_isPlain)
-        {
-            m_isPlain = false;
-            m_parser.m_prevToken = m_previous;
-            m_parser.m_token = m_current;
-            m_parser.m_str.m_p1 = m_current.m_str.m_p2;
-        }
-        return m_parser;
-    }
-
-private:
-    bool TryNextPlain()
-    {
-        const char* const start = m_current.m_str.m_p2;
-        if (start == m_end)
-            return Pass(TOKEN_END, start, start);
-        switch (StartOf(*start))
-        {
-        case Start::Identifier: return Pass(TOKEN_IDENTIFIER, start, SkipProperty(start, CHAR_IDENTIFIER));
-        case Start::Digit:
-        {
-            const char* const past = SkipProperty(start, CHAR_DIGIT);
-            return past != m_end && *past == ']' && Pass(TOKEN_INTEGER, start, past);
-        }
-        case Start::Dot:
-            return m_end - start > 1 && StartOf(start[1]) == Start::Identifier && Pass(TOKEN_DOT, start, start + 1);
-        default:
-            return (*start == '[' && Pass(TOKEN_LEFT_SQUARE, start, start + 1)) ||
-                   (*start == ']' && Pass(TOKEN_RIGHT_SQUARE, start, start + 1));
-        }
-    }
-
-    const char* SkipProperty(const char* p, CharProperty property) const
-    {
-        while (p != m_end && HasProperty(*p, property))
-            ++p;
-        return p;
-    }
-
-    bool Pass(EToken kind, const char* start, const char* past)
-    {
-        m_previous = m_current;
-        m_current = {kind, {start, past}};
-        return true;
-    }
-
-    ExpressionParser& m_parser;
-    LSToken m_current;
-    LSToken m_previous;
-    const char* m_end;
-    bool m_isPlain = true;
-};
 
 // --- The position ----------------------------------------------------------------------------------------------------
 
 ExpressionPathNavigator::ExpressionPathNavigator(ExpressionParser& parser, ptr<IObject> obj, EPathNavigatorMode mode)
     : m_parser(parser), m_mode(mode), m_obj(obj), m_data(static_cast<char*>(obj.self()))
 {
+    const SubString text(m_parser.m_token.m_str.m_p1, m_parser.m_str.m_p2);
+    PlainPath path(text);
+    if (!text.empty() && path.TryWalk(obj, ReadAccess()))
+    {
+        m_parser.ContinueBehind(path.FindLastToken());
+        m_obj = path.m_obj;
+        m_rbc = path.m_rbc;
+        m_data = path.m_data;
+        return;
+    }
     KELM_ASSERT(m_data);
     const ReflectedClass* const rc = m_obj.GetReflectedClass();
     KELM_ASSERT(rc);
@@ -209,8 +103,6 @@ ReflectionByteCode ExpressionPathNavigator::GetFieldType() const
 {
     KELM_ASSERT(m_rbc.m_bc);
     ReflectionByteCode type = m_rbc;
-    if (type.IsAtUnderlyingType())
-        return type;
     const bool isConst = (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0;
     KELM_ASSERT(!isConst);
     return type;
@@ -222,31 +114,26 @@ ReflectionByteCode ExpressionPathNavigator::GetFieldType() const
 // reaches the next class. A loop, so that a path may be of any length.
 void ExpressionPathNavigator::NavigateReflectedClassInstance(const ReflectedClass& rc)
 {
-    PathTokens tokens(m_parser);
-    for (const ReflectedClass* next = &rc; next != nullptr && StepToField(tokens, *next);)
-        next = WalkVariable(tokens);
-    tokens.LeaveToParser();
+    for (const ReflectedClass* next = &rc; next != nullptr && StepToField(*next);)
+        next = WalkVariable();
 }
 
 void ExpressionPathNavigator::NavigateReflectedVariable()
 {
-    PathTokens tokens(m_parser);
-    const ReflectedClass* const rc = WalkVariable(tokens);
-    tokens.LeaveToParser();
-    if (rc != nullptr)
+    if (const ReflectedClass* const rc = WalkVariable())
         NavigateReflectedClassInstance(*rc);
 }
 
 // Moves from an instance of `rc` to the model field that the path names next; false where it names none.
-bool ExpressionPathNavigator::StepToField(PathTokens& tokens, const ReflectedClass& rc)
+bool ExpressionPathNavigator::StepToField(const ReflectedClass& rc)
 {
     KELM_ASSERT(m_data);
-    if (tokens.GetKind() != TOKEN_DOT)
+    if (m_parser.m_token.m_type != TOKEN_DOT)
         return false;
-    tokens.Next();
-    if (tokens.GetKind() != TOKEN_IDENTIFIER)
-        tokens.LeaveToParser().ThrowExpectedException("identifier");
-    const SubString name = tokens.GetText();
+    m_parser.ReadNextToken();
+    if (m_parser.m_token.m_type != TOKEN_IDENTIFIER)
+        m_parser.ThrowExpectedException("identifier");
+    const SubString name = m_parser.m_token.m_str;
 
     KELM_ASSERT(rc.m_modelFields);
     const ClassModel model = FindClassModel(rc);
@@ -255,9 +142,9 @@ bool ExpressionPathNavigator::StepToField(PathTokens& tokens, const ReflectedCla
     {
         StringStream message(4096);
         message << "Identifier " << name << " is not a model field of class " << rc.m_name;
-        tokens.LeaveToParser().ThrowAtToken(message.GetString());
+        m_parser.ThrowAtToken(message.GetString());
     }
-    tokens.Next();
+    m_parser.ReadNextToken();
     const ReflectedModelField& rf = model.m_class->m_modelFields[index];
     KELM_ASSERT(rf.m_rsn2 == -1);
 
@@ -268,7 +155,7 @@ bool ExpressionPathNavigator::StepToField(PathTokens& tokens, const ReflectedCla
 
 // Follows indices and handles from a variable. Returns the class of the instance that the walk goes on from, or null
 // where it ends at a variable.
-const ReflectedClass* ExpressionPathNavigator::WalkVariable(PathTokens& tokens)
+const ReflectedClass* ExpressionPathNavigator::WalkVariable()
 {
     while (true)
     {
@@ -276,7 +163,7 @@ const ReflectedClass* ExpressionPathNavigator::WalkVariable(PathTokens& tokens)
             ReadBarrier();
         void* const data = GetFieldAddress();
         const ReflectionByteCode type = GetFieldType();
-        const EToken token = tokens.GetKind();
+        const EToken token = m_parser.m_token.m_type;
         switch (type.GetCode())
         {
         case FT_CLASS:
@@ -289,53 +176,53 @@ const ReflectedClass* ExpressionPathNavigator::WalkVariable(PathTokens& tokens)
         case FT_ARRAY:
             if (token != TOKEN_LEFT_SQUARE)
                 return nullptr;
-            StepIntoArray(tokens, type);
+            StepIntoArray(type);
             break;
         case FT_DYNARRAY:
             if (token != TOKEN_LEFT_SQUARE)
                 return nullptr;
-            StepIntoDynArray(tokens, type);
+            StepIntoDynArray(type);
             break;
         case FT_VECTOR:
             if (token != TOKEN_LEFT_SQUARE)
                 return nullptr;
-            StepIntoVector(tokens, type);
+            StepIntoVector(type);
             break;
         case FT_PREF:
         case FT_CREF:
-            return token == TOKEN_DOT ? StepThroughHandle(tokens, type, static_cast<prefbase*>(data)->Get()) : nullptr;
+            return token == TOKEN_DOT ? StepThroughHandle(type, static_cast<prefbase*>(data)->Get()) : nullptr;
         case FT_INTERFACE_POINTER:
-            return token == TOKEN_DOT ? StepThroughHandle(tokens, type, *static_cast<ptr<IObject>*>(data)) : nullptr;
+            return token == TOKEN_DOT ? StepThroughHandle(type, *static_cast<ptr<IObject>*>(data)) : nullptr;
         default: RequirePossibleType(type.GetCode()); return nullptr; // a value: the walk ends
         }
     }
 }
 
-void ExpressionPathNavigator::StepIntoArray(PathTokens& tokens, const ReflectionByteCode& type)
+void ExpressionPathNavigator::StepIntoArray(const ReflectionByteCode& type)
 {
-    tokens.Next();
+    m_parser.ReadNextToken();
     const int32 arraySize = type.GetArrayCount();
     m_rbc = type.GetElementType();
     KELM_ASSERT(arraySize > 0);
     const ssize_t elementSize = m_rbc.GetTypeSize();
-    const int32 index = tokens.ParseIndex();
+    const int32 index = m_parser.ParseInt32(false);
     if (index < 0 || index >= arraySize)
-        tokens.ThrowIndexOutOfRange("Array", index);
-    tokens.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
+        ThrowIndexOutOfRange("Array", index);
+    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     m_data += index * elementSize;
 }
 
 // A dynamic array is written with two opening brackets and one closing, and grows to hold whatever index is asked for.
-void ExpressionPathNavigator::StepIntoDynArray(PathTokens& tokens, const ReflectionByteCode& type)
+void ExpressionPathNavigator::StepIntoDynArray(const ReflectionByteCode& type)
 {
-    tokens.Next();
+    m_parser.ReadNextToken();
     m_rbc = type.GetElementType();
     const ssize_t elementSize = m_rbc.GetTypeSize();
-    tokens.ParseGivenToken(TOKEN_LEFT_SQUARE, "[");
-    const int32 index = tokens.ParseIndex();
+    m_parser.ParseGivenToken(TOKEN_LEFT_SQUARE, "[");
+    const int32 index = m_parser.ParseInt32(false);
     if (index < 0)
-        tokens.ThrowIndexOutOfRange("Array", index);
-    tokens.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
+        ThrowIndexOutOfRange("Array", index);
+    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
     const ssize_t offset = index * elementSize;
     if (offset >= V.size())
@@ -343,34 +230,41 @@ void ExpressionPathNavigator::StepIntoDynArray(PathTokens& tokens, const Reflect
     m_data = V.data() + offset;
 }
 
-void ExpressionPathNavigator::StepIntoVector(PathTokens& tokens, const ReflectionByteCode& type)
+void ExpressionPathNavigator::StepIntoVector(const ReflectionByteCode& type)
 {
-    tokens.Next();
+    m_parser.ReadNextToken();
     m_rbc = type.GetElementType();
-    const ssize_t elementSize = GetElementSize(m_rbc);
+    const ssize_t elementSize = m_rbc.GetTypeSize();
+    KELM_ASSERT(elementSize > 0);
     VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
     KELM_ASSERT(V.size() % elementSize == 0);
     const ssize_t size = V.size() / elementSize;
     KELM_ASSERT(size >= 0);
-    const int32 index = tokens.ParseIndex();
+    const int32 index = m_parser.ParseInt32(false);
     if (index < 0 || index >= size)
-        tokens.ThrowIndexOutOfRange("Vector", index);
-    tokens.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
+        ThrowIndexOutOfRange("Vector", index);
+    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     m_data = V.data() + index * elementSize;
 }
 
 // The dot is left for the step to a field of the object reached.
-const ReflectedClass* ExpressionPathNavigator::StepThroughHandle(PathTokens& tokens, const ReflectionByteCode& type,
-                                                                 ptr<IObject> target)
+const ReflectedClass* ExpressionPathNavigator::StepThroughHandle(const ReflectionByteCode& type, ptr<IObject> target)
 {
     m_rbc = type;
     m_obj = target;
     if (!m_obj)
-        tokens.LeaveToParser().ThrowAtToken("null dereference");
+        m_parser.ThrowAtToken("null dereference");
     const ReflectedClass* const rc = m_obj.GetReflectedClass();
     KELM_ASSERT(rc);
     m_data = static_cast<char*>(m_obj.self());
     return rc;
+}
+
+void ExpressionPathNavigator::ThrowIndexOutOfRange(ConstStringZ container, int32 index) const
+{
+    StringStream message(4096);
+    message << container << " index " << index << " out of range";
+    m_parser.ThrowAtToken(message.GetString());
 }
 
 // --- Entry points ----------------------------------------------------------------------------------------------------
@@ -383,10 +277,13 @@ void* NavigatePathToField(ptr<IObject> obj, ExpressionParser& parser, Reflection
     return navigator.m_data;
 }
 
-void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteCode& rbc, bool writeAccess,
-                          xstring& errorMsg)
+namespace
 {
-    errorMsg.clear();
+
+// The whole text by its tokens.
+[[gnu::cold]] void* NavigateText(ptr<IObject> obj, const xstring& path, ReflectionByteCode& rbc, bool writeAccess,
+                                 xstring& errorMsg)
+{
     try
     {
         ExpressionParser parser;
@@ -400,6 +297,19 @@ void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteC
         errorMsg = located.GetWrittenText();
         return nullptr;
     }
+}
+
+} // namespace
+
+void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteCode& rbc, bool writeAccess,
+                          xstring& errorMsg)
+{
+    errorMsg.clear();
+    PlainPath plain(path);
+    if (!plain.TryWalk(obj, !writeAccess))
+        return NavigateText(obj, path, rbc, writeAccess, errorMsg);
+    rbc = plain.m_rbc;
+    return plain.m_data;
 }
 
 // --- Registration ----------------------------------------------------------------------------------------------------

@@ -31,10 +31,8 @@ enum EPathNavigatorMode : int32
     PNM_SET_DELETE = 3,
 };
 
-class PathTokens;
-
-// One walk, done by construction. The parser is not owned and must be bound; it stands where the walk ended, or, after
-// an exception that is no LexScannerException, anywhere up to there.
+// One walk, done by construction. The parser is not owned and must be bound; it stands where the walk ended, be it with
+// an exception.
 class KLKELMSCRIPT_API ExpressionPathNavigator
 {
 public:
@@ -55,12 +53,13 @@ public:
     char* m_data;             // the bytes at the position
 
 private:
-    bool StepToField(PathTokens& tokens, const ReflectedClass& rc);
-    const ReflectedClass* WalkVariable(PathTokens& tokens);
-    void StepIntoArray(PathTokens& tokens, const ReflectionByteCode& type);
-    void StepIntoDynArray(PathTokens& tokens, const ReflectionByteCode& type);
-    void StepIntoVector(PathTokens& tokens, const ReflectionByteCode& type);
-    const ReflectedClass* StepThroughHandle(PathTokens& tokens, const ReflectionByteCode& type, ptr<IObject> target);
+    bool StepToField(const ReflectedClass& rc);
+    const ReflectedClass* WalkVariable();
+    void StepIntoArray(const ReflectionByteCode& type);
+    void StepIntoDynArray(const ReflectionByteCode& type);
+    void StepIntoVector(const ReflectionByteCode& type);
+    const ReflectedClass* StepThroughHandle(const ReflectionByteCode& type, ptr<IObject> target);
+    [[noreturn]] void ThrowIndexOutOfRange(ConstStringZ container, int32 index) const;
 };
 
 // Walks from `obj`, which must not be null, and returns the address reached; `rbc` receives its type as it is declared.

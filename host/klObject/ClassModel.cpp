@@ -1,10 +1,11 @@
 #include <klObject/ClassModel.h>
 
+#include <klObject/FieldIndex.h>
 #include <klObject/Registry.h>
-#include <klObject/private/FieldIndex.h>
 #include <klObject/private/TextHash.h>
+#include <klObject/private/TypeCodes.h>
+#include <klUtils/QualifiedName.h>
 
-#include <atomic>
 #include <bit>
 
 namespace kelm
@@ -13,10 +14,22 @@ namespace kelm
 namespace
 {
 
-// The class may be registered by another thread just now.
-const FieldIndex* GetFieldIndex(const ReflectedClass& rc)
+uint64 KeyOf(SubString name)
 {
-    return std::atomic_ref<const FieldIndex*>(rc.m_fieldIndex).load(std::memory_order_acquire);
+    return name.size() <= s_maxShortText ? WordOfShortText(name.m_p1, name.size()) : HashOfText(name);
+}
+
+FieldLead GetLead(const uint8* bc)
+{
+    if (bc == nullptr)
+        return FieldLead::Other;
+    if (bc[0] == FT_CLASS)
+        return FieldLead::Instance;
+    if (bc[0] == FT_VECTOR && bc[1] == FT_CLASS)
+        return FieldLead::Instances;
+    const EVariableKind kind = s_typeCodes[bc[0]].m_kind;
+    const bool isValue = kind == VK_SCALAR || kind == VK_STRING8 || kind == VK_STRING16 || kind == VK_ENUM;
+    return isValue ? FieldLead::Value : FieldLead::Other;
 }
 
 template <class Matches>
@@ -30,25 +43,35 @@ ssize_t FindLinearly(ssize_t count, Matches matches)
 
 } // namespace
 
-FieldIndex::FieldIndex(const ReflectedClass& rc)
+FieldIndex::FieldIndex(const ReflectedClass& rc) : m_stringTable(rc.m_stringTable)
 {
     const auto modelCount = static_cast<std::size_t>(GetModelFieldCount(rc));
     const auto ordinaryCount = static_cast<std::size_t>(GetOrdinaryFieldCount(rc));
-    // At most half full, so that a probe seldom goes beyond its first slot.
-    m_slots.resize(std::bit_ceil(2 * (modelCount + ordinaryCount)));
-    m_mask = m_slots.size() - 1;
+    const std::size_t numSlots = std::bit_ceil(2 * (modelCount + ordinaryCount));
+    m_slots = std::make_unique<Entry[]>(numSlots);
+    m_mask = numSlots - 1;
+    m_shift = 64 - std::countr_zero(numSlots);
     m_presentModelNames.resize(modelCount);
     m_ordinaryNames.resize(ordinaryCount);
 
     for (std::size_t i = 0; i < modelCount; ++i)
     {
-        Entry& entry = Insert(rc.m_modelFields[i].m_name);
+        const ReflectedModelField& field = rc.m_modelFields[i];
+        Entry& entry = Insert(field.m_name);
+        const SubString name(entry.m_name, entry.m_name + entry.m_size);
         if (entry.m_firstModel < 0)
+        {
             entry.m_firstModel = static_cast<int32>(i);
-        if (IsPresent(rc.m_modelFields[i]) && entry.m_firstPresentModel < 0)
+            if (IsPresent(field) && IsIdentifier(name))
+            {
+                entry.m_field = &field;
+                entry.m_lead = GetLead(field.m_bc);
+            }
+        }
+        if (IsPresent(field) && entry.m_firstPresentModel < 0)
         {
             entry.m_firstPresentModel = static_cast<int32>(i);
-            m_presentModelNames[i] = entry.m_name;
+            m_presentModelNames[i] = name;
         }
     }
     for (std::size_t i = 0; i < ordinaryCount; ++i)
@@ -57,7 +80,7 @@ FieldIndex::FieldIndex(const ReflectedClass& rc)
         if (entry.m_firstOrdinary < 0)
         {
             entry.m_firstOrdinary = static_cast<int32>(i);
-            m_ordinaryNames[i] = entry.m_name;
+            m_ordinaryNames[i] = {entry.m_name, entry.m_name + entry.m_size};
         }
     }
 }
@@ -66,23 +89,38 @@ FieldIndex::Entry& FieldIndex::Insert(SubString name)
 {
     if (name.m_p1 == nullptr)
         name = "";
-    const uint64 hash = HashOfText(name);
-    std::size_t i = hash & m_mask;
-    while (m_slots[i].m_name.m_p1 != nullptr && !IsSameText(m_slots[i].m_name, name))
+    if (const Entry* known = Find(name))
+        return m_slots[static_cast<std::size_t>(known - m_slots.get())];
+    const uint64 key = KeyOf(name);
+    std::size_t i = SlotOf(key);
+    while (m_slots[i].m_size >= 0)
         i = (i + 1) & m_mask;
-    m_slots[i].m_name = name;
-    m_slots[i].m_hash = static_cast<uint32>(hash >> 32);
-    return m_slots[i];
+    Entry& entry = m_slots[i];
+    entry.m_key = key;
+    entry.m_name = name.m_p1;
+    entry.m_size = static_cast<int32>(name.size());
+    return entry;
 }
 
-const FieldIndex::Entry* FieldIndex::Find(SubString name) const
+const FieldIndex::Entry* FieldIndex::FindLong(SubString name) const
 {
-    const uint64 hash = HashOfText(name);
-    const Entry* const slots = m_slots.data();
-    for (std::size_t i = hash & m_mask; slots[i].m_name.m_p1 != nullptr; i = (i + 1) & m_mask)
-        if (slots[i].m_hash == static_cast<uint32>(hash >> 32) && IsSameText(slots[i].m_name, name))
-            return &slots[i];
+    const uint64 key = KeyOf(name);
+    for (std::size_t i = SlotOf(key); m_slots[i].m_size >= 0; i = (i + 1) & m_mask)
+    {
+        const Entry& entry = m_slots[i];
+        if (entry.m_key == key && IsSameText({entry.m_name, entry.m_name + entry.m_size}, name))
+            return &entry;
+    }
     return nullptr;
+}
+
+const ReflectedClass* FieldIndex::Entry::FindLeadClass(const Entry& entry, const FieldIndex& index)
+{
+    const uint8* const bc = entry.m_field->m_bc;
+    const ReflectionByteCode type(entry.m_lead == FieldLead::Instance ? bc : bc + 1, index.m_stringTable);
+    const ReflectedClass* const rc = type.GetReflectedClass();
+    entry.m_leadClass.store(rc, std::memory_order_release);
+    return rc;
 }
 
 bool FieldIndex::IsHit(const Names& names, SubString name, ssize_t hint)
@@ -98,12 +136,8 @@ std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc)
     return std::make_unique<const FieldIndex>(rc);
 }
 
-ClassModel FindClassModel(const ReflectedClass& rc)
+ClassModel FindEmbeddedModel(const ReflectedClass& rc)
 {
-    if (rc.m_modelFields == nullptr)
-        return {};
-    if (rc.m_numModelFields > 0)
-        return {&rc, 0};
     const ReflectedModelField& embedded = rc.m_modelFields[0];
     return {&FindReflectedClass(embedded.m_name), embedded.m_offset};
 }

@@ -18,8 +18,16 @@ struct ClassModel
     ssize_t m_offset = 0;
 };
 
+// The model that `rc` embeds instead of listing model fields.
+KLOBJECT_API ClassModel FindEmbeddedModel(const ReflectedClass& rc);
+
 // The model of `rc`: itself, or the class whose model it embeds, which must be registered (FindReflectedClass).
-KLOBJECT_API ClassModel FindClassModel(const ReflectedClass& rc);
+inline ClassModel FindClassModel(const ReflectedClass& rc)
+{
+    if (rc.m_modelFields == nullptr)
+        return {};
+    return rc.m_numModelFields > 0 ? ClassModel{&rc, 0} : FindEmbeddedModel(rc);
+}
 
 inline bool IsPresent(const ReflectedModelField& field)
 {

@@ -176,12 +176,9 @@ const ReflectedTypedef* ReflectionByteCode::GetReflectedTypedef() const
     return GetCode() == FT_TYPEDEF ? TryFindReflectedTypedef(GetName()) : nullptr;
 }
 
-ConstStringZ ReflectionByteCode::GetName() const
+void ReflectionByteCode::FailWithoutName(const ConstStringZ* stringTable)
 {
-    KELM_ASSERT(m_stringTable);
-    const ConstStringZ name = m_stringTable[ReadOperand<uint16>(m_bc)];
-    KELM_ASSERT(name);
-    return name;
+    ThrowKelmAssertionError(stringTable == nullptr ? "m_stringTable" : "name", s_sourceFile, __LINE__);
 }
 
 int32 ReflectionByteCode::GetArrayCount() const

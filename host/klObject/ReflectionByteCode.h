@@ -4,6 +4,8 @@
 #include <klObject/api.h>
 #include <klUtils/types.h>
 
+#include <cstring>
+
 namespace kelm
 {
 
@@ -82,7 +84,15 @@ public:
     const ReflectedTypedef* GetReflectedTypedef() const;
 
     // The name behind FT_CLASS, FT_INTERFACE, FT_TYPEDEF, FT_ENUM or FT_VARIANT.
-    ConstStringZ GetName() const;
+    ConstStringZ GetName() const
+    {
+        uint16 index;
+        std::memcpy(&index, m_bc + 1, sizeof index);
+        const ConstStringZ name = m_stringTable != nullptr ? m_stringTable[index] : nullptr;
+        if (name == nullptr) [[unlikely]]
+            FailWithoutName(m_stringTable);
+        return name;
+    }
 
     // The element count behind FT_ARRAY, as it stands there: a negative one is for the caller to refuse.
     int32 GetArrayCount() const;
@@ -91,11 +101,17 @@ public:
     // FT_SET, a pointer ...); of FT_MAP, the key type.
     ReflectionByteCode GetElementType() const;
 
+    // The same where the code is known to be one byte without a function table of its own, such as FT_VECTOR.
+    ReflectionByteCode GetTypeBehindByte() const { return {m_bc + 1, m_stringTable, m_mapOrSetFns}; }
+
     const uint8* m_bc = nullptr;
     const ConstStringZ* m_stringTable = nullptr;
 
     // One entry for each map or set in the type, in the order of the byte code; null where there is none.
     const PtrMapOrSetFns* m_mapOrSetFns = nullptr;
+
+private:
+    static void FailWithoutName(const ConstStringZ* stringTable);
 };
 
 static_assert(sizeof(ReflectionByteCode) == 24);

@@ -1,12 +1,11 @@
 #include <klObject/Registry.h>
 
-#include <klObject/private/FieldIndex.h>
+#include <klObject/FieldIndex.h>
 #include <klObject/private/TextHash.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/QualifiedName.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstring>
 #include <memory>
@@ -231,33 +230,41 @@ xvector<const Descriptor*> Registry::GetAll() const
     return all;
 }
 
-// The descriptors found last, by the address of the name that they were found by. A name that byte code holds is
-// looked up again and again under one address, so that a look-up needs no hash of its text; that the text is the
-// descriptor's name is checked each time, since other text may come to lie at that address.
-constexpr std::size_t s_cacheBits = 8;
 template <class Descriptor>
-constinit std::array<std::atomic<const Descriptor*>, std::size_t(1) << s_cacheBits> s_cache{};
-
-template <class Descriptor>
-const Descriptor* TryFind(ConstStringZ name)
+const Descriptor* FindRegistered(ConstStringZ name)
 {
-    if (name == nullptr)
-        return nullptr;
-    const uint64 place = reinterpret_cast<uint64>(name) * 0x9E3779B97F4A7C15u >> (64 - s_cacheBits);
-    std::atomic<const Descriptor*>& slot = s_cache<Descriptor>[place];
-    const Descriptor* const cached = slot.load(std::memory_order_acquire);
-    if (cached != nullptr && (cached->m_name == name || std::strcmp(cached->m_name, name) == 0))
-        return cached;
-
-    const Entry* entry = GetRegistry().Find(name);
-    if (entry == nullptr || entry->m_kind != KindOf<Descriptor>)
-        return nullptr;
-    const auto* found = static_cast<const Descriptor*>(entry->m_descriptor);
-    slot.store(found, std::memory_order_release);
-    return found;
+    const Entry* entry = name != nullptr ? GetRegistry().Find(name) : nullptr;
+    return entry != nullptr && entry->m_kind == KindOf<Descriptor> ? static_cast<const Descriptor*>(entry->m_descriptor)
+                                                                   : nullptr;
 }
 
 } // namespace
+
+// That the text is the descriptor's name is checked each time, since other text may come to lie at that address.
+template <class Descriptor>
+const Descriptor* FoundDescriptors<Descriptor>::FindByText(ConstStringZ name)
+{
+    if (name == nullptr)
+        return nullptr;
+    std::atomic<const Descriptor*>& slot = SlotOf(name);
+    const Descriptor* const before = slot.load(std::memory_order_acquire);
+    if (before != nullptr && std::strcmp(before->m_name, name) == 0)
+        return before;
+    const Descriptor* const found = FindRegistered<Descriptor>(name);
+    if (found != nullptr)
+        slot.store(found, std::memory_order_release);
+    return found;
+}
+
+template class FoundDescriptors<ReflectedClass>;
+template class FoundDescriptors<ReflectedVariant>;
+template class FoundDescriptors<ReflectedEnum>;
+template class FoundDescriptors<ReflectedTypedef>;
+
+constinit FoundDescriptors<ReflectedClass> s_foundClasses;
+constinit FoundDescriptors<ReflectedVariant> s_foundVariants;
+constinit FoundDescriptors<ReflectedEnum> s_foundEnums;
+constinit FoundDescriptors<ReflectedTypedef> s_foundTypedefs;
 
 ENameSpaceError RegisterReflectedClass(const ReflectedClass* descriptor, XTarget* target)
 {
@@ -296,34 +303,14 @@ const ReflectedClass& FindReflectedClass(ConstStringZ name)
     return *rc;
 }
 
-const ReflectedClass* TryFindReflectedClass(ConstStringZ name)
-{
-    return TryFind<ReflectedClass>(name);
-}
-
-const ReflectedVariant* TryFindReflectedVariant(ConstStringZ name)
-{
-    return TryFind<ReflectedVariant>(name);
-}
-
-const ReflectedEnum* TryFindReflectedEnum(ConstStringZ name)
-{
-    return TryFind<ReflectedEnum>(name);
-}
-
-const ReflectedTypedef* TryFindReflectedTypedef(ConstStringZ name)
-{
-    return TryFind<ReflectedTypedef>(name);
-}
-
 const ReflectedInterface* TryFindReflectedInterface(ConstStringZ name)
 {
-    return TryFind<ReflectedInterface>(name);
+    return FindRegistered<ReflectedInterface>(name);
 }
 
 const ReflectedGlobalFunction* TryFindReflectedGlobalFunction(ConstStringZ name)
 {
-    return TryFind<ReflectedGlobalFunction>(name);
+    return FindRegistered<ReflectedGlobalFunction>(name);
 }
 
 XTarget* GetTargetOfName(ConstStringZ name)

@@ -6,6 +6,7 @@
 // another thread registers are safe too). A descriptor stays registered until the process ends; the registry keeps the
 // pointer and owns nothing.
 
+#include <klObject/FoundDescriptors.h>
 #include <klObject/ReflectedTypes.h>
 #include <klObject/api.h>
 #include <klUtils/types.h>
@@ -38,10 +39,22 @@ KLOBJECT_API ENameSpaceError RegisterReflectedGlobalFunction(const ReflectedGlob
 KLOBJECT_API const ReflectedClass& FindReflectedClass(ConstStringZ name);
 
 // The descriptor of that kind and name, or null.
-KLOBJECT_API const ReflectedClass* TryFindReflectedClass(ConstStringZ name);
-KLOBJECT_API const ReflectedVariant* TryFindReflectedVariant(ConstStringZ name);
-KLOBJECT_API const ReflectedEnum* TryFindReflectedEnum(ConstStringZ name);
-KLOBJECT_API const ReflectedTypedef* TryFindReflectedTypedef(ConstStringZ name);
+inline const ReflectedClass* TryFindReflectedClass(ConstStringZ name)
+{
+    return s_foundClasses.Find(name);
+}
+inline const ReflectedVariant* TryFindReflectedVariant(ConstStringZ name)
+{
+    return s_foundVariants.Find(name);
+}
+inline const ReflectedEnum* TryFindReflectedEnum(ConstStringZ name)
+{
+    return s_foundEnums.Find(name);
+}
+inline const ReflectedTypedef* TryFindReflectedTypedef(ConstStringZ name)
+{
+    return s_foundTypedefs.Find(name);
+}
 KLOBJECT_API const ReflectedInterface* TryFindReflectedInterface(ConstStringZ name);
 KLOBJECT_API const ReflectedGlobalFunction* TryFindReflectedGlobalFunction(ConstStringZ name);
 

@@ -23,6 +23,11 @@ struct InstalledReadBarrier
 };
 extern KLPERSISTSTORE_API InstalledReadBarrier s_installedReadBarrier;
 
+inline bool IsReadBarrierInstalled()
+{
+    return s_installedReadBarrier.m_barrier != nullptr;
+}
+
 // Calls what is installed.
 inline void DataSourceReadBarrier(void* address, ptr<IObject> object, ConstStringZ name)
 {

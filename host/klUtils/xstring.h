@@ -231,7 +231,8 @@ private:
         std::memcpy(reinterpret_cast<char*>(m_units) + 8 * i, &word, sizeof word);
     }
 
-    bool IsOnHeap() const noexcept { return (Word(2) & HeapBit) != 0; }
+    // One byte, which is written by itself as well: a wider load would wait for that store.
+    bool IsOnHeap() const noexcept { return reinterpret_cast<const signed char*>(m_units)[sizeof m_units - 1] < 0; }
 
     C* HeapText() const noexcept { return reinterpret_cast<C*>(Word(0)); }
     ssize_t HeapSize() const noexcept { return static_cast<ssize_t>(Word(1)); }

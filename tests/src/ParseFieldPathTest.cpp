@@ -14,6 +14,7 @@ namespace
 
 using hand::As;
 using hand::Containers;
+using hand::Named;
 using hand::New;
 using hand::Node;
 using hand::Outer;
@@ -150,6 +151,34 @@ TEST_F(FieldPath, ExpectsAModelFieldBehindADot)
         {".\x80", "Illegal character 0x80 outside quotes", 1},
     };
     ExpectFailures(New<Scalars>(), rows);
+}
+
+TEST_F(FieldPath, TellsNamesOfAnyLengthApart)
+{
+    const ptr<IObject> object = New<Named>();
+    constexpr int numIdentifiers = 8;
+    for (int i = 0; i < numIdentifiers; ++i)
+        for (const char* rest : {"", " ", ".x", "[0]", "[", ".", ". 5"})
+            EXPECT_EQ(Walk(object, "." + std::string(Named::Names[i]) + rest).m_address, &As<Named>(object).m_values[i])
+                << Named::Names[i] << rest;
+    const FailingPath rows[] = {
+        {".b", "Identifier b is not a model field of class hand::Named", 1},
+        {".abcdef", "Identifier abcdef is not a model field of class hand::Named", 1},
+        {".abcdefgi", "Identifier abcdefgi is not a model field of class hand::Named", 1},
+        {".abcdefghk", "Identifier abcdefghk is not a model field of class hand::Named", 1},
+        {".abcdefghijklmno", "Identifier abcdefghijklmno is not a model field of class hand::Named", 1},
+        {".abcdefghijklmnopr", "Identifier abcdefghijklmnopr is not a model field of class hand::Named", 1},
+        {".abcdefghijklmnopqr", "Identifier abcdefghijklmnopqr is not a model field of class hand::Named", 1},
+        // A text that equals a name is no identifier unless the name is one.
+        {".not a name", "Identifier not is not a model field of class hand::Named", 1},
+        {".\xc3\xa9", "Illegal character 0xC3 outside quotes", 1},
+        {".a\xae", "Illegal character 0xAE outside quotes", 2},
+    };
+    ExpectFailures(object, rows);
+    EXPECT_EQ(Walk(object, ".a.b").m_address, &As<Named>(object).m_values[0]);
+    const std::string withZero(".a\0", 3);
+    EXPECT_TRUE(ThrowsLexScannerException([&] { Walk(object, withZero); }, ViewOf(withZero), 2,
+                                          "Illegal character 0x00 outside quotes"));
 }
 
 // A dot before a digit is a number to the scanner, and no step.

@@ -347,11 +347,44 @@ RC_GTEST_PROP(PlainText, ElementsAreReadAsByTokens, ())
 
 // --- Paths -----------------------------------------------------------------------------------------------------------
 
-// A comment anywhere ends the fast way for the rest of the path.
+std::string OutcomeOfWalk(ptr<IObject> object, const std::string& text, Reached& reached)
+{
+    return OutcomeOfReading<ExpressionParser>(
+        text, [&](ExpressionParser& parser, KSValue&)
+        { reached.m_address = NavigatePathToField(object, parser, reached.m_type, true); });
+}
+
+// Outside the macros, which would show what the pointers point to.
+bool IsSamePlace(const Reached& a, const Reached& b)
+{
+    return a.m_address == b.m_address && a.m_type.m_bc == b.m_type.m_bc &&
+           a.m_type.m_stringTable == b.m_type.m_stringTable && a.m_type.m_mapOrSetFns == b.m_type.m_mapOrSetFns;
+}
+
+// The form that takes a text, against a walk by tokens.
+void CheckTextForm(ptr<IObject> object, const std::string& text, const std::string& outcome, const Reached& expected)
+{
+    Reached reached{};
+    xstring message;
+    const std::string assertion = OutcomeOf(
+        [&]
+        {
+            reached.m_address = NavigatePathToField(object, xstring(ViewOf(text)), reached.m_type, true, message);
+            return KSValue(true);
+        });
+    RC_ASSERT(IsSamePlace(reached, expected));
+    RC_ASSERT((reached.m_address == nullptr) == (outcome.compare(0, 4, "bool") != 0));
+    if (outcome.find("KelmAssertionError") == 0)
+        RC_ASSERT(outcome.compare(0, assertion.size(), assertion) == 0);
+    else
+        RC_ASSERT(message.empty() == (reached.m_address != nullptr));
+}
+
+// A comment anywhere makes it a walk by tokens.
 void CheckPath(ptr<IObject> object, const std::vector<std::string>& fields)
 {
     TwoSpellings texts;
-    texts.Add(".").AddBreak().Add(OneOf(fields));
+    texts.Add("." + OneOf(fields));
     const int numParts = *rc::gen::inRange(0, 5);
     for (int i = 0; i < numParts; ++i)
         texts.Add(OneOf<int>({0, 1, 1}) == 0
@@ -361,23 +394,17 @@ void CheckPath(ptr<IObject> object, const std::vector<std::string>& fields)
                              "..",   "[12]", "[-1]", "[01]",  "[0x1]", "[1a]", "[1.5]", "[000000012]", "[4294967296]",
                              "[1 ]", "[ 1]", ".x",   ".nope", "x",     "$",    "\"",    "'",           " ",
                              "\t",   "::",   "1",    ".1",    "\x80",  "#",    "\n",    "\n#",         "->"}));
+    texts.AddBreak();
     RC_LOG() << texts.m_plain << std::endl;
     RC_PRE(texts.DifferInCommentsAlone());
 
-    const auto walk = [&](const std::string& text, Reached& reached)
-    {
-        return OutcomeOfReading<ExpressionParser>(
-            text, [&](ExpressionParser& parser, KSValue&)
-            { reached.m_address = NavigatePathToField(object, parser, reached.m_type, true); });
-    };
     Reached plain{};
     Reached byTokens{};
-    const std::string outcome = walk(texts.m_plain, plain);
-    RC_ASSERT(outcome == walk(texts.m_broken, byTokens));
-    // Compared outside the macro, which would show what the pointers point to.
-    RC_ASSERT((plain.m_address == byTokens.m_address));
-    RC_ASSERT((plain.m_type.m_bc == byTokens.m_type.m_bc));
-    RC_CLASSIFY(outcome.compare(0, 4, "bool") == 0, "valid");
+    const std::string outcome = OutcomeOfWalk(object, texts.m_plain, plain);
+    RC_ASSERT(outcome == OutcomeOfWalk(object, texts.m_broken, byTokens));
+    RC_ASSERT(IsSamePlace(plain, byTokens));
+    CheckTextForm(object, texts.m_plain, outcome, byTokens);
+    RC_CLASSIFY(byTokens.m_address != nullptr, "valid");
 }
 
 RC_GTEST_FIXTURE_PROP(HandmadeTest, PathsIntoContainersAreWalkedPlainlyAsByTokens, ())
@@ -394,6 +421,24 @@ RC_GTEST_FIXTURE_PROP(HandmadeTest, PathsThroughHandlesAreWalkedPlainlyAsByToken
     hand::As<hand::Node>(object).m_next = object;
     hand::As<hand::Node>(object).m_kids = {object, nullptr};
     CheckPath(object, {"next", "next", "kids", "points", "ref", "value", "name", "x"});
+}
+
+RC_GTEST_FIXTURE_PROP(HandmadeTest, PathsToUnusualFieldsAreWalkedPlainlyAsByTokens, ())
+{
+    using Make = ptr<IObject> (*)();
+    const ptr<IObject> object = OneOf<Make>({hand::New<hand::Outer>, hand::New<hand::Wrapper>, hand::New<hand::Evolved>,
+                                             hand::New<hand::Qualified>, hand::New<hand::Impossible>,
+                                             hand::New<hand::Bare>, hand::New<hand::Orphan>})();
+    CheckPath(object, {"wrapper", "wrapper",    "at",      "at",    "b",      "x",       "inner", "id",
+                       "kept",    "old",        "again",   "twice", "number", "spot",    "chain", "fixed",
+                       "items",   "constItems", "flagged", "map",   "set",    "pointer", "lost"});
+}
+
+RC_GTEST_FIXTURE_PROP(HandmadeTest, NamesOnPathsAreReadPlainlyAsByTokens, ())
+{
+    std::vector<std::string> names(std::begin(hand::Named::Names), std::end(hand::Named::Names));
+    names.insert(names.end(), {"", "abc", "abcdefghijkl", std::string("a\0", 2), "a\xae", "a\xdb"});
+    CheckPath(hand::New<hand::Named>(), names);
 }
 
 // --- Expressions -----------------------------------------------------------------------------------------------------

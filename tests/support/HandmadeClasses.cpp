@@ -3,6 +3,7 @@
 #include <klObject/Registry.h>
 #include <klObject/TypeOps.h>
 
+#include <array>
 #include <cstddef>
 #include <iterator>
 
@@ -324,6 +325,20 @@ const ReflectedClass s_ordinary = {.m_name = "hand::Ordinary",
                                    .m_stringTable = s_names,
                                    .m_createFn = CreateGcObject<Ordinary>};
 
+constexpr auto s_namedModelFields = []
+{
+    std::array<ReflectedModelField, std::size(Named::Names)> fields{};
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        fields[i] = Present(Named::Names[i], static_cast<ssize_t>(offsetof(Named, m_values) + i * sizeof(int32)),
+                            Code<FT_INT32>);
+    return fields;
+}();
+const ReflectedClass s_named = {.m_name = "hand::Named",
+                                .m_size = sizeof(Named),
+                                .m_modelFields = s_namedModelFields.data(),
+                                .m_numModelFields = std::size(s_namedModelFields),
+                                .m_createFn = CreateGcObject<Named>};
+
 const ReflectedClass s_bare = {.m_name = "hand::Bare", .m_size = sizeof(Bare), .m_createFn = CreateGcObject<Bare>};
 const ReflectedClass s_abstract = {.m_name = "hand::Abstract", .m_size = sizeof(Bare)};
 
@@ -443,9 +458,10 @@ const ReflectedClass s_impossible = {.m_name = "hand::Impossible",
 
 void RegisterAll()
 {
-    for (const ReflectedClass* rc : {&s_point, &s_otherPoint, &s_counted, &s_scalars, &s_containers, &s_tree, &s_node,
-                                     &s_plain, &s_model, &s_wrapper, &s_outer, &s_orphan, &s_evolved, &s_ordinary,
-                                     &s_bare, &s_abstract, &s_nullMaker, &s_qualified, &s_impossible})
+    for (const ReflectedClass* rc :
+         {&s_point, &s_otherPoint, &s_counted,  &s_scalars,   &s_containers, &s_tree,      &s_node,
+          &s_plain, &s_model,      &s_wrapper,  &s_outer,     &s_orphan,     &s_evolved,   &s_ordinary,
+          &s_named, &s_bare,       &s_abstract, &s_nullMaker, &s_qualified,  &s_impossible})
         EXPECT_EQ(RegisterReflectedClass(rc, nullptr), NSE_OK) << rc->m_name;
     for (const ReflectedEnum* r : {&s_color, &s_level})
         EXPECT_EQ(RegisterReflectedEnum(r, nullptr), NSE_OK) << r->m_name;
@@ -511,6 +527,10 @@ const ReflectedClass& _GetReflected(const Ordinary*)
 const ReflectedClass& _GetReflected(const Qualified*)
 {
     return s_qualified;
+}
+const ReflectedClass& _GetReflected(const Named*)
+{
+    return s_named;
 }
 const ReflectedClass& _GetReflected(const Bare*)
 {

@@ -219,6 +219,15 @@ struct Qualified
     xmap<int32, int32> m_map;    // a volatile map
 };
 
+// "hand::Named": model fields with names of many lengths, some of which begin others, and with some that are no names.
+struct Named
+{
+    static constexpr const char* Names[] = {
+        "a",          "ab",  "abcdefg", "abcdefgh", "abcdefghi", "abcdefghj", "abcdefghijklmnop", "abcdefghijklmnopq",
+        "not a name", "1st", "a.b",     "\xc3\xa9"};
+    int32 m_values[12] = {};
+};
+
 // "hand::Bare": no fields and no model. "hand::Abstract": cannot be created. "hand::NullMaker": its creation function
 // makes nothing.
 struct Bare
@@ -245,6 +254,7 @@ const ReflectedClass& _GetReflected(const Orphan*);
 const ReflectedClass& _GetReflected(const Evolved*);
 const ReflectedClass& _GetReflected(const Ordinary*);
 const ReflectedClass& _GetReflected(const Qualified*);
+const ReflectedClass& _GetReflected(const Named*);
 const ReflectedClass& _GetReflected(const Bare*);
 const ReflectedClass& _GetReflected(const Impossible*);
 

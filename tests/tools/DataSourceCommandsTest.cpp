@@ -377,16 +377,16 @@ TEST_F(DataSource, GetReportsErrorsInThePath)
 TEST_F(DataSource, GetExplainsWhatPathsDoNotReach)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {".counts", "<path>:1:1: note: a path does not reach a map or a set\n"},
-        {".version", "<path>:1:1: note: a path does not reach a const field\n"},
-        {".old", "<path>:1:1: note: this field was dropped from the class\n"},
+        {".counts", "<path>:1:2: note: a path does not reach a map or a set\n"},
+        {".version", "<path>:1:2: note: a path does not reach a const field\n"},
+        {".old", "<path>:1:2: note: this field was dropped from the class\n"},
     };
     for (const auto& [path, note] : rows)
     {
         const ProgramResult result = RunOn(s_scene, {"get", "FILE", path});
         EXPECT_EQ(result.m_exitCode, 1);
-        EXPECT_THAT(result.m_errors, ::testing::StartsWith("<path>:1:1: error: assertion failed: "));
-        EXPECT_THAT(result.m_errors, ::testing::HasSubstr(note + path + "\n^\n"));
+        EXPECT_THAT(result.m_errors, ::testing::StartsWith("<path>:1:2: error: assertion failed: "));
+        EXPECT_THAT(result.m_errors, ::testing::HasSubstr(note + path + "\n ^\n"));
     }
 }
 

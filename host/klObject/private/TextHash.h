@@ -4,20 +4,13 @@
 
 #include <klObject/private/WideInteger.h>
 #include <klUtils/BasicSubString.h>
+#include <klUtils/ShortText.h>
 #include <klUtils/types.h>
 
 #include <cstring>
 
 namespace kelm
 {
-
-template <class Word>
-Word LoadWord(const char* p)
-{
-    Word word;
-    std::memcpy(&word, p, sizeof word);
-    return word;
-}
 
 inline uint64 MixWords(uint64 a, uint64 b)
 {

@@ -1,0 +1,60 @@
+#pragma once
+
+// Texts of up to eight characters as one word, which most names of fields are: the word tells two of them apart and
+// makes a hash without a loop.
+
+#include <klUtils/types.h>
+
+#include <bit>
+#include <cstring>
+
+namespace kelm
+{
+
+// The first character is to be the lowest byte.
+static_assert(std::endian::native == std::endian::little);
+
+inline constexpr ssize_t s_maxShortText = 8;
+
+template <class Word>
+Word LoadWord(const char* p)
+{
+    Word word;
+    std::memcpy(&word, p, sizeof word);
+    return word;
+}
+
+// The word of the first `size` characters at `p`, which are no more than eight; zero bytes fill it up. Reads nothing
+// beyond them.
+inline uint64 WordOfShortText(const char* p, ssize_t size)
+{
+    const auto byteAt = [p](ssize_t i) { return static_cast<uint64>(static_cast<uint8>(p[i])) << 8 * i; };
+    // Two loads that may overlap: what they have in common is the same.
+    if (size >= 4)
+        return LoadWord<uint32>(p) | static_cast<uint64>(LoadWord<uint32>(p + size - 4)) << 8 * (size - 4);
+    return size > 0 ? byteAt(0) | byteAt(size / 2) | byteAt(size - 1) : 0;
+}
+
+// The same byte eight times.
+constexpr uint64 EightTimes(char c)
+{
+    return 0x0101010101010101 * static_cast<uint8>(c);
+}
+
+// Sets the top bit of each byte of a word that is one of two ASCII characters, disregarding its own top bit; all other
+// bits are clear. A byte with its top bit set loses that bit in a subtraction of one where its others are clear.
+inline uint64 MarkEither(uint64 word, char a, char b)
+{
+    const uint64 topBits = EightTimes('\x80');
+    const uint64 others = ((word | topBits) ^ EightTimes(a)) - EightTimes(1);
+    const uint64 othersOfB = ((word | topBits) ^ EightTimes(b)) - EightTimes(1);
+    return ~(others & othersOfB) & topBits;
+}
+
+// The bits of all bytes below the first that is marked; there must be one.
+inline uint64 BytesBelowFirstMark(uint64 marks)
+{
+    return ((marks - 1) & ~marks) >> 7;
+}
+
+} // namespace kelm
