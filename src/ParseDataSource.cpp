@@ -7,6 +7,7 @@
 #include <klKelmScript/klKelmScript.h>
 #include <klObject/ClassModel.h>
 #include <klObject/Collector.h>
+#include <klObject/FieldIndex.h>
 #include <klObject/ReflectedTypes.h>
 #include <klObject/ReflectedVariable.h>
 #include <klObject/Registry.h>
@@ -364,12 +365,16 @@ void ReadEnumeratorByNumber(ExpressionParser& parser, const ReflectedEnum& r, vo
     ThrowUnknown(parser, "value", NumberText(value), "enum", r.m_name);
 }
 
-// The index of the enumerator of that name, or -1.
+// The index of the enumerator of that name, which is an identifier, or -1.
 int32 FindEnumerator(const ReflectedEnum& r, SubString name)
 {
+    const auto size = static_cast<std::size_t>(name.size());
     for (int32 i = 0; i < r.m_count; ++i)
-        if (strcmp(name, r.m_strings[i]) == 0)
+    {
+        const ConstStringZ enumerator = r.m_strings[i];
+        if (enumerator[0] == name[0] && std::strncmp(enumerator, name.m_p1, size) == 0 && enumerator[size] == '\0')
             return i;
+    }
     return -1;
 }
 
@@ -505,7 +510,11 @@ class ClassReader
 {
 public:
     ClassReader(ExpressionParser& parser, const ReflectedClass& rc, void* data)
-        : m_parser(parser), m_rc(rc), m_model(FindClassModel(rc)), m_data(static_cast<char*>(data))
+        : m_parser(parser)
+        , m_rc(rc)
+        , m_model(FindClassModel(rc))
+        , m_index(m_model.m_class != nullptr ? GetFieldIndex(*m_model.m_class) : nullptr)
+        , m_data(static_cast<char*>(data))
     {
     }
 
@@ -531,13 +540,28 @@ public:
     void ReadNamedBody()
     {
         m_parser.ReadNextToken();
-        ReadPlainMembers();
+        ReadPlainMembersHere();
+        ReadRestOfNamedBody();
+    }
+
+    // From a member, or the end of the body, on.
+    void ReadRestOfNamedBody()
+    {
         while (m_parser.m_token.m_type != TOKEN_RIGHT_CURLY)
         {
             ReadMember();
-            ReadPlainMembers();
+            ReadPlainMembersHere();
         }
         m_parser.ReadNextToken();
+    }
+
+    // As many model members as are written plainly.
+    void ReadPlainMembers(PlainText& text)
+    {
+        if (m_index == nullptr)
+            return;
+        for (PlainText next = text; TryReadPlainMember(next); text = next)
+            ;
     }
 
 private:
@@ -548,28 +572,25 @@ private:
         isFirst = false;
     }
 
-    // As many model members as are written plainly.
-    void ReadPlainMembers()
+    void ReadPlainMembersHere()
     {
-        if (m_model.m_class == nullptr || m_parser.m_token.m_type != TOKEN_IDENTIFIER)
+        if (m_parser.m_token.m_type != TOKEN_IDENTIFIER)
             return;
         PlainText text = m_parser.GetPlainText();
-        const char* lastToken = nullptr;
-        while (TryReadPlainMember(text))
-            lastToken = text.GetLastToken();
-        if (lastToken != nullptr)
-            m_parser.ContinueBehind(lastToken);
+        ReadPlainMembers(text);
+        if (text.GetLastToken() != nullptr)
+            m_parser.ContinueBehind(text.GetLastToken());
     }
 
     // The index of the model field that the text names, or -1. The next one of the declaration is looked for first.
     ssize_t PassPlainMemberName(PlainText& text) const
     {
-        const ReflectedClass& model = *m_model.m_class;
-        const SubString next = GetPresentModelFieldName(model, m_nextModelField);
-        if (!next.empty() && text.TryPassName(next))
+        const KnownText& next = m_index->GetPresentModelName(m_nextModelField);
+        if (!next.m_text.empty() && text.TryPassName(next))
             return m_nextModelField;
         SubString name;
-        return text.TryReadName(name) ? FindPresentModelField(model, name, m_nextModelField) : -1;
+        const FieldIndex::Entry* const entry = text.TryReadName(name) ? m_index->Find(name) : nullptr;
+        return entry != nullptr ? entry->m_firstPresentModel : -1;
     }
 
     bool TryReadPlainMember(PlainText& text)
@@ -626,6 +647,7 @@ private:
     ExpressionParser& m_parser;
     const ReflectedClass& m_rc;
     const ClassModel m_model;
+    const FieldIndex* const m_index; // of the model; null where it has none
     char* const m_data;
     ssize_t m_nextModelField = 0;
     ssize_t m_nextField = 0;
@@ -720,6 +742,43 @@ void ParseArrayVariable(ExpressionParser& parser, ReflectionByteCode elementType
     parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
 }
 
+namespace
+{
+
+// Elements of a class in bodies of named members, the first of which is the current token: as many as are written
+// plainly, and the one behind them.
+void ReadNamedInstances(ExpressionParser& parser, const ReflectedClass& rc, VectorOfByte& vector)
+{
+    PlainText text = parser.GetPlainText();
+    while (true)
+    {
+        text.TryPass('{');
+        ClassReader reader(parser, rc, PushBackDefaultConstructedInstance(rc, vector));
+        reader.ReadPlainMembers(text);
+        if (!text.TryPass('}'))
+        {
+            parser.ContinueBehind(text.GetLastToken());
+            return reader.ReadRestOfNamedBody();
+        }
+        const char* const end = text.GetLastToken();
+        if (!text.TryPass(',') || !text.IsBefore('{'))
+            return parser.ContinueBehind(end);
+    }
+}
+
+void ReadInstances(ExpressionParser& parser, const ReflectedClass& rc, VectorOfByte& vector)
+{
+    do
+    {
+        if (parser.m_token.m_type == TOKEN_LEFT_CURLY)
+            ReadNamedInstances(parser, rc, vector);
+        else
+            ParseClassVariable(parser, rc, PushBackDefaultConstructedInstance(rc, vector));
+    } while (!ReadEndOrComma(parser));
+}
+
+} // namespace
+
 void ParseVectorVariable(ExpressionParser& parser, ReflectionByteCode elementType, void* vector)
 {
     if (!ReadListStart(parser))
@@ -728,6 +787,8 @@ void ParseVectorVariable(ExpressionParser& parser, ReflectionByteCode elementTyp
     underlying.AdvanceToUnderlyingType2();
     if (const ScalarReader reader = GetScalarReader(underlying.GetCode()))
         return reader.m_readElements(parser, *static_cast<VectorOfByte*>(vector));
+    if (const ReflectedClass* const rc = underlying.GetReflectedClass(); rc != nullptr && rc->m_size >= 0)
+        return ReadInstances(parser, *rc, *static_cast<VectorOfByte*>(vector));
     do
         ParseVariable(parser, underlying, PushBackDefaultConstructedElementOntoReflectedVector(underlying, vector));
     while (!ReadEndOrComma(parser));

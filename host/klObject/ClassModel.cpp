@@ -71,7 +71,7 @@ FieldIndex::FieldIndex(const ReflectedClass& rc) : m_stringTable(rc.m_stringTabl
         if (IsPresent(field) && entry.m_firstPresentModel < 0)
         {
             entry.m_firstPresentModel = static_cast<int32>(i);
-            m_presentModelNames[i] = name;
+            m_presentModelNames[i] = KnownText(name);
         }
     }
     for (std::size_t i = 0; i < ordinaryCount; ++i)
@@ -80,7 +80,7 @@ FieldIndex::FieldIndex(const ReflectedClass& rc) : m_stringTable(rc.m_stringTabl
         if (entry.m_firstOrdinary < 0)
         {
             entry.m_firstOrdinary = static_cast<int32>(i);
-            m_ordinaryNames[i] = {entry.m_name, entry.m_name + entry.m_size};
+            m_ordinaryNames[i] = KnownText({entry.m_name, entry.m_name + entry.m_size});
         }
     }
 }
@@ -126,7 +126,7 @@ const ReflectedClass* FieldIndex::Entry::FindLeadClass(const Entry& entry, const
 bool FieldIndex::IsHit(const Names& names, SubString name, ssize_t hint)
 {
     const auto i = static_cast<std::size_t>(hint); // a negative one is beyond every size
-    return i < names.size() && names[i].m_p1 != nullptr && IsSameText(names[i], name);
+    return i < names.size() && names[i].m_text.m_p1 != nullptr && IsSameText(names[i].m_text, name);
 }
 
 std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc)
@@ -164,16 +164,6 @@ ssize_t FindPresentModelField(const ReflectedClass& rc, SubString name, ssize_t 
     }
     return FindLinearly(GetModelFieldCount(rc), [&](ssize_t i)
                         { return IsPresent(rc.m_modelFields[i]) && IsSameText(rc.m_modelFields[i].m_name, name); });
-}
-
-SubString GetPresentModelFieldName(const ReflectedClass& rc, ssize_t index)
-{
-    if (index < 0 || index >= GetModelFieldCount(rc))
-        return {};
-    if (const FieldIndex* fieldIndex = GetFieldIndex(rc))
-        return fieldIndex->GetPresentModelName(index);
-    const SubString name = rc.m_modelFields[index].m_name;
-    return FindPresentModelField(rc, name, index) == index ? name : SubString();
 }
 
 ssize_t FindOrdinaryField(const ReflectedClass& rc, SubString name, ssize_t hint)

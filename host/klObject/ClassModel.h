@@ -50,7 +50,4 @@ KLOBJECT_API ssize_t FindModelField(const ReflectedClass& rc, SubString name);
 KLOBJECT_API ssize_t FindPresentModelField(const ReflectedClass& rc, SubString name, ssize_t hint);
 KLOBJECT_API ssize_t FindOrdinaryField(const ReflectedClass& rc, SubString name, ssize_t hint);
 
-// The name by which FindPresentModelField finds the field of that index; empty where it finds another or there is none.
-KLOBJECT_API SubString GetPresentModelFieldName(const ReflectedClass& rc, ssize_t index);
-
 } // namespace kelm

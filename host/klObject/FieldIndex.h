@@ -80,12 +80,18 @@ struct KLOBJECT_API FieldIndex
     bool IsPresentModelField(SubString name, ssize_t hint) const { return IsHit(m_presentModelNames, name, hint); }
     bool IsOrdinaryField(SubString name, ssize_t hint) const { return IsHit(m_ordinaryNames, name, hint); }
 
-    // The name of a model field that a search among the present ones finds; empty for the others.
-    SubString GetPresentModelName(ssize_t index) const { return m_presentModelNames[static_cast<std::size_t>(index)]; }
+    // The name of a model field that a search among the present ones finds; empty for the others, and for what is no
+    // index.
+    const KnownText& GetPresentModelName(ssize_t index) const
+    {
+        static constexpr KnownText s_none;
+        const auto i = static_cast<std::size_t>(index); // a negative one is beyond every size
+        return i < m_presentModelNames.size() ? m_presentModelNames[i] : s_none;
+    }
 
 private:
     // The name of each field that a search for its name finds; a null text for the others.
-    using Names = std::vector<SubString>;
+    using Names = std::vector<KnownText>;
 
     static bool IsHit(const Names& names, SubString name, ssize_t hint);
     std::size_t SlotOf(uint64 key) const { return key * 0x9E3779B97F4A7C15u >> m_shift; }

@@ -266,20 +266,18 @@ void DestructReflectedVariable(ReflectionByteCode rbc, void* p)
         DestructElements(rbc, static_cast<char*>(p), 1);
 }
 
-void* PushBackDefaultConstructedElementOntoReflectedVector(ReflectionByteCode rbcOfElement, void* vector)
+namespace
 {
-    auto& bytes = *static_cast<VectorOfByte*>(vector);
-    rbcOfElement.AdvanceToUnderlyingType2();
-    const TypeCode& code = GetTypeCode(rbcOfElement);
-    const ssize_t size = code.m_size >= 0 ? code.m_size : rbcOfElement.GetTypeSize();
 
+// Appends an element of zero bytes and constructs it; where that throws, the vector is as it was.
+template <class Construct>
+char* PushBack(VectorOfByte& bytes, ssize_t size, Construct construct)
+{
     char* const element = bytes.Extend(size);
     SetZero(element, size);
-    if (code.m_isZeroInit)
-        return element;
     try
     {
-        ConstructElements(rbcOfElement, element, 1);
+        construct(element);
     }
     catch (...)
     {
@@ -287,6 +285,26 @@ void* PushBackDefaultConstructedElementOntoReflectedVector(ReflectionByteCode rb
         throw;
     }
     return element;
+}
+
+} // namespace
+
+void* PushBackDefaultConstructedElementOntoReflectedVector(ReflectionByteCode rbcOfElement, void* vector)
+{
+    rbcOfElement.AdvanceToUnderlyingType2();
+    const TypeCode& code = GetTypeCode(rbcOfElement);
+    const ssize_t size = code.m_size >= 0 ? code.m_size : rbcOfElement.GetTypeSize();
+    return PushBack(*static_cast<VectorOfByte*>(vector), size,
+                    [&](char* element)
+                    {
+                        if (!code.m_isZeroInit)
+                            ConstructElements(rbcOfElement, element, 1);
+                    });
+}
+
+void* PushBackDefaultConstructedInstance(const ReflectedClass& rc, VectorOfByte& vector)
+{
+    return PushBack(vector, rc.m_size, [&](char* instance) { ConstructClasses(rc, instance, 1); });
 }
 
 } // namespace kelm

@@ -38,6 +38,9 @@ KLOBJECT_API bool CompareLtReflectedVariable(ReflectionByteCode rbc1, const void
 // address, which is valid until the next insertion.
 KLOBJECT_API void* PushBackDefaultConstructedElementOntoReflectedVector(ReflectionByteCode rbcOfElement, void* vector);
 
+// The same for elements of a class, whose size must not be negative.
+KLOBJECT_API void* PushBackDefaultConstructedInstance(const ReflectedClass& rc, VectorOfByte& vector);
+
 // Convert a variable, seen through typedefs and qualifiers, and say whether they could. Without explicit conversions
 // they follow the rules by which a script value is assigned to such a target, with them those by which it is coerced: a
 // reflected integer or enumeration converts as a script integer, a float as a script float, a string as a string.

@@ -1,7 +1,7 @@
 #include <klUtils/LsScanToken.h>
 
+#include <klUtils/DecimalDigits.h>
 #include <klUtils/LexScannerException.h>
-#include <klUtils/private/EightDigits.h>
 #include <klUtils/private/Scan.h>
 #include <klUtils/xostream.h>
 

@@ -58,7 +58,7 @@ public:
         PlainText text(m_str.m_p1, m_str.m_p2);
         uint64 magnitude = 0;
         EToken kind = TOKEN_UNDEF;
-        if (text.TryRead(magnitude))
+        if (text.TryReadFewDigits(magnitude))
             kind = TOKEN_INTEGER;
         else if (text.TryReadFloat(real))
             kind = TOKEN_FLOAT;

@@ -2,6 +2,8 @@
 
 #include <klUtils/BasicSubString.h>
 #include <klUtils/CharTable.h>
+#include <klUtils/DecimalDigits.h>
+#include <klUtils/ShortText.h>
 #include <klUtils/api.h>
 #include <klUtils/types.h>
 
@@ -39,8 +41,7 @@ public:
     // One character that is an operator and begins no longer one.
     bool TryPass(char c)
     {
-        SkipSpace();
-        if (m_p == m_end || *m_p != c)
+        if (!IsBefore(c))
             return false;
         m_lastToken = m_p++;
         return true;
@@ -60,13 +61,20 @@ public:
         return m_p != m_end && (*m_p == '}' || StartOf(*m_p) == Start::Identifier);
     }
 
-    // That very name, which must not be empty.
-    bool TryPassName(SubString name)
+    // Whether that character comes next.
+    bool IsBefore(char c)
     {
         SkipSpace();
-        if (m_end - m_p < name.size() || !(SubString(m_p, m_p + name.size()) == name))
+        return m_p != m_end && *m_p == c;
+    }
+
+    // That very name, which must not be empty.
+    bool TryPassName(const KnownText& name)
+    {
+        SkipSpace();
+        if (!name.Begins(m_p, m_end))
             return false;
-        const char* const past = m_p + name.size();
+        const char* const past = m_p + name.m_text.size();
         if (past != m_end && HasProperty(*past, CHAR_IDENTIFIER))
             return false;
         Pass(m_p, past);
@@ -97,13 +105,28 @@ public:
         p += isNegative;
         const char* const digits = p;
         uint64 magnitude = 0;
-        for (; p != m_end && HasProperty(*p, CHAR_DIGIT); ++p)
-            magnitude = 10 * magnitude + static_cast<uint64>(*p - '0');
+        p = AppendDigits(p, m_end, magnitude);
         constexpr uint64 max = static_cast<uint64>(std::numeric_limits<Int>::max());
         if (p == digits || p - digits > s_maxDigits || magnitude > max + isNegative || !EndsNumber(p))
             return false;
         value = static_cast<Int>(isNegative ? 0 - magnitude : magnitude);
         Pass(digits, p);
+        return true;
+    }
+
+    // A decimal integer without a sign, digit by digit: the few that numbers in expressions have are passed before a
+    // word is taken apart.
+    bool TryReadFewDigits(uint64& value)
+    {
+        SkipSpace();
+        const char* p = m_p;
+        uint64 number = 0;
+        for (; p != m_end && HasProperty(*p, CHAR_DIGIT); ++p)
+            number = 10 * number + static_cast<uint64>(*p - '0');
+        if (p == m_p || p - m_p > s_maxDigits || !EndsNumber(p))
+            return false;
+        value = number;
+        Pass(m_p, p);
         return true;
     }
 

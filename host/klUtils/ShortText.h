@@ -3,6 +3,7 @@
 // Texts of up to eight characters as one word, which most names of fields are: the word tells two of them apart and
 // makes a hash without a loop.
 
+#include <klUtils/BasicSubString.h>
 #include <klUtils/types.h>
 
 #include <bit>
@@ -34,6 +35,35 @@ inline uint64 WordOfShortText(const char* p, ssize_t size)
         return LoadWord<uint32>(p) | static_cast<uint64>(LoadWord<uint32>(p + size - 4)) << 8 * (size - 4);
     return size > 0 ? byteAt(0) | byteAt(size / 2) | byteAt(size - 1) : 0;
 }
+
+// A text to compare others with, and its first eight characters as a word, by which it differs from nearly all of them.
+struct KnownText
+{
+    SubString m_text;
+    uint64 m_word = 0;
+    uint64 m_mask = 0; // of the bytes of a word that count
+
+    KnownText() = default;
+    explicit KnownText(SubString text) : m_text(text)
+    {
+        const ssize_t size = text.size() < s_maxShortText ? text.size() : s_maxShortText;
+        m_word = WordOfShortText(text.m_p1, size);
+        m_mask = size > 0 ? ~uint64(0) >> (64 - 8 * size) : 0;
+    }
+
+    // Whether the characters up to `end` begin with it.
+    bool Begins(const char* p, const char* end) const
+    {
+        const ssize_t size = m_text.size();
+        if (end - p < s_maxShortText)
+            return end - p >= size && SubString(p, p + size) == m_text;
+        if ((LoadWord<uint64>(p) & m_mask) != m_word)
+            return false;
+        return size <= s_maxShortText ||
+               (end - p >= size && std::memcmp(p + s_maxShortText, m_text.m_p1 + s_maxShortText,
+                                               static_cast<std::size_t>(size - s_maxShortText)) == 0);
+    }
+};
 
 // The same byte eight times.
 constexpr uint64 EightTimes(char c)

@@ -297,6 +297,72 @@ RC_GTEST_FIXTURE_PROP(HandmadeTest, MembersAreReadPlainlyAsByTokens, ())
     RC_CLASSIFY(outcome.compare(0, 4, "bool") == 0, "valid");
 }
 
+// What may stand for a point in a list of them, most often a body of named members.
+std::string AnyPoint()
+{
+    const std::string space = OneOf<int>({0, 1}) == 0 ? "" : AnySpace();
+    if (OneOf<int>({0, 1, 1, 1}) == 0)
+        return OneOf<std::string>({"{}",
+                                   "(1,2)",
+                                   "( 1 , 2 )",
+                                   "Point{x=1}",
+                                   "geom.Point (3, 4)",
+                                   "{ x = 1 y = 2 x = 3 }",
+                                   "{x=1 y=}",
+                                   "{x=1 z=2}",
+                                   "{x==1}",
+                                   "{1}",
+                                   "{x=1",
+                                   "{x=1;}",
+                                   "{x=1.5}",
+                                   "x",
+                                   "",
+                                   "{{",
+                                   "{x=1}{y=2}",
+                                   "Point",
+                                   "(1)",
+                                   "{\"x\"=1}",
+                                   "{x=1 'y",
+                                   "{x=99999999999}"});
+    return space + "{" + space + "x=" + AnyDigits().substr(0, 4) + AnySpace() +
+           "y =" + OneOf<std::string>({"1", "-7"}) + space + "}" + space;
+}
+
+// A comment behind the opening brace of an element is nothing plain, nor is one behind the element.
+RC_GTEST_FIXTURE_PROP(HandmadeTest, InstancesAreReadPlainlyAsByTokens, ())
+{
+    TwoSpellings texts;
+    texts.Add("[");
+    const int numPoints = *rc::gen::inRange(0, 6);
+    for (int i = 0; i < numPoints; ++i)
+    {
+        const std::string point = AnyPoint();
+        const std::size_t body = point.find('{') + 1; // 0 where there is none
+        texts.Add(i == 0 ? "" : ",").Add(point.substr(0, body)).AddBreak().Add(point.substr(body)).AddBreak();
+    }
+    texts.Add(OneOf<std::string>({"]", "]", "]", ",]", ""}));
+    RC_LOG() << texts.m_plain << std::endl;
+    RC_PRE(texts.DifferInCommentsAlone());
+
+    constexpr uint8 byteCode[] = {FT_VECTOR, FT_CLASS, 0, 0};
+    static constexpr ConstStringZ s_names[] = {"hand::geom::Point"};
+    const auto read = [&](const std::string& text, xvector<hand::Point>& points)
+    {
+        return OutcomeOfReading<ExpressionParser>(text,
+                                                  [&](ExpressionParser& parser, KSValue&) {
+                                                      ParseVariable(parser, {byteCode, s_names, nullptr}, &points);
+                                                  });
+    };
+    xvector<hand::Point> plain;
+    xvector<hand::Point> byTokens;
+    const std::string outcome = read(texts.m_plain, plain);
+    RC_ASSERT(outcome == read(texts.m_broken, byTokens));
+    RC_ASSERT(plain.size() == byTokens.size());
+    for (ssize_t i = 0; i < plain.size(); ++i)
+        RC_ASSERT(plain[i].m_x == byTokens[i].m_x && plain[i].m_y == byTokens[i].m_y);
+    RC_CLASSIFY(outcome.compare(0, 4, "bool") == 0, "valid");
+}
+
 // Mostly such as suit every number.
 std::string AnyElement()
 {

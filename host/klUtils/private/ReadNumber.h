@@ -4,7 +4,7 @@
 // and where the value is out of range.
 
 #include <klUtils/BasicSubString.h>
-#include <klUtils/private/EightDigits.h>
+#include <klUtils/DecimalDigits.h>
 #include <klUtils/private/NearestDouble.h>
 #include <klUtils/types.h>
 

@@ -1,13 +1,14 @@
 #include "HandWrittenTypes.h"
 
 #include <klObject/ClassModel.h>
-
+#include <klObject/FieldIndex.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
 
 #include <deque>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kelm
@@ -207,25 +208,84 @@ TEST(FindField, FindsEachOfManyFields)
 }
 
 // A dropped field, a present one of the same name, and a present one that this hides.
-TEST(PresentModelFieldName, IsThatOfTheFieldThatTheNameFinds)
+TEST(PresentModelName, IsThatOfTheFieldThatTheNameFinds)
 {
     static constexpr ReflectedModelField s_model[] = {{"a", 0, s_int32Bc, 0, 1, nullptr},
                                                       {"a", 4, s_int32Bc, 1, -1, nullptr},
                                                       {"a", 8, s_int32Bc, 2, -1, nullptr},
                                                       {"b", 12, s_int32Bc, 2, -1, nullptr}};
-    static const ReflectedClass s_registered = {
+    static const ReflectedClass s_class = {
         .m_name = "classModelTest::Repeated", .m_modelFields = s_model, .m_numModelFields = 4};
-    static const ReflectedClass s_unregistered = {
-        .m_name = "classModelTest::RepeatedToo", .m_modelFields = s_model, .m_numModelFields = 4};
-    ASSERT_EQ(RegisterReflectedClass(&s_registered, nullptr), NSE_OK);
-    for (const ReflectedClass* rc : {&s_registered, &s_unregistered})
+    ASSERT_EQ(RegisterReflectedClass(&s_class, nullptr), NSE_OK);
+    const FieldIndex* const index = GetFieldIndex(s_class);
+    ASSERT_NE(index, nullptr);
+    const std::pair<ssize_t, const char*> rows[] = {{-1, ""}, {0, ""}, {1, "a"}, {2, ""}, {3, "b"}, {4, ""}};
+    for (const auto& [i, name] : rows)
+        EXPECT_TRUE(index->GetPresentModelName(i).m_text == SubString(name)) << i;
+}
+
+TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
+{
+    static constexpr ConstStringZ s_strings[] = {"classModelTest::Led", "classModelTest::NoSuchClass"};
+    static constexpr uint8 s_int32[] = {FT_INT32};
+    static constexpr uint8 s_string[] = {FT_STRING8};
+    static constexpr uint8 s_enum[] = {FT_ENUM, 0, 0};
+    static constexpr uint8 s_class[] = {FT_CLASS, 0, 0};
+    static constexpr uint8 s_classes[] = {FT_VECTOR, FT_CLASS, 0, 0};
+    static constexpr uint8 s_unknown[] = {FT_CLASS, 1, 0};
+    static constexpr uint8 s_constClass[] = {FT_CONST, FT_CLASS, 0, 0};
+    static constexpr uint8 s_vector[] = {FT_VECTOR, FT_INT32};
+    static constexpr uint8 s_void[] = {FT_VOID};
+    static constexpr ReflectedModelField s_model[] = {
+        {"number", 0, s_int32, 0, -1, nullptr},        {"text", 0, s_string, 0, -1, nullptr},
+        {"enumerator", 0, s_enum, 0, -1, nullptr},     {"instance", 0, s_class, 0, -1, nullptr},
+        {"instances", 0, s_classes, 0, -1, nullptr},   {"unknown", 0, s_unknown, 0, -1, nullptr},
+        {"constant", 0, s_constClass, 0, -1, nullptr}, {"numbers", 0, s_vector, 0, -1, nullptr},
+        {"nothing", 0, s_void, 0, -1, nullptr},        {"undescribed", 0, nullptr, 0, -1, nullptr},
+        {"dropped", 0, s_int32, 0, 1, nullptr},        {"dropped", 0, s_int32, 1, -1, nullptr},
+        {"no name", 0, s_int32, 0, -1, nullptr},
+    };
+    static constexpr ReflectedField s_ordinary[] = {{"ordinary", 0, s_int32}};
+    static const ReflectedClass s_led = {.m_name = "classModelTest::Led",
+                                         .m_fields = s_ordinary,
+                                         .m_numFields = 1,
+                                         .m_modelFields = s_model,
+                                         .m_numModelFields = 13,
+                                         .m_stringTable = s_strings};
+    ASSERT_EQ(RegisterReflectedClass(&s_led, nullptr), NSE_OK);
+    const FieldIndex& index = *GetFieldIndex(s_led);
+
+    const struct
     {
-        const char* const expected[] = {"", "a", "", "b"};
-        for (ssize_t i = 0; i < 4; ++i)
-            EXPECT_TRUE(GetPresentModelFieldName(*rc, i) == SubString(expected[i])) << rc->m_name << " " << i;
-        EXPECT_TRUE(GetPresentModelFieldName(*rc, -1).empty());
-        EXPECT_TRUE(GetPresentModelFieldName(*rc, 4).empty());
+        const char* m_name;
+        ssize_t m_field; // -1 for none
+        FieldLead m_lead;
+    } rows[] = {
+        {"number", 0, FieldLead::Value},        {"text", 1, FieldLead::Value},
+        {"enumerator", 2, FieldLead::Value},    {"instance", 3, FieldLead::Instance},
+        {"instances", 4, FieldLead::Instances}, {"unknown", 5, FieldLead::Instance},
+        {"constant", 6, FieldLead::Other},      {"numbers", 7, FieldLead::Other},
+        {"nothing", 8, FieldLead::Other},       {"undescribed", 9, FieldLead::Other},
+        {"dropped", -1, FieldLead::Other},      {"no name", -1, FieldLead::Other},
+        {"ordinary", -1, FieldLead::Other},
+    };
+    for (const auto& row : rows)
+    {
+        const FieldIndex::Entry* const entry = index.Find(row.m_name);
+        ASSERT_NE(entry, nullptr) << row.m_name;
+        EXPECT_EQ(entry->m_field, row.m_field < 0 ? nullptr : &s_model[row.m_field]) << row.m_name;
+        EXPECT_EQ(entry->m_lead, row.m_lead) << row.m_name;
     }
+    for (int look = 0; look < 2; ++look)
+    {
+        EXPECT_EQ(index.Find("instance")->GetLeadClass(index), &s_led);
+        EXPECT_EQ(index.Find("instances")->GetLeadClass(index), &s_led);
+        EXPECT_EQ(index.Find("unknown")->GetLeadClass(index), nullptr);
+    }
+    // A class may be registered after those that lead to it.
+    static const ReflectedClass s_late = {.m_name = "classModelTest::NoSuchClass"};
+    ASSERT_EQ(RegisterReflectedClass(&s_late, nullptr), NSE_OK);
+    EXPECT_EQ(index.Find("unknown")->GetLeadClass(index), &s_late);
 }
 
 } // namespace

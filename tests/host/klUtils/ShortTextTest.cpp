@@ -1,0 +1,80 @@
+#include <klUtils/ShortText.h>
+
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+#include <rapidcheck/gtest.h>
+
+#include <bit>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kelm
+{
+namespace
+{
+
+// A view of memory that holds nothing but the text, so that the sanitizer sees whoever reads beyond it.
+struct ExactText
+{
+    explicit ExactText(const std::string& text) : m_bytes(text.begin(), text.end()) {}
+
+    const char* begin() const { return m_bytes.data(); }
+    const char* end() const { return m_bytes.data() + m_bytes.size(); }
+    SubString View() const { return {begin(), end()}; }
+
+    std::vector<char> m_bytes;
+};
+
+TEST(ShortText, IsAWordWithItsFirstCharacterLowestAndZerosAbove)
+{
+    const std::pair<const char*, uint64> rows[] = {
+        {"", 0},
+        {"a", 0x61},
+        {"ab", 0x6261},
+        {"abc", 0x636261},
+        {"abcd", 0x64636261},
+        {"abcde", 0x6564636261},
+        {"abcdef", 0x666564636261},
+        {"abcdefg", 0x67666564636261},
+        {"abcdefgh", 0x6867666564636261},
+        {"\xff\x80", 0x80ff},
+    };
+    for (const auto& [text, word] : rows)
+    {
+        const ExactText exact(text);
+        EXPECT_EQ(WordOfShortText(exact.begin(), exact.View().size()), word) << text;
+    }
+}
+
+RC_GTEST_PROP(ShortText, MarksTheBytesThatAreOneOfTwoCharacters, ())
+{
+    const auto bytes = *rc::gen::container<std::string>(
+        8, rc::gen::oneOf(rc::gen::element('.', '[', '\xae', '\xdb', '/', 'Z', '\0'), rc::gen::arbitrary<char>()));
+    const uint64 marks = MarkEither(LoadWord<uint64>(bytes.data()), '.', '[');
+    for (std::size_t i = 0; i < 8; ++i)
+    {
+        const char c = static_cast<char>(bytes[i] & 0x7f);
+        RC_ASSERT((marks >> (8 * i) & 0xff) == (c == '.' || c == '[' ? 0x80U : 0U));
+    }
+    if (marks != 0)
+    {
+        const int first = std::countr_zero(marks) / 8;
+        RC_ASSERT(BytesBelowFirstMark(marks) == (uint64(1) << (8 * first)) - 1);
+    }
+}
+
+RC_GTEST_PROP(KnownText, BeginsWhatItsCharactersBegin, ())
+{
+    const auto anyText = [](int maxSize)
+    { return *rc::gen::resize(maxSize, rc::gen::container<std::string>(rc::gen::element('a', 'b', '\0'))); };
+    const std::string known = anyText(20);
+    const std::string text = *rc::gen::element(known, anyText(20), known.substr(0, known.size() / 2)) + anyText(12);
+    const ExactText exactKnown(known);
+    const ExactText exact(text);
+    RC_ASSERT(KnownText(exactKnown.View()).Begins(exact.begin(), exact.end()) == text.starts_with(known));
+    RC_CLASSIFY(text.starts_with(known), "begins");
+}
+
+} // namespace
+} // namespace kelm
