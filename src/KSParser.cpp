@@ -451,8 +451,9 @@ void KSParser::ParseBinaryOperators(KSValue& literal, int level)
     EToken token = m_token.m_type;
     do
     {
-        KSValue y;
-        EvaluateRightOperand(y);
+        const PlainNumber number = TryReadNumber();
+        KSValue y; // behind the call, so that it is known to be void
+        EvaluateRightOperand(y, number);
         const int operatorsLevel = LevelOf(token);
         if (LevelOf(m_token.m_type) > operatorsLevel)
             ParseBinaryOperators(y, operatorsLevel + 1);
@@ -461,25 +462,13 @@ void KSParser::ParseBinaryOperators(KSValue& literal, int level)
     } while (LevelOf(token) >= level);
 }
 
-// The operand behind an operator, which is still the current token.
-[[gnu::always_inline]] inline void KSParser::EvaluateRightOperand(KSValue& literal)
+// The operand behind an operator, of which only a plain number has been read.
+[[gnu::always_inline]] inline void KSParser::EvaluateRightOperand(KSValue& literal, const PlainNumber& number)
 {
-    if (!EvaluatePlainNumber(literal))
+    if (number.m_kind == TOKEN_UNDEF)
         return EvaluateUnary(literal);
+    KSValueAccess::Set(literal, number);
     FinishPostfix(literal);
-}
-
-// Reads the next token, and evaluates it where it is a plain number.
-[[gnu::always_inline]] inline bool KSParser::EvaluatePlainNumber(KSValue& literal)
-{
-    int64 integer = 0;
-    float64 real = 0.0;
-    const EToken kind = TryReadNumber(integer, real);
-    if (kind == TOKEN_INTEGER)
-        KSValueAccess::Set(literal, integer);
-    else if (kind == TOKEN_FLOAT)
-        KSValueAccess::Set(literal, real);
-    return kind != TOKEN_UNDEF;
 }
 
 // --- Operands --------------------------------------------------------------------------------------------------------
@@ -521,6 +510,15 @@ void KSParser::ParseOtherPrimary(KSValue& literal)
     default: ThrowUnexpectedToken();
     }
     ReadNextToken();
+}
+
+// Reads the next token, and evaluates it where it is a plain number.
+inline bool KSParser::EvaluatePlainNumber(KSValue& literal)
+{
+    const PlainNumber number = TryReadNumber();
+    if (number.m_kind != TOKEN_UNDEF)
+        KSValueAccess::Set(literal, number);
+    return number.m_kind != TOKEN_UNDEF;
 }
 
 // Parentheses that open one behind the other are counted, not recursed into: what the innermost one encloses becomes

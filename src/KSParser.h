@@ -69,7 +69,7 @@ private:
 
     void EvaluateExpression(KSValue& literal);
     void EvaluateBinary(KSValue& literal, int level);
-    void EvaluateRightOperand(KSValue& literal);
+    void EvaluateRightOperand(KSValue& literal, const PlainNumber& number);
     bool EvaluatePlainNumber(KSValue& literal);
     void EvaluateUnary(KSValue& literal);
     void EvaluatePrimary(KSValue& literal);

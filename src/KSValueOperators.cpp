@@ -127,10 +127,14 @@ int64 ShiftedRight(int64 a, int64 b)
 
 // --- The chains ------------------------------------------------------------------------------------------------------
 
-// Operators on integers and floats.
+inline bool AreIntegers(const KSValue& a, const KSValue& b)
+{
+    return a.is<int64>() && b.is<int64>();
+}
+
 template <class IntegerOperation, class FloatOperation>
-inline void CombineNumbers(KSValue& result, const KSValue& a, const KSValue& b, const char* name,
-                           IntegerOperation onIntegers, FloatOperation onFloats)
+[[gnu::noinline]] void CombineConverted(KSValue& result, const KSValue& a, const KSValue& b, const char* name,
+                                        IntegerOperation onIntegers, FloatOperation onFloats)
 {
     int64 i = 0;
     int64 j = 0;
@@ -142,6 +146,16 @@ inline void CombineNumbers(KSValue& result, const KSValue& a, const KSValue& b, 
         KSValueAccess::Set(result, onFloats(x, y));
     else
         ThrowIncompatibleTypesException(a, b, name);
+}
+
+// Operators on integers and floats. Two integers, the commonest operands, need neither a call nor a place in memory.
+template <class IntegerOperation, class FloatOperation>
+[[gnu::always_inline]] inline void CombineNumbers(KSValue& result, const KSValue& a, const KSValue& b, const char* name,
+                                                  IntegerOperation onIntegers, FloatOperation onFloats)
+{
+    if (AreIntegers(a, b)) [[likely]]
+        return KSValueAccess::Set(result, onIntegers(KSValueAccess::Get<int64>(a), KSValueAccess::Get<int64>(b)));
+    CombineConverted(result, a, b, name, onIntegers, onFloats);
 }
 
 // Operators on integers alone.
@@ -158,7 +172,7 @@ inline void CombineIntegers(KSValue& result, const KSValue& a, const KSValue& b,
 
 // Joins two texts; false where the operands are not both texts. A result that is the left operand grows in place, so
 // that a chain of additions stays linear.
-bool TryConcatenate(KSValue& result, const KSValue& a, const KSValue& b)
+[[gnu::noinline]] bool TryConcatenate(KSValue& result, const KSValue& a, const KSValue& b)
 {
     TextOperand left;
     TextOperand right;
@@ -222,9 +236,8 @@ namespace inplace
 
 void Add(KSValue& result, const KSValue& a, const KSValue& b)
 {
-    if (CanBeText(a) && TryConcatenate(result, a, b))
-        return;
-    CombineNumbers(result, a, b, "+", WrappingSum, std::plus<float64>());
+    if (!CanBeText(a) || !TryConcatenate(result, a, b)) [[likely]]
+        CombineNumbers(result, a, b, "+", WrappingSum, std::plus<float64>());
 }
 
 void Subtract(KSValue& result, const KSValue& a, const KSValue& b)

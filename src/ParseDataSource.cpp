@@ -368,13 +368,9 @@ void ReadEnumeratorByNumber(ExpressionParser& parser, const ReflectedEnum& r, vo
 // The index of the enumerator of that name, which is an identifier, or -1.
 int32 FindEnumerator(const ReflectedEnum& r, SubString name)
 {
-    const auto size = static_cast<std::size_t>(name.size());
     for (int32 i = 0; i < r.m_count; ++i)
-    {
-        const ConstStringZ enumerator = r.m_strings[i];
-        if (enumerator[0] == name[0] && std::strncmp(enumerator, name.m_p1, size) == 0 && enumerator[size] == '\0')
+        if (strcmp(name, r.m_strings[i]) == 0)
             return i;
-    }
     return -1;
 }
 

@@ -10,6 +10,12 @@
 namespace kelm
 {
 
+// What a character is worth as a decimal digit; more than 9 where it is none.
+inline uint64 DigitValue(char c)
+{
+    return static_cast<uint64>(static_cast<unsigned char>(c)) - '0';
+}
+
 inline uint64 LoadEightBytes(const char* p)
 {
     return LoadWord<uint64>(p);
@@ -54,13 +60,8 @@ inline const char* AppendDigits(const char* p, const char* end, uint64& number)
         }
         number = 100000000 * number + ValueOfEightDigits(bytes);
     }
-    for (; p != end; ++p)
-    {
-        const uint64 digit = static_cast<uint64>(static_cast<unsigned char>(*p)) - '0';
-        if (digit > 9)
-            break;
-        number = 10 * number + digit;
-    }
+    for (; p != end && DigitValue(*p) <= 9; ++p)
+        number = 10 * number + DigitValue(*p);
     return p;
 }
 

@@ -1,7 +1,10 @@
 #include <klUtils/ParserBase.h>
 
+#include <klUtils/private/ReadNumber.h>
 #include <klUtils/private/Scan.h>
 #include <klUtils/xostream.h>
+
+#include <bit>
 
 namespace kelm
 {
@@ -29,6 +32,67 @@ void ParserBase::ReadNextToken()
 {
     m_prevToken = m_token;
     ReadToken(false);
+}
+
+namespace
+{
+
+// Digit by digit: the few of a number in an expression are over before a word of eight is taken apart.
+inline const char* AppendFewDigits(const char* p, const char* end, uint64& number)
+{
+    for (; p != end && DigitValue(*p) <= 9; ++p)
+        number = 10 * number + DigitValue(*p);
+    return p;
+}
+
+// The plain number that a text begins with, and its end: digits that 64 bits hold in any case, or digits with a point
+// among or behind them, so few that ReadExactly can say what they are worth.
+inline PlainNumber ReadPlainNumber(const char* start, const char* end, const char*& past)
+{
+    uint64 digits = 0;
+    const char* p = AppendFewDigits(start, end, digits);
+    PlainNumber number = {TOKEN_INTEGER, digits};
+    ssize_t maxLength = 18;
+    if (p != start && p != end && *p == '.')
+    {
+        const char* const fraction = p + 1;
+        p = AppendFewDigits(fraction, end, digits);
+        maxLength = s_maxExactDigits + 1;
+        if (p - start <= maxLength)
+            number = {TOKEN_FLOAT, std::bit_cast<uint64>(QuotientOf(digits, p - fraction))};
+    }
+    past = p;
+    const bool isPlain = p != start && p - start <= maxLength && (p == end || !HasProperty(*p, CHAR_IN_NUMBER));
+    return isPlain ? number : PlainNumber();
+}
+
+} // namespace
+
+// All in registers up to the last stores: with short numbers, an expression's time is spent here.
+PlainNumber ParserBase::TryReadNumber()
+{
+    const char* const end = m_str.m_p2;
+    const char* const start = scan::SkipProperty(m_str.m_p1, end, CHAR_SPACE);
+    const char* past = start;
+    const PlainNumber number = ReadPlainNumber(start, end, past);
+    if (number.m_kind == TOKEN_UNDEF)
+    {
+        ReadNextToken();
+        return number;
+    }
+    const char* const behind = scan::SkipProperty(past, end, CHAR_SPACE);
+    EToken next = TOKEN_END;
+    if (behind != end && !scan::TryScanOperator(behind, end, next)) [[unlikely]]
+    {
+        m_token = {number.m_kind, {start, past}};
+        m_str.m_p1 = past;
+        ReadNextToken();
+        return number;
+    }
+    m_prevToken = {number.m_kind, {start, past}};
+    m_token = {next, {behind, behind + (behind != end)}};
+    m_str.m_p1 = m_token.m_str.m_p2;
+    return number;
 }
 
 void ParserBase::ContinueBehind(const char* lastToken)

@@ -9,6 +9,13 @@
 namespace kelm
 {
 
+// A number that TryReadNumber found, as the bits of what its kind says; in two registers.
+struct PlainNumber
+{
+    EToken m_kind = TOKEN_UNDEF; // TOKEN_INTEGER: an int64; TOKEN_FLOAT: a float64; TOKEN_UNDEF: none
+    uint64 m_bits = 0;
+};
+
 // The state of a token stream with one token of lookahead: what every parser of the system reads its input through.
 //
 // Constructed empty, bound once by Init, and from then on moves only forward. The parsed text is not copied and must
@@ -52,24 +59,8 @@ public:
     void ContinueBehind(const char* lastToken);
 
     // ReadNextToken; and where the token that it reads is a plain number, its value, with ReadNextToken once more.
-    // Returns TOKEN_INTEGER or TOKEN_FLOAT, or TOKEN_UNDEF where the token is left as the current one.
-    EToken TryReadNumber(int64& integer, double& real)
-    {
-        PlainText text(m_str.m_p1, m_str.m_p2);
-        uint64 magnitude = 0;
-        EToken kind = TOKEN_UNDEF;
-        if (text.TryReadFewDigits(magnitude))
-            kind = TOKEN_INTEGER;
-        else if (text.TryReadFloat(real))
-            kind = TOKEN_FLOAT;
-        if (kind != TOKEN_UNDEF)
-        {
-            integer = static_cast<int64>(magnitude);
-            PassToken(kind, text);
-        }
-        ReadNextToken();
-        return kind;
-    }
+    // Otherwise none, and the token is left as the current one.
+    PlainNumber TryReadNumber();
 
     EToken GetTokenType() const { return m_token.m_type; }
     const LSToken& GetToken() const { return m_token; }
@@ -79,16 +70,6 @@ public:
     LSToken m_token;          // the current token, the one that the grammar looks at next
     LSToken m_prevToken;      // the one before it
     SubString m_str;          // the text not yet scanned
-
-protected:
-    // Makes the last token of `text`, which is of that kind, the current one.
-    void PassToken(EToken kind, const PlainText& text)
-    {
-        m_token.m_type = kind;
-        m_token.m_str.m_p1 = text.GetLastToken();
-        m_token.m_str.m_p2 = text.GetPosition();
-        m_str.m_p1 = text.GetPosition();
-    }
 
 private:
     void ReadToken(bool atLineStart);

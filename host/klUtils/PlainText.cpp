@@ -5,20 +5,6 @@
 namespace kelm
 {
 
-bool PlainText::TryReadFloat(double& value)
-{
-    SkipSpace();
-    if (m_p == m_end || !HasProperty(*m_p, CHAR_DIGIT))
-        return false;
-    double number = 0.0;
-    const char* const past = ReadShortDouble({m_p, m_end}, number);
-    if (past == nullptr || !EndsNumber(past))
-        return false;
-    value = number;
-    Pass(m_p, past);
-    return true;
-}
-
 bool PlainText::TryRead(double& value)
 {
     SkipSpace();

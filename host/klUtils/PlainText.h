@@ -114,25 +114,6 @@ public:
         return true;
     }
 
-    // A decimal integer without a sign, digit by digit: the few that numbers in expressions have are passed before a
-    // word is taken apart.
-    bool TryReadFewDigits(uint64& value)
-    {
-        SkipSpace();
-        const char* p = m_p;
-        uint64 number = 0;
-        for (; p != m_end && HasProperty(*p, CHAR_DIGIT); ++p)
-            number = 10 * number + static_cast<uint64>(*p - '0');
-        if (p == m_p || p - m_p > s_maxDigits || !EndsNumber(p))
-            return false;
-        value = number;
-        Pass(m_p, p);
-        return true;
-    }
-
-    // A float of a few digits with a point among them, without a sign.
-    bool TryReadFloat(double& value);
-
     // A number of digits, with a fraction or an exponent or neither, a minus directly before it.
     bool TryRead(double& value);
 

@@ -5,6 +5,7 @@
 // operators wrap them.
 
 #include <klKelmScript/KSValue.h>
+#include <klUtils/ParserBase.h>
 
 #include <cstdint>
 #include <cstring>
@@ -18,6 +19,11 @@ struct KSValueAccess
     static void Set(KSValue& v, bool x) { SetScalar(v, KSV_BOOL, x); }
     static void Set(KSValue& v, int64 x) { SetScalar(v, KSV_INT64, x); }
     static void Set(KSValue& v, float64 x) { SetScalar(v, KSV_FLOAT64, x); }
+    // From a number's bits; its kind is TOKEN_INTEGER or TOKEN_FLOAT.
+    static void Set(KSValue& v, const PlainNumber& number)
+    {
+        SetScalar(v, number.m_kind == TOKEN_INTEGER ? KSV_INT64 : KSV_FLOAT64, number.m_bits);
+    }
     static void SetVoid(KSValue& v)
     {
         v.DestroyPayload();

@@ -21,12 +21,6 @@ inline bool ReadDigits(SubString digits, int base, uint64& value)
     return result.ec == std::errc() && result.ptr == digits.m_p2;
 }
 
-// What a character is worth as a decimal digit; more than 9 where it is none.
-inline uint64 DigitValue(char c)
-{
-    return static_cast<uint64>(static_cast<unsigned char>(c)) - '0';
-}
-
 // Decimal digits. Up to 19 of them cannot overflow, which is all that most literals need.
 inline bool ReadDecimal(SubString digits, uint64& value)
 {
@@ -133,29 +127,37 @@ private:
 
 inline constexpr double s_powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                            1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+inline constexpr ssize_t s_maxExactDigits = 15;
 
-// The number that a text begins with, where it is digits with a point among them, so few that they and the power of ten
-// are exact as doubles: one division rounds correctly (W. D. Clinger, "How to read floating point numbers accurately",
-// 1990). Returns its end; null for every other text.
+// Digits with a point before the last `fractionDigits` of them. Both the number of all digits and the power of ten are
+// exact as doubles as long as there are no more than s_maxExactDigits, so that one division rounds correctly (W. D.
+// Clinger, "How to read floating point numbers accurately", 1990).
+inline double QuotientOf(uint64 digits, ssize_t fractionDigits)
+{
+    return static_cast<double>(static_cast<int64>(digits)) / s_powersOfTen[fractionDigits];
+}
+
+// The number that a text begins with, where it is digits with a point among them, so few that QuotientOf is exact.
+// Returns its end; null for every other text.
 inline const char* ReadShortDouble(SubString text, double& value)
 {
-    constexpr ssize_t maxLength = 16; // 15 digits and the point
+    constexpr ssize_t maxLength = s_maxExactDigits + 1; // with the point
     const char* const limit = text.size() > maxLength ? text.m_p1 + maxLength : text.m_p2;
     if (text.size() >= maxLength && AreEightDigits(LoadEightBytes(text.m_p1 + maxLength - 8)))
         return nullptr; // a long number, most likely
     const char* p = text.m_p1;
-    int64 digits = 0;
+    uint64 digits = 0;
     for (; p != limit && DigitValue(*p) <= 9; ++p)
-        digits = 10 * digits + static_cast<int64>(DigitValue(*p));
+        digits = 10 * digits + DigitValue(*p);
     if (p == limit || *p != '.')
         return nullptr;
     const char* const fraction = ++p;
     for (; p != limit && DigitValue(*p) <= 9; ++p)
-        digits = 10 * digits + static_cast<int64>(DigitValue(*p));
+        digits = 10 * digits + DigitValue(*p);
     const bool goesOn = p != text.m_p2 && DigitValue(*p) <= 9;
     if (goesOn || p - text.m_p1 < 2)
         return nullptr;
-    value = static_cast<double>(digits) / s_powersOfTen[p - fraction];
+    value = QuotientOf(digits, p - fraction);
     return p;
 }
 

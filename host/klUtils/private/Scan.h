@@ -66,6 +66,17 @@ ScannedToken ScanLongToken(const char* start, const char* end, bool atLineStart)
     return token.m_kind;
 }
 
+// The operator of one character at `p`, which no longer one begins with, as nearly all operators are. Cannot fail.
+[[gnu::always_inline]] inline bool TryScanOperator(const char* p, const char* end, EToken& kind)
+{
+    const Start begin = StartOf(*p);
+    if (begin != Start::SingleOperator &&
+        (begin != Start::Operator || (p + 1 != end && HasProperty(p[1], CHAR_IN_OPERATOR))))
+        return false;
+    kind = s_operatorTrie.TokenOf(*p);
+    return true;
+}
+
 inline bool IsComment(EToken kind)
 {
     return kind == TOKEN_COMMENT || kind == TOKEN_PREPROC_COMMENT;
