@@ -68,7 +68,7 @@ struct KnownText
 // The same byte eight times.
 constexpr uint64 EightTimes(char c)
 {
-    return 0x0101010101010101 * static_cast<uint8>(c);
+    return 0x0101010101010101u * static_cast<uint8>(c);
 }
 
 // Sets the top bit of each byte of a word that is one of two ASCII characters, disregarding its own top bit; all other
