@@ -42,8 +42,18 @@ inline uint64 ValueOfEightDigits(uint64 bytes)
     return (bytes & 0x0000FFFF0000FFFF) * (1 + (uint64(10000) << 32)) >> 32;
 }
 
-// Appends the digits that the text begins with to a number, which wraps where it becomes too large; returns their end.
-// How many there are decides no branch as long as there are fewer than eight, since no processor could foresee it.
+// Both functions append the digits that a text begins with to a number, which wraps where it becomes too large, and
+// return their end.
+
+// Digit by digit: the right way for few, or where their number can be foreseen.
+inline const char* AppendFewDigits(const char* p, const char* end, uint64& number)
+{
+    for (; p != end && DigitValue(*p) <= 9; ++p)
+        number = 10 * number + DigitValue(*p);
+    return p;
+}
+
+// Eight at a time; how many there are decides no branch as long as there are fewer.
 inline const char* AppendDigits(const char* p, const char* end, uint64& number)
 {
     constexpr uint64 powersOfTen[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000};
@@ -60,9 +70,7 @@ inline const char* AppendDigits(const char* p, const char* end, uint64& number)
         }
         number = 100000000 * number + ValueOfEightDigits(bytes);
     }
-    for (; p != end && DigitValue(*p) <= 9; ++p)
-        number = 10 * number + DigitValue(*p);
-    return p;
+    return AppendFewDigits(p, end, number);
 }
 
 } // namespace kelm

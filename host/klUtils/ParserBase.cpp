@@ -37,16 +37,8 @@ void ParserBase::ReadNextToken()
 namespace
 {
 
-// Digit by digit: the few of a number in an expression are over before a word of eight is taken apart.
-inline const char* AppendFewDigits(const char* p, const char* end, uint64& number)
-{
-    for (; p != end && DigitValue(*p) <= 9; ++p)
-        number = 10 * number + DigitValue(*p);
-    return p;
-}
-
 // The plain number that a text begins with, and its end: digits that 64 bits hold in any case, or digits with a point
-// among or behind them, so few that ReadExactly can say what they are worth.
+// among or behind them, so few that QuotientOf is exact.
 inline PlainNumber ReadPlainNumber(const char* start, const char* end, const char*& past)
 {
     uint64 digits = 0;

@@ -91,9 +91,7 @@ private:
                 break;
             m_digits = 100000000 * m_digits + ValueOfEightDigits(bytes);
         }
-        for (; p != end && DigitValue(*p) <= 9; ++p)
-            m_digits = 10 * m_digits + DigitValue(*p);
-        return p;
+        return AppendFewDigits(p, end, m_digits);
     }
 
     static int64 CountLeadingZeros(SubString text)
@@ -145,15 +143,12 @@ inline const char* ReadShortDouble(SubString text, double& value)
     const char* const limit = text.size() > maxLength ? text.m_p1 + maxLength : text.m_p2;
     if (text.size() >= maxLength && AreEightDigits(LoadEightBytes(text.m_p1 + maxLength - 8)))
         return nullptr; // a long number, most likely
-    const char* p = text.m_p1;
     uint64 digits = 0;
-    for (; p != limit && DigitValue(*p) <= 9; ++p)
-        digits = 10 * digits + DigitValue(*p);
+    const char* p = AppendFewDigits(text.m_p1, limit, digits);
     if (p == limit || *p != '.')
         return nullptr;
-    const char* const fraction = ++p;
-    for (; p != limit && DigitValue(*p) <= 9; ++p)
-        digits = 10 * digits + DigitValue(*p);
+    const char* const fraction = p + 1;
+    p = AppendFewDigits(fraction, limit, digits);
     const bool goesOn = p != text.m_p2 && DigitValue(*p) <= 9;
     if (goesOn || p - text.m_p1 < 2)
         return nullptr;

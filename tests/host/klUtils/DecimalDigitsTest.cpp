@@ -26,10 +26,13 @@ RC_GTEST_PROP(DecimalDigits, AreAppendedUpToTheFirstOtherByte, ())
     for (; size < text.size() && text[size] >= '0' && text[size] <= '9'; ++size)
         expected = 10 * expected + static_cast<uint64>(text[size] - '0');
 
-    uint64 number = before;
-    const char* const end = AppendDigits(exact.data(), exact.data() + exact.size(), number);
-    RC_ASSERT(end - exact.data() == static_cast<ssize_t>(size));
-    RC_ASSERT(number == expected);
+    for (const auto append : {AppendDigits, AppendFewDigits})
+    {
+        uint64 number = before;
+        const char* const end = append(exact.data(), exact.data() + exact.size(), number);
+        RC_ASSERT(end - exact.data() == static_cast<ssize_t>(size));
+        RC_ASSERT(number == expected);
+    }
 }
 
 TEST(DecimalDigits, AreRecognisedByEachByte)
