@@ -4,6 +4,7 @@
 
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/ReflectionByteCode.h>
+#include <support/Depth.h>
 #include <support/Expect.h>
 #include <support/HandmadeClasses.h>
 
@@ -11,14 +12,7 @@
 
 #include <string>
 
-#if defined(__SANITIZE_ADDRESS__)
-#define KELM_TESTS_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KELM_TESTS_ASAN 1
-#endif
-#endif
-#ifdef KELM_TESTS_ASAN
+#ifdef KELM_TEST_ASAN
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -30,7 +24,7 @@ namespace kelm
 class ExpectedLeaks
 {
 public:
-#ifdef KELM_TESTS_ASAN
+#ifdef KELM_TEST_ASAN
     ExpectedLeaks()
     {
         __lsan_disable();
@@ -45,22 +39,6 @@ public:
     ExpectedLeaks(const ExpectedLeaks&) = delete;
     ExpectedLeaks& operator=(const ExpectedLeaks&) = delete;
 };
-
-// How much deep nesting a test build stands: a sanitizer's frames are larger, and its bookkeeping slower.
-#ifdef KELM_TESTS_ASAN
-inline constexpr int s_deep = 50'000;
-#else
-inline constexpr int s_deep = 1'000'000;
-#endif
-
-inline std::string Repeat(const std::string& text, int count)
-{
-    std::string repeated;
-    repeated.reserve(text.size() * static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i)
-        repeated += text;
-    return repeated;
-}
 
 // What is left of the text at the parser's current token.
 inline std::string RestAt(const ExpressionParser& parser, SubString text)

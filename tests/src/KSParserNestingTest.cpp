@@ -2,6 +2,7 @@
 
 #include <klKelmScript/KSParser.h>
 
+#include <support/Depth.h>
 #include <support/Script.h>
 
 #include <gtest/gtest.h>
@@ -15,67 +16,44 @@ namespace kelm
 namespace
 {
 
-// Sanitizers multiply the size of every frame; a tenth is deep enough to cross many stack segments.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KELM_HAS_LARGE_FRAMES
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KELM_HAS_LARGE_FRAMES
-#endif
-#endif
-#ifdef KELM_HAS_LARGE_FRAMES
-constexpr std::size_t s_depth = 100000;
-#else
-constexpr std::size_t s_depth = 1000000;
-#endif
-
-std::string Repeated(const std::string& text, std::size_t count)
-{
-    std::string result;
-    result.reserve(text.size() * count);
-    for (std::size_t i = 0; i < count; ++i)
-        result += text;
-    return result;
-}
-
 TEST(DeeplyNestedExpressions, EvaluateInParentheses)
 {
-    EXPECT_EQ(OutcomeOfText(Repeated("(", s_depth) + "7" + Repeated(")", s_depth)), "int64 7");
-    EXPECT_EQ(OutcomeOfText(Repeated("(1+", s_depth) + "0" + Repeated(")", s_depth)),
-              "int64 " + std::to_string(s_depth));
+    EXPECT_EQ(OutcomeOfText(Repeated("(", s_nesting) + "7" + Repeated(")", s_nesting)), "int64 7");
+    EXPECT_EQ(OutcomeOfText(Repeated("(1+", s_nesting) + "0" + Repeated(")", s_nesting)),
+              "int64 " + std::to_string(s_nesting));
 }
 
 TEST(DeeplyNestedExpressions, EvaluateInPrefixOperators)
 {
-    EXPECT_EQ(OutcomeOfText(Repeated("- ", s_depth) + "7"), "int64 7");
-    EXPECT_EQ(OutcomeOfText(Repeated("~", s_depth) + "7"), "int64 7");
-    EXPECT_EQ(OutcomeOfText(Repeated("!", s_depth) + "true"), "bool true");
-    EXPECT_EQ(OutcomeOfText(Repeated("+ ", s_depth) + "2.5"), "float64 2.5");
+    EXPECT_EQ(OutcomeOfText(Repeated("- ", s_nesting) + "7"), "int64 7");
+    EXPECT_EQ(OutcomeOfText(Repeated("~", s_nesting) + "7"), "int64 7");
+    EXPECT_EQ(OutcomeOfText(Repeated("!", s_nesting) + "true"), "bool true");
+    EXPECT_EQ(OutcomeOfText(Repeated("+ ", s_nesting) + "2.5"), "float64 2.5");
 }
 
 TEST(DeeplyNestedExpressions, EvaluateInConditionals)
 {
-    EXPECT_EQ(OutcomeOfText(Repeated("false ? 1 : ", s_depth) + "2"), "int64 2");
-    EXPECT_EQ(OutcomeOfText(Repeated("true ? ", s_depth) + "2" + Repeated(" : 1", s_depth)), "int64 2");
+    EXPECT_EQ(OutcomeOfText(Repeated("false ? 1 : ", s_nesting) + "2"), "int64 2");
+    EXPECT_EQ(OutcomeOfText(Repeated("true ? ", s_nesting) + "2" + Repeated(" : 1", s_nesting)), "int64 2");
 }
 
 TEST(DeeplyNestedExpressions, EvaluateInBuiltIns)
 {
-    EXPECT_EQ(OutcomeOfText(Repeated("int(", s_depth) + "2.5" + Repeated(")", s_depth)), "int64 2");
-    EXPECT_EQ(OutcomeOfText(Repeated("cos(", s_depth) + "0.5" + Repeated(")", s_depth)),
+    EXPECT_EQ(OutcomeOfText(Repeated("int(", s_nesting) + "2.5" + Repeated(")", s_nesting)), "int64 2");
+    EXPECT_EQ(OutcomeOfText(Repeated("cos(", s_nesting) + "0.5" + Repeated(")", s_nesting)),
               OutcomeOfText(Repeated("cos(", 1000) + "0.5" + Repeated(")", 1000))); // its fixed point
 }
 
 TEST(DeeplyNestedExpressions, FailWithTheErrorAndPlaceOfTheInnermost)
 {
-    EXPECT_EQ(OutcomeOfText(Repeated("(", s_depth)),
-              "LexScannerException at " + std::to_string(s_depth) + ": Unexpected end of text after ( in expression");
+    EXPECT_EQ(OutcomeOfText(Repeated("(", s_nesting)),
+              "LexScannerException at " + std::to_string(s_nesting) + ": Unexpected end of text after ( in expression");
 }
 
 // Every form that nests, less deeply: unwinding takes longer than evaluating.
 TEST(DeeplyNestedExpressions, FailWhateverTheyAreMadeOf)
 {
-    constexpr std::size_t depth = s_depth / 10;
+    constexpr int depth = s_nesting / 10;
     const auto at = [](std::size_t offset, const std::string& message)
     { return "LexScannerException at " + std::to_string(offset) + ": " + message; };
     const ExpressionRow rows[] = {
@@ -102,14 +80,14 @@ TEST(DeeplyNestedExpressions, FailWhateverTheyAreMadeOf)
 TEST(DeeplyNestedExpressions, ReleaseWhatTheyHeld)
 {
     const std::string text = "'a text that is too long to lie inside its string' + (";
-    EXPECT_EQ(OutcomeOfText(Repeated(text, s_depth / 10)), "LexScannerException at " +
-                                                               std::to_string(text.size() * (s_depth / 10)) +
-                                                               ": Unexpected end of text after ( in expression");
+    EXPECT_EQ(OutcomeOfText(Repeated(text, s_nesting / 10)), "LexScannerException at " +
+                                                                 std::to_string(text.size() * (s_nesting / 10)) +
+                                                                 ": Unexpected end of text after ( in expression");
 }
 
 void* EvaluateDeeply(void* outcome)
 {
-    *static_cast<std::string*>(outcome) = OutcomeOfText(Repeated("(", s_depth) + "7" + Repeated(")", s_depth));
+    *static_cast<std::string*>(outcome) = OutcomeOfText(Repeated("(", s_nesting) + "7" + Repeated(")", s_nesting));
     return nullptr;
 }
 

@@ -340,7 +340,7 @@ TEST_F(Maps, TakeKeysOfAnySize)
     constexpr uint8 code[] = {FT_MAP, FT_ARRAY, 40, 0, 0, 0, FT_INT64, FT_BOOL};
     constexpr PtrMapOrSetFns fns = {{&MapFunctions<LargeKey, bool>::table}};
     xmap<LargeKey, bool> map;
-    const std::string zeros = Repeat("0, ", 39);
+    const std::string zeros = Repeated("0, ", 39);
     EXPECT_EQ(ReadVariable("[[" + zeros + "7] -> true, [" + zeros + "8] -> false]", {code, nullptr, &fns}, &map), "");
     ASSERT_EQ(map.size(), 2);
     EXPECT_EQ(map.begin()->m_key.m_values[39], 7);

@@ -53,8 +53,8 @@ TEST_F(DeepNesting, OfObjectsIsLimitedByMemoryAlone)
     };
     for (const Row& row : rows)
     {
-        const int levels = &row == rows ? s_deep : s_deep / 20;
-        const std::string text = Repeat(row.m_open, levels) + row.m_innermost + Repeat(row.m_close, levels);
+        const int levels = &row == rows ? s_nesting : s_nesting / 20;
+        const std::string text = Repeated(row.m_open, levels) + row.m_innermost + Repeated(row.m_close, levels);
         xstring message;
         ptr<IObject> object = ParseDataSourceFromString(ToXString(text), message);
         EXPECT_EQ(message, "") << row.m_open;
@@ -70,8 +70,8 @@ TEST_F(DeepNesting, OfObjectsIsLimitedByMemoryAlone)
 
 TEST_F(DeepNesting, OfValuesIsLimitedByMemoryAlone)
 {
-    const int levels = s_deep / 4;
-    const std::string text = Repeat("{ kids = [{}, ", levels) + "{ value = 7 }" + Repeat("]}", levels);
+    const int levels = s_nesting / 4;
+    const std::string text = Repeated("{ kids = [{}, ", levels) + "{ value = 7 }" + Repeated("]}", levels);
     Tree tree;
     EXPECT_EQ(Fill(tree, text), "");
     const Tree* innermost = &tree;
@@ -84,8 +84,8 @@ TEST_F(DeepNesting, OfValuesIsLimitedByMemoryAlone)
 
 TEST_F(DeepNesting, PassesAFailureOutOfAnyDepth)
 {
-    const int levels = s_deep / 10;
-    const std::string opened = Repeat("hand.Node {\nnext = ", levels);
+    const int levels = s_nesting / 10;
+    const std::string opened = Repeated("hand.Node {\nnext = ", levels);
     LexScannerException error(xstring(), {});
     const xstring text = ToXString(opened + "hand.Node { nosuch = 1 }");
     EXPECT_FALSE(ParseDataSource(text, error));
@@ -95,7 +95,7 @@ TEST_F(DeepNesting, PassesAFailureOutOfAnyDepth)
     EXPECT_EQ(CollectGarbage().m_lastFreed, levels + 1);
 
     Tree tree;
-    EXPECT_ANY_THROW(Fill(tree, Repeat("{ kids = [", levels)));
+    EXPECT_ANY_THROW(Fill(tree, Repeated("{ kids = [", levels)));
 }
 
 // --- Threads ---------------------------------------------------------------------------------------------------------

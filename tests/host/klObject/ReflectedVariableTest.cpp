@@ -2,6 +2,7 @@
 
 #include <klObject/ReflectedVariable.h>
 
+#include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
@@ -274,9 +275,9 @@ TEST_F(ReflectedVariables, OfAnyDepthAreComparedAndDestroyed)
     ASSERT_EQ(pthread_attr_setstacksize(&attributes, 1 << 20), 0);
     const auto run = [](void*) -> void*
     {
-        Variable a = MakeChain(20'000, 1);
-        Variable b = MakeChain(20'000, 2);
-        Variable c = MakeChain(20'000, 1);
+        Variable a = MakeChain(s_nesting / 50, 1);
+        Variable b = MakeChain(s_nesting / 50, 2);
+        Variable c = MakeChain(s_nesting / 50, 1);
         EXPECT_TRUE(Eq(a, c));
         EXPECT_FALSE(Eq(a, b));
         EXPECT_TRUE(Lt(a, b));

@@ -2,6 +2,7 @@
 
 #include <klObject/ReflectionByteCode.h>
 
+#include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
@@ -197,8 +198,9 @@ TEST_F(ScanMetaDataItem, PassesOneItemExactly)
 
 TEST_F(ScanMetaDataItem, PassesItemsNestedToAnyDepth)
 {
-    std::vector<uint8> bytes(500'000, MDT_BEGIN_LIST);
-    bytes.insert(bytes.end(), 500'000, MDT_END_LIST);
+    constexpr std::size_t depth = s_nesting / 2;
+    std::vector<uint8> bytes(depth, MDT_BEGIN_LIST);
+    bytes.insert(bytes.end(), depth, MDT_END_LIST);
     bytes.push_back(FT_BOOL);
     ReflectionByteCode rbc(bytes.data(), nullptr);
     rbc.ScanMetaDataItem();

@@ -1,4 +1,5 @@
 #include <host/klObject/GraphNode.h>
+#include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <klObject/Registry.h>
@@ -394,17 +395,10 @@ TEST_F(Visit, FollowsAClassThatHoldsVectorsOfItself)
     EXPECT_THAT(HeldByInstance(s_treeClass, &tree), ElementsAre(2, 3, 1));
 }
 
-// The thread sanitizer's own record of a thread's calls ends at 65536.
-#ifdef __SANITIZE_THREAD__
-constexpr int s_greatDepth = 10000;
-#else
-constexpr int s_greatDepth = 300000;
-#endif
-
 TEST_F(Visit, GoesAsDeepAsValuesAreNested)
 {
     Tree tree = {{}, NewNode(1), ""};
-    for (int i = 1; i < s_greatDepth; ++i)
+    for (int i = 1; i < s_nesting / 4; ++i)
     {
         Tree parent;
         parent.m_children.emplace_back(std::move(tree));

@@ -3,6 +3,7 @@
 #include "DescribedTypes.h"
 
 #include <klObject/Collector.h>
+#include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
@@ -552,7 +553,7 @@ TEST(WriteObject, WritesNothingWhereItThrows)
 
 TEST(WriteObject, FollowsObjectsToAnyDepth)
 {
-    constexpr int depth = 100000;
+    constexpr int depth = s_nesting / 10;
     RegisterTypesOnce();
     ptr<IObject> chain;
     for (int i = 0; i < depth; ++i)

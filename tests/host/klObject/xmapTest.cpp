@@ -2,6 +2,7 @@
 
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
+#include <support/Depth.h>
 #include <support/Expect.h>
 #include <support/OutOfMemory.h>
 
@@ -330,7 +331,7 @@ TEST(Xmap, DestroysMapsNestedToAnyDepth)
         xmap<int, Nest> m_inner;
     };
     Nest nest;
-    for (int depth = 0; depth < 200000; ++depth)
+    for (int depth = 0; depth < s_nesting / 5; ++depth)
     {
         Nest outer;
         outer.m_inner.Insert(1).m_inner.swap(nest.m_inner);

@@ -3,6 +3,7 @@
 #include <klObject/xdynarray.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
+#include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
@@ -139,7 +140,7 @@ TEST(Xvariant, DestroysVariantsNestedToAnyDepth)
         using xvariant::xvariant;
     };
     xvector<Nest> nest;
-    for (int depth = 0; depth < 200000; ++depth)
+    for (int depth = 0; depth < s_nesting / 5; ++depth)
     {
         Nest outer;
         outer.Emplace<1>().swap(nest);
