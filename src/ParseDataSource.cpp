@@ -477,28 +477,30 @@ bool TryReadPlainString(PlainText& text, xstring& data)
     return true;
 }
 
-bool TryReadPlainEnumerator(PlainText& text, const ReflectedEnum& r, void* data)
+bool TryReadPlainEnumerator(PlainText& text, const ReflectionByteCode& type, void* data)
 {
     SubString name;
-    if (!text.TryReadName(name) || !text.IsBeforeMember())
+    if (type.m_stringTable == nullptr || !text.TryReadName(name) || !text.IsBeforeMember())
         return false;
-    const int32 i = FindEnumerator(r, name);
+    const ReflectedEnum* const r = type.GetReflectedEnum();
+    const int32 i = r != nullptr ? FindEnumerator(*r, name) : -1;
     if (i < 0)
         return false;
-    Store(data, r.GetValue(i));
+    Store(data, r->GetValue(i));
     return true;
 }
 
 // A member's value of a type without a prefix, where it is plain.
 bool TryReadPlainValue(PlainText& text, const ReflectionByteCode& type, void* data)
 {
+    if (type.m_bc == nullptr)
+        return false;
     const ETypeByteCode code = type.GetCode();
     if (const ScalarReader reader = GetScalarReader(code))
         return reader.m_tryReadMember != nullptr && reader.m_tryReadMember(text, data);
     if (code == FT_STRING8)
         return TryReadPlainString(text, *static_cast<xstring*>(data));
-    const ReflectedEnum* const r = code == FT_ENUM ? type.GetReflectedEnum() : nullptr;
-    return r != nullptr && TryReadPlainEnumerator(text, *r, data);
+    return code == FT_ENUM && TryReadPlainEnumerator(text, type, data);
 }
 
 // One instance being filled: its class, its model, and where the two lie.
@@ -783,7 +785,7 @@ void ParseVectorVariable(ExpressionParser& parser, ReflectionByteCode elementTyp
     underlying.AdvanceToUnderlyingType2();
     if (const ScalarReader reader = GetScalarReader(underlying.GetCode()))
         return reader.m_readElements(parser, *static_cast<VectorOfByte*>(vector));
-    if (const ReflectedClass* const rc = underlying.GetReflectedClass(); rc != nullptr && rc->m_size >= 0)
+    if (const ReflectedClass* const rc = underlying.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
         return ReadInstances(parser, *rc, *static_cast<VectorOfByte*>(vector));
     do
         ParseVariable(parser, underlying, PushBackDefaultConstructedElementOntoReflectedVector(underlying, vector));

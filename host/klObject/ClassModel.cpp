@@ -71,7 +71,8 @@ FieldIndex::FieldIndex(const ReflectedClass& rc) : m_stringTable(rc.m_stringTabl
         if (IsPresent(field) && entry.m_firstPresentModel < 0)
         {
             entry.m_firstPresentModel = static_cast<int32>(i);
-            m_presentModelNames[i] = KnownText(name);
+            if (IsIdentifier(name))
+                m_presentModelNames[i] = KnownText(name);
         }
     }
     for (std::size_t i = 0; i < ordinaryCount; ++i)

@@ -80,8 +80,8 @@ struct KLOBJECT_API FieldIndex
     bool IsPresentModelField(SubString name, ssize_t hint) const { return IsHit(m_presentModelNames, name, hint); }
     bool IsOrdinaryField(SubString name, ssize_t hint) const { return IsHit(m_ordinaryNames, name, hint); }
 
-    // The name of a model field that a search among the present ones finds; empty for the others, and for what is no
-    // index.
+    // The name of a model field that a search among the present ones finds, where it is an identifier; empty for the
+    // others, and for what is no index.
     const KnownText& GetPresentModelName(ssize_t index) const
     {
         static constexpr KnownText s_none;
@@ -90,7 +90,7 @@ struct KLOBJECT_API FieldIndex
     }
 
 private:
-    // The name of each field that a search for its name finds; a null text for the others.
+    // The name of each field that a search for its name finds; a null text for others.
     using Names = std::vector<KnownText>;
 
     static bool IsHit(const Names& names, SubString name, ssize_t hint);

@@ -38,7 +38,7 @@ KLOBJECT_API bool CompareLtReflectedVariable(ReflectionByteCode rbc1, const void
 // address, which is valid until the next insertion.
 KLOBJECT_API void* PushBackDefaultConstructedElementOntoReflectedVector(ReflectionByteCode rbcOfElement, void* vector);
 
-// The same for elements of a class, whose size must not be negative.
+// The same for elements of a class, whose size must be greater than zero.
 KLOBJECT_API void* PushBackDefaultConstructedInstance(const ReflectedClass& rc, VectorOfByte& vector);
 
 // Convert a variable, seen through typedefs and qualifiers, and say whether they could. Without explicit conversions

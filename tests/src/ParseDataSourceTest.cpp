@@ -476,6 +476,26 @@ TEST_F(Models, PassesOverDroppedFields)
     ExpectFillFailures<Evolved>(rows);
 }
 
+// A text that equals a member's name is no identifier unless the name is one.
+TEST_F(Models, HaveMembersOfAnyLengthButNoNamesThatAreNone)
+{
+    hand::Named named;
+    EXPECT_EQ(Fill(named, "{ a = 1 ab = 2 abcdefg = 3 abcdefgh = 4 abcdefghi = 5 abcdefghj = 6 "
+                          "abcdefghijklmnop = 7 abcdefghijklmnopq = 8 }"),
+              "");
+    for (int i = 0; i < 8; ++i)
+        EXPECT_EQ(named.m_values[i], i + 1);
+    const FailingText rows[] = {
+        {"{ abcdefghijklmnopq = 1 not a name = 2 }", "Unknown member 'not' of class hand::Named", 28},
+        {"{ not a name = 2 }", "Unknown member 'not' of class hand::Named", 6},
+        {"{ abcdefghijklmnopqr = 2 }", "Unknown member 'abcdefghijklmnopqr' of class hand::Named", 21},
+        {"{ abcdefghk = 2 }", "Unknown member 'abcdefghk' of class hand::Named", 12},
+        {"{ abcdefghijklmnopq = 1 1st = 2 }", "Malformed number 1st", 24},
+        {"{ abcdefghijklmnopq = 1 \xc3\xa9 = 2 }", "Illegal character 0xC3 outside quotes", 24},
+    };
+    ExpectFillFailures<hand::Named>(rows);
+}
+
 // --- Handles ---------------------------------------------------------------------------------------------------------
 
 TEST_F(Handles, AreNestedDataSources)

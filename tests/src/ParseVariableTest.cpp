@@ -314,6 +314,45 @@ TEST_F(ImpossibleTypes, IncludeATypedefThatNobodyHasDescribed)
         FailsAssertion([&] { Fill(object, "{ unknownTypedef = 1 }"); }, "r", "host/klObject/ReflectionByteCode"));
 }
 
+TEST_F(ImpossibleTypes, IncludeNone)
+{
+    static constexpr ReflectedModelField s_fields[] = {{"none", 0, nullptr, 0, -1, nullptr}};
+    static const ReflectedClass s_class = {
+        .m_name = "hand::Typeless", .m_size = 4, .m_modelFields = s_fields, .m_numModelFields = 1};
+    static const ENameSpaceError s_error = RegisterReflectedClass(&s_class, nullptr);
+    ASSERT_EQ(s_error, NSE_OK);
+    for (const char* text : {"{ none = 1 }", "(1)"})
+    {
+        int32 object = 0;
+        ExpressionParser parser;
+        parser.Init(text);
+        EXPECT_TRUE(
+            FailsAssertion([&] { ParseClassVariable(parser, s_class, &object); }, "type.m_bc", "src/ParseDataSource"))
+            << text;
+    }
+}
+
+TEST_F(ImpossibleTypes, IncludeElementsWithoutASize)
+{
+    static const ReflectedClass s_class = {.m_name = "hand::Sizeless", .m_size = 0};
+    static const ENameSpaceError s_error = RegisterReflectedClass(&s_class, nullptr);
+    ASSERT_EQ(s_error, NSE_OK);
+    static constexpr uint8 s_byteCode[] = {FT_VECTOR, FT_CLASS, 0, 0};
+    static constexpr ConstStringZ s_names[] = {"hand::Sizeless"};
+    for (const char* text : {"[{}]", "[()]"})
+    {
+        VectorOfByte elements;
+        ExpressionParser parser;
+        parser.Init(text);
+        EXPECT_TRUE(FailsAssertion(
+            [&] {
+                ParseVariable(parser, {s_byteCode, s_names}, &elements);
+            },
+            "data", "src/ParseDataSource"))
+            << text;
+    }
+}
+
 TEST_F(ImpossibleTypes, AreLookedAtOnlyWhereTheirMemberIsGiven)
 {
     hand::Impossible object;

@@ -72,7 +72,7 @@ struct DecimalFloat
     }
 
     const char* GetEnd() const { return m_end; }
-    bool IsWhole(SubString literal) const { return m_numDigits > 0 && m_end == literal.m_p2; }
+    bool IsWhole(SubString literal) const { return m_end != literal.m_p1 && m_end == literal.m_p2; }
     bool HasAllDigits() const { return m_numDigits <= s_maxDigits; }
 
     // Of a number that no finite double is near: whether it lies beyond the range rather than below it.

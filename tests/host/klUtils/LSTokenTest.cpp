@@ -161,6 +161,9 @@ TEST(FloatLiterals, ReadTheNearestDouble)
                 {"1e-99999999999999999999", 0.0},
                 {"0e99999999999999999999", 0.0},
                 {"0.0e400", 0.0},
+                {"0." + std::string(18, '0'), 0.0},
+                {"0." + std::string(19, '0'), 0.0}, // no digit is left when leading zeros are not counted
+                {std::string(30, '0') + "." + std::string(30, '0') + "e5", 0.0},
                 {"0." + std::string(400, '0') + "1e401", 1.0},
                 {"1" + std::string(400, '0') + "e-400", 1.0},
                 {"0." + std::string(1000, '0') + "1", 0.0}};
