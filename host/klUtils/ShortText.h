@@ -9,6 +9,8 @@
 #include <bit>
 #include <cstring>
 
+#include <emmintrin.h>
+
 namespace kelm
 {
 
@@ -71,20 +73,20 @@ constexpr uint64 EightTimes(char c)
     return 0x0101010101010101u * static_cast<uint8>(c);
 }
 
-// Sets the top bit of each byte of a word that is one of two ASCII characters, disregarding its own top bit; all other
-// bits are clear. A byte with its top bit set loses that bit in a subtraction of one where its others are clear.
-inline uint64 MarkEither(uint64 word, char a, char b)
+// How many characters of a word stand before the first one that is `a` or `b`; 8 where none is. By the vector
+// instructions that every x86-64 has.
+inline ssize_t CountBefore(uint64 word, char a, char b)
 {
-    const uint64 topBits = EightTimes('\x80');
-    const uint64 others = ((word | topBits) ^ EightTimes(a)) - EightTimes(1);
-    const uint64 othersOfB = ((word | topBits) ^ EightTimes(b)) - EightTimes(1);
-    return ~(others & othersOfB) & topBits;
+    const __m128i bytes = _mm_cvtsi64_si128(static_cast<int64>(word));
+    const __m128i hits = _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(a)), _mm_cmpeq_epi8(bytes, _mm_set1_epi8(b)));
+    constexpr int none = 1 << s_maxShortText;
+    return std::countr_zero(static_cast<unsigned>(_mm_movemask_epi8(hits) | none));
 }
 
-// The bits of all bytes below the first that is marked; there must be one.
-inline uint64 BytesBelowFirstMark(uint64 marks)
+// The first characters of a word, zero bytes behind them; fewer than eight.
+inline uint64 FirstCharacters(uint64 word, ssize_t size)
 {
-    return ((marks - 1) & ~marks) >> 7;
+    return word & ~(~uint64(0) << 8 * size);
 }
 
 } // namespace kelm

@@ -15,8 +15,6 @@
 #include <klUtils/types.h>
 #include <klUtils/xvector.h>
 
-#include <bit>
-
 namespace kelm
 {
 
@@ -88,10 +86,10 @@ private:
         const char* const p = m_p + 1;
         const ssize_t left = m_end - p;
         const uint64 word = left >= 8 ? LoadWord<uint64>(p) : WordOfShortText(p, left) | EightTimes('.') << 8 * left;
-        const uint64 ends = MarkEither(word, '.', '[');
-        if (ends == 0) [[unlikely]]
+        const ssize_t size = CountBefore(word, '.', '[');
+        if (size == s_maxShortText) [[unlikely]]
             return {p, GetSizeOfLongName(p, m_end), word};
-        return {p, std::countr_zero(ends) / 8, word & BytesBelowFirstMark(ends)};
+        return {p, size, FirstCharacters(word, size)};
     }
 
     [[gnu::cold, gnu::noinline]] static ssize_t GetSizeOfLongName(const char* start, const char* end)
