@@ -6,6 +6,7 @@
 
 #include <klKelmScript/ParseFieldPath.h>
 
+#include <cstring>
 #include <string>
 
 namespace
@@ -77,11 +78,11 @@ void NavigateWithParser(benchmark::State& state, const PathCase& row)
 }
 
 template <class Class>
-void NavigateToMember(benchmark::State& state, int member)
+void NavigateToName(benchmark::State& state, const std::string& name)
 {
     const ptr<IObject> object = CreateGcObject<Class>();
     RegisterGcObject(object);
-    NavigateTo(state, object, "." + MemberName(member), 1);
+    NavigateTo(state, object, "." + name, 1);
 }
 
 void AddAll()
@@ -94,9 +95,11 @@ void AddAll()
     Add("failure/unknown member", Fail, PathCase{"", ".items[3].nobody", 3});
     Add("failure/index out of range", Fail, PathCase{"", ".items[9].name", 3});
     for (const int member : {0, 4})
-        Add("class of 5/member " + std::to_string(member), NavigateToMember<sample::Five>, member);
+        Add("class of 5/member " + std::to_string(member), NavigateToName<sample::Five>, MemberName(member));
     for (const int member : {0, 4, 50, 99})
-        Add("class of 100/member " + std::to_string(member), NavigateToMember<sample::Hundred>, member);
+        Add("class of 100/member " + std::to_string(member), NavigateToName<sample::Hundred>, MemberName(member));
+    for (const char* name : {"interval", "intervals", "maximum_interval_in_days"})
+        Add("name of " + std::to_string(std::strlen(name)), NavigateToName<sample::Settings>, std::string(name));
 }
 
 } // namespace

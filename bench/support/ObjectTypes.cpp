@@ -14,8 +14,8 @@ void RegisterBenchTypes()
     {
         using namespace sample;
         Register_Project_klKelmScript();
-        RegisterTypes<Integers, Doubles, Colour, Record, Records, Counts, Part, Mesh, Node, Scene, Item, Document, Five,
-                      Hundred, Fives, Hundreds, Link, Point, Extent, Kinds>(nullptr);
+        RegisterTypes<Integers, Doubles, Colour, Record, Records, Counts, Settings, Part, Mesh, Node, Scene, Item,
+                      Document, Five, Hundred, Fives, Hundreds, Link, Point, Extent, Kinds>(nullptr);
         return true;
     }();
     static_cast<void>(isDone);

@@ -58,6 +58,14 @@ struct Counts
 
 // .items[3].name and .scene.nodes[2].mesh.parts[1].weight
 
+// Names of 8, of 9 and of 24 characters.
+struct Settings
+{
+    kelm::int32 interval = 0;
+    kelm::int32 intervals = 0;
+    kelm::int32 maximum_interval_in_days = 0;
+};
+
 struct Part
 {
     kelm::xstring label;
@@ -179,6 +187,7 @@ KELM_CLASS(sample::Record, KELM_MODEL(name), KELM_MODEL(id), KELM_MODEL(x), KELM
            KELM_MODEL(colour), KELM_MODEL(width), KELM_MODEL(height), KELM_MODEL(depth))
 KELM_CLASS(sample::Records, KELM_MODEL(values))
 KELM_CLASS(sample::Counts, KELM_MODEL(values))
+KELM_CLASS(sample::Settings, KELM_MODEL(interval), KELM_MODEL(intervals), KELM_MODEL(maximum_interval_in_days))
 KELM_CLASS(sample::Part, KELM_MODEL(label), KELM_MODEL(weight))
 KELM_CLASS(sample::Mesh, KELM_MODEL(triangles), KELM_MODEL(parts))
 KELM_CLASS(sample::Node, KELM_MODEL(id), KELM_MODEL(mesh))

@@ -92,9 +92,15 @@ private:
         return {p, size, FirstCharacters(word, size)};
     }
 
-    [[gnu::cold, gnu::noinline]] static ssize_t GetSizeOfLongName(const char* start, const char* end)
+    [[gnu::noinline]] static ssize_t GetSizeOfLongName(const char* start, const char* end)
     {
         const char* p = start + s_maxShortText;
+        for (; end - p >= s_maxShortText; p += s_maxShortText)
+        {
+            const ssize_t size = CountBefore(LoadWord<uint64>(p), '.', '[');
+            if (size < s_maxShortText)
+                return p - start + size;
+        }
         while (p != end && *p != '.' && *p != '[')
             ++p;
         return p - start;

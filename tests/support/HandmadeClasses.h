@@ -222,10 +222,20 @@ struct Qualified
 // "hand::Named": model fields with names of many lengths, some of which begin others, and with some that are no names.
 struct Named
 {
-    static constexpr const char* Names[] = {
-        "a",          "ab",  "abcdefg", "abcdefgh", "abcdefghi", "abcdefghj", "abcdefghijklmnop", "abcdefghijklmnopq",
-        "not a name", "1st", "a.b",     "\xc3\xa9"};
-    int32 m_values[12] = {};
+    static constexpr const char* Names[] = {"a",
+                                            "ab",
+                                            "abcdefg",
+                                            "abcdefgh",
+                                            "abcdefghi",
+                                            "abcdefghj",
+                                            "abcdefghijklmnop",
+                                            "abcdefghijklmnopq",
+                                            "not a name",
+                                            "1st",
+                                            "a.b",
+                                            "\xc3\xa9",
+                                            "abcdefghijklmnopqrstuvwxyz"};
+    int32 m_values[13] = {};
 };
 
 // "hand::Bare": no fields and no model. "hand::Abstract": cannot be created. "hand::NullMaker": its creation function
