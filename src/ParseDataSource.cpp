@@ -7,6 +7,7 @@
 #include <klKelmScript/klKelmScript.h>
 #include <klObject/ClassModel.h>
 #include <klObject/Collector.h>
+#include <klObject/EnumIndex.h>
 #include <klObject/FieldIndex.h>
 #include <klObject/ReflectedTypes.h>
 #include <klObject/ReflectedVariable.h>
@@ -365,15 +366,6 @@ void ReadEnumeratorByNumber(ExpressionParser& parser, const ReflectedEnum& r, vo
     ThrowUnknown(parser, "value", NumberText(value), "enum", r.m_name);
 }
 
-// The index of the enumerator of that name, which is an identifier, or -1.
-int32 FindEnumerator(const ReflectedEnum& r, SubString name)
-{
-    for (int32 i = 0; i < r.m_count; ++i)
-        if (strcmp(name, r.m_strings[i]) == 0)
-            return i;
-    return -1;
-}
-
 void ReadEnumeratorByName(ExpressionParser& parser, const ReflectedEnum& r, void* data)
 {
     if (parser.m_token.m_type != TOKEN_IDENTIFIER)
@@ -587,7 +579,7 @@ private:
         if (!next.m_text.empty() && text.TryPassName(next))
             return m_nextModelField;
         SubString name;
-        const FieldIndex::Entry* const entry = text.TryReadName(name) ? m_index->Find(name) : nullptr;
+        const FieldEntry* const entry = text.TryReadName(name) ? m_index->m_fields.Find(name) : nullptr;
         return entry != nullptr ? entry->m_firstPresentModel : -1;
     }
 

@@ -6,17 +6,21 @@
 #include <klObject/private/TypeCodes.h>
 #include <klUtils/QualifiedName.h>
 
-#include <bit>
-
 namespace kelm
 {
+
+uint64 HashOfLongName(SubString name)
+{
+    return HashOfText(name);
+}
 
 namespace
 {
 
-uint64 KeyOf(SubString name)
+// A name that is not there counts as empty.
+SubString GetText(ConstStringZ name)
 {
-    return name.size() <= s_maxShortText ? WordOfShortText(name.m_p1, name.size()) : HashOfText(name);
+    return name != nullptr ? name : "";
 }
 
 FieldLead GetLead(const uint8* bc)
@@ -43,22 +47,20 @@ ssize_t FindLinearly(ssize_t count, Matches matches)
 
 } // namespace
 
-FieldIndex::FieldIndex(const ReflectedClass& rc) : m_stringTable(rc.m_stringTable)
+FieldIndex::FieldIndex(const ReflectedClass& rc)
+    : m_fields(static_cast<std::size_t>(GetModelFieldCount(rc) + GetOrdinaryFieldCount(rc)))
+    , m_stringTable(rc.m_stringTable)
 {
     const auto modelCount = static_cast<std::size_t>(GetModelFieldCount(rc));
     const auto ordinaryCount = static_cast<std::size_t>(GetOrdinaryFieldCount(rc));
-    const std::size_t numSlots = std::bit_ceil(2 * (modelCount + ordinaryCount));
-    m_slots = std::make_unique<Entry[]>(numSlots);
-    m_mask = numSlots - 1;
-    m_shift = 64 - std::countr_zero(numSlots);
     m_presentModelNames.resize(modelCount);
     m_ordinaryNames.resize(ordinaryCount);
 
     for (std::size_t i = 0; i < modelCount; ++i)
     {
         const ReflectedModelField& field = rc.m_modelFields[i];
-        Entry& entry = Insert(field.m_name);
-        const SubString name(entry.m_name, entry.m_name + entry.m_size);
+        FieldEntry& entry = m_fields.Insert(GetText(field.m_name));
+        const SubString name = entry.GetName();
         if (entry.m_firstModel < 0)
         {
             entry.m_firstModel = static_cast<int32>(i);
@@ -77,57 +79,22 @@ FieldIndex::FieldIndex(const ReflectedClass& rc) : m_stringTable(rc.m_stringTabl
     }
     for (std::size_t i = 0; i < ordinaryCount; ++i)
     {
-        Entry& entry = Insert(rc.m_fields[i].m_name);
+        FieldEntry& entry = m_fields.Insert(GetText(rc.m_fields[i].m_name));
         if (entry.m_firstOrdinary < 0)
         {
             entry.m_firstOrdinary = static_cast<int32>(i);
-            m_ordinaryNames[i] = KnownText({entry.m_name, entry.m_name + entry.m_size});
+            m_ordinaryNames[i] = KnownText(entry.GetName());
         }
     }
 }
 
-FieldIndex::Entry& FieldIndex::Insert(SubString name)
-{
-    if (name.m_p1 == nullptr)
-        name = "";
-    if (const Entry* known = Find(name))
-        return m_slots[static_cast<std::size_t>(known - m_slots.get())];
-    const uint64 key = KeyOf(name);
-    std::size_t i = SlotOf(key);
-    while (m_slots[i].m_size >= 0)
-        i = (i + 1) & m_mask;
-    Entry& entry = m_slots[i];
-    entry.m_key = key;
-    entry.m_name = name.m_p1;
-    entry.m_size = static_cast<int32>(name.size());
-    return entry;
-}
-
-const FieldIndex::Entry* FieldIndex::FindLong(SubString name) const
-{
-    const uint64 key = KeyOf(name);
-    for (std::size_t i = SlotOf(key); m_slots[i].m_size >= 0; i = (i + 1) & m_mask)
-    {
-        const Entry& entry = m_slots[i];
-        if (entry.m_key == key && IsSameText({entry.m_name, entry.m_name + entry.m_size}, name))
-            return &entry;
-    }
-    return nullptr;
-}
-
-const ReflectedClass* FieldIndex::Entry::FindLeadClass(const Entry& entry, const FieldIndex& index)
+const ReflectedClass* FieldEntry::FindLeadClass(const FieldEntry& entry, const FieldIndex& index)
 {
     const uint8* const bc = entry.m_field->m_bc;
     const ReflectionByteCode type(entry.m_lead == FieldLead::Instance ? bc : bc + 1, index.m_stringTable);
     const ReflectedClass* const rc = type.GetReflectedClass();
     entry.m_leadClass.store(rc, std::memory_order_release);
     return rc;
-}
-
-bool FieldIndex::IsHit(const Names& names, SubString name, ssize_t hint)
-{
-    const auto i = static_cast<std::size_t>(hint); // a negative one is beyond every size
-    return i < names.size() && names[i].m_text.m_p1 != nullptr && IsSameText(names[i].m_text, name);
 }
 
 std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc)
@@ -147,7 +114,7 @@ ssize_t FindModelField(const ReflectedClass& rc, SubString name)
 {
     if (const FieldIndex* index = GetFieldIndex(rc))
     {
-        const FieldIndex::Entry* entry = index->Find(name);
+        const FieldEntry* entry = index->m_fields.Find(name);
         return entry != nullptr ? entry->m_firstModel : -1;
     }
     return FindLinearly(GetModelFieldCount(rc),
@@ -160,7 +127,7 @@ ssize_t FindPresentModelField(const ReflectedClass& rc, SubString name, ssize_t 
     {
         if (index->IsPresentModelField(name, hint))
             return hint;
-        const FieldIndex::Entry* entry = index->Find(name);
+        const FieldEntry* entry = index->m_fields.Find(name);
         return entry != nullptr ? entry->m_firstPresentModel : -1;
     }
     return FindLinearly(GetModelFieldCount(rc), [&](ssize_t i)
@@ -173,7 +140,7 @@ ssize_t FindOrdinaryField(const ReflectedClass& rc, SubString name, ssize_t hint
     {
         if (index->IsOrdinaryField(name, hint))
             return hint;
-        const FieldIndex::Entry* entry = index->Find(name);
+        const FieldEntry* entry = index->m_fields.Find(name);
         return entry != nullptr ? entry->m_firstOrdinary : -1;
     }
     return FindLinearly(GetOrdinaryFieldCount(rc), [&](ssize_t i) { return IsSameText(rc.m_fields[i].m_name, name); });

@@ -14,6 +14,7 @@ class IObject;
 class IObjectVisitor;
 class IPrefVisitor;
 class xostream;
+struct EnumIndex;
 struct FieldIndex;
 struct HandlePlan;
 template <class I>
@@ -150,6 +151,9 @@ struct ReflectedEnum
     const ConstStringZ* m_strings = nullptr; // the enumerators' names
     const int32* m_values = nullptr;         // their values; null when these are 0, 1, 2 ... in order
     const bool* m_enabled = nullptr;
+
+    // Made by registration: finds enumerators by name. Null before; nothing but speed depends on it.
+    mutable const EnumIndex* m_index = nullptr;
 
     int32 GetValue(int32 i) const { return m_values != nullptr ? m_values[i] : i; }
 };

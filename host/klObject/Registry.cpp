@@ -1,5 +1,6 @@
 #include <klObject/Registry.h>
 
+#include <klObject/EnumIndex.h>
 #include <klObject/FieldIndex.h>
 #include <klObject/private/TextHash.h>
 #include <klUtils/KelmAssertionError.h>
@@ -54,7 +55,7 @@ struct Entry
     EEntryKind m_kind;
     const void* m_descriptor;
     XTarget* m_target;
-    std::unique_ptr<const FieldIndex> m_fieldIndex;
+    std::shared_ptr<const void> m_index; // of a descriptor that has one
 };
 
 // Entries by name, open addressing. Readers take no lock: a slot goes from null to its entry once, and a table that
@@ -102,8 +103,11 @@ public:
 
 private:
     ENameSpaceError CheckNamespacesOf(SubString name) const;
+    template <class Descriptor, class Index>
+    void AddWithIndex(const Descriptor& descriptor, std::unique_ptr<const Index> index, const Index*& published,
+                      XTarget* target);
     void Add(SubString name, EEntryKind kind, const void* descriptor, XTarget* target,
-             std::unique_ptr<const FieldIndex> fieldIndex);
+             std::shared_ptr<const void> index);
     Table& MakeRoomFor(std::size_t added);
 
     mutable std::mutex m_mutex; // held while registering
@@ -172,25 +176,34 @@ ENameSpaceError Registry::Register(const Descriptor* descriptor, XTarget* target
     if (Find(name) != nullptr)
         return NSE_NAME_ALREADY_IN_USE;
 
-    std::unique_ptr<const FieldIndex> fieldIndex;
     if constexpr (KindOf<Descriptor> == ENTRY_CLASS)
-        fieldIndex = MakeFieldIndex(*descriptor);
-    [[maybe_unused]] const FieldIndex* const index = fieldIndex.get();
-    Add(name, KindOf<Descriptor>, descriptor, target, std::move(fieldIndex));
-    if constexpr (KindOf<Descriptor> == ENTRY_CLASS)
-        std::atomic_ref<const FieldIndex*>(descriptor->m_fieldIndex).store(index, std::memory_order_release);
+        AddWithIndex(*descriptor, MakeFieldIndex(*descriptor), descriptor->m_fieldIndex, target);
+    else if constexpr (KindOf<Descriptor> == ENTRY_ENUM)
+        AddWithIndex(*descriptor, MakeEnumIndex(*descriptor), descriptor->m_index, target);
+    else
+        Add(name, KindOf<Descriptor>, descriptor, target, nullptr);
     return NSE_OK;
+}
+
+// The index is published once the descriptor is there to stay.
+template <class Descriptor, class Index>
+void Registry::AddWithIndex(const Descriptor& descriptor, std::unique_ptr<const Index> index, const Index*& published,
+                            XTarget* target)
+{
+    const Index* const made = index.get();
+    Add(descriptor.m_name, KindOf<Descriptor>, &descriptor, target, std::shared_ptr<const Index>(std::move(index)));
+    std::atomic_ref<const Index*>(published).store(made, std::memory_order_release);
 }
 
 // Adds the descriptor and the namespaces that its name implies: all of them, or none where memory runs out.
 void Registry::Add(SubString name, EEntryKind kind, const void* descriptor, XTarget* target,
-                   std::unique_ptr<const FieldIndex> fieldIndex)
+                   std::shared_ptr<const void> index)
 {
     std::vector<std::unique_ptr<Entry>> fresh;
     for (SubString outer = GetNamespaceOf(name); !outer.empty() && Find(outer) == nullptr;
          outer = GetNamespaceOf(outer))
         fresh.push_back(std::make_unique<Entry>(Entry{outer, ENTRY_NAMESPACE, nullptr, nullptr, nullptr}));
-    fresh.push_back(std::make_unique<Entry>(Entry{name, kind, descriptor, target, std::move(fieldIndex)}));
+    fresh.push_back(std::make_unique<Entry>(Entry{name, kind, descriptor, target, std::move(index)}));
 
     m_entries.reserve(m_entries.size() + fresh.size());
     Table& table = MakeRoomFor(fresh.size());

@@ -112,7 +112,7 @@ private:
         const Name name = PeekName();
         m_p = name.m_p + name.m_size;
         const FieldIndex* index = GetFieldIndex(*m_class);
-        const FieldIndex::Entry* entry = FindField(index, name);
+        const FieldEntry* entry = FindField(index, name);
         if (entry == nullptr) [[unlikely]]
         {
             if (!StepToEmbeddedModel())
@@ -139,13 +139,13 @@ private:
     }
 
     // The entry of a present model field, or null.
-    [[gnu::always_inline]] static const FieldIndex::Entry* FindField(const FieldIndex* index, const Name& name)
+    [[gnu::always_inline]] static const FieldEntry* FindField(const FieldIndex* index, const Name& name)
     {
         if (index == nullptr)
             return nullptr;
-        const FieldIndex::Entry* const entry = name.m_size <= s_maxShortText
-                                                   ? index->FindShort(name.m_word, name.m_size)
-                                                   : index->FindLong({name.m_p, name.m_p + name.m_size});
+        const FieldEntry* const entry = name.m_size <= s_maxShortText
+                                            ? index->m_fields.FindShort(name.m_word, name.m_size)
+                                            : index->m_fields.FindLong({name.m_p, name.m_p + name.m_size});
         return entry != nullptr && entry->m_field != nullptr ? entry : nullptr;
     }
 

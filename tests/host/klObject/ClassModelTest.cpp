@@ -271,21 +271,21 @@ TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
     };
     for (const auto& row : rows)
     {
-        const FieldIndex::Entry* const entry = index.Find(row.m_name);
+        const FieldEntry* const entry = index.m_fields.Find(row.m_name);
         ASSERT_NE(entry, nullptr) << row.m_name;
         EXPECT_EQ(entry->m_field, row.m_field < 0 ? nullptr : &s_model[row.m_field]) << row.m_name;
         EXPECT_EQ(entry->m_lead, row.m_lead) << row.m_name;
     }
     for (int look = 0; look < 2; ++look)
     {
-        EXPECT_EQ(index.Find("instance")->GetLeadClass(index), &s_led);
-        EXPECT_EQ(index.Find("instances")->GetLeadClass(index), &s_led);
-        EXPECT_EQ(index.Find("unknown")->GetLeadClass(index), nullptr);
+        EXPECT_EQ(index.m_fields.Find("instance")->GetLeadClass(index), &s_led);
+        EXPECT_EQ(index.m_fields.Find("instances")->GetLeadClass(index), &s_led);
+        EXPECT_EQ(index.m_fields.Find("unknown")->GetLeadClass(index), nullptr);
     }
     // A class may be registered after those that lead to it.
     static const ReflectedClass s_late = {.m_name = "classModelTest::NoSuchClass"};
     ASSERT_EQ(RegisterReflectedClass(&s_late, nullptr), NSE_OK);
-    EXPECT_EQ(index.Find("unknown")->GetLeadClass(index), &s_late);
+    EXPECT_EQ(index.m_fields.Find("unknown")->GetLeadClass(index), &s_late);
 }
 
 } // namespace
