@@ -247,13 +247,17 @@ def instructions_text(instructions):
 
 def machine_text():
     with open("/proc/cpuinfo") as file:
-        model = re.search(r"model name\s*: (.*)", file.read())[1]
+        text = file.read()
+    name, family, model = (
+        re.search(rf"^{key}\s*: (.*)", text, re.MULTILINE)[1] for key in ("model name", "cpu family", "model")
+    )
     compiler = subprocess.run(["g++", "--version"], capture_output=True, text=True, check=True).stdout.splitlines()[0]
-    return f"{model}, {os.cpu_count()} cores, {platform.system()} {platform.release()}; {compiler}, `-O2`."
+    return f"{name} (family {family}, model {model}), {os.cpu_count()} cores, {platform.system()} {platform.release()}; {compiler}, `-O2`."
 
 
 def layers_text(results):
-    parts = ["# Each layer\n\nWhat `scripts/bench` measured: processor time, rates, allocations an operation."]
+    parts = ["# Each layer\n\nWhat `scripts/bench` measured: processor time, rates, allocations an operation. An operation is one call of what its name "
+             "says; where a text holds many tokens, values or members, the time is that of the whole text, and the rates tell of each."]
     for layer in ("scanner", "values", "expressions", "paths", "data_sources", "objects"):
         rows = []
         for run in load(os.path.join(results, layer + ".json"))["benchmarks"]:

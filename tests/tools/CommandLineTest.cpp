@@ -48,6 +48,9 @@ struct UsageRow
 
 const UsageRow s_usages[] = {
     {{}, "A subcommand is required"},
+    {{"evla", "1"}, "evla is no subcommand; did you mean eval?"},
+    {{"frobnicate"}, "frobnicate is no subcommand"},
+    {{"-V"}, "The following argument was not expected: -V"},
     {{"eval", "--bar"}, "The following argument was not expected: --bar"},
     {{"eval", "-x"}, "The following argument was not expected: -x"},
     {{"eval", "-f", "a", "1"}, "EXPR excludes --file"},
@@ -64,6 +67,15 @@ TEST(WrongUsage, LeavesWithTwo)
 {
     for (const UsageRow& row : s_usages)
         EXPECT_EQ(RunTool(row.m_arguments), (ProgramResult{2, "", row.m_error + "\n" + s_runHelp}));
+}
+
+TEST(CommandLine, TellsThatNoModuleIsLoadedWhereNoClassIsKnown)
+{
+    const ProgramResult result = RunTool({"check", "-"}, "garden.Plan {}");
+    EXPECT_EQ(result.m_exitCode, 1);
+    EXPECT_THAT(result.m_errors,
+                HasSubstr(":1:8: note: no class is registered yet: name the module that describes it by "
+                          "--module or in KELMSCRIPT_MODULES\n"));
 }
 
 TEST(CommandLine, RefusesToWriteStandardInputInPlace)

@@ -167,7 +167,9 @@ TEST(Eval, ReportsAFailedAssertionWithConditionFileAndLine)
     EXPECT_EQ(result.m_exitCode, 1);
     EXPECT_EQ(result.m_output, "");
     EXPECT_THAT(result.m_errors, ::testing::MatchesRegex("<argument 1>:1:7: error: assertion failed: 0 "
-                                                         "\\(src/KSValue:[0-9]+\\)\n'abc'\\[0\\]\n      \\^\n"));
+                                                         "\\(src/KSValue:[0-9]+\\)\n'abc'\\[0\\]\n      \\^\n"
+                                                         "<argument 1>:1:7: note: the language refuses subscripts and "
+                                                         "len of strings\n'abc'\\[0\\]\n      \\^\n"));
 }
 
 TEST(Eval, GoesOnAfterAFailure)

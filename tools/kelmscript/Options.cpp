@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include "Suggest.h"
+
 #include "DataSources.h"
 #include "Eval.h"
 #include "Repl.h"
@@ -50,12 +52,12 @@ constexpr ConstStringZ s_printExamples = R"(Examples:
 
 constexpr ConstStringZ s_getExamples = R"(Examples:
   kelmscript get scene.kds .title
-  kelmscript get --json scene.kds '.shapes[3].origin')";
+  kelmscript get --json scene.kds '.shapes[1].position')";
 
 constexpr ConstStringZ s_setExamples = R"(Examples:
   kelmscript set scene.kds .title '"Harbour"'
-  kelmscript set -i scene.kds '.shapes[3].origin.x' -2.5
-  kelmscript set -i --replace scene.kds .tags '["a", "b"]')";
+  kelmscript set -i scene.kds '.shapes[1].position.x' -2.5
+  kelmscript set -i --replace scene.kds .shapes '[]')";
 
 constexpr ConstStringZ s_typesExamples = R"(Examples:
   kelmscript types --module ./libklExampleShapes.so
@@ -183,6 +185,25 @@ void UnmarkValues(Options& options)
 
 } // namespace
 
+namespace
+{
+
+// The library says no more than that there must be a subcommand, whatever stands in its place.
+CLI::ParseError NoSubcommand(const CLI::App& app, const std::string& word)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    if (word.starts_with('-'))
+        return CLI::ParseError("The following argument was not expected: " + word, CLI::ExitCodes::ExtrasError);
+    std::string message = word + " is no subcommand";
+    if (const std::string question = DidYouMean(NearestNames(word, names)); !question.empty())
+        message += "; " + question;
+    return CLI::ParseError(message, CLI::ExitCodes::RequiredError);
+}
+
+} // namespace
+
 Options ParseOptions(int argc, char** argv, int& exitCode)
 {
     Options options;
@@ -207,7 +228,10 @@ Options ParseOptions(int argc, char** argv, int& exitCode)
     }
     catch (const CLI::ParseError& e)
     {
-        exitCode = app.exit(e) == EXIT_OK ? EXIT_OK : EXIT_USAGE;
+        const std::vector<std::string> rest = app.remaining();
+        const bool isNoSubcommand =
+            dynamic_cast<const CLI::RequiredError*>(&e) != nullptr && app.get_subcommands().empty() && !rest.empty();
+        exitCode = app.exit(isNoSubcommand ? NoSubcommand(app, rest.front()) : e) == EXIT_OK ? EXIT_OK : EXIT_USAGE;
         options.m_run = nullptr;
     }
     return options;

@@ -46,7 +46,8 @@ struct UnknownName
     std::string_view m_between;
     std::string_view m_behind;
     std::vector<std::string> (*m_getNames)(const std::string& owner); // the text after m_between, m_behind cut off
-    bool m_isAtName; // the error is at the name, not at the token behind it
+    bool m_isAtName;              // the error is at the name, not at the token behind it
+    std::string_view m_ifNoNames; // what to tell where nothing exists
 };
 
 template <auto Find, auto GetNames>
@@ -57,12 +58,13 @@ std::vector<std::string> NamesOf(const std::string& owner)
 }
 
 constexpr UnknownName s_unknownNames[] = {
-    {"'", "' is not a registered class name", "", [](const std::string&) { return CreatableClassNames(); }, false},
-    {"Unknown member '", "' of class ", "", NamesOf<TryFindReflectedClass, MemberNames>, false},
-    {"Unknown member '", "' of enum ", "", NamesOf<TryFindReflectedEnum, EnumeratorNames>, false},
-    {"Unknown member '", "' of variant ", "", NamesOf<TryFindReflectedVariant, AlternativeNames>, false},
-    {"Identifier ", " is not a model field of class ", "", NamesOf<TryFindReflectedClass, ModelFieldNames>, true},
-    {"Unexpected ", " after ", " in expression", [](const std::string&) { return BuiltInNames(); }, true},
+    {"'", "' is not a registered class name", "", [](const std::string&) { return CreatableClassNames(); }, false,
+     "no class is registered yet: name the module that describes it by --module or in KELMSCRIPT_MODULES"},
+    {"Unknown member '", "' of class ", "", NamesOf<TryFindReflectedClass, MemberNames>, false, ""},
+    {"Unknown member '", "' of enum ", "", NamesOf<TryFindReflectedEnum, EnumeratorNames>, false, ""},
+    {"Unknown member '", "' of variant ", "", NamesOf<TryFindReflectedVariant, AlternativeNames>, false, ""},
+    {"Identifier ", " is not a model field of class ", "", NamesOf<TryFindReflectedClass, ModelFieldNames>, true, ""},
+    {"Unexpected ", " after ", " in expression", [](const std::string&) { return BuiltInNames(); }, true, ""},
 };
 
 // What broken invariants of the library mean where bad input reaches them.
@@ -78,6 +80,7 @@ constexpr Explanation s_explanations[] = {
     {"!isConst", "src/ParseFieldPath", "a path does not reach a const field"},
     {"rf.m_rsn2 == -1", "src/ParseFieldPath", "this field was dropped from the class"},
     {"rc.m_modelFields", "src/ParseFieldPath", "the class has no model, so no path leads into it"},
+    {"0", "src/KSValue", "the language refuses subscripts and len of strings"},
     {"p", "src/ParseDataSource", "a persistent reference takes an object, not null"},
 };
 
@@ -167,7 +170,9 @@ std::vector<Note> SuggestNames(const SourceText& source, const ParserBase& parse
         if (const std::optional<NameAndOwner> unknown = Match(message, form))
         {
             const LSToken& nameToken = form.m_isAtName ? parser.m_token : parser.m_prevToken;
-            const std::string question = DidYouMean(NearestNames(unknown->m_name, form.m_getNames(unknown->m_owner)));
+            const std::vector<std::string> names = form.m_getNames(unknown->m_owner);
+            const std::string question =
+                names.empty() ? std::string(form.m_ifNoNames) : DidYouMean(NearestNames(unknown->m_name, names));
             if (question.empty() || nameToken.m_type != TOKEN_IDENTIFIER)
                 return {};
             const auto nameOffset = static_cast<std::size_t>(nameToken.m_str.m_p1 - source.View().m_p1);
