@@ -40,6 +40,7 @@ if(KELM_FUZZ)
 endif()
 if(KELM_COVERAGE)
     add_compile_options(--coverage)
+    add_compile_definitions(KELM_COVERAGE)
     add_link_options(--coverage)
 endif()
 
