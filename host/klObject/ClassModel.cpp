@@ -9,11 +9,6 @@
 namespace kelm
 {
 
-uint64 HashOfLongName(SubString name)
-{
-    return HashOfText(name);
-}
-
 namespace
 {
 

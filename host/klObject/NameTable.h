@@ -8,7 +8,6 @@
 #include <klUtils/types.h>
 
 #include <bit>
-#include <cstring>
 #include <memory>
 
 namespace kelm
@@ -24,6 +23,7 @@ struct NamedEntry
     SubString GetName() const { return {m_name, m_name + m_size}; }
 };
 
+// The key of a name that is no short text.
 KLOBJECT_API uint64 HashOfLongName(SubString name);
 
 // Open addressing, at most half full, so that a probe seldom goes beyond its first slot. Entry is a NamedEntry. Filled
@@ -34,7 +34,7 @@ class NameTable
 public:
     explicit NameTable(std::size_t maxNames)
         : m_mask(std::bit_ceil(2 * maxNames + 1) - 1)
-        , m_shift(63 - std::countr_one(m_mask) + 1)
+        , m_shift(64 - std::countr_one(m_mask))
         , m_slots(std::make_unique<Entry[]>(m_mask + 1))
     {
     }

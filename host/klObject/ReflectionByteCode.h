@@ -67,13 +67,6 @@ public:
     // for the caller to judge.
     uint32 AdvanceToUnderlyingType2();
 
-    // Whether the code at the cursor is the underlying type's own, so that there is nothing to advance past.
-    bool IsAtUnderlyingType() const
-    {
-        const uint8 code = *m_bc;
-        return code < FT_VOLATILE ? code != FT_TYPEDEF : code > FT_MOVABLE && code < MDT_FLAGS;
-    }
-
     // The size in bytes of a variable of the type at the cursor.
     ssize_t GetTypeSize() const;
 

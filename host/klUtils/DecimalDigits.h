@@ -16,11 +16,6 @@ inline uint64 DigitValue(char c)
     return static_cast<uint64>(static_cast<unsigned char>(c)) - '0';
 }
 
-inline uint64 LoadEightBytes(const char* p)
-{
-    return LoadWord<uint64>(p);
-}
-
 // Marks, with its top bit, the first byte that is no digit; bytes behind that may be marked or not. A digit is a byte
 // that comes to less than ten when its upper half is taken away.
 inline uint64 MarkFirstNonDigit(uint64 bytes)
@@ -59,7 +54,7 @@ inline const char* AppendDigits(const char* p, const char* end, uint64& number)
     constexpr uint64 powersOfTen[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000};
     for (; end - p >= 8; p += 8)
     {
-        const uint64 bytes = LoadEightBytes(p);
+        const uint64 bytes = LoadWord<uint64>(p);
         const uint64 marks = MarkFirstNonDigit(bytes);
         if (marks != 0)
         {

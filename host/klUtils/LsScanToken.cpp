@@ -60,7 +60,7 @@ const char* SkipLine(const char* p, const char* end)
 // The digits of a fraction, which are often many.
 const char* SkipFraction(const char* p, const char* end)
 {
-    while (end - p >= 8 && AreEightDigits(LoadEightBytes(p)))
+    while (end - p >= 8 && AreEightDigits(LoadWord<uint64>(p)))
         p += 8;
     return SkipProperty(p, end, CHAR_DIGIT);
 }

@@ -86,7 +86,7 @@ private:
     {
         for (; end - p >= 8; p += 8)
         {
-            const uint64 bytes = LoadEightBytes(p);
+            const uint64 bytes = LoadWord<uint64>(p);
             if (!AreEightDigits(bytes))
                 break;
             m_digits = 100000000 * m_digits + ValueOfEightDigits(bytes);
@@ -141,7 +141,7 @@ inline const char* ReadShortDouble(SubString text, double& value)
 {
     constexpr ssize_t maxLength = s_maxExactDigits + 1; // with the point
     const char* const limit = text.size() > maxLength ? text.m_p1 + maxLength : text.m_p2;
-    if (text.size() >= maxLength && AreEightDigits(LoadEightBytes(text.m_p1 + maxLength - 8)))
+    if (text.size() >= maxLength && AreEightDigits(LoadWord<uint64>(text.m_p1 + maxLength - 8)))
         return nullptr; // a long number, most likely
     uint64 digits = 0;
     const char* p = AppendFewDigits(text.m_p1, limit, digits);

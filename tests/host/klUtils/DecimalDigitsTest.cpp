@@ -42,9 +42,9 @@ TEST(DecimalDigits, AreRecognisedByEachByte)
         {
             std::string bytes = "98765432";
             bytes[static_cast<std::size_t>(position)] = static_cast<char>(c);
-            const uint64 marks = MarkFirstNonDigit(LoadEightBytes(bytes.data()));
+            const uint64 marks = MarkFirstNonDigit(LoadWord<uint64>(bytes.data()));
             const bool isDigit = c >= '0' && c <= '9';
-            EXPECT_EQ(AreEightDigits(LoadEightBytes(bytes.data())), isDigit) << position << " " << c;
+            EXPECT_EQ(AreEightDigits(LoadWord<uint64>(bytes.data())), isDigit) << position << " " << c;
             if (!isDigit)
             {
                 EXPECT_EQ(std::countr_zero(marks) / 8, position) << c;
