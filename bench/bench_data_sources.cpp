@@ -5,7 +5,7 @@
 #include "support/Run.h"
 
 #include <klKelmScript/ParseDataSource.h>
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/ParserBase.h>
 
 #include <string>
 

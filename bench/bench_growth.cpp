@@ -9,7 +9,7 @@
 
 #include <klKelmScript/KSParser.h>
 #include <klKelmScript/ParseDataSource.h>
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/ParserBase.h>
 
 #include <algorithm>
 #include <cstdio>

@@ -4,10 +4,10 @@
 #include "support/ObjectTypes.h"
 #include "support/Run.h"
 
-#include <klObject/Collector.h>
-#include <klObject/ReflectedVariable.h>
-#include <klObject/Registry.h>
-#include <klObject/WriteVariable.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/types/Registry.h>
+#include <klObject/values/ReflectedVariable.h>
+#include <klObject/values/WriteVariable.h>
 
 #include <string>
 

@@ -2,9 +2,9 @@
 
 #include "support/Run.h"
 
-#include <klUtils/LSToken.h>
-#include <klUtils/LsScanToken.h>
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/LSToken.h>
+#include <klUtils/text/LsScanToken.h>
+#include <klUtils/text/ParserBase.h>
 
 #include <string>
 

@@ -3,10 +3,10 @@
 // Classes with every kind of field that a text can fill, for the fuzz targets.
 
 #include <klKelmScript/klKelmScript.h>
-#include <klObject/Collector.h>
-#include <klObject/Describe.h>
-#include <klObject/xdynarray.h>
-#include <klObject/xmap.h>
+#include <klObject/containers/xdynarray.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/objects/Collector.h>
 
 namespace sample
 {

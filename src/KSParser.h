@@ -2,7 +2,7 @@
 
 #include <klKelmScript/KSValue.h>
 #include <klKelmScript/api.h>
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/ParserBase.h>
 #include <klUtils/types.h>
 
 namespace kelm

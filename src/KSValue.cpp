@@ -2,10 +2,10 @@
 
 #include <klKelmScript/klKelmScript.h>
 #include <klKelmScript/private/KSValueOperations.h>
-#include <klObject/Collector.h>
-#include <klObject/ReflectedVariable.h>
-#include <klObject/Registry.h>
-#include <klObject/TypeOps.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/types/Registry.h>
+#include <klObject/types/TypeOps.h>
+#include <klObject/values/ReflectedVariable.h>
 
 namespace kelm
 {

@@ -11,7 +11,7 @@
 
 #include <klKelmScript/ReflectedValue.h>
 #include <klKelmScript/api.h>
-#include <klObject/ReflectedTypes.h>
+#include <klObject/types/ReflectedTypes.h>
 #include <klUtils/IException.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/types.h>

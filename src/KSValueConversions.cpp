@@ -2,7 +2,7 @@
 
 #include <klKelmScript/KSValue.h>
 #include <klKelmScript/private/KSValueOperations.h>
-#include <klObject/ReflectedVariable.h>
+#include <klObject/values/ReflectedVariable.h>
 #include <klUtils/ToString.h>
 
 namespace kelm

@@ -5,21 +5,21 @@
 #include <klKelmScript/ParseDataSource.h>
 
 #include <klKelmScript/klKelmScript.h>
-#include <klObject/ClassModel.h>
-#include <klObject/Collector.h>
-#include <klObject/EnumIndex.h>
-#include <klObject/FieldIndex.h>
-#include <klObject/ReflectedTypes.h>
-#include <klObject/ReflectedVariable.h>
-#include <klObject/Registry.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ClassModel.h>
+#include <klObject/types/EnumIndex.h>
+#include <klObject/types/FieldIndex.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/Registry.h>
+#include <klObject/values/ReflectedVariable.h>
 #include <klUtils/KelmAssertionError.h>
-#include <klUtils/PlainText.h>
-#include <klUtils/QualifiedName.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/ToString.h>
 #include <klUtils/TracerX.h>
 #include <klUtils/Utf16FromUtf8.h>
+#include <klUtils/text/PlainText.h>
+#include <klUtils/text/QualifiedName.h>
 
 #include <cstring>
 #include <iterator>

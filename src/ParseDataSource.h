@@ -9,11 +9,11 @@
 // assertion. The nesting of the text is limited by memory alone.
 
 #include <klKelmScript/api.h>
-#include <klObject/IObject.h>
-#include <klObject/ReflectionByteCode.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
 #include <klUtils/BasicSubString.h>
-#include <klUtils/ExpressionParser.h>
 #include <klUtils/LexScannerException.h>
+#include <klUtils/text/ExpressionParser.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
 

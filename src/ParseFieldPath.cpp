@@ -2,9 +2,9 @@
 
 #include <klKelmScript/klKelmScript.h>
 #include <klKelmScript/private/PlainPath.h>
-#include <klObject/ReflectedTypes.h>
-#include <klObject/Registry.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/Registry.h>
 #include <klPersistStore/ReadBarrier.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>

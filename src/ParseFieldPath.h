@@ -1,10 +1,10 @@
 #pragma once
 
 #include <klKelmScript/api.h>
-#include <klObject/ClassModel.h>
-#include <klObject/IObject.h>
-#include <klObject/ReflectionByteCode.h>
-#include <klUtils/ExpressionParser.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ClassModel.h>
+#include <klObject/types/ReflectionByteCode.h>
+#include <klUtils/text/ExpressionParser.h>
 #include <klUtils/xstring.h>
 
 namespace kelm

@@ -1,9 +1,9 @@
 #include <klKelmScript/ReflectedValue.h>
 
 #include <klKelmScript/klKelmScript.h>
-#include <klObject/ReflectedVariable.h>
-#include <klObject/Registry.h>
-#include <klObject/TypeOps.h>
+#include <klObject/types/Registry.h>
+#include <klObject/types/TypeOps.h>
+#include <klObject/values/ReflectedVariable.h>
 #include <klUtils/KelmAssertionError.h>
 
 #include <utility>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <klKelmScript/api.h>
-#include <klObject/ReflectedTypes.h>
-#include <klObject/ReflectionByteCode.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/ReflectionByteCode.h>
 #include <klUtils/types.h>
 #include <klUtils/xvector.h>
 

@@ -2,10 +2,10 @@
 
 // The classes whose objects the benchmarks read, write, walk and collect.
 
-#include <klObject/Describe.h>
-#include <klObject/GcObject.h>
-#include <klObject/xmap.h>
-#include <klObject/xvariant.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xvariant.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/objects/GcObject.h>
 #include <klUtils/types.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>

@@ -5,9 +5,9 @@
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
 #include <klKelmScript/klKelmScript.h>
-#include <klObject/Collector.h>
-#include <klObject/Describe.h>
-#include <klObject/WriteVariable.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/values/WriteVariable.h>
 
 #include <fstream>
 #include <iostream>

@@ -3,7 +3,7 @@
 #include <klKelmScript/KSParser.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/klKelmScript.h>
-#include <klObject/Describe.h>
+#include <klObject/describe/Describe.h>
 
 #include <iostream>
 

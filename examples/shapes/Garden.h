@@ -8,7 +8,7 @@
 
 #include "People.h"
 
-#include <klObject/xdynarray.h>
+#include <klObject/containers/xdynarray.h>
 
 #include <array>
 

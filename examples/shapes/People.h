@@ -6,11 +6,11 @@
 // its own, a nested class, a variant, maps, 16-bit text, a const field, and the two ways to hold another object: the
 // interface pointer and the persistent reference.
 
-#include <klObject/Describe.h>
-#include <klObject/IObject.h>
-#include <klObject/prefbase.h>
-#include <klObject/xmap.h>
-#include <klObject/xvariant.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xvariant.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
 #include <klUtils/types.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>

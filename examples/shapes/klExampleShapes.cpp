@@ -8,7 +8,7 @@
 #include "Garden.h"
 #include "People.h"
 
-#include <klObject/Describe.h>
+#include <klObject/describe/Describe.h>
 #include <klPersistStore/Target.h>
 #include <klPersistStore/klPersistStore.h>
 

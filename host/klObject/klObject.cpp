@@ -1,9 +1,9 @@
 #include <klObject/klObject.h>
 
-#include <klObject/IObject.h>
-#include <klObject/ReflectionByteCode.h>
-#include <klObject/Registry.h>
-#include <klObject/TypeOps.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
+#include <klObject/types/Registry.h>
+#include <klObject/types/TypeOps.h>
 #include <klUtils/KelmAssertionError.h>
 
 namespace kelm

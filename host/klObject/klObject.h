@@ -1,7 +1,7 @@
 #pragma once
 
-#include <klObject/ReflectedTypes.h>
 #include <klObject/api.h>
+#include <klObject/types/ReflectedTypes.h>
 
 // Registers what the library itself describes: the interfaces "kelm::IObject" and "kelm::IPersistable", the typedefs
 // "kelm::xstring" and "kelm::xstring16", the class "kelm::ReflectionByteCode". Later calls do nothing. Belongs to the

@@ -1,6 +1,6 @@
 #include <klPersistStore/ObjectStore.h>
 
-#include <klObject/Collector.h>
+#include <klObject/objects/Collector.h>
 #include <klUtils/KelmAssertionError.h>
 
 #include <atomic>

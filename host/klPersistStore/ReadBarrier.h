@@ -1,6 +1,6 @@
 #pragma once
 
-#include <klObject/IObject.h>
+#include <klObject/objects/IObject.h>
 #include <klPersistStore/api.h>
 #include <klUtils/types.h>
 

@@ -1,7 +1,7 @@
 #include <klPersistStore/klPersistStore.h>
 
 #include <klObject/klObject.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/prefbase.h>
 #include <klPersistStore/ObjectStore.h>
 
 #include <utility>

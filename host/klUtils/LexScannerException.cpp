@@ -1,6 +1,6 @@
 #include <klUtils/LexScannerException.h>
 
-#include <klUtils/LsScanToken.h>
+#include <klUtils/text/LsScanToken.h>
 #include <klUtils/xostream.h>
 
 namespace kelm

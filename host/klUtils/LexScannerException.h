@@ -1,7 +1,7 @@
 #pragma once
 
 #include <klUtils/IException.h>
-#include <klUtils/LSToken.h>
+#include <klUtils/text/LSToken.h>
 #include <klUtils/types.h>
 #include <klUtils/xstring.h>
 

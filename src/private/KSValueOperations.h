@@ -5,7 +5,7 @@
 // operators wrap them.
 
 #include <klKelmScript/KSValue.h>
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/ParserBase.h>
 
 #include <cstdint>
 #include <cstring>

@@ -2,16 +2,16 @@
 
 // PlainPath: the walk along a path in which nothing is unusual, which is nearly every one.
 
-#include <klObject/ClassModel.h>
-#include <klObject/FieldIndex.h>
-#include <klObject/IObject.h>
-#include <klObject/ReflectionByteCode.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ClassModel.h>
+#include <klObject/types/FieldIndex.h>
+#include <klObject/types/ReflectionByteCode.h>
 #include <klPersistStore/ReadBarrier.h>
 #include <klUtils/BasicSubString.h>
-#include <klUtils/CharTable.h>
 #include <klUtils/KelmAssertionError.h>
-#include <klUtils/ShortText.h>
+#include <klUtils/text/CharTable.h>
+#include <klUtils/text/ShortText.h>
 #include <klUtils/types.h>
 #include <klUtils/xvector.h>
 

@@ -2,8 +2,8 @@
 
 #include "DemoClasses.h"
 
-#include <klObject/Collector.h>
-#include <klObject/WriteVariable.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/values/WriteVariable.h>
 
 namespace kelm
 {

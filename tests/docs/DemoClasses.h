@@ -3,11 +3,11 @@
 // The classes of the examples in docs/data-sources.md and docs/paths.md, and the blocks of these documents.
 
 #include <klKelmScript/ParseDataSource.h>
-#include <klObject/Describe.h>
-#include <klObject/prefbase.h>
-#include <klObject/xdynarray.h>
-#include <klObject/xmap.h>
-#include <klObject/xvariant.h>
+#include <klObject/containers/xdynarray.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xvariant.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/objects/prefbase.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>

@@ -5,8 +5,8 @@
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
 #include <klKelmScript/klKelmScript.h>
-#include <klObject/Collector.h>
-#include <klObject/ReflectedVariable.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/values/ReflectedVariable.h>
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 
 #include "Examples.h"
 
-#include <klObject/ETypeByteCode.h>
-#include <klObject/Registry.h>
+#include <klObject/types/ETypeByteCode.h>
+#include <klObject/types/Registry.h>
 #include <klPersistStore/Target.h>
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 
 // The examples as their tests see them: files, and the module, loaded as any host would.
 
-#include <klObject/IObject.h>
-#include <klObject/WriteVariable.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/values/WriteVariable.h>
 #include <klUtils/xstring.h>
 
 #include <dlfcn.h>

@@ -4,9 +4,9 @@
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
 #include <klKelmScript/klKelmScript.h>
-#include <klObject/Describe.h>
-#include <klObject/xmap.h>
-#include <klObject/xvariant.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xvariant.h>
+#include <klObject/describe/Describe.h>
 #include <support/AllocationCount.h>
 #include <support/Expect.h>
 

@@ -3,7 +3,7 @@
 // Reading data sources in tests: texts into variables, and tables of texts that fail.
 
 #include <klKelmScript/ParseDataSource.h>
-#include <klObject/ReflectionByteCode.h>
+#include <klObject/types/ReflectionByteCode.h>
 #include <support/Depth.h>
 #include <support/Expect.h>
 #include <support/HandmadeClasses.h>

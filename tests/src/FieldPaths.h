@@ -3,8 +3,8 @@
 // Walking paths in tests.
 
 #include <klKelmScript/ParseFieldPath.h>
-#include <klObject/IObject.h>
-#include <klObject/ReflectionByteCode.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
 #include <support/Expect.h>
 
 #include <string>

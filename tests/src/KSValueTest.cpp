@@ -2,8 +2,8 @@
 
 #include "Operands.h"
 
-#include <klObject/IObject.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
 #include <support/Script.h>
 
 #include <gtest/gtest.h>

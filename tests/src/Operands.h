@@ -4,7 +4,7 @@
 // operations tell apart.
 
 #include <klKelmScript/KSValue.h>
-#include <klObject/ReflectedVariable.h>
+#include <klObject/values/ReflectedVariable.h>
 
 #include <memory>
 #include <optional>

@@ -465,7 +465,7 @@ TEST_F(Variants, CannotHoldAMap)
     ExpressionParser parser;
     parser.Init(ViewOf(text));
     EXPECT_TRUE(FailsAssertion([&] { ParseVariantVariable(parser, hand::GetExtentVariant(), bytes); },
-                               "rbc.m_mapOrSetFns", "host/klObject/ReflectedVariable"));
+                               "rbc.m_mapOrSetFns", "host/klObject/values/ReflectedVariable"));
 }
 
 } // namespace

@@ -436,7 +436,7 @@ TEST_F(Models, OfFieldsOfClassType)
 TEST_F(Models, ThatIsRegisteredNowhereFailsAnAssertion)
 {
     hand::Orphan orphan;
-    EXPECT_TRUE(FailsAssertion([&] { Fill(orphan, "{ }"); }, "rc", "host/klObject/Registry"));
+    EXPECT_TRUE(FailsAssertion([&] { Fill(orphan, "{ }"); }, "rc", "host/klObject/types/Registry"));
 }
 
 TEST_F(Models, HaveNoFieldsWhereTheListIsNull)

@@ -232,7 +232,7 @@ TEST_F(FieldPath, ReachesTheFieldsOfAnEmbeddedModelWhereItLies)
 TEST_F(FieldPath, FailsAnAssertionWhereTheEmbeddedModelIsRegisteredNowhere)
 {
     const ptr<IObject> object = New<hand::Orphan>();
-    EXPECT_TRUE(FailsAssertion([&] { Walk(object, ".x"); }, "rc", "host/klObject/Registry"));
+    EXPECT_TRUE(FailsAssertion([&] { Walk(object, ".x"); }, "rc", "host/klObject/types/Registry"));
 }
 
 // The search does not pass over dropped fields, so one that comes first hides a later one.
@@ -314,7 +314,8 @@ TEST_F(FieldPath, FailsAnAssertionAtATypeThatNoPositionHas)
     ExpectAssertions(object, rows);
     const AssertingPath map[] = {{".map", "0"}, {".nested", "0"}};
     ExpectAssertions(New<Containers>(), map);
-    EXPECT_TRUE(FailsAssertion([&] { Walk(object, ".unknownTypedef"); }, "r", "host/klObject/ReflectionByteCode"));
+    EXPECT_TRUE(
+        FailsAssertion([&] { Walk(object, ".unknownTypedef"); }, "r", "host/klObject/types/ReflectionByteCode"));
 }
 
 TEST_F(FieldPath, EndsAtEveryOtherType)

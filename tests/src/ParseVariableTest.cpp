@@ -3,7 +3,7 @@
 
 #include "DataSources.h"
 
-#include <klObject/Registry.h>
+#include <klObject/types/Registry.h>
 
 #include <cmath>
 #include <cstring>
@@ -311,7 +311,7 @@ TEST_F(ImpossibleTypes, IncludeATypedefThatNobodyHasDescribed)
 {
     hand::Impossible object;
     EXPECT_TRUE(
-        FailsAssertion([&] { Fill(object, "{ unknownTypedef = 1 }"); }, "r", "host/klObject/ReflectionByteCode"));
+        FailsAssertion([&] { Fill(object, "{ unknownTypedef = 1 }"); }, "r", "host/klObject/types/ReflectionByteCode"));
 }
 
 TEST_F(ImpossibleTypes, IncludeNone)

@@ -3,7 +3,7 @@
 #include "Operands.h"
 
 #include <klKelmScript/KSValue.h>
-#include <klObject/ReflectedTypes.h>
+#include <klObject/types/ReflectedTypes.h>
 #include <klUtils/xvector.h>
 #include <support/Script.h>
 
@@ -435,8 +435,10 @@ TEST(BoundSearches, AgreeWithACountForEverySizeAndKey)
 TEST(BoundSearches, FailAnAssertionForANegativeSize)
 {
     const KSValue key = I(1);
-    EXPECT_TRUE(FailsAssertion([&] { Ops().m_LowerBoundFn(&key, 52, -1, &key); }, "lo == hi", "host/klObject/TypeOps"));
-    EXPECT_TRUE(FailsAssertion([&] { Ops().m_UpperBoundFn(&key, 52, -1, &key); }, "lo == hi", "host/klObject/TypeOps"));
+    EXPECT_TRUE(
+        FailsAssertion([&] { Ops().m_LowerBoundFn(&key, 52, -1, &key); }, "lo == hi", "host/klObject/types/TypeOps"));
+    EXPECT_TRUE(
+        FailsAssertion([&] { Ops().m_UpperBoundFn(&key, 52, -1, &key); }, "lo == hi", "host/klObject/types/TypeOps"));
 }
 
 } // namespace

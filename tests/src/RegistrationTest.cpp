@@ -6,7 +6,7 @@
 #include <klKelmScript/KSValue.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
-#include <klObject/Registry.h>
+#include <klObject/types/Registry.h>
 #include <klPersistStore/Target.h>
 #include <support/Expect.h>
 

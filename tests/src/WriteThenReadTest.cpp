@@ -4,9 +4,9 @@
 
 #include <host/klObject/DescribedTypes.h>
 #include <klKelmScript/ParseDataSource.h>
-#include <klObject/Collector.h>
-#include <klObject/ReflectedVariable.h>
-#include <klObject/WriteVariable.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/values/ReflectedVariable.h>
+#include <klObject/values/WriteVariable.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>

@@ -9,9 +9,9 @@
 
 #include <klUtils/BasicSubString.h>
 #include <klUtils/KelmAssertionError.h>
-#include <klUtils/LSToken.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/LiteralException.h>
+#include <klUtils/text/LSToken.h>
 #include <klUtils/xostream.h>
 #include <klUtils/xstring.h>
 

@@ -1,7 +1,7 @@
 #include <support/HandmadeClasses.h>
 
-#include <klObject/Registry.h>
-#include <klObject/TypeOps.h>
+#include <klObject/types/Registry.h>
+#include <klObject/types/TypeOps.h>
 
 #include <array>
 #include <cstddef>

@@ -6,13 +6,13 @@
 // String tables differ between a class, its embedded model, a typedef and a variant, and the first name of the classes'
 // own table is registered nowhere, so that a name looked up in the wrong table is not found.
 
-#include <klObject/Collector.h>
-#include <klObject/GcObject.h>
-#include <klObject/IObject.h>
-#include <klObject/ReflectedTypes.h>
-#include <klObject/prefbase.h>
-#include <klObject/xmap.h>
-#include <klObject/xvariant.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xvariant.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/objects/GcObject.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ReflectedTypes.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
 

@@ -3,7 +3,7 @@
 #include "Failure.h"
 #include "Source.h"
 
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/ParserBase.h>
 
 #include <functional>
 #include <optional>

@@ -4,7 +4,7 @@
 #include "Names.h"
 
 #include <klKelmScript/ParseFieldPath.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/xvector.h>
 

@@ -8,10 +8,10 @@
 
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
-#include <klObject/ReflectedVariable.h>
-#include <klObject/WriteVariable.h>
-#include <klUtils/ExpressionParser.h>
+#include <klObject/values/ReflectedVariable.h>
+#include <klObject/values/WriteVariable.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/text/ExpressionParser.h>
 #include <klUtils/xostream.h>
 
 #include <algorithm>

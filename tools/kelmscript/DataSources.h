@@ -3,8 +3,8 @@
 #include "Options.h"
 #include "Source.h"
 
-#include <klObject/Collector.h>
-#include <klObject/IObject.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/objects/IObject.h>
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/ParserBase.h>
 
 #include <cstddef>
 

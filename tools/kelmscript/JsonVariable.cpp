@@ -1,8 +1,8 @@
 #include "JsonVariable.h"
 
-#include <klObject/ClassModel.h>
-#include <klObject/ReflectedTypes.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ClassModel.h>
+#include <klObject/types/ReflectedTypes.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/ToString.h>
 #include <klUtils/Utf16FromUtf8.h>

@@ -12,8 +12,8 @@
 
 #include "JsonText.h"
 
-#include <klObject/IObject.h>
-#include <klObject/ReflectionByteCode.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
 
 #include <stdexcept>
 

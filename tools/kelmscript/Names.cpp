@@ -2,8 +2,8 @@
 
 #include "BuiltIns.h"
 
-#include <klObject/ClassModel.h>
-#include <klObject/Registry.h>
+#include <klObject/types/ClassModel.h>
+#include <klObject/types/Registry.h>
 
 namespace kelm::tool
 {

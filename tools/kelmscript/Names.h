@@ -2,7 +2,7 @@
 
 // What exists by name in the registries.
 
-#include <klObject/ReflectedTypes.h>
+#include <klObject/types/ReflectedTypes.h>
 
 #include <string>
 #include <string_view>

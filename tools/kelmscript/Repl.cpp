@@ -11,9 +11,9 @@
 #include "Suggest.h"
 #include "Types.h"
 
-#include <klObject/Collector.h>
+#include <klObject/objects/Collector.h>
 #include <klUtils/LexScannerException.h>
-#include <klUtils/LsScanToken.h>
+#include <klUtils/text/LsScanToken.h>
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 #include "Source.h"
 
-#include <klUtils/LsScanToken.h>
+#include <klUtils/text/LsScanToken.h>
 
 #include <algorithm>
 

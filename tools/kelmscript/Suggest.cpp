@@ -2,8 +2,8 @@
 
 #include "Names.h"
 
-#include <klObject/Registry.h>
-#include <klUtils/EToken.h>
+#include <klObject/types/Registry.h>
+#include <klUtils/text/EToken.h>
 #include <klUtils/types.h>
 
 #include <algorithm>

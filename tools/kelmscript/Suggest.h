@@ -4,7 +4,7 @@
 #include "Source.h"
 
 #include <klUtils/KelmAssertionError.h>
-#include <klUtils/ParserBase.h>
+#include <klUtils/text/ParserBase.h>
 
 #include <cstddef>
 #include <string>

@@ -1,6 +1,6 @@
 #include "TypeText.h"
 
-#include <klObject/ETypeByteCode.h>
+#include <klObject/types/ETypeByteCode.h>
 #include <klUtils/types.h>
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <klObject/ReflectionByteCode.h>
+#include <klObject/types/ReflectionByteCode.h>
 
 #include <string>
 

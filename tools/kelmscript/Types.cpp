@@ -6,8 +6,8 @@
 #include "TypeText.h"
 
 #include <klKelmScript/ParseDataSource.h>
-#include <klObject/ClassModel.h>
-#include <klObject/Registry.h>
+#include <klObject/types/ClassModel.h>
+#include <klObject/types/Registry.h>
 #include <klPersistStore/Target.h>
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 #include "Modules.h"
 #include "Options.h"
 
-#include <klObject/Collector.h>
+#include <klObject/objects/Collector.h>
 
 #include <cerrno>
 #include <clocale>

@@ -3,9 +3,9 @@
 // ClassRecord<T>: the descriptor of a described class, which follows from its description. Constant data, complete
 // before the program begins. With it, what the records of all kinds have in common.
 
-#include <klObject/GcObject.h>
-#include <klObject/TypeOps.h>
 #include <klObject/describe/Members.h>
+#include <klObject/objects/GcObject.h>
+#include <klObject/types/TypeOps.h>
 
 #include <array>
 #include <cstddef>

@@ -2,8 +2,8 @@
 
 // What a description of a C++ type is, and the hooks that every described type has. Describe.h tells how to write one.
 
-#include <klObject/ETypeByteCode.h>
-#include <klObject/ReflectedTypes.h>
+#include <klObject/types/ETypeByteCode.h>
+#include <klObject/types/ReflectedTypes.h>
 #include <klUtils/types.h>
 
 namespace kelm

@@ -8,15 +8,15 @@
 //     HasFunctions       whether a map or set lies in it, so that it needs a function table
 //     Emit(TypeEmitter&) appends the byte code, and the functions in the order of the byte code
 
-#include <klObject/IObject.h>
+#include <klObject/containers/xdynarray.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xset.h>
+#include <klObject/containers/xvariant.h>
 #include <klObject/describe/Description.h>
 #include <klObject/describe/TypeEmitter.h>
 #include <klObject/describe/TypeName.h>
-#include <klObject/prefbase.h>
-#include <klObject/xdynarray.h>
-#include <klObject/xmap.h>
-#include <klObject/xset.h>
-#include <klObject/xvariant.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
 

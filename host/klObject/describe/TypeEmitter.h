@@ -3,8 +3,8 @@
 // TypeEmitter and TypeTables: the byte code, string table and function table of a list of field types, made at compile
 // time.
 
-#include <klObject/ETypeByteCode.h>
-#include <klObject/ReflectedTypes.h>
+#include <klObject/types/ETypeByteCode.h>
+#include <klObject/types/ReflectedTypes.h>
 
 #include <array>
 #include <cstddef>

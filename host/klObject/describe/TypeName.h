@@ -3,7 +3,7 @@
 // Types whose hooks (_GetReflected, _GetTypeOps) are written by hand, and their names at compile time.
 
 #include <klObject/describe/Description.h>
-#include <klUtils/QualifiedName.h>
+#include <klUtils/text/QualifiedName.h>
 #include <klUtils/types.h>
 
 #include <array>

@@ -2,7 +2,7 @@
 
 // Types of every describable kind, for the tests of describing and of writing. Registered by RegisterDescribedTypes.
 
-#include <klObject/Describe.h>
+#include <klObject/describe/Describe.h>
 
 #include <array>
 #include <variant>

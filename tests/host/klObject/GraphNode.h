@@ -3,9 +3,9 @@
 // A collector object with a handle and a persistent reference, for tests that build graphs. Its descriptor is written
 // by hand.
 
-#include <klObject/Collector.h>
-#include <klObject/GcObject.h>
-#include <klObject/prefbase.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/objects/GcObject.h>
+#include <klObject/objects/prefbase.h>
 
 #include <atomic>
 #include <cstddef>

@@ -1,6 +1,6 @@
-#include "HandWrittenTypes.h"
+#include <host/klObject/HandWrittenTypes.h>
 
-#include <klObject/TypeOps.h>
+#include <klObject/types/TypeOps.h>
 
 #include <gtest/gtest.h>
 

@@ -3,14 +3,14 @@
 // Types for the tests of the reflection layer, described by hand: byte code, string tables and descriptors as a host
 // author who has no C++ types to derive them from would write them.
 
-#include <klObject/IObject.h>
-#include <klObject/ReflectedTypes.h>
-#include <klObject/ReflectedVariable.h>
-#include <klObject/ReflectionByteCode.h>
-#include <klObject/Registry.h>
-#include <klObject/prefbase.h>
-#include <klObject/xmap.h>
-#include <klObject/xset.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xset.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/ReflectionByteCode.h>
+#include <klObject/types/Registry.h>
+#include <klObject/values/ReflectedVariable.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
 

@@ -1,8 +1,8 @@
 #include <klObject/klObject.h>
 
-#include <klObject/IObject.h>
-#include <klObject/ReflectionByteCode.h>
-#include <klObject/Registry.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
+#include <klObject/types/Registry.h>
 
 #include <support/Expect.h>
 

@@ -1,7 +1,7 @@
 #include <host/klObject/GraphNode.h>
 #include <support/Expect.h>
 
-#include <klObject/Registry.h>
+#include <klObject/types/Registry.h>
 #include <klPersistStore/ObjectStore.h>
 #include <klPersistStore/klPersistStore.h>
 

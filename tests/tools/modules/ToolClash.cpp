@@ -1,6 +1,6 @@
 // A module whose registration fails: another one has its name.
 
-#include <klObject/Describe.h>
+#include <klObject/describe/Describe.h>
 
 namespace tool
 {

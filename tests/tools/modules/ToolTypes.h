@@ -2,13 +2,13 @@
 
 // Classes with a field of every kind, for the commands that read data sources.
 
-#include <klObject/Describe.h>
-#include <klObject/IObject.h>
-#include <klObject/prefbase.h>
-#include <klObject/xdynarray.h>
-#include <klObject/xmap.h>
-#include <klObject/xset.h>
-#include <klObject/xvariant.h>
+#include <klObject/containers/xdynarray.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xset.h>
+#include <klObject/containers/xvariant.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
 #include <klUtils/types.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>

@@ -1,0 +1,99 @@
+#pragma once
+
+// Describing C++ types to reflection. One declaration describes a type, one call registers it; byte code, string
+// tables and function tables follow from the C++ types at compile time. docs/describing-types.md shows every kind.
+//
+//     namespace geom
+//     {
+//     enum class Colour : kelm::int32 { RED, GREEN };
+//     struct Point { double x = 0; double y = 0; };
+//     struct Circle { Point centre; double radius = 1; Colour colour = Colour::RED; double area = 0; };
+//     }
+//
+//     KELM_ENUM(geom::Colour, KELM_VALUE(RED), KELM_VALUE(GREEN))
+//     KELM_CLASS(geom::Point, KELM_MODEL(x), KELM_MODEL(y))
+//     KELM_CLASS(geom::Circle, KELM_MODEL(centre), KELM_MODEL(radius), KELM_MODEL(colour).AddedIn(1), KELM_FIELD(area))
+//
+//     kelm::RegisterTypes<geom::Colour, geom::Point, geom::Circle>(target);
+//
+// The declarations stand at global scope, each type under its full name, which is the name that it is registered by.
+// Types may use each other in any order; all must be described where one of them is registered. A class that keeps its
+// fields to itself makes Description a friend: `friend struct kelm::Description<geom::Point>;`.
+
+#include <klObject/api.h>
+#include <klObject/describe/Records.h>
+#include <klObject/types/Registry.h>
+
+#include <array>
+#include <cstddef>
+
+// offsetof of a class that is not of standard layout works where no virtual base is in the way, which the compiler
+// refuses by itself.
+#define KELM_DESCRIPTION(TYPE, KIND, ...)                                                                              \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Winvalid-offsetof\"") template <>                \
+    struct kelm::Description<TYPE> : ::kelm::KIND                                                                      \
+    {                                                                                                                  \
+        using Self = TYPE;                                                                                             \
+        static constexpr char s_name[] = #TYPE;                                                                        \
+        __VA_ARGS__                                                                                                    \
+    };                                                                                                                 \
+    _Pragma("GCC diagnostic pop")
+
+// A class: KELM_CLASS(geom::Point, kelm::Persistable(), KELM_MODEL(x), KELM_MODEL(y)), with any number of fields and
+// options, in the order in which positional data sources give them.
+#define KELM_CLASS(TYPE, ...)                                                                                          \
+    KELM_DESCRIPTION(                                                                                                  \
+        TYPE, ClassDescription, static constexpr auto Members() { return ::kelm::ListMembers(__VA_ARGS__); })
+
+// A model field, which may be followed by .AddedIn(release), .DroppedIn(release) and .As<typedef>().
+#define KELM_MODEL(MEMBER) ::kelm::MakeModelField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER))
+
+// An ordinary field.
+#define KELM_FIELD(MEMBER) ::kelm::MakeOrdinaryField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER))
+
+// In place of model fields: the class has the model of its member, a described class.
+#define KELM_MODEL_OF(MEMBER) ::kelm::MakeEmbeddedModel<decltype(Self::MEMBER)>(offsetof(Self, MEMBER))
+
+// An enumeration of 32 bits, its values contiguous or not: KELM_ENUM(geom::Colour, KELM_VALUE(RED), KELM_VALUE(BLUE)).
+#define KELM_ENUM(TYPE, ...)                                                                                           \
+    KELM_DESCRIPTION(                                                                                                  \
+        TYPE, EnumDescription,                                                                                         \
+        static constexpr auto Values() { return std::to_array<::kelm::EnumValue>({__VA_ARGS__}); })
+#define KELM_VALUE(ENUMERATOR) ::kelm::MakeEnumValue(#ENUMERATOR, Self::ENUMERATOR)
+
+// A variant, a name for each alternative: KELM_VARIANT(geom::Extent, "radius", "box").
+#define KELM_VARIANT(TYPE, ...)                                                                                        \
+    KELM_DESCRIPTION(                                                                                                  \
+        TYPE, VariantDescription,                                                                                      \
+        static constexpr auto AlternativeNames() { return std::to_array<::kelm::ConstStringZ>({__VA_ARGS__}); })
+
+// A typedef: KELM_TYPEDEF(geom::Metres, double), where Metres is a class that is declared and no more. Fields of the
+// type double are described as Metres by KELM_MODEL(length).As<geom::Metres>().
+#define KELM_TYPEDEF(TYPE, ...) KELM_DESCRIPTION(TYPE, TypedefDescription, using Type = __VA_ARGS__;)
+
+namespace kelm
+{
+
+// Register a descriptor under a target; a name that the registry refuses fails an assertion.
+KLOBJECT_API void RegisterDescriptor(const ReflectedClass& descriptor, XTarget* target);
+KLOBJECT_API void RegisterDescriptor(const ReflectedVariant& descriptor, XTarget* target);
+KLOBJECT_API void RegisterDescriptor(const ReflectedEnum& descriptor, XTarget* target);
+KLOBJECT_API void RegisterDescriptor(const ReflectedTypedef& descriptor, XTarget* target);
+KLOBJECT_API void RegisterDescriptor(const ReflectedInterface& descriptor, XTarget* target);
+
+// Registers a type, described here or by hand.
+template <class T>
+void Register(XTarget* target)
+{
+    static_assert(Described<T> || HandDescribed<T>,
+                  "this type is not described: KELM_CLASS, KELM_ENUM, KELM_VARIANT or KELM_TYPEDEF must stand before");
+    RegisterDescriptor(_GetReflected(static_cast<const T*>(nullptr)), target);
+}
+
+template <class... Ts>
+void RegisterTypes(XTarget* target)
+{
+    (Register<Ts>(target), ...);
+}
+
+} // namespace kelm

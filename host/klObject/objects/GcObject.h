@@ -1,0 +1,143 @@
+#pragma once
+
+// GcObject<T>: makes a described C++ class T an object that the collector can own.
+//
+// The object's memory is one block: the collector's record and the object's identity, and behind them the T, whose
+// address is the handle's self. T is described (Describe.h), or a `const ReflectedClass& _GetReflected(const T*)` is
+// found by argument-dependent look-up; the handles that T holds are found through it. An object is seen as
+// kelm::IObject, and as kelm::IPersistable where its class lists that name among its interfaces. A member function
+// `void OnGarbageCollect()` of T, if there is one, is called before the object is destroyed as garbage.
+//
+//     ptr<IObject> object = CreateGcObject<Point>();
+//     RegisterGcObject(object);
+//     static_cast<Point*>(object.self())->m_x = 1;
+
+#include <klObject/api.h>
+#include <klObject/describe/Description.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klUtils/types.h>
+
+#include <cstddef>
+#include <new>
+
+namespace kelm
+{
+
+// What lies right in front of the T.
+struct GcObjectHeader
+{
+    SysState m_state;
+    ObjectId m_id = 0;
+};
+
+// How every GcObject answers QueryInterface and BindInterface. Interfaces are told apart by name.
+KLOBJECT_API InterfaceHandle QueryGcObjectInterface(void* self, const IPersistableFns& fns, const ReflectedClass& rc,
+                                                    const ReflectedInterface& wanted);
+
+// The functions behind the function table of T, GcObjectFns<T>.
+template <class T>
+class GcObject
+{
+public:
+    // A default-constructed T that nobody owns yet. Throws std::bad_alloc and what T's constructor throws.
+    static ptr<IObject> Create();
+
+    static InterfaceHandle QueryInterface(void* self, const ReflectedInterface& wanted);
+    static const ReflectedClass* GetReflectedClass(const void*)
+    {
+        return &_GetReflected(static_cast<const T*>(nullptr));
+    }
+    static void VisitObjects(const void* self, IObjectVisitor& visitor)
+    {
+        VisitObjectsInClassInstance(*GetReflectedClass(self), self, visitor);
+    }
+    static void OnGarbageCollect([[maybe_unused]] void* self)
+    {
+        if constexpr (requires(T & object) { object.OnGarbageCollect(); })
+            static_cast<T*>(self)->OnGarbageCollect();
+    }
+    static void Destroy(void* self)
+    {
+        static_cast<T*>(self)->~T();
+        Free(static_cast<char*>(self) - s_objectOffset);
+    }
+    static SysState& GetSysState(void* self) { return GetHeader(self).m_state; }
+    static ObjectId GetObjectId(const void* self) { return GetHeader(const_cast<void*>(self)).m_id; }
+    static void SetObjectId(void* self, ObjectId id) { GetHeader(self).m_id = id; }
+
+private:
+    static constexpr std::size_t s_alignment = alignof(T) > alignof(GcObjectHeader) ? alignof(T)
+                                                                                    : alignof(GcObjectHeader);
+    static constexpr std::size_t s_objectOffset =
+        (sizeof(GcObjectHeader) + s_alignment - 1) / s_alignment * s_alignment;
+    static constexpr bool s_isOveraligned = s_alignment > __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+
+    static char* Allocate()
+    {
+        constexpr std::size_t size = s_objectOffset + sizeof(T);
+        if constexpr (s_isOveraligned)
+            return static_cast<char*>(::operator new(size, std::align_val_t(s_alignment)));
+        else
+            return static_cast<char*>(::operator new(size));
+    }
+    static void Free(char* block)
+    {
+        if constexpr (s_isOveraligned)
+            ::operator delete(block, std::align_val_t(s_alignment));
+        else
+            ::operator delete(block);
+    }
+    static GcObjectHeader& GetHeader(void* self)
+    {
+        return *reinterpret_cast<GcObjectHeader*>(static_cast<char*>(self) - sizeof(GcObjectHeader));
+    }
+};
+
+// The function table of the objects of T (ReflectedClass::m_objectFns).
+template <class T>
+inline constexpr IPersistableFns GcObjectFns = {{
+                                                    GcObject<T>::QueryInterface,
+                                                    GcObject<T>::QueryInterface,
+                                                    GcObject<T>::GetReflectedClass,
+                                                    GcObject<T>::VisitObjects,
+                                                    GcObject<T>::OnGarbageCollect,
+                                                    GcObject<T>::Destroy,
+                                                    GcObject<T>::GetSysState,
+                                                },
+                                                GcObject<T>::GetObjectId,
+                                                GcObject<T>::SetObjectId};
+
+template <class T>
+InterfaceHandle GcObject<T>::QueryInterface(void* self, const ReflectedInterface& wanted)
+{
+    return QueryGcObjectInterface(self, GcObjectFns<T>, *GetReflectedClass(self), wanted);
+}
+
+template <class T>
+ptr<IObject> GcObject<T>::Create()
+{
+    char* const block = Allocate();
+    char* const self = block + s_objectOffset;
+    try
+    {
+        ::new (static_cast<void*>(self)) T();
+    }
+    catch (...)
+    {
+        Free(block);
+        throw;
+    }
+    ::new (static_cast<void*>(self - sizeof(GcObjectHeader))) GcObjectHeader();
+    return {self, &GcObjectFns<T>};
+}
+
+// A new object of T that nobody owns yet (ReflectedClass::m_createFn): hand it to RegisterGcObject.
+template <class T>
+ptr<IObject> CreateGcObject()
+{
+    return GcObject<T>::Create();
+}
+
+} // namespace kelm

@@ -1,0 +1,345 @@
+#include <klObject/values/ReflectedVariable.h>
+
+#include <klObject/containers/private/MapEntry.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/private/ClassFields.h>
+#include <klObject/types/private/TypeCodes.h>
+#include <klObject/values/private/CheckedType.h>
+#include <klObject/values/private/ScalarTypes.h>
+#include <klUtils/KelmAssertionError.h>
+#include <klUtils/StackSegment.h>
+#include <klUtils/xvector.h>
+
+#include <cstring>
+#include <vector>
+
+// One walk over two variables serves both questions. It ends at the first difference; the sign of its result is the
+// order of the variables there (or says no more than that they differ, where equality alone was asked for).
+
+namespace kelm
+{
+
+namespace
+{
+
+constexpr ConstStringZ s_sourceFile = "host/klObject/values/CompareReflectedVariable";
+
+enum EQuestion
+{
+    QUESTION_EQUAL,
+    QUESTION_ORDER,
+};
+
+// Variables of one type, side by side.
+struct Operand
+{
+    ReflectionByteCode m_type;
+    const char* m_data;
+
+    Operand At(ReflectionByteCode type, ssize_t offset) const { return {type, m_data + offset}; }
+};
+
+int CompareElements(EQuestion question, Operand a, Operand b, ssize_t count);
+
+template <class T>
+int Compare(const T& a, const T& b)
+{
+    return a < b ? -1 : b < a;
+}
+
+// Calls compare(i) for each i below `count` up to the first difference.
+template <class CompareAt>
+int CompareEach(ssize_t count, CompareAt compareAt)
+{
+    for (ssize_t i = 0; i < count; ++i)
+        if (const int order = compareAt(i))
+            return order;
+    return 0;
+}
+
+// Values that have both operators. A NaN is neither equal to anything nor less.
+template <class T>
+int CompareValues(EQuestion question, const T& a, const T& b)
+{
+    if (question == QUESTION_EQUAL)
+        return a == b ? 0 : 1;
+    return Compare(a, b);
+}
+
+template <class T>
+int CompareScalars(EQuestion question, const char* a, const char* b, ssize_t count)
+{
+    constexpr auto size = static_cast<ssize_t>(sizeof(T));
+    return CompareEach(count, [&](ssize_t i)
+                       { return CompareValues(question, LoadScalar<T>(a + i * size), LoadScalar<T>(b + i * size)); });
+}
+
+template <class T>
+int CompareStrings(EQuestion question, const char* a, const char* b, ssize_t count)
+{
+    return CompareEach(
+        count, [&](ssize_t i)
+        { return CompareValues(question, reinterpret_cast<const T*>(a)[i], reinterpret_cast<const T*>(b)[i]); });
+}
+
+// What a type's own operations answer, for a class or variant that has those that the question needs.
+bool HasOwnAnswer(EQuestion question, const TypeOps* ops)
+{
+    return ops != nullptr && (question == QUESTION_EQUAL ? ops->m_equalsFn : ops->m_lessFn) != nullptr;
+}
+
+int CompareByOps(EQuestion question, const TypeOps& ops, const char* a, const char* b)
+{
+    if (question == QUESTION_EQUAL)
+        return ops.m_equalsFn(a, b) ? 0 : 1;
+    return ops.m_lessFn(a, b) ? -1 : ops.m_lessFn(b, a);
+}
+
+int CompareClasses(EQuestion question, const Operand& a, const Operand& b, ssize_t count)
+{
+    const ReflectedClass& rc = GetClass(a.m_type, s_sourceFile);
+    if (HasOwnAnswer(question, rc.m_ops))
+        return CompareEach(
+            count, [&](ssize_t i)
+            { return CompareByOps(question, *rc.m_ops, a.m_data + i * rc.m_size, b.m_data + i * rc.m_size); });
+
+    const ClassFields fields(rc);
+    // Nothing is known of what an opaque class holds, and a guess would be wrong. An empty C++ class has one byte.
+    const bool isOpaque = fields.size() == 0 && rc.m_size > 1;
+    KELM_ASSERT(!isOpaque);
+    return CompareEach(count,
+                       [&](ssize_t i)
+                       {
+                           return CompareEach(fields.size(),
+                                              [&](ssize_t f)
+                                              {
+                                                  const ClassFields::Field field = fields[f];
+                                                  if (!field.m_isPresent)
+                                                      return 0;
+                                                  const ssize_t offset = i * rc.m_size + field.m_offset;
+                                                  return CompareElements(question, a.At(field.m_type, offset),
+                                                                         b.At(field.m_type, offset), 1);
+                                              });
+                       });
+}
+
+int CompareVariant(EQuestion question, const ReflectedVariant& rv, const Operand& a, const Operand& b)
+{
+    if (HasOwnAnswer(question, rv.m_ops))
+        return CompareByOps(question, *rv.m_ops, a.m_data, b.m_data);
+    if (const int order = Compare(LoadScalar<int32>(a.m_data), LoadScalar<int32>(b.m_data)))
+        return order;
+    const ReflectedField& alternative = GetAlternative(rv, a.m_data, s_sourceFile);
+    const ReflectionByteCode type = GetAlternativeType(rv, alternative);
+    return CompareElements(question, a.At(type, alternative.m_offset), b.At(type, alternative.m_offset), 1);
+}
+
+int CompareVariants(EQuestion question, const Operand& a, const Operand& b, ssize_t count)
+{
+    const ReflectedVariant& rv = GetVariant(a.m_type, s_sourceFile);
+    return CompareEach(
+        count, [&](ssize_t i)
+        { return CompareVariant(question, rv, a.At(a.m_type, i * rv.m_size), b.At(b.m_type, i * rv.m_size)); });
+}
+
+int CompareVectors(EQuestion question, const Operand& a, const Operand& b)
+{
+    const auto& bytesOfA = *reinterpret_cast<const VectorOfByte*>(a.m_data);
+    const auto& bytesOfB = *reinterpret_cast<const VectorOfByte*>(b.m_data);
+    const int orderOfSizes = Compare(bytesOfA.size(), bytesOfB.size());
+    if (question == QUESTION_EQUAL && orderOfSizes != 0)
+        return orderOfSizes;
+    const ssize_t common = orderOfSizes < 0 ? bytesOfA.size() : bytesOfB.size();
+    if (common == 0)
+        return orderOfSizes;
+
+    const ReflectionByteCode typeOfA = a.m_type.GetElementType();
+    const ReflectionByteCode typeOfB = b.m_type.GetElementType();
+    const ssize_t elementSize = typeOfA.GetTypeSize();
+    KELM_ASSERT(elementSize > 0);
+    KELM_ASSERT(common % elementSize == 0);
+    const int order =
+        CompareElements(question, {typeOfA, bytesOfA.data()}, {typeOfB, bytesOfB.data()}, common / elementSize);
+    return order != 0 ? order : orderOfSizes;
+}
+
+// Maps and sets can only be walked from within: the entries of one are listed, those of the other compared with them.
+struct MapWalk
+{
+    EQuestion m_question;
+    ReflectionByteCode m_keyTypeOfA;
+    ReflectionByteCode m_keyTypeOfB;
+    ReflectionByteCode m_payloadTypeOfA; // null in a set
+    ReflectionByteCode m_payloadTypeOfB;
+    std::vector<MapEntry> m_entriesOfA;
+    std::size_t m_passed = 0;
+    int m_order = 0;
+
+    static bool CompareNext(void* context, const void* key, void* payload)
+    {
+        auto& walk = *static_cast<MapWalk*>(context);
+        if (walk.m_passed == walk.m_entriesOfA.size())
+            return false;
+        const MapEntry entry = walk.m_entriesOfA[walk.m_passed++];
+        walk.m_order = CompareElements(walk.m_question, {walk.m_keyTypeOfA, entry.m_key},
+                                       {walk.m_keyTypeOfB, static_cast<const char*>(key)}, 1);
+        if (walk.m_order == 0 && walk.m_payloadTypeOfA.m_bc != nullptr)
+            walk.m_order = CompareElements(walk.m_question, {walk.m_payloadTypeOfA, entry.m_payload},
+                                           {walk.m_payloadTypeOfB, static_cast<const char*>(payload)}, 1);
+        return walk.m_order == 0;
+    }
+};
+
+template <class Fns>
+int CompareEntries(MapWalk& walk, const Fns* fnsOfA, const Fns* fnsOfB, const Operand& a, const Operand& b)
+{
+    KELM_ASSERT(fnsOfA);
+    KELM_ASSERT(fnsOfB);
+    const int orderOfCounts = Compare(fnsOfA->Count(a.m_data), fnsOfB->Count(b.m_data));
+    if (walk.m_question == QUESTION_EQUAL && orderOfCounts != 0)
+        return orderOfCounts;
+    walk.m_entriesOfA = ListEntries(*fnsOfA, a.m_data);
+    fnsOfB->ForEach(b.m_data, MapWalk::CompareNext, &walk);
+    return walk.m_order != 0 ? walk.m_order : orderOfCounts;
+}
+
+int CompareMapsOrSets(EQuestion question, const Operand& a, const Operand& b)
+{
+    KELM_ASSERT(a.m_type.m_mapOrSetFns);
+    KELM_ASSERT(b.m_type.m_mapOrSetFns);
+    MapWalk walk;
+    walk.m_question = question;
+    walk.m_keyTypeOfA = a.m_type.GetElementType();
+    walk.m_keyTypeOfB = b.m_type.GetElementType();
+    if (a.m_type.GetCode() == FT_SET)
+        return CompareEntries(walk, a.m_type.m_mapOrSetFns->setFns, b.m_type.m_mapOrSetFns->setFns, a, b);
+    walk.m_payloadTypeOfA = walk.m_keyTypeOfA;
+    walk.m_payloadTypeOfA.ScanType();
+    walk.m_payloadTypeOfB = walk.m_keyTypeOfB;
+    walk.m_payloadTypeOfB.ScanType();
+    return CompareEntries(walk, a.m_type.m_mapOrSetFns->mapFns, b.m_type.m_mapOrSetFns->mapFns, a, b);
+}
+
+int CompareHandles(const Operand& a, const Operand& b, ssize_t i)
+{
+    constexpr ssize_t size = sizeof(ptr<IObject>);
+    return Compare(reinterpret_cast<uint64>(LoadScalar<ptr<IObject>>(a.m_data + i * size).self()),
+                   reinterpret_cast<uint64>(LoadScalar<ptr<IObject>>(b.m_data + i * size).self()));
+}
+
+// By identity in the store; objects that no store has seen by their addresses. Nothing is loaded.
+int ComparePrefs(const Operand& a, const Operand& b, ssize_t i)
+{
+    constexpr ssize_t size = sizeof(prefbase);
+    const auto refA = LoadScalar<prefbase>(a.m_data + i * size);
+    const auto refB = LoadScalar<prefbase>(b.m_data + i * size);
+    const ObjectId id = refA.GetObjectId();
+    if (const int order = Compare(id, refB.GetObjectId()))
+        return order;
+    if (id != 0)
+        return 0;
+    return Compare(reinterpret_cast<uint64>(refA.GetLoaded().self()),
+                   reinterpret_cast<uint64>(refB.GetLoaded().self()));
+}
+
+// Compares `count` variables of one type.
+int CompareElements(EQuestion question, Operand a, Operand b, ssize_t count)
+{
+    if (IsStackLow())
+    {
+        int order = 0;
+        CallOnFreshSegment([&] { order = CompareElements(question, a, b, count); });
+        return order;
+    }
+    ssize_t countOfB = count;
+    a.m_type = EnterArrays(a.m_type, count, s_sourceFile);
+    b.m_type = EnterArrays(b.m_type, countOfB, s_sourceFile);
+    const TypeCode& code = GetTypeCode(a.m_type);
+    const auto advance = [&](ssize_t i, auto compare)
+    { return compare(question, a.At(a.m_type, i * code.m_size), b.At(b.m_type, i * code.m_size)); };
+    switch (code.m_kind)
+    {
+    case VK_NONE: KELM_ASSERT(code.m_kind != VK_NONE); return 0;
+    case VK_ARRAY:
+    case VK_VOID: return 0;
+    case VK_SCALAR:
+        return VisitScalarType(
+            a.m_type.GetCode(),
+            [&]<class T>(std::type_identity<T>) { return CompareScalars<T>(question, a.m_data, b.m_data, count); },
+            [] { return 0; });
+    case VK_ENUM: return CompareScalars<int32>(question, a.m_data, b.m_data, count);
+    case VK_STRING8: return CompareStrings<xstring>(question, a.m_data, b.m_data, count);
+    case VK_STRING16: return CompareStrings<xstring16>(question, a.m_data, b.m_data, count);
+    case VK_CLASS: return CompareClasses(question, a, b, count);
+    case VK_VARIANT: return CompareVariants(question, a, b, count);
+    case VK_VECTOR: return CompareEach(count, [&](ssize_t i) { return advance(i, CompareVectors); });
+    case VK_MAP:
+    case VK_SET: return CompareEach(count, [&](ssize_t i) { return advance(i, CompareMapsOrSets); });
+    case VK_HANDLE: return CompareEach(count, [&](ssize_t i) { return CompareHandles(a, b, i); });
+    case VK_PREF: return CompareEach(count, [&](ssize_t i) { return ComparePrefs(a, b, i); });
+    }
+    return 0;
+}
+
+// The order of two types: by the codes of the underlying types, then by what follows these. Names are compared as
+// texts, since each string table has its own.
+int CompareTypes(ReflectionByteCode a, ReflectionByteCode b)
+{
+    for (;;)
+    {
+        a.AdvanceToUnderlyingType2();
+        b.AdvanceToUnderlyingType2();
+        if (a.m_bc == b.m_bc && a.m_stringTable == b.m_stringTable)
+            return 0;
+        if (const int order = Compare<uint8>(a.GetCode(), b.GetCode()))
+            return order;
+        const TypeCode& code = GetTypeCode(a);
+        if (a.GetCode() == FT_ARRAY)
+        {
+            if (const int order = Compare(a.GetArrayCount(), b.GetArrayCount()))
+                return order;
+        }
+        else if (code.m_operandBytes > 0)
+        {
+            return std::strcmp(a.GetName(), b.GetName());
+        }
+        if (code.m_types == 0)
+            return 0;
+        a = a.GetElementType();
+        b = b.GetElementType();
+        if (code.m_types == 2)
+        {
+            if (const int order = CompareTypes(a, b))
+                return order;
+            a.ScanType();
+            b.ScanType();
+        }
+    }
+}
+
+int CompareVariables(EQuestion question, const Operand& a, const Operand& b)
+{
+    if (a.m_type.m_bc == nullptr || b.m_type.m_bc == nullptr)
+        return Compare(a.m_type.m_bc != nullptr, b.m_type.m_bc != nullptr);
+    if (const int order = CompareTypes(a.m_type, b.m_type))
+        return order;
+    return CompareElements(question, a, b, 1);
+}
+
+} // namespace
+
+bool CompareEqReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2, const void* p2)
+{
+    return CompareVariables(QUESTION_EQUAL, {rbc1, static_cast<const char*>(p1)},
+                            {rbc2, static_cast<const char*>(p2)}) == 0;
+}
+
+bool CompareLtReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2, const void* p2)
+{
+    return CompareVariables(QUESTION_ORDER, {rbc1, static_cast<const char*>(p1)},
+                            {rbc2, static_cast<const char*>(p2)}) < 0;
+}
+
+} // namespace kelm

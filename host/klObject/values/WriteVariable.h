@@ -1,0 +1,58 @@
+#pragma once
+
+// Writing reflected variables and objects as data source text, so that what is written reads back equal.
+//
+// Classes are written with the names of their members, objects under the full names of their classes, floats in the
+// digits that lose nothing, enumerators by name. Reading starts from what the creation of an object gives and only adds
+// to vectors and maps; so what these hold from the start is not written again.
+//
+// Nothing is written where WriteException is thrown. Some values have no text that would read back; the message says
+// where the value lies and why.
+
+#include <klObject/api.h>
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
+#include <klUtils/IException.h>
+#include <klUtils/xostream.h>
+#include <klUtils/xstring.h>
+
+#include <exception>
+
+namespace kelm
+{
+
+struct WriteOptions
+{
+    int m_indent = 0; // columns for each level of nesting; 0 puts everything on one line, without spare blanks
+};
+
+// A value that data source text cannot give:
+// - a cycle of objects (an object that is reached twice, but not from within itself, is written twice);
+// - an object of a class without a creation function or of the name "null", or a class of which no field is described;
+// - an enumeration's value that is none of its enumerators, or one whose name is no identifier;
+// - a 16-bit string with a lone surrogate, a 16-bit character that no 8-bit one gives, a 128-bit integer;
+// - a null persistent reference or an empty set anywhere but as a class's member, where it is left out, and any set
+//   that holds elements;
+// - a vector or map that lacks elements which creation gives;
+// - an alternative of a variant whose name is not made of identifiers with "::" between them, or reads as another one;
+//   one behind an alternative of such a name is refused too, since its name might.
+class KLOBJECT_API WriteException : public IException, public std::exception
+{
+public:
+    explicit WriteException(xstring description);
+    ~WriteException() override;
+
+    void Write(xostream& os) const override; // the description
+    const char* what() const noexcept override;
+
+    xstring m_description; // ".items[3].colour: 7 is no value of enum geom::Colour"
+};
+
+// The value of a variable, as it stands behind a member's "=". A variable read into must be default-constructed.
+KLOBJECT_API void WriteVariable(xostream& os, ReflectionByteCode type, const void* data,
+                                const WriteOptions& options = {});
+
+// An object with all that it references, as a whole data source; "null" for a null handle.
+KLOBJECT_API void WriteObject(xostream& os, ptr<IObject> object, const WriteOptions& options = {});
+
+} // namespace kelm

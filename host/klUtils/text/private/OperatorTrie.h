@@ -1,0 +1,85 @@
+#pragma once
+
+// Longest match over the operators' spellings: a trie built from their table at compile time. Every beginning of an
+// operator is an operator itself, so scanning follows the trie as far as it goes and never backs up.
+
+#include <klUtils/text/EToken.h>
+#include <klUtils/types.h>
+
+#include <array>
+
+namespace kelm
+{
+
+struct OperatorTrie
+{
+    using Node = uint8; // 0 is the root, and "no such node" as a successor
+
+    static constexpr int MaxNodes = s_numOperators + 1;
+    static constexpr int MaxSymbols = 32;
+
+    std::array<uint8, 256> m_symbol{}; // the column of each operator character; 0 for every other byte
+    std::array<std::array<Node, MaxSymbols>, MaxNodes> m_next{};
+    std::array<EToken, MaxNodes> m_token{};
+    std::array<EToken, 256> m_tokenOfChar{}; // the operators of one character
+    int m_numNodes = 1;
+    int m_numSymbols = 1;
+
+    constexpr OperatorTrie()
+    {
+        for (EToken& token : m_token)
+            token = TOKEN_UNDEF;
+        for (const OperatorSpelling& row : s_operatorSpellings)
+            Add(row);
+    }
+
+    // The operator of one character.
+    EToken TokenOf(char c) const { return m_tokenOfChar[static_cast<unsigned char>(c)]; }
+
+    // Every node stands for an operator, so that longest match needs no way back.
+    constexpr bool IsClosed() const
+    {
+        for (int node = 1; node < m_numNodes; ++node)
+            if (m_token[static_cast<std::size_t>(node)] == TOKEN_UNDEF)
+                return false;
+        return m_numNodes == s_numOperators + 1 && m_numSymbols <= MaxSymbols;
+    }
+
+private:
+    constexpr void Add(const OperatorSpelling& row)
+    {
+        std::size_t node = 0;
+        for (const char* c = row.m_text; *c != '\0'; ++c)
+        {
+            uint8& symbol = m_symbol[static_cast<unsigned char>(*c)];
+            if (symbol == 0)
+                symbol = static_cast<uint8>(m_numSymbols++);
+            Node& next = m_next[node][symbol];
+            if (next == 0)
+                next = static_cast<Node>(m_numNodes++);
+            node = next;
+        }
+        m_token[node] = row.m_token;
+        if (row.m_text[1] == '\0')
+            m_tokenOfChar[static_cast<unsigned char>(row.m_text[0])] = row.m_token;
+    }
+};
+
+inline constexpr OperatorTrie s_operatorTrie;
+static_assert(s_operatorTrie.IsClosed());
+
+// The operator that begins at `p`, which is advanced past it. The first character must begin an operator.
+inline EToken ScanOperator(const char*& p, const char* end)
+{
+    std::size_t node = 0;
+    do
+    {
+        const std::size_t next = s_operatorTrie.m_next[node][s_operatorTrie.m_symbol[static_cast<unsigned char>(*p)]];
+        if (next == 0)
+            break;
+        node = next;
+    } while (++p != end);
+    return s_operatorTrie.m_token[node];
+}
+
+} // namespace kelm

@@ -1,0 +1,75 @@
+#include <klUtils/text/ShortText.h>
+
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+#include <rapidcheck/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kelm
+{
+namespace
+{
+
+// A view of memory that holds nothing but the text, so that the sanitizer sees whoever reads beyond it.
+struct ExactText
+{
+    explicit ExactText(const std::string& text) : m_bytes(text.begin(), text.end()) {}
+
+    const char* begin() const { return m_bytes.data(); }
+    const char* end() const { return m_bytes.data() + m_bytes.size(); }
+    SubString View() const { return {begin(), end()}; }
+
+    std::vector<char> m_bytes;
+};
+
+TEST(ShortText, IsAWordWithItsFirstCharacterLowestAndZerosAbove)
+{
+    const std::pair<const char*, uint64> rows[] = {
+        {"", 0},
+        {"a", 0x61},
+        {"ab", 0x6261},
+        {"abc", 0x636261},
+        {"abcd", 0x64636261},
+        {"abcde", 0x6564636261},
+        {"abcdef", 0x666564636261},
+        {"abcdefg", 0x67666564636261},
+        {"abcdefgh", 0x6867666564636261},
+        {"\xff\x80", 0x80ff},
+    };
+    for (const auto& [text, word] : rows)
+    {
+        const ExactText exact(text);
+        EXPECT_EQ(WordOfShortText(exact.begin(), exact.View().size()), word) << text;
+    }
+}
+
+RC_GTEST_PROP(ShortText, IsCountedUpToTheFirstOfTwoCharacters, ())
+{
+    const auto bytes = *rc::gen::container<std::string>(
+        8, rc::gen::oneOf(rc::gen::element('.', '[', '\xae', '\xdb', '/', 'Z', '\0'), rc::gen::arbitrary<char>()));
+    const uint64 word = LoadWord<uint64>(bytes.data());
+    const std::size_t count = std::min<std::size_t>(bytes.find_first_of(".["), 8);
+    RC_ASSERT(CountBefore(word, '.', '[') == static_cast<ssize_t>(count));
+    if (count < 8)
+        RC_ASSERT(FirstCharacters(word, static_cast<ssize_t>(count)) ==
+                  WordOfShortText(bytes.data(), static_cast<ssize_t>(count)));
+}
+
+RC_GTEST_PROP(KnownText, BeginsWhatItsCharactersBegin, ())
+{
+    const auto anyText = [](int maxSize)
+    { return *rc::gen::resize(maxSize, rc::gen::container<std::string>(rc::gen::element('a', 'b', '\0'))); };
+    const std::string known = anyText(20);
+    const std::string text = *rc::gen::element(known, anyText(20), known.substr(0, known.size() / 2)) + anyText(12);
+    const ExactText exactKnown(known);
+    const ExactText exact(text);
+    RC_ASSERT(KnownText(exactKnown.View()).Begins(exact.begin(), exact.end()) == text.starts_with(known));
+    RC_CLASSIFY(text.starts_with(known), "begins");
+}
+
+} // namespace
+} // namespace kelm
