@@ -8,6 +8,7 @@
 #include <klUtils/text/private/NearestDouble.h>
 #include <klUtils/types.h>
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
@@ -156,40 +157,40 @@ inline const char* ReadShortDouble(SubString text, double& value)
     return p;
 }
 
-// The nearest double, where one multiplication gives it.
-inline bool TryReadExactly(const DecimalFloat& parts, double& value)
+// The nearest float, where 64 bits hold the digits and it is finite.
+template <class Float>
+inline bool TryReadExactly(const DecimalFloat& parts, Float& value)
 {
-    if (!parts.HasAllDigits() || parts.m_exponent < s_minPowerOfFive || parts.m_exponent > s_maxPowerOfFive)
+    if (!parts.HasAllDigits())
         return false;
-    value = parts.m_digits != 0 ? NearestDouble(parts.m_digits, static_cast<int>(parts.m_exponent)) : 0.0;
-    return true;
+    constexpr int64 farthest = 1000; // farther out, nothing changes any more
+    const auto power = static_cast<int>(std::clamp(parts.m_exponent, -farthest, farthest));
+    value = parts.m_digits != 0 ? NearestFloat<Float>(parts.m_digits, power) : Float(0);
+    return value <= std::numeric_limits<Float>::max();
+}
+
+template <class Float>
+inline bool ReadParts(const DecimalFloat& parts, SubString literal, Float& value)
+{
+    if (!parts.IsWhole(literal))
+        return false;
+    if (TryReadExactly(parts, value) || std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
+        return true;
+    value = 0;
+    return !parts.IsLarge();
 }
 
 // The double nearest to a decimal literal of digits, point and exponent; false where the text is none or lies beyond
 // the range of double. A value too small for double is zero.
 inline bool ReadDouble(SubString literal, double& value)
 {
-    if (ReadShortDouble(literal, value) == literal.m_p2)
-        return true;
-    const DecimalFloat parts(literal);
-    if (!parts.IsWhole(literal))
-        return false;
-    if (TryReadExactly(parts, value) || std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
-        return true;
-    value = 0.0;
-    return !parts.IsLarge();
+    return ReadShortDouble(literal, value) == literal.m_p2 || ReadParts(DecimalFloat(literal), literal, value);
 }
 
 // The same for the nearest 32-bit float, which rounding twice, through double, would not always give.
 inline bool ReadFloat(SubString literal, float& value)
 {
-    const DecimalFloat parts(literal);
-    if (!parts.IsWhole(literal))
-        return false;
-    if (std::from_chars(literal.m_p1, literal.m_p2, value).ec == std::errc())
-        return true;
-    value = 0.0F;
-    return !parts.IsLarge();
+    return ReadParts(DecimalFloat(literal), literal, value);
 }
 
 } // namespace kelm

@@ -9,7 +9,9 @@
 #include <bit>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <limits>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <type_traits>
@@ -394,6 +396,36 @@ RC_GTEST_PROP(FloatReads, TakeBackWhatWasWritten, (uint64 bits))
     const std::string narrowText = ToStdString(NumberText(narrow));
     parser.Init(ViewOf(narrowText));
     RC_ASSERT(std::bit_cast<uint32>(parser.ParseFloat32(false)) == static_cast<uint32>(bits));
+}
+
+// Of every power of ten and any number of digits, and of numbers halfway between two floats with their neighbours.
+TEST(FloatReads, OfFloat32GiveTheNearestOne)
+{
+    std::mt19937_64 random(3);
+    const auto expectNearest = [](uint64 digits, int power)
+    {
+        const std::string text = std::to_string(digits) + "e" + std::to_string(power);
+        const float expected = std::strtof(text.c_str(), nullptr);
+        if (std::isinf(expected))
+            return;
+        ExpressionParser parser;
+        parser.Init({text.data(), text.data() + text.size()});
+        ASSERT_EQ(std::bit_cast<uint32>(parser.ParseFloat32(false)), std::bit_cast<uint32>(expected)) << text;
+    };
+    for (int power = -70; power <= 40; ++power)
+        for (int i = 0; i < 1000; ++i)
+        {
+            const uint64 bits = random();
+            expectNearest(bits >> (i % 64), power);
+        }
+    uint64 powerOfFive = 1;
+    for (int power = 0; power <= 10; ++power, powerOfFive *= 5)
+        for (int i = 0; i < 1000; ++i)
+        {
+            const uint64 halfway = uint64(1) << 24 | random() >> 40 | 1;
+            for (const uint64 neighbour : {halfway * powerOfFive - 1, halfway * powerOfFive, halfway * powerOfFive + 1})
+                expectNearest(neighbour, -power);
+        }
 }
 
 } // namespace

@@ -222,14 +222,16 @@ void ExpectReadsLikeTheStandardLibrary(uint64 digits, int power)
 {
     const std::string text = std::to_string(digits) + "e" + std::to_string(power);
     const double expected = std::strtod(text.c_str(), nullptr);
+    if (std::isinf(expected))
+        return;
     ASSERT_EQ(std::bit_cast<uint64>(TokenOf(text).GetLiteralDouble()), std::bit_cast<uint64>(expected)) << text;
 }
 
 TEST(FloatLiterals, OfAnyNumberOfDigitsReadTheNearestDouble)
 {
     std::mt19937_64 random(1);
-    for (int power = -70; power <= 70; ++power)
-        for (int i = 0; i < s_numDraws; ++i)
+    for (int power = -345; power <= 308; ++power)
+        for (int i = 0; i < s_numDraws / 5; ++i)
         {
             const uint64 bits = random();
             ExpectReadsLikeTheStandardLibrary(bits >> (i % 64), power);
