@@ -193,7 +193,7 @@ public:
     {
         struct sigaction action = {};
         action.sa_handler = TellRunning;
-        action.sa_flags = SA_RESETHAND;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
         for (std::size_t i = 0; i < std::size(s_signals); ++i)
             ::sigaction(s_signals[i], &action, &m_before[i]);
     }
