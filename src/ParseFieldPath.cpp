@@ -11,7 +11,9 @@
 #include <klUtils/xostream.h>
 #include <klUtils/xvector.h>
 
+#include <atomic>
 #include <iterator>
+#include <limits>
 
 namespace kelm
 {
@@ -58,6 +60,8 @@ struct ImpossibleTypes
 
 constexpr ImpossibleTypes s_impossible;
 
+std::atomic<ssize_t> s_growthLimit = std::numeric_limits<ssize_t>::max();
+
 void RequirePossibleType(ETypeByteCode code)
 {
     if (const ConstStringZ condition = s_impossible.m_conditions[code])
@@ -65,6 +69,11 @@ void RequirePossibleType(ETypeByteCode code)
 }
 
 } // namespace
+
+ssize_t SetPathGrowthLimit(ssize_t numOctets)
+{
+    return s_growthLimit.exchange(numOctets, std::memory_order_relaxed);
+}
 
 // --- The position ----------------------------------------------------------------------------------------------------
 
@@ -220,11 +229,13 @@ void ExpressionPathNavigator::StepIntoDynArray(const ReflectionByteCode& type)
     const ssize_t elementSize = m_rbc.GetTypeSize();
     m_parser.ParseGivenToken(TOKEN_LEFT_SQUARE, "[");
     const int32 index = m_parser.ParseInt32(false);
-    if (index < 0)
-        ThrowIndexOutOfRange("Array", index);
-    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
     const ssize_t offset = index * elementSize;
+    const bool isBeyondLimit =
+        offset >= V.size() && offset > s_growthLimit.load(std::memory_order_relaxed) - elementSize;
+    if (index < 0 || isBeyondLimit)
+        ThrowIndexOutOfRange("Array", index);
+    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
     if (offset >= V.size())
         V.resize(offset + elementSize);
     m_data = V.data() + offset;

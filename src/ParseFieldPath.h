@@ -23,6 +23,10 @@ namespace kelm
 // LexScannerExceptions at the current token; what a description makes impossible (a dropped field, a const field, a
 // class without a model, a map) fails an assertion. Arrays grown on the way stay grown.
 
+// A dynamic array that a path makes grow comes to no more than so many octets: an index beyond them is out of range.
+// Without end unless set; 0 lets none grow. For all paths of the process; returns what was set before.
+KLKELMSCRIPT_API ssize_t SetPathGrowthLimit(ssize_t numOctets);
+
 enum EPathNavigatorMode : int32
 {
     PNM_READ_ACCESS = 0, // raises the read barrier before each position is looked at

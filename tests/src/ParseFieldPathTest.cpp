@@ -489,6 +489,25 @@ TEST_F(FieldPath, KeepsTheGrowthWhereTheRestFails)
     EXPECT_EQ(As<Containers>(object).m_dynPoints.size(), 4);
 }
 
+TEST_F(FieldPath, GrowsADynamicArrayNoFurtherThanALimitAllows)
+{
+    const ptr<IObject> object = New<Containers>();
+    const ssize_t before = SetPathGrowthLimit(4 * 3);
+    const FailingPath rows[] = {
+        {".dyn[[3]", "Array index 3 out of range", 7},
+        {".dyn[[2147483647]", "Array index 2147483647 out of range", 16},
+        {".dynPoints[[1].x", "Array index 1 out of range", 13},
+    };
+    ExpectFailures(object, rows);
+    EXPECT_EQ(As<Containers>(object).m_dyn.size(), 1);
+    const void* reached = Walk(object, ".dyn[[2]", false).m_address;
+    EXPECT_EQ(reached, &As<Containers>(object).m_dyn[2]);
+    EXPECT_EQ(SetPathGrowthLimit(0), 4 * 3);
+    reached = Walk(object, ".dyn[[2]", true).m_address; // which is there
+    EXPECT_EQ(reached, &As<Containers>(object).m_dyn[2]);
+    EXPECT_EQ(SetPathGrowthLimit(before), 0);
+}
+
 // --- Handles ---------------------------------------------------------------------------------------------------------
 
 TEST_F(FieldPath, GoesThroughHandlesToTheObjectsBehind)

@@ -164,6 +164,9 @@ void AppendQuoted(xstring& out, SubString text, char quote)
 
 constexpr ConstStringZ s_null = "null"; // what stands for a null handle
 
+// Lines are not indented further behind so many levels: deep data would be blanks for the most part.
+constexpr int s_maxIndentedDepth = 16;
+
 // The last identifier of a qualified name.
 SubString ShortName(SubString name)
 {
@@ -264,7 +267,7 @@ private:
     xstring m_text;
     int m_indent;
     int m_depth = 0;
-    ssize_t m_lineStart = 0;
+    ssize_t m_lineStart = 0; // behind the indentation
     std::vector<Step> m_steps;
     std::set<const void*> m_objects; // that are being written
     std::map<const ReflectedClass*, DefaultVariable> m_defaults;
@@ -275,10 +278,10 @@ void Writer::BreakLine()
     if (m_indent == 0)
         return;
     Put("\n");
-    m_lineStart = m_text.size();
-    const ssize_t columns = static_cast<ssize_t>(m_indent) * m_depth;
+    const ssize_t columns = static_cast<ssize_t>(m_indent) * std::min(m_depth, s_maxIndentedDepth);
     for (ssize_t i = 0; i < columns; ++i)
         Put(" ");
+    m_lineStart = m_text.size();
 }
 
 xstring Writer::GetText(const Step& step)

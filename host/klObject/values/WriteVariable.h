@@ -23,7 +23,9 @@ namespace kelm
 
 struct WriteOptions
 {
-    int m_indent = 0; // columns for each level of nesting; 0 puts everything on one line, without spare blanks
+    // Columns for each level of nesting, of which deep data have no more than sixteen; 0 puts everything on one line,
+    // without spare blanks.
+    int m_indent = 0;
 };
 
 // A value that data source text cannot give:

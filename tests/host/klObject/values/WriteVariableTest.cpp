@@ -358,6 +358,18 @@ TEST(WriteContainers, BreaksLongListsOfShortElements)
     EXPECT_EQ(Text(list).find('\n'), std::string::npos);
 }
 
+TEST(WriteContainers, MeasuresLinesFromTheirIndentation)
+{
+    xvector<int> list;
+    for (int i = 0; i < 60; ++i)
+        list.push_back(100 + i);
+    constexpr WriteOptions indented = {.m_indent = 7};
+    const std::string text = Text(list, indented);
+    const std::string nested = Text(xvector<xvector<int>>{list}, indented);
+    EXPECT_EQ(nested.substr(0, 9), "[\n       ");
+    EXPECT_EQ(nested.substr(9, text.find('\n')), text.substr(0, text.find('\n')));
+}
+
 TEST(WriteContainers, RefusesSetsThatHoldElements)
 {
     Containers c;
@@ -566,6 +578,18 @@ TEST(WriteObject, FollowsObjectsToAnyDepth)
     const std::string text = TextOfObject(chain);
     EXPECT_EQ(text.substr(text.size() - 30), std::string(" m_cache=0} m_cache=0} m_cache=0}").substr(3));
     CollectGarbage();
+}
+
+// Twice as deep is twice as long, not four times.
+TEST(WriteObject, StopsIndentingDeepData)
+{
+    RegisterTypesOnce();
+    const Owned<Person> people[50];
+    for (int i = 0; i < 49; ++i)
+        people[i]->SetPartner(people[i + 1].Get());
+    const std::string text = TextOfObject(people[0].Get(), s_indented);
+    EXPECT_NE(text.find("\n" + std::string(32, ' ') + "m_cache"), std::string::npos);
+    EXPECT_EQ(text.find(std::string(33, ' ')), std::string::npos);
 }
 
 TEST(WriteObject, ShowsTheEndOfALongWay)
