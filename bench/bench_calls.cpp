@@ -1,8 +1,9 @@
 // Does the work of one row of the comparison so many times and nothing else that matters, for counting instructions:
 // the difference between two numbers of calls is what the calls cost.
 //
-//     bench_calls                  lists the rows: the units of one call, what a unit is, and the name
-//     bench_calls ROW CALLS
+//     bench_calls                        lists the rows: the units of one call, what a unit is, and the name
+//     bench_calls contenders             lists who does them
+//     bench_calls ROW CONTENDER CALLS
 
 #include "support/ExpressionTexts.h"
 #include "support/ObjectTexts.h"
@@ -77,7 +78,6 @@ Row ObjectRow(const char* name, const char* unit, long units, std::function<std:
     return {name, unit, units, prepare};
 }
 
-// Fewer elements than in the comparison: the instructions for each are the same, but for a map's.
 std::vector<Row> MakeRows()
 {
     constexpr long count = 20'000;
@@ -86,13 +86,6 @@ std::vector<Row> MakeRows()
         rows.push_back(ExpressionRow(expression));
     rows.push_back(PathRow("path of 3 steps", ".items[3].name"));
     rows.push_back(PathRow("path of 7 steps", ".scene.nodes[2].mesh.parts[1].weight"));
-    rows.push_back(ObjectRow("integers", "value", count, [] { return TextsOf(MakeIntegers(count)).m_ours; }));
-    rows.push_back(
-        ObjectRow("doubles of 17 digits", "value", count, [] { return TextsOf(MakeDoubles(count)).m_ours; }));
-    rows.push_back(
-        ObjectRow("records", "value", count * s_valuesPerRecord, [] { return TextsOf(MakeRecords(count)).m_ours; }));
-    rows.push_back(
-        ObjectRow("map of 20 k strings to integers", "value", count, [] { return TextsOf(MakeCounts(count)).m_ours; }));
     rows.push_back(ObjectRow("members out of order, class of 5", "member", count,
                              [] { return MembersText("sample::Fives", count / 5, 5); }));
     rows.push_back(ObjectRow("members out of order, class of 100", "member", count,
@@ -111,11 +104,13 @@ int main(int argc, char** argv)
         if (argc == 1)
             for (const Row& row : rows)
                 std::printf("%ld\t%s\t%s\n", row.m_unitsPerCall, row.m_unit, row.m_name.c_str());
+        if (argc == 2)
+            std::puts("KelmScript");
         for (const Row& row : rows)
-            if (argc == 3 && row.m_name == argv[1])
+            if (argc == 4 && row.m_name == argv[1])
             {
                 const std::function<void()> work = row.m_prepare();
-                for (long i = std::stol(argv[2]); i > 0; --i)
+                for (long i = std::stol(argv[3]); i > 0; --i)
                     work();
             }
     }

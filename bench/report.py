@@ -287,7 +287,7 @@ def write_document(results, limits, docs):
     text = replace_between_marks(text, "peers", peers_text(peers, limits))
     text = replace_between_marks(text, "ahead", ahead_text(peers))
     text = replace_between_marks(
-        text, "instructions", instructions_text(load(os.path.join(results, "instructions.json")))
+        text, "instructions", instructions_text(load("bench/instructions.json"))
     )
     with open(path, "w") as file:
         file.write(text)
