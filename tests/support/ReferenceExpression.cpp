@@ -142,6 +142,7 @@ void Evaluator::ParseAssignment(KSValue& literal)
         {TOKEN_SLASH_EQUAL, Divide},
         {TOKEN_PERCENT_EQUAL, Modulo},
     };
+    static const KSValue s_void;
     ParseConditional(literal);
     for (std::size_t i = 0; i < std::size(s_rows);)
         if (s_rows[i].m_token != Kind())
@@ -152,7 +153,7 @@ void Evaluator::ParseAssignment(KSValue& literal)
             KSValue y;
             ParseConditional(y);
             Assign(literal, s_rows[i].m_operation(literal, y));
-            literal = KSValue();
+            literal = s_void;
             i = 0;
         }
 }

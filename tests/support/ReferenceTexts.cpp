@@ -48,10 +48,10 @@ std::string AnyContents(Random& random)
     std::string text = AnyOf(random, s_plain, AnyLength(random));
     if (random.OneIn(3))
         for (std::size_t n = 1 + random.Below(random.OneIn(4) ? 40 : 4); n > 0; --n)
-            text.insert(random.Below(text.size() + 1), random.Of(s_parts));
-    if (random.OneIn(20))
+            text += random.Of(s_parts) + AnyOf(random, s_plain, random.Below(random.OneIn(2) ? 3 : 30));
+    if (random.OneIn(100))
         text.insert(random.Below(text.size() + 1), random.Of(s_wrong));
-    if (random.OneIn(40))
+    if (random.OneIn(100))
         text.insert(random.Below(text.size() + 1), 1, '\0');
     return text;
 }
