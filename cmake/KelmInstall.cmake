@@ -5,7 +5,8 @@ include(CMakePackageConfigHelpers)
 get_property(libraries GLOBAL PROPERTY KELM_LIBRARIES)
 install(TARGETS ${libraries} EXPORT KelmScriptTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET kelmscript)
-    install(TARGETS kelmscript RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS kelmscript kelmscriptPrompt RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+                                                LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 
 foreach(library klUtils klObject klPersistStore klMacroExpander)

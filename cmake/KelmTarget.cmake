@@ -11,7 +11,13 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
-set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN")
+# Run paths are the same here and after installation: one that is written again then is padded with empty entries, which
+# mean the current folder, whoever's that is.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib")
+if(NOT CMAKE_INSTALL_LIBDIR STREQUAL "lib")
+    list(APPEND CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+endif()
 
 find_program(KELM_CCACHE ccache)
 if(KELM_CCACHE)
@@ -59,6 +65,7 @@ function(kelm_library name)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${ARG_INCLUDE_ROOT}>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
+    set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN")
     # Neighbouring members joined into one wide load would wait for the narrower stores that made them.
     target_compile_options(${name} PRIVATE -fno-tree-slp-vectorize)
     # Calls inside a library need no detour through its symbol table. --no-as-needed keeps libraries that are loaded

@@ -20,10 +20,10 @@ install_packages() {
         >/dev/null
 }
 
-build_packages=(g++ cmake ninja-build ccache libcli11-dev nlohmann-json3-dev libreadline-dev)
+build_packages=(g++ cmake ninja-build ccache libreadline-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev clang-format-14)
 clang_packages=(clang libclang-rt-14-dev)
-bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev
+bench_packages=(libbenchmark-dev nlohmann-json3-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev
                 libprotobuf-dev protobuf-compiler pkg-config python3 valgrind)
 peer_packages=(clang-19 libc++-19-dev libc++abi-19-dev)
 

@@ -1,5 +1,7 @@
 #include "Tool.h"
 
+#include <support/Terminal.h>
+
 #include <gmock/gmock.h>
 
 namespace kelm
@@ -15,7 +17,8 @@ constexpr char s_runHelp[] = "Run with --help for more information.\n";
 
 TEST(CommandLine, TellsTheVersion)
 {
-    EXPECT_EQ(RunTool({"--version"}), (ProgramResult{0, "kelmscript " KELM_VERSION "\n", ""}));
+    for (const char* option : {"--version", "-V"})
+        EXPECT_EQ(RunTool({option}), (ProgramResult{0, "kelmscript " KELM_VERSION "\n", ""}));
 }
 
 TEST(CommandLine, HelpNamesTheSubcommandsAndExitCodes)
@@ -33,6 +36,7 @@ TEST(CommandLine, EachSubcommandHasHelpWithExamples)
     for (const std::string command : {"eval", "repl", "check", "print", "get", "set", "types"})
     {
         const ProgramResult result = RunTool({command, "--help"});
+        EXPECT_EQ(RunTool({command, "-h"}), result);
         EXPECT_EQ(result.m_exitCode, 0);
         EXPECT_EQ(result.m_errors, "");
         EXPECT_THAT(result.m_output, HasSubstr("Usage: kelmscript " + command));
@@ -50,7 +54,16 @@ const UsageRow s_usages[] = {
     {{}, "A subcommand is required"},
     {{"evla", "1"}, "evla is no subcommand; did you mean eval?"},
     {{"frobnicate"}, "frobnicate is no subcommand"},
-    {{"-V"}, "The following argument was not expected: -V"},
+    {{"-x"}, "The following argument was not expected: -x"},
+    {{"-x", "--yes", "eval", "1"}, "The following arguments were not expected: -x --yes"},
+    {{"types", "a", "b"}, "The following argument was not expected: b"},
+    {{"eval", "-f", "a", "--file=b"}, "--file is given twice"},
+    {{"eval", "--json=1", "1"}, "--json takes no value"},
+    {{"eval", "-f", "--json"}, "--file: 1 required FILE missing"},
+    {{"eval", "--max-size", "large", "1"}, "--max-size: large is no size, such as 4096, 64M or 2G"},
+    {{"eval", "--max-size", "1T", "1"}, "--max-size: 1T is no size, such as 4096, 64M or 2G"},
+    {{"eval", "--max-size", "9999999999999999999", "1"},
+     "--max-size: 9999999999999999999 is no size, such as 4096, 64M or 2G"},
     {{"eval", "--bar"}, "The following argument was not expected: --bar"},
     {{"eval", "-x"}, "The following argument was not expected: -x"},
     {{"eval", "-f", "a", "1"}, "EXPR excludes --file"},
@@ -108,8 +121,68 @@ TEST(UnusableModule, IsReported)
                                      "kelmscript: error: cannot load module " + row.m_module + ": " + row.m_why + "\n"};
         EXPECT_EQ(RunTool({"eval", "--module", row.m_module, "1"}), expected);
         EXPECT_EQ(RunTool({"--module", row.m_module, "eval", "1"}), expected);
-        EXPECT_EQ(RunTool({"eval", "1"}, "", {{"KELMSCRIPT_MODULES", row.m_module}}), expected);
+        if (row.m_module.starts_with('/'))
+        {
+            EXPECT_EQ(RunTool({"eval", "1"}, "", {{"KELMSCRIPT_MODULES", row.m_module}}), expected);
+        }
     }
+}
+
+TEST(CommandLine, TakesValuesOfOptionsBehindAnEqualsSign)
+{
+    EXPECT_EQ(RunTool({"types", "--module=" KELM_TOOL_TYPES, "tool::Sealed"}),
+              RunToolWithTypes({"types", "tool::Sealed"}));
+}
+
+// --- What lies in the current folder is someone else's
+
+ProgramResult RunToolIn(const std::string& folder, const std::vector<std::string>& arguments,
+                        EnvironmentChanges changes = {})
+{
+    std::vector<std::string> command = {"/bin/sh", "-c", "cd \"$0\" && exec \"$@\"", folder, KELMSCRIPT};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    changes.insert({{"KELMSCRIPT_MODULES", ""}, {"LC_ALL", "C"}});
+    return RunProgram(command, {}, changes);
+}
+
+TEST(HostileFolder, GivesTheToolNoLibrary)
+{
+    const TemporaryFolder folder;
+    for (const char* library : {"libc.so.6", "libm.so.6", "libgcc_s.so.1", "libstdc++.so.6", "libreadline.so.8",
+                                "libtinfo.so.6", "libklUtils.so", "libklMacroExpander.so", "libkelmscriptPrompt.so"})
+        folder.MakeFile(library, "no library");
+    EXPECT_EQ(RunToolIn(folder.GetPath(), {"eval", "1 + 1"}), (ProgramResult{0, "2\n", ""}));
+    Terminal prompt({"/bin/sh", "-c", "cd \"$0\" && exec \"$@\"", folder.GetPath(), KELMSCRIPT, "repl"},
+                    {{"TERM", "dumb"}, {"XDG_STATE_HOME", folder.GetPath()}, {"INPUTRC", "/dev/null"}});
+    EXPECT_THAT(prompt.ReadUntil("kelm> "), StartsWith("kelmscript " KELM_VERSION ", :help for help\r\n"));
+    prompt.Type("\x04");
+    EXPECT_EQ(prompt.Wait(), 0);
+}
+
+TEST(HostileFolder, GivesTheEnvironmentNoModule)
+{
+    const std::filesystem::path module = KELM_TOOL_TYPES;
+    const std::string folder = module.parent_path();
+    const std::string name = module.filename();
+    for (const std::string path : {"", "relative", "."})
+        EXPECT_EQ(RunToolIn(folder, {"types"}, {{"KELMSCRIPT_MODULES", name}, {"KELMSCRIPT_MODULE_PATH", path}}),
+                  (ProgramResult{2, "",
+                                 "kelmscript: error: cannot load module " + name +
+                                     ": no folder of KELMSCRIPT_MODULE_PATH has it\n"}));
+    EXPECT_EQ(RunToolIn(folder, {"types"}, {{"KELMSCRIPT_MODULES", "./" + name}}),
+              (ProgramResult{2, "",
+                             "kelmscript: error: cannot load module ./" + name +
+                                 ": KELMSCRIPT_MODULES holds whole paths, and names of files in "
+                                 "KELMSCRIPT_MODULE_PATH\n"}));
+}
+
+TEST(Module, IsFoundInTheFoldersThatTheEnvironmentNames)
+{
+    const std::filesystem::path module = KELM_TOOL_TYPES;
+    EXPECT_EQ(RunTool({"types"}, "",
+                      {{"KELMSCRIPT_MODULES", module.filename()},
+                       {"KELMSCRIPT_MODULE_PATH", "/nowhere::" + module.parent_path().string()}}),
+              RunToolWithTypes({"types"}));
 }
 
 TEST(Module, IsLoadedFromTheCommandLineAndTheEnvironment)

@@ -2,7 +2,13 @@
 
 #include "Tool.h"
 
+#include <support/Terminal.h>
+
 #include <gmock/gmock.h>
+
+#include <chrono>
+#include <csignal>
+#include <functional>
 
 #include <sys/stat.h>
 
@@ -297,7 +303,6 @@ const FieldRow s_fields[] = {
     {".scores[1]", "int32 2", R"({"type":"int32","value":2})"},
     {".tags", "xvector<xstring> [\"a\",\"b\"]", R"({"type":"xvector<xstring>","value":["a","b"]})"},
     {".samples[[1]", "tool::Point Point{x=0.0 y=4.0}", R"({"type":"tool::Point","value":{"x":0.0,"y":4.0}})"},
-    {".samples[[7].x", "float64 0.0", R"({"type":"float64","value":0.0})"}, // grows, in memory alone
     {".extent", "tool::Extent Point {x=3.0 y=4.0}",
      R"({"type":"tool::Extent","value":{"tool::Point":{"x":3.0,"y":4.0}}})"},
     {".first.next.text", "xstring \"second\"", R"({"type":"xstring","value":"second"})"},
@@ -457,6 +462,10 @@ const std::pair<std::vector<std::string>, std::string> s_setErrors[] = {
      "<path>:1:2: error: Identifier nosuch is not a model field of class tool::Scene\n"
      ".nosuch\n"
      " ^\n"},
+    {{".samples[[2147483647].x", "1"}, // 32 GiB
+     "<path>:1:21: error: Array index 2147483647 out of range\n"
+     ".samples[[2147483647].x\n"
+     "                    ^\n"},
     {{"", "1"},
      "<path>:1:1: error: the object itself cannot be set: name a field\n"
      "\n"
@@ -486,42 +495,70 @@ TEST_F(DataSource, SetRefusesTrailingText)
     EXPECT_EQ(TextOfFile(File()), text);
 }
 
-TEST_F(DataSource, SetInPlaceReplacesTheFile)
+// --- The cost of small texts
+
+double SecondsOf(const std::function<void()>& f)
 {
-    EXPECT_EQ(RunOn("tool::Frame {}", {"set", "-i", "FILE", ".y", "2"}), (ProgramResult{0, "", ""}));
-    EXPECT_EQ(TextOfFile(File()), "tool::Frame {\n    x = 0.0\n    y = 2.0\n    width = 0.0\n}\n");
-    EXPECT_EQ(RunToolWithTypes({"set", "--in-place", "--compact", File(), ".x", "1"}), (ProgramResult{0, "", ""}));
-    EXPECT_EQ(TextOfFile(File()), "tool::Frame{x=1.0 y=2.0 width=0.0}\n");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder.GetPath()), {}), 1); // nothing left beside it
+    const auto start = std::chrono::steady_clock::now();
+    f();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-TEST_F(DataSource, SetInPlaceKeepsPermissionsAndLinks)
+// Each took minutes, or gigabytes, where the cost grew with the square of the text.
+constexpr double s_maxSeconds = 10;
+
+TEST_F(DataSource, PrintCostsInStepWithTheText)
 {
-    namespace fs = std::filesystem;
-    m_folder.MakeFile("scene.kds", "tool::Note {}");
-    chmod(File().c_str(), 0640);
-    const fs::path link = m_folder.GetPath() / "link.kds";
-    fs::create_symlink("scene.kds", link);
-    EXPECT_EQ(RunToolWithTypes({"set", "-i", "--compact", link, ".text", "\"x\""}), (ProgramResult{0, "", ""}));
-    EXPECT_TRUE(fs::is_symlink(link));
-    EXPECT_EQ(TextOfFile(File()), "tool::Note{text=\"x\" next=null}\n");
-    struct stat status = {};
-    ASSERT_EQ(stat(File().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    std::string map = "tool::Scene { counts = [";
+    for (int i = 0; i < 100000; ++i)
+        map += "\"key" + std::to_string(i) + "\" -> 1, ";
+    map += "\"end\" -> 1] }";
+    const double seconds = SecondsOf(
+        [&]
+        {
+            const ProgramResult result = RunOn(map, {"print", "--json", "FILE"});
+            EXPECT_EQ(result.m_exitCode, 0);
+            EXPECT_LT(result.m_output.size(), 3 * map.size());
+        });
+    EXPECT_LT(seconds, s_maxSeconds);
+
+    const std::string deep = Chain(5000);
+    const ProgramResult print = RunOn(deep, {"print", "FILE"});
+    EXPECT_EQ(print.m_exitCode, 0);
+    EXPECT_LT(print.m_output.size(), 10 * deep.size());
+    const std::string lessDeep = Chain(450);
+    const ProgramResult json = RunOn(lessDeep, {"print", "--json", "FILE"});
+    EXPECT_EQ(json.m_exitCode, 0);
+    EXPECT_LT(json.m_output.size(), 10 * lessDeep.size());
 }
 
-TEST_F(DataSource, SetInPlaceFailsWholeWhereItCannotWrite)
+TEST_F(DataSource, PathsThatLookMakeNothingGrow)
 {
-#ifdef KELM_COVERAGE
-    GTEST_SKIP() << "the limit on files stops the coverage's own ones, too";
+    EXPECT_EQ(RunOn(s_scene, {"get", "FILE", ".samples[[2147483647].x"}),
+              (ProgramResult{1, "",
+                             "<path>:1:21: error: Array index 2147483647 out of range\n"
+                             ".samples[[2147483647].x\n"
+                             "                    ^\n"}));
+    EXPECT_EQ(RunOn(s_scene, {"set", "--max-size", "48", "FILE", ".samples[[3].x", "1"}).m_exitCode, 1);
+}
+
+// --- Faults of others
+
+#if defined(__x86_64__)
+// Not every division that the processor refuses is the one of expressions.
+TEST_F(DataSource, LetsAFaultInAModuleThrough)
+{
+    EXPECT_EQ(RunOn("tool::Faulty {}", {"check", "FILE"}), (ProgramResult{-SIGFPE, "", ""}));
+}
 #endif
-    const std::string file = m_folder.MakeFile("scene.kds", "tool::Note {}");
-    const ProgramResult result =
-        RunProgram({"/bin/sh", "-c", "ulimit -f 0; trap '' XFSZ; exec \"$0\" \"$@\"", KELMSCRIPT, "--module",
-                    KELM_TOOL_TYPES, "set", "-i", file, ".text", "\"x\""});
-    EXPECT_EQ(result, (ProgramResult{1, "", "kelmscript: error: cannot replace " + file + ": File too large\n"}));
-    EXPECT_EQ(TextOfFile(File()), "tool::Note {}");
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(m_folder.GetPath()), {}), 1);
+
+TEST(Signals, AnArithmeticFaultFromOutsideKills)
+{
+    Terminal terminal(ToolCommand({"eval"}), {{"TERM", "dumb"}});
+    terminal.Type("1 + 1\n");
+    terminal.ReadUntil("2\r\n");
+    terminal.Send(SIGFPE);
+    EXPECT_EQ(terminal.Wait(), -SIGFPE);
 }
 
 #ifdef KELM_EXAMPLE_DATA

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+
 namespace kelm
 {
 
@@ -85,6 +87,18 @@ TEST(Repl, NeverPromptsInAPipe)
     EXPECT_EQ(RunTool({"repl"}, "1\n(2\n)\n").m_output, "1\n2\n");
 }
 
+// Each line was looked at again with every line behind it.
+TEST(Repl, ReadsAnEntryOfManyLinesInOnePass)
+{
+    constexpr int numLines = 100000;
+    std::string entry = "(0\n";
+    for (int i = 0; i < numLines; ++i)
+        entry += "+1\n";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(RunTool({"repl"}, entry + ")\n"), (ProgramResult{0, std::to_string(numLines) + "\n", ""}));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+}
+
 // --- With a data source
 
 TEST(Repl, FollowsPathsOfWhatIsLoaded)
@@ -130,6 +144,28 @@ TEST(Repl, PrintsWhatIsLoaded)
                              "}\n",
                              ""}));
     EXPECT_EQ(TextOfFile(note), "tool::Note { text = \"a\" }"); // the file is left alone
+}
+
+// What they have made is collected, or memory would not do.
+TEST(Repl, FailedLoadsLeaveNothing)
+{
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer needs more memory than this";
+#endif
+    const TemporaryFolder folder;
+    std::string text = "tool::Scene { notes = [";
+    for (int i = 0; i < 20000; ++i)
+        text += "tool::Note { text = \"some text that does not lie inline\" }, ";
+    const std::string file = folder.MakeFile("bad.kds", text + "?");
+    std::string input;
+    for (int i = 0; i < 50; ++i)
+        input += ":load " + file + "\n";
+    const ProgramResult result = RunProgram(
+        {"/bin/sh", "-c", "ulimit -v 100000; exec \"$0\" \"$@\"", KELMSCRIPT, "repl", "--module", KELM_TOOL_TYPES},
+        input + "1 + 1\n");
+    EXPECT_EQ(result.m_exitCode, 1);
+    EXPECT_EQ(result.m_output, "2\n");
+    EXPECT_THAT(result.m_errors, ::testing::Not(HasSubstr("out of memory")));
 }
 
 TEST(Repl, KeepsWhatIsLoadedWhereLoadingFails)

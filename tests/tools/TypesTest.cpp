@@ -12,6 +12,7 @@ TEST(Types, ListsWhatIsRegisteredByKind)
                                                           "classes:\n"
                                                           "    kelm::ReflectedValue\n"
                                                           "    kelm::ReflectionByteCode\n"
+                                                          "    tool::Faulty\n"
                                                           "    tool::Frame\n"
                                                           "    tool::Note\n"
                                                           "    tool::Point\n"

@@ -1,6 +1,5 @@
 #include "Attempt.h"
 
-#include "DivisionWatch.h"
 #include "Suggest.h"
 
 #include <klKelmScript/KSValue.h>
@@ -22,21 +21,22 @@ std::size_t OffsetOf(const SourceText& source, const char* position)
     return position < text.m_p1 || text.m_p2 < position ? 0 : static_cast<std::size_t>(position - text.m_p1);
 }
 
-std::optional<Failure> RunAndCatch(const SourceText& source, const ParserBase& parser, const std::function<void()>& f)
+} // namespace
+
+Failure FailureOfException(const SourceText& source, const ParserBase& parser)
 {
     const auto atLastToken = [&](ConstStringZ kind, const std::string& message) {
         return Failure{kind, message, OffsetOf(source, parser.m_prevToken.m_str.m_p1), {}};
     };
     try
     {
-        f();
-        return std::nullopt;
+        throw;
     }
     catch (const LexScannerException& e)
     {
         const std::size_t offset = OffsetOf(source, e.m_pos);
         const std::string message(e.m_description.view());
-        return Failure{"syntax", message, offset, SuggestNames(source, parser, message, offset)};
+        return {"syntax", message, offset, SuggestNames(source, parser, message, offset)};
     }
     catch (const KSValueException& e)
     {
@@ -54,18 +54,12 @@ std::optional<Failure> RunAndCatch(const SourceText& source, const ParserBase& p
     }
 }
 
-} // namespace
-
-std::optional<Failure> Attempt(const SourceText& source, const ParserBase& parser, const std::function<void()>& f)
+Failure FailureOfDivision(const SourceText& source, const LSToken& place)
 {
-    const DivisionWatch watch(parser);
-    std::optional<Failure> failure = RunAndCatch(source, parser, f);
-    if (watch.HasFaulted()) // whatever came later came of its substitute result
-        return Failure{"division",
-                       "Division fault: -9223372036854775808 divided by -1 is beyond int64",
-                       OffsetOf(source, watch.GetPlace().m_str.m_p1),
-                       {}};
-    return failure;
+    return {"division",
+            "Division fault: -9223372036854775808 divided by -1 is beyond int64",
+            OffsetOf(source, place.m_str.m_p1),
+            {}};
 }
 
 } // namespace kelm::tool

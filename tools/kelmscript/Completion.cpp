@@ -1,14 +1,12 @@
 #include "Completion.h"
 
 #include "BuiltIns.h"
+#include "GrowthLimit.h"
 #include "Names.h"
 
-#include <klKelmScript/ParseFieldPath.h>
 #include <klObject/objects/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
-#include <klUtils/xvector.h>
 
-#include <cstdlib>
 #include <cstring>
 
 namespace kelm::tool
@@ -29,7 +27,8 @@ Field FindField(ptr<IObject> object, const std::string& path)
     xstring error;
     try
     {
-        // As if for writing: completion is no reason to bring data in.
+        // As if for writing: completion is no reason to bring data in, nor to change any.
+        const GrowthLimit limit(0);
         field.m_data = NavigatePathToField(object, path.c_str(), field.m_type, true, error);
     }
     catch (const KelmAssertionError&)
@@ -39,22 +38,6 @@ Field FindField(ptr<IObject> object, const std::string& path)
     if (field.m_data != nullptr && field.m_type.m_bc != nullptr)
         field.m_type.AdvanceToUnderlyingType2();
     return field;
-}
-
-// Whether following the path would make a dynamic array grow.
-bool Grows(ptr<IObject> object, const std::string& path)
-{
-    for (std::size_t at = path.find("[["); at != std::string::npos; at = path.find("[[", at + 2))
-    {
-        const Field array = FindField(object, path.substr(0, at));
-        if (array.m_data == nullptr || array.m_type.m_bc == nullptr || array.m_type.GetCode() != FT_DYNARRAY)
-            return true;
-        const ssize_t size = static_cast<const VectorOfByte*>(array.m_data)->size();
-        const long index = std::strtol(path.c_str() + at + 2, nullptr, 0);
-        if (index >= size / array.m_type.GetElementType().GetTypeSize())
-            return true;
-    }
-    return false;
 }
 
 const ReflectedClass* ClassOf(ptr<IObject> object)
@@ -117,8 +100,6 @@ std::vector<std::string> FieldNamesAt(ptr<IObject> object, const std::string& pa
     if (!object || !path.ends_with('.'))
         return {};
     const std::string parent = path.substr(0, path.size() - 1);
-    if (Grows(object, parent))
-        return {};
     const Field field = FindField(object, parent);
     const ReflectedClass* const rc = field.m_data != nullptr ? ClassAt(object, field) : nullptr;
     return rc != nullptr ? ModelFieldNames(*rc) : std::vector<std::string>();

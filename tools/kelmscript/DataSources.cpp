@@ -3,7 +3,9 @@
 #include "Attempt.h"
 #include "Diagnostics.h"
 #include "Files.h"
+#include "GrowthLimit.h"
 #include "JsonVariable.h"
+#include "Output.h"
 #include "TypeText.h"
 
 #include <klKelmScript/ParseDataSource.h>
@@ -15,8 +17,6 @@
 #include <klUtils/xostream.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <functional>
 #include <memory>
 
 namespace kelm::tool
@@ -26,7 +26,8 @@ namespace
 {
 
 // Runs what reads `source` through the parser, from its first token on; false after a failure was reported.
-bool Read(const SourceText& source, ExpressionParser& parser, const std::function<void()>& read)
+template <class F>
+bool Read(const SourceText& source, ExpressionParser& parser, const F& read)
 {
     const std::optional<Failure> failure = Attempt(source, parser,
                                                    [&]
@@ -63,6 +64,8 @@ std::optional<Field> FindField(ptr<IObject> object, const std::string& path, boo
     }
     ExpressionParser parser;
     Field field{};
+    // Looking is no reason to make a dynamic array grow.
+    const GrowthLimit limit(forWriting ? static_cast<ssize_t>(GetSizeLimit()) : 0);
     const bool isFound = Read(source, parser,
                               [&]
                               {
@@ -120,12 +123,16 @@ bool IsVariant(ReflectionByteCode type)
 
 // --- Texts
 
-// What `write` returns. Nothing, after the error was reported, where a value has no form.
-std::optional<std::string> TryWrite(const std::function<std::string()>& write)
+constexpr int s_indent = 4;
+
+// False, after the error was reported, where `write` finds that a value has no form.
+template <class F>
+bool TryWrite(const F& write)
 {
     try
     {
-        return write();
+        write();
+        return true;
     }
     catch (const WriteException& e)
     {
@@ -139,22 +146,18 @@ std::optional<std::string> TryWrite(const std::function<std::string()>& write)
     {
         ReportError(e.what());
     }
-    return std::nullopt;
+    return false;
 }
 
-std::string Collected(const std::function<void(xostream&)>& write)
+// A stream into a text.
+class StringOutput : public xostream
 {
-    StringStream os(4096);
-    write(os);
-    return std::string(os.GetString().view());
-}
+public:
+    using xostream::put;
+    void put(const char* text, long length) override { m_text.append(text, static_cast<std::size_t>(length)); }
 
-constexpr int s_indent = 4;
-
-std::string DataSourceText(ptr<IObject> object, int indent)
-{
-    return Collected([&](xostream& os) { WriteObject(os, object, {indent}); });
-}
+    std::string m_text;
+};
 
 // Of the object itself, which an empty path names, or of a field.
 std::string TypeOf(ptr<IObject> object, const Field& field)
@@ -162,49 +165,38 @@ std::string TypeOf(ptr<IObject> object, const Field& field)
     return field.m_type.m_bc == nullptr ? object.GetReflectedClass()->m_name : TypeText(field.m_type);
 }
 
-std::string ValueText(ptr<IObject> object, const Field& field)
+void WriteField(xostream& os, ptr<IObject> object, const Field& field)
 {
     if (field.m_type.m_bc == nullptr)
-        return DataSourceText(object, 0);
-    return Collected([&](xostream& os) { WriteVariable(os, field.m_type, field.m_data, {}); });
+        WriteObject(os, object);
+    else
+        WriteVariable(os, field.m_type, field.m_data);
 }
 
-Json ValueJson(ptr<IObject> object, const Field& field)
+void WriteField(JsonText& json, ptr<IObject> object, const Field& field)
 {
-    return field.m_type.m_bc == nullptr ? JsonOfObject(object) : JsonOfVariable(field.m_type, field.m_data);
-}
-
-void Put(const std::string& text)
-{
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fputc('\n', stdout);
+    if (field.m_type.m_bc == nullptr)
+        WriteJson(json, object);
+    else
+        WriteJson(json, field.m_type, field.m_data);
 }
 
 // --- Commands
 
-// Writes a text, if there is one, and gives the exit code.
-int Finish(const std::optional<std::string>& text)
-{
-    if (!text)
-        return EXIT_FAILED;
-    Put(*text);
-    return EXIT_OK;
-}
-
 // Reads the data source that the options name.
 bool LoadFile(const Options& options, ETrailingText trailing, GcRoot& object)
 {
-    const std::optional<SourceText> source = ReadFile(options.m_file);
-    return source && LoadDataSource(*source, trailing, object);
+    const std::optional<FileText> file = ReadFile(options.m_file);
+    return file && LoadDataSource(file->Source(), trailing, object);
 }
 
 bool CheckFile(const std::string& path)
 {
-    const std::optional<SourceText> source = ReadFile(path);
+    const std::optional<FileText> file = ReadFile(path);
     GcRoot object;
-    const bool isRight = source && LoadDataSource(*source, TRAILING_WARNS, object);
+    const bool isRight = file && LoadDataSource(file->Source(), TRAILING_WARNS, object);
     if (isRight)
-        Put(source->m_name + ": ok");
+        PutLine(NameOfFile(path) + ": ok");
     return isRight;
 }
 
@@ -226,13 +218,16 @@ bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& ob
     return isLoaded;
 }
 
-std::optional<std::string> ObjectText(ptr<IObject> object, EForm form)
+bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form)
 {
     return TryWrite(
         [&]
         {
-            return form == FORM_JSON ? IndentedText(JsonOfObject(object))
-                                     : DataSourceText(object, form == FORM_INDENTED ? s_indent : 0);
+            if (form != FORM_JSON)
+                return WriteObject(os, object, {.m_indent = form == FORM_INDENTED ? s_indent : 0});
+            JsonText json(JSON_INDENTED);
+            WriteJson(json, object);
+            os.put(json.GetText().data(), static_cast<long>(json.GetText().size()));
         });
 }
 
@@ -241,13 +236,34 @@ std::optional<std::string> FieldText(ptr<IObject> object, const std::string& pat
     const std::optional<Field> field = FindField(object, path, false);
     if (!field)
         return std::nullopt;
-    return TryWrite(
-        [&]
+    StringOutput text;
+    const auto write = [&]
+    {
+        const std::string type = TypeOf(object, *field);
+        if (!asJson)
         {
-            const std::string type = TypeOf(object, *field);
-            return asJson ? CompactText({{"type", type}, {"value", ValueJson(object, *field)}})
-                          : type + " " + ValueText(object, *field);
-        });
+            text << type.c_str() << " ";
+            return WriteField(text, object, *field);
+        }
+        JsonText json(JSON_COMPACT);
+        json.BeginObject();
+        json.Name("type");
+        json.Text(type);
+        json.Name("value");
+        WriteField(json, object, *field);
+        json.EndObject();
+        text.m_text = json.GetText();
+    };
+    return TryWrite(write) ? std::optional(std::move(text.m_text)) : std::nullopt;
+}
+
+bool PutObject(ptr<IObject> object, EForm form)
+{
+    OutputStream os;
+    const bool isWritten = WriteObjectText(os, object, form);
+    if (isWritten)
+        Put("\n");
+    return isWritten;
 }
 
 bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces)
@@ -287,9 +303,11 @@ int RunPrint(const Options& options)
     GcRoot object;
     if (!LoadFile(options, TRAILING_WARNS, object))
         return EXIT_FAILED;
-    return Finish(ObjectText(object.get(), options.m_json      ? FORM_JSON
-                                           : options.m_compact ? FORM_COMPACT
-                                                               : FORM_INDENTED));
+    return PutObject(object.get(), options.m_json      ? FORM_JSON
+                                   : options.m_compact ? FORM_COMPACT
+                                                       : FORM_INDENTED)
+               ? EXIT_OK
+               : EXIT_FAILED;
 }
 
 int RunGet(const Options& options)
@@ -297,7 +315,10 @@ int RunGet(const Options& options)
     GcRoot object;
     if (!LoadFile(options, TRAILING_WARNS, object))
         return EXIT_FAILED;
-    return Finish(FieldText(object.get(), options.m_path, options.m_json));
+    const std::optional<std::string> text = FieldText(object.get(), options.m_path, options.m_json);
+    if (text)
+        PutLine(*text);
+    return text ? EXIT_OK : EXIT_FAILED;
 }
 
 int RunSet(const Options& options)
@@ -312,10 +333,14 @@ int RunSet(const Options& options)
     if (!LoadFile(options, TRAILING_FAILS, object) ||
         !SetField(object.get(), options.m_path, options.m_value, options.m_replace))
         return EXIT_FAILED;
-    const std::optional<std::string> text = ObjectText(object.get(), options.m_compact ? FORM_COMPACT : FORM_INDENTED);
+    const EForm form = options.m_compact ? FORM_COMPACT : FORM_INDENTED;
     if (!options.m_inPlace)
-        return Finish(text);
-    return text && ReplaceFile(options.m_file, *text + "\n") ? EXIT_OK : EXIT_FAILED;
+        return PutObject(object.get(), form) ? EXIT_OK : EXIT_FAILED;
+    StringOutput text;
+    if (!WriteObjectText(text, object.get(), form))
+        return EXIT_FAILED;
+    text << "\n";
+    return ReplaceFile(options.m_file, text.m_text) ? EXIT_OK : EXIT_FAILED;
 }
 
 } // namespace kelm::tool

@@ -5,6 +5,7 @@
 
 #include <klObject/objects/Collector.h>
 #include <klObject/objects/IObject.h>
+#include <klUtils/xostream.h>
 
 #include <optional>
 #include <string>
@@ -29,8 +30,11 @@ enum EForm
     FORM_JSON,
 };
 
-// An object as text. Nothing, after the error was reported, where it has no such form.
-std::optional<std::string> ObjectText(ptr<IObject> object, EForm form);
+// Writes an object. Writes nothing and gives false, after the error was reported, where it has no such form.
+bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form);
+
+// The same to standard output, with the end of a line.
+bool PutObject(ptr<IObject> object, EForm form);
 
 // The type and value of a field on one line. Nothing, after the error was reported, where there is none.
 std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, bool asJson);

@@ -1,8 +1,11 @@
 #include "Diagnostics.h"
 
+#include "FileDescriptor.h"
+#include "Output.h"
+
 #include <klUtils/types.h>
 
-#include <cstdio>
+#include <clocale>
 #include <cstdlib>
 #include <cwchar>
 #include <unistd.h>
@@ -46,20 +49,30 @@ bool UsesColour()
     return s_usesColour;
 }
 
-void Put(std::string_view text)
+// A message, which is written as one.
+class Message
 {
-    if (!text.empty()) // an empty text may have no address
-        std::fwrite(text.data(), 1, text.size(), stderr);
-}
+public:
+    void Put(std::string_view text) { m_text += text; }
 
-void PutColoured(std::string_view colour, std::string_view text)
-{
-    if (!UsesColour())
-        return Put(text);
-    Put(colour);
-    Put(text);
-    Put(s_reset);
-}
+    void PutColoured(std::string_view colour, std::string_view text)
+    {
+        if (!UsesColour())
+            return Put(text);
+        Put(colour);
+        Put(text);
+        Put(s_reset);
+    }
+
+    void Write() const
+    {
+        FlushOutput();
+        static_cast<void>(WriteAll(STDERR_FILENO, m_text)); // there is nobody else to tell
+    }
+
+private:
+    std::string m_text;
+};
 
 constexpr std::string_view s_replacement = "\xEF\xBF\xBD"; // U+FFFD
 
@@ -82,6 +95,14 @@ std::string Shown(std::string_view text)
     return shown;
 }
 
+// Texts are UTF-8 wherever the tool runs.
+int WidthOf(int32 codePoint)
+{
+    static const char* const s_locale = std::setlocale(LC_CTYPE, "C.UTF-8");
+    static_cast<void>(s_locale);
+    return wcwidth(static_cast<wchar_t>(codePoint));
+}
+
 // White space as wide as the text is on a terminal: a tab stays one, a wide character takes two columns.
 std::string Blanks(std::string_view text)
 {
@@ -89,7 +110,7 @@ std::string Blanks(std::string_view text)
     while (!text.empty())
     {
         const Character c = FirstCharacter(text);
-        const int width = c.m_codePoint < 0x80 ? 1 : wcwidth(static_cast<wchar_t>(c.m_codePoint));
+        const int width = c.m_codePoint < 0x80 ? 1 : WidthOf(c.m_codePoint);
         if (c.m_codePoint == '\t')
             blanks += '\t';
         else
@@ -109,7 +130,7 @@ bool IsInsideCharacter(std::string_view text, std::size_t i)
     return i < text.size() && (text[i] & 0xC0) == 0x80;
 }
 
-void PutLineWithCaret(const SourceLine& line)
+void PutLineWithCaret(Message& text, const SourceLine& line)
 {
     std::string_view before = line.m_text.substr(0, line.m_offset);
     std::string_view behind = line.m_text.substr(line.m_offset);
@@ -131,25 +152,31 @@ void PutLineWithCaret(const SourceLine& line)
         behind = behind.substr(0, cut);
         cutBehind = s_cut;
     }
-    Put(cutBefore);
-    Put(Shown(before));
-    Put(Shown(behind));
-    Put(cutBehind);
-    Put("\n");
-    Put(Blanks(cutBefore));
-    Put(Blanks(before));
-    PutColoured(s_green, "^");
-    Put("\n");
+    text.Put(cutBefore);
+    text.Put(Shown(before));
+    text.Put(Shown(behind));
+    text.Put(cutBehind);
+    text.Put("\n");
+    text.Put(Blanks(cutBefore));
+    text.Put(Blanks(before));
+    text.PutColoured(s_green, "^");
+    text.Put("\n");
 }
 
 // The first line of every message.
-void PutHeading(ESeverity severity, const std::string& where, std::string_view message)
+void PutHeading(Message& text, ESeverity severity, const std::string& where, std::string_view message)
 {
-    std::fflush(stdout);
-    PutColoured(s_bold, where);
-    PutColoured(s_severities[severity].m_colour, s_severities[severity].m_name);
-    PutColoured(s_bold, Shown(message));
-    Put("\n");
+    text.PutColoured(s_bold, where);
+    text.PutColoured(s_severities[severity].m_colour, s_severities[severity].m_name);
+    text.PutColoured(s_bold, Shown(message));
+    text.Put("\n");
+}
+
+void ReportAboutNoText(ESeverity severity, std::string_view message)
+{
+    Message text;
+    PutHeading(text, severity, "kelmscript: ", message);
+    text.Write();
 }
 
 } // namespace
@@ -157,10 +184,12 @@ void PutHeading(ESeverity severity, const std::string& where, std::string_view m
 void Report(ESeverity severity, const SourceText& source, std::size_t offset, std::string_view message)
 {
     const Place place = PlaceOf(source, offset);
-    PutHeading(severity,
+    Message text;
+    PutHeading(text, severity,
                Shown(source.m_name) + ":" + std::to_string(place.m_line) + ":" + std::to_string(place.m_column) + ": ",
                message);
-    PutLineWithCaret(LineAt(source, offset));
+    PutLineWithCaret(text, LineAt(source, offset));
+    text.Write();
 }
 
 void Report(const SourceText& source, const Failure& failure)
@@ -172,12 +201,12 @@ void Report(const SourceText& source, const Failure& failure)
 
 void ReportError(std::string_view message)
 {
-    PutHeading(SEV_ERROR, "kelmscript: ", message);
+    ReportAboutNoText(SEV_ERROR, message);
 }
 
 void ReportNote(std::string_view message)
 {
-    PutHeading(SEV_NOTE, "kelmscript: ", message);
+    ReportAboutNoText(SEV_NOTE, message);
 }
 
 } // namespace kelm::tool

@@ -1,9 +1,8 @@
 #include "DivisionWatch.h"
 
-#include <klUtils/types.h>
+#include "FaultedDivision.h"
 
 #include <csignal>
-#include <ucontext.h>
 
 namespace kelm::tool
 {
@@ -16,28 +15,18 @@ const ParserBase* s_parser = nullptr;
 bool s_hasFaulted = false;
 LSToken s_place;
 
-// Length of the instruction that divides rdx:rax by a register: a REX.W prefix, the opcode, the operand.
-constexpr greg_t s_divisionLength = 3;
-
-bool IsDivisionByRegister(const uint8* instruction)
+void OnArithmeticFault(int signal, siginfo_t* info, void* context)
 {
-    return (instruction[0] & 0xFE) == 0x48 && instruction[1] == 0xF7 && (instruction[2] & 0xF8) == 0xF8;
-}
-
-void OnArithmeticFault(int signal, siginfo_t*, void* context)
-{
-    greg_t* const registers = static_cast<ucontext_t*>(context)->uc_mcontext.gregs;
-    if (s_parser == nullptr || !IsDivisionByRegister(reinterpret_cast<const uint8*>(registers[REG_RIP])))
+    const bool isWatched = s_parser != nullptr && info->si_code == FPE_INTDIV;
+    if (!isWatched || !StepOverDivision(*static_cast<ucontext_t*>(context)))
     {
-        std::signal(signal, SIG_DFL); // the instruction is run again, and kills
+        std::signal(signal, SIG_DFL);
+        static_cast<void>(raise(signal)); // held back until this returns, and kills
         return;
     }
     if (!s_hasFaulted)
         s_place = s_parser->m_prevToken;
     s_hasFaulted = true;
-    registers[REG_RAX] = 0;
-    registers[REG_RDX] = 0;
-    registers[REG_RIP] += s_divisionLength;
 }
 
 void InstallHandler()

@@ -2,16 +2,11 @@
 
 #include "Attempt.h"
 #include "Diagnostics.h"
-#include "Files.h"
 #include "JsonText.h"
+#include "LineInput.h"
+#include "Output.h"
 
 #include <klKelmScript/KSParser.h>
-#include <klUtils/xostream.h>
-
-#include <cstdio>
-#include <iostream>
-#include <istream>
-#include <sstream>
 
 namespace kelm::tool
 {
@@ -25,48 +20,54 @@ class Evaluator
 public:
     explicit Evaluator(const Options& options) : m_options(options) {}
 
-    // A text that must be an expression.
-    void EvaluateExpression(const SourceText& source)
+    void EvaluateExpression(const SourceText& source, EBlankText blank)
     {
-        const Outcome outcome = Evaluate(source);
+        const Outcome outcome = Evaluate(source, blank);
+        if (outcome.m_isBlank)
+            return;
         m_hasFailed |= outcome.m_failure.has_value();
         if (m_options.m_json)
-            Put(CompactText(JsonOfOutcome(outcome, source)));
+            PutJson(outcome, source);
         else if (outcome.m_failure)
             Report(source, *outcome.m_failure);
         else
-            Put(TextOf(outcome.m_value, m_options.m_type));
+            PutValue(outcome.m_value, m_options.m_type);
     }
 
-    // One expression a line; lines of white space and comments pass. What is known is written before more input is
-    // waited for.
-    void EvaluateLines(std::istream& lines, const std::string& name)
+    // One expression a line; lines of white space and comments pass.
+    void EvaluateLines(const std::string& path)
     {
-        SourceText source{name, {}, 0};
-        while (std::getline(lines, source.m_text))
+        LineInput lines(path);
+        SourceText source{lines.GetName(), {}, 0};
+        while (lines.Read(source.m_text))
         {
             ++source.m_firstLine;
-            if (!IsBlank(source))
-                EvaluateExpression(source);
-            if (lines.rdbuf()->in_avail() <= 0)
-                std::fflush(stdout);
+            EvaluateExpression(source, BLANK_PASSES);
         }
+        m_hasFailed |= lines.HasFailed();
     }
 
-    int GetExitCode() const { return m_hasFailed ? 1 : 0; }
+    int GetExitCode() const { return m_hasFailed ? EXIT_FAILED : EXIT_OK; }
 
 private:
-    static Json JsonOfOutcome(const Outcome& outcome, const SourceText& source)
+    static void PutJson(const Outcome& outcome, const SourceText& source)
     {
+        JsonText json(JSON_COMPACT);
+        json.BeginObject();
         if (outcome.m_failure)
-            return {{"error", JsonOfFailure(*outcome.m_failure, source)}};
-        return {{"value", JsonOfValue(outcome.m_value)}, {"kind", TypeToString(outcome.m_value.GetTag())}};
-    }
-
-    static void Put(std::string line)
-    {
-        line += '\n';
-        std::fwrite(line.data(), 1, line.size(), stdout);
+        {
+            json.Name("error");
+            json.Failure(*outcome.m_failure, source);
+        }
+        else
+        {
+            json.Name("value");
+            json.Value(outcome.m_value);
+            json.Name("kind");
+            json.Text(TypeToString(outcome.m_value.GetTag()));
+        }
+        json.EndObject();
+        PutLine(json.GetText());
     }
 
     const Options& m_options;
@@ -75,7 +76,7 @@ private:
 
 } // namespace
 
-Outcome Evaluate(const SourceText& source)
+Outcome Evaluate(const SourceText& source, EBlankText blank)
 {
     Outcome outcome;
     KSParser parser;
@@ -83,6 +84,9 @@ Outcome Evaluate(const SourceText& source)
                                 [&]
                                 {
                                     parser.Init(source.View());
+                                    outcome.m_isBlank = blank == BLANK_PASSES && parser.m_token.m_type == TOKEN_END;
+                                    if (outcome.m_isBlank)
+                                        return;
                                     parser.ParseExpression(outcome.m_value);
                                     if (parser.m_token.m_type != TOKEN_END)
                                         parser.ThrowExpectedException("end of text");
@@ -96,35 +100,23 @@ bool IsBlank(const SourceText& source)
     return !Attempt(source, parser, [&] { parser.Init(source.View()); }) && parser.m_token.m_type == TOKEN_END;
 }
 
-std::string TextOf(const KSValue& value, bool withKind)
+void PutValue(const KSValue& value, bool withKind)
 {
-    StringStream os(64);
+    OutputStream os;
     if (withKind)
         os << TypeToString(value.GetTag()) << " ";
-    os << value;
-    return std::string(os.GetString().view());
+    os << value << "\n";
 }
 
 int RunEval(const Options& options)
 {
     Evaluator evaluator(options);
-    if (!options.m_file.empty())
+    if (options.m_expressions.empty())
+        evaluator.EvaluateLines(options.m_file.empty() ? "-" : options.m_file);
+    for (std::size_t i = 0; i < options.m_expressions.size(); ++i)
     {
-        const std::optional<SourceText> file = ReadFile(options.m_file);
-        if (!file)
-            return 1;
-        std::istringstream lines(file->m_text);
-        evaluator.EvaluateLines(lines, file->m_name);
-    }
-    else if (options.m_expressions.empty())
-    {
-        std::ios::sync_with_stdio(false);
-        evaluator.EvaluateLines(std::cin, "<stdin>");
-    }
-    else
-    {
-        for (std::size_t i = 0; i < options.m_expressions.size(); ++i)
-            evaluator.EvaluateExpression({"<argument " + std::to_string(i + 1) + ">", options.m_expressions[i]});
+        const std::string name = "<argument " + std::to_string(i + 1) + ">";
+        evaluator.EvaluateExpression({name, options.m_expressions[i]}, BLANK_FAILS);
     }
     return evaluator.GetExitCode();
 }

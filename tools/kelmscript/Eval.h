@@ -7,7 +7,6 @@
 #include <klKelmScript/KSValue.h>
 
 #include <optional>
-#include <string>
 
 namespace kelm::tool
 {
@@ -17,16 +16,23 @@ struct Outcome
 {
     KSValue m_value;
     std::optional<Failure> m_failure;
+    bool m_isBlank = false; // there was no expression, and that is no failure
+};
+
+enum EBlankText
+{
+    BLANK_FAILS, // a text of white space and comments is no expression
+    BLANK_PASSES,
 };
 
 // Evaluates a text that is one expression to its end.
-Outcome Evaluate(const SourceText& source);
+Outcome Evaluate(const SourceText& source, EBlankText blank = BLANK_FAILS);
 
 // Whether a text holds nothing but white space and comments.
 bool IsBlank(const SourceText& source);
 
-// A value as text, a string as its characters alone; behind the name of its kind where that is asked for.
-std::string TextOf(const KSValue& value, bool withKind);
+// Writes a value on a line, a string as its characters alone; behind the name of its kind where that is asked for.
+void PutValue(const KSValue& value, bool withKind);
 
 // `kelmscript eval`
 int RunEval(const Options& options);

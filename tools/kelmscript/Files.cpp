@@ -2,14 +2,13 @@
 
 #include "Diagnostics.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
-#include <utility>
+#include <new>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,104 +18,146 @@ namespace kelm::tool
 namespace
 {
 
-// Reports what errno says.
-void ReportErrno(std::string_view what, const std::string& path)
-{
-    const int error = errno;
-    ReportError(std::string(what) + " " + path + ": " + std::strerror(error));
-}
+std::size_t s_sizeLimit = std::size_t{1} << 30;
 
-class FileDescriptor
-{
-public:
-    explicit FileDescriptor(int fd) : m_fd(fd) {}
-    ~FileDescriptor() { Close(); }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-    int get() const { return m_fd; }
-    bool IsOpen() const { return m_fd >= 0; }
-    bool Close()
-    {
-        const int fd = std::exchange(m_fd, -1);
-        return fd < 0 || close(fd) == 0;
-    }
-
-private:
-    int m_fd;
-};
-
-bool ReadAll(int fd, std::string& text)
-{
-    char buffer[65536];
-    while (true)
-    {
-        const ssize_t count = read(fd, buffer, sizeof buffer);
-        if (count == 0)
-            return true;
-        if (count > 0)
-            text.append(buffer, static_cast<std::size_t>(count));
-        else if (errno != EINTR)
-            return false;
-    }
-}
-
-bool WriteAll(int fd, std::string_view text)
-{
-    while (!text.empty())
-    {
-        const ssize_t count = write(fd, text.data(), text.size());
-        if (count >= 0)
-            text.remove_prefix(static_cast<std::size_t>(count));
-        else if (errno != EINTR)
-            return false;
-    }
-    return true;
-}
-
-// Where a symbolic link leads.
-std::string RealPath(const std::string& path)
-{
-    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), &std::free);
-    return real != nullptr ? real.get() : path;
-}
-
-bool FillBeside(FileDescriptor& file, const std::string& target, std::string_view contents)
+// What is wrong with a file that is open; empty where it can be read.
+std::string WhyUnreadable(int fd)
 {
     struct stat status = {};
-    const mode_t permissions = 07777;
-    return stat(target.c_str(), &status) == 0 && fchmod(file.get(), status.st_mode & permissions) == 0 &&
-           WriteAll(file.get(), contents) && fsync(file.get()) == 0 && file.Close();
+    if (fstat(fd, &status) != 0)
+        return ErrnoText();
+    if (S_ISDIR(status.st_mode))
+        return std::strerror(EISDIR);
+    return S_ISREG(status.st_mode) ? "" : "it is not a regular file; - is standard input";
+}
+
+// Memory that grows without being copied where it is large.
+class GrowingText
+{
+public:
+    GrowingText() = default;
+    ~GrowingText() { std::free(m_text); } // NOLINT
+    GrowingText(const GrowingText&) = delete;
+    GrowingText& operator=(const GrowingText&) = delete;
+
+    void Reserve(std::size_t capacity)
+    {
+        auto* const text = static_cast<char*>(std::realloc(m_text, capacity)); // NOLINT
+        if (text == nullptr)
+            throw std::bad_alloc();
+        m_text = text;
+        m_capacity = capacity;
+        UseLargePages();
+    }
+
+    char* GetEnd() const { return m_text + m_size; }
+    std::size_t GetRoom() const { return m_capacity - m_size; }
+    std::size_t GetSize() const { return m_size; }
+    void Extend(std::size_t size) { m_size += size; }
+    char* Release() { return std::exchange(m_text, nullptr); }
+
+private:
+    // A large text comes in faster where it does not fault for each 4 KiB. It may be refused.
+    void UseLargePages()
+    {
+        constexpr std::size_t largePage = std::size_t{2} << 20;
+        void* begin = m_text;
+        std::size_t size = m_capacity;
+        if (std::align(largePage, largePage, begin, size) != nullptr)
+            static_cast<void>(madvise(begin, size / largePage * largePage, MADV_HUGEPAGE));
+    }
+
+    char* m_text = nullptr;
+    std::size_t m_size = 0;
+    std::size_t m_capacity = 0;
+};
+
+// How much room a text of unknown size gets at first: the size of a regular file, and an octet to find its end in.
+std::size_t FirstRoom(int fd)
+{
+    constexpr std::size_t least = 65536;
+    struct stat status = {};
+    if (fstat(fd, &status) != 0 || status.st_size <= 0)
+        return least;
+    return std::min(static_cast<std::size_t>(status.st_size), s_sizeLimit) + 1;
+}
+
+// Empty, or why it cannot be read.
+std::string ReadAll(int fd, GrowingText& text)
+{
+    text.Reserve(FirstRoom(fd));
+    while (true)
+    {
+        if (text.GetRoom() == 0)
+            text.Reserve(2 * text.GetSize());
+        const ssize_t count = ReadSome(fd, text.GetEnd(), text.GetRoom());
+        if (count < 0)
+            return ErrnoText();
+        if (count == 0)
+            return {};
+        text.Extend(static_cast<std::size_t>(count));
+        if (text.GetSize() > s_sizeLimit)
+            return "it is longer than " + SizeLimitText();
+    }
 }
 
 } // namespace
 
-std::optional<SourceText> ReadFile(const std::string& path)
+void SetSizeLimit(std::size_t numOctets)
 {
-    const bool isStandardInput = path == "-";
-    SourceText source{isStandardInput ? "<stdin>" : path, {}};
-    FileDescriptor file(isStandardInput ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.IsOpen() && ReadAll(file.get(), source.m_text))
-        return source;
-    ReportErrno("cannot read", source.m_name);
-    return std::nullopt;
+    s_sizeLimit = numOctets;
 }
 
-bool ReplaceFile(const std::string& path, std::string_view contents)
+std::size_t GetSizeLimit()
 {
-    const std::string target = RealPath(path);
-    std::string beside = target + ".XXXXXX";
-    FileDescriptor file(mkostemp(beside.data(), O_CLOEXEC));
+    return s_sizeLimit;
+}
+
+std::string SizeLimitText()
+{
+    return std::to_string(s_sizeLimit) + " octets; --max-size sets the limit";
+}
+
+std::string NameOfFile(const std::string& path)
+{
+    return path == "-" ? "<stdin>" : path;
+}
+
+std::string ErrnoText()
+{
+    return std::strerror(errno);
+}
+
+void ReportUnreadable(const std::string& name, const std::string& why)
+{
+    ReportError("cannot read " + name + ": " + why);
+}
+
+FileDescriptor OpenFile(const std::string& path)
+{
+    const bool isStandardInput = path == "-";
+    FileDescriptor file(isStandardInput ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                        : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+    const std::string why = !file.IsOpen() ? ErrnoText() : isStandardInput ? "" : WhyUnreadable(file.get());
+    if (why.empty())
+        return file;
+    ReportUnreadable(NameOfFile(path), why);
+    return FileDescriptor();
+}
+
+std::optional<FileText> ReadFile(const std::string& path)
+{
+    const FileDescriptor file = OpenFile(path);
     if (!file.IsOpen())
+        return std::nullopt;
+    GrowingText text;
+    if (const std::string why = ReadAll(file.get(), text); !why.empty())
     {
-        ReportErrno("cannot write beside", path);
-        return false;
+        ReportUnreadable(NameOfFile(path), why);
+        return std::nullopt;
     }
-    if (FillBeside(file, target, contents) && std::rename(beside.c_str(), target.c_str()) == 0)
-        return true;
-    ReportErrno("cannot replace", path);
-    unlink(beside.c_str());
-    return false;
+    const std::size_t size = text.GetSize();
+    return FileText(NameOfFile(path), text.Release(), size);
 }
 
 } // namespace kelm::tool

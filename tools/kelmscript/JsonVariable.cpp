@@ -4,15 +4,15 @@
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/KelmAssertionError.h>
-#include <klUtils/ToString.h>
 #include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/xvector.h>
 
-#include <charconv>
 #include <cstring>
 #include <exception>
-#include <set>
-#include <utility>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 namespace kelm::tool
 {
@@ -22,7 +22,7 @@ namespace
 
 constexpr ConstStringZ s_sourceFile = "tools/kelmscript/JsonVariable";
 
-// Readers of JSON have limits of this order, and so has the writing library's recursion.
+// Readers of JSON have limits of this order.
 constexpr int s_maxDepth = 1000;
 
 // A scalar at any address, whatever its alignment.
@@ -34,59 +34,75 @@ T Load(const void* data)
     return value;
 }
 
-// The float64 of the same digits, not of the same bits: 0.1 stays 0.1.
-Json JsonOfFloat32(float32 value)
+std::string_view ViewOf(const char* text, ssize_t size)
 {
-    const NumberText text(value);
-    const SubString digits = text;
-    float64 same = value;
-    std::from_chars(digits.begin(), digits.end(), same);
-    return JsonOfFloat(same);
+    return {text, static_cast<std::size_t>(size)};
 }
 
-Json JsonOfText16(const uint16* text, ssize_t size)
+// The members of a class instance, in order.
+struct Member
 {
-    xstring utf8;
-    if (!Utf8FromUtf16(utf8, text, size))
-        throw JsonException("a 16-bit string holds a lone surrogate");
-    return JsonOfText(utf8);
-}
+    ConstStringZ m_name;
+    ReflectionByteCode m_type;
+    ssize_t m_offset;
+};
 
-Json JsonOfEnum(const ReflectedEnum* re, int32 value)
+std::vector<Member> MembersOf(const ReflectedClass& rc)
 {
-    KELM_ASSERT(re);
-    for (int32 i = 0; i < re->m_count; ++i)
-        if (re->GetValue(i) == value)
-            return re->m_strings[i];
-    return value;
+    std::vector<Member> members;
+    std::unordered_map<std::string_view, std::size_t> places;
+    // Of two members with one name, the latter's value stands at the former's place: names in JSON are unique.
+    const auto add = [&](const Member& member)
+    {
+        const auto [place, isNew] = places.try_emplace(member.m_name, members.size());
+        if (isNew)
+            members.push_back(member);
+        else
+            members[place->second] = member;
+    };
+    const ClassModel model = FindClassModel(rc);
+    if (model.m_class != nullptr)
+        for (ssize_t i = 0; i < model.m_class->m_numModelFields; ++i)
+        {
+            const ReflectedModelField& field = model.m_class->m_modelFields[i];
+            if (IsPresent(field))
+                add({field.m_name, ReflectionByteCode(field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns),
+                     model.m_offset + field.m_offset});
+        }
+    for (ssize_t i = 0; i < rc.m_numFields; ++i)
+        add({rc.m_fields[i].m_name, ReflectionByteCode(rc.m_fields[i].m_bc, rc.m_stringTable),
+             rc.m_fields[i].m_offset});
+    return members;
 }
 
 class JsonWriter
 {
 public:
-    Json Variable(ReflectionByteCode type, const void* data)
+    explicit JsonWriter(JsonText& json) : m_json(json) {}
+
+    void Variable(ReflectionByteCode type, const void* data)
     {
         const Level level(*this);
         type.AdvanceToUnderlyingType2();
         switch (type.GetCode())
         {
-        case FT_VOID: return nullptr;
-        case FT_BOOL: return Load<uint8>(data) != 0;
-        case FT_INT8: return Load<int8>(data);
-        case FT_INT16: return Load<int16>(data);
-        case FT_INT32: return Load<int32>(data);
-        case FT_INT64: return Load<int64>(data);
-        case FT_UINT8: return Load<uint8>(data);
-        case FT_UINT16: return Load<uint16>(data);
-        case FT_UINT32: return Load<uint32>(data);
-        case FT_UINT64: return Load<uint64>(data);
-        case FT_FLOAT32: return JsonOfFloat32(Load<float32>(data));
-        case FT_FLOAT64: return JsonOfFloat(Load<float64>(data));
-        case FT_CHAR8: return JsonOfText({static_cast<const char*>(data), static_cast<const char*>(data) + 1});
+        case FT_VOID: return m_json.Null();
+        case FT_BOOL: return m_json.Bool(Load<uint8>(data) != 0);
+        case FT_INT8: return m_json.Integer(int64{Load<int8>(data)});
+        case FT_INT16: return m_json.Integer(int64{Load<int16>(data)});
+        case FT_INT32: return m_json.Integer(int64{Load<int32>(data)});
+        case FT_INT64: return m_json.Integer(Load<int64>(data));
+        case FT_UINT8: return m_json.Integer(uint64{Load<uint8>(data)});
+        case FT_UINT16: return m_json.Integer(uint64{Load<uint16>(data)});
+        case FT_UINT32: return m_json.Integer(uint64{Load<uint32>(data)});
+        case FT_UINT64: return m_json.Integer(Load<uint64>(data));
+        case FT_FLOAT32: return m_json.Float(Load<float32>(data));
+        case FT_FLOAT64: return m_json.Float(Load<float64>(data));
+        case FT_CHAR8: return m_json.Text(ViewOf(static_cast<const char*>(data), 1));
         case FT_CHAR16: return Character16(Load<uint16>(data));
-        case FT_STRING8: return JsonOfText(*static_cast<const xstring*>(data));
+        case FT_STRING8: return m_json.Text(static_cast<const xstring*>(data)->view());
         case FT_STRING16: return String16(*static_cast<const xstring16*>(data));
-        case FT_ENUM: return JsonOfEnum(type.GetReflectedEnum(), Load<int32>(data));
+        case FT_ENUM: return Enum(type.GetReflectedEnum(), Load<int32>(data));
         case FT_CLASS: return ClassInstance(type.GetReflectedClass(), data);
         case FT_VARIANT: return Variant(type.GetReflectedVariant(), data);
         case FT_ARRAY: return Elements(type.GetElementType(), data, type.GetArrayCount());
@@ -103,23 +119,24 @@ public:
         }
         constexpr bool isVariable = false;
         KELM_ASSERT(isVariable);
-        return nullptr;
     }
 
-    Json Object(ptr<IObject> object)
+    void Object(ptr<IObject> object)
     {
         if (!object)
-            return nullptr;
+            return m_json.Null();
         const Level level(*this);
         const ReflectedClass* const rc = object.GetReflectedClass();
         KELM_ASSERT(rc);
         const auto [place, isNew] = m_objects.insert(object.self());
         if (!isNew)
             throw JsonException("an object of class " + std::string(rc->m_name) + " is reached from within itself");
-        Json json = {{"$class", rc->m_name}};
-        AddMembers(json, *rc, static_cast<const char*>(object.self()));
+        m_json.BeginObject();
+        m_json.Name("$class");
+        m_json.Text(rc->m_name);
+        Members(*rc, static_cast<const char*>(object.self()));
+        m_json.EndObject();
         m_objects.erase(place);
-        return json;
     }
 
 private:
@@ -140,59 +157,73 @@ private:
         JsonWriter& m_writer;
     };
 
-    static Json Character16(uint16 c) { return JsonOfText16(&c, 1); }
-    static Json String16(const xstring16& text) { return JsonOfText16(text.data(), text.size()); }
+    void Text16(const uint16* text, ssize_t size)
+    {
+        xstring utf8;
+        if (!Utf8FromUtf16(utf8, text, size))
+            throw JsonException("a 16-bit string holds a lone surrogate");
+        m_json.Text(utf8.view());
+    }
 
-    Json ClassInstance(const ReflectedClass* rc, const void* data)
+    void Character16(uint16 c) { Text16(&c, 1); }
+    void String16(const xstring16& text) { Text16(text.data(), text.size()); }
+
+    void Enum(const ReflectedEnum* re, int32 value)
+    {
+        KELM_ASSERT(re);
+        for (int32 i = 0; i < re->m_count; ++i)
+            if (re->GetValue(i) == value)
+                return m_json.Text(re->m_strings[i]);
+        m_json.Integer(int64{value});
+    }
+
+    void ClassInstance(const ReflectedClass* rc, const void* data)
     {
         KELM_ASSERT(rc);
-        Json json = Json::object();
-        AddMembers(json, *rc, static_cast<const char*>(data));
-        return json;
+        m_json.BeginObject();
+        Members(*rc, static_cast<const char*>(data));
+        m_json.EndObject();
     }
 
-    void AddMembers(Json& json, const ReflectedClass& rc, const char* data)
+    void Members(const ReflectedClass& rc, const char* data)
     {
-        const ClassModel model = FindClassModel(rc);
-        if (model.m_class != nullptr)
-            for (ssize_t i = 0; i < model.m_class->m_numModelFields; ++i)
-            {
-                const ReflectedModelField& field = model.m_class->m_modelFields[i];
-                const ReflectionByteCode type(field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns);
-                if (IsPresent(field))
-                    json[field.m_name] = Variable(type, data + model.m_offset + field.m_offset);
-            }
-        for (ssize_t i = 0; i < rc.m_numFields; ++i)
-            json[rc.m_fields[i].m_name] =
-                Variable(ReflectionByteCode(rc.m_fields[i].m_bc, rc.m_stringTable), data + rc.m_fields[i].m_offset);
+        auto known = m_members.find(&rc);
+        if (known == m_members.end())
+            known = m_members.emplace(&rc, MembersOf(rc)).first;
+        for (const Member& member : known->second)
+        {
+            m_json.Name(member.m_name);
+            Variable(member.m_type, data + member.m_offset);
+        }
     }
 
-    Json Variant(const ReflectedVariant* rv, const void* data)
+    void Variant(const ReflectedVariant* rv, const void* data)
     {
         KELM_ASSERT(rv);
         const auto index = Load<int32>(data);
         KELM_ASSERT(0 <= index && index < rv->m_numFields);
         const ReflectedField& alternative = rv->m_fields[index];
-        Json json = Json::object();
-        json[alternative.m_name] = Variable(ReflectionByteCode(alternative.m_bc, rv->m_stringTable),
-                                            static_cast<const char*>(data) + alternative.m_offset);
-        return json;
+        m_json.BeginObject();
+        m_json.Name(alternative.m_name);
+        Variable(ReflectionByteCode(alternative.m_bc, rv->m_stringTable),
+                 static_cast<const char*>(data) + alternative.m_offset);
+        m_json.EndObject();
     }
 
-    Json Elements(ReflectionByteCode type, const void* data, ssize_t count)
+    void Elements(ReflectionByteCode type, const void* data, ssize_t count)
     {
         const ssize_t size = type.GetTypeSize();
-        Json json = Json::array();
+        m_json.BeginArray();
         for (ssize_t i = 0; i < count; ++i)
-            json.push_back(Variable(type, static_cast<const char*>(data) + i * size));
-        return json;
+            Variable(type, static_cast<const char*>(data) + i * size);
+        m_json.EndArray();
     }
 
-    Json Vector(ReflectionByteCode type, const VectorOfByte& vector)
+    void Vector(ReflectionByteCode type, const VectorOfByte& vector)
     {
         const ssize_t size = type.GetTypeSize();
         KELM_ASSERT(size > 0);
-        return Elements(type, vector.data(), vector.size() / size);
+        Elements(type, vector.data(), vector.size() / size);
     }
 
     // A walk over the entries of a map or set calls back without exceptions, which wait until it is over.
@@ -200,15 +231,15 @@ private:
     {
         JsonWriter& m_writer;
         ReflectionByteCode m_keyType;
-        ReflectionByteCode m_payloadType;
-        Json m_json;
-        std::exception_ptr m_failure;
+        ReflectionByteCode m_payloadType; // none for a set
+        bool m_hasTextKeys;
+        std::exception_ptr m_failure = nullptr;
 
-        bool TryAdd(const void* key, const void* payload)
+        bool TryWrite(const void* key, const void* payload)
         {
             try
             {
-                Add(key, payload);
+                Write(key, payload);
                 return true;
             }
             catch (...)
@@ -218,32 +249,35 @@ private:
             }
         }
 
-        void Add(const void* key, const void* payload)
+        void Write(const void* key, const void* payload)
         {
-            Json jsonOfKey = m_writer.Variable(m_keyType, key);
             if (payload == nullptr)
-                m_json.push_back(std::move(jsonOfKey));
-            else if (m_json.is_object())
-                m_json[jsonOfKey.get<std::string>()] = m_writer.Variable(m_payloadType, payload);
-            else
-                m_json.push_back(Json::array({std::move(jsonOfKey), m_writer.Variable(m_payloadType, payload)}));
+                return m_writer.Variable(m_keyType, key);
+            if (m_hasTextKeys)
+            {
+                m_writer.m_json.Name(static_cast<const xstring*>(key)->view());
+                return m_writer.Variable(m_payloadType, payload);
+            }
+            m_writer.m_json.BeginArray();
+            m_writer.Variable(m_keyType, key);
+            m_writer.Variable(m_payloadType, payload);
+            m_writer.m_json.EndArray();
         }
     };
 
     template <class Fns>
-    static Json Entries(Walk walk, const Fns& fns, const void* container)
+    static void Entries(Walk& walk, const Fns& fns, const void* container)
     {
         fns.ForEach(
             container,
             [](void* context, const void* key, void* payload)
-            { return static_cast<Walk*>(context)->TryAdd(key, payload); },
+            { return static_cast<Walk*>(context)->TryWrite(key, payload); },
             &walk);
         if (walk.m_failure)
             std::rethrow_exception(walk.m_failure);
-        return std::move(walk.m_json);
     }
 
-    Json Map(ReflectionByteCode type, const void* map)
+    void Map(ReflectionByteCode type, const void* map)
     {
         KELM_ASSERT(type.m_mapOrSetFns);
         const ReflectionByteCode keyType = type.GetElementType();
@@ -251,31 +285,37 @@ private:
         payloadType.ScanType();
         ReflectionByteCode underlyingKeyType = keyType;
         underlyingKeyType.AdvanceToUnderlyingType2();
-        const bool hasTextKeys = underlyingKeyType.GetCode() == FT_STRING8;
-        return Entries({*this, keyType, payloadType, hasTextKeys ? Json::object() : Json::array(), nullptr},
-                       *type.m_mapOrSetFns->mapFns, map);
+        Walk walk{*this, keyType, payloadType, underlyingKeyType.GetCode() == FT_STRING8};
+        walk.m_hasTextKeys ? m_json.BeginObject() : m_json.BeginArray();
+        Entries(walk, *type.m_mapOrSetFns->mapFns, map);
+        walk.m_hasTextKeys ? m_json.EndObject() : m_json.EndArray();
     }
 
-    Json Set(ReflectionByteCode type, const void* set)
+    void Set(ReflectionByteCode type, const void* set)
     {
         KELM_ASSERT(type.m_mapOrSetFns);
-        return Entries({*this, type.GetElementType(), {}, Json::array(), nullptr}, *type.m_mapOrSetFns->setFns, set);
+        Walk walk{*this, type.GetElementType(), {}, false};
+        m_json.BeginArray();
+        Entries(walk, *type.m_mapOrSetFns->setFns, set);
+        m_json.EndArray();
     }
 
-    std::set<const void*> m_objects; // that are being written
+    JsonText& m_json;
+    std::unordered_map<const ReflectedClass*, std::vector<Member>> m_members;
+    std::unordered_set<const void*> m_objects; // that are being written
     int m_depth = 0;
 };
 
 } // namespace
 
-Json JsonOfVariable(ReflectionByteCode type, const void* data)
+void WriteJson(JsonText& json, ReflectionByteCode type, const void* data)
 {
-    return JsonWriter().Variable(type, data);
+    JsonWriter(json).Variable(type, data);
 }
 
-Json JsonOfObject(ptr<IObject> object)
+void WriteJson(JsonText& json, ptr<IObject> object)
 {
-    return JsonWriter().Object(object);
+    JsonWriter(json).Object(object);
 }
 
 } // namespace kelm::tool

@@ -27,7 +27,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-Json JsonOfVariable(ReflectionByteCode type, const void* data);
-Json JsonOfObject(ptr<IObject> object);
+void WriteJson(JsonText& json, ReflectionByteCode type, const void* data);
+void WriteJson(JsonText& json, ptr<IObject> object);
 
 } // namespace kelm::tool

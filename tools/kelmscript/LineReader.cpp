@@ -1,19 +1,11 @@
 #include "LineReader.h"
 
-#include "History.h"
+#include "Diagnostics.h"
+#include "LineInput.h"
+#include "Output.h"
 
-#include <cerrno>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <iostream>
-
-#include <fcntl.h>
-#include <poll.h>
+#include <dlfcn.h>
 #include <unistd.h>
-
-#include <readline/readline.h>
 
 namespace kelm::tool
 {
@@ -21,183 +13,51 @@ namespace kelm::tool
 namespace
 {
 
+// Lines as they come. At a terminal, where there is no editor, its own line discipline has to do.
 class PlainReader : public LineReader
 {
 public:
-    bool IsInteractive() const override { return false; }
-    ERead Read(ConstStringZ, std::string& line) override
+    explicit PlainReader(bool isInteractive) : m_isInteractive(isInteractive) {}
+
+    bool IsInteractive() const override { return m_isInteractive; }
+
+    ERead Read(ConstStringZ prompt, std::string_view& line) override
     {
-        std::fflush(stdout); // before input is waited for
-        return std::getline(std::cin, line) ? READ_LINE : READ_END;
+        if (m_isInteractive)
+            Put(prompt);
+        return m_lines.Read(line) ? READ_LINE : READ_END;
     }
+
     void Remember(const std::string&) override {}
-};
-
-// --- Signals
-
-// Signals arrive as octets in a pipe, so that waiting for input and for signals is one wait.
-int s_signalPipe[2] = {-1, -1};
-
-void OnSignal(int signal)
-{
-    const int error = errno;
-    const auto number = static_cast<char>(signal);
-    static_cast<void>(!write(s_signalPipe[1], &number, 1)); // a full pipe holds signals enough
-    errno = error;
-}
-
-void CatchSignals()
-{
-    if (pipe2(s_signalPipe, O_CLOEXEC | O_NONBLOCK) != 0)
-        return;
-    struct sigaction action = {};
-    action.sa_handler = OnSignal;
-    action.sa_flags = SA_RESTART;
-    for (const int signal : {SIGINT, SIGWINCH, SIGCONT, SIGTERM, SIGHUP})
-        sigaction(signal, &action, nullptr);
-}
-
-// --- The editor. It is one for the process and calls back without a context.
-
-struct EditorState
-{
-    const CompletionSource* m_completions = nullptr;
-    std::string m_wordBreaks;
-    std::vector<std::string> m_words;
-    std::size_t m_nextWord = 0;
-    bool m_isDone = false;
-    bool m_isAtEnd = false;
-    std::string m_line;
-};
-EditorState s_editor;
-
-void OnLine(char* line)
-{
-    s_editor.m_isDone = true;
-    s_editor.m_isAtEnd = line == nullptr;
-    s_editor.m_line = line != nullptr ? line : "";
-    std::free(line); // NOLINT: the editor allocates lines with malloc
-    rl_callback_handler_remove();
-}
-
-char* NextWord(const char*, int state)
-{
-    if (state == 0)
-        s_editor.m_nextWord = 0;
-    return s_editor.m_nextWord < s_editor.m_words.size() ? strdup(s_editor.m_words[s_editor.m_nextWord++].c_str())
-                                                         : nullptr;
-}
-
-char** CompleteWord(const char* word, int start, int end)
-{
-    Completions completions = s_editor.m_completions->Complete(rl_line_buffer, static_cast<std::size_t>(start),
-                                                               static_cast<std::size_t>(end));
-    if (completions.m_areFileNames)
-        return nullptr; // the editor's own completion
-    rl_attempted_completion_over = 1;
-    rl_completion_suppress_append = 1;
-    s_editor.m_words = std::move(completions.m_words);
-    return rl_completion_matches(word, NextWord);
-}
-
-char* WordBreaks()
-{
-    s_editor.m_wordBreaks = s_editor.m_completions->GetWordBreaks(rl_line_buffer);
-    return s_editor.m_wordBreaks.data();
-}
-
-class TerminalReader : public LineReader
-{
-public:
-    explicit TerminalReader(const CompletionSource& completions)
-    {
-        s_editor.m_completions = &completions;
-        CatchSignals();
-        rl_readline_name = "kelmscript";
-        rl_catch_signals = 0;
-        rl_catch_sigwinch = 0;
-        rl_attempted_completion_function = CompleteWord;
-        rl_completion_word_break_hook = WordBreaks;
-        rl_variable_bind("enable-bracketed-paste", "off"); // pasted lines are evaluated one by one
-    }
-
-    bool IsInteractive() const override { return true; }
-
-    ERead Read(ConstStringZ prompt, std::string& line) override
-    {
-        s_editor.m_isDone = false;
-        rl_callback_handler_install(prompt, OnLine);
-        while (!s_editor.m_isDone)
-        {
-            pollfd inputs[] = {{STDIN_FILENO, POLLIN, 0}, {s_signalPipe[0], POLLIN, 0}};
-            if (poll(inputs, std::size(inputs), -1) < 0)
-                continue; // a signal; the pipe tells which
-            if (inputs[1].revents != 0 && IsInterrupted())
-                return READ_INTERRUPTED;
-            if (inputs[0].revents != 0)
-                rl_callback_read_char();
-        }
-        if (s_editor.m_isAtEnd)
-        {
-            std::fputc('\n', stdout);
-            return READ_END;
-        }
-        line = s_editor.m_line;
-        return READ_LINE;
-    }
-
-    void Remember(const std::string& entry) override { m_history.Add(entry); }
 
 private:
-    // Does what the next signal asks for; true when the line is to be dropped.
-    static bool IsInterrupted()
-    {
-        char signal = 0;
-        if (read(s_signalPipe[0], &signal, 1) != 1)
-            return false;
-        switch (signal)
-        {
-        case SIGINT: DropLine(); return true;
-        case SIGWINCH: rl_resize_terminal(); return false;
-        case SIGCONT: Resume(); return false;
-        default: Die(signal);
-        }
-    }
-
-    static void DropLine()
-    {
-        rl_free_line_state();
-        rl_callback_sigcleanup();
-        rl_replace_line("", 0);
-        rl_callback_handler_remove();
-        std::fputs("^C\n", stdout);
-    }
-
-    // Stopped and continued: the terminal was someone else's in between.
-    static void Resume()
-    {
-        rl_prep_terminal(1);
-        rl_forced_update_display();
-    }
-
-    [[noreturn]] static void Die(int signal)
-    {
-        rl_callback_handler_remove(); // gives the terminal back as it was
-        std::signal(signal, SIG_DFL);
-        static_cast<void>(raise(signal));
-        std::abort();
-    }
-
-    History m_history;
+    LineInput m_lines{"-"};
+    bool m_isInteractive;
 };
+
+// Null, after the reason was reported, where the library of the editor cannot be loaded.
+std::unique_ptr<LineReader> LoadTerminalReader(const CompletionSource& completions)
+{
+    void* const library = dlopen(KELM_PROMPT_LIBRARY, RTLD_NOW);
+    void* const function = library != nullptr ? dlsym(library, "MakeTerminalReader") : nullptr;
+    if (function == nullptr)
+    {
+        ReportNote(std::string("lines cannot be edited here: ") + dlerror());
+        return nullptr;
+    }
+    using MakeTerminalReader = LineReader* (*)(const CompletionSource*);
+    return std::unique_ptr<LineReader>(reinterpret_cast<MakeTerminalReader>(function)(&completions));
+}
 
 } // namespace
 
 std::unique_ptr<LineReader> MakeLineReader(const CompletionSource& completions)
 {
-    if (isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0)
-        return std::make_unique<TerminalReader>(completions);
-    return std::make_unique<PlainReader>();
+    const bool isInteractive = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0;
+    std::unique_ptr<LineReader> reader;
+    if (isInteractive)
+        reader = LoadTerminalReader(completions);
+    return reader != nullptr ? std::move(reader) : std::make_unique<PlainReader>(isInteractive);
 }
 
 } // namespace kelm::tool

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kelm::tool
@@ -45,8 +46,8 @@ public:
 
     virtual bool IsInteractive() const = 0;
 
-    // Reads a line, without its line break. A prompt is shown where a person reads it.
-    virtual ERead Read(ConstStringZ prompt, std::string& line) = 0;
+    // Reads a line, without its line break; it stays until the next call. A prompt is shown where a person reads it.
+    virtual ERead Read(ConstStringZ prompt, std::string_view& line) = 0;
 
     // Enters what was typed, in one or several lines, into the history.
     virtual void Remember(const std::string& entry) = 0;

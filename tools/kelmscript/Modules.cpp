@@ -3,12 +3,15 @@
 #include "Diagnostics.h"
 
 #include <klKelmScript/klKelmScript.h>
+#include <klUtils/types.h>
 
+#include <algorithm>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <exception>
-#include <filesystem>
-#include <sstream>
+#include <string_view>
+
+#include <dlfcn.h>
+#include <unistd.h>
 
 namespace kelm::tool
 {
@@ -19,15 +22,21 @@ namespace
 // "Shapes" of "some/where/libShapes.so" and of "libShapes.so.1"; empty where the file is not named so.
 std::string ProjectOf(const std::string& module)
 {
-    const std::string file = std::filesystem::path(module).filename();
+    const std::string file = module.substr(module.rfind('/') + 1); // npos + 1 is 0
     const std::size_t suffix = file.find(".so");
     return file.starts_with("lib") && suffix != std::string::npos ? file.substr(3, suffix - 3) : std::string();
 }
 
-// A name without a slash means a file here before it means one of the system's libraries.
-std::string PathOf(const std::string& module)
+bool IsFile(const std::string& path)
 {
-    return module.find('/') == std::string::npos && std::filesystem::exists(module) ? "./" + module : module;
+    return access(path.c_str(), F_OK) == 0;
+}
+
+// On the command line, which is its writer's own word, a name without a slash means a file here before it means one of
+// the system's libraries.
+std::string PathOfGiven(const std::string& module)
+{
+    return module.find('/') == std::string::npos && IsFile(module) ? "./" + module : module;
 }
 
 bool Fail(const std::string& module, const std::string& why)
@@ -36,22 +45,23 @@ bool Fail(const std::string& module, const std::string& why)
     return false;
 }
 
-// What the loader says, without the name of the module in front.
-std::string LoaderError(const std::string& module)
+// What the loader says, without the name of the file in front.
+std::string LoaderError(const std::string& path)
 {
     const std::string error = dlerror();
-    const std::string name = PathOf(module) + ": ";
+    const std::string name = path + ": ";
     return error.starts_with(name) ? error.substr(name.size()) : error;
 }
 
-bool LoadModule(const std::string& module)
+// Loads the module that was named so from a file.
+bool LoadModule(const std::string& module, const std::string& path)
 {
     const std::string project = ProjectOf(module);
     if (project.empty())
         return Fail(module, "its name is not of the form libNAME.so");
-    void* const library = dlopen(PathOf(module).c_str(), RTLD_NOW);
+    void* const library = dlopen(path.c_str(), RTLD_NOW);
     if (library == nullptr)
-        return Fail(module, LoaderError(module));
+        return Fail(module, LoaderError(path));
     const std::string function = "Register_Project_" + project;
     void* const address = dlsym(library, function.c_str());
     if (address == nullptr)
@@ -67,15 +77,34 @@ bool LoadModule(const std::string& module)
     }
 }
 
-std::vector<std::string> ModulesOfEnvironment()
+// The entries of an environment variable with colons between them.
+std::vector<std::string> ListOf(ConstStringZ variable)
 {
-    std::vector<std::string> modules;
-    const char* const variable = std::getenv("KELMSCRIPT_MODULES");
-    std::istringstream list(variable != nullptr ? variable : "");
-    for (std::string module; std::getline(list, module, ':');)
-        if (!module.empty())
-            modules.push_back(module);
-    return modules;
+    std::vector<std::string> entries;
+    const char* const value = std::getenv(variable);
+    std::string_view rest = value != nullptr ? value : "";
+    while (!rest.empty())
+    {
+        const std::string_view entry = rest.substr(0, rest.find(':'));
+        if (!entry.empty())
+            entries.emplace_back(entry);
+        rest.remove_prefix(std::min(entry.size() + 1, rest.size()));
+    }
+    return entries;
+}
+
+// In the environment, which outlives whoever wrote it, the current folder means nothing: a module is named by its whole
+// path, or lies in one of the folders that are.
+bool LoadModuleOfEnvironment(const std::string& module)
+{
+    if (module.starts_with('/'))
+        return LoadModule(module, module);
+    if (module.find('/') != std::string::npos)
+        return Fail(module, "KELMSCRIPT_MODULES holds whole paths, and names of files in KELMSCRIPT_MODULE_PATH");
+    for (const std::string& folder : ListOf("KELMSCRIPT_MODULE_PATH"))
+        if (const std::string path = folder + "/" + module; folder.starts_with('/') && IsFile(path))
+            return LoadModule(module, path);
+    return Fail(module, "no folder of KELMSCRIPT_MODULE_PATH has it");
 }
 
 } // namespace
@@ -83,11 +112,10 @@ std::vector<std::string> ModulesOfEnvironment()
 bool LoadModules(const std::vector<std::string>& modules)
 {
     Register_Project_klKelmScript();
-    for (const std::vector<std::string>& list : {ModulesOfEnvironment(), modules})
-        for (const std::string& module : list)
-            if (!LoadModule(module))
-                return false;
-    return true;
+    const std::vector<std::string> environment = ListOf("KELMSCRIPT_MODULES");
+    return std::all_of(environment.begin(), environment.end(), LoadModuleOfEnvironment) &&
+           std::all_of(modules.begin(), modules.end(),
+                       [](const std::string& module) { return LoadModule(module, PathOfGiven(module)); });
 }
 
 } // namespace kelm::tool

@@ -6,9 +6,10 @@
 namespace kelm::tool
 {
 
-// Registers the library's own types, then loads the modules that KELMSCRIPT_MODULES names (colons between them) and
-// those given, each once, and calls their Register_Project_NAME, where NAME is that of the file libNAME.so. False,
-// after an error was reported, where one cannot be loaded. Modules stay loaded until the process ends.
+// Registers the library's own types, then loads the modules that KELMSCRIPT_MODULES names (colons between them; whole
+// paths, or names of files in the folders of KELMSCRIPT_MODULE_PATH) and those given, each once, and calls their
+// Register_Project_NAME, where NAME is that of the file libNAME.so. False, after an error was reported, where one
+// cannot be loaded. Modules stay loaded until the process ends.
 bool LoadModules(const std::vector<std::string>& modules);
 
 } // namespace kelm::tool

@@ -1,18 +1,15 @@
 #include "Options.h"
 
+#include "Commands.h"
+#include "FileDescriptor.h"
+#include "Files.h"
+#include "Output.h"
 #include "Suggest.h"
 
-#include "DataSources.h"
-#include "Eval.h"
-#include "Repl.h"
-#include "Types.h"
-
-#include <klUtils/types.h>
-
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
-#include <cctype>
+#include <charconv>
+#include <optional>
+#include <string_view>
 
 namespace kelm::tool
 {
@@ -20,221 +17,231 @@ namespace kelm::tool
 namespace
 {
 
-constexpr ConstStringZ s_description = "Evaluates KelmScript expressions and reads, checks and changes data sources.";
-
-constexpr ConstStringZ s_exitCodes =
-    R"(Exit codes: 0 when all went well, 1 when an expression, a file or a name failed, 2 for wrong usage.
-Modules are also loaded from the environment variable KELMSCRIPT_MODULES, colons between them.
-
-Examples:
-  kelmscript eval '2 ^^ 10'
-  kelmscript --module ./libklExampleShapes.so check scene.kds
-  kelmscript SUBCOMMAND --help)";
-
-constexpr ConstStringZ s_evalExamples = R"(Examples:
-  kelmscript eval '1 + 2 * 3' 'sin(0.5)'
-  kelmscript eval --type '7 / 2' '7 / 2.5'
-  kelmscript eval --json '1 / 0'
-  kelmscript eval -f expressions.ks
-  echo '2 ^^ 10' | kelmscript eval)";
-
-constexpr ConstStringZ s_replExamples = R"(Examples:
-  kelmscript repl
-  kelmscript repl --module ./libklExampleShapes.so
-  printf '1 + 2\n:type 1.5\n' | kelmscript repl)";
-
-constexpr ConstStringZ s_checkExamples = R"(Examples:
-  kelmscript check --module ./libklExampleShapes.so scene.kds people.kds)";
-
-constexpr ConstStringZ s_printExamples = R"(Examples:
-  kelmscript print --module ./libklExampleShapes.so scene.kds
-  kelmscript print --json scene.kds | jq .)";
-
-constexpr ConstStringZ s_getExamples = R"(Examples:
-  kelmscript get scene.kds .title
-  kelmscript get --json scene.kds '.shapes[1].position')";
-
-constexpr ConstStringZ s_setExamples = R"(Examples:
-  kelmscript set scene.kds .title '"Harbour"'
-  kelmscript set -i scene.kds '.shapes[1].position.x' -2.5
-  kelmscript set -i --replace scene.kds .shapes '[]')";
-
-constexpr ConstStringZ s_typesExamples = R"(Examples:
-  kelmscript types --module ./libklExampleShapes.so
-  kelmscript types KSValue)";
-
-CLI::App* AddCommand(CLI::App& app, Options& options, ConstStringZ name, ConstStringZ description,
-                     ConstStringZ examples, int (*run)(const Options&))
+// A command line that asks for nothing that there is.
+struct UsageError
 {
-    CLI::App* const command = app.add_subcommand(name, description);
-    command->footer(examples);
-    command->callback([&options, run] { options.m_run = run; });
-    return command;
+    std::string m_message;
+};
+
+bool IsLetter(std::string_view text, std::size_t i)
+{
+    return i < text.size() && (('a' <= text[i] && text[i] <= 'z') || ('A' <= text[i] && text[i] <= 'Z'));
 }
 
-void AddEval(CLI::App& app, Options& options)
+// What else begins with a dash is a value, such as -5 and -sin(0.5).
+bool IsOption(std::string_view argument)
 {
-    CLI::App* const command = AddCommand(app, options, "eval", "Evaluate expressions", s_evalExamples, RunEval);
-    CLI::Option* const expressions =
-        command->add_option("EXPR", options.m_expressions, "Expressions; without any, one a line of standard input");
-    command->add_option("-f,--file", options.m_file, "Evaluate a file, one expression a line; - is standard input")
-        ->excludes(expressions);
-    CLI::Option* const type = command->add_flag("--type", options.m_type, "Write the kind before each value");
-    command->add_flag("--json", options.m_json, "Write one JSON object a line: value and kind, or error")
-        ->excludes(type);
+    return argument.starts_with("--") ? IsLetter(argument, 2)
+                                      : argument.size() == 2 && argument[0] == '-' && IsLetter(argument, 1);
 }
 
-void AddRepl(CLI::App& app, Options& options)
+const OptionRow* FindOption(std::span<const OptionRow> rows, std::string_view name)
 {
-    AddCommand(app, options, "repl", "Evaluate expressions at a prompt", s_replExamples, RunRepl);
+    const auto row =
+        std::find_if(rows.begin(), rows.end(),
+                     [&](const OptionRow& candidate)
+                     { return name == candidate.m_name || (name.size() == 2 && name[1] == candidate.m_letter); });
+    return row != rows.end() ? &*row : nullptr;
 }
 
-void AddFile(CLI::App* command, Options& options)
+// "2G" and the like.
+std::optional<std::size_t> SizeOf(std::string_view text)
 {
-    command->add_option("FILE", options.m_file, "A data source; - is standard input")->required();
-}
-
-void AddPath(CLI::App* command, Options& options)
-{
-    command->add_option("PATH", options.m_path, "The field, as in .items[3].name")->required();
-}
-
-void AddCheck(CLI::App& app, Options& options)
-{
-    CLI::App* const command =
-        AddCommand(app, options, "check", "Read data sources and report their errors", s_checkExamples, RunCheck);
-    command->add_option("FILE", options.m_files, "Data sources; - is standard input")->required();
-}
-
-void AddPrint(CLI::App& app, Options& options)
-{
-    CLI::App* const command =
-        AddCommand(app, options, "print", "Read a data source and write it back", s_printExamples, RunPrint);
-    AddFile(command, options);
-    CLI::Option* const json = command->add_flag("--json", options.m_json, "Write JSON");
-    command->add_flag("--compact", options.m_compact, "Write one line")->excludes(json);
-}
-
-void AddGet(CLI::App& app, Options& options)
-{
-    CLI::App* const command =
-        AddCommand(app, options, "get", "Write the type and value of a field", s_getExamples, RunGet);
-    AddFile(command, options);
-    AddPath(command, options);
-    command->add_flag("--json", options.m_json, "Write a JSON object: type and value");
-}
-
-void AddSet(CLI::App& app, Options& options)
-{
-    CLI::App* const command =
-        AddCommand(app, options, "set", "Change a field and write the whole data source", s_setExamples, RunSet);
-    AddFile(command, options);
-    AddPath(command, options);
-    command->add_option("VALUE", options.m_value, "The value, as data sources write it; containers grow by it")
-        ->required();
-    command->add_flag("-i,--in-place", options.m_inPlace, "Write to the file itself, whole or not at all");
-    command->add_flag("--replace", options.m_replace, "Empty the field first");
-    command->add_flag("--compact", options.m_compact, "Write one line");
-}
-
-void AddTypes(CLI::App& app, Options& options)
-{
-    CLI::App* const command =
-        AddCommand(app, options, "types", "List what is registered, or show one type", s_typesExamples, RunTypes);
-    command->add_option("NAME", options.m_name, "A type or function, qualified or the last part of its name");
-}
-
-// The library that reads the command line takes -5 for an option and [1] for a list. Such arguments are values here:
-// a mark in front hides them, and is taken off again.
-constexpr char s_valueMark = '\x1f';
-
-bool IsOption(const std::string& argument)
-{
-    const auto isLetter = [&](std::size_t i)
-    { return i < argument.size() && std::isalpha(static_cast<unsigned char>(argument[i])) != 0; };
-    const bool isShort = argument.size() == 2 && isLetter(1);
-    return argument.starts_with("--") ? argument.size() == 2 || isLetter(2) : isShort;
-}
-
-std::vector<std::string> MarkValues(int argc, char** argv)
-{
-    std::vector<std::string> arguments(argv + 1, argv + argc);
-    for (std::string& argument : arguments)
+    struct Unit
     {
-        if (argument == "--")
-            break;
-        const bool looksLikeOption = argument.starts_with('-') && argument.size() > 1;
-        if ((looksLikeOption && !IsOption(argument)) || argument.starts_with('['))
-            argument.insert(argument.begin(), s_valueMark);
-    }
-    return arguments;
-}
-
-void UnmarkValues(Options& options)
-{
-    const auto unmark = [](std::string& text)
-    {
-        if (text.starts_with(s_valueMark))
-            text.erase(0, 1);
+        std::string_view m_letter;
+        int m_shift;
     };
-    for (std::vector<std::string>* texts : {&options.m_expressions, &options.m_files, &options.m_modules})
-        std::for_each(texts->begin(), texts->end(), unmark);
-    for (std::string* text : {&options.m_file, &options.m_path, &options.m_value, &options.m_name})
-        unmark(*text);
+    constexpr Unit units[] = {{"", 0}, {"K", 10}, {"M", 20}, {"G", 30}};
+    std::size_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    for (const Unit& unit : units)
+        if (error == std::errc() && text.substr(static_cast<std::size_t>(end - text.data())) == unit.m_letter &&
+            number <= (std::size_t{1} << 62) >> unit.m_shift)
+            return number << unit.m_shift;
+    return std::nullopt;
 }
 
-} // namespace
-
-namespace
+// Reads the arguments one after the other.
+class CommandLine
 {
+public:
+    CommandLine(int argc, char** argv) : m_next(argv + 1), m_end(argv + argc) {}
 
-// The library says no more than that there must be a subcommand, whatever stands in its place.
-CLI::ParseError NoSubcommand(const CLI::App& app, const std::string& word)
+    // False where help or the version was asked for, and written.
+    bool Parse()
+    {
+        while (m_next != m_end)
+        {
+            const std::string_view argument = *m_next++;
+            if (!m_isOnlyArguments && argument == "--")
+                m_isOnlyArguments = true;
+            else if (m_isOnlyArguments || !IsOption(argument))
+                TakeArgument(argument);
+            else if (TakeHelp(argument))
+                return false;
+            else
+                TakeOption(argument);
+        }
+        Check();
+        m_options.m_run = m_command->m_run;
+        return true;
+    }
+
+    Options m_options;
+
+private:
+    bool TakeHelp(std::string_view argument) const
+    {
+        const bool isVersion = argument == "--version" || argument == "-V";
+        if (isVersion)
+            PutLine("kelmscript " KELM_VERSION);
+        else if (argument == "--help" || argument == "-h")
+            PutHelp(m_command);
+        else
+            return false;
+        return true;
+    }
+
+    void TakeOption(std::string_view argument)
+    {
+        const std::size_t nameEnd = std::min(argument.find('='), argument.size());
+        const std::string_view name = argument.substr(0, nameEnd);
+        const OptionRow* row = m_command != nullptr ? FindOption(m_command->m_options, name) : nullptr;
+        if (row == nullptr)
+            row = FindOption(GetCommonOptions(), name);
+        if (row == nullptr)
+        {
+            m_unexpected.push_back(argument);
+            return;
+        }
+        const bool isAgain = Has(row->m_name) && row->m_destination.m_texts == nullptr && !row->m_argument.empty();
+        if (isAgain)
+            throw UsageError{std::string(row->m_name) + " is given twice"};
+        m_given.push_back(row->m_name);
+        if (row->m_argument.empty())
+        {
+            if (nameEnd != argument.size())
+                throw UsageError{std::string(row->m_name) + " takes no value"};
+            m_options.*row->m_destination.m_flag = true;
+        }
+        else if (nameEnd != argument.size())
+            Store(row->m_destination, argument.substr(nameEnd + 1));
+        else if (m_next != m_end && !IsOption(*m_next))
+            Store(row->m_destination, *m_next++);
+        else
+            throw UsageError{std::string(row->m_name) + ": 1 required " + std::string(row->m_argument) + " missing"};
+    }
+
+    void TakeArgument(std::string_view argument)
+    {
+        if (m_command == nullptr)
+        {
+            m_command = CommandOf(argument);
+            return;
+        }
+        for (const ArgumentRow& row : m_command->m_arguments)
+            if (row.m_destination.m_texts != nullptr || !Has(row.m_name))
+            {
+                m_given.push_back(row.m_name);
+                return Store(row.m_destination, argument);
+            }
+        m_unexpected.push_back(argument);
+    }
+
+    void Store(const Destination& destination, std::string_view value)
+    {
+        if (destination.m_texts != nullptr)
+            (m_options.*destination.m_texts).emplace_back(value);
+        else
+            m_options.*destination.m_text = value;
+    }
+
+    const CommandRow* CommandOf(std::string_view word) const
+    {
+        if (!m_unexpected.empty())
+            ThrowUnexpected(); // before it, which may be why the word is none
+        const std::span<const CommandRow> rows = GetCommands();
+        std::vector<std::string> names;
+        for (const CommandRow& row : rows)
+        {
+            if (row.m_name == word)
+                return &row;
+            names.emplace_back(row.m_name);
+        }
+        const std::string question = DidYouMean(NearestNames(word, names));
+        throw UsageError{std::string(word) + " is no subcommand" + (question.empty() ? "" : "; ") + question};
+    }
+
+    bool Has(std::string_view name) const { return std::find(m_given.begin(), m_given.end(), name) != m_given.end(); }
+
+    [[noreturn]] void ThrowUnexpected() const
+    {
+        std::string message = m_unexpected.size() == 1 ? "The following argument was not expected:"
+                                                       : "The following arguments were not expected:";
+        for (const std::string_view argument : m_unexpected)
+            (message += " ") += argument;
+        throw UsageError{message};
+    }
+
+    // What only the whole command line tells.
+    void Check() const
+    {
+        if (!m_unexpected.empty())
+            ThrowUnexpected();
+        if (m_command == nullptr)
+            throw UsageError{"A subcommand is required"};
+        CheckExclusions(m_command->m_arguments);
+        CheckExclusions(m_command->m_options);
+        for (const ArgumentRow& row : m_command->m_arguments)
+            if (row.m_isRequired && !Has(row.m_name))
+                throw UsageError{std::string(row.m_name) + " is required"};
+    }
+
+    template <class Row>
+    void CheckExclusions(std::span<const Row> rows) const
+    {
+        for (const Row& row : rows)
+            if (Has(row.m_name) && !row.m_excluded.empty() && Has(row.m_excluded))
+                throw UsageError{std::string(row.m_name) + " excludes " + std::string(row.m_excluded)};
+    }
+
+    char** m_next;
+    char** m_end;
+    bool m_isOnlyArguments = false;
+    const CommandRow* m_command = nullptr;
+    std::vector<std::string_view> m_given; // names of rows
+    std::vector<std::string_view> m_unexpected;
+};
+
+void UseSizeLimit(const std::string& text)
 {
-    std::vector<std::string> names;
-    for (const CLI::App* command : app.get_subcommands([](const CLI::App*) { return true; }))
-        names.push_back(command->get_name());
-    if (word.starts_with('-'))
-        return CLI::ParseError("The following argument was not expected: " + word, CLI::ExitCodes::ExtrasError);
-    std::string message = word + " is no subcommand";
-    if (const std::string question = DidYouMean(NearestNames(word, names)); !question.empty())
-        message += "; " + question;
-    return CLI::ParseError(message, CLI::ExitCodes::RequiredError);
+    if (text.empty())
+        return;
+    const std::optional<std::size_t> size = SizeOf(text);
+    if (!size)
+        throw UsageError{"--max-size: " + text + " is no size, such as 4096, 64M or 2G"};
+    SetSizeLimit(*size);
 }
 
 } // namespace
 
 Options ParseOptions(int argc, char** argv, int& exitCode)
 {
-    Options options;
-    CLI::App app(s_description, "kelmscript");
-    app.footer(s_exitCodes);
-    app.require_subcommand(1);
-    app.fallthrough(); // inherited: options of the tool may stand behind the subcommand
-    app.set_version_flag("--version", "kelmscript " KELM_VERSION);
-    app.add_option("--module", options.m_modules, "Load a library that registers types (repeatable)")
-        ->type_name("LIB.so")
-        ->allow_extra_args(false);
-    for (const auto add : {AddEval, AddRepl, AddCheck, AddPrint, AddGet, AddSet, AddTypes})
-        add(app, options);
-
+    CommandLine line(argc, argv);
     exitCode = EXIT_OK;
     try
     {
-        std::vector<std::string> arguments = MarkValues(argc, argv);
-        std::reverse(arguments.begin(), arguments.end()); // as CLI::App::parse wants them
-        app.parse(std::move(arguments));
-        UnmarkValues(options);
+        if (line.Parse())
+            UseSizeLimit(line.m_options.m_maxSize);
+        return std::move(line.m_options);
     }
-    catch (const CLI::ParseError& e)
+    catch (const UsageError& e)
     {
-        const std::vector<std::string> rest = app.remaining();
-        const bool isNoSubcommand =
-            dynamic_cast<const CLI::RequiredError*>(&e) != nullptr && app.get_subcommands().empty() && !rest.empty();
-        exitCode = app.exit(isNoSubcommand ? NoSubcommand(app, rest.front()) : e) == EXIT_OK ? EXIT_OK : EXIT_USAGE;
-        options.m_run = nullptr;
+        static_cast<void>(WriteAll(STDERR_FILENO, e.m_message + "\nRun with --help for more information.\n"));
+        exitCode = EXIT_USAGE;
+        return {};
     }
-    return options;
 }
 
 } // namespace kelm::tool

@@ -18,6 +18,7 @@ struct Options
     std::string m_path;
     std::string m_value;
     std::string m_name;
+    std::string m_maxSize;
     bool m_json = false;
     bool m_type = false;
     bool m_compact = false;

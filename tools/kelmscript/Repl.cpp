@@ -8,14 +8,13 @@
 #include "Files.h"
 #include "LineReader.h"
 #include "Names.h"
+#include "Output.h"
 #include "Suggest.h"
 #include "Types.h"
 
 #include <klObject/objects/Collector.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/text/LsScanToken.h>
-
-#include <cstdio>
 
 namespace kelm::tool
 {
@@ -29,37 +28,44 @@ constexpr ConstStringZ s_continuation = "  ... ";
 constexpr ConstStringZ s_expressionBreaks = " \t\n\"'`@$><=;|&{}()[]+-*/%^~!?:,.";
 constexpr ConstStringZ s_nameBreaks = " \t\n\"'";
 
-void Put(const std::string& text)
+// Counts the brackets of a text that comes line by line, each of which is scanned once.
+class OpenBrackets
 {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fputc('\n', stdout);
-}
+public:
+    // Whether the text so far, of which this is the next line, ends inside brackets. One that cannot be scanned does
+    // not: its error is due.
+    bool AreThereBehind(std::string_view line)
+    {
+        SubString rest(line.data(), line.data() + line.size());
+        try
+        {
+            for (LSToken token = LsScanToken(rest, true); token.m_type != TOKEN_END; token = LsScanToken(rest, false))
+                m_depth += DepthOf(token.m_type);
+        }
+        catch (const LexScannerException&)
+        {
+            return false;
+        }
+        return m_depth > 0;
+    }
 
-// Whether a text ends inside brackets. One that cannot be scanned does not: its error is due.
-bool HasOpenBracket(const std::string& text)
-{
-    int depth = 0;
-    SubString rest(text.data(), text.data() + text.size());
-    try
+private:
+    static int DepthOf(EToken token)
     {
-        for (LSToken token = LsScanToken(rest, true); token.m_type != TOKEN_END; token = LsScanToken(rest, false))
-            switch (token.m_type)
-            {
-            case TOKEN_LEFT_PAREN:
-            case TOKEN_LEFT_SQUARE:
-            case TOKEN_LEFT_CURLY: ++depth; break;
-            case TOKEN_RIGHT_PAREN:
-            case TOKEN_RIGHT_SQUARE:
-            case TOKEN_RIGHT_CURLY: --depth; break;
-            default: break;
-            }
+        switch (token)
+        {
+        case TOKEN_LEFT_PAREN:
+        case TOKEN_LEFT_SQUARE:
+        case TOKEN_LEFT_CURLY: return 1;
+        case TOKEN_RIGHT_PAREN:
+        case TOKEN_RIGHT_SQUARE:
+        case TOKEN_RIGHT_CURLY: return -1;
+        default: return 0;
+        }
     }
-    catch (const LexScannerException&)
-    {
-        return false;
-    }
-    return depth > 0;
-}
+
+    int m_depth = 0;
+};
 
 // Splits at the first white space; neither part keeps blanks at its ends.
 struct WordAndRest
@@ -88,7 +94,7 @@ public:
     int Run()
     {
         if (m_reader->IsInteractive())
-            Put("kelmscript " KELM_VERSION ", :help for help");
+            PutLine("kelmscript " KELM_VERSION ", :help for help");
         while (!m_isLeaving)
             ReadEntry();
         return m_hasFailed && !m_reader->IsInteractive() ? EXIT_FAILED : EXIT_OK;
@@ -120,19 +126,24 @@ private:
     void ReadEntry()
     {
         std::string entry;
-        std::string line;
+        OpenBrackets brackets;
         int64 numLines = 0;
-        do
+        bool isOpen = true;
+        while (isOpen)
         {
-            const ERead read = m_reader->Read(entry.empty() ? s_prompt : s_continuation, line);
+            FlushOutput(); // what is known is shown before input is waited for
+            std::string_view line;
+            const ERead read = m_reader->Read(numLines == 0 ? s_prompt : s_continuation, line);
             if (read == READ_INTERRUPTED)
                 return;
             m_isLeaving = read == READ_END;
             if (m_isLeaving)
                 break;
-            entry += numLines == 0 ? line : "\n" + line;
-            ++numLines;
-        } while (!IsCommand(entry) && HasOpenBracket(entry));
+            if (numLines++ > 0)
+                entry += '\n';
+            entry += line;
+            isOpen = !IsCommand(entry) && brackets.AreThereBehind(line);
+        }
 
         const SourceText source{m_reader->IsInteractive() ? "<prompt>" : "<stdin>", entry, m_nextLine};
         if (!m_reader->IsInteractive())
@@ -152,8 +163,10 @@ private:
     {
         if (outcome.m_failure)
             Report(source, *outcome.m_failure);
+        else if (onlyKind)
+            PutLine(TypeToString(outcome.m_value.GetTag()));
         else
-            Put(onlyKind ? TypeToString(outcome.m_value.GetTag()) : TextOf(outcome.m_value, false));
+            PutValue(outcome.m_value, false);
         return !outcome.m_failure;
     }
 
@@ -191,13 +204,15 @@ private:
 
     bool Load(const std::string& file)
     {
-        const std::optional<SourceText> source = ReadFile(file);
+        const std::optional<FileText> text = ReadFile(file);
         GcRoot object;
-        if (!source || !LoadDataSource(*source, TRAILING_WARNS, object))
+        const bool isLoaded = text && LoadDataSource(text->Source(), TRAILING_WARNS, object);
+        if (isLoaded)
+            m_object = object;
+        CollectGarbage(); // what was there before, or what a failure has left
+        if (!isLoaded)
             return false;
-        m_object = object;
-        CollectGarbage();
-        Put(m_object.get() ? m_object.get().GetReflectedClass()->m_name : "null");
+        PutLine(m_object.get() ? m_object.get().GetReflectedClass()->m_name : "null");
         return true;
     }
 
@@ -210,7 +225,7 @@ private:
                PutIfAny(FieldText(m_object.get(), words.m_word, false));
     }
 
-    bool Print(const std::string&) { return HasObject() && PutIfAny(ObjectText(m_object.get(), FORM_INDENTED)); }
+    bool Print(const std::string&) { return HasObject() && PutObject(m_object.get(), FORM_INDENTED); }
 
     bool Types(const std::string& name)
     {
@@ -236,7 +251,7 @@ private:
     static bool PutIfAny(const std::optional<std::string>& text)
     {
         if (text)
-            Put(*text);
+            PutLine(*text);
         return text.has_value();
     }
 
@@ -317,16 +332,26 @@ std::vector<std::string> Repl::CommandNames()
     return names;
 }
 
+// A row of two columns.
+void PutRow(std::string_view left, std::string_view right)
+{
+    constexpr std::size_t width = 18;
+    Put("  ");
+    Put(left);
+    Put(std::string(left.size() < width ? width - left.size() : 0, ' ') + " ");
+    PutLine(right);
+}
+
 bool Repl::Help(const std::string&)
 {
-    Put("An expression is evaluated; while a bracket is open, it goes on in the next line.\n");
+    PutLine("An expression is evaluated; while a bracket is open, it goes on in the next line.\n");
     for (const Command& command : s_commands)
-        std::printf("  %-18s %s\n", command.m_synopsis, command.m_summary);
-    Put("\nNames in expressions:\n");
+        PutRow(command.m_synopsis, command.m_summary);
+    PutLine("\nNames in expressions:\n");
     for (const BuiltIn& builtIn : s_builtIns)
     {
         const std::string parameters = builtIn.m_parameter ? "(" + std::string(builtIn.m_parameter) + ")" : "";
-        std::printf("  %-18s %s\n", (builtIn.m_name + parameters).c_str(), builtIn.m_summary);
+        PutRow(builtIn.m_name + parameters, builtIn.m_summary);
     }
     return true;
 }

@@ -4,17 +4,16 @@
 #include <klUtils/types.h>
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 namespace kelm::tool
 {
 
-// A text that is read, with the name that errors show for it.
+// A text that is read, with the name that errors show for it. Both are someone else's.
 struct SourceText
 {
-    std::string m_name;
-    std::string m_text;
+    std::string_view m_name;
+    std::string_view m_text;
     int64 m_firstLine = 1; // the number of the text's first line in what it was taken from
 
     SubString View() const { return {m_text.data(), m_text.data() + m_text.size()}; }

@@ -19,24 +19,26 @@ namespace
 constexpr std::size_t s_maxSuggestions = 3;
 constexpr std::size_t s_maxLead = 1; // of the nearest name before others
 
-std::string LowerCase(std::string_view text)
+// However long a name is: what differs in more is another name.
+constexpr std::size_t s_maxDistance = 16;
+
+char LowerCase(char c)
 {
-    std::string lower(text);
-    for (char& c : lower)
-        if ('A' <= c && c <= 'Z')
-            c = static_cast<char>(c - 'A' + 'a');
-    return lower;
+    return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// The distance without regard to case, whichever is smaller: of the whole names or of their last parts. Nothing where
-// too little of the last parts is the same.
+// Whichever is smaller, of the whole names or of their last parts. Nothing where too little of the last parts is the
+// same.
 std::optional<std::size_t> NameDistance(std::string_view wanted, std::string_view existing)
 {
-    const std::string a = LowerCase(wanted);
-    const std::string b = LowerCase(existing);
-    const std::size_t distance = std::min(EditDistance(a, b), EditDistance(LastPart(a), LastPart(b)));
-    const std::size_t limit = (std::max(LastPart(a).size(), LastPart(b).size()) + 1) / 3;
-    return distance <= limit ? std::optional(distance) : std::nullopt;
+    const std::string_view wantedPart = LastPart(wanted);
+    const std::string_view existingPart = LastPart(existing);
+    const std::size_t limit = std::min((std::max(wantedPart.size(), existingPart.size()) + 1) / 3, s_maxDistance);
+    const std::optional<std::size_t> ofParts = EditDistance(wantedPart, existingPart, limit);
+    if (wantedPart.size() == wanted.size() && existingPart.size() == existing.size())
+        return ofParts;
+    const std::optional<std::size_t> ofNames = EditDistance(wanted, existing, ofParts.value_or(limit));
+    return ofNames ? ofNames : ofParts;
 }
 
 // The forms of the messages about names that do not exist, and what exists in their place.
@@ -105,28 +107,49 @@ std::optional<NameAndOwner> Match(std::string_view message, const UnknownName& f
 
 } // namespace
 
-std::size_t EditDistance(std::string_view a, std::string_view b)
+std::optional<std::size_t> EditDistance(std::string_view a, std::string_view b, std::size_t limit)
 {
-    // Row i holds the distances of the first i characters of `a` to every beginning of `b`; three rows are kept.
-    std::vector<std::size_t> beforeLast(b.size() + 1);
-    std::vector<std::size_t> last(b.size() + 1);
-    std::vector<std::size_t> row(b.size() + 1);
-    for (std::size_t j = 0; j <= b.size(); ++j)
-        row[j] = j;
+    if (a.size() > b.size())
+        std::swap(a, b);
+    if (b.size() - a.size() > limit)
+        return std::nullopt;
+    // Row i holds the distances of the first i characters of `a` to those beginnings of `b` that are shorter or longer
+    // by no more than the limit: the one to the first j stands at j - i + limit. Three rows are kept.
+    const std::size_t tooFar = limit + 1;
+    const std::size_t width = 2 * limit + 1;
+    std::vector<std::size_t> beforeLast(width, tooFar);
+    std::vector<std::size_t> last(width, tooFar);
+    std::vector<std::size_t> row(width, tooFar);
+    for (std::size_t j = 0; j <= limit; ++j)
+        row[j + limit] = j;
     for (std::size_t i = 1; i <= a.size(); ++i)
     {
         std::swap(beforeLast, last);
         std::swap(last, row);
-        row[0] = i;
-        for (std::size_t j = 1; j <= b.size(); ++j)
+        std::size_t least = tooFar;
+        for (std::size_t at = 0; at < width; ++at)
         {
-            const std::size_t replaced = last[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
-            row[j] = std::min({replaced, last[j] + 1, row[j - 1] + 1});
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+            row[at] = tooFar;
+            if (at + i < limit || at + i - limit > b.size())
+                continue;
+            const std::size_t j = at + i - limit;
+            std::size_t& distance = row[at];
+            const auto isSame = [&](std::size_t m, std::size_t n) { return LowerCase(a[m]) == LowerCase(b[n]); };
+            if (j > 0)
+                distance = std::min(distance, last[at] + (isSame(i - 1, j - 1) ? 0 : 1));
+            if (at > 0)
+                distance = std::min(distance, row[at - 1] + 1);
+            if (at + 1 < width)
+                distance = std::min(distance, last[at + 1] + 1);
+            if (i > 1 && j > 1 && isSame(i - 1, j - 2) && isSame(i - 2, j - 1))
+                distance = std::min(distance, beforeLast[at] + 1);
+            least = std::min(least, distance);
         }
+        if (least == tooFar)
+            return std::nullopt;
     }
-    return row[b.size()];
+    const std::size_t distance = row[b.size() - a.size() + limit];
+    return distance <= limit ? std::optional(distance) : std::nullopt;
 }
 
 std::vector<std::string> NearestNames(std::string_view name, const std::vector<std::string>& names)

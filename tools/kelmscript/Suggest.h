@@ -7,6 +7,7 @@
 #include <klUtils/text/ParserBase.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,8 +16,9 @@ namespace kelm::tool
 {
 
 // How many single characters must be inserted, removed, replaced or exchanged with their neighbour to make one text of
-// the other.
-std::size_t EditDistance(std::string_view a, std::string_view b);
+// the other, without regard to case. Nothing where they are more than the limit; that is found out in as many steps as
+// the shorter text has characters, times the limit.
+std::optional<std::size_t> EditDistance(std::string_view a, std::string_view b, std::size_t limit);
 
 // Those of `names` that are close enough to `name` to be meant by it, the nearest first, three at most. Of a qualified
 // name its last part alone may be meant.

@@ -2,6 +2,7 @@
 
 #include "Diagnostics.h"
 #include "Names.h"
+#include "Output.h"
 #include "Suggest.h"
 #include "TypeText.h"
 
@@ -11,7 +12,6 @@
 #include <klPersistStore/Target.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 namespace kelm::tool
@@ -20,20 +20,14 @@ namespace kelm::tool
 namespace
 {
 
-void Put(const std::string& line)
-{
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fputc('\n', stdout);
-}
-
 template <class Descriptor>
 void ListKind(ConstStringZ kind, const xvector<const Descriptor*>& descriptors)
 {
     if (descriptors.empty())
         return;
-    Put(std::string(kind) + ":");
+    PutLine(std::string(kind) + ":");
     for (const Descriptor* descriptor : descriptors)
-        Put(std::string("    ") + descriptor->m_name);
+        PutLine(std::string("    ") + descriptor->m_name);
 }
 
 // --- One declaration
@@ -50,13 +44,13 @@ void PutBody(const std::vector<Row>& rows)
     std::size_t width = 0;
     for (const Row& row : rows)
         width = std::max(width, row.m_text.size());
-    Put("{");
+    PutLine("{");
     for (const Row& row : rows)
     {
         const std::string padding(width - row.m_text.size(), ' ');
-        Put("    " + row.m_text + (row.m_remark.empty() ? "" : padding + "  // " + row.m_remark));
+        PutLine("    " + row.m_text + (row.m_remark.empty() ? "" : padding + "  // " + row.m_remark));
     }
-    Put("};");
+    PutLine("};");
 }
 
 std::string OctetsText(ssize_t size)
@@ -114,7 +108,7 @@ void Show(const ReflectedClass& rc)
     for (ssize_t i = 0; i < rc.m_numFields; ++i)
         rows.push_back(FieldRow(ReflectionByteCode(rc.m_fields[i].m_bc, rc.m_stringTable), rc.m_fields[i].m_name,
                                 rc.m_fields[i].m_offset, ", outside the model"));
-    Put("class " + std::string(rc.m_name) + "  // " + remark + TargetRemark(rc.m_name));
+    PutLine("class " + std::string(rc.m_name) + "  // " + remark + TargetRemark(rc.m_name));
     PutBody(rows);
 }
 
@@ -128,7 +122,7 @@ void Show(const ReflectedVariant& rv)
                             TypeText(ReflectionByteCode(alternative.m_bc, rv.m_stringTable)) + ";",
                         "index " + std::to_string(i) + ", offset " + std::to_string(alternative.m_offset)});
     }
-    Put("variant " + std::string(rv.m_name) + "  // " + OctetsText(rv.m_size) + TargetRemark(rv.m_name));
+    PutLine("variant " + std::string(rv.m_name) + "  // " + OctetsText(rv.m_size) + TargetRemark(rv.m_name));
     PutBody(rows);
 }
 
@@ -139,18 +133,18 @@ void Show(const ReflectedEnum& re)
         rows.push_back({std::string(re.m_strings[i]) + " = " + std::to_string(re.GetValue(i)) + ",",
                         re.m_enabled != nullptr && !re.m_enabled[i] ? "disabled" : ""});
     const std::string target = TargetRemark(re.m_name);
-    Put("enum " + std::string(re.m_name) + (target.empty() ? "" : "  // " + target.substr(2)));
+    PutLine("enum " + std::string(re.m_name) + (target.empty() ? "" : "  // " + target.substr(2)));
     PutBody(rows);
 }
 
 void Show(const ReflectedTypedef& rt)
 {
-    Put("typedef " + Declaration(ReflectionByteCode(rt.m_bc, rt.m_stringTable), rt.m_name) + ";");
+    PutLine("typedef " + Declaration(ReflectionByteCode(rt.m_bc, rt.m_stringTable), rt.m_name) + ";");
 }
 
 void Show(const ReflectedInterface& ri)
 {
-    Put("interface " + std::string(ri.m_name) + ";");
+    PutLine("interface " + std::string(ri.m_name) + ";");
 }
 
 void Show(const ReflectedGlobalFunction& function)
@@ -159,7 +153,7 @@ void Show(const ReflectedGlobalFunction& function)
     std::string arguments;
     for (ssize_t i = 0; i < function.m_numArgs; ++i)
         arguments += (i == 0 ? "" : ", ") + typeText(function.m_args[i].m_bc) + " " + function.m_args[i].m_name;
-    Put(typeText(function.m_returnType.m_bc) + " " + function.m_name + "(" + arguments + ");");
+    PutLine(typeText(function.m_returnType.m_bc) + " " + function.m_name + "(" + arguments + ");");
 }
 
 template <class Descriptor>

@@ -3,12 +3,10 @@
 #include "Diagnostics.h"
 #include "Modules.h"
 #include "Options.h"
+#include "Output.h"
 
 #include <klObject/objects/Collector.h>
 
-#include <cerrno>
-#include <clocale>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 
@@ -33,9 +31,10 @@ int Run(int argc, char** argv)
 // Output that did not arrive (a full disk) is a failure too.
 int Flushed(int exitCode)
 {
-    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+    FlushOutput();
+    if (GetOutputError() == 0)
         return exitCode;
-    ReportError(std::string("cannot write standard output: ") + std::strerror(errno));
+    ReportError(std::string("cannot write standard output: ") + std::strerror(GetOutputError()));
     return EXIT_FAILED;
 }
 
@@ -43,7 +42,6 @@ int Flushed(int exitCode)
 
 int main(int argc, char** argv)
 {
-    std::setlocale(LC_CTYPE, "C.UTF-8"); // texts are UTF-8 wherever the tool runs; numbers never depend on a locale
     try
     {
         return Flushed(Run(argc, argv));

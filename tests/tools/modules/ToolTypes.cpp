@@ -16,6 +16,6 @@ extern "C" __attribute__((visibility("default"))) void Register_Project_klToolTy
     if (s_called)
         return;
     s_called = true;
-    kelm::RegisterTypes<tool::Colour, tool::Point, tool::Extent, tool::Note, tool::Scene, tool::Sealed, tool::Frame>(
-        kelm::RegisterTarget(s_target));
+    kelm::RegisterTypes<tool::Colour, tool::Point, tool::Extent, tool::Note, tool::Scene, tool::Sealed, tool::Frame,
+                        tool::Faulty>(kelm::RegisterTarget(s_target));
 }

@@ -69,6 +69,19 @@ struct Sealed
     kelm::int32 value = 0;
 };
 
+// Divides by zero when it is created, where the processor refuses that.
+struct Faulty
+{
+    Faulty()
+    {
+#if defined(__x86_64__)
+        asm volatile("cqo\n\tidivq %1" : "+a"(value) : "r"(kelm::int64{0}) : "rdx");
+#endif
+    }
+
+    kelm::int64 value = 1;
+};
+
 // Has the model of its member.
 struct Frame
 {
@@ -88,4 +101,5 @@ KELM_CLASS(tool::Scene, KELM_MODEL(title), KELM_MODEL(origin), KELM_MODEL(colour
            KELM_MODEL(first), KELM_MODEL(note), KELM_MODEL(notes), KELM_MODEL(version), KELM_MODEL(late).AddedIn(1),
            KELM_MODEL(old).DroppedIn(1), KELM_FIELD(area))
 KELM_CLASS(tool::Sealed, kelm::NotCreatable(), KELM_MODEL(value))
+KELM_CLASS(tool::Faulty, KELM_MODEL(value))
 KELM_CLASS(tool::Frame, KELM_MODEL_OF(corner), KELM_FIELD(width))

@@ -1,0 +1,64 @@
+#pragma once
+
+// What the command line may hold, as tables: what it is read by, and what help tells.
+
+#include "Options.h"
+
+#include <klUtils/types.h>
+
+#include <span>
+#include <string_view>
+
+namespace kelm::tool
+{
+
+// Where a part of the command line goes; one of them.
+struct Destination
+{
+    constexpr Destination(bool Options::*flag) : m_flag(flag) {}
+    constexpr Destination(std::string Options::*text) : m_text(text) {}
+    constexpr Destination(std::vector<std::string> Options::*texts) : m_texts(texts) {}
+
+    bool Options::*m_flag = nullptr;
+    std::string Options::*m_text = nullptr;
+    std::vector<std::string> Options::*m_texts = nullptr; // takes any number
+};
+
+struct OptionRow
+{
+    char m_letter; // 0 for none
+    std::string_view m_name;
+    std::string_view m_argument; // empty for a flag
+    Destination m_destination;
+    std::string_view m_summary;
+    std::string_view m_excluded = {}; // the name of an option that it does not go with
+};
+
+struct ArgumentRow
+{
+    std::string_view m_name;
+    Destination m_destination;
+    bool m_isRequired;
+    std::string_view m_summary;
+    std::string_view m_excluded = {}; // the name of an option that it does not go with
+};
+
+struct CommandRow
+{
+    std::string_view m_name;
+    std::string_view m_summary;
+    int (*m_run)(const Options&);
+    std::span<const ArgumentRow> m_arguments;
+    std::span<const OptionRow> m_options;
+    std::string_view m_examples;
+};
+
+std::span<const CommandRow> GetCommands();
+
+// Options that go with every subcommand, before it or behind.
+std::span<const OptionRow> GetCommonOptions();
+
+// Writes what --help tells: of the tool, or of a subcommand.
+void PutHelp(const CommandRow* command);
+
+} // namespace kelm::tool

@@ -1,0 +1,129 @@
+#include "Commands.h"
+#include "Output.h"
+
+#include <algorithm>
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+constexpr std::string_view s_ending =
+    R"(Exit codes: 0 when all went well, 1 when an expression, a file or a name failed, 2 for wrong usage.
+Modules are also loaded from the environment variable KELMSCRIPT_MODULES, colons between them: whole paths, or names of
+files in the folders of KELMSCRIPT_MODULE_PATH.
+
+Examples:
+  kelmscript eval '2 ^^ 10'
+  kelmscript --module ./libklExampleShapes.so check scene.kds
+  kelmscript SUBCOMMAND --help
+)";
+
+// Two columns under a heading.
+class Section
+{
+public:
+    explicit Section(std::string_view heading) : m_heading(heading) {}
+
+    void Add(std::string left, std::string_view right) { m_rows.push_back({std::move(left), right}); }
+
+    void Write() const
+    {
+        if (m_rows.empty())
+            return;
+        std::size_t width = 0;
+        for (const Row& row : m_rows)
+            width = std::max(width, row.m_left.size());
+        Put("\n");
+        PutLine(m_heading);
+        for (const Row& row : m_rows)
+        {
+            Put("  " + row.m_left + std::string(width - row.m_left.size() + 2, ' '));
+            PutLine(row.m_right);
+        }
+    }
+
+private:
+    struct Row
+    {
+        std::string m_left;
+        std::string_view m_right;
+    };
+    std::string_view m_heading;
+    std::vector<Row> m_rows;
+};
+
+std::string Left(char letter, std::string_view name, std::string_view argument)
+{
+    std::string text = letter != 0 ? std::string{'-', letter, ',', ' '} : "    ";
+    text += name;
+    if (!argument.empty())
+        text += " ";
+    text += argument;
+    return text;
+}
+
+// An argument as a usage line has it.
+std::string Usage(const ArgumentRow& argument)
+{
+    std::string text(argument.m_name);
+    if (argument.m_destination.m_texts != nullptr)
+        text += "...";
+    return argument.m_isRequired ? text : "[" + text + "]";
+}
+
+void PutOptions(const CommandRow* command)
+{
+    Section options("Options:");
+    if (command != nullptr)
+        for (const OptionRow& row : command->m_options)
+            options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
+    for (const OptionRow& row : GetCommonOptions())
+        options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
+    options.Add(Left('h', "--help", ""), "Write this help");
+    options.Add(Left('V', "--version", ""), "Write the version");
+    options.Write();
+}
+
+void PutHelpOfTool()
+{
+    PutLine("Evaluates KelmScript expressions and reads, checks and changes data sources.\n");
+    PutLine("Usage: kelmscript SUBCOMMAND [OPTION...] [ARGUMENT...]");
+    Section commands("Subcommands:");
+    for (const CommandRow& row : GetCommands())
+        commands.Add(std::string(row.m_name), row.m_summary);
+    commands.Write();
+    PutOptions(nullptr);
+    Put("\n");
+    Put(s_ending);
+}
+
+void PutHelpOf(const CommandRow& command)
+{
+    PutLine(std::string(command.m_summary) + ".\n");
+    std::string usage = "Usage: kelmscript " + std::string(command.m_name) + " [OPTION...]";
+    Section arguments("Arguments:");
+    for (const ArgumentRow& row : command.m_arguments)
+    {
+        usage += " " + Usage(row);
+        arguments.Add(std::string(row.m_name), row.m_summary);
+    }
+    PutLine(usage);
+    arguments.Write();
+    PutOptions(&command);
+    PutLine("\nExamples:");
+    Put(command.m_examples);
+}
+
+} // namespace
+
+void PutHelp(const CommandRow* command)
+{
+    if (command == nullptr)
+        PutHelpOfTool();
+    else
+        PutHelpOf(*command);
+}
+
+} // namespace kelm::tool

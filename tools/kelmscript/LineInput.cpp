@@ -1,0 +1,85 @@
+#include "LineInput.h"
+
+#include "Diagnostics.h"
+#include "Files.h"
+#include "Output.h"
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+constexpr std::size_t s_blockSize = 65536;
+
+} // namespace
+
+LineInput::LineInput(const std::string& path)
+    : m_name(NameOfFile(path)), m_file(OpenFile(path)), m_hasFailed(!m_file.IsOpen())
+{
+}
+
+bool LineInput::ReadAcrossBlocks(std::string_view& line)
+{
+    while (true)
+    {
+        const auto size = static_cast<std::size_t>(m_end - m_p); // of the line so far, which is not looked at again
+        if (!ReadBlock())
+            break;
+        const auto* const end =
+            static_cast<const char*>(std::memchr(m_p + size, '\n', static_cast<std::size_t>(m_end - m_p) - size));
+        if (end == nullptr)
+            continue;
+        line = {m_p, static_cast<std::size_t>(end - m_p)};
+        m_p = end + 1;
+        return true;
+    }
+    line = {m_p, static_cast<std::size_t>(m_end - m_p)};
+    m_p = m_end;
+    return !line.empty() && !m_hasFailed;
+}
+
+// Reads on behind what is not yet given; false at the end.
+bool LineInput::ReadBlock()
+{
+    if (!m_file.IsOpen())
+        return false;
+    FlushOutput();
+    const auto size = static_cast<std::size_t>(m_end - m_p);
+    if (size > GetSizeLimit())
+        return Fail("a line is longer than " + SizeLimitText());
+    MakeRoom(size);
+    const ssize_t count = ReadSome(m_file.get(), m_buffer.get() + size, m_capacity - size);
+    if (count < 0)
+        return Fail(ErrnoText());
+    m_end += count;
+    if (count == 0)
+        m_file.Close();
+    return count > 0;
+}
+
+// Moves what is not yet given to the front of a buffer that has room for a block behind it.
+void LineInput::MakeRoom(std::size_t size)
+{
+    if (m_capacity >= size + s_blockSize)
+        std::memmove(m_buffer.get(), m_p, size);
+    else
+    {
+        m_capacity = 2 * size + s_blockSize;
+        std::unique_ptr<char[]> buffer(new char[m_capacity]); // not zeroed
+        std::memcpy(buffer.get(), m_p, size);
+        m_buffer = std::move(buffer);
+    }
+    m_p = m_buffer.get();
+    m_end = m_p + size;
+}
+
+bool LineInput::Fail(const std::string& why)
+{
+    ReportUnreadable(m_name, why);
+    m_file.Close();
+    m_hasFailed = true;
+    return false;
+}
+
+} // namespace kelm::tool

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "FileDescriptor.h"
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace kelm::tool
+{
+
+// The lines of a file, which is read by the block. Standard output is flushed before more of the file is waited for, so
+// that another program can ask one question after the other.
+class LineInput
+{
+public:
+    // "-" is standard input. Reports an error where the file cannot be read.
+    explicit LineInput(const std::string& path);
+
+    // Its name for people.
+    const std::string& GetName() const { return m_name; }
+
+    // The next line, without its line break; it stays until the next call. False at the end.
+    bool Read(std::string_view& line)
+    {
+        const auto* const end = static_cast<const char*>(std::memchr(m_p, '\n', static_cast<std::size_t>(m_end - m_p)));
+        if (end == nullptr) [[unlikely]]
+            return ReadAcrossBlocks(line);
+        line = {m_p, static_cast<std::size_t>(end - m_p)};
+        m_p = end + 1;
+        return true;
+    }
+
+    // Whether the file or a line of it could not be read, which was reported.
+    bool HasFailed() const { return m_hasFailed; }
+
+private:
+    bool ReadAcrossBlocks(std::string_view& line);
+    bool ReadBlock();
+    void MakeRoom(std::size_t size);
+    bool Fail(const std::string& why);
+
+    std::string m_name;
+    FileDescriptor m_file; // closed at its end
+    std::unique_ptr<char[]> m_buffer;
+    std::size_t m_capacity = 0;
+    const char* m_p = ""; // what is read and not yet given
+    const char* m_end = m_p;
+    bool m_hasFailed = false;
+};
+
+} // namespace kelm::tool
