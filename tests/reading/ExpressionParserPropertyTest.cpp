@@ -179,13 +179,13 @@ std::string ReferenceReads(const std::string& text, Random choice)
 
 TEST(ExpressionParser, ReadsValuesOfAllTypes)
 {
-    Compare({150, AnyValues, LibraryReads, ReferenceReads});
+    Compare({120, AnyValues, LibraryReads, ReferenceReads});
 }
 
 // One type after another, since one error ends a case.
 TEST(ExpressionParser, ReadsAnyTokenAsAnyType)
 {
-    Compare({50, [](Random& random, Random) { return AnySpace(random) + AnyToken(random) + AnySpace(random); },
+    Compare({30, [](Random& random, Random) { return AnySpace(random) + AnyToken(random) + AnySpace(random); },
              LibraryReads, ReferenceReads});
 }
 

@@ -269,7 +269,7 @@ TEST(KSParser, EvaluatesAnyExpression)
 {
     const auto draw = [](Random& random, Random)
     { return Drawing(random).Expression(K_ANY, static_cast<int>(random.Below(5))) + AnySpace(random); };
-    Compare({70, draw, LibraryEvaluation, ReferenceEvaluation});
+    Compare({60, draw, LibraryEvaluation, ReferenceEvaluation});
 }
 
 TEST(KSParser, EvaluatesAnyDamagedExpression)
@@ -280,7 +280,7 @@ TEST(KSParser, EvaluatesAnyDamagedExpression)
         Damage(random, text);
         return text;
     };
-    Compare({50, draw, LibraryEvaluation, ReferenceEvaluation});
+    Compare({45, draw, LibraryEvaluation, ReferenceEvaluation});
 }
 
 TEST(KSParser, EvaluatesAnyTokens)
@@ -295,7 +295,7 @@ TEST(KSParser, EvaluatesAnyTokens)
             text += (random.OneIn(3) ? AnyToken(random) : random.Of(s_tokens)) + AnySpace(random);
         return text;
     };
-    Compare({40, draw, LibraryEvaluation, ReferenceEvaluation});
+    Compare({35, draw, LibraryEvaluation, ReferenceEvaluation});
 }
 
 } // namespace

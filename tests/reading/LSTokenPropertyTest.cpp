@@ -126,7 +126,7 @@ std::string ReferenceTokenLiterals(const std::string& text, Random)
 
 TEST(LSToken, GivesTheValueOfAnyNumber)
 {
-    Compare({70, [](Random& random, Random) { return AnyNumber(random) + (random.OneIn(2) ? AnySpace(random) : ""); },
+    Compare({50, [](Random& random, Random) { return AnyNumber(random) + (random.OneIn(2) ? AnySpace(random) : ""); },
              LibraryTokenLiterals, ReferenceTokenLiterals});
 }
 
@@ -138,7 +138,7 @@ TEST(LSToken, GivesTheValueOfAnyFloat)
 
 TEST(LSToken, GivesTheContentsOfAnyQuotedText)
 {
-    Compare({70, [](Random& random, Random) { return OftenWhole(random, AnyQuoted(random), 8); }, LibraryTokenLiterals,
+    Compare({50, [](Random& random, Random) { return OftenWhole(random, AnyQuoted(random), 8); }, LibraryTokenLiterals,
              ReferenceTokenLiterals});
 }
 
@@ -159,7 +159,7 @@ TEST(LSToken, ResolvesAnEscapeAtEveryPlace)
         return "\"" + std::string(length, 'a').insert(at, escape) + "\"";
     };
     CompareAll(std::size(s_escapes) * (s_maxLength + 1) * (s_maxLength + 2) / 2, makeText,
-               {30, {}, LibraryTokenLiterals, ReferenceTokenLiterals});
+               {25, {}, LibraryTokenLiterals, ReferenceTokenLiterals});
 }
 
 // Tokens that no scanner delivers: their text alone counts.
@@ -170,7 +170,7 @@ TEST(LSToken, RefusesNumbersThatAreNone)
     const auto library = [](SubString text, Random choice) { return LibraryLiterals({choice.Of(s_kinds), text}); };
     const auto reference = [](const std::string& text, Random choice)
     { return ReferenceLiterals(choice.Of(s_kinds), text); };
-    Compare({10, draw, library, reference});
+    Compare({5, draw, library, reference});
 }
 
 } // namespace

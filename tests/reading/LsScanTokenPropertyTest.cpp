@@ -66,7 +66,7 @@ std::string AnyTokens(Random& random, Random)
 
 TEST(LsScanToken, DeliversTheTokensOfAnyText)
 {
-    Compare({130, AnyTokens, LibraryTokens, ReferenceTokens});
+    Compare({100, AnyTokens, LibraryTokens, ReferenceTokens});
 }
 
 TEST(LsScanToken, DeliversTheTokensOfAnyBytes)
@@ -78,7 +78,7 @@ TEST(LsScanToken, DeliversTheTokensOfAnyBytes)
             text += AnyBytes(random);
         return text;
     };
-    Compare({50, draw, LibraryTokens, ReferenceTokens});
+    Compare({30, draw, LibraryTokens, ReferenceTokens});
 }
 
 // A run of characters, one of which may be another.
@@ -126,7 +126,7 @@ std::string TextOfRun(std::size_t index)
 TEST(LsScanToken, DeliversRunsOfEveryLength)
 {
     constexpr std::size_t numPlaces = (s_maxRun + 1) * (s_maxRun + 2) / 2;
-    CompareAll(std::size(s_runs) * numPlaces, TextOfRun, {150, {}, LibraryTokens, ReferenceTokens});
+    CompareAll(std::size(s_runs) * numPlaces, TextOfRun, {130, {}, LibraryTokens, ReferenceTokens});
 }
 
 TEST(GetLineNumber, CountsTheLineEndsBeforeAPlace)
@@ -139,7 +139,7 @@ TEST(GetLineNumber, CountsTheLineEndsBeforeAPlace)
         return text;
     };
     const auto placeIn = [](std::size_t size, Random& choice) { return choice.Below(size + 1); };
-    Compare({20, draw,
+    Compare({10, draw,
              [&](SubString text, Random choice) {
                  return std::to_string(
                      GetLineNumber(text, text.m_p1 + placeIn(static_cast<std::size_t>(text.size()), choice)));

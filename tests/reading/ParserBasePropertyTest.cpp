@@ -84,7 +84,7 @@ TEST(ParserBase, ReadsTheTokensOfAnyText)
             text += AnySpace(random) + AnyToken(random);
         return OftenWhole(random, text + AnySpace(random), 3);
     };
-    Compare({60, draw, LibraryStream, ReferenceStream});
+    Compare({50, draw, LibraryStream, ReferenceStream});
 }
 
 TEST(ParserBase, ReadsNamesAndPaths)
@@ -97,7 +97,7 @@ TEST(ParserBase, ReadsNamesAndPaths)
             text += AnyName(random) + AnySpace(random) + random.Of(s_separators) + AnySpace(random);
         return OftenWhole(random, text, 3);
     };
-    Compare({40, draw, LibraryStream, ReferenceStream});
+    Compare({30, draw, LibraryStream, ReferenceStream});
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <klObject/objects/prefbase.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
+#include <support/HandmadeClasses.h>
 
 #include <map>
 #include <string>
@@ -19,9 +20,10 @@
 namespace kelm::reference
 {
 
-// What collected documents told, by the order of their creation. Begun anew for each case.
+// What collected documents told, by the order of their creation, where they are asked to. Begun anew for each case.
 struct Documents
 {
+    bool m_isTelling = false;
     int m_created = 0;
     std::map<int, std::string> m_told;
 };
@@ -111,3 +113,22 @@ KELM_CLASS(reading::Document, kelm::Persistable(), KELM_MODEL(title), KELM_MODEL
            KELM_MODEL(corners), KELM_MODEL(samples), KELM_MODEL(matrix), KELM_MODEL(shades), KELM_MODEL(flags),
            KELM_MODEL(wide), KELM_MODEL(owner), KELM_MODEL(next), KELM_MODEL(children),
            KELM_MODEL(dropped).DroppedIn(3), KELM_FIELD(last))
+
+namespace kelm::reference
+{
+
+// A test with all classes registered, that leaves no object behind.
+class ReadingTest : public HandmadeTest
+{
+protected:
+    ReadingTest()
+    {
+        static const bool s_isRegistered =
+            (RegisterTypes<reading::Shade, reading::Place, reading::Record, reading::Choice, reading::Document>(
+                 nullptr),
+             true);
+        static_cast<void>(s_isRegistered);
+    }
+};
+
+} // namespace kelm::reference

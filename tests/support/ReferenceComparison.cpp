@@ -231,15 +231,15 @@ void CompareCase(const Comparison& comparison, const std::string& text, uint64 c
                   << ::testing::PrintToString(outcomes.m_reference);
 }
 
-// Compares the texts makeText(number, random, choice) for each of the numbers 0, step, 2 * step ... below `end`.
+// Compares the texts makeText(number, random, choice) for each of the numbers below `end`.
 template <class MakeText>
-void CompareCases(const Comparison& comparison, uint64 end, uint64 step, MakeText makeText)
+void CompareCases(const Comparison& comparison, uint64 end, MakeText makeText)
 {
     const CrashTeller teller;
     const Settings& settings = GetSettings();
     const std::string test = NameOfRunningTest();
     const ::testing::TestResult& result = *::testing::UnitTest::GetInstance()->current_test_info()->result();
-    for (uint64 number = settings.m_isOneCase ? settings.m_case : 0; number < end; number += step)
+    for (uint64 number = settings.m_isOneCase ? settings.m_case : 0; number < end; ++number)
     {
         std::snprintf(s_running, sizeof s_running, "%s: KELM_READING_SEED=%llu KELM_READING_CASE=%llu\n", test.c_str(),
                       static_cast<unsigned long long>(settings.m_seed), static_cast<unsigned long long>(number));
@@ -260,16 +260,18 @@ uint64 GetNumCases(const Comparison& comparison)
 
 void Compare(const Comparison& comparison)
 {
-    CompareCases(comparison, GetNumCases(comparison), 1,
+    CompareCases(comparison, GetNumCases(comparison),
                  [&](uint64, Random& random, Random choice) { return comparison.m_draw(random, choice); });
 }
 
 void CompareAll(std::size_t count, const std::function<std::string(std::size_t index)>& makeText,
                 const Comparison& comparison)
 {
-    const uint64 step = std::max<uint64>(1, count / GetNumCases(comparison));
-    CompareCases(comparison, count, step,
-                 [&](uint64 number, Random&, Random) { return makeText(static_cast<std::size_t>(number)); });
+    const uint64 numCases = GetNumCases(comparison);
+    const bool areAll = numCases >= count;
+    CompareCases(comparison, areAll ? count : numCases,
+                 [&](uint64 number, Random& random, Random)
+                 { return makeText(areAll ? static_cast<std::size_t>(number) : random.Below(count)); });
 }
 
 // --- Outcomes --------------------------------------------------------------------------------------------------------

@@ -39,8 +39,7 @@ struct Comparison
 // A part of a GoogleTest test.
 void Compare(const Comparison& comparison);
 
-// The same for texts that are counted rather than drawn: all indices below `count`, or a part of them, evenly spread,
-// where fewer cases are asked for.
+// The same for texts that are counted rather than drawn: all of them, or where fewer cases are asked for, any of them.
 void CompareAll(std::size_t count, const std::function<std::string(std::size_t index)>& makeText,
                 const Comparison& comparison);
 

@@ -68,9 +68,11 @@ public:
         ssize_t offset = 0;
         if (rc.m_modelFields != nullptr && rc.m_numModelFields == 0)
         {
-            model = &FindReflectedClass(rc.m_modelFields->m_name);
+            model = TryFindReflectedClass(rc.m_modelFields->m_name);
             offset = rc.m_modelFields->m_offset;
         }
+        if (model == nullptr)
+            return "?";
         for (ssize_t i = 0; model->m_modelFields != nullptr && i < model->m_numModelFields; ++i)
         {
             const ReflectedModelField& field = model->m_modelFields[i];
