@@ -1,5 +1,7 @@
 #include "ExpressionTexts.h"
 
+#include "Random.h"
+
 #include <cmath>
 
 namespace kelm::bench
@@ -17,6 +19,50 @@ std::string Piece(long i, long length)
 {
     return std::string(static_cast<std::size_t>(length), static_cast<char>('a' + i % 26));
 }
+
+// Numbers of each length, signs, parentheses; what is behind the operators is never zero, so that all may be divided.
+class RandomExpression
+{
+public:
+    RandomExpression(std::uint64_t seed, const char* space, bool hasComments)
+        : m_random(seed), m_space(space), m_hasComments(hasComments)
+    {
+    }
+
+    std::string Make(std::int64_t terms, int depth = 0)
+    {
+        std::string text = Operand(depth);
+        for (; terms > 1; --terms)
+        {
+            static constexpr const char* s_operators[] = {"+", "+", "-", "-", "*", "*", "/"};
+            text += m_space + std::string(s_operators[m_random() % std::size(s_operators)]);
+            text += m_hasComments && m_random() % 6 == 0 ? " // " + RandomSentence(m_random) + "\n" : m_space;
+            text += Operand(depth);
+        }
+        return text;
+    }
+
+private:
+    std::string Operand(int depth)
+    {
+        if (depth < 4 && m_random() % 6 == 0)
+            return "(" + Make(Between(m_random, 2, 5), depth + 1) + ")*" + Digits(1, 2);
+        const std::string sign = depth > 0 && m_random() % 12 == 0 ? " -" : "";
+        return sign + (m_random() % 3 == 0 ? Digits(1, 3) + "." + Digits(1, 4) : Digits(1, 7));
+    }
+
+    std::string Digits(int shortest, int longest)
+    {
+        std::string digits(static_cast<std::size_t>(Between(m_random, shortest, longest)), '1');
+        for (char& c : digits)
+            c = static_cast<char>('1' + m_random() % 9);
+        return digits;
+    }
+
+    Random m_random;
+    const char* m_space;
+    bool m_hasComments;
+};
 
 Result Number(ValueKind kind, double value)
 {
@@ -97,6 +143,24 @@ const std::vector<ExpressionCase>& GetExpressionCases()
          {ValueKind::String, 0, ConcatenationValue(16, 18)}},
     };
     return cases;
+}
+
+std::vector<ExpressionText> GetMoreExpressions(std::uint64_t seed)
+{
+    return {
+        {"one integer: 42", "42"},
+        {"spaces: 1 + 2 * 3", "1 + 2 * 3"},
+        {"two floats: 2.5*1.25", "2.5*1.25"},
+        {"sign and remainder: -75 % 8", "-75 % 8"},
+        {"relation: 12 <= 7", "12 <= 7"},
+        {"bits: 0x1F & 0x7a | 2 << 3", "0x1F & 0x7a | 2 << 3"},
+        {"choice: 1 < 2 ? 30 : 40", "1 < 2 ? 30 : 40"},
+        {"logic: !(1 < 2) || 3 == 4 && true", "!(1 < 2) || 3 == 4 && true"},
+        {"two pairs: ((1+2)*(3+4))-((5+6)*(7-8))", "((1+2)*(3+4))-((5+6)*(7-8))"},
+        {"random, 40 terms, compact", RandomExpression(seed, "", false).Make(40)},
+        {"random, 40 terms, spaced", RandomExpression(seed + 1, " ", false).Make(40)},
+        {"random, 40 terms, commented", RandomExpression(seed + 2, " ", true).Make(40)},
+    };
 }
 
 } // namespace kelm::bench

@@ -3,6 +3,7 @@
 // The expressions that the benchmarks measure, each with the value that it must have. Where another language spells an
 // operator differently, the spelling is an argument.
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,16 @@ struct ExpressionCase
 };
 
 const std::vector<ExpressionCase>& GetExpressionCases();
+
+struct ExpressionText
+{
+    std::string m_name;
+    std::string m_text;
+};
+
+// Expressions of numbers, bools and all that computes with them, short ones and of each kind, some of them made from
+// the seed: to be counted beside a plain loop, which the peers' languages cannot all be.
+std::vector<ExpressionText> GetMoreExpressions(std::uint64_t seed);
 
 // 1+2-3+4-5 ..., and the value of it.
 std::string ChainText(long terms);

@@ -15,7 +15,8 @@ void RegisterBenchTypes()
         using namespace sample;
         Register_Project_klKelmScript();
         RegisterTypes<Integers, Doubles, Colour, Record, Records, Counts, Settings, Part, Mesh, Node, Scene, Item,
-                      Document, Five, Hundred, Fives, Hundreds, Link, Point, Extent, Kinds>(nullptr);
+                      Document, OfPart, MeshOfParts, OfMesh, NodeOfMesh, OfNode, SceneOfNodes, OfScene, DocumentOfScene,
+                      OfDocument, Five, Hundred, Fives, Hundreds, Link, Point, Extent, Kinds>(nullptr);
         return true;
     }();
     static_cast<void>(isDone);

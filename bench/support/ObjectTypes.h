@@ -102,6 +102,48 @@ struct Document
     Scene scene;
 };
 
+// The same tree where every class has the model of a member.
+
+struct OfPart
+{
+    Part part;
+};
+struct MeshOfParts
+{
+    kelm::int32 triangles = 0;
+    kelm::xvector<OfPart> parts;
+};
+struct OfMesh
+{
+    MeshOfParts mesh;
+};
+struct NodeOfMesh
+{
+    kelm::int32 id = 0;
+    OfMesh mesh;
+};
+struct OfNode
+{
+    NodeOfMesh node;
+};
+struct SceneOfNodes
+{
+    kelm::xstring title;
+    kelm::xvector<OfNode> nodes;
+};
+struct OfScene
+{
+    SceneOfNodes scene;
+};
+struct DocumentOfScene
+{
+    OfScene scene;
+};
+struct OfDocument
+{
+    DocumentOfScene document;
+};
+
 // Classes with few and with many members.
 
 #define BENCH_TEN_MEMBERS(D)                                                                                           \
@@ -194,6 +236,15 @@ KELM_CLASS(sample::Node, KELM_MODEL(id), KELM_MODEL(mesh))
 KELM_CLASS(sample::Scene, KELM_MODEL(title), KELM_MODEL(nodes))
 KELM_CLASS(sample::Item, KELM_MODEL(id), KELM_MODEL(name))
 KELM_CLASS(sample::Document, KELM_MODEL(items), KELM_MODEL(scene))
+KELM_CLASS(sample::OfPart, KELM_MODEL_OF(part))
+KELM_CLASS(sample::MeshOfParts, KELM_MODEL(triangles), KELM_MODEL(parts))
+KELM_CLASS(sample::OfMesh, KELM_MODEL_OF(mesh))
+KELM_CLASS(sample::NodeOfMesh, KELM_MODEL(id), KELM_MODEL(mesh))
+KELM_CLASS(sample::OfNode, KELM_MODEL_OF(node))
+KELM_CLASS(sample::SceneOfNodes, KELM_MODEL(title), KELM_MODEL(nodes))
+KELM_CLASS(sample::OfScene, KELM_MODEL_OF(scene))
+KELM_CLASS(sample::DocumentOfScene, KELM_MODEL(scene))
+KELM_CLASS(sample::OfDocument, KELM_MODEL_OF(document))
 KELM_CLASS(sample::Five, KELM_MODEL(m00), KELM_MODEL(m01), KELM_MODEL(m02), KELM_MODEL(m03), KELM_MODEL(m04))
 #define BENCH_TEN_MODELS(D)                                                                                            \
     KELM_MODEL(m##D##0), KELM_MODEL(m##D##1), KELM_MODEL(m##D##2), KELM_MODEL(m##D##3), KELM_MODEL(m##D##4),           \

@@ -4,7 +4,7 @@
 
 #include "Digest.h"
 #include "PlainClasses.h"
-#include "ReadingPeer.h"
+#include "TextPeer.h"
 
 #include <simdjson.h>
 
@@ -105,7 +105,7 @@ struct Reader
     template <class Class>
     struct Way
     {
-        static bool Digest(void* text, std::uint64_t& digest)
+        static bool DigestOfText(void* text, std::uint64_t& digest)
         {
             try
             {
@@ -132,18 +132,17 @@ struct Reader
         }
     };
 
-    static constexpr ReadingPeer Make(const char* name)
+    static constexpr TextPeer Make(const char* name)
     {
-        return {name, Source::Make, Source::Drop, {BENCH_ROOT_CLASSES(BENCH_ROOT_FNS)}};
+        return {name, Source::Make, Source::Drop, {BENCH_ROOT_CLASSES(BENCH_READING_FNS)}};
     }
 };
 
-constexpr ReadingPeer s_peers[] = {Reader<PlainText>::Make("simdjson"),
-                                   Reader<KeptBuffers>::Make("simdjson, buffers kept")};
+constexpr TextPeer s_peers[] = {Reader<PlainText>::Make("simdjson"),
+                                Reader<KeptBuffers>::Make("simdjson, buffers kept")};
 
 } // namespace
 
 } // namespace kelm::bench
 
-extern "C" __attribute__((visibility("default")))
-const kelm::bench::ReadingPeers KelmBenchReadingPeers = {kelm::bench::s_peers, std::size(kelm::bench::s_peers)};
+BENCH_EXPORT_PEERS(kelm::bench::s_peers)

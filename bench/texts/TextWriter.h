@@ -2,8 +2,8 @@
 
 // Writes an object of the plain classes as text, as a data source or as JSON.
 
+#include "../support/Random.h"
 #include "PlainClasses.h"
-#include "Random.h"
 #include "Texts.h"
 
 #include <algorithm>

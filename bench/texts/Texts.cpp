@@ -1,8 +1,8 @@
 #include "Texts.h"
 
+#include "../support/Random.h"
 #include "Digest.h"
 #include "PlainClasses.h"
-#include "Random.h"
 #include "TextWriter.h"
 
 #include <stdexcept>

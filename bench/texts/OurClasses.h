@@ -41,3 +41,17 @@ BENCH_ROOT_CLASSES(BENCH_DESCRIBE_CLASS)
 #undef BENCH_DESCRIBE
 #undef BENCH_DESCRIBED_MEMBER
 #undef BENCH_DESCRIBED_VALUE
+
+namespace ours
+{
+
+inline void RegisterOurClasses()
+{
+#define BENCH_REGISTER(NAME) kelm::RegisterTypes<NAME>(nullptr);
+    BENCH_ENUMS(BENCH_REGISTER)
+    BENCH_INNER_CLASSES(BENCH_REGISTER)
+    BENCH_ROOT_CLASSES(BENCH_REGISTER)
+#undef BENCH_REGISTER
+}
+
+} // namespace ours

@@ -1,8 +1,8 @@
-// glaze: a call as its manual shows it, with its options as they come.
+// glaze: calls as its manual shows them, with its options as they come.
 
 #include "Digest.h"
 #include "PlainClasses.h"
-#include "ReadingPeer.h"
+#include "TextPeer.h"
 
 #include <glaze/json.hpp>
 
@@ -26,13 +26,18 @@ namespace
 
 using namespace plain;
 
+std::string& TextOf(void* text)
+{
+    return *static_cast<std::string*>(text);
+}
+
 template <class Class>
 struct Way
 {
-    static bool Digest(void* text, std::uint64_t& digest)
+    static bool DigestOfText(void* text, std::uint64_t& digest)
     {
         Class object;
-        if (glz::read_json(object, *static_cast<std::string*>(text)))
+        if (glz::read_json(object, TextOf(text)))
             return false;
         digest = DigestOf(object);
         return true;
@@ -41,9 +46,33 @@ struct Way
     static void Read(void* text)
     {
         Class object;
-        const bool isBad = bool(glz::read_json(object, *static_cast<std::string*>(text)));
+        const bool isBad = bool(glz::read_json(object, TextOf(text)));
         Use(isBad);
         Use(object);
+    }
+
+    static void* MakeObject(void* text)
+    {
+        auto* const object = new Class();
+        const bool isBad = bool(glz::read_json(*object, TextOf(text)));
+        Use(isBad);
+        return object;
+    }
+
+    static void DropObject(void* object) { delete static_cast<Class*>(object); }
+
+    static bool DigestOfWritten(void* object, std::uint64_t& digest)
+    {
+        std::string written;
+        return !glz::write_json(*static_cast<Class*>(object), written) && DigestOfText(&written, digest);
+    }
+
+    static void Write(void* object)
+    {
+        std::string written;
+        const bool isBad = bool(glz::write_json(*static_cast<Class*>(object), written));
+        Use(isBad);
+        Use(written);
     }
 };
 
@@ -61,11 +90,10 @@ void DropText(void* text)
     delete static_cast<std::string*>(text);
 }
 
-constexpr ReadingPeer s_peers[] = {{"glaze", MakeText, DropText, {BENCH_ROOT_CLASSES(BENCH_ROOT_FNS)}}};
+constexpr TextPeer s_peers[] = {{"glaze", MakeText, DropText, {BENCH_ROOT_CLASSES(BENCH_FNS)}}};
 
 } // namespace
 
 } // namespace kelm::bench
 
-extern "C" __attribute__((visibility("default")))
-const kelm::bench::ReadingPeers KelmBenchReadingPeers = {kelm::bench::s_peers, std::size(kelm::bench::s_peers)};
+BENCH_EXPORT_PEERS(kelm::bench::s_peers)
