@@ -1,8 +1,11 @@
 #include <klUtils/ToString.h>
 
-#include <charconv>
-#include <cmath>
+#include <klUtils/text/private/ShortestDecimal.h>
+#include <klUtils/text/private/WriteDigits.h>
+
+#include <bit>
 #include <cstring>
+#include <limits>
 
 namespace kelm
 {
@@ -10,48 +13,173 @@ namespace kelm
 namespace
 {
 
-bool LooksLikeAnInteger(SubString number)
+template <std::size_t N>
+char* PutLiteral(char* p, const char (&text)[N])
 {
-    for (const char c : number)
-        if (c != '-' && (c < '0' || c > '9'))
-            return false;
-    return true;
+    std::memcpy(p, text, N - 1);
+    return p + N - 1;
+}
+
+char* PutWideDecimal(char* p, uint128 number)
+{
+    constexpr uint64 sixteenDigits = 10'000'000'000'000'000;
+    const auto upper = static_cast<uint64>(number / sixteenDigits);
+    const auto lower = static_cast<uint64>(number % sixteenDigits);
+    if (upper == 0)
+        return PutDecimal(p, lower);
+    return PutEightDigits(PutEightDigits(PutDecimal(p, upper), lower / 100'000'000), lower % 100'000'000);
+}
+
+// Seventeen digits of a float, the first one not zero, as text. Functions that follow each other take it by value and
+// are called last, so that everything stays in registers.
+struct Digits
+{
+    uint64 m_first;
+    uint64 m_middle;
+    uint64 m_last;
+    int m_count;    // without zeros at the end
+    int m_exponent; // the power of ten that the first one counts
+};
+
+inline Digits GetDigits(Decimal decimal)
+{
+    constexpr uint64 lastPlace = 10'000'000'000'000'000;
+    for (; decimal.m_digits < lastPlace; decimal.m_digits *= 10)
+        --decimal.m_exponent;
+    const uint64 upper = decimal.m_digits / 100'000'000;
+    const uint64 first = upper / 100'000'000;
+    const uint64 middle = EightDigitsOf(upper % 100'000'000);
+    const uint64 last = EightDigitsOf(decimal.m_digits % 100'000'000);
+    const int zeroBits = last != 0 ? std::countl_zero(last) : 64 + std::countl_zero(middle);
+    return {first + '0', middle | s_eightZeros, last | s_eightZeros, 17 - (zeroBits >> 3), decimal.m_exponent + 16};
+}
+
+inline void PutDigits(char* p, const Digits& digits)
+{
+    *p = static_cast<char>(digits.m_first);
+    PutWord(p + 1, digits.m_middle);
+    PutWord(p + 9, digits.m_last);
+}
+
+// "12.5", "0.00125", "100.0"
+[[gnu::noinline]] char* PutFixed(char* p, uint64 first, uint64 middle, uint64 last, int count, int exponent)
+{
+    const Digits digits = {first, middle, last, count, exponent};
+    if (exponent < 0)
+    {
+        PutLiteral(p, "0.000");
+        PutDigits(p + 1 - exponent, digits);
+        return p + 1 - exponent + count;
+    }
+    if (exponent >= count - 1)
+    {
+        PutDigits(p, digits);
+        return PutLiteral(p + exponent + 1, ".0");
+    }
+    PutDigits(p + 1, digits);
+    std::memmove(p, p + 1, static_cast<std::size_t>(exponent) + 1);
+    p[exponent + 1] = '.';
+    return p + count + 1;
+}
+
+// "1e+300", "1.25e-07"
+[[gnu::noinline]] char* PutScientific(char* p, uint64 first, uint64 middle, uint64 last, int count, int exponent)
+{
+    *p++ = static_cast<char>(first);
+    *p = '.';
+    PutWord(p + 1, middle);
+    PutWord(p + 9, last);
+    p += count == 1 ? 0 : count;
+    *p++ = 'e';
+    *p++ = exponent < 0 ? '-' : '+';
+    const auto magnitude = static_cast<uint64>(exponent < 0 ? -exponent : exponent);
+    if (magnitude < 10)
+        *p++ = '0';
+    return PutShortDecimal(p, magnitude);
+}
+
+// A whole number that is more than the significand, to its last digit even where fewer would do.
+[[gnu::noinline]] char* PutWhole(char* p, BinaryFloat parts)
+{
+    return PutLiteral(PutWideDecimal(p, uint128(parts.m_significand) << parts.m_exponent), ".0");
+}
+
+// The shorter of the fixed and the scientific form, or the fixed one.
+template <class Bits>
+[[gnu::noinline]] char* PutDecimal(char* p, Decimal decimal, Bits magnitude)
+{
+    const Digits digits = GetDigits(decimal);
+    const int count = digits.m_count;
+    const int exponent = digits.m_exponent;
+    const int whole = exponent + 1;
+    if (0 < whole && whole < count && whole < 8) [[likely]]
+    {
+        // The point between the digits that fill the first word.
+        PutWord(p + 2, digits.m_middle);
+        PutWord(p + 10, digits.m_last);
+        const uint64 firstEight = digits.m_middle << 8 | digits.m_first;
+        const uint64 behind = firstEight >> 8 * whole << 8 * whole;
+        PutWord(p, (firstEight ^ behind) | uint64('.') << 8 * whole | behind << 8);
+        return p + count + 1;
+    }
+    const bool isOneDigit = count == 1;
+    constexpr int maxZeros = 5;
+    constexpr int minExponent = -4;
+    if (exponent - count + 1 > maxZeros - isOneDigit || exponent < minExponent + isOneDigit)
+        return PutScientific(p, digits.m_first, digits.m_middle, digits.m_last, count, exponent);
+    if (whole >= count && TakeApart(magnitude).m_exponent > 0)
+        return PutWhole(p, TakeApart(magnitude));
+    return PutFixed(p, digits.m_first, digits.m_middle, digits.m_last, count, exponent);
+}
+
+template <class Bits>
+[[gnu::noinline]] char* PutExactly(char* p, Bits magnitude)
+{
+    return PutDecimal(p, ShortestDecimalExactly(TakeApart(magnitude)), magnitude);
+}
+
+char* PutZeroInfiniteOrNan(char* p, bool isZero, bool isInfinite)
+{
+    return isZero ? PutLiteral(p, "0.0") : isInfinite ? PutLiteral(p, "inf") : PutLiteral(p, "nan");
+}
+
+template <class Float>
+inline char* PutFloat(char* p, Float value)
+{
+    using Bits = std::conditional_t<sizeof value == sizeof(uint64), uint64, uint32>;
+    const auto bits = std::bit_cast<Bits>(value);
+    constexpr auto infinite = std::bit_cast<Bits>(std::numeric_limits<Float>::infinity());
+    constexpr int signBit = 8 * sizeof bits - 1;
+    const auto magnitude = static_cast<Bits>(bits & ~(Bits(1) << signBit));
+
+    *p = '-';
+    p += magnitude <= infinite ? bits >> signBit : 0; // a NaN's sign says nothing to a reader
+    if (magnitude - 1 >= infinite - 1) [[unlikely]]
+        return PutZeroInfiniteOrNan(p, magnitude == 0, magnitude == infinite);
+    Decimal decimal;
+    return TryShortestDecimal(TakeApart(magnitude), decimal) ? PutDecimal(p, decimal, magnitude)
+                                                             : PutExactly(p, magnitude);
 }
 
 } // namespace
 
-NumberText::NumberText(long value)
+char* PutNumber(char* p, double value)
 {
-    m_length = static_cast<int>(std::to_chars(m_text, m_text + sizeof m_text, value).ptr - m_text);
+    return PutFloat(p, value);
 }
 
-NumberText::NumberText(unsigned long value)
+char* PutNumber(char* p, float value)
 {
-    m_length = static_cast<int>(std::to_chars(m_text, m_text + sizeof m_text, value).ptr - m_text);
+    return PutFloat(p, value);
 }
 
-template <class Float>
-void NumberText::FormatFloat(Float value)
-{
-    // A NaN's sign says nothing to a reader.
-    char* end = std::to_chars(m_text, m_text + sizeof m_text - 2, std::isnan(value) ? std::abs(value) : value).ptr;
-    if (LooksLikeAnInteger({m_text, end}))
-    {
-        std::memcpy(end, ".0", 2);
-        end += 2;
-    }
-    m_length = static_cast<int>(end - m_text);
-}
+NumberText::NumberText(long value) : m_length(static_cast<int>(PutDecimal(m_text, int64(value)) - m_text)) {}
 
-NumberText::NumberText(double value)
-{
-    FormatFloat(value);
-}
+NumberText::NumberText(unsigned long value) : m_length(static_cast<int>(PutDecimal(m_text, uint64(value)) - m_text)) {}
 
-NumberText::NumberText(float value)
-{
-    FormatFloat(value);
-}
+NumberText::NumberText(double value) : m_length(static_cast<int>(PutNumber(m_text, value) - m_text)) {}
+
+NumberText::NumberText(float value) : m_length(static_cast<int>(PutNumber(m_text, value) - m_text)) {}
 
 xstring ToString(double value)
 {

@@ -11,6 +11,12 @@
 namespace kelm
 {
 
+// Writes the text of a number at `p`, where s_numberRoom characters must have room, and returns its end. Characters
+// behind the end may be written too.
+inline constexpr int s_numberRoom = 40;
+KLUTILS_API char* PutNumber(char* p, double value);
+KLUTILS_API char* PutNumber(char* p, float value); // the shortest digits that read back as the same 32-bit float
+
 // The text of one number, without an allocation. Converts to a view of itself.
 class KLUTILS_API NumberText
 {
@@ -19,15 +25,12 @@ public:
     explicit NumberText(long value);
     explicit NumberText(unsigned long value);
     explicit NumberText(double value);
-    explicit NumberText(float value); // the shortest digits that read back as the same 32-bit float
+    explicit NumberText(float value);
 
     operator SubString() const { return {m_text, m_text + m_length}; }
 
 private:
-    template <class Float>
-    void FormatFloat(Float value);
-
-    char m_text[40];
+    char m_text[s_numberRoom];
     int m_length;
 };
 

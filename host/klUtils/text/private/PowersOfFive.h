@@ -22,7 +22,9 @@ inline constexpr int s_maxExactPowerOfFive = 55;
 
 // Each power is shifted so that its highest bit is the highest of 128, and what does not fit is rounded: up for
 // negative powers, down for the others.
-extern const std::array<uint128, s_maxPowerInTable - s_minPowerInTable + 1> s_powersOfFive;
+// (Declared as what it is inside this library, so that no address has to be looked up.)
+extern __attribute__((visibility("hidden"))) const std::array<uint128, s_maxPowerInTable - s_minPowerInTable + 1>
+    s_powersOfFive;
 
 inline uint128 GetPowerOfFive(int power)
 {
