@@ -30,41 +30,23 @@ char* PutWideDecimal(char* p, uint128 number)
     return PutEightDigits(PutEightDigits(PutDecimal(p, upper), lower / 100'000'000), lower % 100'000'000);
 }
 
-// Seventeen digits of a float, the first one not zero, as text. Functions that follow each other take it by value and
-// are called last, so that everything stays in registers.
+// Seventeen digits of a float, the first one not zero. The functions that share them are called last and take them by
+// value, so that everything stays in registers.
 struct Digits
 {
     uint64 m_first;
-    uint64 m_middle;
-    uint64 m_last;
-    int m_count;    // without zeros at the end
-    int m_exponent; // the power of ten that the first one counts
+    SixteenDigits m_others;
 };
 
-inline Digits GetDigits(Decimal decimal)
+inline void PutDigits(char* p, Digits digits)
 {
-    constexpr uint64 lastPlace = 10'000'000'000'000'000;
-    for (; decimal.m_digits < lastPlace; decimal.m_digits *= 10)
-        --decimal.m_exponent;
-    const uint64 upper = decimal.m_digits / 100'000'000;
-    const uint64 first = upper / 100'000'000;
-    const uint64 middle = EightDigitsOf(upper % 100'000'000);
-    const uint64 last = EightDigitsOf(decimal.m_digits % 100'000'000);
-    const int zeroBits = last != 0 ? std::countl_zero(last) : 64 + std::countl_zero(middle);
-    return {first + '0', middle | s_eightZeros, last | s_eightZeros, 17 - (zeroBits >> 3), decimal.m_exponent + 16};
+    *p = static_cast<char>('0' + digits.m_first);
+    digits.m_others.Put(p + 1);
 }
 
-inline void PutDigits(char* p, const Digits& digits)
+// Of `count` digits the first counts ten to the `exponent`: "12.5", "0.00125", "100.0".
+[[gnu::noinline]] char* PutFixed(char* p, Digits digits, int count, int exponent)
 {
-    *p = static_cast<char>(digits.m_first);
-    PutWord(p + 1, digits.m_middle);
-    PutWord(p + 9, digits.m_last);
-}
-
-// "12.5", "0.00125", "100.0"
-[[gnu::noinline]] char* PutFixed(char* p, uint64 first, uint64 middle, uint64 last, int count, int exponent)
-{
-    const Digits digits = {first, middle, last, count, exponent};
     if (exponent < 0)
     {
         PutLiteral(p, "0.000");
@@ -83,12 +65,11 @@ inline void PutDigits(char* p, const Digits& digits)
 }
 
 // "1e+300", "1.25e-07"
-[[gnu::noinline]] char* PutScientific(char* p, uint64 first, uint64 middle, uint64 last, int count, int exponent)
+[[gnu::noinline]] char* PutScientific(char* p, Digits digits, int count, int exponent)
 {
-    *p++ = static_cast<char>(first);
+    PutDigits(p + 1, digits);
+    *p++ = static_cast<char>('0' + digits.m_first);
     *p = '.';
-    PutWord(p + 1, middle);
-    PutWord(p + 9, last);
     p += count == 1 ? 0 : count;
     *p++ = 'e';
     *p++ = exponent < 0 ? '-' : '+';
@@ -108,16 +89,22 @@ inline void PutDigits(char* p, const Digits& digits)
 template <class Bits>
 [[gnu::noinline]] char* PutDecimal(char* p, Decimal decimal, Bits magnitude)
 {
-    const Digits digits = GetDigits(decimal);
-    const int count = digits.m_count;
-    const int exponent = digits.m_exponent;
+    constexpr uint64 eightDigits = 100'000'000;
+    constexpr uint64 lastPlace = eightDigits * eightDigits;
+    for (; decimal.m_digits < lastPlace; decimal.m_digits *= 10)
+        --decimal.m_exponent;
+    const int exponent = decimal.m_exponent + 16;
+    const uint64 upper = decimal.m_digits / eightDigits;
+    const uint64 first = upper / eightDigits;
+    const SixteenDigits others(upper % eightDigits, decimal.m_digits % eightDigits);
+    const int count = 1 + others.Count();
+
     const int whole = exponent + 1;
     if (0 < whole && whole < count && whole < 8) [[likely]]
     {
         // The point between the digits that fill the first word.
-        PutWord(p + 2, digits.m_middle);
-        PutWord(p + 10, digits.m_last);
-        const uint64 firstEight = digits.m_middle << 8 | digits.m_first;
+        others.Put(p + 2);
+        const uint64 firstEight = others.GetFirstEight() << 8 | first | s_eightZeros;
         const uint64 behind = firstEight >> 8 * whole << 8 * whole;
         PutWord(p, (firstEight ^ behind) | uint64('.') << 8 * whole | behind << 8);
         return p + count + 1;
@@ -126,10 +113,10 @@ template <class Bits>
     constexpr int maxZeros = 5;
     constexpr int minExponent = -4;
     if (exponent - count + 1 > maxZeros - isOneDigit || exponent < minExponent + isOneDigit)
-        return PutScientific(p, digits.m_first, digits.m_middle, digits.m_last, count, exponent);
+        return PutScientific(p, {first, others}, count, exponent);
     if (whole >= count && TakeApart(magnitude).m_exponent > 0)
         return PutWhole(p, TakeApart(magnitude));
-    return PutFixed(p, digits.m_first, digits.m_middle, digits.m_last, count, exponent);
+    return PutFixed(p, {first, others}, count, exponent);
 }
 
 template <class Bits>

@@ -17,6 +17,7 @@ class xostream;
 struct EnumIndex;
 struct FieldIndex;
 struct HandlePlan;
+struct WritePlan;
 template <class I>
 class ptr;
 
@@ -127,6 +128,9 @@ struct ReflectedClass
 
     // Made by the first visit: where its instances can hold handles (VisitObjectsInClassInstance).
     mutable const HandlePlan* m_handlePlan = nullptr;
+
+    // Made when an instance is first written: its members and their texts.
+    mutable const WritePlan* m_writePlan = nullptr;
 };
 
 // A variable of a variant begins with the signed 32-bit index of its current alternative; the alternative's value lies

@@ -7,22 +7,27 @@
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/ReflectedVariable.h>
 #include <klObject/values/private/CheckedType.h>
+#include <klObject/values/private/QuotedText.h>
 #include <klObject/values/private/ScalarTypes.h>
+#include <klObject/values/private/TextRoom.h>
+#include <klObject/values/private/WritePlan.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/ToString.h>
 #include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/text/QualifiedName.h>
+#include <klUtils/text/private/WriteDigits.h>
 #include <klUtils/xvector.h>
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <set>
 #include <vector>
 
 // Everything is collected in memory and passed on at the end. In the order of the file: what reading starts from, the
-// quoted forms, the writer.
+// writer.
 
 namespace kelm
 {
@@ -96,70 +101,6 @@ private:
     ssize_t m_offset = 0;
 };
 
-// --- quoted forms ----------------------------------------------------------------------------------------------------
-
-struct Escape
-{
-    char m_character;
-    char m_letter;
-};
-
-constexpr Escape s_escapes[] = {{'\n', 'n'}, {'\t', 't'}, {'\r', 'r'}, {'\\', '\\'}};
-
-void AppendEscaped(xstring& out, char c, char quote)
-{
-    for (const Escape& escape : s_escapes)
-        if (escape.m_character == c)
-        {
-            out.push_back('\\');
-            out.push_back(escape.m_letter);
-            return;
-        }
-    if (c == quote)
-    {
-        out.push_back('\\');
-        out.push_back(c);
-        return;
-    }
-    constexpr char digits[] = "0123456789ABCDEF";
-    const auto byte = static_cast<unsigned char>(c);
-    const char text[] = {'\\', 'x', digits[byte >> 4], digits[byte & 15]};
-    out.append(text, sizeof text);
-}
-
-bool IsPlain(char c, char quote)
-{
-    return ' ' <= c && c <= '~' && c != '\\' && c != quote;
-}
-
-// Past what stands for itself from `p` on: plain ASCII, and UTF-8 beyond it.
-const char* SkipPlain(const char* p, const char* end, char quote)
-{
-    for (const char* next = p; p != end; p = next)
-    {
-        uint32 codePoint = 0;
-        const bool isAscii = static_cast<unsigned char>(*p) < 0x80;
-        if (isAscii ? !IsPlain(*next++, quote) : !ReadUtf8(next, end, codePoint))
-            break;
-    }
-    return p;
-}
-
-void AppendQuoted(xstring& out, SubString text, char quote)
-{
-    out.push_back(quote);
-    for (const char* p = text.m_p1; p != text.m_p2; ++p)
-    {
-        const char* const plain = p;
-        p = SkipPlain(p, text.m_p2, quote);
-        out.append(plain, p - plain);
-        if (p == text.m_p2)
-            break;
-        AppendEscaped(out, *p, quote);
-    }
-    out.push_back(quote);
-}
-
 // --- the writer ------------------------------------------------------------------------------------------------------
 
 constexpr ConstStringZ s_null = "null"; // what stands for a null handle
@@ -167,121 +108,102 @@ constexpr ConstStringZ s_null = "null"; // what stands for a null handle
 // Lines are not indented further behind so many levels: deep data would be blanks for the most part.
 constexpr int s_maxIndentedDepth = 16;
 
-// The last identifier of a qualified name.
-SubString ShortName(SubString name)
-{
-    for (const char* p = name.m_p2; p != name.m_p1; --p)
-        if (p[-1] == ':')
-            return {p, name.m_p2};
-    return name;
-}
-
 // Lists of these fill lines; lists of everything else have a line for each element.
 bool IsShort(EVariableKind kind)
 {
     return kind == VK_SCALAR || kind == VK_ENUM || kind == VK_STRING8 || kind == VK_STRING16;
 }
 
+// The functions that write take the end of the text and return it, as TextRoom wants it.
 class Writer
 {
 public:
     explicit Writer(const WriteOptions& options) : m_indent(options.m_indent) {}
 
-    const xstring& GetText() const { return m_text; }
+    char* Begin() { return m_room.Begin(); }
+    SubString GetText(const char* p) const { return m_room.GetText(p); }
 
-    void WriteVariable(ReflectionByteCode type, const void* data, Before before);
-    void WriteObject(ptr<IObject> object);
+    char* WriteVariable(char* p, ReflectionByteCode type, const void* data, Before before);
+    char* WriteObject(char* p, ptr<IObject> object);
 
 private:
     // A step of the way from the start to the value that is being written: a member, or an element when m_name is null.
-    struct Step
+    class Step
     {
+    public:
+        explicit Step(Writer& writer, ConstStringZ name = nullptr)
+            : m_name(name), m_outer(writer.m_step), m_writer(writer)
+        {
+            m_writer.m_step = this;
+        }
+        Step(const Step&) = delete;
+        Step& operator=(const Step&) = delete;
+        ~Step() { m_writer.m_step = m_outer; }
+
         ConstStringZ m_name;
-        ssize_t m_index;
+        ssize_t m_index = 0;
+        const Step* const m_outer;
+
+    private:
+        Writer& m_writer;
     };
 
     static xstring GetText(const Step& step);
 
-    // The elements of a list, in brackets: where each begins and what stands between them.
-    class List
+    char* Put(char* p, SubString text) { return m_room.Put(p, text); }
+    char* PutSpace(char* p)
     {
-    public:
-        List(Writer& writer, bool isShort) : m_writer(writer), m_isShort(isShort)
-        {
-            m_writer.Put("[");
-            ++m_writer.m_depth;
-            m_writer.m_steps.push_back({nullptr, 0});
-        }
-        void BeginElement(ssize_t index)
-        {
-            constexpr ssize_t width = 100;
-            m_writer.m_steps.back().m_index = index;
-            if (m_hasElements)
-                m_writer.Put(",");
-            if (!m_isShort || m_writer.m_text.size() - m_writer.m_lineStart > width)
-                m_writer.BreakLine();
-            else if (m_hasElements)
-                m_writer.PutSpace();
-            m_hasElements = true;
-        }
-        void End()
-        {
-            m_writer.m_steps.pop_back();
-            --m_writer.m_depth;
-            if (m_hasElements && !m_isShort)
-                m_writer.BreakLine();
-            m_writer.Put("]");
-        }
-
-    private:
-        Writer& m_writer;
-        bool m_isShort;
-        bool m_hasElements = false;
-    };
-
-    void Put(SubString text) { m_text.append(text); }
-    void PutSpace()
-    {
-        if (m_indent > 0)
-            Put(" ");
+        *p = ' ';
+        return p + (m_indent > 0);
     }
-    void BreakLine();
+    char* BreakLine(char* p);
 
     [[noreturn]] void Throw(std::initializer_list<SubString> message) const;
 
-    void WriteScalar(ETypeByteCode code, const void* data);
-    void WriteEnum(const ReflectedEnum* r, int32 value);
-    void PutEnumerator(const ReflectedEnum& r, int32 i);
-    void WriteString16(const xstring16& text);
-    void WriteClass(const ReflectedClass& rc, const char* data, Before before);
-    void WriteClassBody(const ReflectedClass& rc, const char* data, Before before);
-    bool IsLeftOut(ReflectionByteCode type, const void* data);
-    void WriteVariant(const ReflectedVariant* rv, const char* data);
+    template <class T>
+    char* WriteScalar(char* p, const void* data);
+    char* WriteUnderlying(char* p, ReflectionByteCode type, const void* data, Before before);
+    char* WriteEnum(char* p, const ReflectedEnum* r, int32 value);
+    char* PutEnumerator(char* p, const ReflectedEnum& r, int32 i);
+    char* WriteString16(char* p, const xstring16& text);
+    char* WriteClass(char* p, const WritePlan& plan, const char* data, Before before);
+    char* WriteClassBody(char* p, const WritePlan& plan, const char* data, Before before);
+    char* PutMemberName(char* p, const WrittenMember& member);
+    char* WriteOtherMember(char* p, const WrittenMember& member, const char* data, Before before);
+    bool IsLeftOut(const WrittenMember& member, const char* data, Before before) const;
+    char* WriteVariant(char* p, const ReflectedVariant* rv, const char* data);
     SubString AlternativeName(const ReflectedVariant& rv, int32 index) const;
-    void WriteArray(ReflectionByteCode type, const char* data, Before before);
-    void WriteVector(ReflectionByteCode type, const VectorOfByte& vector, Before before);
-    void WriteMap(ReflectionByteCode type, const void* map, Before before);
-    void WriteReference(const prefbase& reference);
+    char* WriteArray(char* p, ReflectionByteCode type, const char* data, Before before);
+    char* WriteVector(char* p, const WrittenElement& element, const VectorOfByte& vector, Before before);
+    char* WriteElements(char* p, const WrittenElement& element, const char* data, ssize_t first, ssize_t count,
+                        const Before* array);
+    template <class WriteElement>
+    char* WriteEach(char* p, ssize_t first, ssize_t count, bool isShort, const WriteElement& writeElement);
+    char* PutBreakBetween(char* p, bool isFirst, bool isShort);
+    char* WriteMap(char* p, ReflectionByteCode type, const void* map, Before before);
+    char* WriteReference(char* p, const prefbase& reference);
     DefaultVariable& DefaultOf(const ReflectedClass& createdClass);
 
-    xstring m_text;
-    int m_indent;
+    TextRoom m_room;
+    const int m_indent;
     int m_depth = 0;
     ssize_t m_lineStart = 0; // behind the indentation
-    std::vector<Step> m_steps;
+    const Step* m_step = nullptr;
     std::set<const void*> m_objects; // that are being written
     std::map<const ReflectedClass*, DefaultVariable> m_defaults;
 };
 
-void Writer::BreakLine()
+char* Writer::BreakLine(char* p)
 {
     if (m_indent == 0)
-        return;
-    Put("\n");
+        return p;
+    *p++ = '\n';
     const ssize_t columns = static_cast<ssize_t>(m_indent) * std::min(m_depth, s_maxIndentedDepth);
-    for (ssize_t i = 0; i < columns; ++i)
-        Put(" ");
-    m_lineStart = m_text.size();
+    p = m_room.MakeRoom(p, columns);
+    std::memset(p, ' ', static_cast<std::size_t>(columns));
+    p += columns;
+    m_lineStart = m_room.GetSize(p);
+    return p;
 }
 
 xstring Writer::GetText(const Step& step)
@@ -297,10 +219,13 @@ xstring Writer::GetText(const Step& step)
 void Writer::Throw(std::initializer_list<SubString> message) const
 {
     constexpr std::size_t maxShown = 32;
-    const std::size_t firstShown = m_steps.size() > maxShown ? m_steps.size() - maxShown : 0;
-    xstring text(firstShown > 0 ? "..." : "");
-    for (std::size_t i = firstShown; i < m_steps.size(); ++i)
-        text.append(GetText(m_steps[i]));
+    std::vector<const Step*> steps;
+    const Step* step = m_step;
+    for (; step != nullptr && steps.size() < maxShown; step = step->m_outer)
+        steps.push_back(step);
+    xstring text(step != nullptr ? "..." : "");
+    for (std::size_t i = steps.size(); i-- > 0;)
+        text.append(GetText(*steps[i]));
     if (!text.empty())
         text.append(": ", 2);
     for (const SubString part : message)
@@ -308,175 +233,215 @@ void Writer::Throw(std::initializer_list<SubString> message) const
     throw WriteException(text);
 }
 
-void Writer::WriteVariable(ReflectionByteCode type, const void* data, Before before)
+char* Writer::WriteVariable(char* p, ReflectionByteCode type, const void* data, Before before)
+{
+    type.AdvanceToUnderlyingType2();
+    return WriteUnderlying(p, type, data, before);
+}
+
+char* Writer::WriteUnderlying(char* p, ReflectionByteCode type, const void* data, Before before)
 {
     if (IsStackLow())
-        return CallOnFreshSegment([&] { WriteVariable(type, data, before); });
-    type.AdvanceToUnderlyingType2();
+    {
+        CallOnFreshSegment([&] { p = WriteUnderlying(p, type, data, before); });
+        return p;
+    }
     const auto* const bytes = static_cast<const char*>(data);
     const EVariableKind kind = GetTypeCode(type).m_kind;
     switch (kind)
     {
-    case VK_NONE: KELM_ASSERT(kind != VK_NONE); return;
-    case VK_VOID: return;
-    case VK_SCALAR: return WriteScalar(type.GetCode(), data);
-    case VK_ENUM: return WriteEnum(type.GetReflectedEnum(), LoadScalar<int32>(data));
-    case VK_STRING8: return AppendQuoted(m_text, *static_cast<const xstring*>(data), '"');
-    case VK_STRING16: return WriteString16(*static_cast<const xstring16*>(data));
-    case VK_CLASS: return WriteClass(GetClass(type, s_sourceFile), bytes, before);
-    case VK_VARIANT: return WriteVariant(type.GetReflectedVariant(), bytes);
-    case VK_ARRAY: return WriteArray(type, bytes, before);
-    case VK_VECTOR: return WriteVector(type, *static_cast<const VectorOfByte*>(data), before);
-    case VK_MAP: return WriteMap(type, data, before);
+    case VK_NONE: KELM_ASSERT(kind != VK_NONE); break;
+    case VK_VOID: break;
+    case VK_SCALAR:
+        return VisitScalarType(
+            type.GetCode(), [&]<class T>(std::type_identity<T>) { return WriteScalar<T>(p, data); }, [&] { return p; });
+    case VK_ENUM: return WriteEnum(p, type.GetReflectedEnum(), LoadScalar<int32>(data));
+    case VK_STRING8: return PutQuoted(m_room, p, *static_cast<const xstring*>(data), '"');
+    case VK_STRING16: return WriteString16(p, *static_cast<const xstring16*>(data));
+    case VK_CLASS: return WriteClass(p, GetWritePlan(GetClass(type, s_sourceFile)), bytes, before);
+    case VK_VARIANT: return WriteVariant(p, type.GetReflectedVariant(), bytes);
+    case VK_ARRAY: return WriteArray(p, type, bytes, before);
+    case VK_VECTOR: return WriteVector(p, WrittenElement(type), *static_cast<const VectorOfByte*>(data), before);
+    case VK_MAP: return WriteMap(p, type, data, before);
     case VK_SET: Throw({"data sources have no form for a set"});
-    case VK_HANDLE: return WriteObject(LoadScalar<ptr<IObject>>(data));
-    case VK_PREF: return WriteReference(*static_cast<const prefbase*>(data));
+    case VK_HANDLE: return WriteObject(p, LoadScalar<ptr<IObject>>(data));
+    case VK_PREF: return WriteReference(p, *static_cast<const prefbase*>(data));
+    }
+    return p;
+}
+
+template <class T>
+inline char* Writer::WriteScalar(char* p, const void* data)
+{
+    const T value = LoadScalar<T>(data);
+    if constexpr (std::is_same_v<T, bool>)
+    {
+        std::memcpy(p, value ? "true\0" : "false", 5);
+        return m_room.MakeRoom(p + (value ? 4 : 5));
+    }
+    else if constexpr (std::is_floating_point_v<T>)
+        return m_room.MakeRoom(PutNumber(p, value));
+    else if constexpr (sizeof(T) > sizeof(int64))
+        Throw({"data sources have no form for a 128-bit integer"});
+    else if constexpr (std::is_same_v<T, Char8>)
+    {
+        const auto c = static_cast<char>(value);
+        return PutQuoted(m_room, p, {&c, &c + 1}, '\'');
+    }
+    else if constexpr (std::is_same_v<T, Char16>)
+    {
+        const auto c = static_cast<char>(value); // which reading sign-extends
+        if (static_cast<uint16>(c) != value)
+            Throw({"data sources have no form for the 16-bit character ", NumberText(static_cast<long>(value))});
+        return PutQuoted(m_room, p, {&c, &c + 1}, '\'');
+    }
+    else
+    {
+        using Wide = std::conditional_t<std::is_signed_v<T>, int64, uint64>;
+        return m_room.MakeRoom(PutDecimal(p, static_cast<Wide>(value)));
     }
 }
 
-void Writer::WriteScalar(ETypeByteCode code, const void* data)
-{
-    VisitScalarType(
-        code,
-        [&]<class T>(std::type_identity<T>)
-        {
-            const T value = LoadScalar<T>(data);
-            if constexpr (std::is_same_v<T, bool>)
-                Put(value ? "true" : "false");
-            else if constexpr (std::is_floating_point_v<T>)
-                Put(NumberText(value));
-            else if constexpr (sizeof(T) > sizeof(int64))
-                Throw({"data sources have no form for a 128-bit integer"});
-            else if constexpr (std::is_same_v<T, Char8>)
-                AppendQuoted(m_text, {reinterpret_cast<const char*>(&value), reinterpret_cast<const char*>(&value) + 1},
-                             '\'');
-            else if constexpr (std::is_same_v<T, Char16>)
-            {
-                const auto c = static_cast<char>(value); // which reading sign-extends
-                if (static_cast<uint16>(c) != value)
-                    Throw(
-                        {"data sources have no form for the 16-bit character ", NumberText(static_cast<long>(value))});
-                AppendQuoted(m_text, {&c, &c + 1}, '\'');
-            }
-            else if constexpr (std::is_signed_v<T>)
-                Put(NumberText(static_cast<long>(value)));
-            else
-                Put(NumberText(static_cast<unsigned long>(value)));
-        },
-        [] {});
-}
-
-void Writer::WriteEnum(const ReflectedEnum* r, int32 value)
+char* Writer::WriteEnum(char* p, const ReflectedEnum* r, int32 value)
 {
     KELM_ASSERT(r);
+    if (r->m_values == nullptr && 0 <= value && value < r->m_count)
+        return PutEnumerator(p, *r, value);
     for (int32 i = 0; i < r->m_count; ++i)
         if (r->GetValue(i) == value)
-            return PutEnumerator(*r, i);
+            return PutEnumerator(p, *r, i);
     Throw({NumberText(value), " is no value of enum ", r->m_name});
 }
 
-void Writer::PutEnumerator(const ReflectedEnum& r, int32 i)
+char* Writer::PutEnumerator(char* p, const ReflectedEnum& r, int32 i)
 {
-    const ConstStringZ name = r.m_strings[i];
+    const SubString name = r.m_strings[i];
     if (!IsIdentifier(name))
         Throw({"the name '", name, "' of an enumerator of ", r.m_name, " is no identifier"});
-    Put(name);
+    return Put(p, name);
 }
 
-void Writer::WriteString16(const xstring16& text)
+char* Writer::WriteString16(char* p, const xstring16& text)
 {
     xstring utf8;
     if (!Utf8FromUtf16(utf8, text.data(), text.size()))
         Throw({"the 16-bit string holds a lone surrogate"});
-    AppendQuoted(m_text, utf8, '"');
+    return PutQuoted(m_room, p, utf8, '"');
 }
 
-void Writer::WriteClass(const ReflectedClass& rc, const char* data, Before before)
+char* Writer::WriteClass(char* p, const WritePlan& plan, const char* data, Before before)
 {
-    Put(ShortName(rc.m_name));
-    PutSpace();
-    WriteClassBody(rc, data, before);
+    p = PutSpace(Put(p, plan.m_shortName));
+    return WriteClassBody(p, plan, data, before);
 }
 
-void Writer::WriteClassBody(const ReflectedClass& rc, const char* data, Before before)
+inline char* Writer::PutMemberName(char* p, const WrittenMember& member)
 {
-    const ClassFields fields(rc);
-    const bool isOpaque = fields.size() == 0 && rc.m_size > 1; // an empty C++ class has one byte
-    if (isOpaque)
-        Throw({"class ", rc.m_name, " describes no fields"});
-    Put("{");
-    ++m_depth;
-    bool hasMembers = false;
-    m_steps.push_back({nullptr, 0});
-    for (ssize_t i = 0; i < fields.size(); ++i)
+    const char* text = member.m_denseText;
+    ssize_t size = member.m_denseSize;
+    if (m_indent > 0)
     {
-        const ClassFields::Field field = fields[i];
-        if (!field.m_isPresent)
-            continue;
-        m_steps.back().m_name = field.m_name;
-        if (IsLeftOut(field.m_type, data + field.m_offset))
-        {
-            if (!IsLeftOut(field.m_type, before.At(field.m_offset).Get()))
-                Throw({"creation gives this member a value, which data sources cannot take away"});
-            continue;
-        }
-        if (m_indent > 0)
-            BreakLine();
-        else if (hasMembers)
-            Put(" ");
-        hasMembers = true;
-        Put(field.m_name);
-        PutSpace();
-        Put("=");
-        PutSpace();
-        WriteVariable(field.m_type, data + field.m_offset, before.At(field.m_offset));
+        p = BreakLine(p);
+        text = member.m_lineText;
+        ++size;
     }
-    m_steps.pop_back();
+    if (size <= s_textStep) [[likely]]
+    {
+        std::memcpy(p, text, s_textStep);
+        return p + size;
+    }
+    return Put(p, {text, text + size});
+}
+
+char* Writer::WriteClassBody(char* p, const WritePlan& plan, const char* data, Before before)
+{
+    if (IsStackLow())
+    {
+        CallOnFreshSegment([&] { p = WriteClassBody(p, plan, data, before); });
+        return p;
+    }
+    if (plan.m_isOpaque)
+        Throw({"class ", plan.m_class->m_name, " describes no fields"});
+    // Where all is on one line, the blank before the first member gives way to the bracket.
+    const ssize_t bracket = m_room.GetSize(p);
+    const ssize_t first = bracket + (m_indent > 0);
+    p += m_indent > 0;
+    ++m_depth;
+    {
+        Step step(*this);
+        for (const WrittenMember& member : plan.m_members)
+        {
+            step.m_name = member.m_name;
+            const char* const value = data + member.m_offset;
+            if (member.m_mayBeLeftOut && IsLeftOut(member, value, before)) [[unlikely]]
+                continue;
+            p = PutMemberName(p, member);
+            p = VisitScalarType(
+                member.m_code, [&]<class T>(std::type_identity<T>) { return WriteScalar<T>(p, value); },
+                [&] { return WriteOtherMember(p, member, value, before); });
+        }
+    }
     --m_depth;
+    const bool hasMembers = m_room.GetSize(p) != first;
     if (hasMembers)
-        BreakLine();
-    Put("}");
+        p = BreakLine(p);
+    else
+        p += m_indent == 0;
+    *m_room.GetAt(bracket) = '{';
+    *p++ = '}';
+    return m_room.MakeRoom(p);
+}
+
+char* Writer::WriteOtherMember(char* p, const WrittenMember& member, const char* data, Before before)
+{
+    if (member.m_kind == VK_STRING8)
+        return PutQuoted(m_room, p, *reinterpret_cast<const xstring*>(data), '"');
+    if (member.m_kind == VK_VECTOR)
+        return WriteVector(p, *member.m_element, *reinterpret_cast<const VectorOfByte*>(data),
+                           before.At(member.m_offset));
+    return WriteUnderlying(p, member.m_type, data, before.At(member.m_offset));
 }
 
 // What has no form but is nothing: a null persistent reference, an empty set.
-bool Writer::IsLeftOut(ReflectionByteCode type, const void* data)
+bool IsNothing(ReflectionByteCode type, const void* data)
 {
-    type.AdvanceToUnderlyingType2();
-    switch (GetTypeCode(type).m_kind)
-    {
-    case VK_PREF:
+    if (GetTypeCode(type).m_kind == VK_PREF)
     {
         const auto& reference = *static_cast<const prefbase*>(data);
         return reference.GetObjectId() == 0 && !reference.GetLoaded();
     }
-    case VK_SET:
-        KELM_ASSERT(type.m_mapOrSetFns);
-        KELM_ASSERT(type.m_mapOrSetFns->setFns);
-        return type.m_mapOrSetFns->setFns->Count(data) == 0;
-    default: return false;
-    }
+    KELM_ASSERT(type.m_mapOrSetFns);
+    KELM_ASSERT(type.m_mapOrSetFns->setFns);
+    return type.m_mapOrSetFns->setFns->Count(data) == 0;
 }
 
-void Writer::WriteVariant(const ReflectedVariant* rv, const char* data)
+bool Writer::IsLeftOut(const WrittenMember& member, const char* data, Before before) const
+{
+    if (!IsNothing(member.m_type, data))
+        return false;
+    if (!IsNothing(member.m_type, before.At(member.m_offset).Get()))
+        Throw({"creation gives this member a value, which data sources cannot take away"});
+    return true;
+}
+
+char* Writer::WriteVariant(char* p, const ReflectedVariant* rv, const char* data)
 {
     KELM_ASSERT(rv);
     const auto index = LoadScalar<int32>(data);
     KELM_ASSERT(0 <= index && index < rv->m_numFields);
     const ReflectedField& alternative = rv->m_fields[index];
-    m_steps.push_back({alternative.m_name, 0});
-    Put(AlternativeName(*rv, index));
+    const Step step(*this, alternative.m_name);
+    p = Put(p, AlternativeName(*rv, index));
 
     ReflectionByteCode type = GetAlternativeType(*rv, alternative);
     type.AdvanceToUnderlyingType2();
     const char* const value = data + alternative.m_offset;
     DefaultVariable newAlternative(type);
     if (type.GetCode() != FT_VOID)
-        Put(" ");
-    if (const ReflectedClass* const rc = type.GetReflectedClass())
-        WriteClassBody(*rc, value, Before(newAlternative)); // the alternative's name stands for the class's
-    else
-        WriteVariable(type, value, Before(newAlternative));
-    m_steps.pop_back();
+        *p++ = ' ';
+    if (const ReflectedClass* const rc = type.GetReflectedClass()) // the alternative's name stands for the class's
+        return WriteClassBody(p, GetWritePlan(*rc), value, Before(newAlternative));
+    return WriteUnderlying(p, type, value, Before(newAlternative));
 }
 
 // The shorter one of the names that reading takes for this alternative. A name that is not qualified may read as any.
@@ -485,7 +450,7 @@ SubString Writer::AlternativeName(const ReflectedVariant& rv, int32 index) const
     const SubString fullName = rv.m_fields[index].m_name;
     if (!IsQualifiedName(fullName))
         Throw({"the name of this alternative of ", rv.m_name, " is not made of identifiers with \"::\" between them"});
-    for (const SubString name : {ShortName(fullName), fullName})
+    for (const SubString name : {LastIdentifier(fullName), fullName})
     {
         int32 chosen = 0;
         while (IsQualifiedName(rv.m_fields[chosen].m_name) && !IsNameSuffix(rv.m_fields[chosen].m_name, name))
@@ -496,19 +461,9 @@ SubString Writer::AlternativeName(const ReflectedVariant& rv, int32 index) const
     Throw({"the name of this alternative of ", rv.m_name, " reads as another one"});
 }
 
-void Writer::WriteArray(ReflectionByteCode type, const char* data, Before before)
+char* Writer::WriteArray(char* p, ReflectionByteCode type, const char* data, Before before)
 {
-    const int32 count = type.GetArrayCount();
-    ReflectionByteCode elementType = type.GetElementType();
-    elementType.AdvanceToUnderlyingType2();
-    const ssize_t size = elementType.GetTypeSize();
-    List list(*this, IsShort(GetTypeCode(elementType).m_kind));
-    for (int32 i = 0; i < count; ++i)
-    {
-        list.BeginElement(i);
-        WriteVariable(elementType, data + i * size, before.At(i * size));
-    }
-    list.End();
+    return WriteElements(p, WrittenElement(type), data, 0, type.GetArrayCount(), &before);
 }
 
 // Whether the first elements of a vector are the kept ones. Scalars are compared as bytes: a NaN is kept as well.
@@ -524,28 +479,90 @@ bool BeginsWith(const VectorOfByte& vector, const VectorOfByte& kept, Reflection
     return true;
 }
 
-void Writer::WriteVector(ReflectionByteCode type, const VectorOfByte& vector, Before before)
+char* Writer::WriteVector(char* p, const WrittenElement& element, const VectorOfByte& vector, Before before)
 {
-    ReflectionByteCode elementType = type.GetElementType();
-    elementType.AdvanceToUnderlyingType2();
-    const ssize_t size = elementType.GetTypeSize();
+    const ssize_t size = element.m_size;
     KELM_ASSERT(size > 0 || vector.empty()); // elements without bytes leave no trace of their number
     const auto& kept = *static_cast<const VectorOfByte*>(before.Get());
-    if (!BeginsWith(vector, kept, elementType, size))
+    if (!kept.empty() && !BeginsWith(vector, kept, element.m_type, size))
         Throw({"it does not begin with the ", NumberText(kept.size() / size),
                " elements that are there before reading, which only appends"});
 
-    DefaultVariable newElement(elementType);
-    List list(*this, IsShort(GetTypeCode(elementType).m_kind));
-    for (ssize_t at = kept.size(); at < vector.size(); at += size)
-    {
-        list.BeginElement(at / size);
-        WriteVariable(elementType, vector.data() + at, Before(newElement));
-    }
-    list.End();
+    const ssize_t count = vector.empty() ? 0 : vector.size() / size;
+    const ssize_t first = kept.empty() ? 0 : kept.size() / size;
+    return WriteElements(p, element, vector.data(), first, count, nullptr);
 }
 
-void Writer::WriteMap(ReflectionByteCode type, const void* map, Before before)
+// The element's type is looked at once. What is there before reading are the elements of an array, or none.
+char* Writer::WriteElements(char* p, const WrittenElement& element, const char* data, ssize_t first, ssize_t count,
+                            const Before* array)
+{
+    if (element.m_kind == VK_SCALAR)
+        return VisitScalarType(
+            element.m_code,
+            [&]<class T>(std::type_identity<T>)
+            {
+                return WriteEach(p, first, count, true,
+                                 [this, data](char* end, ssize_t i)
+                                 { return WriteScalar<T>(end, data + i * static_cast<ssize_t>(sizeof(T))); });
+            },
+            [&] { return p; });
+    const ssize_t size = element.m_size;
+    if (element.m_kind == VK_STRING8)
+        return WriteEach(p, first, count, true,
+                         [=, this](char* end, ssize_t i)
+                         { return PutQuoted(m_room, end, *reinterpret_cast<const xstring*>(data + i * size), '"'); });
+
+    DefaultVariable newElement(element.m_type);
+    const auto beforeElement = [&](ssize_t i) { return array != nullptr ? array->At(i * size) : Before(newElement); };
+    if (element.m_kind == VK_CLASS && first < count)
+    {
+        const WritePlan& plan = GetWritePlan(GetClass(element.m_type, s_sourceFile));
+        return WriteEach(p, first, count, false,
+                         [&](char* end, ssize_t i)
+                         { return WriteClass(end, plan, data + i * size, beforeElement(i)); });
+    }
+    return WriteEach(p, first, count, IsShort(element.m_kind),
+                     [&](char* end, ssize_t i)
+                     { return WriteUnderlying(end, element.m_type, data + i * size, beforeElement(i)); });
+}
+
+// The elements from `first` to `count` in brackets.
+template <class WriteElement>
+inline char* Writer::WriteEach(char* p, ssize_t first, ssize_t count, bool isShort, const WriteElement& writeElement)
+{
+    *p++ = '[';
+    p = m_room.MakeRoom(p); // lists may begin side by side
+    ++m_depth;
+    {
+        Step step(*this);
+        for (ssize_t i = first; i < count; ++i)
+        {
+            step.m_index = i;
+            *p = ',';
+            p += i > first;
+            if (m_indent > 0)
+                p = PutBreakBetween(p, i == first, isShort);
+            p = writeElement(p, i);
+        }
+    }
+    --m_depth;
+    if (count > first && !isShort)
+        p = BreakLine(p);
+    *p++ = ']';
+    return m_room.MakeRoom(p);
+}
+
+char* Writer::PutBreakBetween(char* p, bool isFirst, bool isShort)
+{
+    constexpr ssize_t width = 100;
+    if (!isShort || m_room.GetSize(p) - m_lineStart > width)
+        return BreakLine(p);
+    *p = ' ';
+    return p + !isFirst;
+}
+
+char* Writer::WriteMap(char* p, ReflectionByteCode type, const void* map, Before before)
 {
     KELM_ASSERT(type.m_mapOrSetFns);
     KELM_ASSERT(type.m_mapOrSetFns->mapFns);
@@ -560,41 +577,42 @@ void Writer::WriteMap(ReflectionByteCode type, const void* map, Before before)
     const std::vector<MapEntry> keptEntries = ListEntries(fns, before.Get());
     auto kept = keptEntries.begin();
     const void* previousKey = nullptr;
-    List list(*this, false);
-    ssize_t index = 0;
-    for (const MapEntry& entry : entries)
+    const auto writeEntry = [&](char* end, ssize_t i)
     {
-        list.BeginElement(index++);
+        const MapEntry& entry = entries[static_cast<std::size_t>(i)];
         // Keys are read into one variable, which keeps what the one before left in it.
-        WriteVariable(keyType, entry.m_key, previousKey != nullptr ? Before(previousKey) : Before(firstKey));
+        end = WriteVariable(end, keyType, entry.m_key, previousKey != nullptr ? Before(previousKey) : Before(firstKey));
         previousKey = entry.m_key;
-        PutSpace();
-        Put("->");
-        PutSpace();
+        end = PutSpace(end);
+        *end++ = '-';
+        *end++ = '>';
+        end = PutSpace(end);
 
         const bool isKept =
             kept != keptEntries.end() && CompareEqReflectedVariable(keyType, entry.m_key, keyType, kept->m_key);
-        WriteVariable(payloadType, entry.m_payload, isKept ? Before((kept++)->m_payload) : Before(newPayload));
-    }
-    list.End();
+        return WriteVariable(end, payloadType, entry.m_payload,
+                             isKept ? Before((kept++)->m_payload) : Before(newPayload));
+    };
+    p = WriteEach(p, 0, static_cast<ssize_t>(entries.size()), false, writeEntry);
     if (kept != keptEntries.end())
         Throw({"it lacks entries that are there before reading, which only adds"});
+    return p;
 }
 
-void Writer::WriteReference(const prefbase& reference)
+char* Writer::WriteReference(char* p, const prefbase& reference)
 {
     const ptr<IPersistable> object = reference.Get();
     if (!object && reference.GetObjectId() != 0)
         Throw({"the object ", NumberText(reference.GetObjectId()), " of the persistent reference is not to be had"});
     if (!object)
         Throw({"data sources have no form for a null persistent reference"});
-    WriteObject(object);
+    return WriteObject(p, object);
 }
 
-void Writer::WriteObject(ptr<IObject> object)
+char* Writer::WriteObject(char* p, ptr<IObject> object)
 {
     if (!object)
-        return Put(s_null);
+        return Put(p, s_null);
     const ReflectedClass* const rc = object.GetReflectedClass();
     KELM_ASSERT(rc);
     if (SubString(rc->m_name) == s_null)
@@ -604,10 +622,10 @@ void Writer::WriteObject(ptr<IObject> object)
     const auto [place, isNew] = m_objects.insert(object.self());
     if (!isNew)
         Throw({"the object of class ", rc->m_name, " is reached from within itself"});
-    Put(rc->m_name);
-    PutSpace();
-    WriteClassBody(*rc, static_cast<const char*>(object.self()), Before(DefaultOf(*rc)));
+    p = PutSpace(Put(p, rc->m_name));
+    p = WriteClassBody(p, GetWritePlan(*rc), static_cast<const char*>(object.self()), Before(DefaultOf(*rc)));
     m_objects.erase(place);
+    return p;
 }
 
 DefaultVariable& Writer::DefaultOf(const ReflectedClass& createdClass)
@@ -635,15 +653,13 @@ void WriteVariable(xostream& os, ReflectionByteCode type, const void* data, cons
 {
     Writer writer(options);
     DefaultVariable newVariable(type);
-    writer.WriteVariable(type, data, Before(newVariable));
-    os << writer.GetText();
+    os << writer.GetText(writer.WriteVariable(writer.Begin(), type, data, Before(newVariable)));
 }
 
 void WriteObject(xostream& os, ptr<IObject> object, const WriteOptions& options)
 {
     Writer writer(options);
-    writer.WriteObject(object);
-    os << writer.GetText();
+    os << writer.GetText(writer.WriteObject(writer.Begin(), object));
 }
 
 } // namespace kelm

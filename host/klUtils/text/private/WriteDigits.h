@@ -7,6 +7,10 @@
 #include <bit>
 #include <cstring>
 
+#if defined(__SSE2__) && !defined(KELM_NO_VECTORS)
+#include <emmintrin.h>
+#endif
+
 namespace kelm
 {
 
@@ -31,12 +35,81 @@ inline void PutWord(char* p, uint64 word)
     std::memcpy(p, &word, sizeof word);
 }
 
+// Sixteen digits, given as two numbers of eight.
+class SixteenDigits
+{
+public:
+#if defined(__SSE2__) && !defined(KELM_NO_VECTORS)
+    // As EightDigitsOf, for both numbers at once.
+    SixteenDigits(uint64 upper, uint64 lower)
+    {
+        const __m128i numbers = _mm_set_epi64x(static_cast<int64>(lower), static_cast<int64>(upper));
+        const __m128i byTenThousand = _mm_srli_epi64(_mm_mul_epu32(numbers, _mm_set1_epi64x(3518437209)), 45);
+        const __m128i lowerHalves = _mm_sub_epi64(numbers, _mm_mul_epu32(byTenThousand, _mm_set1_epi64x(10000)));
+        const __m128i halves = _mm_or_si128(byTenThousand, _mm_slli_epi64(lowerHalves, 32));
+
+        const __m128i byHundred = _mm_srli_epi16(_mm_mulhi_epu16(halves, _mm_set1_epi16(5243)), 3);
+        const __m128i lowerPairs = _mm_sub_epi16(halves, _mm_mullo_epi16(byHundred, _mm_set1_epi16(100)));
+        const __m128i pairs = _mm_or_si128(byHundred, _mm_slli_epi32(lowerPairs, 16));
+
+        const __m128i byTen = _mm_mulhi_epu16(pairs, _mm_set1_epi16(6554));
+        const __m128i lowerDigits = _mm_sub_epi16(pairs, _mm_mullo_epi16(byTen, _mm_set1_epi16(10)));
+        m_digits = _mm_or_si128(byTen, _mm_slli_epi16(lowerDigits, 8));
+    }
+
+    // How many there are without zeros at the end.
+    int Count() const
+    {
+        const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(m_digits, _mm_setzero_si128()));
+        return std::bit_width(static_cast<uint32>(zeros ^ 0xFFFF));
+    }
+    void Put(char* p) const
+    {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_or_si128(m_digits, _mm_set1_epi8('0')));
+    }
+    uint64 GetFirstEight() const
+    {
+        return static_cast<uint64>(_mm_cvtsi128_si64(m_digits));
+    }
+
+private:
+    __m128i m_digits; // as bytes from 0 to 9
+#else
+    SixteenDigits(uint64 upper, uint64 lower) : m_upper(EightDigitsOf(upper)), m_lower(EightDigitsOf(lower)) {}
+
+    // How many there are without zeros at the end.
+    int Count() const
+    {
+        const int zeroBits = m_lower != 0 ? std::countl_zero(m_lower) : 64 + std::countl_zero(m_upper);
+        return 16 - (zeroBits >> 3);
+    }
+    void Put(char* p) const
+    {
+        PutWord(p, m_upper | s_eightZeros);
+        PutWord(p + 8, m_lower | s_eightZeros);
+    }
+    uint64 GetFirstEight() const
+    {
+        return m_upper;
+    }
+
+private:
+    uint64 m_upper; // as bytes from 0 to 9
+    uint64 m_lower;
+#endif
+};
+
 // These write at `p` and return the end. They may write more than they return: up to s_maxDecimal characters.
 inline constexpr int s_maxDecimal = 24;
 
 // A number of up to eight digits.
 inline char* PutShortDecimal(char* p, uint64 number)
 {
+    if (number < 10)
+    {
+        *p = static_cast<char>('0' + number);
+        return p + 1;
+    }
     const uint64 digits = EightDigitsOf(number);
     const int leading = std::countr_zero(digits | uint64(1) << 56) & ~7; // the last digit stands in any case
     PutWord(p, (digits | s_eightZeros) >> leading);

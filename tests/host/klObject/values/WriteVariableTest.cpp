@@ -56,6 +56,14 @@ struct Measured
     kelm::xvector<double> m_samples = {std::numeric_limits<double>::quiet_NaN()};
 };
 
+struct LongNames
+{
+    int m_fifteenLetter = 1;
+    double m_sixteenLetters = 2;
+    bool m_aMemberWhoseNameIsLongerThanMost = true;
+    kelm::xstring m_aMemberWhoseNameIsLongerThanSixtyFourCharactersWhichIsAllThatIsSpare = "text";
+};
+
 // Descriptors by hand may hold names that describing a type refuses.
 inline const kelm::ReflectedEnum& GetGrade()
 {
@@ -81,6 +89,9 @@ KELM_CLASS(written::Holder, KELM_MODEL(m_elements), KELM_MODEL(m_byList), KELM_M
 KELM_CLASS(written::Opaque, kelm::NotCreatable())
 KELM_CLASS(written::OpaqueHolder, KELM_MODEL(m_opaque))
 KELM_CLASS(written::Measured, KELM_MODEL(m_samples))
+KELM_CLASS(written::LongNames, KELM_MODEL(m_fifteenLetter), KELM_MODEL(m_sixteenLetters),
+           KELM_MODEL(m_aMemberWhoseNameIsLongerThanMost),
+           KELM_MODEL(m_aMemberWhoseNameIsLongerThanSixtyFourCharactersWhichIsAllThatIsSpare))
 KELM_CLASS(null, KELM_MODEL(m_number))
 KELM_VARIANT(written::Ambiguous, "a::number", "b::number", "number")
 KELM_VARIANT(written::Named, "kelm::int32", "kelm::float64")
@@ -99,7 +110,7 @@ void RegisterTypesOnce()
     RegisterDescribedTypes();
     static const bool s_once = []
     {
-        RegisterTypes<Prefilled, Holder, Opaque, OpaqueHolder, Measured, null, Ambiguous, Named>(nullptr);
+        RegisterTypes<Prefilled, Holder, Opaque, OpaqueHolder, Measured, LongNames, null, Ambiguous, Named>(nullptr);
         RegisterReflectedEnum(&GetGrade(), nullptr);
         RegisterReflectedVariant(&GetOddlyNamed(), nullptr);
         return true;
@@ -242,6 +253,37 @@ TEST(WriteString, QuotesAndEscapes)
         EXPECT_EQ(Text(row.m_value), row.m_text);
 }
 
+// By the definition, octet by octet.
+std::string QuotedSlowly(const std::string& text)
+{
+    std::string quoted = "\"";
+    for (const char c : text)
+        switch (c)
+        {
+        case '\n': quoted += "\\n"; break;
+        case '"': quoted += "\\\""; break;
+        case '\\': quoted += "\\\\"; break;
+        case '\x1F': quoted += "\\x1F"; break;
+        case '\x7F': quoted += "\\x7F"; break;
+        case '\xFF': quoted += "\\xFF"; break;
+        default: quoted += c; break;
+        }
+    return quoted + "\"";
+}
+
+TEST(WriteString, OfAnyLengthEscapesAtAnyPlace)
+{
+    for (std::size_t length = 0; length < 40; ++length)
+        for (const std::string special : {"", "\n", "\"", "\\", "\x1F", "\x7F", "\xFF", " ", "~", "!", "[", "]", "#",
+                                          "\xC3\xBC", "\xFF\n", "\"\"\"\"\"\"\"\"\"\"\"\"", "\xF0\x9F\x99\x82"})
+            for (std::size_t at = 0; at <= length; ++at)
+            {
+                std::string text(length, 'x');
+                text.insert(at, special);
+                ASSERT_EQ(Text(xstring(text.data(), static_cast<ssize_t>(text.size()))), QuotedSlowly(text));
+            }
+}
+
 TEST(WriteString, WritesSixteenBitStringsAsUtf8)
 {
     const uint16 text[] = {'g', 0xFC, '"', 0x20AC, 0xD83D, 0xDE42, 0};
@@ -265,6 +307,56 @@ TEST(WriteClass, WritesItsNameAndItsMembersByName)
     EXPECT_EQ(Text(Point{1, -2.5}, s_indented), "Point {\n  x = 1.0\n  y = -2.5\n}");
     EXPECT_EQ(Text(Empty()), "Empty{}");
     EXPECT_EQ(Text(Empty(), s_indented), "Empty {}");
+}
+
+TEST(WriteClass, WritesNamesOfAnyLength)
+{
+    EXPECT_EQ(Text(LongNames()),
+              "LongNames{m_fifteenLetter=1 m_sixteenLetters=2.0 m_aMemberWhoseNameIsLongerThanMost=true "
+              "m_aMemberWhoseNameIsLongerThanSixtyFourCharactersWhichIsAllThatIsSpare=\"text\"}");
+    EXPECT_EQ(Text(LongNames(), s_indented),
+              "LongNames {\n  m_fifteenLetter = 1\n  m_sixteenLetters = 2.0\n  m_aMemberWhoseNameIsLongerThanMost = "
+              "true\n  m_aMemberWhoseNameIsLongerThanSixtyFourCharactersWhichIsAllThatIsSpare = \"text\"\n}");
+}
+
+// Each is many small pieces, which grow the text at every place.
+TEST(WriteContainers, WritesListsOfAnyLengthAndDepth)
+{
+    for (int count = 0; count < 700; count += 1 + count / 20)
+    {
+        xvector<int> numbers;
+        xvector<bool> flags;
+        xvector<xvector<char>> letters;
+        std::string numberText = "[";
+        std::string flagText = "[";
+        std::string letterText = "[";
+        for (int i = 0; i < count; ++i)
+        {
+            const std::string comma = i > 0 ? "," : "";
+            numbers.push_back(i * i * i);
+            numberText += comma + std::to_string(i * i * i);
+            flags.push_back(i % 3 == 0);
+            flagText += comma + (i % 3 == 0 ? "true" : "false");
+            letters.emplace_back().push_back('a');
+            letterText += comma + "['a']";
+        }
+        ASSERT_EQ(Text(numbers), numberText + "]");
+        ASSERT_EQ(Text(flags), flagText + "]");
+        ASSERT_EQ(Text(letters), letterText + "]");
+    }
+    constexpr std::size_t depth = 300;
+    uint8 bc[5 * depth + 1];
+    for (std::size_t i = 0; i < depth; ++i)
+    {
+        const int32 one = 1;
+        bc[5 * i] = FT_ARRAY;
+        std::memcpy(bc + 5 * i + 1, &one, sizeof one);
+    }
+    bc[5 * depth] = FT_BOOL;
+    const bool value = true;
+    StringStream os(64);
+    WriteVariable(os, ReflectionByteCode(bc, nullptr), &value);
+    EXPECT_EQ(ToStdString(os.GetString()), std::string(depth, '[') + "true" + std::string(depth, ']'));
 }
 
 TEST(WriteClass, PassesOverDroppedFields)
