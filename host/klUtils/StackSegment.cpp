@@ -1,241 +1,304 @@
 #include <klUtils/StackSegment.h>
 
-#include <exception>
-#include <memory>
-#include <new>
-#include <utility>
+#include <klUtils/private/StackWatchers.h>
+#include <klUtils/private/SwitchStack.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
 
 #include <pthread.h>
+#include <sys/auxv.h>
 #include <sys/mman.h>
-#include <ucontext.h>
-
-#if defined(__SANITIZE_ADDRESS__)
-#define KELM_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define KELM_ASAN 1
-#endif
-#endif
-#if defined(__SANITIZE_THREAD__)
-#define KELM_TSAN 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define KELM_TSAN 1
-#endif
-#endif
-
-#ifdef KELM_ASAN
-#include <sanitizer/common_interface_defs.h>
-#endif
-#ifdef KELM_TSAN
-#include <sanitizer/tsan_interface.h>
-#endif
+#include <sys/resource.h>
 
 namespace kelm
 {
 
-constinit thread_local std::uintptr_t t_stackLimit = UINTPTR_MAX;
+constinit thread_local StackInUse t_stackInUse __attribute__((tls_model("initial-exec")));
 
 namespace
 {
 
-// Address space only: pages are backed as they are touched.
-constexpr std::size_t s_segmentSize = std::size_t(16) << 20;
+constexpr std::size_t operator""_KiB(unsigned long long count)
+{
+    return static_cast<std::size_t>(count) << 10;
+}
 
-// What is kept free below the limit, for whatever runs between two checks: formatting a message, throwing it,
-// sanitizers' larger frames. Stacks too small for it keep a quarter.
-constexpr std::size_t s_reserve = std::size_t(192) << 10;
+// Sizes of segments, their guards included. Address space only: pages are backed as they are touched.
+constexpr std::size_t s_guardSize = 64_KiB;
+constexpr std::size_t s_smallestSegment = 1024_KiB;
+constexpr std::size_t s_largestSegment = 16 * 1024_KiB;
+
+// However high its limit, no more of the main thread's stack is used: the system keeps at least 128 MiB free for it.
+constexpr std::size_t s_mostOfMainStack = 64 * 1024_KiB;
+
+#if defined(KELM_ASAN) || defined(KELM_TSAN)
+constexpr std::size_t s_usualReserve = 384_KiB; // frames are larger
+#else
+constexpr std::size_t s_usualReserve = 192_KiB;
+#endif
+constexpr std::size_t s_smallestReserve = 64_KiB;
+constexpr std::size_t s_largestReserve = std::size_t(1) << 40; // sums of sizes stay numbers
+
+constinit std::atomic<std::size_t> s_reserve = s_usualReserve;
 
 struct Bounds
 {
     std::uintptr_t m_low = 0; // both 0 while unknown
     std::uintptr_t m_high = 0;
 
+    std::size_t Size() const { return m_high - m_low; }
     bool Contains(std::uintptr_t address) const { return m_low <= address && address < m_high; }
-    std::uintptr_t Limit() const
-    {
-        const std::size_t size = m_high - m_low;
-        return m_low + (s_reserve < size / 4 ? s_reserve : size / 4);
-    }
 };
 
-constinit thread_local Bounds t_bounds;
-
-void UseBounds(Bounds bounds)
+void Use(Bounds bounds)
 {
-    t_bounds = bounds;
-    t_stackLimit = bounds.Limit();
+    const std::size_t reserve = GetStackReserve();
+    if (bounds.Size() < 2 * reserve)
+        t_stackInUse = {bounds.m_high, 0, bounds.m_low};
+    else
+        t_stackInUse = {bounds.m_low + reserve, bounds.Size() - reserve, bounds.m_low};
 }
 
-Bounds BoundsOfThread()
+// --- Segments --------------------------------------------------------------------------------------------------------
+
+// The bounds without the guard. Unmapped by whoever is the last to have it: a thread's spare is a plain value, so that
+// it is there at any time, before and after every destructor.
+struct Segment : Bounds
 {
-    Bounds bounds;
-    pthread_attr_t attributes;
-    if (pthread_getattr_np(pthread_self(), &attributes) != 0)
-        return bounds;
-    void* low = nullptr;
-    std::size_t size = 0;
-    if (pthread_attr_getstack(&attributes, &low, &size) == 0)
-    {
-        bounds.m_low = reinterpret_cast<std::uintptr_t>(low);
-        bounds.m_high = bounds.m_low + size;
-    }
-    pthread_attr_destroy(&attributes);
-    return bounds;
-}
-
-// An address range with an inaccessible page below it, so that overrunning a segment faults like overrunning a stack.
-class Segment
-{
-public:
-    Segment()
-        : m_base(mmap(nullptr, s_segmentSize, PROT_READ | PROT_WRITE,
-                      MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0))
-    {
-        if (m_base == MAP_FAILED)
-            throw std::bad_alloc();
-        if (mprotect(m_base, s_guardSize, PROT_NONE) != 0)
-        {
-            munmap(m_base, s_segmentSize);
-            throw std::bad_alloc();
-        }
-    }
-    ~Segment() { munmap(m_base, s_segmentSize); }
-    Segment(const Segment&) = delete;
-    Segment& operator=(const Segment&) = delete;
-
-    void* Base() const { return static_cast<char*>(m_base) + s_guardSize; }
-    std::size_t Size() const { return s_segmentSize - s_guardSize; }
-    Bounds GetBounds() const
-    {
-        const auto low = reinterpret_cast<std::uintptr_t>(Base());
-        return {low, low + Size()};
-    }
-
-private:
-    static constexpr std::size_t s_guardSize = 4096;
-
-    void* m_base;
+    std::uintptr_t m_watchedAs = 0;
 };
 
-// A recursion may go to and fro across the end of a stack, so each thread keeps one segment for its next call.
-thread_local std::unique_ptr<Segment> t_spareSegment;
+// Empty where the system has none of that size.
+Segment Map(std::size_t size) noexcept
+{
+    void* const base = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (base == MAP_FAILED)
+        return {};
+    if (mprotect(base, s_guardSize, PROT_NONE) != 0)
+    {
+        munmap(base, size);
+        return {};
+    }
+    const auto low = reinterpret_cast<std::uintptr_t>(base);
+    Segment segment{{low + s_guardSize, low + size}};
+    segment.m_watchedAs = AskValgrind(VALGRIND_REGISTER_STACK, segment.m_low, segment.m_high);
+    return segment;
+}
+
+void Unmap(const Segment& segment) noexcept
+{
+    if (segment.m_high == 0)
+        return;
+    AskValgrind(VALGRIND_FORGET_STACK, segment.m_watchedAs);
+    munmap(reinterpret_cast<void*>(segment.m_low - s_guardSize), segment.Size() + s_guardSize);
+}
+
+// What runs out of a stack is likely to need as much again, so segments double.
+Segment MapBehind(std::size_t callersStack)
+{
+    std::size_t smallest = s_smallestSegment;
+    while (smallest < 4 * GetStackReserve())
+        smallest *= 2;
+    std::size_t size = smallest;
+    while (size < s_largestSegment && size < 2 * callersStack)
+        size *= 2;
+    for (; size >= smallest; size /= 2)
+        if (const Segment segment = Map(size); segment.m_high != 0)
+            return segment;
+    throw std::bad_alloc();
+}
+
+// --- What a thread keeps ---------------------------------------------------------------------------------------------
+
+enum class EKeeping
+{
+    FIRST, // nothing was kept yet
+    KEEPS,
+    ENDED // nobody is left who would unmap what is kept
+};
+
+// No destructors here: the thread's other variables, and the program's, may be destroyed later and nest deeply.
+struct ThreadStacks
+{
+    Bounds m_own;
+    Segment m_spare; // a recursion may go to and fro across the end of a stack
+    EKeeping m_keeping = EKeeping::FIRST;
+    unsigned m_numLow = 0;
+};
+
+constinit thread_local ThreadStacks t_stacks __attribute__((tls_model("initial-exec")));
+
+// Runs after the destructors of the thread's variables, among those of other keys. They may still nest.
+void EndThread(void*)
+{
+    Unmap(std::exchange(t_stacks.m_spare, {}));
+    t_stacks.m_keeping = EKeeping::ENDED;
+}
+
+// A key needs no memory for its destructor, other than the destructor of a thread_local variable. The main thread's
+// does not run when the program returns from it, which suits static variables. This library is never unloaded.
+bool AskForEndThread()
+{
+    static const auto [key, isThere] = []
+    {
+        pthread_key_t made = 0;
+        const bool isMade = pthread_key_create(&made, EndThread) == 0;
+        return std::pair(made, isMade);
+    }();
+    return isThere && pthread_setspecific(key, &t_stacks) == 0;
+}
+
+// Not inline, nor is GiveBack: behind a call a coroutine may be on another thread, whose variables lie elsewhere.
+[[gnu::noinline]] Segment Take()
+{
+    if (t_stacks.m_spare.m_high != 0 && t_stacks.m_spare.Size() >= 2 * GetStackReserve())
+        return std::exchange(t_stacks.m_spare, {});
+    const StackInUse& stack = t_stackInUse;
+    return MapBehind(stack.Contains(StackPointer()) ? stack.High() - stack.m_low : 0);
+}
+
+[[gnu::cold, gnu::noinline]] void KeepTheLarger(Segment segment) noexcept
+{
+    if (t_stacks.m_keeping == EKeeping::FIRST && AskForEndThread())
+        t_stacks.m_keeping = EKeeping::KEEPS;
+    if (t_stacks.m_keeping == EKeeping::KEEPS && t_stacks.m_spare.Size() < segment.Size())
+        std::swap(t_stacks.m_spare, segment);
+    Unmap(segment);
+}
+
+[[gnu::noinline]] void GiveBack(const Segment& segment) noexcept
+{
+    if (t_stacks.m_keeping == EKeeping::KEEPS && t_stacks.m_spare.m_high == 0)
+        t_stacks.m_spare = segment;
+    else
+        KeepTheLarger(segment);
+}
 
 class SegmentLease
 {
 public:
-    SegmentLease() : m_segment(t_spareSegment ? std::move(t_spareSegment) : std::make_unique<Segment>()) {}
-    ~SegmentLease()
-    {
-        if (!t_spareSegment)
-            t_spareSegment = std::move(m_segment);
-    }
+    SegmentLease() : m_segment(Take()) {}
+    ~SegmentLease() { GiveBack(m_segment); }
     SegmentLease(const SegmentLease&) = delete;
     SegmentLease& operator=(const SegmentLease&) = delete;
 
-    const Segment& Get() const { return *m_segment; }
+    void* Low() const { return reinterpret_cast<void*>(m_segment.m_low); }
+    std::size_t Size() const { return m_segment.Size(); }
 
 private:
-    std::unique_ptr<Segment> m_segment;
+    const Segment m_segment;
 };
 
-// One call on its way to a segment and back. Lives on the caller's stack.
-struct Crossing
-{
-    void (*m_call)(void*);
-    void* m_context;
-    std::exception_ptr m_failure;
-    ucontext_t m_caller;
-    ucontext_t m_callee;
-#ifdef KELM_ASAN
-    const void* m_callerBottom = nullptr;
-    std::size_t m_callerSize = 0;
-#endif
-#ifdef KELM_TSAN
-    void* m_callerFiber = __tsan_get_current_fiber();
-#endif
-};
+// --- The thread's own stack ------------------------------------------------------------------------------------------
 
-constinit thread_local Crossing* t_crossing = nullptr;
-
-// The first frame on a segment. No exception may pass it, since there is no frame below to unwind to.
-void EnterSegment()
+// Above it nothing but the program's file name, its end and a null pointer: so the system lays it out. 0: unknown.
+std::uintptr_t TopOfMainStack()
 {
-    Crossing& crossing = *t_crossing;
-#ifdef KELM_ASAN
-    __sanitizer_finish_switch_fiber(nullptr, &crossing.m_callerBottom, &crossing.m_callerSize);
-#endif
-    try
+    static const std::uintptr_t top = []
     {
-        crossing.m_call(crossing.m_context);
-    }
-    catch (...)
-    {
-        crossing.m_failure = std::current_exception();
-    }
-#ifdef KELM_ASAN
-    __sanitizer_start_switch_fiber(nullptr, crossing.m_callerBottom, crossing.m_callerSize);
-#endif
-#ifdef KELM_TSAN
-    // Does what returning would do, except that the sanitizer would count the return among the caller's.
-    __tsan_switch_to_fiber(crossing.m_callerFiber, 0);
-    setcontext(&crossing.m_caller);
-#endif
+        constexpr std::uintptr_t page = 4096;
+        const auto name = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
+        if (name == nullptr)
+            return std::uintptr_t(0);
+        const auto end = reinterpret_cast<std::uintptr_t>(name) + std::strlen(name) + 1 + sizeof(void*);
+        return (end + page - 1) / page * page;
+    }();
+    return top;
 }
 
-void Switch(Crossing& crossing, const Segment& segment)
+bool IsOnMainStack(std::uintptr_t stackPointer)
 {
-    static_cast<void>(segment);
-#ifdef KELM_TSAN
-    void* const fiber = __tsan_create_fiber(0);
-    __tsan_switch_to_fiber(fiber, 0);
-#endif
-#ifdef KELM_ASAN
-    void* fakeStack = nullptr;
-    __sanitizer_start_switch_fiber(&fakeStack, segment.Base(), segment.Size());
-#endif
-    swapcontext(&crossing.m_caller, &crossing.m_callee);
-#ifdef KELM_ASAN
-    __sanitizer_finish_switch_fiber(fakeStack, nullptr, nullptr);
-#endif
-#ifdef KELM_TSAN
-    __tsan_destroy_fiber(fiber);
-#endif
+    const std::uintptr_t depth = TopOfMainStack() - stackPointer;
+    return 0 < depth && depth <= s_mostOfMainStack;
+}
+
+// The limit may be raised while the program runs. Needs no file, unlike asking the thread library.
+Bounds BoundsOfMainStack()
+{
+    rlimit limit;
+    if (getrlimit(RLIMIT_STACK, &limit) != 0)
+        return {};
+    const std::uintptr_t top = TopOfMainStack();
+    return {top - std::min<std::size_t>(limit.rlim_cur, s_mostOfMainStack), top};
+}
+
+Bounds BoundsOfThread()
+{
+    pthread_attr_t attributes;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0)
+        return {};
+    void* low = nullptr;
+    std::size_t size = 0;
+    const bool isKnown = pthread_attr_getstack(&attributes, &low, &size) == 0;
+    pthread_attr_destroy(&attributes);
+    const auto begin = reinterpret_cast<std::uintptr_t>(low);
+    if (!isKnown)
+        return {};
+    AskValgrind(VALGRIND_REGISTER_STACK, begin, begin + size);
+    return {begin, begin + size};
+}
+
+// The thread's own stack if this is it; nothing otherwise, or where the thread's own cannot be learned.
+Bounds FindOwnStack(std::uintptr_t stackPointer)
+{
+    Bounds& own = t_stacks.m_own;
+    if (IsOnMainStack(stackPointer))
+        own = BoundsOfMainStack();
+    else if (own.m_high == 0)
+        own = BoundsOfThread();
+    return own.Contains(stackPointer) ? own : Bounds();
+}
+
+// Where a segment has to be mapped, a further system call does not matter; otherwise seldom.
+bool MayLimitHaveBeenRaised(std::uintptr_t stackPointer)
+{
+    return IsOnMainStack(stackPointer) && (t_stacks.m_spare.m_high == 0 || ++t_stacks.m_numLow % 64 == 0);
 }
 
 } // namespace
 
-bool IsStackLowHere(std::uintptr_t frame)
+bool IsStackLowHere(std::uintptr_t stackPointer)
 {
-    if (t_bounds.m_high == 0)
-    {
-        const Bounds bounds = BoundsOfThread();
-        UseBounds(bounds);
-    }
-    return t_bounds.Contains(frame) && frame < t_stackLimit;
+    if (!t_stackInUse.Contains(stackPointer) || MayLimitHaveBeenRaised(stackPointer))
+        Use(FindOwnStack(stackPointer));
+    return !t_stackInUse.HasRoomAt(stackPointer);
+}
+
+OnStack::OnStack(const void* low, std::size_t size) noexcept : m_before(t_stackInUse)
+{
+    const auto begin = reinterpret_cast<std::uintptr_t>(low);
+    Use({begin, begin + size});
+}
+
+// What was in use before may be gone by now, unless this runs on it.
+OnStack::~OnStack()
+{
+    t_stackInUse = m_before.Contains(StackPointer()) ? m_before : StackInUse();
 }
 
 void RunOnFreshSegment(void (*call)(void*), void* context)
 {
-    const SegmentLease lease;
-    const Segment& segment = lease.Get();
-    Crossing crossing{};
-    crossing.m_call = call;
-    crossing.m_context = context;
-    getcontext(&crossing.m_callee);
-    crossing.m_callee.uc_stack.ss_sp = segment.Base();
-    crossing.m_callee.uc_stack.ss_size = segment.Size();
-    crossing.m_callee.uc_link = &crossing.m_caller;
-    makecontext(&crossing.m_callee, EnterSegment, 0);
+    const SegmentLease segment;
+    const OnStack there(segment.Low(), segment.Size());
+#if defined(KELM_ASAN) || defined(KELM_TSAN)
+    WatchedCall watched(call, context, segment.Low(), segment.Size());
+    call = WatchedCall::Run;
+    context = &watched;
+#endif
+    CallOnStack(call, context, segment.Low(), segment.Size());
+}
 
-    const Bounds callersBounds = t_bounds;
-    t_crossing = &crossing;
-    UseBounds(segment.GetBounds());
-    Switch(crossing, segment);
-    UseBounds(callersBounds);
+void SetStackReserve(std::size_t bytes)
+{
+    s_reserve.store(std::clamp(bytes, s_smallestReserve, s_largestReserve), std::memory_order_relaxed);
+    Use({t_stackInUse.m_low, t_stackInUse.High()});
+}
 
-    if (crossing.m_failure)
-        std::rethrow_exception(std::exchange(crossing.m_failure, nullptr));
+std::size_t GetStackReserve()
+{
+    return s_reserve.load(std::memory_order_relaxed);
 }
 
 } // namespace kelm

@@ -1,7 +1,7 @@
 #pragma once
 
 // Recursion without a limit but memory. A function that recurses with its input asks, at one place that every cycle
-// of its recursion passes, whether the thread's stack runs low, and goes on in a fresh stack segment when it does:
+// of its recursion passes, whether the running stack is low, and goes on in a fresh stack segment when it is:
 //
 //     void Parse(...)
 //     {
@@ -10,13 +10,21 @@
 //         ...
 //     }
 //
-// A segment belongs to the one call that runs on it. After it the segment is returned to the system, but for one that
-// each thread keeps for its next call. Exceptions leave the call as usual. On a stack that is not the thread's own and
-// not one of these segments (a host's coroutine), nothing is known and nothing is switched. Throws std::bad_alloc where
-// no segment can be had.
+// Behind the check there is always the reserve (SetStackReserve): that much is there for what runs until the next one.
+// A stack smaller than twice the reserve is low from its first frame on, and so is one that nothing is known of: a
+// host's coroutine, unless the host says where it lies (OnStack).
+//
+// A segment belongs to the one call that runs on it; then it is returned to the system, but for one that each thread
+// keeps for its next call. Segments double in size, from 1 to 16 MiB, with at least 64 KiB below that may not be
+// touched. Exceptions, a thread's end or cancellation, backtraces and debuggers pass through; what the call does to
+// rounding mode, exception flags and signal mask stays. Throws std::bad_alloc where no segment can be had.
+//
+// All of this works at any time on any thread, while a thread or the program ends as well.
 
+#include <klUtils/StackPointer.h>
 #include <klUtils/api.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <new>
@@ -26,21 +34,32 @@
 namespace kelm
 {
 
-// The lowest address that ordinary recursion may reach on the running thread; the highest address while it is not yet
-// known. Read through IsStackLow alone.
-extern constinit thread_local std::uintptr_t t_stackLimit KLUTILS_API __attribute__((tls_model("initial-exec")));
+// What of a stack ordinary recursion may use, and where the whole of it begins. All 0: an unknown one.
+struct StackInUse
+{
+    std::uintptr_t m_limit = 0;
+    std::uintptr_t m_room = 0; // from the limit to the stack's end; 0 where all of it is low
+    std::uintptr_t m_low = 0;
 
-// The slow half of IsStackLow: learns the thread's bounds, and decides exactly.
-KLUTILS_API bool IsStackLowHere(std::uintptr_t frame);
+    std::uintptr_t High() const { return m_limit + m_room; }
+    bool Contains(std::uintptr_t address) const { return m_low <= address && address < High(); }
+    bool HasRoomAt(std::uintptr_t address) const { return address - m_limit < m_room; }
+};
+
+// The last stack that the thread is known to have been on. Used through IsStackLow alone.
+extern constinit thread_local StackInUse t_stackInUse KLUTILS_API __attribute__((tls_model("initial-exec")));
+
+// The slow half of IsStackLow: learns which stack it is, and decides exactly.
+KLUTILS_API bool IsStackLowHere(std::uintptr_t stackPointer);
 
 // Runs call(context) on a fresh segment, and returns or throws what it does.
 KLUTILS_API void RunOnFreshSegment(void (*call)(void*), void* context);
 
-// One comparison when there is room.
+// One comparison when there is room: what lies outside the stack, on either side, has none.
 inline bool IsStackLow()
 {
-    const auto frame = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    return __builtin_expect(frame < t_stackLimit, 0) && IsStackLowHere(frame);
+    const std::uintptr_t stackPointer = StackPointer();
+    return __builtin_expect(!t_stackInUse.HasRoomAt(stackPointer), 0) && IsStackLowHere(stackPointer);
 }
 
 template <class F>
@@ -70,5 +89,26 @@ void CallWithEnoughStack(F&& f) noexcept
     }
     f();
 }
+
+// Says, while it lives, that the thread runs on the stack of `size` bytes from `low` on. For a coroutine's stack: in
+// the coroutine, or better around each switch into it, which serves one that moves between threads as well. Without it
+// the stack is taken for an unknown one, which costs a segment at each entry.
+class KLUTILS_API OnStack
+{
+public:
+    OnStack(const void* low, std::size_t size) noexcept;
+    ~OnStack();
+    OnStack(const OnStack&) = delete;
+    OnStack& operator=(const OnStack&) = delete;
+
+private:
+    const StackInUse m_before;
+};
+
+// The reserve: how many bytes of stack whatever runs between two checks may use, a host's own functions among it. Holds
+// at once on the calling thread, on others when they next change their stack: a program sets it at its beginning. Less
+// than 64 KiB is taken for 64 KiB.
+KLUTILS_API void SetStackReserve(std::size_t bytes);
+KLUTILS_API std::size_t GetStackReserve();
 
 } // namespace kelm

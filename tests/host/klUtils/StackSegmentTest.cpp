@@ -2,86 +2,30 @@
 
 #include <klUtils/LexScannerException.h>
 #include <klUtils/xvector.h>
+#include <support/DeepStack.h>
 #include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
 
-#include <exception>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <pthread.h>
-#include <ucontext.h>
 
 namespace kelm
 {
 namespace
 {
 
-// Recurses `depth` deep, calls `atBottom` there, and returns the number of levels.
-__attribute__((noinline)) long Descend(long depth, const std::function<void()>& atBottom)
-{
-    if (IsStackLow())
-    {
-        long levels = 0;
-        CallOnFreshSegment([&] { levels = Descend(depth, atBottom); });
-        return levels;
-    }
-    if (depth == 0)
-    {
-        atBottom();
-        return 0;
-    }
-    const volatile long one = 1; // read behind the call, so that no compiler turns the recursion into a loop
-    const long below = Descend(depth - 1, atBottom);
-    return below + one;
-}
-
-// Runs `f` on a thread whose stack has `stackSize` bytes, and rethrows what it throws.
-void RunOnThread(std::size_t stackSize, const std::function<void()>& f)
-{
-    struct Work
-    {
-        const std::function<void()>& m_function;
-        std::exception_ptr m_failure;
-    } work{f, nullptr};
-
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackSize), 0);
-    pthread_t thread;
-    ASSERT_EQ(pthread_create(
-                  &thread, &attributes,
-                  [](void* argument) -> void*
-                  {
-                      Work& received = *static_cast<Work*>(argument);
-                      try
-                      {
-                          received.m_function();
-                      }
-                      catch (...)
-                      {
-                          received.m_failure = std::current_exception();
-                      }
-                      return nullptr;
-                  },
-                  &work),
-              0);
-    pthread_attr_destroy(&attributes);
-    ASSERT_EQ(pthread_join(thread, nullptr), 0);
-    if (work.m_failure)
-        std::rethrow_exception(work.m_failure);
-}
-
 TEST(StackSegment, LetsARecursionGoOnFarBeyondTheThreadsStack)
 {
     EXPECT_FALSE(IsStackLow());
-    EXPECT_EQ(Descend(s_depth, [] {}), s_depth);
+    EXPECT_EQ(Descend(s_depth), s_depth);
     EXPECT_FALSE(IsStackLow());
-    EXPECT_EQ(Descend(s_depth / 10, [] {}), s_depth / 10); // and again
+    EXPECT_EQ(Descend(s_depth / 10), s_depth / 10); // and again
 }
 
 TEST(StackSegment, PassesOnAnExceptionThrownDeepDown)
@@ -162,7 +106,7 @@ TEST(StackSegment, IsKeptForTheNextCallAndNeverSharedByTwo)
 TEST(StackSegment, ServesAThreadWithASmallStack)
 {
     long levels = 0;
-    RunOnThread(s_smallStack, [&] { levels = Descend(s_depth / 10, [] {}); });
+    RunOnThread(s_smallStack, [&] { levels = Descend(s_depth / 10); });
     EXPECT_EQ(levels, s_depth / 10);
 }
 
@@ -183,7 +127,7 @@ TEST(StackSegment, ServesManyThreadsAtOnce)
                       &threads[static_cast<std::size_t>(i)], nullptr,
                       [](void* argument) -> void*
                       {
-                          *static_cast<long*>(argument) = Descend(s_depth / 10, [] {});
+                          *static_cast<long*>(argument) = Descend(s_depth / 10);
                           return nullptr;
                       },
                       &levels[static_cast<std::size_t>(i)]),
@@ -191,28 +135,6 @@ TEST(StackSegment, ServesManyThreadsAtOnce)
     for (const pthread_t thread : threads)
         ASSERT_EQ(pthread_join(thread, nullptr), 0);
     EXPECT_EQ(levels, std::vector<long>(numThreads, s_depth / 10));
-}
-
-ucontext_t s_host, s_coroutine;
-bool s_wasLow;
-
-void CoroutineBody()
-{
-    s_wasLow = IsStackLow();
-}
-
-TEST(StackSegment, LeavesAHostsOwnStackAlone)
-{
-    EXPECT_FALSE(IsStackLow()); // the thread's own stack is known by now
-    std::vector<char> stack(std::size_t(256) * 1024);
-    getcontext(&s_coroutine);
-    s_coroutine.uc_stack.ss_sp = stack.data();
-    s_coroutine.uc_stack.ss_size = stack.size();
-    s_coroutine.uc_link = &s_host;
-    makecontext(&s_coroutine, CoroutineBody, 0);
-    s_wasLow = true;
-    swapcontext(&s_host, &s_coroutine);
-    EXPECT_FALSE(s_wasLow);
 }
 
 struct Nested
