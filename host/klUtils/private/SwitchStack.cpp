@@ -19,11 +19,10 @@
 asm(R"(
         .text
         .p2align 4
-        .hidden kelmCallOnStack
-        .globl kelmCallOnStack
-        .type kelmCallOnStack, @function
-kelmCallOnStack:
+        .type kelmMoveStack, @function
+kelmMoveStack:
         .cfi_startproc
+        .cfi_signal_frame
         pushq %rbp
         .cfi_def_cfa_offset 16
         .cfi_offset %rbp, -16
@@ -38,6 +37,21 @@ kelmCallOnStack:
         .cfi_def_cfa %rsp, 8
         ret
         .cfi_endproc
+        .size kelmMoveStack, .-kelmMoveStack
+
+        .p2align 4
+        .hidden kelmCallOnStack
+        .globl kelmCallOnStack
+        .type kelmCallOnStack, @function
+kelmCallOnStack:
+        .cfi_startproc
+        subq $8, %rsp
+        .cfi_def_cfa_offset 16
+        call kelmMoveStack
+        addq $8, %rsp
+        .cfi_def_cfa_offset 8
+        ret
+        .cfi_endproc
         .size kelmCallOnStack, .-kelmCallOnStack
 )");
 
@@ -47,11 +61,10 @@ kelmCallOnStack:
 asm(R"(
         .text
         .p2align 4
-        .hidden kelmCallOnStack
-        .globl kelmCallOnStack
-        .type kelmCallOnStack, %function
-kelmCallOnStack:
+        .type kelmMoveStack, %function
+kelmMoveStack:
         .cfi_startproc
+        .cfi_signal_frame
         hint #25
         .cfi_negate_ra_state
         stp x29, x30, [sp, #-16]!
@@ -66,6 +79,30 @@ kelmCallOnStack:
         blr x9
         mov sp, x29
         .cfi_def_cfa_register 31
+        ldp x29, x30, [sp], #16
+        .cfi_restore 29
+        .cfi_restore 30
+        .cfi_def_cfa_offset 0
+        hint #29
+        .cfi_negate_ra_state
+        ret
+        .cfi_endproc
+        .size kelmMoveStack, .-kelmMoveStack
+
+        .p2align 4
+        .hidden kelmCallOnStack
+        .globl kelmCallOnStack
+        .type kelmCallOnStack, %function
+kelmCallOnStack:
+        .cfi_startproc
+        hint #25
+        .cfi_negate_ra_state
+        stp x29, x30, [sp, #-16]!
+        .cfi_def_cfa_offset 16
+        .cfi_offset 29, -16
+        .cfi_offset 30, -8
+        mov x29, sp
+        bl kelmMoveStack
         ldp x29, x30, [sp], #16
         .cfi_restore 29
         .cfi_restore 30
