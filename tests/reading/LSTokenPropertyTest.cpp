@@ -133,7 +133,7 @@ TEST(LSToken, GivesTheValueOfAnyNumber)
 TEST(LSToken, GivesTheValueOfAnyFloat)
 {
     Compare(
-        {50, [](Random& random, Random) { return AnyFloat(random); }, LibraryTokenLiterals, ReferenceTokenLiterals});
+        {40, [](Random& random, Random) { return AnyFloat(random); }, LibraryTokenLiterals, ReferenceTokenLiterals});
 }
 
 TEST(LSToken, GivesTheContentsOfAnyQuotedText)

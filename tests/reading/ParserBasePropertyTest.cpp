@@ -84,7 +84,7 @@ TEST(ParserBase, ReadsTheTokensOfAnyText)
             text += AnySpace(random) + AnyToken(random);
         return OftenWhole(random, text + AnySpace(random), 3);
     };
-    Compare({50, draw, LibraryStream, ReferenceStream});
+    Compare({40, draw, LibraryStream, ReferenceStream});
 }
 
 TEST(ParserBase, ReadsNamesAndPaths)
@@ -98,6 +98,48 @@ TEST(ParserBase, ReadsNamesAndPaths)
         return OftenWhole(random, text, 3);
     };
     Compare({30, draw, LibraryStream, ReferenceStream});
+}
+
+// Tokens about as long as messages show, with a character of several bytes at each place where they are cut.
+TEST(ParserBase, ShowsTokensOfEveryLengthInMessages)
+{
+    static constexpr const char* s_characters[] = {"",     "\xc3\xa9",         "\xe2\x82\xac", "\xf0\x9f\x98\x80",
+                                                   "\x80", "\x80\x80\x80\x80", "\xff",         "\x80\x80\x80\x80\x80"};
+    static constexpr std::size_t s_maxBefore = 90;
+    static constexpr std::size_t s_maxBehind = 12;
+    const auto makeText = [](std::size_t index)
+    {
+        const std::string character = s_characters[index % std::size(s_characters)];
+        index /= std::size(s_characters);
+        return "'" + std::string(index % s_maxBefore, 'a') + character + std::string(index / s_maxBefore, 'b') + "'";
+    };
+    const auto library = [](SubString text, Random)
+    {
+        ParserBase parser;
+        try
+        {
+            parser.Init(text);
+            parser.ThrowExpectedException("x");
+        }
+        catch (const LexScannerException& e)
+        {
+            return ToldError(e, text);
+        }
+    };
+    const auto reference = [](const std::string& text, Random)
+    {
+        Stream stream(text);
+        try
+        {
+            stream.Init();
+            stream.ThrowExpected("x");
+        }
+        catch (const TextError& e)
+        {
+            return ToldError(e);
+        }
+    };
+    CompareAll(std::size(s_characters) * s_maxBefore * s_maxBehind, makeText, {10, {}, library, reference});
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include <support/ReferenceTexts.h>
 
+#include <cmath>
 #include <cstdio>
 
 namespace kelm::reference
@@ -39,9 +40,9 @@ std::string AnyComment(Random& random)
 // Contents of a quoted text.
 std::string AnyContents(Random& random)
 {
-    static const char* const s_parts[] = {"\\n",     "\\\\",    "\\'",         "\\\"",     "\\0",  "\\x41", "\\xfF",
-                                          "\\u00e9", "\\u20ac", "\\U0001F600", "\xc3\xa9", "\x80", "\t",    "\r",
-                                          "a",       " ",       "//",          "/*",       "#",    "{",     "\\t"};
+    static const char* const s_parts[] = {
+        "\\n",  "\\\\", "\\'", "\\\"", "\\0", "\\x41", "\\xfF", "\\u00e9", "\\u20ac", "\\U0001F600",     "\xc3\xa9",
+        "\x80", "\t",   "\r",  "a",    " ",   "//",    "/*",    "#",       "{",       "\xf0\x9f\x98\x80"};
     static const char* const s_wrong[] = {"\\q",         "\\x4",       "\\xg1",      "\\u12", "\\ud800",
                                           "\\U00110000", "\\U1234567", "\\\xc3\xa9", "\\ ",   "\\1"};
     static const std::string s_plain = "abcdefghijklmnopqrstuvwxyz ABC.,-_0123456789";
@@ -129,6 +130,30 @@ std::string AnyNumberNearLimits(Random& random)
     return random.OneIn(8) ? random.Of(s_beyond) : std::to_string(value);
 }
 
+namespace
+{
+
+// In the middle between two neighbours of the type, or the least bit beside it, where each rounds to another.
+template <class Float>
+std::string NearMiddle(Random& random)
+{
+    const auto lower = static_cast<Float>(static_cast<double>(1 + random.Below(1000)) +
+                                          static_cast<double>(random.Next() >> 11) * 0x1p-53);
+    const Float upper = std::nextafter(lower, Float(2000));
+    char text[128];
+    std::snprintf(text, sizeof text, "%.60Lf", (static_cast<long double>(lower) + static_cast<long double>(upper)) / 2);
+    std::string number = text;
+    number.erase(number.find_last_not_of('0') + 1);
+    switch (random.Below(3))
+    {
+    case 0: number.back() = static_cast<char>(number.back() - 1); return number + "99999999999";
+    case 1: return number + std::string(random.Below(20), '0') + "1";
+    }
+    return number;
+}
+
+} // namespace
+
 std::string AnyFloat(Random& random)
 {
     static const char* const s_edges[] = {"0.0",
@@ -167,8 +192,9 @@ std::string AnyFloat(Random& random)
                                           "7.006492321624085e-46",
                                           "123456789012345678901234567890.0",
                                           "0.000000000000000000000000000000000001"};
-    switch (random.Below(6))
+    switch (random.Below(7))
     {
+    case 5: return random.OneIn(2) ? NearMiddle<float>(random) : NearMiddle<double>(random);
     case 0: return random.Of(s_edges);
     case 1:
     {
