@@ -2,7 +2,7 @@
 
 #include <klUtils/text/ParserBase.h>
 
-#include <cstddef>
+#include <csignal>
 
 namespace kelm::tool
 {
@@ -16,15 +16,31 @@ namespace kelm::tool
 class DivisionWatch
 {
 public:
-    explicit DivisionWatch(const ParserBase& parser);
-    ~DivisionWatch();
+    explicit DivisionWatch(const ParserBase& parser)
+    {
+        if (!s_isInstalled) [[unlikely]]
+            Install();
+        s_hasFaulted = false;
+        s_parser = &parser;
+    }
+    ~DivisionWatch() { s_parser = nullptr; }
     DivisionWatch(const DivisionWatch&) = delete;
     DivisionWatch& operator=(const DivisionWatch&) = delete;
 
-    bool HasFaulted() const;
+    bool HasFaulted() const { return s_hasFaulted; }
 
     // The last token that the parser had passed at the first fault.
-    const LSToken& GetPlace() const;
+    const LSToken& GetPlace() const { return s_place; }
+
+private:
+    static void Install();
+    static void OnFault(int signal, siginfo_t* info, void* context);
+
+    // All that the signal handler touches. The signal is raised by the watched code itself, never asynchronously.
+    static inline constinit const ParserBase* s_parser = nullptr;
+    static inline constinit volatile bool s_hasFaulted = false;
+    static inline LSToken s_place;
+    static inline constinit bool s_isInstalled = false;
 };
 
 } // namespace kelm::tool

@@ -102,10 +102,14 @@ bool IsBlank(const SourceText& source)
 
 void PutValue(const KSValue& value, bool withKind)
 {
-    OutputStream os;
     if (withKind)
-        os << TypeToString(value.GetTag()) << " ";
-    os << value << "\n";
+    {
+        Put(TypeToString(value.GetTag()));
+        Put(" ");
+    }
+    OutputStream os;
+    os << value;
+    Put("\n");
 }
 
 int RunEval(const Options& options)

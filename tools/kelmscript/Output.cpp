@@ -3,7 +3,6 @@
 #include "FileDescriptor.h"
 
 #include <cerrno>
-#include <cstring>
 
 #include <unistd.h>
 
@@ -13,8 +12,6 @@ namespace kelm::tool
 namespace
 {
 
-char s_buffer[65536];
-std::size_t s_size = 0;
 int s_error = 0;
 
 void Write(std::string_view text)
@@ -25,30 +22,22 @@ void Write(std::string_view text)
 
 } // namespace
 
-void Put(std::string_view text)
-{
-    if (text.size() > sizeof s_buffer - s_size)
-    {
-        FlushOutput();
-        if (text.size() > sizeof s_buffer)
-            return Write(text);
-    }
-    if (!text.empty()) // which may have no address
-        std::memcpy(s_buffer + s_size, text.data(), text.size());
-    s_size += text.size();
-}
+OutputBuffer s_output;
 
-void PutLine(std::string_view text)
+void PutBeyond(std::string_view text)
 {
-    Put(text);
-    Put("\n");
+    FlushOutput();
+    if (text.size() > sizeof s_output.m_text)
+        Write(text);
+    else
+        Put(text);
 }
 
 void FlushOutput()
 {
-    if (s_size > 0)
-        Write({s_buffer, s_size});
-    s_size = 0;
+    if (s_output.m_size > 0)
+        Write({s_output.m_text, s_output.m_size});
+    s_output.m_size = 0;
 }
 
 int GetOutputError()

@@ -2,6 +2,8 @@
 
 #include <klUtils/xostream.h>
 
+#include <cstddef>
+#include <cstring>
 #include <string_view>
 
 namespace kelm::tool
@@ -9,8 +11,8 @@ namespace kelm::tool
 
 // Standard output: collected in memory and written by the block, in the order of the calls. Whoever waits for input or
 // writes to standard error flushes it first.
-void Put(std::string_view text);
-void PutLine(std::string_view text);
+inline void Put(std::string_view text);
+inline void PutLine(std::string_view text);
 void FlushOutput();
 
 // Why what was put did not all arrive (a full disk): the errno of the first failure; 0 where there was none.
@@ -23,5 +25,32 @@ public:
     using xostream::put;
     void put(const char* text, long length) override { Put({text, static_cast<std::size_t>(length)}); }
 };
+
+// --- The inside
+
+struct OutputBuffer
+{
+    char m_text[65536];
+    std::size_t m_size;
+};
+extern OutputBuffer s_output;
+
+// What has no room in the buffer.
+void PutBeyond(std::string_view text);
+
+inline void Put(std::string_view text)
+{
+    if (text.size() > sizeof s_output.m_text - s_output.m_size) [[unlikely]]
+        return PutBeyond(text);
+    if (!text.empty()) // which may have no address
+        std::memcpy(s_output.m_text + s_output.m_size, text.data(), text.size());
+    s_output.m_size += text.size();
+}
+
+inline void PutLine(std::string_view text)
+{
+    Put(text);
+    Put("\n");
+}
 
 } // namespace kelm::tool
