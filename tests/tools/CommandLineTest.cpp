@@ -60,6 +60,8 @@ const UsageRow s_usages[] = {
     {{"eval", "-f", "a", "--file=b"}, "--file is given twice"},
     {{"eval", "--json=1", "1"}, "--json takes no value"},
     {{"eval", "-f", "--json"}, "--file: 1 required FILE missing"},
+    {{"eval", "--color", "sometimes", "1"}, "--color: sometimes is none of auto, always and never"},
+    {{"get", "file", ".x", "--raw", "--json"}, "--json excludes --raw"},
     {{"eval", "--max-size", "large", "1"}, "--max-size: large is no size, such as 4096, 64M or 2G"},
     {{"eval", "--max-size", "1T", "1"}, "--max-size: 1T is no size, such as 4096, 64M or 2G"},
     {{"eval", "--max-size", "9999999999999999999", "1"},

@@ -132,10 +132,10 @@ const ErrorRow s_errors[] = {
                  "     ^\n"},
     {"Automobile", "FILE:1:11: error: 'Automobile' is not a registered class name\n"
                    "Automobile\n"
-                   "          ^\n"},
-    {"tool::Sealed {}", "FILE:1:14: error: 'tool::Sealed' doesn't support dynamic creation\n"
-                        "tool::Sealed {}\n"
-                        "             ^\n"},
+                   "          ^\n"
+                   "FILE:1:1: note: there are tool::Faulty, tool::Frame, tool::Note, tool::Point and tool::Scene\n"
+                   "Automobile\n"
+                   "^\n"},
     {"tool::Scene { nots = [] }", "FILE:1:20: error: Unknown member 'nots' of class tool::Scene\n"
                                   "tool::Scene { nots = [] }\n"
                                   "                   ^\n"
@@ -450,6 +450,13 @@ const std::pair<std::vector<std::string>, std::string> s_setErrors[] = {
      "<value>:1:1: note: did you mean DEEP_BLUE?\n"
      "DEEPBLUE\n"
      "^\n"},
+    {{".colour", "PURPLE"},
+     "<value>:1:7: error: Unknown member 'PURPLE' of enum tool::Colour\n"
+     "PURPLE\n"
+     "      ^\n"
+     "<value>:1:1: note: there are RED, GREEN and DEEP_BLUE\n"
+     "PURPLE\n"
+     "^\n"},
     {{".title", "\"a\" b"},
      "<value>:1:5: error: Expected end of text when read b\n"
      "\"a\" b\n"
@@ -493,6 +500,18 @@ TEST_F(DataSource, SetRefusesTrailingText)
                              "tool::Note {} tool::Note {}\n"
                              "              ^\n"}));
     EXPECT_EQ(TextOfFile(File()), text);
+}
+
+// --- get --raw
+
+TEST_F(DataSource, GetWritesRawValues)
+{
+    const std::pair<std::string, std::string> rows[] = {
+        {".title", "Harbour"}, {".big", "18446744073709551615"}, {".tags", "[\"a\",\"b\"]"}, {".colour", "DEEP_BLUE"}};
+    for (const auto& [path, value] : rows)
+        EXPECT_EQ(RunOn(s_scene, {"get", "--raw", "FILE", path}), (ProgramResult{0, value + "\n", ""}));
+    EXPECT_EQ(RunOn("\xEF\xBB\xBFtool::Note {\r\n}\r\n", {"get", "--raw", "FILE", ""}),
+              (ProgramResult{0, "tool::Note{text=\"\" next=null}\n", ""}));
 }
 
 // --- The cost of small texts

@@ -228,6 +228,54 @@ TEST(Eval, ReadsStandardInputByLines)
     EXPECT_EQ(RunTool({"eval"}, ""), (ProgramResult{0, "", ""}));
 }
 
+TEST(Eval, ReadsStandardInputForADash)
+{
+    EXPECT_EQ(RunTool({"eval", "-"}, "1\n2\n"), (ProgramResult{0, "1\n2\n", ""}));
+}
+
+TEST(Eval, TakesAWholeTextAsOneExpression)
+{
+    const std::string text = "(1 + // one\n  2)\n* 3\n";
+    const TemporaryFolder folder;
+    const ProgramResult nine{0, "9\n", ""};
+    EXPECT_EQ(RunTool({"eval", "--whole"}, text), nine);
+    EXPECT_EQ(RunTool({"eval", "--whole", "-"}, text), nine);
+    EXPECT_EQ(RunTool({"eval", "--whole", "-f", folder.MakeFile("whole.ks", text)}), nine);
+    EXPECT_EQ(RunTool({"eval", "--whole", "--json"}, "1\n+\n"),
+              (ProgramResult{1,
+                             "{\"error\":{\"kind\":\"syntax\",\"message\":\"Unexpected end of text after + in "
+                             "expression\",\"line\":3,\"column\":1}}\n",
+                             ""}));
+    EXPECT_EQ(RunTool({"eval", "--whole"}, "# nothing\n").m_exitCode, 1);
+    EXPECT_EQ(RunTool({"eval", "--whole", "-f", "/nowhere"}).m_exitCode, 1);
+}
+
+TEST(Eval, PassesAByteOrderMark)
+{
+    EXPECT_EQ(RunTool({"eval"}, "\xEF\xBB\xBF"
+                                "1 + 1\r\n$\r\n"),
+              (ProgramResult{1, "2\n", "<stdin>:2:1: error: Unexpected $ after start of text in expression\n$\n^\n"}));
+    EXPECT_EQ(RunTool({"eval"}, "\xEF\xBB\xBF"), (ProgramResult{0, "", ""}));
+    EXPECT_EQ(RunTool({"eval", "--whole"}, "\xEF\xBB\xBF"
+                                           "2")
+                  .m_output,
+              "2\n");
+}
+
+// One error, and not one a line.
+TEST(Eval, RefusesWhatIsNoText)
+{
+    EXPECT_EQ(RunTool({"eval", "-f", KELMSCRIPT}),
+              (ProgramResult{1, "", "kelmscript: error: cannot read " KELMSCRIPT ": it is no text\n"}));
+    EXPECT_EQ(RunTool({"eval"}, std::string("\xFF\xFE"
+                                            "1\0\n\0",
+                                            6)),
+              (ProgramResult{1, "", "kelmscript: error: cannot read <stdin>: it is no text\n"}));
+    // NUL alone, or octets that are no character, may stand in texts.
+    EXPECT_EQ(RunTool({"eval"}, std::string("len('') == '\0'\n", 15)).m_errors.find("no text"), std::string::npos);
+    EXPECT_EQ(RunTool({"eval"}, "'\xFF'\n"), (ProgramResult{0, "\xFF\n", ""}));
+}
+
 TEST(Eval, ReadsAFileByLines)
 {
     const TemporaryFolder folder;
@@ -305,6 +353,11 @@ TEST(Eval, ColoursErrorsOnATerminalAlone)
                                  "\033[1mDivision by zero error\033[0m\r\n1/0\r\n  \033[1;32m^\033[0m\r\n";
     EXPECT_EQ(Terminal(command, {{"TERM", "xterm"}, {"NO_COLOR", ""}}).ReadToEnd(), coloured);
     EXPECT_EQ(Terminal(command, {{"TERM", "xterm"}, {"NO_COLOR", "1"}}).ReadToEnd(), plain);
+    EXPECT_EQ(
+        Terminal(ToolCommand({"eval", "--color", "never", "1/0"}), {{"TERM", "xterm"}, {"NO_COLOR", ""}}).ReadToEnd(),
+        plain);
+    EXPECT_THAT(RunTool({"eval", "--color=always", "1/0"}, "", {{"NO_COLOR", "1"}}).m_errors,
+                ::testing::StartsWith("\033[1m<argument 1>:1:3: \033[0m\033[1;31merror: "));
     EXPECT_EQ(Terminal(command, {{"TERM", "dumb"}, {"NO_COLOR", ""}}).ReadToEnd(), plain);
     EXPECT_EQ(Terminal(command, {{"TERM", ""}, {"NO_COLOR", ""}}).ReadToEnd(), plain);
 }

@@ -26,6 +26,9 @@ const SessionRow s_sessions[] = {
     {"\n  \n// comment\n# comment\n1\n", {0, "1\n", ""}},
     {":type 1.5\n:type  'a' + 'b'  \n", {0, "float64\nstring\n", ""}},
     {"1\n:quit\n2\n", {0, "1\n", ""}},
+    {"1\n:exit\n2\n", {0, "1\n", ""}},
+    {"1\n quit \n2\n", {0, "1\n", ""}},
+    {"1\nexit\n2\n", {0, "1\n", ""}},
     // An open bracket takes the next lines in.
     {"(1 +\n\n2) * 3\n4\n", {0, "9\n4\n", ""}},
     {"true ? (1) : ( // bracket in a comment (\n ')' == '(' ? 1 : 2\n)\n", {0, "1\n", ""}},
@@ -60,6 +63,7 @@ TEST(Repl, AnswersInAPipe)
 TEST(Repl, HelpListsCommandsAndNames)
 {
     const ProgramResult result = RunTool({"repl"}, ":help\n");
+    EXPECT_EQ(RunTool({"repl"}, "help\n"), result);
     EXPECT_EQ(result.m_exitCode, 0);
     for (const char* part : {"  :help ", "  :type EXPR ", "  :load FILE ", "  :get PATH ", "  :set PATH VALUE ",
                              "  :print ", "  :types [NAME] ", "  :quit ", "  is_bool(x) ", "  log(f) ", "  true "})

@@ -15,7 +15,11 @@ constexpr OptionRow s_commonOptions[] = {
     {0, "--module", "LIB.so", &Options::m_modules, "Load a library that registers types (repeatable)"},
     {0, "--max-size", "N", &Options::m_maxSize,
      "Refuse longer files, lines and dynamic arrays: octets, or with K, M or G behind; 1G unless given"},
+    {0, "--color", "WHEN", &Options::m_colour,
+     "Colour errors: always, never, or (auto) on a terminal without NO_COLOR"},
 };
+
+constexpr OptionRow s_raw = {0, "--raw", "", &Options::m_raw, "Write the value alone, of a string its characters"};
 
 constexpr ArgumentRow s_file = {"FILE", &Options::m_file, true, "A data source; - is standard input"};
 constexpr ArgumentRow s_path = {"PATH", &Options::m_path, true, "The field, as in .items[3].name"};
@@ -23,10 +27,12 @@ constexpr ArgumentRow s_path = {"PATH", &Options::m_path, true, "The field, as i
 // --- eval
 
 constexpr ArgumentRow s_evalArguments[] = {
-    {"EXPR", &Options::m_expressions, false, "Expressions; without any, one a line of standard input", "--file"},
+    {"EXPR", &Options::m_expressions, false, "Expressions; without any, or for -, one a line of standard input",
+     "--file"},
 };
 constexpr OptionRow s_evalOptions[] = {
     {'f', "--file", "FILE", &Options::m_file, "Evaluate a file, one expression a line; - is standard input"},
+    {0, "--whole", "", &Options::m_whole, "Take what is read as one expression, not one a line"},
     {0, "--type", "", &Options::m_type, "Write the kind before each value", "--json"},
     {0, "--json", "", &Options::m_json, "Write one JSON object a line: value and kind, or error"},
 };
@@ -40,7 +46,8 @@ constexpr OptionRow s_printOptions[] = {
 
 constexpr ArgumentRow s_getArguments[] = {s_file, s_path};
 constexpr OptionRow s_getOptions[] = {
-    {0, "--json", "", &Options::m_json, "Write a JSON object: type and value"},
+    {0, "--json", "", &Options::m_json, "Write a JSON object: type and value", "--raw"},
+    s_raw,
 };
 
 constexpr ArgumentRow s_setArguments[] = {

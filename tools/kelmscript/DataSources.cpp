@@ -173,6 +173,17 @@ void WriteField(xostream& os, ptr<IObject> object, const Field& field)
         WriteVariable(os, field.m_type, field.m_data);
 }
 
+void WriteRaw(xostream& os, ptr<IObject> object, const Field& field)
+{
+    ReflectionByteCode type = field.m_type;
+    if (type.m_bc != nullptr)
+        type.AdvanceToUnderlyingType2();
+    if (type.m_bc != nullptr && type.GetCode() == FT_STRING8)
+        os << *static_cast<const xstring*>(field.m_data);
+    else
+        WriteField(os, object, field);
+}
+
 void WriteField(JsonText& json, ptr<IObject> object, const Field& field)
 {
     if (field.m_type.m_bc == nullptr)
@@ -231,7 +242,7 @@ bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form)
         });
 }
 
-std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, bool asJson)
+std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, EFieldForm form)
 {
     const std::optional<Field> field = FindField(object, path, false);
     if (!field)
@@ -239,8 +250,10 @@ std::optional<std::string> FieldText(ptr<IObject> object, const std::string& pat
     StringOutput text;
     const auto write = [&]
     {
+        if (form == FIELD_RAW)
+            return WriteRaw(text, object, *field);
         const std::string type = TypeOf(object, *field);
-        if (!asJson)
+        if (form == FIELD_TYPED)
         {
             text << type.c_str() << " ";
             return WriteField(text, object, *field);
@@ -315,7 +328,10 @@ int RunGet(const Options& options)
     GcRoot object;
     if (!LoadFile(options, TRAILING_WARNS, object))
         return EXIT_FAILED;
-    const std::optional<std::string> text = FieldText(object.get(), options.m_path, options.m_json);
+    const std::optional<std::string> text = FieldText(object.get(), options.m_path,
+                                                      options.m_json  ? FIELD_JSON
+                                                      : options.m_raw ? FIELD_RAW
+                                                                      : FIELD_TYPED);
     if (text)
         PutLine(*text);
     return text ? EXIT_OK : EXIT_FAILED;

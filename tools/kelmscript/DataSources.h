@@ -36,8 +36,15 @@ bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form);
 // The same to standard output, with the end of a line.
 bool PutObject(ptr<IObject> object, EForm form);
 
-// The type and value of a field on one line. Nothing, after the error was reported, where there is none.
-std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, bool asJson);
+enum EFieldForm
+{
+    FIELD_TYPED, // type and value
+    FIELD_RAW,   // the value alone, of a string its characters
+    FIELD_JSON,  // an object of type and value
+};
+
+// A field on one line. Nothing, after the error was reported, where there is none.
+std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, EFieldForm form);
 
 // Reads a value into a field by the rules of data sources, so that containers receive it in addition to what they hold;
 // with `replaces`, in place of that. False, after the error was reported, where it cannot be read.

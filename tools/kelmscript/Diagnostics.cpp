@@ -38,15 +38,17 @@ std::string_view EnvironmentVariable(ConstStringZ name)
     return value != nullptr ? value : std::string_view();
 }
 
+EColour s_colour = COLOUR_AUTO;
+
 bool UsesColour()
 {
-    static const bool s_usesColour = []
+    static const bool s_isForColour = []
     {
         const std::string_view terminal = EnvironmentVariable("TERM");
         return isatty(STDERR_FILENO) != 0 && EnvironmentVariable("NO_COLOR").empty() && !terminal.empty() &&
                terminal != "dumb";
     }();
-    return s_usesColour;
+    return s_colour == COLOUR_ALWAYS || (s_colour == COLOUR_AUTO && s_isForColour);
 }
 
 // A message, which is written as one.
@@ -180,6 +182,11 @@ void ReportAboutNoText(ESeverity severity, std::string_view message)
 }
 
 } // namespace
+
+void SetColour(EColour colour)
+{
+    s_colour = colour;
+}
 
 void Report(ESeverity severity, const SourceText& source, std::size_t offset, std::string_view message)
 {

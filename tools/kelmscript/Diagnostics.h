@@ -6,7 +6,7 @@
 //         the line
 //             ^
 //
-// Coloured on a terminal alone, and not where NO_COLOR is set. Standard output is flushed first, so that both streams
+// Standard output is flushed first, so that both streams
 // keep their order on a terminal. What a terminal would obey (control characters) is shown, never sent.
 
 #include "Failure.h"
@@ -18,6 +18,14 @@
 
 namespace kelm::tool
 {
+
+enum EColour
+{
+    COLOUR_AUTO, // on a terminal alone, and not where NO_COLOR is set
+    COLOUR_ALWAYS,
+    COLOUR_NEVER,
+};
+void SetColour(EColour colour);
 
 enum ESeverity
 {

@@ -2,6 +2,7 @@
 
 #include "Attempt.h"
 #include "Diagnostics.h"
+#include "Files.h"
 #include "JsonText.h"
 #include "LineInput.h"
 #include "Output.h"
@@ -45,6 +46,15 @@ public:
             EvaluateExpression(source, BLANK_PASSES);
         }
         m_hasFailed |= lines.HasFailed();
+    }
+
+    // All that is read is one expression.
+    void EvaluateWhole(const std::string& path)
+    {
+        if (const std::optional<FileText> file = ReadFile(path))
+            EvaluateExpression(file->Source(), BLANK_FAILS);
+        else
+            m_hasFailed = true;
     }
 
     int GetExitCode() const { return m_hasFailed ? EXIT_FAILED : EXIT_OK; }
@@ -112,11 +122,25 @@ void PutValue(const KSValue& value, bool withKind)
     Put("\n");
 }
 
+namespace
+{
+
+bool IsStandardInput(const std::vector<std::string>& expressions)
+{
+    return expressions.size() == 1 && expressions.front() == "-";
+}
+
+} // namespace
+
 int RunEval(const Options& options)
 {
     Evaluator evaluator(options);
-    if (options.m_expressions.empty())
-        evaluator.EvaluateLines(options.m_file.empty() ? "-" : options.m_file);
+    if (options.m_expressions.empty() || IsStandardInput(options.m_expressions))
+    {
+        const std::string path = options.m_file.empty() ? "-" : options.m_file;
+        options.m_whole ? evaluator.EvaluateWhole(path) : evaluator.EvaluateLines(path);
+        return evaluator.GetExitCode();
+    }
     for (std::size_t i = 0; i < options.m_expressions.size(); ++i)
     {
         const std::string name = "<argument " + std::to_string(i + 1) + ">";

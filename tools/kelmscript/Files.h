@@ -25,7 +25,7 @@ public:
     FileText(std::string name, char* text, std::size_t size) : m_name(std::move(name)), m_text(text), m_size(size) {}
 
     // Valid as long as this is.
-    SourceText Source() const { return {m_name, {m_text.get(), m_size}}; }
+    SourceText Source() const { return {m_name, WithoutByteOrderMark({m_text.get(), m_size})}; }
 
 private:
     struct Free

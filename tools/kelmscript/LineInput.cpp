@@ -3,6 +3,7 @@
 #include "Diagnostics.h"
 #include "Files.h"
 #include "Output.h"
+#include "Source.h"
 
 namespace kelm::tool
 {
@@ -55,7 +56,22 @@ bool LineInput::ReadBlock()
     m_end += count;
     if (count == 0)
         m_file.Close();
+    if (std::exchange(m_isAtStart, false) && !BeginText())
+        return false;
     return count > 0;
+}
+
+// Looks at the first block; false where it is no text.
+bool LineInput::BeginText()
+{
+    const std::string_view text(m_p, static_cast<std::size_t>(m_end - m_p));
+    if (IsBinary(text))
+    {
+        m_p = m_end;
+        return Fail("it is no text"); // one error, and not one for each line
+    }
+    m_p = m_end - WithoutByteOrderMark(text).size();
+    return true;
 }
 
 // Moves what is not yet given to the front of a buffer that has room for a block behind it.

@@ -38,6 +38,7 @@ public:
 private:
     bool ReadAcrossBlocks(std::string_view& line);
     bool ReadBlock();
+    bool BeginText();
     void MakeRoom(std::size_t size);
     bool Fail(const std::string& why);
 
@@ -48,6 +49,7 @@ private:
     const char* m_p = ""; // what is read and not yet given
     const char* m_end = m_p;
     bool m_hasFailed = false;
+    bool m_isAtStart = true;
 };
 
 } // namespace kelm::tool

@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include "Commands.h"
+#include "Diagnostics.h"
 #include "FileDescriptor.h"
 #include "Files.h"
 #include "Output.h"
@@ -224,6 +225,15 @@ void UseSizeLimit(const std::string& text)
     SetSizeLimit(*size);
 }
 
+void UseColour(const std::string& when)
+{
+    constexpr std::string_view names[] = {"auto", "always", "never"}; // as EColour has them
+    const auto* const name = std::find(std::begin(names), std::end(names), when);
+    if (name == std::end(names) && !when.empty())
+        throw UsageError{"--color: " + when + " is none of auto, always and never"};
+    SetColour(when.empty() ? COLOUR_AUTO : static_cast<EColour>(name - names));
+}
+
 } // namespace
 
 Options ParseOptions(int argc, char** argv, int& exitCode)
@@ -233,7 +243,10 @@ Options ParseOptions(int argc, char** argv, int& exitCode)
     try
     {
         if (line.Parse())
+        {
             UseSizeLimit(line.m_options.m_maxSize);
+            UseColour(line.m_options.m_colour);
+        }
         return std::move(line.m_options);
     }
     catch (const UsageError& e)

@@ -19,8 +19,11 @@ struct Options
     std::string m_value;
     std::string m_name;
     std::string m_maxSize;
+    std::string m_colour;
     bool m_json = false;
+    bool m_raw = false;
     bool m_type = false;
+    bool m_whole = false;
     bool m_compact = false;
     bool m_inPlace = false;
     bool m_replace = false;

@@ -151,11 +151,22 @@ private:
         if (!IsBlank(source))
         {
             m_reader->Remember(entry);
-            m_hasFailed |= !(IsCommand(entry) ? RunCommand(entry.substr(1)) : EvaluateExpression(source));
+            const std::string command = IsCommand(entry) ? entry.substr(1) : CommandOfWord(entry);
+            m_hasFailed |= !(command.empty() && !IsCommand(entry) ? EvaluateExpression(source) : RunCommand(command));
         }
     }
 
     static bool IsCommand(const std::string& entry) { return entry.starts_with(':'); }
+
+    // What people try first works without its colon.
+    static std::string CommandOfWord(const std::string& entry)
+    {
+        const WordAndRest words = SplitFirstWord(entry);
+        for (const ConstStringZ word : {"help", "quit", "exit"})
+            if (words.m_rest.empty() && words.m_word == word)
+                return words.m_word;
+        return {};
+    }
 
     static bool EvaluateExpression(const SourceText& source) { return WriteOutcome(source, Evaluate(source), false); }
 
@@ -216,13 +227,13 @@ private:
         return true;
     }
 
-    bool Get(const std::string& path) { return HasObject() && PutIfAny(FieldText(m_object.get(), path, false)); }
+    bool Get(const std::string& path) { return HasObject() && PutIfAny(FieldText(m_object.get(), path, FIELD_TYPED)); }
 
     bool Set(const std::string& argument)
     {
         const WordAndRest words = SplitFirstWord(argument);
         return HasObject() && SetField(m_object.get(), words.m_word, words.m_rest, false) &&
-               PutIfAny(FieldText(m_object.get(), words.m_word, false));
+               PutIfAny(FieldText(m_object.get(), words.m_word, FIELD_TYPED));
     }
 
     bool Print(const std::string&) { return HasObject() && PutObject(m_object.get(), FORM_INDENTED); }
@@ -314,6 +325,7 @@ const Repl::Command Repl::s_commands[] = {
     {"print", ":print", ARG_NONE, false, &Repl::Print, "write what is loaded"},
     {"types", ":types [NAME]", ARG_TYPE, false, &Repl::Types, "what is registered, or one type"},
     {"quit", ":quit", ARG_NONE, false, &Repl::Quit, "leave (so does Ctrl-D)"},
+    {"exit", ":exit", ARG_NONE, false, &Repl::Quit, "the same"},
 };
 
 const Repl::Command* Repl::FindCommand(const std::string& name)

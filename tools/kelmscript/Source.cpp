@@ -48,6 +48,21 @@ Character FirstCharacter(std::string_view text)
     return {text.substr(0, 1), -1};
 }
 
+bool IsBinary(std::string_view text)
+{
+    if (text.find('\0') == std::string_view::npos)
+        return false;
+    constexpr std::size_t longest = 4;
+    while (text.size() >= longest) // the last character may be cut
+    {
+        const Character c = FirstCharacter(text);
+        if (c.m_codePoint == -1)
+            return true;
+        text.remove_prefix(c.m_octets.size());
+    }
+    return false;
+}
+
 SourceLine LineAt(const SourceText& source, std::size_t offset)
 {
     const std::string_view text = source.m_text;

@@ -19,6 +19,16 @@ struct SourceText
     SubString View() const { return {m_text.data(), m_text.data() + m_text.size()}; }
 };
 
+// Of a whole file, what stands behind the mark that some editors put in front of UTF-8.
+inline std::string_view WithoutByteOrderMark(std::string_view text)
+{
+    constexpr std::string_view mark = "\xEF\xBB\xBF";
+    return text.starts_with(mark) ? text.substr(mark.size()) : text;
+}
+
+// Whether a text, or its beginning, is none: it holds NUL, and octets that are no character.
+bool IsBinary(std::string_view text);
+
 // A place for people: lines and characters, both counted from 1. Characters are those of UTF-8; an octet that belongs
 // to none counts as one.
 struct Place

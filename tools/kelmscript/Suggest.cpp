@@ -86,6 +86,18 @@ constexpr Explanation s_explanations[] = {
     {"p", "src/ParseDataSource", "a persistent reference takes an object, not null"},
 };
 
+std::string Listed(const std::vector<std::string>& names, std::string_view beforeLast)
+{
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        const bool isLast = i + 1 == names.size();
+        text += i == 0 ? "" : isLast ? beforeLast : ", ";
+        text += names[i];
+    }
+    return text;
+}
+
 struct NameAndOwner
 {
     std::string m_name;
@@ -166,16 +178,17 @@ std::vector<std::string> NearestNames(std::string_view name, const std::vector<s
     return nearest;
 }
 
+std::string ThereAre(const std::vector<std::string>& names)
+{
+    constexpr std::size_t most = 10;
+    if (names.empty() || names.size() > most)
+        return {};
+    return (names.size() == 1 ? "there is " : "there are ") + Listed(names, " and ");
+}
+
 std::string DidYouMean(const std::vector<std::string>& names)
 {
-    std::string text;
-    for (std::size_t i = 0; i < names.size(); ++i)
-    {
-        const bool isLast = i + 1 == names.size();
-        text += i == 0 ? "did you mean " : isLast ? " or " : ", ";
-        text += names[i];
-    }
-    return text.empty() ? text : text + "?";
+    return names.empty() ? "" : "did you mean " + Listed(names, " or ") + "?";
 }
 
 std::vector<Note> Explain(const KelmAssertionError& error, std::size_t offset)
@@ -194,8 +207,10 @@ std::vector<Note> SuggestNames(const SourceText& source, const ParserBase& parse
         {
             const LSToken& nameToken = form.m_isAtName ? parser.m_token : parser.m_prevToken;
             const std::vector<std::string> names = form.m_getNames(unknown->m_owner);
-            const std::string question =
+            std::string question =
                 names.empty() ? std::string(form.m_ifNoNames) : DidYouMean(NearestNames(unknown->m_name, names));
+            if (question.empty())
+                question = ThereAre(names);
             if (question.empty() || nameToken.m_type != TOKEN_IDENTIFIER)
                 return {};
             const auto nameOffset = static_cast<std::size_t>(nameToken.m_str.m_p1 - source.View().m_p1);

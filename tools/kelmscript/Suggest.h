@@ -32,6 +32,9 @@ std::vector<Note> SuggestNames(const SourceText& source, const ParserBase& parse
 // A note on a failed assertion that bad input can reach: what is wrong with the input. None for every other.
 std::vector<Note> Explain(const KelmAssertionError& error, std::size_t offset);
 
+// "there are a, b and c"; empty for no names, and for more than anyone would read.
+std::string ThereAre(const std::vector<std::string>& names);
+
 // "did you mean a, b or c?"; empty for no names.
 std::string DidYouMean(const std::vector<std::string>& names);
 
