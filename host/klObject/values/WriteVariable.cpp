@@ -2,7 +2,9 @@
 
 #include <klObject/containers/private/MapEntry.h>
 #include <klObject/objects/prefbase.h>
+#include <klObject/types/EnumIndex.h>
 #include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/Registry.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/ReflectedVariable.h>
@@ -20,6 +22,7 @@
 #include <klUtils/xvector.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -184,11 +187,20 @@ private:
     char* WriteReference(char* p, const prefbase& reference);
     DefaultVariable& DefaultOf(const ReflectedClass& createdClass);
 
+    // The name of an enumerator that has been looked at, by where it stands in its enumeration.
+    struct CheckedName
+    {
+        const ConstStringZ* m_place = nullptr;
+        SubString m_name;
+    };
+    static constexpr std::size_t s_numCheckedNames = 16;
+
     TextRoom m_room;
     const int m_indent;
     int m_depth = 0;
     ssize_t m_lineStart = 0; // behind the indentation
     const Step* m_step = nullptr;
+    CheckedName m_checkedNames[s_numCheckedNames];
     std::set<const void*> m_objects; // that are being written
     std::map<const ReflectedClass*, DefaultVariable> m_defaults;
 };
@@ -315,10 +327,19 @@ char* Writer::WriteEnum(char* p, const ReflectedEnum* r, int32 value)
 
 char* Writer::PutEnumerator(char* p, const ReflectedEnum& r, int32 i)
 {
-    const SubString name = r.m_strings[i];
-    if (!IsIdentifier(name))
-        Throw({"the name '", name, "' of an enumerator of ", r.m_name, " is no identifier"});
-    return Put(p, name);
+    // Names that were written are known to read back.
+    CheckedName& checked = m_checkedNames[static_cast<std::size_t>(reinterpret_cast<std::uintptr_t>(&r.m_strings[i]) /
+                                                                   sizeof(ConstStringZ) % s_numCheckedNames)];
+    if (checked.m_place != &r.m_strings[i])
+    {
+        const SubString name = r.m_strings[i];
+        if (!IsIdentifier(name))
+            Throw({"the name '", name, "' of an enumerator of ", r.m_name, " is no identifier"});
+        if (FindEnumerator(r, name) != i)
+            Throw({"the name '", name, "' of an enumerator of ", r.m_name, " reads as another one"});
+        checked = {&r.m_strings[i], name};
+    }
+    return Put(p, checked.m_name);
 }
 
 char* Writer::WriteString16(char* p, const xstring16& text)
@@ -360,8 +381,8 @@ char* Writer::WriteClassBody(char* p, const WritePlan& plan, const char* data, B
         CallOnFreshSegment([&] { p = WriteClassBody(p, plan, data, before); });
         return p;
     }
-    if (plan.m_isOpaque)
-        Throw({"class ", plan.m_class->m_name, " describes no fields"});
+    if (!plan.m_fault.empty())
+        Throw({plan.m_fault});
     // Where all is on one line, the blank before the first member gives way to the bracket.
     const ssize_t bracket = m_room.GetSize(p);
     const ssize_t first = bracket + (m_indent > 0);
@@ -619,6 +640,8 @@ char* Writer::WriteObject(char* p, ptr<IObject> object)
         Throw({"the name of the object's class reads as a null handle"});
     if (rc->m_createFn == nullptr)
         Throw({"'", rc->m_name, "' doesn't support dynamic creation"});
+    if (TryFindReflectedClass(rc->m_name) == nullptr)
+        Throw({"class ", rc->m_name, " is not registered"});
     const auto [place, isNew] = m_objects.insert(object.self());
     if (!isNew)
         Throw({"the object of class ", rc->m_name, " is reached from within itself"});

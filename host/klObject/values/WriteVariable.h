@@ -30,8 +30,9 @@ struct WriteOptions
 
 // A value that data source text cannot give:
 // - a cycle of objects (an object that is reached twice, but not from within itself, is written twice);
-// - an object of a class without a creation function or of the name "null", or a class of which no field is described;
-// - an enumeration's value that is none of its enumerators, or one whose name is no identifier;
+// - an object of a class without a creation function, of the name "null" or not registered;
+// - a class of which no field is described, or with a member whose name is no identifier or that of another member;
+// - an enumeration's value that is none of its enumerators, or one whose name is no identifier or that of one before;
 // - a 16-bit string with a lone surrogate, a 16-bit character that no 8-bit one gives, a 128-bit integer;
 // - a null persistent reference or an empty set anywhere but as a class's member, where it is left out, and any set
 //   that holds elements;

@@ -30,6 +30,10 @@ public:
     {
     }
 
+    // The class that lists the model fields, which come first; null and 0 where there is no model.
+    const ReflectedClass* GetModelClass() const { return m_model.m_class; }
+    ssize_t GetModelSize() const { return m_modelFields; }
+
     ssize_t size() const { return m_modelFields + GetOrdinaryFieldCount(m_rc); }
 
     Field operator[](ssize_t i) const

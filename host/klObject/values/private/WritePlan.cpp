@@ -1,6 +1,8 @@
 #include <klObject/values/private/WritePlan.h>
 
+#include <klObject/types/ClassModel.h>
 #include <klObject/types/private/ClassFields.h>
+#include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
 #include <initializer_list>
@@ -21,13 +23,51 @@ char* PutAll(char* p, std::initializer_list<SubString> texts)
     return p;
 }
 
+xstring Join(std::initializer_list<SubString> texts)
+{
+    xstring joined;
+    for (const SubString text : texts)
+        joined.append(text);
+    return joined;
+}
+
+// Whether reading takes the field of that index for its name: the first present one of the model, then the first other.
+bool IsFoundByName(const ReflectedClass& rc, const ClassFields& fields, ssize_t i)
+{
+    const SubString name = fields[i].m_name;
+    const ReflectedClass* const model = fields.GetModelClass();
+    const ssize_t modelFields = fields.GetModelSize();
+    const ssize_t found = model != nullptr ? FindPresentModelField(*model, name, i) : -1;
+    return found >= 0 ? found == i : FindOrdinaryField(rc, name, i - modelFields) == i - modelFields;
+}
+
+xstring FindFault(const ReflectedClass& rc, const ClassFields& fields)
+{
+    if (fields.size() == 0 && rc.m_size > 1) // an empty C++ class has one byte
+        return Join({"class ", rc.m_name, " describes no fields"});
+    for (ssize_t i = 0; i < fields.size(); ++i)
+    {
+        const ClassFields::Field field = fields[i];
+        if (!field.m_isPresent)
+            continue;
+        if (!IsIdentifier(field.m_name))
+            return Join({"the name '", field.m_name, "' of a member of ", rc.m_name, " is no identifier"});
+        if (!IsFoundByName(rc, fields, i))
+            return Join({"class ", rc.m_name, " has several members of the name '", field.m_name, "'"});
+    }
+    return {};
+}
+
 std::unique_ptr<const WritePlan> MakePlan(const ReflectedClass& rc)
 {
     const ClassFields fields(rc);
     auto plan = std::make_unique<WritePlan>();
     plan->m_class = &rc;
     plan->m_shortName = LastIdentifier(rc.m_name);
-    plan->m_isOpaque = fields.size() == 0 && rc.m_size > 1; // an empty C++ class has one byte
+    plan->m_fault = FindFault(rc, fields);
+
+    if (!plan->m_fault.empty())
+        return plan;
 
     ssize_t textSize = s_textStep;
     for (ssize_t i = 0; i < fields.size(); ++i)

@@ -7,6 +7,7 @@
 #include <klObject/types/private/TypeCodes.h>
 #include <klUtils/BasicSubString.h>
 #include <klUtils/types.h>
+#include <klUtils/xstring.h>
 
 #include <atomic>
 #include <memory>
@@ -51,7 +52,7 @@ struct WritePlan
 {
     const ReflectedClass* m_class; // that it was made for: a copied descriptor has the plan of another
     SubString m_shortName;         // the last identifier of the class's name
-    bool m_isOpaque;               // describes no fields, although it has bytes
+    xstring m_fault;               // why the text of an instance would not read back; empty where it does
     std::vector<WrittenMember> m_members;
     std::unique_ptr<char[]> m_texts; // of which s_textStep characters may be read from anywhere where one begins
 };
@@ -61,8 +62,7 @@ inline constexpr int s_textStep = 16;
 // The last identifier of a qualified name.
 SubString LastIdentifier(SubString name);
 
-// The slow half of GetWritePlan. Throws WriteException where the text of an instance would not read back, and then
-// keeps nothing.
+// The slow half of GetWritePlan.
 const WritePlan& MakeWritePlan(const ReflectedClass& rc);
 
 inline const WritePlan& GetWritePlan(const ReflectedClass& rc)

@@ -61,7 +61,7 @@ public:
     int Count() const
     {
         const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(m_digits, _mm_setzero_si128()));
-        return std::bit_width(static_cast<uint32>(zeros ^ 0xFFFF));
+        return 32 - std::countl_zero(static_cast<uint32>(zeros ^ 0xFFFF));
     }
     void Put(char* p) const
     {

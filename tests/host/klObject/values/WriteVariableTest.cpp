@@ -82,8 +82,53 @@ inline const kelm::ReflectedVariant& GetOddlyNamed()
     return s_variant;
 }
 
+inline const kelm::ReflectedEnum& GetTwins()
+{
+    static constexpr kelm::ConstStringZ s_names[] = {"CASTOR", "POLLUX", "CASTOR"};
+    static constexpr kelm::ReflectedEnum s_enum = {.m_name = "written::Twins", .m_count = 3, .m_strings = s_names};
+    return s_enum;
+}
+
+// Classes whose members reading cannot tell apart, or not find.
+inline constexpr kelm::uint8 s_int32Code[] = {kelm::FT_INT32};
+inline constexpr kelm::ReflectedModelField s_noIdentifier[] = {{"a", 0, s_int32Code, 0, -1, nullptr},
+                                                               {"a b", 4, s_int32Code, 0, -1, nullptr}};
+inline constexpr kelm::ReflectedModelField s_twice[] = {{"a", 0, s_int32Code, 0, -1, nullptr},
+                                                        {"b", 4, s_int32Code, 0, -1, nullptr},
+                                                        {"a", 8, s_int32Code, 0, -1, nullptr}};
+inline constexpr kelm::ReflectedModelField s_onceDropped[] = {{"a", 0, s_int32Code, 0, 1, nullptr},
+                                                              {"a", 4, s_int32Code, 1, -1, nullptr}};
+inline constexpr kelm::ReflectedField s_ordinaryA[] = {{"b", 8, s_int32Code}, {"a", 4, s_int32Code}};
+inline constexpr kelm::ReflectedField s_ordinaryTwice[] = {{"x", 0, s_int32Code}, {"x", 4, s_int32Code}};
+
+constexpr kelm::ReflectedClass ClassByHand(const char* name, const kelm::ReflectedModelField* modelFields,
+                                           kelm::ssize_t numModelFields, const kelm::ReflectedField* fields = nullptr,
+                                           kelm::ssize_t numFields = 0)
+{
+    kelm::ReflectedClass rc;
+    rc.m_name = name;
+    rc.m_size = 16;
+    rc.m_modelFields = modelFields;
+    rc.m_numModelFields = numModelFields;
+    rc.m_fields = fields;
+    rc.m_numFields = numFields;
+    return rc;
+}
+
+inline const kelm::ReflectedClass s_classesByHand[] = {
+    ClassByHand("written::NoIdentifier", s_noIdentifier, 2), ClassByHand("written::Twice", s_twice, 3),
+    ClassByHand("written::OnceDropped", s_onceDropped, 2),
+    ClassByHand("written::Hidden", s_noIdentifier, 1, s_ordinaryA, 2),
+    ClassByHand("written::OrdinaryTwice", nullptr, 0, s_ordinaryTwice, 2)};
+
+struct Unregistered
+{
+    int m_number = 0;
+};
+
 } // namespace written
 
+KELM_CLASS(written::Unregistered, KELM_MODEL(m_number))
 KELM_CLASS(written::Prefilled, KELM_MODEL(m_list), KELM_MODEL(m_map))
 KELM_CLASS(written::Holder, KELM_MODEL(m_elements), KELM_MODEL(m_byList), KELM_MODEL(m_references), KELM_MODEL(m_sets))
 KELM_CLASS(written::Opaque, kelm::NotCreatable())
@@ -112,6 +157,9 @@ void RegisterTypesOnce()
     {
         RegisterTypes<Prefilled, Holder, Opaque, OpaqueHolder, Measured, LongNames, null, Ambiguous, Named>(nullptr);
         RegisterReflectedEnum(&GetGrade(), nullptr);
+        RegisterReflectedEnum(&GetTwins(), nullptr);
+        for (const ReflectedClass& rc : s_classesByHand)
+            RegisterReflectedClass(&rc, nullptr);
         RegisterReflectedVariant(&GetOddlyNamed(), nullptr);
         return true;
     }();
@@ -375,6 +423,39 @@ TEST(WriteClass, RefusesAClassThatDescribesNoFields)
         ThrowsWriteException([] { Text(OpaqueHolder()); }, ".m_opaque: class written::Opaque describes no fields"));
 }
 
+TEST(WriteClass, RefusesMembersThatReadingWouldNotFind)
+{
+    const int32 values[] = {1, 2, 3, 4};
+    const struct
+    {
+        ConstStringZ m_class;
+        const char* m_message;
+    } rows[] = {
+        {"written::NoIdentifier", "the name 'a b' of a member of written::NoIdentifier is no identifier"},
+        {"written::Twice", "class written::Twice has several members of the name 'a'"},
+        {"written::Hidden", "class written::Hidden has several members of the name 'a'"},
+        {"written::OrdinaryTwice", "class written::OrdinaryTwice has several members of the name 'x'"},
+    };
+    for (const auto& row : rows)
+        for (int round = 0; round < 2; ++round)
+            EXPECT_TRUE(ThrowsWriteException([&] { TextByHand(FT_CLASS, row.m_class, values); }, row.m_message));
+    EXPECT_EQ(TextByHand(FT_CLASS, "written::OnceDropped", values), "OnceDropped{a=2}");
+}
+
+// A descriptor copied by value has what was prepared for another one.
+TEST(WriteClass, LooksAtACopiedDescriptorAnew)
+{
+    RegisterTypesOnce();
+    const int32 values[] = {1, 2, 3, 4};
+    EXPECT_EQ(TextByHand(FT_CLASS, "written::OnceDropped", values), "OnceDropped{a=2}");
+    static ReflectedClass s_copy = s_classesByHand[2];
+    s_copy.m_name = "written::Copied";
+    s_copy.m_fieldIndex = nullptr;
+    s_copy.m_numModelFields = 1;
+    ASSERT_EQ(RegisterReflectedClass(&s_copy, nullptr), NSE_OK);
+    EXPECT_EQ(TextByHand(FT_CLASS, "written::Copied", values), "Copied{}");
+}
+
 TEST(WriteContainers, WritesElementsInOrder)
 {
     Containers c;
@@ -581,6 +662,26 @@ TEST(WriteEnum, RefusesNamesThatAreNoIdentifiers)
                                      "the name 'VERY GOOD' of an enumerator of written::Grade is no identifier"));
     EXPECT_TRUE(
         ThrowsWriteException([&] { text(2); }, "the name '' of an enumerator of written::Grade is no identifier"));
+}
+
+TEST(WriteEnum, RefusesNamesThatReadAsAnother)
+{
+    const auto text = [](int32 value) { return TextByHand(FT_ENUM, "written::Twins", &value); };
+    EXPECT_EQ(text(0), "CASTOR");
+    EXPECT_TRUE(ThrowsWriteException([&] { text(2); },
+                                     "the name 'CASTOR' of an enumerator of written::Twins reads as another one"));
+}
+
+TEST(WriteObject, RefusesAnObjectOfAClassThatIsNotRegistered)
+{
+    const Owned<Unregistered> object;
+    const Owned<Person> person;
+    person->SetPartner(object.Get());
+    EXPECT_TRUE(ThrowsWriteException([&] { TextOfObject(person.Get()); },
+                                     ".m_partner: class written::Unregistered is not registered"));
+    StringStream os(64);
+    EXPECT_THROW(WriteObject(os, person.Get()), WriteException);
+    EXPECT_TRUE(os.GetString().empty());
 }
 
 TEST(WriteObject, RefusesAClassWhoseNameReadsAsANullHandle)
