@@ -89,13 +89,13 @@ inline void PutDigits(char* p, Digits digits)
 template <class Bits>
 [[gnu::noinline]] char* PutDecimal(char* p, Decimal decimal, Bits magnitude)
 {
-    constexpr uint64 eightDigits = 100'000'000;
-    constexpr uint64 lastPlace = eightDigits * eightDigits;
+    constexpr uint32 eightDigits = 100'000'000;
+    constexpr uint64 lastPlace = uint64(eightDigits) * eightDigits;
     for (; decimal.m_digits < lastPlace; decimal.m_digits *= 10)
         --decimal.m_exponent;
     const int exponent = decimal.m_exponent + 16;
-    const uint64 upper = decimal.m_digits / eightDigits;
-    const uint64 first = upper / eightDigits;
+    const auto upper = static_cast<uint32>(decimal.m_digits / eightDigits);
+    const uint32 first = upper / eightDigits;
     const SixteenDigits others(upper % eightDigits, decimal.m_digits % eightDigits);
     const int count = 1 + others.Count();
 
