@@ -2,8 +2,8 @@
 
 instructions.py show PROGRAM [--row TEXT] [--contender NAME]... [--seed N]
     prints what the rows cost whose name contains TEXT, for each contender, or the named ones
-instructions.py count OUT.json [--peers] PROGRAM...
-    counts ours, and with --peers everybody's, and keeps it
+instructions.py count OUT.json [--peers] [--process NAME COMMAND]... PROGRAM...
+    counts ours, and with --peers everybody's, and keeps it; of a COMMAND its whole process
 instructions.py compare COUNTED.json STORED.json
     prints what rose or fell; exit code 1 where something rose by more than half a percent
 
@@ -84,6 +84,10 @@ def count_all(options):
             rows.append(row)
             figures = [row["instructions"], *row.get("peers", {}).values()]
             print(f"{name + ' (a ' + unit + ')':50}" + "".join(f"{shown(figure):>12}" for figure in figures), flush=True)
+    for name, command in options.process:
+        row = {"name": name, "unit": "process", "instructions": count(command.split())}
+        rows.append(row)
+        print(f"{name:50}{shown(row['instructions']):>12}", flush=True)
     with open(options.out, "w") as file:
         json.dump({"rows": rows}, file, indent=2)
         file.write("\n")
@@ -121,6 +125,7 @@ def main():
     command.set_defaults(do=count_all)
     command.add_argument("out")
     command.add_argument("--peers", action="store_true")
+    command.add_argument("--process", nargs=2, action="append", default=[])
     command.add_argument("programs", nargs="+")
     command = commands.add_parser("compare")
     command.set_defaults(do=compare)

@@ -1,7 +1,9 @@
 """What the measurements say, as tables and plots.
 
 report.py table PEERS.json LIMITS.json    the comparison with peers, for a terminal
-report.py check PEERS.json LIMITS.json    which limits are missed; exit code 1 where one is
+report.py check PEERS.json TOOL.json LIMITS.json    which limits are missed; exit code 1 where one is
+report.py check-instructions INSTRUCTIONS.json LIMITS.json
+    the same for the limits of instructions, which know no slack
 report.py document RESULTS LIMITS.json DOCS
     RESULTS is the folder of all results; writes the tables into DOCS/performance.md, between their marks, and
     DOCS/performance/layers.md and the plots
@@ -21,8 +23,15 @@ def load(path):
         return json.load(file)
 
 
-def limits_by_row(limits):
-    return {limit["row"]: limit for limit in limits["limits"]}
+def limits_of_contenders(limits):
+    """{(row, contender): (kind, bound)}; the kind is "least" or "most"."""
+    return {
+        (row, contender): (kind, bound)
+        for limit in limits["limits"]
+        for kind in ("least", "most")
+        for contender, bound in limit.get(kind, {}).items()
+        for row in limit["rows"]
+    }
 
 
 def nanoseconds(ns):
@@ -33,24 +42,20 @@ def nanoseconds(ns):
 
 
 def wanted(limit):
-    if limit is None:
-        return ""
-    return f"at least {limit['least']:g}" if "least" in limit else f"at most {limit['most']:g}"
+    return f"at {limit[0]} {limit[1]:g}" if limit else ""
 
 
 def table_rows(peers, limits):
     """(row, contender, time, ratio, limit) for every contender; the row's name with the first of each."""
-    by_row = limits_by_row(limits)
+    by_contender = limits_of_contenders(limits)
     for row in peers["rows"]:
-        limit = by_row.get(row["name"])
         for index, contender in enumerate(row["contenders"]):
-            is_limited = limit is not None and limit["against"] == contender["name"]
             yield (
                 f"{row['name']} (a {row['unit']})" if index == 0 else "",
                 contender["name"],
                 nanoseconds(contender["ns"]),
                 f"{contender['ratio']:.2f}",
-                wanted(limit) if is_limited else "",
+                wanted(by_contender.get((row["name"], contender["name"]))),
             )
 
 
@@ -59,24 +64,47 @@ def print_table(peers, limits):
         print(f"{name:52.52} {contender:24} {time:>10} {ratio:>8}  {limit}")
 
 
+def verdict_on(value, kind, bound, slack):
+    if value is None:
+        return "not measured"
+    if kind == "least":
+        return "ok" if value >= bound * (1 - slack) else "falls short"
+    return "ok" if value <= bound * (1 + slack) else "exceeds"
+
+
 def check(peers, limits):
-    """Prints each limit with what was measured; returns whether all are met."""
-    slack = limits["slack"]
+    """Prints each limit with what was measured; returns whether all are met, those of peers that are not here left out."""
     ratios = {(row["name"], c["name"]): c["ratio"] for row in peers["rows"] for c in row["contenders"]}
+    here = {contender for _, contender in ratios}
     are_all_met = True
-    for limit in limits["limits"]:
-        ratio = ratios.get((limit["row"], limit["against"]))
-        if ratio is None:
-            verdict = "not measured"
-        elif "least" in limit and ratio < limit["least"] * (1 - slack):
-            verdict = "falls short"
-        elif "most" in limit and ratio > limit["most"] * (1 + slack):
-            verdict = "exceeds"
-        else:
-            verdict = "ok"
+    for (row, contender), (kind, bound) in limits_of_contenders(limits).items():
+        if contender not in here:
+            continue
+        ratio = ratios.get((row, contender))
+        verdict = verdict_on(ratio, kind, bound, limits["slack"])
         are_all_met = are_all_met and verdict == "ok"
         shown = "-" if ratio is None else f"{ratio:.2f}"
-        print(f"{limit['row']:45} against {limit['against']:13} {shown:>6}  {wanted(limit):14} {verdict}")
+        print(f"{row:45} against {contender:22} {shown:>6}  {wanted((kind, bound)):14} {verdict}")
+    return are_all_met
+
+
+def check_instructions(instructions, limits):
+    """Prints each limit with what was counted; returns whether all are met."""
+    rows = {row["name"]: row for row in instructions["rows"]}
+    are_all_met = True
+    for limit in limits["instructions"]:
+        for name in limit["rows"]:
+            counted = rows[name]["instructions"] if name in rows else None
+            base, over = 1, ""
+            if "over" in limit and counted is not None:
+                base, over = rows[name].get("peers", {}).get(limit["over"]), f"over the {limit['over']}"
+            elif "over row" in limit and counted is not None:
+                base, over = rows[limit["over row"]]["instructions"], f"over {limit['over row']}"
+            value = counted / base if counted is not None and base is not None else None
+            verdict = verdict_on(value, "most", limit["most"], 0)
+            are_all_met = are_all_met and verdict == "ok"
+            shown = "-" if value is None else f"{value:,.2f}" if over else f"{value:,.0f}"
+            print(f"{name:45} {shown:>10}  at most {limit['most']:9,.10g} {over:30} {verdict}")
     return are_all_met
 
 
@@ -126,7 +154,7 @@ class Svg:
 
 def plot_ratios(peers, limits, path):
     """A line for each row: a dot for each peer at its time over ours, a tick where the limit is."""
-    by_row = limits_by_row(limits)
+    by_contender = limits_of_contenders(limits)
     rows = [row for row in peers["rows"] if row["contenders"][0]["name"] == "KelmScript"]
     names = []
     for row in rows:
@@ -160,10 +188,10 @@ def plot_ratios(peers, limits, path):
         y = top + step * (index + 0.5)
         svg.line(left, y, left + width, y)
         svg.text(left - 10, y + 4, row["name"], "end")
-        limit = by_row.get(row["name"])
-        if limit is not None:
-            svg.line(x_of(limit["least"]), y - 8, x_of(limit["least"]), y + 8, INK, 2)
         for contender in row["contenders"][1:]:
+            limit = by_contender.get((row["name"], contender["name"]))
+            if limit:
+                svg.line(x_of(limit[1]), y - 8, x_of(limit[1]), y + 8, colours[contender["name"]], 2)
             svg.dot(x_of(contender["ratio"]), y, colours[contender["name"]])
     svg.write(path)
 
@@ -241,8 +269,16 @@ def ahead_text(peers):
 
 
 def instructions_text(instructions):
-    rows = [[row["name"], f"{row['instructions']:,.0f}", f"a {row['unit']}"] for row in instructions["rows"]]
-    return markdown(["workload", "instructions", ""], rows, "lrl")
+    peers = []
+    for row in instructions["rows"]:
+        peers += [peer for peer in row.get("peers", {}) if peer not in peers]
+    figure = lambda counted: "" if counted is None else f"{counted:,.0f}"
+    rows = [
+        [f"{row['name']} (a {row['unit']})", figure(row["instructions"])]
+        + [figure(row.get("peers", {}).get(peer)) for peer in peers]
+        for row in instructions["rows"]
+    ]
+    return markdown(["workload", "KelmScript", *peers], rows, "lr" + "r" * len(peers))
 
 
 def machine_text():
@@ -280,6 +316,7 @@ def replace_between_marks(text, name, replacement):
 
 def write_document(results, limits, docs):
     peers = load(os.path.join(results, "peers.json"))
+    peers["rows"] += load(os.path.join(results, "tool.json"))["rows"]
     path = os.path.join(docs, "performance.md")
     with open(path) as file:
         text = file.read()
@@ -303,7 +340,10 @@ def main(command, *paths):
     if command == "table":
         print_table(*map(load, paths))
     elif command == "check":
-        return 0 if check(*map(load, paths)) else 1
+        *measured, limits = map(load, paths)
+        return 0 if check({"rows": [row for part in measured for row in part["rows"]]}, limits) else 1
+    elif command == "check-instructions":
+        return 0 if check_instructions(*map(load, paths)) else 1
     elif command == "document":
         write_document(paths[0], load(paths[1]), paths[2])
     else:

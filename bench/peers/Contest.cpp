@@ -18,7 +18,6 @@ double Median(std::vector<double> values)
 
 // Samples are short, so that each round is over before the machine changes its pace, and many.
 constexpr double s_minSample = 3e5; // nanoseconds
-constexpr int s_minRounds = 9;
 constexpr int s_maxRounds = 201;
 
 // How many calls make a sample, and how long it takes.
@@ -40,37 +39,40 @@ Sample Calibrate(const Contender& contender)
 
 } // namespace
 
-RowResult Measure(const Row& row, double seconds)
+RowResult Measure(const std::vector<Row>& seeds, double seconds, int leastRounds)
 {
-    const std::size_t count = row.m_contenders.size();
-    std::vector<long> calls;
+    const std::size_t count = seeds.front().m_contenders.size();
+    std::vector<std::vector<long>> calls(seeds.size());
     double roundTime = 0;
-    for (const Contender& contender : row.m_contenders)
-    {
-        if (!contender.m_isRight())
-            throw std::runtime_error(row.m_name + ": the result of " + contender.m_name + " is wrong");
-        const Sample sample = Calibrate(contender);
-        calls.push_back(sample.m_calls);
-        roundTime += sample.m_nanoseconds;
-    }
+    for (std::size_t s = 0; s < seeds.size(); ++s)
+        for (const Contender& contender : seeds[s].m_contenders)
+        {
+            if (!contender.m_isRight())
+                throw std::runtime_error(seeds[s].m_name + ": the result of " + contender.m_name + " is wrong");
+            const Sample sample = Calibrate(contender);
+            calls[s].push_back(sample.m_calls);
+            roundTime += sample.m_nanoseconds / static_cast<double>(seeds.size());
+        }
 
-    const int rounds = std::clamp(static_cast<int>(seconds * 1e9 / roundTime), s_minRounds, s_maxRounds);
+    const int rounds = std::clamp(static_cast<int>(seconds * 1e9 / roundTime), leastRounds, s_maxRounds);
 
     std::vector<std::vector<double>> samples(count);
     std::vector<std::vector<double>> ratios(count);
     for (int round = 0; round < rounds; ++round)
     {
+        const std::size_t s = static_cast<std::size_t>(round) % seeds.size();
         // Another one begins each round: nobody always runs in the wake of the same neighbour.
         for (std::size_t i = 0; i < count; ++i)
         {
             const std::size_t c = (i + static_cast<std::size_t>(round)) % count;
-            const double unitsTimed = static_cast<double>(calls[c]) * row.m_unitsPerCall;
-            samples[c].push_back(row.m_contenders[c].m_time(calls[c]) / unitsTimed);
+            const double unitsTimed = static_cast<double>(calls[s][c]) * seeds[s].m_unitsPerCall;
+            samples[c].push_back(seeds[s].m_contenders[c].m_time(calls[s][c]) / unitsTimed);
         }
         for (std::size_t c = 0; c < count; ++c)
             ratios[c].push_back(samples[c].back() / samples[0].back());
     }
 
+    const Row& row = seeds.front();
     RowResult result{row.m_name, row.m_unit, {}};
     for (std::size_t c = 0; c < count; ++c)
         result.m_contenders.push_back({row.m_contenders[c].m_name, Median(samples[c]), Median(ratios[c])});

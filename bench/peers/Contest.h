@@ -80,7 +80,8 @@ std::function<double(long)> TimedWithoutCleanUp(Work work)
     };
 }
 
-// Throws std::runtime_error when a contender's result is wrong. `seconds` is about how long the measuring takes.
-RowResult Measure(const Row& row, double seconds);
+// One row with the texts of several seeds, which the rounds take in turn. Throws std::runtime_error when a contender's
+// result is wrong. `seconds` is about how long the measuring takes; there are `leastRounds` whatever it takes.
+RowResult Measure(const std::vector<Row>& seeds, double seconds, int leastRounds);
 
 } // namespace kelm::bench

@@ -67,13 +67,19 @@ void WriteJson(std::ostream& out, const std::vector<RowResult>& rows)
 void Run(const Options& options)
 {
     std::vector<RowResult> results;
+    const auto isWanted = [&](const std::string& name) { return name.find(options.m_row) != std::string::npos; };
+    const auto measure = [&](const std::vector<Row>& seeds, int leastRounds)
+    {
+        results.push_back(Measure(seeds, options.m_seconds, leastRounds));
+        Print(results.back());
+    };
     for (const auto makeRows : {MakeExpressionRows, MakePathRows, MakeObjectRows})
         for (const Row& row : makeRows())
-            if (row.m_name.find(options.m_row) != std::string::npos)
-            {
-                results.push_back(Measure(row, options.m_seconds));
-                Print(results.back());
-            }
+            if (isWanted(row.m_name))
+                measure({row}, 9);
+    for (const TextRow& row : GetTextRows())
+        if (isWanted(row.m_name) && row.m_action != Action::Refuse) // which is ours alone
+            measure(MakeTextRow(row), 51);
     if (!options.m_json.empty())
     {
         std::ofstream out(options.m_json);

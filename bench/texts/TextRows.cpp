@@ -115,16 +115,23 @@ TextWork::~TextWork()
     m_peer.DropText(m_text);
 }
 
+bool TextWork::GetDigest(std::uint64_t& digest) const
+{
+    if (m_action == Action::Write)
+        return m_do != nullptr && m_fns.DigestOfWritten(m_object, digest);
+    return m_fns.DigestOfText(m_text, digest);
+}
+
+bool TextWork::CanBeDone() const
+{
+    std::uint64_t digest;
+    return m_action == Action::Refuse ? IsOurs(m_peer) : GetDigest(digest);
+}
+
 bool TextWork::IsRight() const
 {
-    std::uint64_t digest = 0;
-    switch (m_action)
-    {
-    case Action::Read: return m_fns.DigestOfText(m_text, digest) && digest == m_digest;
-    case Action::Write: return m_do != nullptr && m_fns.DigestOfWritten(m_object, digest) && digest == m_digest;
-    case Action::Refuse: return IsOurs(m_peer) && !m_fns.DigestOfText(m_text, digest);
-    }
-    return false;
+    std::uint64_t digest;
+    return m_action == Action::Refuse ? CanBeDone() && !GetDigest(digest) : GetDigest(digest) && digest == m_digest;
 }
 
 } // namespace kelm::bench

@@ -39,12 +39,18 @@ public:
     TextWork& operator=(const TextWork&) = delete;
     ~TextWork();
 
+    // Whether the peer does such things: some do not write, some refuse deep nesting.
+    bool CanBeDone() const;
+
     // Whether it can be done and comes out as it must.
     bool IsRight() const;
 
     void Do() const { m_do(m_argument); }
 
 private:
+    // The digest of what comes out, where something does.
+    bool GetDigest(std::uint64_t& digest) const;
+
     const TextPeer& m_peer;
     const RootFns& m_fns;
     Action m_action;
