@@ -171,10 +171,15 @@ private:
     void Enum(const ReflectedEnum* re, int32 value)
     {
         KELM_ASSERT(re);
-        for (int32 i = 0; i < re->m_count; ++i)
-            if (re->GetValue(i) == value)
-                return m_json.Text(re->m_strings[i]);
-        m_json.Integer(int64{value});
+        const auto [known, isNew] = m_enumerators.try_emplace(re);
+        if (isNew)
+            for (int32 i = 0; i < re->m_count; ++i)
+                known->second.try_emplace(re->GetValue(i), re->m_strings[i]); // of equal ones the first
+        const auto enumerator = known->second.find(value);
+        if (enumerator != known->second.end())
+            m_json.Text(enumerator->second);
+        else
+            m_json.Integer(int64{value});
     }
 
     void ClassInstance(const ReflectedClass* rc, const void* data)
@@ -302,6 +307,7 @@ private:
 
     JsonText& m_json;
     std::unordered_map<const ReflectedClass*, std::vector<Member>> m_members;
+    std::unordered_map<const ReflectedEnum*, std::unordered_map<int32, ConstStringZ>> m_enumerators;
     std::unordered_set<const void*> m_objects; // that are being written
     int m_depth = 0;
 };
