@@ -35,10 +35,23 @@ private:
     bool m_isInteractive;
 };
 
+// The library of the editor, where it lies beside the tool, whatever other folders hold.
+std::string PathOfEditor()
+{
+    char path[4096];
+    const ssize_t size = readlink("/proc/self/exe", path, sizeof path);
+    const std::string_view tool(path, size > 0 ? static_cast<std::size_t>(size) : 0);
+    const std::size_t folder = tool.rfind('/');
+    const std::string name = KELM_PROMPT_LIBRARY;
+    if (folder == std::string_view::npos)
+        return name.substr(name.rfind('/') + 1); // by the tool's run path
+    return std::string(tool.substr(0, folder + 1)) + name;
+}
+
 // Null, after the reason was reported, where the library of the editor cannot be loaded.
 std::unique_ptr<LineReader> LoadTerminalReader(const CompletionSource& completions)
 {
-    void* const library = dlopen(KELM_PROMPT_LIBRARY, RTLD_NOW);
+    void* const library = dlopen(PathOfEditor().c_str(), RTLD_NOW);
     void* const function = library != nullptr ? dlsym(library, "MakeTerminalReader") : nullptr;
     if (function == nullptr)
     {
