@@ -76,6 +76,8 @@ Segment Map(std::size_t size) noexcept
     void* const base = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (base == MAP_FAILED)
         return {};
+    if (size == s_largestSegment)
+        madvise(base, size, MADV_HUGEPAGE); // most of a deep recursion's time is its stack's first touch
     if (mprotect(base, s_guardSize, PROT_NONE) != 0)
     {
         munmap(base, size);

@@ -38,14 +38,17 @@ TEST(Crossing, KeepsWhatTheCallDidToTheRoundingMode)
 
 TEST(Crossing, KeepsTheExceptionFlagsThatTheCallRaised)
 {
+    const auto divide = []
+    {
+        volatile double one = 1, zero = 0;
+        one = one / zero;
+    };
     std::feclearexcept(FE_ALL_EXCEPT);
-    CallOnFreshSegment(
-        []
-        {
-            volatile double one = 1, zero = 0;
-            one = one / zero;
-        });
-    EXPECT_EQ(std::fetestexcept(FE_DIVBYZERO | FE_OVERFLOW), FE_DIVBYZERO);
+    divide();
+    const int raised = std::fetestexcept(FE_ALL_EXCEPT); // none under an emulator that knows no flags
+    std::feclearexcept(FE_ALL_EXCEPT);
+    CallOnFreshSegment(divide);
+    EXPECT_EQ(std::fetestexcept(FE_ALL_EXCEPT), raised);
     std::feclearexcept(FE_ALL_EXCEPT);
 }
 
