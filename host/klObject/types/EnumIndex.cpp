@@ -1,11 +1,12 @@
 #include <klObject/types/EnumIndex.h>
 
+#include <algorithm>
 #include <atomic>
 
 namespace kelm
 {
 
-EnumIndex::EnumIndex(const ReflectedEnum& r) : m_enumerators(static_cast<std::size_t>(r.m_count))
+EnumIndex::EnumIndex(const ReflectedEnum& r) : m_enum(&r), m_enumerators(static_cast<std::size_t>(r.m_count))
 {
     for (int32 i = 0; i < r.m_count; ++i)
     {
@@ -13,6 +14,15 @@ EnumIndex::EnumIndex(const ReflectedEnum& r) : m_enumerators(static_cast<std::si
         if (entry.m_index < 0)
             entry.m_index = i;
     }
+    if (r.m_values == nullptr)
+        return;
+    m_values.reserve(static_cast<std::size_t>(r.m_count));
+    for (int32 i = 0; i < r.m_count; ++i)
+        m_values.push_back({r.m_values[i], i});
+    const auto isLess = [](const Value& a, const Value& b) { return a.m_value < b.m_value; };
+    std::stable_sort(m_values.begin(), m_values.end(), isLess);
+    const auto isSame = [](const Value& a, const Value& b) { return a.m_value == b.m_value; };
+    m_values.erase(std::unique(m_values.begin(), m_values.end(), isSame), m_values.end());
 }
 
 std::unique_ptr<const EnumIndex> MakeEnumIndex(const ReflectedEnum& r)
@@ -22,16 +32,43 @@ std::unique_ptr<const EnumIndex> MakeEnumIndex(const ReflectedEnum& r)
     return std::make_unique<const EnumIndex>(r);
 }
 
+namespace
+{
+
+// Null where there is none of this very descriptor. The enumeration may be registered by another thread just now.
+const EnumIndex* GetIndex(const ReflectedEnum& r)
+{
+    const EnumIndex* const index = std::atomic_ref<const EnumIndex*>(r.m_index).load(std::memory_order_acquire);
+    return index != nullptr && index->m_enum == &r ? index : nullptr;
+}
+
+} // namespace
+
 int32 FindEnumerator(const ReflectedEnum& r, SubString name)
 {
-    // The enumeration may be registered by another thread just now.
-    if (const EnumIndex* index = std::atomic_ref<const EnumIndex*>(r.m_index).load(std::memory_order_acquire))
+    if (const EnumIndex* const index = GetIndex(r))
     {
         const EnumeratorEntry* const entry = index->m_enumerators.Find(name);
         return entry != nullptr ? entry->m_index : -1;
     }
     for (int32 i = 0; i < r.m_count; ++i)
         if (strcmp(name, r.m_strings[i]) == 0)
+            return i;
+    return -1;
+}
+
+int32 FindEnumeratorByValue(const ReflectedEnum& r, int32 value)
+{
+    if (r.m_values == nullptr)
+        return 0 <= value && value < r.m_count ? value : -1;
+    if (const EnumIndex* const index = GetIndex(r))
+    {
+        const auto isLess = [](const EnumIndex::Value& a, int32 b) { return a.m_value < b; };
+        const auto found = std::lower_bound(index->m_values.begin(), index->m_values.end(), value, isLess);
+        return found != index->m_values.end() && found->m_value == value ? found->m_index : -1;
+    }
+    for (int32 i = 0; i < r.m_count; ++i)
+        if (r.m_values[i] == value)
             return i;
     return -1;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-// EnumIndex: an enumeration's enumerators by name, made when the enumeration is registered.
+// EnumIndex: an enumeration's enumerators by name and by value, made when the enumeration is registered.
 
 #include <klObject/api.h>
 #include <klObject/types/NameTable.h>
@@ -9,6 +9,7 @@
 #include <klUtils/types.h>
 
 #include <memory>
+#include <vector>
 
 namespace kelm
 {
@@ -22,7 +23,16 @@ struct EnumIndex
 {
     explicit EnumIndex(const ReflectedEnum& r);
 
+    const ReflectedEnum* m_enum; // a copy of the descriptor is not the one that is indexed
     NameTable<EnumeratorEntry> m_enumerators;
+
+    // Sorted by value: the first enumerator of each. Empty where the values are the indices.
+    struct Value
+    {
+        int32 m_value;
+        int32 m_index;
+    };
+    std::vector<Value> m_values;
 };
 
 // The index of an enumeration that has enumerators, null for others.
@@ -30,5 +40,8 @@ std::unique_ptr<const EnumIndex> MakeEnumIndex(const ReflectedEnum& r);
 
 // The index of the first enumerator of that name, or -1.
 KLOBJECT_API int32 FindEnumerator(const ReflectedEnum& r, SubString name);
+
+// The index of the first enumerator of that value, or -1.
+KLOBJECT_API int32 FindEnumeratorByValue(const ReflectedEnum& r, int32 value);
 
 } // namespace kelm

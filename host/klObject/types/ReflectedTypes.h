@@ -17,6 +17,7 @@ class xostream;
 struct EnumIndex;
 struct FieldIndex;
 struct HandlePlan;
+struct VariantIndex;
 struct WritePlan;
 template <class I>
 class ptr;
@@ -144,6 +145,9 @@ struct ReflectedVariant
     ssize_t m_numFields = 0;
     const ConstStringZ* m_stringTable = nullptr;
     const TypeOps* m_ops = nullptr;
+
+    // Made by registration: finds alternatives by name. Null before; nothing but speed depends on it.
+    mutable const VariantIndex* m_index = nullptr;
 };
 
 struct ReflectedEnum

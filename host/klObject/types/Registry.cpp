@@ -2,6 +2,7 @@
 
 #include <klObject/types/EnumIndex.h>
 #include <klObject/types/FieldIndex.h>
+#include <klObject/types/VariantIndex.h>
 #include <klObject/types/private/TextHash.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/text/QualifiedName.h>
@@ -180,6 +181,8 @@ ENameSpaceError Registry::Register(const Descriptor* descriptor, XTarget* target
         AddWithIndex(*descriptor, MakeFieldIndex(*descriptor), descriptor->m_fieldIndex, target);
     else if constexpr (KindOf<Descriptor> == ENTRY_ENUM)
         AddWithIndex(*descriptor, MakeEnumIndex(*descriptor), descriptor->m_index, target);
+    else if constexpr (KindOf<Descriptor> == ENTRY_VARIANT)
+        AddWithIndex(*descriptor, MakeVariantIndex(*descriptor), descriptor->m_index, target);
     else
         Add(name, KindOf<Descriptor>, descriptor, target, nullptr);
     return NSE_OK;

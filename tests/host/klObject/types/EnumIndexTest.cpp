@@ -51,5 +51,42 @@ TEST(FindEnumerator, FindsEachOfManyAndNothingAmongNone)
     EXPECT_EQ(FindEnumerator(s_none, "Red"), -1);
 }
 
+TEST(FindEnumeratorByValue, FindsTheFirstOfAValueWithAndWithoutAnIndex)
+{
+    static constexpr ConstStringZ s_names[] = {"A", "B", "C", "D", "E"};
+    static constexpr int32 s_values[] = {7, -3, 7, 2147483647, 0};
+    static const ReflectedEnum s_registered = {
+        .m_name = "enumIndexTest::Values", .m_count = 5, .m_strings = s_names, .m_values = s_values};
+    static const ReflectedEnum s_plain = {.m_name = "enumIndexTest::Plain", .m_count = 5, .m_strings = s_names};
+    const ReflectedEnum unregistered = {
+        .m_name = "enumIndexTest::Unregistered", .m_count = 5, .m_strings = s_names, .m_values = s_values};
+    ASSERT_EQ(RegisterReflectedEnum(&s_registered, nullptr), NSE_OK);
+    ASSERT_EQ(RegisterReflectedEnum(&s_plain, nullptr), NSE_OK);
+
+    const std::pair<int32, int32> rows[] = {{7, 0}, {-3, 1}, {2147483647, 3}, {0, 4}, {1, -1}, {-2147483647 - 1, -1}};
+    for (const ReflectedEnum* r : {&s_registered, &unregistered})
+        for (const auto& [value, index] : rows)
+            EXPECT_EQ(FindEnumeratorByValue(*r, value), index) << value;
+    for (const int32 value : {-1, 0, 4, 5})
+        EXPECT_EQ(FindEnumeratorByValue(s_plain, value), 0 <= value && value < 5 ? value : -1);
+}
+
+// The index is that of the descriptor that was registered.
+TEST(FindEnumeratorByValue, AsksACopyItself)
+{
+    static constexpr ConstStringZ s_names[] = {"A", "B"};
+    static constexpr int32 s_values[] = {1, 2};
+    static constexpr int32 s_others[] = {3, 4};
+    static const ReflectedEnum s_registered = {
+        .m_name = "enumIndexTest::Original", .m_count = 2, .m_strings = s_names, .m_values = s_values};
+    ASSERT_EQ(RegisterReflectedEnum(&s_registered, nullptr), NSE_OK);
+    ReflectedEnum copy = s_registered;
+    copy.m_values = s_others;
+    copy.m_count = 1;
+    EXPECT_EQ(FindEnumeratorByValue(copy, 3), 0);
+    EXPECT_EQ(FindEnumeratorByValue(copy, 2), -1);
+    EXPECT_EQ(FindEnumerator(copy, "B"), -1);
+}
+
 } // namespace
 } // namespace kelm
