@@ -76,36 +76,48 @@ void KSValue::DestroyOwned() noexcept
         as<ReflectedValue>().~ReflectedValue();
 }
 
+namespace
+{
+
+template <EComparison C>
+int CompareKSValues(const KSValue& a, const KSValue& b)
+{
+    if (a.GetTag() != b.GetTag())
+        return CompareScalars<C, int32>(a.GetTag(), b.GetTag());
+    switch (a.GetTag())
+    {
+    case KSV_VOID: return 0;
+    case KSV_BOOL: return CompareScalars<C>(KSValueAccess::Get<bool>(a), KSValueAccess::Get<bool>(b));
+    case KSV_INT64: return CompareScalars<C>(KSValueAccess::Get<int64>(a), KSValueAccess::Get<int64>(b));
+    case KSV_FLOAT64: return CompareScalars<C>(KSValueAccess::Get<float64>(a), KSValueAccess::Get<float64>(b));
+    case KSV_STRING8: return Compare<C>(a.as<string8>(), b.as<string8>());
+    case KSV_REFLECTED_VALUE: return Compare<C>(a.as<ReflectedValue>(), b.as<ReflectedValue>());
+    }
+    return 0;
+}
+
+} // namespace
+
+int KSValue::CompareWith(const KSValue& other, EComparison question) const
+{
+    switch (question)
+    {
+    case VALUES_EQUAL: return CompareKSValues<VALUES_EQUAL>(*this, other);
+    case VALUES_ORDER: return CompareKSValues<VALUES_ORDER>(*this, other);
+    case KEYS_EQUAL: return CompareKSValues<KEYS_EQUAL>(*this, other);
+    case KEYS_ORDER: return CompareKSValues<KEYS_ORDER>(*this, other);
+    }
+    return 0;
+}
+
 bool KSValue::operator==(const KSValue& other) const
 {
-    if (_tag != other._tag)
-        return false;
-    switch (GetTag())
-    {
-    case KSV_VOID: return true;
-    case KSV_BOOL: return KSValueAccess::Get<bool>(*this) == KSValueAccess::Get<bool>(other);
-    case KSV_INT64: return KSValueAccess::Get<int64>(*this) == KSValueAccess::Get<int64>(other);
-    case KSV_FLOAT64: return KSValueAccess::Get<float64>(*this) == KSValueAccess::Get<float64>(other);
-    case KSV_STRING8: return as<string8>() == other.as<string8>();
-    case KSV_REFLECTED_VALUE: return as<ReflectedValue>() == other.as<ReflectedValue>();
-    }
-    return true;
+    return CompareKSValues<VALUES_EQUAL>(*this, other) == 0;
 }
 
 bool KSValue::operator<(const KSValue& other) const
 {
-    if (_tag != other._tag)
-        return _tag < other._tag;
-    switch (GetTag())
-    {
-    case KSV_VOID: return false;
-    case KSV_BOOL: return KSValueAccess::Get<bool>(*this) < KSValueAccess::Get<bool>(other);
-    case KSV_INT64: return KSValueAccess::Get<int64>(*this) < KSValueAccess::Get<int64>(other);
-    case KSV_FLOAT64: return KSValueAccess::Get<float64>(*this) < KSValueAccess::Get<float64>(other);
-    case KSV_STRING8: return as<string8>() < other.as<string8>();
-    case KSV_REFLECTED_VALUE: return as<ReflectedValue>() < other.as<ReflectedValue>();
-    }
-    return false;
+    return CompareKSValues<VALUES_ORDER>(*this, other) < 0;
 }
 
 void KSValue::Write(xostream& os) const

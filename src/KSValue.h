@@ -164,6 +164,12 @@ public:
     bool operator==(const KSValue& other) const;
     bool operator!=(const KSValue& other) const { return !(*this == other); }
     bool operator<(const KSValue& other) const;
+    template <EComparison C>
+    friend int CompareFor(Comparison<C>, const KSValue& a, const KSValue& b)
+    {
+        return a.CompareWith(b, C);
+    }
+    int CompareWith(const KSValue& other, EComparison question) const;
 
     // Writes the value as text; a string as its characters alone. A reflected value has no text form: writing one
     // recurses until the stack is exhausted.
@@ -223,6 +229,10 @@ private:
 };
 
 static_assert(sizeof(KSValue) == 52);
+
+template <>
+inline constexpr bool IsRelocatable<KSValue> = true;
+
 static_assert(sizeof(ReflectedValue) == 48 && sizeof(xstring) <= 48);
 
 inline xostream& operator<<(xostream& os, const KSValue& value)

@@ -70,6 +70,11 @@ bool ReflectedValue::operator<(const ReflectedValue& other) const
     return CompareLtReflectedVariable(m_rbc, m_data.data(), other.m_rbc, other.m_data.data());
 }
 
+int ReflectedValue::CompareWith(const ReflectedValue& other, EComparison question) const
+{
+    return CompareReflectedVariables(question, m_rbc, m_data.data(), other.m_rbc, other.m_data.data());
+}
+
 const ReflectedClass& _GetReflected(const ReflectedValue*)
 {
     return s_class;

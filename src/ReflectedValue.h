@@ -30,10 +30,19 @@ public:
     bool operator<=(const ReflectedValue& other) const { return !(other < *this); }
     bool operator>(const ReflectedValue& other) const { return other < *this; }
     bool operator>=(const ReflectedValue& other) const { return !(*this < other); }
+    template <EComparison C>
+    friend int CompareFor(Comparison<C>, const ReflectedValue& a, const ReflectedValue& b)
+    {
+        return a.CompareWith(b, C);
+    }
+    int CompareWith(const ReflectedValue& other, EComparison question) const;
 
     ReflectionByteCode m_rbc;
     xvector<uint8> m_data;
 };
+
+template <>
+inline constexpr bool IsRelocatable<ReflectedValue> = true;
 
 // The class's descriptor, which is opaque: no fields, and neither equality nor order among its type operations.
 KLKELMSCRIPT_API const ReflectedClass& _GetReflected(const ReflectedValue*);

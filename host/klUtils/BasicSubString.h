@@ -3,6 +3,7 @@
 #include <klUtils/types.h>
 
 #include <cstring>
+#include <string_view>
 #include <type_traits>
 
 namespace kelm
@@ -26,6 +27,8 @@ struct BasicSubString
             while (*m_p2 != C())
                 ++m_p2;
     }
+
+    constexpr BasicSubString(std::basic_string_view<C> text) : m_p1(text.data()), m_p2(text.data() + text.size()) {}
 
     constexpr ssize_t size() const { return m_p2 - m_p1; }
     constexpr bool empty() const { return m_p1 == m_p2; }

@@ -2,18 +2,24 @@
 
 // basic_xstring: an owning, zero-terminated string of any bytes, zero bytes included.
 //
-// Three words, without a pointer into itself, so a string may be moved in memory as bytes and used wherever it lies
-// (a script value keeps one at an offset of 4). Up to InlineCapacity characters are kept inside the three words, with
-// their number in the last unit; a longer text lives on the heap and is owned alone, which the last unit's top bit
-// marks. All bytes zero is an empty string.
+// Three words (TextWords.h), of which a short text lies within, without a pointer into itself, so a string may be moved
+// in memory as bytes and used wherever it lies (a script value keeps one at an offset of 4). All bytes zero is an empty
+// string.
+//
+// It is a std::string_view wherever one is wanted, is made of one explicitly, and is added to, compared, hashed and
+// written to standard streams as texts are.
 //
 // Throws std::bad_alloc where memory runs out, and nothing else; the string is unchanged then. A null text counts as
-// empty. No length may be negative.
+// empty, and a text that is given may be a part of the string. No length may be negative.
 
 #include <klUtils/BasicSubString.h>
+#include <klUtils/Compare.h>
+#include <klUtils/TextWords.h>
 #include <klUtils/types.h>
 
+#include <compare>
 #include <cstring>
+#include <iosfwd>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -24,17 +30,38 @@ namespace kelm
 {
 
 template <class C>
-class basic_xstring
+class basic_xstring;
+
+// A text other than our own strings: a literal, a SubString, a std::string_view or what becomes one.
+template <class T, class C>
+concept TextOf = std::is_constructible_v < BasicSubString<C>,
+const T& > &&!std::is_base_of_v<basic_xstring<C>, T>;
+
+template <class C>
+class basic_xstring : TextWords<C>
 {
-    static_assert(std::is_trivial_v<C> && sizeof(C) <= 2);
+    using Words = TextWords<C>;
+    using Words::Allocate, Words::Bytes, Words::FreeHeapText, Words::HeapCapacity, Words::HeapSize, Words::HeapText;
+    using Words::InlineSize, Words::IsOnHeap, Words::m_units, Words::SetEmpty, Words::SetHeap, Words::SetSize;
+    using View = std::basic_string_view<C>;
+    using Text = BasicSubString<C>; // what any text becomes
 
 public:
-    static constexpr ssize_t InlineCapacity = static_cast<ssize_t>(24 / sizeof(C)) - 2;
+    using value_type = C;
+    using size_type = ssize_t;
+    using difference_type = ssize_t;
+    using reference = C&;
+    using const_reference = const C&;
+    using iterator = C*;
+    using const_iterator = const C*;
+
+    using Words::InlineCapacity;
 
     basic_xstring() noexcept { SetEmpty(); }
     basic_xstring(const C* textZ) : basic_xstring(BasicSubString<C>(textZ)) {}
     basic_xstring(const C* text, ssize_t length) { Construct(text, length); }
-    explicit basic_xstring(BasicSubString<C> text) { Construct(text.m_p1, text.size()); }
+    explicit basic_xstring(Text text) { Construct(text.m_p1, text.size()); }
+    explicit basic_xstring(View text) : basic_xstring(Text(text)) {}
     basic_xstring(const basic_xstring& other) { CopyFrom(other); }
     basic_xstring(basic_xstring&& other) noexcept
     {
@@ -71,13 +98,16 @@ public:
 
     // No index is checked.
     C& operator[](ssize_t i) noexcept { return data()[i]; }
-    C operator[](ssize_t i) const noexcept { return data()[i]; }
+    const C& operator[](ssize_t i) const noexcept { return data()[i]; }
 
+    C* begin() noexcept { return data(); }
+    C* end() noexcept { return data() + size(); }
     const C* begin() const noexcept { return data(); }
     const C* end() const noexcept { return data() + size(); }
 
-    operator BasicSubString<C>() const noexcept { return {data(), data() + size()}; }
-    std::basic_string_view<C> view() const noexcept { return {data(), static_cast<std::size_t>(size())}; }
+    operator Text() const noexcept { return {data(), data() + size()}; }
+    operator View() const noexcept { return view(); }
+    View view() const noexcept { return {data(), static_cast<std::size_t>(size())}; }
 
     void clear() noexcept { SetSize(0); }
 
@@ -101,6 +131,8 @@ public:
         const ssize_t oldSize = size();
         if (length > capacity() - oldSize)
         {
+            if (length > std::numeric_limits<ssize_t>::max() - oldSize)
+                throw std::bad_alloc();
             basic_xstring longer;
             longer.reserve(GrownCapacity(oldSize + length));
             longer.SetSize(oldSize + length);
@@ -113,8 +145,18 @@ public:
             std::memmove(data() + oldSize, text, Bytes(length));
         SetSize(oldSize + length);
     }
-    void append(BasicSubString<C> text) { append(text.m_p1, text.size()); }
+    void append(Text text) { append(text.m_p1, text.size()); }
     void push_back(C c) { append(&c, 1); }
+    basic_xstring& operator+=(Text text)
+    {
+        append(text);
+        return *this;
+    }
+    basic_xstring& operator+=(C c)
+    {
+        push_back(c);
+        return *this;
+    }
 
     // Makes room for `length` characters without changing the text.
     void reserve(ssize_t length)
@@ -139,29 +181,83 @@ public:
         SetSize(length);
     }
 
-    void swap(basic_xstring& other) noexcept
+    void swap(basic_xstring& other) noexcept { std::swap(static_cast<Words&>(*this), static_cast<Words&>(other)); }
+
+    friend void swap(basic_xstring& a, basic_xstring& b) noexcept { a.swap(b); }
+
+    friend basic_xstring operator+(const basic_xstring& a, const basic_xstring& b) { return Join(a, b); }
+    friend basic_xstring operator+(basic_xstring&& a, const basic_xstring& b) { return std::move(a += b); }
+    template <TextOf<C> T>
+    friend basic_xstring operator+(const basic_xstring& a, const T& b)
     {
-        C units[SizeUnit + 1];
-        std::memcpy(units, m_units, sizeof units);
-        std::memcpy(m_units, other.m_units, sizeof units);
-        std::memcpy(other.m_units, units, sizeof units);
+        return Join(a, Text(b));
+    }
+    template <TextOf<C> T>
+    friend basic_xstring operator+(basic_xstring&& a, const T& b)
+    {
+        return std::move(a += Text(b));
+    }
+    template <TextOf<C> T>
+    friend basic_xstring operator+(const T& a, const basic_xstring& b)
+    {
+        return Join(Text(a), b);
     }
 
-    friend bool operator==(const basic_xstring& a, const basic_xstring& b) noexcept
+    friend bool operator==(const basic_xstring& a, const basic_xstring& b) noexcept { return a.Equals(b); }
+    template <TextOf<C> T>
+    friend bool operator==(const basic_xstring& a, const T& b) noexcept
     {
-        const ssize_t n = a.size();
-        return n == b.size() && std::memcmp(a.data(), b.data(), Bytes(n)) == 0;
-    }
-    friend bool operator==(const basic_xstring& a, const C* b) noexcept
-    {
-        const BasicSubString<C> text(b);
-        return a.size() == text.size() && (text.empty() || std::memcmp(a.data(), b, Bytes(text.size())) == 0);
+        return a.Equals(Text(b));
     }
 
     // By unsigned units; when one text begins the other, the shorter is less.
-    friend bool operator<(const basic_xstring& a, const basic_xstring& b) noexcept { return a.Compare(b) < 0; }
+    friend std::strong_ordering operator<=>(const basic_xstring& a, const basic_xstring& b) noexcept
+    {
+        return a.Compare(b) <=> 0;
+    }
+    template <TextOf<C> T>
+    friend std::strong_ordering operator<=>(const basic_xstring& a, const T& b) noexcept
+    {
+        return a.Compare(Text(b)) <=> 0;
+    }
+    template <EComparison Q>
+    friend int CompareFor(Comparison<Q>, const basic_xstring& a, const basic_xstring& b) noexcept
+    {
+        if constexpr (Comparison<Q>::s_isEquality)
+            return a.Equals(b) ? 0 : 1;
+        else
+            return a.Compare(b);
+    }
 
-    int Compare(const basic_xstring& other) const noexcept
+    template <class Traits>
+    friend std::basic_ostream<C, Traits>& operator<<(std::basic_ostream<C, Traits>& os, const basic_xstring& text)
+    {
+        return os << std::basic_string_view<C, Traits>(text.data(), static_cast<std::size_t>(text.size()));
+    }
+
+    // The first eight bytes as a number that is ordered as they are, zeros behind a shorter text.
+    uint64 GetPrefix() const noexcept requires(sizeof(C) == 1)
+    {
+        uint64 word; // there are eight bytes, whatever the size
+        std::memcpy(&word, data(), sizeof word);
+        const ssize_t n = size();
+        word = __builtin_bswap64(word);
+        return n >= 8 ? word : n == 0 ? 0 : word & ~uint64(0) << (64 - 8 * n);
+    }
+
+    template <class T>
+    static constexpr bool MovesAsBytes()
+    {
+        return sizeof(T) == sizeof(basic_xstring);
+    }
+
+    bool Equals(Text other) const noexcept
+    {
+        const ssize_t n = size();
+        return n == other.size() && (n == 0 || std::memcmp(data(), other.data(), Bytes(n)) == 0);
+    }
+
+    int Compare(Text other) const noexcept
     {
         using Unit = std::make_unsigned_t<C>;
         const ssize_t common = size() < other.size() ? size() : other.size();
@@ -169,7 +265,7 @@ public:
         const C* b = other.data();
         if constexpr (sizeof(C) == 1)
         {
-            if (const int order = std::memcmp(a, b, Bytes(common)))
+            if (const int order = common > 0 ? std::memcmp(a, b, Bytes(common)) : 0)
                 return order;
         }
         else
@@ -182,23 +278,22 @@ public:
     }
 
 private:
-    static constexpr uint64 HeapBit = uint64(1) << 63;
-    static constexpr ssize_t SizeUnit = InlineCapacity + 1;
-
-    static std::size_t Bytes(ssize_t length) { return static_cast<std::size_t>(length) * sizeof(C); }
+    static basic_xstring Join(Text a, Text b)
+    {
+        basic_xstring text;
+        if (b.size() > std::numeric_limits<ssize_t>::max() - a.size())
+            throw std::bad_alloc();
+        text.reserve(a.size() + b.size());
+        text.append(a);
+        text.append(b);
+        return text;
+    }
 
     // Doubling keeps a text built piece by piece linear.
     ssize_t GrownCapacity(ssize_t needed) const
     {
         const ssize_t doubled = 2 * capacity();
         return needed > doubled ? needed : doubled;
-    }
-
-    static C* Allocate(ssize_t length)
-    {
-        if (length < 0 || length >= std::numeric_limits<ssize_t>::max() / static_cast<ssize_t>(2 * sizeof(C)))
-            throw std::bad_alloc();
-        return static_cast<C*>(::operator new(Bytes(length + 1)));
     }
 
     void Construct(const C* text, ssize_t length)
@@ -218,56 +313,6 @@ private:
         else
             std::memcpy(m_units, other.m_units, sizeof m_units);
     }
-
-    // The three words of a heap text: its address, its length, its capacity with the heap bit.
-    uint64 Word(int i) const noexcept
-    {
-        uint64 word;
-        std::memcpy(&word, reinterpret_cast<const char*>(m_units) + 8 * i, sizeof word);
-        return word;
-    }
-    void SetWord(int i, uint64 word) noexcept
-    {
-        std::memcpy(reinterpret_cast<char*>(m_units) + 8 * i, &word, sizeof word);
-    }
-
-    // One byte, which is written by itself as well: a wider load would wait for that store.
-    bool IsOnHeap() const noexcept { return reinterpret_cast<const signed char*>(m_units)[sizeof m_units - 1] < 0; }
-
-    C* HeapText() const noexcept { return reinterpret_cast<C*>(Word(0)); }
-    ssize_t HeapSize() const noexcept { return static_cast<ssize_t>(Word(1)); }
-    ssize_t HeapCapacity() const noexcept { return static_cast<ssize_t>(Word(2) & ~HeapBit); }
-    void SetHeap(C* text, ssize_t size, ssize_t capacity) noexcept
-    {
-        SetWord(0, reinterpret_cast<uint64>(text));
-        SetWord(1, static_cast<uint64>(size));
-        SetWord(2, static_cast<uint64>(capacity) | HeapBit);
-    }
-
-    void FreeHeapText() noexcept
-    {
-        if (IsOnHeap())
-            ::operator delete(HeapText());
-    }
-
-    ssize_t InlineSize() const noexcept { return m_units[SizeUnit]; }
-
-    void SetEmpty() noexcept { std::memset(m_units, 0, sizeof m_units); }
-    void SetSize(ssize_t size) noexcept
-    {
-        if (IsOnHeap())
-        {
-            SetWord(1, static_cast<uint64>(size));
-            HeapText()[size] = C();
-        }
-        else
-        {
-            m_units[size] = C();
-            m_units[SizeUnit] = static_cast<C>(size);
-        }
-    }
-
-    alignas(8) C m_units[SizeUnit + 1];
 };
 
 using xstring = basic_xstring<char>;
@@ -276,3 +321,10 @@ using xstring16 = basic_xstring<uint16>;
 static_assert(sizeof(xstring) == 24 && sizeof(xstring16) == 24);
 
 } // namespace kelm
+
+// As the same text is hashed as a std::string_view.
+template <>
+struct std::hash<kelm::xstring>
+{
+    std::size_t operator()(const kelm::xstring& text) const noexcept { return hash<string_view>()(text.view()); }
+};

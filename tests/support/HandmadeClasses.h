@@ -59,6 +59,14 @@ struct Counted
     static inline int s_destroyed = 0;
 };
 
+} // namespace hand
+
+template <>
+inline constexpr bool IsRelocatable<hand::Counted> = true;
+
+namespace hand
+{
+
 // "hand::Color": Red 1, Green 5 (disabled), None -3, Crimson 1. "hand::Level": Low, Mid, High, by position.
 enum Color : int32
 {
@@ -146,6 +154,14 @@ struct Tree
     int32 m_value = 0;
     xvector<Tree> m_kids;
 };
+
+} // namespace hand
+
+template <>
+inline constexpr bool IsRelocatable<hand::Tree> = true;
+
+namespace hand
+{
 
 // "hand::Model": model fields a, b, label, at; it cannot be created. "hand::Wrapper" embeds it behind its ordinary
 // fields id, tag. "hand::Outer" has a model field wrapper and an ordinary field inner, both of class Wrapper.

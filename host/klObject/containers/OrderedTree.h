@@ -2,23 +2,28 @@
 
 // OrderedTree: what xmap and xset are made of. A B+-tree behind one pointer, null while it is empty.
 //
-// Entries lie in the leaves, sorted, and are moved as bytes; a lone leaf grows from a few entries. An inner node keeps,
-// for each child but the first, the bytes of the first key below it. They are an alias of that key: compared, never
-// destroyed, and replaced when that key leaves. A leaf is freed when it is empty; fuller ones are not merged. Keys
-// that ascend are appended to the last leaf at the cost of one comparison, and leave full nodes behind.
+// Entries lie in the leaves, sorted by their keys' total order (KEYS_ORDER), and are moved as bytes; a lone leaf grows
+// from a few entries. An inner node keeps, for each child but the first, the bytes of the first key below it. They are
+// an alias of that key: compared, never destroyed, and replaced when that key leaves. A leaf is freed when it is empty;
+// fuller ones are not merged. Keys that ascend are appended to the last leaf at the cost of one comparison, and leave
+// full nodes behind.
 //
-// An Entry has a member m_key of type Key. Whatever throws (a key's copy, a payload's construction, the memory) throws
+// An Entry has a member m_key of type Key. It is made in a place of its own in the head, before anything moves, since
+// what it is made of may lie in the tree; whatever throws (a key's copy, a payload's construction, the memory) throws
 // before the tree is changed.
 
 #include <klObject/containers/OrderedTreeNodes.h>
+#include <klUtils/IsRelocatable.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/types.h>
 
 #include <algorithm>
 #include <concepts>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 
 namespace kelm
@@ -29,8 +34,7 @@ class OrderedTree
 {
     using Leaf = OrderedTreeLeaf<Key, Entry>;
     using Inner = OrderedTreeInner<Key>;
-
-    static constexpr int FirstCapacity = 4;
+    using Sought = SoughtKey<Key>;
 
     struct Head
     {
@@ -39,13 +43,26 @@ class OrderedTree
         ssize_t m_size;
         Leaf* m_first;
         Leaf* m_last;
+        alignas(Entry) char m_fresh[sizeof(Entry)]; // where an entry is made, and destroyed
     };
 
+    // The way from the root to a leaf: at each height above the leaves a node, and which of its children comes next.
+    // Nodes have two children at least when they are made.
+    struct Path
+    {
+        static constexpr int MaxHeight = 64;
+
+        Inner* m_nodes[MaxHeight];
+        int m_indices[MaxHeight];
+    };
+
+    // Where a key is, or where it would be inserted. Only the way to one inside the tree is kept in the path.
     struct Position
     {
         Leaf* m_leaf = nullptr;
         int m_index = 0;
         bool m_isFound = false;
+        bool m_isBehindAll = false;
     };
 
 public:
@@ -53,19 +70,51 @@ public:
     class Iterator
     {
     public:
+        using value_type = std::remove_const_t<E>;
+        using difference_type = ssize_t;
+        using pointer = E*;
+        using reference = E&;
+        using iterator_category = std::bidirectional_iterator_tag;
+
         Iterator() = default;
+        template <class Other>
+        requires(std::is_const_v<E>&& std::is_same_v<const Other, E>) Iterator(const Iterator<Other>& other)
+            : m_leaf(other.m_leaf), m_index(other.m_index)
+        {
+        }
         E& operator*() const { return m_leaf->Entries()[m_index]; }
         E* operator->() const { return &**this; }
         Iterator& operator++()
         {
-            if (++m_index == m_leaf->m_count)
+            if (++m_index == m_leaf->m_count && m_leaf->m_next != nullptr)
                 *this = Iterator(m_leaf->m_next, 0);
             return *this;
+        }
+        Iterator operator++(int)
+        {
+            const Iterator before = *this;
+            ++*this;
+            return before;
+        }
+        Iterator& operator--()
+        {
+            if (m_index == 0)
+                *this = Iterator(m_leaf->m_previous, m_leaf->m_previous->m_count);
+            --m_index;
+            return *this;
+        }
+        Iterator operator--(int)
+        {
+            const Iterator before = *this;
+            --*this;
+            return before;
         }
         friend bool operator==(const Iterator&, const Iterator&) = default;
 
     private:
         friend class OrderedTree;
+        template <class>
+        friend class Iterator;
         Iterator(Leaf* leaf, int index) : m_leaf(leaf), m_index(index) {}
 
         Leaf* m_leaf = nullptr;
@@ -73,14 +122,16 @@ public:
     };
 
     OrderedTree() = default;
-    OrderedTree(const OrderedTree& other) : OrderedTree()
-    {
-        for (auto it = other.template Begin<const Entry>(); it != Iterator<const Entry>(); ++it)
-            Insert(it->m_key, [&](void* place) { ::new (place) Entry(*it); });
-    }
+    OrderedTree(const OrderedTree& other) : OrderedTree() { CopyEntries(other); }
     OrderedTree(OrderedTree&& other) noexcept { swap(other); }
     ~OrderedTree() { Clear(); }
-    OrderedTree& operator=(OrderedTree other) noexcept
+    OrderedTree& operator=(const OrderedTree& other)
+    {
+        OrderedTree copy(other);
+        swap(copy);
+        return *this;
+    }
+    OrderedTree& operator=(OrderedTree&& other) noexcept
     {
         swap(other);
         return *this;
@@ -94,51 +145,82 @@ public:
     {
         return m_head != nullptr ? Iterator<E>(m_head->m_first, 0) : Iterator<E>();
     }
+    template <class E>
+    Iterator<E> End() const
+    {
+        return m_head != nullptr ? Iterator<E>(m_head->m_last, m_head->m_last->m_count) : Iterator<E>();
+    }
 
     template <class E>
     Iterator<E> Find(const Key& key) const
     {
-        const Position at = Search(key);
-        return at.m_isFound ? Iterator<E>(at.m_leaf, at.m_index) : Iterator<E>();
+        Path path;
+        const Position at = Search(Sought(key), path);
+        return at.m_isFound ? Iterator<E>(at.m_leaf, at.m_index) : End<E>();
+    }
+
+    // The first entry whose key is not less than `key`.
+    template <class E>
+    Iterator<E> LowerBound(const Key& key) const
+    {
+        Path path;
+        const Position at = Search(Sought(key), path);
+        if (m_head != nullptr && at.m_index == at.m_leaf->m_count && at.m_leaf->m_next != nullptr)
+            return Iterator<E>(at.m_leaf->m_next, 0);
+        return Iterator<E>(at.m_leaf, at.m_index);
     }
 
     // The entry under `key`, which make(place) constructs where there is none, and whether it did.
     template <class Make>
-    std::pair<Entry*, bool> Insert(const Key& key, Make&& make)
+    std::pair<Iterator<Entry>, bool> Insert(const Key& key, Make&& make)
     {
-        const Position at = Search(key);
+        CheckRelocatable<Key>();
+        Path path;
+        const Sought sought(key);
+        Position at = Search(sought, path);
         if (at.m_isFound)
-            return {at.m_leaf->Entries() + at.m_index, false};
-        alignas(Entry) char fresh[sizeof(Entry)];
-        make(static_cast<void*>(fresh));
-        Entry* place;
+            return {Iterator<Entry>(at.m_leaf, at.m_index), false};
+        if (m_head == nullptr)
+            at.m_leaf = MakeFirstLeaf();
         try
         {
-            place = OpenGap(at, key);
+            make(static_cast<void*>(m_head->m_fresh));
+            try
+            {
+                OpenGap(at, path, sought.m_prefix);
+            }
+            catch (...)
+            {
+                Fresh()->~Entry();
+                throw;
+            }
         }
         catch (...)
         {
-            std::launder(reinterpret_cast<Entry*>(fresh))->~Entry();
+            if (m_head->m_size == 0)
+                FreeNodes();
             throw;
         }
-        std::memcpy(static_cast<void*>(place), fresh, sizeof fresh);
-        return {place, true};
+        std::memcpy(static_cast<void*>(at.m_leaf->Entries() + at.m_index), m_head->m_fresh, sizeof(Entry));
+        return {Iterator<Entry>(at.m_leaf, at.m_index), true};
     }
 
     // Whether there was an entry to erase. `key` may be the one in the entry.
     bool Erase(const Key& key)
     {
-        if (!Search(key).m_isFound)
+        Path path;
+        const Position at = Search(Sought(key), path);
+        if (!at.m_isFound)
             return false;
-        alignas(Entry) char erased[sizeof(Entry)];
-        if (Remove(m_head->m_root, m_head->m_height, key, nullptr, erased))
-            delete std::exchange(m_head, nullptr);
-        else
-        {
-            --m_head->m_size;
-            LowerRoot();
-        }
-        std::launder(reinterpret_cast<Entry*>(erased))->~Entry();
+        std::memcpy(m_head->m_fresh, static_cast<const void*>(at.m_leaf->Entries() + at.m_index), sizeof(Entry));
+        at.m_leaf->CloseGap(at.m_index);
+        --m_head->m_size;
+        if (m_head->m_size > 0)
+            RemoveAliases(at, path);
+        // Out of the tree, should its destructor look there.
+        CallWithEnoughStack([this]() noexcept { Fresh()->~Entry(); });
+        if (m_head->m_size == 0)
+            FreeNodes();
         return true;
     }
 
@@ -146,20 +228,52 @@ public:
     {
         if (m_head == nullptr)
             return;
-        // Entries may hold trees of their own kind, nested to any depth.
-        CallWithEnoughStack([this]() noexcept { FreeNodes(m_head->m_root, m_head->m_height); });
-        delete std::exchange(m_head, nullptr);
+        if constexpr (!std::is_trivially_destructible_v<Entry>)
+            // Entries may hold trees of their own kind, nested to any depth.
+            CallWithEnoughStack(
+                [this]() noexcept
+                {
+                    for (Leaf* leaf = m_head->m_first; leaf != nullptr; leaf = leaf->m_next)
+                        std::destroy_n(leaf->Entries(), leaf->m_count);
+                });
+        FreeNodes();
+    }
+
+    // By the entries, in order: compare(a, b) of two of them; of two trees of which one begins the other, the shorter
+    // is less.
+    template <EComparison C, class CompareEntries>
+    static int CompareEach(const OrderedTree& a, const OrderedTree& b, CompareEntries compare)
+    {
+        if (Comparison<C>::s_isEquality && a.Size() != b.Size())
+            return 1;
+        if (IsStackLow()) // entries may hold trees of their own kind, nested to any depth
+        {
+            int order = 0;
+            CallOnFreshSegment([&] { order = CompareEach<C>(a, b, compare); });
+            return order;
+        }
+        auto i = a.template Begin<const Entry>();
+        auto j = b.template Begin<const Entry>();
+        for (ssize_t left = std::min(a.Size(), b.Size()); left > 0; --left, ++i, ++j)
+            if (const int order = compare(*i, *j))
+                return order;
+        return CompareScalars<C>(a.Size(), b.Size());
     }
 
 private:
-    bool IsBeyondLast(const Key& key) const
+    Entry* Fresh() { return std::launder(reinterpret_cast<Entry*>(m_head->m_fresh)); }
+
+    void CopyEntries(const OrderedTree& other)
     {
-        Leaf* const last = m_head->m_last;
-        return last->KeyAt(last->m_count - 1) < key;
+        if (IsStackLow()) // entries may hold trees of their own kind, nested to any depth
+            return CallOnFreshSegment([&] { CopyEntries(other); });
+        const auto end = other.template End<const Entry>();
+        for (auto it = other.template Begin<const Entry>(); it != end; ++it)
+            Insert(it->m_key, [&](void* place) { ::new (place) Entry(*it); });
     }
 
-    // Where `key` is, or where it would be inserted.
-    Position Search(const Key& key) const
+    // Where `sought` is, or where it would be inserted.
+    Position Search(const Sought& sought, Path& path) const
     {
         static_assert(
             requires(const Key& k) {
@@ -170,93 +284,205 @@ private:
             "the keys of an xmap and the elements of an xset need an operator<");
         if (m_head == nullptr)
             return {};
-        if (IsBeyondLast(key))
-            return {m_head->m_last, m_head->m_last->m_count, false};
+        Leaf* const last = m_head->m_last;
+        if (const int order = last->CompareWithLast(sought); order >= 0)
+            return {last, last->m_count - (order == 0), order == 0, order > 0};
         void* node = m_head->m_root;
         for (int height = m_head->m_height; height > 0; --height)
-            node = static_cast<Inner*>(node)->ChildFor(key);
-        Leaf* const leaf = static_cast<Leaf*>(node);
-        const int after = leaf->UpperBound(key);
-        const bool isFound = after > 0 && !(leaf->KeyAt(after - 1) < key);
-        return {leaf, isFound ? after - 1 : after, isFound};
+        {
+            auto* const inner = static_cast<Inner*>(node);
+            const int index = inner->ChildIndex(sought);
+            path.m_nodes[height] = inner;
+            path.m_indices[height] = index;
+            node = inner->m_children[index];
+        }
+        auto* const leaf = static_cast<Leaf*>(node);
+        const KeyPlace place = leaf->Find(sought);
+        return {leaf, place.m_index, place.m_isFound};
     }
 
-    // Room for one entry at `at`, which Search gave for `key`.
-    Entry* OpenGap(Position at, const Key& key)
+    // The way to the last leaf.
+    void FollowLast(Path& path) const
     {
-        if (m_head == nullptr)
-            at.m_leaf = MakeFirstLeaf();
-        else if (at.m_leaf->IsFull())
+        void* node = m_head->m_root;
+        for (int height = m_head->m_height; height > 0; --height)
         {
-            if (at.m_leaf->m_capacity < Leaf::MaxCount())
-                GrowFirstLeaf();
-            else
-                SplitTowards(key);
-            at = Search(key);
+            auto* const inner = static_cast<Inner*>(node);
+            path.m_nodes[height] = inner;
+            path.m_indices[height] = inner->m_count - 1;
+            node = inner->m_children[inner->m_count - 1];
         }
-        Entry* const gap = at.m_leaf->Entries() + at.m_index;
-        MoveBytes(gap + 1, gap, at.m_leaf->m_count - at.m_index);
-        ++at.m_leaf->m_count;
-        ++m_head->m_size;
-        return gap;
     }
 
     Leaf* MakeFirstLeaf()
     {
-        auto head = std::make_unique<Head>();
-        Leaf* const leaf = Leaf::New(FirstCapacity);
-        *head = {leaf, 0, 0, leaf, leaf};
+        std::unique_ptr<Head> head(new Head);
+        Leaf* const leaf = Leaf::New(Leaf::FirstCapacity);
+        head->m_root = head->m_first = head->m_last = leaf;
+        head->m_height = 0;
+        head->m_size = 0;
         m_head = head.release();
         return leaf;
     }
 
+    // Room for one entry at `at`, which is moved to where that is.
+    void OpenGap(Position& at, Path& path, uint64 prefix)
+    {
+        if (!at.m_leaf->IsFull())
+            at.m_leaf->OpenGap(at.m_index, prefix);
+        else if (at.m_leaf->m_capacity < Leaf::MaxCount)
+        {
+            at.m_leaf = GrowLoneLeaf();
+            at.m_leaf->OpenGap(at.m_index, prefix);
+        }
+        else
+            Split(at, path, prefix);
+        ++m_head->m_size;
+    }
+
     // The lone leaf, which is not yet of full size.
-    void GrowFirstLeaf()
+    Leaf* GrowLoneLeaf()
     {
         Leaf* const old = m_head->m_first;
-        Leaf* const leaf = Leaf::New(std::min(2 * old->m_capacity, Leaf::MaxCount()));
-        MoveBytes(leaf->Entries(), old->Entries(), old->m_count);
-        leaf->m_count = old->m_count;
+        Leaf* const leaf = Leaf::New(std::min(2 * old->m_capacity, Leaf::MaxCount));
+        old->MoveEntries(0, *leaf);
         m_head->m_root = m_head->m_first = m_head->m_last = leaf;
         Leaf::Free(old);
+        return leaf;
     }
 
-    // Splits every full node on the way to the leaf of `key`, from the top, so that each parent has room.
-    void SplitTowards(const Key& key)
+    // A list of inner nodes, which frees what is left in it.
+    struct InnerList
     {
-        const bool isAppended = IsBeyondLast(key);
-        Inner* parent = nullptr;
-        void* node = m_head->m_root;
-        for (int height = m_head->m_height;; --height)
+        InnerList() = default;
+        InnerList(const InnerList&) = delete;
+        InnerList& operator=(const InnerList&) = delete;
+        ~InnerList()
         {
-            const bool isFull = height == 0 ? static_cast<Leaf*>(node)->IsFull() : static_cast<Inner*>(node)->IsFull();
-            if (isFull)
-            {
-                if (parent == nullptr)
-                    parent = RaiseRoot();
-                const int index = parent->ChildIndex(key);
-                if (height == 0)
-                    SplitLeaf(*parent, index, isAppended);
-                else
-                    SplitInner(*parent, index, isAppended);
-                node = parent->ChildFor(key);
-            }
-            if (height == 0)
-                return;
-            parent = static_cast<Inner*>(node);
-            node = parent->ChildFor(key);
+            while (m_first != nullptr)
+                delete Pop();
         }
+        void Push(Inner* inner)
+        {
+            inner->m_nextInList = m_first;
+            m_first = inner;
+        }
+        Inner* Pop() { return std::exchange(m_first, m_first->m_nextInList); }
+
+        Inner* m_first = nullptr;
+    };
+
+    // Splits the full leaf at `at`, and each full node above that is to take a new child. Where the entry comes behind
+    // all, what is there stays together, and the entry begins a new leaf.
+    void Split(Position& at, Path& path, uint64 prefix)
+    {
+        if (at.m_isBehindAll)
+            FollowLast(path);
+
+        // What can fail comes first.
+        int height = 1;
+        InnerList fresh;
+        for (; height <= m_head->m_height && path.m_nodes[height]->IsFull(); ++height)
+            fresh.Push(new Inner);
+        const bool isRaised = height > m_head->m_height;
+        if (isRaised)
+            fresh.Push(new Inner);
+        Leaf* const right = Leaf::New(Leaf::MaxCount);
+
+        SplitLeaf(at, *right, prefix);
+        void* child = right;
+        uint64 childPrefix = prefix;
+        const void* childKey = &Fresh()->m_key;
+        if (!at.m_isBehindAll)
+        {
+            childKey = &right->KeyAt(0);
+            childPrefix = GetKeyPrefix(right->KeyAt(0));
+        }
+        for (int h = 1; h < height; ++h)
+        {
+            Inner* const rightInner = fresh.Pop();
+            InsertAndSplit(*path.m_nodes[h], *rightInner, path.m_indices[h] + 1, at.m_isBehindAll, child, childPrefix,
+                           childKey);
+            child = rightInner;
+            childPrefix = rightInner->PrefixAt(0);
+            childKey = rightInner->KeyBytesAt(0);
+        }
+        if (isRaised)
+            RaiseRoot(*fresh.Pop(), child, childPrefix, childKey);
+        else
+            path.m_nodes[height]->InsertChild(path.m_indices[height] + 1, child, childPrefix, childKey);
     }
 
-    Inner* RaiseRoot()
+    void SplitLeaf(Position& at, Leaf& right, uint64 prefix)
     {
-        auto* const root = new Inner;
-        root->m_count = 1;
-        root->m_children[0] = m_head->m_root;
-        m_head->m_root = root;
-        ++m_head->m_height;
-        return root;
+        Leaf& left = *at.m_leaf;
+        const int kept = at.m_isBehindAll ? left.m_count : left.m_count / 2;
+        left.MoveEntries(kept, right);
+        right.m_previous = &left;
+        right.m_next = left.m_next;
+        (right.m_next != nullptr ? right.m_next->m_previous : m_head->m_last) = &right;
+        left.m_next = &right;
+        if (at.m_isBehindAll || at.m_index > kept)
+        {
+            at.m_leaf = &right;
+            at.m_index -= kept;
+        }
+        at.m_leaf->OpenGap(at.m_index, prefix);
     }
+
+    static void InsertAndSplit(Inner& left, Inner& right, int at, bool isBehindAll, void* child, uint64 prefix,
+                               const void* key)
+    {
+        const int kept = isBehindAll ? left.m_count : left.m_count / 2;
+        left.MoveChildren(kept, right);
+        if (isBehindAll || at > kept)
+            right.InsertChild(at - kept, child, prefix, key);
+        else
+            left.InsertChild(at, child, prefix, key);
+    }
+
+    void RaiseRoot(Inner& root, void* child, uint64 prefix, const void* key)
+    {
+        root.m_children[0] = m_head->m_root;
+        root.m_count = 1;
+        root.InsertChild(1, child, prefix, key);
+        m_head->m_root = &root;
+        ++m_head->m_height;
+    }
+
+    // After an entry has left `at`, and others are there: no alias of its key is kept, and no empty node.
+    void RemoveAliases(const Position& at, Path& path)
+    {
+        if (at.m_leaf == m_head->m_last)
+            FollowLast(path);
+        Leaf* const leaf = at.m_leaf;
+        int height = 1;
+        if (leaf->m_count == 0)
+        {
+            (leaf->m_previous != nullptr ? leaf->m_previous->m_next : m_head->m_first) = leaf->m_next;
+            (leaf->m_next != nullptr ? leaf->m_next->m_previous : m_head->m_last) = leaf->m_previous;
+            Leaf::Free(leaf);
+            while (path.m_nodes[height]->m_count == 1)
+                delete path.m_nodes[height++];
+            Inner& inner = *path.m_nodes[height];
+            const int index = path.m_indices[height];
+            inner.RemoveChild(index);
+            if (index == 0) // what was the second child's key is that of the whole node now
+                ReplaceAlias(path, height + 1, inner.PrefixAt(0), inner.KeyBytesAt(0));
+            LowerRoot();
+        }
+        else if (at.m_index == 0)
+            ReplaceAlias(path, height, GetKeyPrefix(leaf->KeyAt(0)), &leaf->KeyAt(0));
+    }
+
+    // The key of what the path enters below `height` is kept where the path last turns away from a first child.
+    void ReplaceAlias(const Path& path, int height, uint64 prefix, const void* key)
+    {
+        for (; height <= m_head->m_height; ++height)
+            if (path.m_indices[height] > 0)
+                return path.m_nodes[height]->SetKey(path.m_indices[height], prefix, key);
+    }
+
     void LowerRoot()
     {
         while (m_head->m_height > 0 && static_cast<Inner*>(m_head->m_root)->m_count == 1)
@@ -268,85 +494,28 @@ private:
         }
     }
 
-    void SplitLeaf(Inner& parent, int index, bool isAppended)
+    // The head and all nodes, with no entries in them. Leaves are in a list; inner nodes are put into one level by
+    // level.
+    void FreeNodes() noexcept
     {
-        auto* const left = static_cast<Leaf*>(parent.m_children[index]);
-        Leaf* const right = Leaf::New(Leaf::MaxCount());
-        const int kept = isAppended ? left->m_count - 1 : left->m_count / 2;
-        right->m_count = left->m_count - kept;
-        MoveBytes(right->Entries(), left->Entries() + kept, right->m_count);
-        left->m_count = kept;
-        right->m_previous = left;
-        right->m_next = left->m_next;
-        (right->m_next != nullptr ? right->m_next->m_previous : m_head->m_last) = right;
-        left->m_next = right;
-        parent.InsertChild(index + 1, right, &right->KeyAt(0));
-    }
-    static void SplitInner(Inner& parent, int index, bool isAppended)
-    {
-        auto* const left = static_cast<Inner*>(parent.m_children[index]);
-        auto* const right = new Inner;
-        const int kept = isAppended ? left->m_count - 1 : left->m_count / 2;
-        right->m_count = left->m_count - kept;
-        MoveBytes(right->m_children, left->m_children + kept, right->m_count);
-        MoveBytes(right->m_keys, left->m_keys + kept, right->m_count);
-        left->m_count = kept;
-        parent.InsertChild(index + 1, right, right->m_keys[0]);
-    }
-
-    // Moves the entry of `key`, which is there, out of the node's subtree into `erased`, and says whether the node was
-    // freed because nothing is left in it. `alias` is where the subtree's first key is kept; null for the first one.
-    bool Remove(void* node, int height, const Key& key, char* alias, char* erased)
-    {
-        if (height == 0)
-            return RemoveFromLeaf(static_cast<Leaf*>(node), key, alias, erased);
-        auto* const inner = static_cast<Inner*>(node);
-        const int index = inner->ChildIndex(key);
-        if (!Remove(inner->m_children[index], height - 1, key, index > 0 ? inner->m_keys[index] : alias, erased))
-            return false;
-        inner->RemoveChild(index);
-        if (inner->m_count == 0)
+        for (Leaf* leaf = m_head->m_first; leaf != nullptr;)
+            Leaf::Free(std::exchange(leaf, leaf->m_next));
+        InnerList level;
+        if (m_head->m_height > 0)
+            level.Push(static_cast<Inner*>(m_head->m_root));
+        for (int height = m_head->m_height; height > 0; --height)
         {
-            delete inner;
-            return true;
+            InnerList below;
+            while (level.m_first != nullptr)
+            {
+                Inner* const inner = level.Pop();
+                for (int i = 0; height > 1 && i < inner->m_count; ++i)
+                    below.Push(static_cast<Inner*>(inner->m_children[i]));
+                delete inner;
+            }
+            std::swap(level.m_first, below.m_first);
         }
-        if (index == 0 && alias != nullptr)
-            std::memcpy(alias, inner->m_keys[0], sizeof(Key)); // the key of the child that is the first now
-        return false;
-    }
-    bool RemoveFromLeaf(Leaf* leaf, const Key& key, char* alias, char* erased)
-    {
-        const int index = leaf->UpperBound(key) - 1;
-        Entry* const entry = leaf->Entries() + index;
-        std::memcpy(erased, static_cast<void*>(entry), sizeof(Entry));
-        --leaf->m_count;
-        MoveBytes(entry, entry + 1, leaf->m_count - index);
-        if (leaf->m_count == 0)
-        {
-            (leaf->m_previous != nullptr ? leaf->m_previous->m_next : m_head->m_first) = leaf->m_next;
-            (leaf->m_next != nullptr ? leaf->m_next->m_previous : m_head->m_last) = leaf->m_previous;
-            Leaf::Free(leaf);
-            return true;
-        }
-        if (index == 0 && alias != nullptr)
-            std::memcpy(alias, static_cast<const void*>(&leaf->KeyAt(0)), sizeof(Key));
-        return false;
-    }
-
-    // With the entries in them. As deep as the tree is high, which is little.
-    static void FreeNodes(void* node, int height) noexcept
-    {
-        if (height == 0)
-        {
-            auto* const leaf = static_cast<Leaf*>(node);
-            std::destroy_n(leaf->Entries(), leaf->m_count);
-            Leaf::Free(leaf);
-            return;
-        }
-        auto* const inner = static_cast<Inner*>(node);
-        for (int i = 0; i < inner->m_count; ++i)
-            FreeNodes(inner->m_children[i], height - 1);
-        delete inner;
+        delete std::exchange(m_head, nullptr);
     }
 
     Head* m_head = nullptr;

@@ -1,15 +1,20 @@
 #pragma once
 
-// xset: an ordered set, by operator< of the elements. One word, null while it is empty, and so movable as bytes.
+// xset: an ordered set. One word, null while it is empty, and so movable as bytes. Its elements are ordered as an
+// xmap's keys are.
 //
-// A value: copied and compared by its elements, which are moved as bytes; an iterator or a reference to an element is
-// valid until the next insertion or erasure. What throws leaves the set as it was.
+// A value: copied and compared by its elements, which are moved as bytes (IsRelocatable.h); an iterator or a reference
+// to an element is valid until the next insertion or erasure. What throws leaves the set as it was. Arguments may lie
+// in the set.
 
 #include <klObject/containers/OrderedTree.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/types.h>
 
+#include <compare>
 #include <initializer_list>
+#include <iterator>
+#include <utility>
 
 namespace kelm
 {
@@ -24,11 +29,15 @@ class xset
     using Tree = OrderedTree<T, Entry>;
 
 public:
-    using value_type = T;
-
     class const_iterator
     {
     public:
+        using value_type = T;
+        using difference_type = ssize_t;
+        using pointer = const T*;
+        using reference = const T&;
+        using iterator_category = std::bidirectional_iterator_tag;
+
         const_iterator() = default;
         const T& operator*() const { return m_entry->m_key; }
         const T* operator->() const { return &m_entry->m_key; }
@@ -37,6 +46,13 @@ public:
             ++m_entry;
             return *this;
         }
+        const_iterator operator++(int) { return const_iterator(m_entry++); }
+        const_iterator& operator--()
+        {
+            --m_entry;
+            return *this;
+        }
+        const_iterator operator--(int) { return const_iterator(m_entry--); }
         friend bool operator==(const const_iterator&, const const_iterator&) = default;
 
     private:
@@ -46,26 +62,51 @@ public:
         typename Tree::template Iterator<const Entry> m_entry;
     };
 
+    using key_type = T;
+    using value_type = T;
+    using size_type = ssize_t;
+    using difference_type = ssize_t;
+    using reference = const T&;
+    using const_reference = const T&;
+    using iterator = const_iterator;
+    using reverse_iterator = std::reverse_iterator<const_iterator>;
+    using const_reverse_iterator = reverse_iterator;
+
     xset() = default;
-    xset(std::initializer_list<T> elements)
+    xset(std::initializer_list<T> elements) : xset(elements.begin(), elements.end()) {}
+    template <std::input_iterator Iterator, std::sentinel_for<Iterator> Sentinel>
+    xset(Iterator first, Sentinel last)
     {
-        for (const T& element : elements)
-            Insert(element);
+        for (; first != last; ++first)
+            insert(T(*first));
     }
 
     ssize_t size() const { return m_tree.Size(); }
     bool empty() const { return size() == 0; }
 
     const_iterator begin() const { return const_iterator(m_tree.template Begin<const Entry>()); }
-    const_iterator end() const { return {}; }
+    const_iterator end() const { return const_iterator(m_tree.template End<const Entry>()); }
+    const_iterator cbegin() const { return begin(); }
+    const_iterator cend() const { return end(); }
+    reverse_iterator rbegin() const { return reverse_iterator(end()); }
+    reverse_iterator rend() const { return reverse_iterator(begin()); }
 
     const_iterator find(const T& element) const { return const_iterator(m_tree.template Find<const Entry>(element)); }
-    ssize_t count(const T& element) const { return find(element) != end(); }
+    // The first element that is not less.
+    const_iterator lower_bound(const T& element) const
+    {
+        return const_iterator(m_tree.template LowerBound<const Entry>(element));
+    }
+    bool contains(const T& element) const { return find(element) != end(); }
+    ssize_t count(const T& element) const { return contains(element); }
 
     // False when it was there.
-    bool Insert(const T& element)
+    bool Insert(const T& element) { return insert(element).second; }
+    // The element, and whether it was not there.
+    std::pair<const_iterator, bool> insert(const T& element)
     {
-        return m_tree.Insert(element, [&](void* place) { ::new (place) Entry{element}; }).second;
+        const auto [at, isNew] = m_tree.Insert(element, [&](void* place) { ::new (place) Entry{element}; });
+        return {const_iterator(at), isNew};
     }
 
     // Whether there was an element to erase.
@@ -73,30 +114,26 @@ public:
     void clear() noexcept { m_tree.Clear(); }
 
     void swap(xset& other) noexcept { m_tree.swap(other.m_tree); }
+    friend void swap(xset& a, xset& b) noexcept { a.swap(b); }
 
-    friend bool operator==(const xset& a, const xset& b)
+    friend bool operator==(const xset& a, const xset& b) { return CompareFor(Comparison<VALUES_EQUAL>(), a, b) == 0; }
+    // Element by element; of two sets of which one begins the other, the shorter is less.
+    friend std::weak_ordering operator<=>(const xset& a, const xset& b)
     {
-        if (a.size() != b.size())
-            return false;
-        for (auto i = a.begin(), j = b.begin(); i != a.end(); ++i, ++j)
-            if (!(*i == *j))
-                return false;
-        return true;
+        return CompareFor(Comparison<VALUES_ORDER>(), a, b) <=> 0;
+    }
+    template <EComparison C>
+    friend int CompareFor(Comparison<C>, const xset& a, const xset& b)
+    {
+        return Tree::template CompareEach<C>(a.m_tree, b.m_tree,
+                                             [](const Entry& x, const Entry& y)
+                                             { return Compare<Comparison<C>::s_ofKeys>(x.m_key, y.m_key); });
     }
 
-    // Element by element; of two sets of which one begins the other, the shorter is less.
-    friend bool operator<(const xset& a, const xset& b)
+    template <class U>
+    static constexpr bool MovesAsBytes()
     {
-        auto i = a.begin();
-        auto j = b.begin();
-        for (; i != a.end() && j != b.end(); ++i, ++j)
-        {
-            if (*i < *j)
-                return true;
-            if (*j < *i)
-                return false;
-        }
-        return i == a.end() && j != b.end();
+        return sizeof(U) == sizeof(xset);
     }
 
 private:

@@ -13,13 +13,17 @@
 // alternative is chosen by its index, or by its type where that occurs once. Moved as bytes by its containers. Asking
 // for an alternative that is not the current one is a broken invariant; what throws leaves the variant as it was.
 
+#include <klUtils/Compare.h>
+#include <klUtils/IsRelocatable.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/types.h>
 
 #include <algorithm>
+#include <compare>
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <tuple>
 #include <type_traits>
@@ -56,27 +60,31 @@ public:
     xvariant() : m_index(0) { ::new (Address()) Alternative<0>(); }
     template <class T>
     requires OccursOnce<T> xvariant(T value) : m_index(IndexOf<T>()) { ::new (Address()) T(std::move(value)); }
-    xvariant(const xvariant& other) : m_index(other.m_index)
-    {
-        other.Visit([this]<class T>(const T& value) { ::new (Address()) T(value); });
-    }
+    xvariant(const xvariant& other) : m_index(other.m_index) { CopyAlternative(other); }
     xvariant(xvariant&& other) noexcept((std::is_nothrow_move_constructible_v<As> && ...)) : m_index(other.m_index)
     {
         other.Visit([this]<class T>(T& value) { ::new (Address()) T(std::move(value)); });
     }
     ~xvariant() { DestroyAlternative(); }
-    xvariant& operator=(xvariant other) noexcept
+    xvariant& operator=(const xvariant& other)
+    {
+        if (this != &other)
+            other.Visit([this, &other]<class T>(const T& value)
+                        { Replace(other.m_index, [&value](void* place) { ::new (place) T(value); }); });
+        return *this;
+    }
+    xvariant& operator=(xvariant&& other) noexcept
     {
         swap(other);
         return *this;
     }
     void swap(xvariant& other) noexcept
     {
-        alignas(xvariant) char bytes[sizeof(xvariant)];
-        std::memcpy(bytes, static_cast<void*>(this), sizeof bytes);
-        std::memcpy(static_cast<void*>(this), static_cast<void*>(&other), sizeof bytes);
-        std::memcpy(static_cast<void*>(&other), bytes, sizeof bytes);
+        CheckRelocatable<xvariant>();
+        auto* const mine = reinterpret_cast<char*>(this);
+        std::swap_ranges(mine, mine + sizeof(xvariant), reinterpret_cast<char*>(&other));
     }
+    friend void swap(xvariant& a, xvariant& b) noexcept { a.swap(b); }
 
     int32 index() const { return m_index; }
 
@@ -131,14 +139,14 @@ public:
     Alternative<I>& Emplace(Args&&... args)
     {
         using T = Alternative<I>;
-        alignas(T) char fresh[sizeof(T)] = {};
-        if constexpr (std::is_constructible_v<T, Args...>)
-            ::new (static_cast<void*>(fresh)) T(std::forward<Args>(args)...);
-        else
-            ::new (static_cast<void*>(fresh)) T{std::forward<Args>(args)...}; // an aggregate
-        DestroyAlternative();
-        m_index = I;
-        std::memcpy(Address(), fresh, sizeof fresh);
+        Replace(I,
+                [&](void* place)
+                {
+                    if constexpr (std::is_constructible_v<T, Args...>)
+                        ::new (place) T(std::forward<Args>(args)...);
+                    else
+                        ::new (place) T{std::forward<Args>(args)...}; // an aggregate
+                });
         return *TryGet<I>();
     }
     template <class T, class... Args>
@@ -161,19 +169,34 @@ public:
 
     friend bool operator==(const xvariant& a, const xvariant& b)
     {
-        bool isEqual = a.m_index == b.m_index;
-        if (isEqual)
-            a.Visit([&]<class T>(const T& value) { isEqual = value == *static_cast<const T*>(b.Address()); });
-        return isEqual;
+        return CompareFor(Comparison<VALUES_EQUAL>(), a, b) == 0;
+    }
+    // By the index, then by the alternative.
+    friend std::weak_ordering operator<=>(const xvariant& a, const xvariant& b)
+    {
+        return CompareFor(Comparison<VALUES_ORDER>(), a, b) <=> 0;
+    }
+    template <EComparison C>
+    friend int CompareFor(Comparison<C> comparison, const xvariant& a, const xvariant& b)
+    {
+        int order = CompareScalars<C>(a.m_index, b.m_index);
+        if (order != 0)
+            return order;
+        if constexpr (!(IsScalarType<As> && ...))
+            if (IsStackLow()) // alternatives may hold variants of their own kind, nested to any depth
+            {
+                CallOnFreshSegment([&] { order = CompareFor(comparison, a, b); });
+                return order;
+            }
+        a.Visit([&]<class T>(const T& value)
+                { order = Compare<C>(value, *std::launder(static_cast<const T*>(b.Address()))); });
+        return order;
     }
 
-    // By the index, then by the alternative.
-    friend bool operator<(const xvariant& a, const xvariant& b)
+    template <class T>
+    static constexpr bool MovesAsBytes()
     {
-        bool isLess = a.m_index < b.m_index;
-        if (a.m_index == b.m_index)
-            a.Visit([&]<class T>(const T& value) { isLess = value < *static_cast<const T*>(b.Address()); });
-        return isLess;
+        return sizeof(T) == sizeof(xvariant) && (IsRelocatable<As> && ...);
     }
 
     // Where the alternatives lie, from the start of the variant.
@@ -188,6 +211,35 @@ private:
     static void VisitAs(Self& self, F& f, std::integer_sequence<int32, I...>)
     {
         static_cast<void>(((self.m_index == I && (f(*self.template TryGet<I>()), true)) || ...));
+    }
+
+    void CopyAlternative(const xvariant& other)
+    {
+        if constexpr (!(std::is_trivially_copyable_v<As> && ...))
+            if (IsStackLow()) // alternatives may hold variants of their own kind, nested to any depth
+                return CallOnFreshSegment([&] { CopyAlternative(other); });
+        other.Visit([this]<class T>(const T& value) { ::new (Address()) T(value); });
+    }
+
+    // A fresh alternative takes the place of the current one, to which what make(place) makes it of may refer: it is
+    // made elsewhere, on the stack where that is small.
+    template <class Make>
+    void Replace(int32 index, Make make)
+    {
+        CheckRelocatable<xvariant>();
+        constexpr std::size_t size = sizeof m_value;
+        constexpr bool isSmall = size <= 256;
+        alignas(std::max_align_t) char small[isSmall ? size : 1];
+        std::unique_ptr<char[]> large;
+        if constexpr (!isSmall)
+            large.reset(new char[size]);
+        char* const fresh = isSmall ? small : large.get();
+        if constexpr (isSmall)
+            std::memset(small, 0, size); // what the alternative leaves of it is copied, too
+        make(static_cast<void*>(fresh));
+        DestroyAlternative();
+        m_index = index;
+        std::memcpy(Address(), fresh, size);
     }
 
     void DestroyAlternative() noexcept

@@ -3,6 +3,7 @@
 // What a class description lists: fields and options. KELM_MODEL, KELM_FIELD and KELM_MODEL_OF make the fields.
 
 #include <klObject/describe/FieldType.h>
+#include <klUtils/IsRelocatable.h>
 #include <klUtils/types.h>
 
 #include <array>
@@ -102,6 +103,43 @@ struct MemberList
         return (Ms::CheckModel(check) && ...);
     }
 
+    // Whether the class T has no members but these (and a virtual table, and padding), and all can be moved as bytes.
+    template <class T>
+    static constexpr bool IsRelocatableClass(const std::array<Member, NumMembers>& members)
+    {
+        struct Extent
+        {
+            ssize_t m_size;
+            ssize_t m_alignment;
+            bool m_isRelocatable;
+        };
+        constexpr auto extentOf = []<class M>(const M*) -> Extent
+        {
+            if constexpr (requires { typename M::FieldTypeOf::Value; })
+            {
+                using Value = std::remove_cv_t<typename M::FieldTypeOf::Value>;
+                return {sizeof(Value), alignof(Value), IsRelocatable<Value>};
+            }
+            return {0, 1, true};
+        };
+        constexpr std::array<Extent, NumMembers> extents = {extentOf(static_cast<const Ms*>(nullptr))...};
+
+        ssize_t end = std::is_polymorphic_v<T> ? sizeof(void*) : 0;
+        for (;;) // from member to member, by their offsets
+        {
+            std::size_t next = NumMembers;
+            for (std::size_t i = 0; i < NumMembers; ++i)
+                if (extents[i].m_size > 0 && members[i].m_offset >= end &&
+                    (next == NumMembers || members[i].m_offset < members[next].m_offset))
+                    next = i;
+            if (next == NumMembers)
+                return static_cast<ssize_t>(sizeof(T)) - end < static_cast<ssize_t>(alignof(T));
+            if (!extents[next].m_isRelocatable || members[next].m_offset - end >= extents[next].m_alignment)
+                return false;
+            end = members[next].m_offset + extents[next].m_size;
+        }
+    }
+
     std::array<Member, NumMembers> m_members;
 };
 
@@ -110,5 +148,12 @@ constexpr MemberList<Ms...> ListMembers(const Ms&... members)
 {
     return {{static_cast<const Member&>(members)...}};
 }
+
+// A described class moves as bytes if its description tells of all that is in it, and all of that does.
+template <Described T>
+requires(std::derived_from<Description<T>, ClassDescription> &&
+         !AnswersIsRelocatable<T>) inline constexpr bool IsRelocatable<T> =
+    std::is_trivially_copyable_v<T> ||
+    decltype(Description<T>::Members())::template IsRelocatableClass<T>(Description<T>::Members().m_members);
 
 } // namespace kelm

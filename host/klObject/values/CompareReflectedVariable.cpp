@@ -8,6 +8,7 @@
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/private/CheckedType.h>
 #include <klObject/values/private/ScalarTypes.h>
+#include <klUtils/Compare.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/xvector.h>
@@ -15,8 +16,8 @@
 #include <cstring>
 #include <vector>
 
-// One walk over two variables serves both questions. It ends at the first difference; the sign of its result is the
-// order of the variables there (or says no more than that they differ, where equality alone was asked for).
+// One walk over two variables serves all questions (Compare.h). It ends at the first difference; the sign of its result
+// is the order of the variables there (or says no more than that they differ, where equality alone was asked for).
 
 namespace kelm
 {
@@ -25,12 +26,6 @@ namespace
 {
 
 constexpr ConstStringZ s_sourceFile = "host/klObject/values/CompareReflectedVariable";
-
-enum EQuestion
-{
-    QUESTION_EQUAL,
-    QUESTION_ORDER,
-};
 
 // Variables of one type, side by side.
 struct Operand
@@ -41,12 +36,24 @@ struct Operand
     Operand At(ReflectionByteCode type, ssize_t offset) const { return {type, m_data + offset}; }
 };
 
-int CompareElements(EQuestion question, Operand a, Operand b, ssize_t count);
+int CompareElements(EComparison question, Operand a, Operand b, ssize_t count);
 
-template <class T>
-int Compare(const T& a, const T& b)
+constexpr bool IsEquality(EComparison question)
 {
-    return a < b ? -1 : b < a;
+    return question == VALUES_EQUAL || question == KEYS_EQUAL;
+}
+
+// The same question asked of the keys of what is compared.
+constexpr EComparison OfKeys(EComparison question)
+{
+    return IsEquality(question) ? KEYS_EQUAL : KEYS_ORDER;
+}
+
+// The order of what is always there and never a NaN.
+template <class T>
+int Order(const T& a, const T& b)
+{
+    return Compare<VALUES_ORDER>(a, b);
 }
 
 // Calls compare(i) for each i below `count` up to the first difference.
@@ -59,45 +66,49 @@ int CompareEach(ssize_t count, CompareAt compareAt)
     return 0;
 }
 
-// Values that have both operators. A NaN is neither equal to anything nor less.
-template <class T>
-int CompareValues(EQuestion question, const T& a, const T& b)
-{
-    if (question == QUESTION_EQUAL)
-        return a == b ? 0 : 1;
-    return Compare(a, b);
-}
-
-template <class T>
-int CompareScalars(EQuestion question, const char* a, const char* b, ssize_t count)
+template <EComparison C, class T>
+int CompareValues(const char* a, const char* b, ssize_t count)
 {
     constexpr auto size = static_cast<ssize_t>(sizeof(T));
-    return CompareEach(count, [&](ssize_t i)
-                       { return CompareValues(question, LoadScalar<T>(a + i * size), LoadScalar<T>(b + i * size)); });
+    if constexpr (IsScalarType<T>)
+        return CompareEach(count, [&](ssize_t i)
+                           { return CompareScalars<C>(LoadScalar<T>(a + i * size), LoadScalar<T>(b + i * size)); });
+    else
+        return CompareEach(count,
+                           [&](ssize_t i) {
+                               return Compare<C>(*reinterpret_cast<const T*>(a + i * size),
+                                                 *reinterpret_cast<const T*>(b + i * size));
+                           });
 }
 
+// Side by side, of a type that C++ code compares as it is.
 template <class T>
-int CompareStrings(EQuestion question, const char* a, const char* b, ssize_t count)
+int CompareValues(EComparison question, const char* a, const char* b, ssize_t count)
 {
-    return CompareEach(
-        count, [&](ssize_t i)
-        { return CompareValues(question, reinterpret_cast<const T*>(a)[i], reinterpret_cast<const T*>(b)[i]); });
+    switch (question)
+    {
+    case VALUES_EQUAL: return CompareValues<VALUES_EQUAL, T>(a, b, count);
+    case VALUES_ORDER: return CompareValues<VALUES_ORDER, T>(a, b, count);
+    case KEYS_EQUAL: return CompareValues<KEYS_EQUAL, T>(a, b, count);
+    case KEYS_ORDER: return CompareValues<KEYS_ORDER, T>(a, b, count);
+    }
+    return 0;
 }
 
 // What a type's own operations answer, for a class or variant that has those that the question needs.
-bool HasOwnAnswer(EQuestion question, const TypeOps* ops)
+bool HasOwnAnswer(EComparison question, const TypeOps* ops)
 {
-    return ops != nullptr && (question == QUESTION_EQUAL ? ops->m_equalsFn : ops->m_lessFn) != nullptr;
+    return ops != nullptr && (IsEquality(question) ? ops->m_equalsFn : ops->m_lessFn) != nullptr;
 }
 
-int CompareByOps(EQuestion question, const TypeOps& ops, const char* a, const char* b)
+int CompareByOps(EComparison question, const TypeOps& ops, const char* a, const char* b)
 {
-    if (question == QUESTION_EQUAL)
+    if (IsEquality(question))
         return ops.m_equalsFn(a, b) ? 0 : 1;
     return ops.m_lessFn(a, b) ? -1 : ops.m_lessFn(b, a);
 }
 
-int CompareClasses(EQuestion question, const Operand& a, const Operand& b, ssize_t count)
+int CompareClasses(EComparison question, const Operand& a, const Operand& b, ssize_t count)
 {
     const ReflectedClass& rc = GetClass(a.m_type, s_sourceFile);
     if (HasOwnAnswer(question, rc.m_ops))
@@ -125,18 +136,24 @@ int CompareClasses(EQuestion question, const Operand& a, const Operand& b, ssize
                        });
 }
 
-int CompareVariant(EQuestion question, const ReflectedVariant& rv, const Operand& a, const Operand& b)
+int CompareVariant(EComparison question, const ReflectedVariant& rv, const Operand& a, const Operand& b)
 {
-    if (HasOwnAnswer(question, rv.m_ops))
-        return CompareByOps(question, *rv.m_ops, a.m_data, b.m_data);
-    if (const int order = Compare(LoadScalar<int32>(a.m_data), LoadScalar<int32>(b.m_data)))
+    const auto compareByOps = [&] { return CompareByOps(question, *rv.m_ops, a.m_data, b.m_data); };
+    const bool hasOwnAnswer = HasOwnAnswer(question, rv.m_ops);
+    if (hasOwnAnswer && question != OfKeys(question))
+        return compareByOps();
+    if (const int order = Order(LoadScalar<int32>(a.m_data), LoadScalar<int32>(b.m_data)))
         return order;
     const ReflectedField& alternative = GetAlternative(rv, a.m_data, s_sourceFile);
-    const ReflectionByteCode type = GetAlternativeType(rv, alternative);
+    ReflectionByteCode type = GetAlternativeType(rv, alternative);
+    type.AdvanceToUnderlyingType2();
+    // A variant's own answer is one about values, where a NaN is no key.
+    if (hasOwnAnswer && GetTypeCode(type).m_kind != VK_SCALAR)
+        return compareByOps();
     return CompareElements(question, a.At(type, alternative.m_offset), b.At(type, alternative.m_offset), 1);
 }
 
-int CompareVariants(EQuestion question, const Operand& a, const Operand& b, ssize_t count)
+int CompareVariants(EComparison question, const Operand& a, const Operand& b, ssize_t count)
 {
     const ReflectedVariant& rv = GetVariant(a.m_type, s_sourceFile);
     return CompareEach(
@@ -144,12 +161,12 @@ int CompareVariants(EQuestion question, const Operand& a, const Operand& b, ssiz
         { return CompareVariant(question, rv, a.At(a.m_type, i * rv.m_size), b.At(b.m_type, i * rv.m_size)); });
 }
 
-int CompareVectors(EQuestion question, const Operand& a, const Operand& b)
+int CompareVectors(EComparison question, const Operand& a, const Operand& b)
 {
     const auto& bytesOfA = *reinterpret_cast<const VectorOfByte*>(a.m_data);
     const auto& bytesOfB = *reinterpret_cast<const VectorOfByte*>(b.m_data);
-    const int orderOfSizes = Compare(bytesOfA.size(), bytesOfB.size());
-    if (question == QUESTION_EQUAL && orderOfSizes != 0)
+    const int orderOfSizes = Order(bytesOfA.size(), bytesOfB.size());
+    if (IsEquality(question) && orderOfSizes != 0)
         return orderOfSizes;
     const ssize_t common = orderOfSizes < 0 ? bytesOfA.size() : bytesOfB.size();
     if (common == 0)
@@ -168,7 +185,7 @@ int CompareVectors(EQuestion question, const Operand& a, const Operand& b)
 // Maps and sets can only be walked from within: the entries of one are listed, those of the other compared with them.
 struct MapWalk
 {
-    EQuestion m_question;
+    EComparison m_question;
     ReflectionByteCode m_keyTypeOfA;
     ReflectionByteCode m_keyTypeOfB;
     ReflectionByteCode m_payloadTypeOfA; // null in a set
@@ -183,7 +200,7 @@ struct MapWalk
         if (walk.m_passed == walk.m_entriesOfA.size())
             return false;
         const MapEntry entry = walk.m_entriesOfA[walk.m_passed++];
-        walk.m_order = CompareElements(walk.m_question, {walk.m_keyTypeOfA, entry.m_key},
+        walk.m_order = CompareElements(OfKeys(walk.m_question), {walk.m_keyTypeOfA, entry.m_key},
                                        {walk.m_keyTypeOfB, static_cast<const char*>(key)}, 1);
         if (walk.m_order == 0 && walk.m_payloadTypeOfA.m_bc != nullptr)
             walk.m_order = CompareElements(walk.m_question, {walk.m_payloadTypeOfA, entry.m_payload},
@@ -197,15 +214,15 @@ int CompareEntries(MapWalk& walk, const Fns* fnsOfA, const Fns* fnsOfB, const Op
 {
     KELM_ASSERT(fnsOfA);
     KELM_ASSERT(fnsOfB);
-    const int orderOfCounts = Compare(fnsOfA->Count(a.m_data), fnsOfB->Count(b.m_data));
-    if (walk.m_question == QUESTION_EQUAL && orderOfCounts != 0)
+    const int orderOfCounts = Order(fnsOfA->Count(a.m_data), fnsOfB->Count(b.m_data));
+    if (IsEquality(walk.m_question) && orderOfCounts != 0)
         return orderOfCounts;
     walk.m_entriesOfA = ListEntries(*fnsOfA, a.m_data);
     fnsOfB->ForEach(b.m_data, MapWalk::CompareNext, &walk);
     return walk.m_order != 0 ? walk.m_order : orderOfCounts;
 }
 
-int CompareMapsOrSets(EQuestion question, const Operand& a, const Operand& b)
+int CompareMapsOrSets(EComparison question, const Operand& a, const Operand& b)
 {
     KELM_ASSERT(a.m_type.m_mapOrSetFns);
     KELM_ASSERT(b.m_type.m_mapOrSetFns);
@@ -225,8 +242,8 @@ int CompareMapsOrSets(EQuestion question, const Operand& a, const Operand& b)
 int CompareHandles(const Operand& a, const Operand& b, ssize_t i)
 {
     constexpr ssize_t size = sizeof(ptr<IObject>);
-    return Compare(reinterpret_cast<uint64>(LoadScalar<ptr<IObject>>(a.m_data + i * size).self()),
-                   reinterpret_cast<uint64>(LoadScalar<ptr<IObject>>(b.m_data + i * size).self()));
+    return Order(reinterpret_cast<uint64>(LoadScalar<ptr<IObject>>(a.m_data + i * size).self()),
+                 reinterpret_cast<uint64>(LoadScalar<ptr<IObject>>(b.m_data + i * size).self()));
 }
 
 // By identity in the store; objects that no store has seen by their addresses. Nothing is loaded.
@@ -236,16 +253,15 @@ int ComparePrefs(const Operand& a, const Operand& b, ssize_t i)
     const auto refA = LoadScalar<prefbase>(a.m_data + i * size);
     const auto refB = LoadScalar<prefbase>(b.m_data + i * size);
     const ObjectId id = refA.GetObjectId();
-    if (const int order = Compare(id, refB.GetObjectId()))
+    if (const int order = Order(id, refB.GetObjectId()))
         return order;
     if (id != 0)
         return 0;
-    return Compare(reinterpret_cast<uint64>(refA.GetLoaded().self()),
-                   reinterpret_cast<uint64>(refB.GetLoaded().self()));
+    return Order(reinterpret_cast<uint64>(refA.GetLoaded().self()), reinterpret_cast<uint64>(refB.GetLoaded().self()));
 }
 
 // Compares `count` variables of one type.
-int CompareElements(EQuestion question, Operand a, Operand b, ssize_t count)
+int CompareElements(EComparison question, Operand a, Operand b, ssize_t count)
 {
     if (IsStackLow())
     {
@@ -267,11 +283,11 @@ int CompareElements(EQuestion question, Operand a, Operand b, ssize_t count)
     case VK_SCALAR:
         return VisitScalarType(
             a.m_type.GetCode(),
-            [&]<class T>(std::type_identity<T>) { return CompareScalars<T>(question, a.m_data, b.m_data, count); },
+            [&]<class T>(std::type_identity<T>) { return CompareValues<T>(question, a.m_data, b.m_data, count); },
             [] { return 0; });
-    case VK_ENUM: return CompareScalars<int32>(question, a.m_data, b.m_data, count);
-    case VK_STRING8: return CompareStrings<xstring>(question, a.m_data, b.m_data, count);
-    case VK_STRING16: return CompareStrings<xstring16>(question, a.m_data, b.m_data, count);
+    case VK_ENUM: return CompareValues<int32>(question, a.m_data, b.m_data, count);
+    case VK_STRING8: return CompareValues<xstring>(question, a.m_data, b.m_data, count);
+    case VK_STRING16: return CompareValues<xstring16>(question, a.m_data, b.m_data, count);
     case VK_CLASS: return CompareClasses(question, a, b, count);
     case VK_VARIANT: return CompareVariants(question, a, b, count);
     case VK_VECTOR: return CompareEach(count, [&](ssize_t i) { return advance(i, CompareVectors); });
@@ -293,12 +309,12 @@ int CompareTypes(ReflectionByteCode a, ReflectionByteCode b)
         b.AdvanceToUnderlyingType2();
         if (a.m_bc == b.m_bc && a.m_stringTable == b.m_stringTable)
             return 0;
-        if (const int order = Compare<uint8>(a.GetCode(), b.GetCode()))
+        if (const int order = Order<uint8>(a.GetCode(), b.GetCode()))
             return order;
         const TypeCode& code = GetTypeCode(a);
         if (a.GetCode() == FT_ARRAY)
         {
-            if (const int order = Compare(a.GetArrayCount(), b.GetArrayCount()))
+            if (const int order = Order(a.GetArrayCount(), b.GetArrayCount()))
                 return order;
         }
         else if (code.m_operandBytes > 0)
@@ -319,10 +335,10 @@ int CompareTypes(ReflectionByteCode a, ReflectionByteCode b)
     }
 }
 
-int CompareVariables(EQuestion question, const Operand& a, const Operand& b)
+int CompareVariables(EComparison question, const Operand& a, const Operand& b)
 {
     if (a.m_type.m_bc == nullptr || b.m_type.m_bc == nullptr)
-        return Compare(a.m_type.m_bc != nullptr, b.m_type.m_bc != nullptr);
+        return Order(a.m_type.m_bc != nullptr, b.m_type.m_bc != nullptr);
     if (const int order = CompareTypes(a.m_type, b.m_type))
         return order;
     return CompareElements(question, a, b, 1);
@@ -330,16 +346,20 @@ int CompareVariables(EQuestion question, const Operand& a, const Operand& b)
 
 } // namespace
 
+int CompareReflectedVariables(EComparison question, ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2,
+                              const void* p2)
+{
+    return CompareVariables(question, {rbc1, static_cast<const char*>(p1)}, {rbc2, static_cast<const char*>(p2)});
+}
+
 bool CompareEqReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2, const void* p2)
 {
-    return CompareVariables(QUESTION_EQUAL, {rbc1, static_cast<const char*>(p1)},
-                            {rbc2, static_cast<const char*>(p2)}) == 0;
+    return CompareReflectedVariables(VALUES_EQUAL, rbc1, p1, rbc2, p2) == 0;
 }
 
 bool CompareLtReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2, const void* p2)
 {
-    return CompareVariables(QUESTION_ORDER, {rbc1, static_cast<const char*>(p1)},
-                            {rbc2, static_cast<const char*>(p2)}) < 0;
+    return CompareReflectedVariables(VALUES_ORDER, rbc1, p1, rbc2, p2) < 0;
 }
 
 } // namespace kelm

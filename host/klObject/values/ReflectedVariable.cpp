@@ -9,6 +9,7 @@
 #include <klUtils/xvector.h>
 
 #include <cstring>
+#include <memory>
 #include <new>
 
 // Everything here works on `count` variables of one type that lie side by side, so that the type is decided on once for
@@ -258,6 +259,34 @@ void ConstructReflectedVariable(ReflectionByteCode rbc, void* p)
 {
     if (rbc.m_bc != nullptr)
         ConstructElements(rbc, static_cast<char*>(p), 1);
+}
+
+void* SwitchAlternative(const ReflectedVariant& rv, int32 index, void* variant)
+{
+    KELM_ASSERT(0 <= index && index < rv.m_numFields);
+    const ReflectedField& alternative = rv.m_fields[index];
+    const ReflectionByteCode type = GetAlternativeType(rv, alternative);
+    char* const p = static_cast<char*>(variant);
+
+    // What was there is kept until the new value is whole; on the stack where it is small.
+    constexpr ssize_t smallSize = 256;
+    char small[smallSize];
+    std::unique_ptr<char[]> large;
+    if (rv.m_size > smallSize)
+        large.reset(new char[ToSize(rv.m_size)]);
+    char* const before = large != nullptr ? large.get() : small;
+    std::memcpy(before, p, ToSize(rv.m_size));
+    try
+    {
+        std::memcpy(p, &index, sizeof index);
+        ConstructElements(type, p + alternative.m_offset, 1);
+    }
+    catch (...)
+    {
+        std::memcpy(p, before, ToSize(rv.m_size));
+        throw;
+    }
+    return p + alternative.m_offset;
 }
 
 void DestructReflectedVariable(ReflectionByteCode rbc, void* p)

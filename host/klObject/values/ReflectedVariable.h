@@ -7,6 +7,7 @@
 
 #include <klObject/api.h>
 #include <klObject/types/ReflectionByteCode.h>
+#include <klUtils/Compare.h>
 #include <klUtils/types.h>
 #include <klUtils/xstring.h>
 
@@ -20,6 +21,10 @@ class VectorOfByte;
 // nothing is left constructed.
 KLOBJECT_API void ConstructReflectedVariable(ReflectionByteCode rbc, void* p);
 
+// Makes alternative `index` the current one of a variant variable, with a new value, and returns where that is. The
+// value held before is not destroyed: it is built over. When it throws, the variant is as it was.
+KLOBJECT_API void* SwitchAlternative(const ReflectedVariant& rv, int32 index, void* variant);
+
 // Destroys a variable. With a null byte code it does nothing.
 KLOBJECT_API void DestructReflectedVariable(ReflectionByteCode rbc, void* p);
 
@@ -28,11 +33,16 @@ KLOBJECT_API void DestructReflectedVariable(ReflectionByteCode rbc, void* p);
 // then by names, counts and element types. Otherwise by value: classes and variants by their type operations where they
 // have the one that is needed, or else classes field by field (dropped fields excepted) and variants by alternative,
 // then value; containers element by element; handles by the object that they designate, persistent references by its
-// identity, without loading it. A class of neither fields nor operations cannot be compared.
+// identity, without loading it. A class of neither fields nor operations cannot be compared. The keys of maps and the
+// elements of sets have a total order (Compare.h); other floats compare as C++ compares them.
 KLOBJECT_API bool CompareEqReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2,
                                              const void* p2);
 KLOBJECT_API bool CompareLtReflectedVariable(ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2,
                                              const void* p2);
+
+// The same, for any question that Compare.h knows.
+KLOBJECT_API int CompareReflectedVariables(EComparison question, ReflectionByteCode rbc1, const void* p1,
+                                           ReflectionByteCode rbc2, const void* p2);
 
 // Appends one default-constructed element to the vector or dynamic array at `vector` (three words) and returns its
 // address, which is valid until the next insertion.

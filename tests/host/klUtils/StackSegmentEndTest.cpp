@@ -24,6 +24,14 @@ struct Nested
     xvector<Nested> m_children;
 };
 
+} // namespace
+
+template <>
+inline constexpr bool IsRelocatable<Nested> = true;
+
+namespace
+{
+
 // Deep enough to need segments on any thread.
 Nested MakeDeep()
 {

@@ -142,6 +142,14 @@ struct Nested
     xvector<Nested> m_children;
 };
 
+} // namespace
+
+template <>
+inline constexpr bool IsRelocatable<Nested> = true;
+
+namespace
+{
+
 TEST(StackSegment, LetsADestructorRunToAnyDepth)
 {
     Nested chain;

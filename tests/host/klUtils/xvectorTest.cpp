@@ -69,6 +69,14 @@ private:
     }
 };
 
+} // namespace
+
+template <>
+inline constexpr bool IsRelocatable<Counted> = true;
+
+namespace
+{
+
 // The three words of any vector, as the reflection layer sees them.
 struct Words
 {
@@ -151,12 +159,23 @@ TEST(VectorOfByte, TooLargeForAnyMemoryThrowsAndIsUnchanged)
 TEST(VectorOfByte, ReservesExactlyAndOnlyUpwards)
 {
     VectorOfByte vector = MakeBytes("abc");
-    vector.reserve(50);
-    EXPECT_EQ(vector.capacity(), 50);
+    vector.reserve(150);
+    EXPECT_EQ(vector.capacity(), 150);
     vector.reserve(10);
     vector.reserve(-1);
-    EXPECT_EQ(vector.capacity(), 50);
+    EXPECT_EQ(vector.capacity(), 150);
     EXPECT_EQ(BytesOf(vector), "abc");
+}
+
+TEST(VectorOfByte, BeginsWith64BytesWhereItGrows)
+{
+    VectorOfByte vector;
+    vector.Extend(1);
+    EXPECT_EQ(vector.capacity(), 64);
+    xvector<int64> numbers;
+    numbers.push_back(1);
+    EXPECT_EQ(numbers.capacity(), 8);
+    EXPECT_EQ(xvector<int64>(numbers).capacity(), 1); // a copy has what it needs
 }
 
 TEST(VectorOfByte, GrowsByOneByteAtATimeInLinearTime)
@@ -365,6 +384,14 @@ struct Nested
 {
     xvector<Nested> m_children;
 };
+
+} // namespace
+
+template <>
+inline constexpr bool IsRelocatable<Nested> = true;
+
+namespace
+{
 
 Nested MakeChain(int depth)
 {

@@ -68,7 +68,17 @@ struct Fragile
     int m_id;
 };
 
+struct Nest
+{
+    xmap<int, Nest> m_inner;
+};
+
 } // namespace
+
+template <>
+inline constexpr bool IsRelocatable<Fragile> = true;
+template <>
+inline constexpr bool IsRelocatable<Nest> = true;
 
 TEST(Xmap, IsOneWordThatIsNullWhileEmpty)
 {
@@ -326,10 +336,6 @@ TEST(Xmap, IsUnchangedWhereThereIsNoMemory)
 
 TEST(Xmap, DestroysMapsNestedToAnyDepth)
 {
-    struct Nest
-    {
-        xmap<int, Nest> m_inner;
-    };
     Nest nest;
     for (int depth = 0; depth < s_nesting / 5; ++depth)
     {

@@ -98,6 +98,17 @@ struct Tree
     xstring m_name;
 };
 
+} // namespace
+} // namespace kelm::test
+
+template <>
+inline constexpr bool kelm::IsRelocatable<kelm::test::Tree> = true;
+
+namespace kelm::test
+{
+namespace
+{
+
 // Number, handle or handles.
 struct Choice
 {

@@ -17,6 +17,14 @@ struct Nested
     kelm::xvector<Nested> m_children;
 };
 
+} // namespace
+
+template <>
+inline constexpr bool kelm::IsRelocatable<Nested> = true;
+
+namespace
+{
+
 Nested MakeDeep()
 {
     Nested chain;
