@@ -113,7 +113,8 @@ def check_instructions(instructions, limits):
 INK = "#222222"
 FAINT = "#d8d8d8"
 GREY = "#777777"
-COLOURS = ["#1b6ca8", "#d1495b", "#e29c1e", "#4a8f4f", "#7d5ba6", "#5f6b73", "#2a9d9d", "#a05a2c"]
+COLOURS = ["#1b6ca8", "#d1495b", "#e29c1e", "#4a8f4f", "#7d5ba6", "#5f6b73", "#2a9d9d", "#a05a2c", "#111111",
+           "#c77dba", "#8aa000", "#4059ad"]
 
 
 class Svg:
