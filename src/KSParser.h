@@ -62,46 +62,6 @@ public:
     // One expression, converted; only the double instance exists. KSValueException becomes LexScannerException here.
     template <class T>
     T ParseValue(bool allowExplicitConversions);
-
-private:
-    struct BuiltIn;
-    friend struct BuiltInTable;
-
-    void EvaluateExpression(KSValue& literal);
-    void EvaluateBinary(KSValue& literal, int level);
-    void EvaluateRightOperand(KSValue& literal, const PlainNumber& number);
-    bool EvaluatePlainNumber(KSValue& literal);
-    void EvaluateUnary(KSValue& literal);
-    void EvaluatePrimary(KSValue& literal);
-    void FinishExpression(KSValue& literal);
-    void FinishConditional(KSValue& literal);
-    void FinishPostfix(KSValue& literal);
-    void ParseAssignments(KSValue& literal);
-    void ParseBranches(KSValue& literal);
-    void ParseBinaryOperators(KSValue& literal, int level);
-    void ParseOtherPrimary(KSValue& literal);
-    void ParseParentheses(KSValue& literal);
-    void ParsePrefix(KSValue& literal);
-    void ParsePostfix(KSValue& literal);
-    void ParseCall(KSValue& literal);
-    void ParseSubscript(KSValue& literal);
-    void ParseMember(KSValue& literal);
-
-    template <bool Value>
-    void EvaluateConstant(KSValue& literal);
-    void EvaluateLen(KSValue& literal);
-    template <EKSValue Tag>
-    void EvaluateTypeTest(KSValue& literal);
-    void EvaluateBool(KSValue& literal);
-    void EvaluateChar(KSValue& literal);
-    void EvaluateInt(KSValue& literal);
-    void EvaluateDouble(KSValue& literal);
-    void EvaluateString(KSValue& literal);
-    template <double (*Function)(double)>
-    void EvaluateFunction(KSValue& literal);
-    void EvaluateLog(KSValue& literal);
-
-    [[noreturn]] void ThrowUnexpectedToken() const;
 };
 
 template <>

@@ -1,15 +1,15 @@
 #include <klKelmScript/ParseFieldPath.h>
 
 #include <klKelmScript/klKelmScript.h>
-#include <klKelmScript/private/PlainPath.h>
-#include <klObject/objects/prefbase.h>
+#include <klKelmScript/private/PathWalk.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
-#include <klPersistStore/ReadBarrier.h>
+#include <klObject/types/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
-#include <klUtils/xostream.h>
-#include <klUtils/xvector.h>
+#include <klUtils/MessageOf.h>
+#include <klUtils/text/private/Messages.h>
+#include <klUtils/text/private/TypedReads.h>
 
 #include <atomic>
 #include <iterator>
@@ -60,12 +60,75 @@ struct ImpossibleTypes
 
 constexpr ImpossibleTypes s_impossible;
 
-std::atomic<ssize_t> s_growthLimit = std::numeric_limits<ssize_t>::max();
-
-void RequirePossibleType(ETypeByteCode code)
+[[gnu::noinline]] void RequirePossibleType(ETypeByteCode code)
 {
     if (const ConstStringZ condition = s_impossible.m_conditions[code])
         ThrowKelmAssertionError(condition, s_sourceFile, __LINE__);
+}
+
+[[gnu::noinline]] ReflectionByteCode GetUnderlyingType(ReflectionByteCode type)
+{
+    const bool isConst = (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0;
+    KELM_ASSERT(!isConst);
+    return type;
+}
+
+// The underlying type, which most types are themselves.
+[[gnu::always_inline]] inline ReflectionByteCode GetUnqualifiedType(const ReflectionByteCode& type)
+{
+    KELM_ASSERT(type.m_bc);
+    return s_typeCodes[type.GetCode()].m_passedAs == 0 ? type : GetUnderlyingType(type);
+}
+
+// The entry of a model field that the class lists itself and that is present, or null.
+[[gnu::always_inline]] inline const FieldEntry* FindEntry(const ReflectedClass& rc, const text::NameKey& name)
+{
+    const FieldIndex* const index = GetFieldIndex(rc);
+    if (index == nullptr) [[unlikely]]
+        return nullptr;
+    const FieldEntry* const entry = name.IsShort() ? index->m_fields.FindShort(name.m_word, name.m_text.size())
+                                                   : index->m_fields.FindLong(name.m_text);
+    return entry != nullptr && entry->m_field != nullptr ? entry : nullptr;
+}
+
+// A model field of a class, and which class lists it where inside; null where there is none.
+struct Field
+{
+    const ReflectedModelField* m_field = nullptr;
+    ClassModel m_model;
+};
+
+// Of the name's first field.
+[[gnu::noinline]] Field FindField(const ReflectedClass& rc, SubString name)
+{
+    KELM_ASSERT(rc.m_modelFields);
+    const ClassModel model = FindClassModel(rc);
+    const ssize_t i = FindModelField(*model.m_class, name);
+    return {i >= 0 ? &model.m_class->m_modelFields[i] : nullptr, model};
+}
+
+// Of a class that embeds a model which has been looked up before.
+[[gnu::noinline]] Field FindEmbeddedField(const ReflectedClass& rc, SubString name)
+{
+    const FieldIndex* const index = GetFieldIndex(rc);
+    const ReflectedClass* const embedded =
+        index != nullptr ? index->m_embeddedModel.load(std::memory_order_acquire) : nullptr;
+    const FieldEntry* const entry = embedded != nullptr ? FindEntry(*embedded, text::NameKey(name)) : nullptr;
+    return entry != nullptr ? Field{entry->m_field, {embedded, rc.m_modelFields[0].m_offset}} : Field{};
+}
+
+constinit std::atomic<ssize_t> s_growthLimit = std::numeric_limits<ssize_t>::max();
+
+// The bytes up to the end of that element; more than there can be where that is no number.
+ssize_t GetBytesUpTo(ssize_t index, ssize_t elementSize)
+{
+    ssize_t bytes = 0;
+    return __builtin_mul_overflow(index + 1, elementSize, &bytes) ? std::numeric_limits<ssize_t>::max() : bytes;
+}
+
+[[gnu::noinline]] void Grow(VectorOfByte& V, ssize_t size)
+{
+    V.resize(size);
 }
 
 } // namespace
@@ -75,25 +138,347 @@ ssize_t SetPathGrowthLimit(ssize_t numOctets)
     return s_growthLimit.exchange(numOctets, std::memory_order_relaxed);
 }
 
-// --- The position ----------------------------------------------------------------------------------------------------
+// --- The walk --------------------------------------------------------------------------------------------------------
+
+inline bool PathWalk::TryReadFirstToken()
+{
+    return m_cursor.TryNextOperator<'.'>() || Fail(Fault::NotScanned);
+}
+
+// Classes and variables alternate: a step to a field of a class reaches a variable, and following that ends the walk or
+// reaches the next class. A loop, so that a path may be of any length.
+inline bool PathWalk::TryWalk(const ReflectedClass* rc)
+{
+    m_class = rc;
+    State state = rc != nullptr ? State::AtInstance : State::AtVariable;
+    while (true)
+    {
+        if (state == State::AtInstance)
+            state = m_cursor.Is(TOKEN_DOT) ? StepToField() : State::Over;
+        else if (state == State::AtVariable)
+            state = FollowVariable();
+        else
+            return state == State::Over;
+    }
+}
+
+// From an instance, past the dot, to the model field that is named, and on where that leads to a class.
+inline PathWalk::State PathWalk::StepToField()
+{
+    const text::NameKey name = m_cursor.GuessName();
+    const FieldEntry* const entry = FindEntry(*m_class, name);
+    if (entry == nullptr) [[unlikely]]
+        return StepToOtherField(name);
+    m_cursor.AcceptName(name);
+    if (!m_cursor.TryNextOperator<'.', '['>()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    MoveTo(*entry->m_field, {m_class, 0});
+    if (m_isWatched) [[unlikely]]
+        return State::AtVariable;
+    const FieldLead lead = entry->m_lead;
+    if (lead == FieldLead::Other)
+        return State::AtVariable;
+    if (lead == FieldLead::Value || (lead == FieldLead::Instances && !m_cursor.Is(TOKEN_LEFT_SQUARE)))
+        return State::Over;
+    const ReflectedClass* const rc = entry->GetLeadClass(*GetFieldIndex(*m_class));
+    if (rc == nullptr) [[unlikely]]
+        return State::AtVariable;
+    if (lead == FieldLead::Instances && rc->m_size <= 0) [[unlikely]]
+        return State::AtVariable;
+    m_class = rc;
+    return lead == FieldLead::Instance ? State::AtInstance : StepIntoVector(m_rbc, rc);
+}
+
+// The same for a field that the class does not list itself, or that is not among those that are looked for first.
+inline PathWalk::State PathWalk::StepToOtherField(const text::NameKey& name)
+{
+    const ReflectedClass& rc = *m_class;
+    Field found = FindEmbeddedField(rc, name.m_text);
+    if (found.m_field != nullptr)
+    {
+        m_cursor.AcceptName(name);
+    }
+    else
+    {
+        if (!m_cursor.TryNext())
+            return Fail(Fault::NotScanned);
+        if (!m_cursor.Is(TOKEN_IDENTIFIER))
+            return Fail(Fault::Expected, "identifier");
+        found = FindField(rc, m_cursor.GetText());
+        if (found.m_field == nullptr)
+            return Fail(Fault::UnknownField, rc.m_name);
+    }
+    if (!m_cursor.TryNextOperator<'.', '['>()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    const ReflectedModelField& rf = *found.m_field;
+    KELM_ASSERT(rf.m_rsn2 == -1);
+    MoveTo(rf, found.m_model);
+    return State::AtVariable;
+}
+
+inline void PathWalk::MoveTo(const ReflectedModelField& rf, const ClassModel& model)
+{
+    m_data += model.m_offset + rf.m_offset;
+    m_rbc = {rf.m_bc, model.m_class->m_stringTable, rf.m_mapOrSetFns};
+}
+
+// From a variable of any type, along an index or a handle.
+inline PathWalk::State PathWalk::FollowVariable()
+{
+    RaiseBarrier();
+    KELM_ASSERT(m_data);
+    const ReflectionByteCode type = GetUnqualifiedType(m_rbc);
+    switch (type.GetCode())
+    {
+    case FT_CLASS:
+    {
+        m_rbc = type;
+        const ReflectedClass* const rc = TryFindReflectedClass(ReflectionByteCode(type).GetName());
+        KELM_ASSERT(rc);
+        m_class = rc;
+        return State::AtInstance;
+    }
+    case FT_ARRAY: return m_cursor.Is(TOKEN_LEFT_SQUARE) ? StepIntoArray(type) : State::Over;
+    case FT_DYNARRAY: return m_cursor.Is(TOKEN_LEFT_SQUARE) ? StepIntoDynArray(type) : State::Over;
+    case FT_VECTOR: return m_cursor.Is(TOKEN_LEFT_SQUARE) ? StepIntoVector(type, nullptr) : State::Over;
+    case FT_PREF:
+    case FT_CREF:
+        if (!m_cursor.Is(TOKEN_DOT))
+            return State::Over;
+        return StepThroughHandle(type, GetTarget(*reinterpret_cast<const prefbase*>(m_data)));
+    case FT_INTERFACE_POINTER:
+        if (!m_cursor.Is(TOKEN_DOT))
+            return State::Over;
+        return StepThroughHandle(type, *reinterpret_cast<const ptr<IObject>*>(m_data));
+    default: RequirePossibleType(type.GetCode()); return State::Over; // a value
+    }
+}
+
+inline PathWalk::State PathWalk::StepIntoArray(const ReflectionByteCode& type)
+{
+    if (!m_cursor.TryNextNumber()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    const int32 arraySize = ReflectionByteCode(type).GetArrayCount();
+    m_rbc = ReflectionByteCode(type).GetElementType();
+    KELM_ASSERT(arraySize > 0);
+    const ssize_t elementSize = GetSize(m_rbc);
+    int32 index = 0;
+    if (!TryReadIndex(index)) [[unlikely]]
+        return State::Failed;
+    if (index < 0 || index >= arraySize) [[unlikely]]
+        return Fail(Fault::IndexOutOfRange, "Array", index);
+    if (!TryPassRightSquare()) [[unlikely]]
+        return State::Failed;
+    m_data += index * elementSize;
+    return State::AtVariable;
+}
+
+// With a class of positive size, this leads to an instance of that; without, to an element that may be of any type.
+inline PathWalk::State PathWalk::StepIntoVector(const ReflectionByteCode& type, const ReflectedClass* elementClass)
+{
+    if (!m_cursor.TryNextNumber()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    m_rbc = type.GetTypeBehindByte();
+    const ssize_t elementSize = elementClass != nullptr ? elementClass->m_size : GetSize(m_rbc);
+    if (elementClass == nullptr)
+        KELM_ASSERT(elementSize > 0);
+    VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
+    const ssize_t size = V.size() / elementSize;
+    KELM_ASSERT(V.size() % elementSize == 0);
+    KELM_ASSERT(size >= 0);
+    int32 index = 0;
+    if (!TryReadIndex(index)) [[unlikely]]
+        return State::Failed;
+    if (index < 0 || index >= size) [[unlikely]]
+        return Fail(Fault::IndexOutOfRange, "Vector", index);
+    if (!TryPassRightSquare()) [[unlikely]]
+        return State::Failed;
+    m_data = V.data() + index * elementSize;
+    return elementClass != nullptr ? State::AtInstance : State::AtVariable;
+}
+
+// A dynamic array is written with two opening brackets and one closing, and grows to hold whatever index is asked for.
+inline PathWalk::State PathWalk::StepIntoDynArray(const ReflectionByteCode& type)
+{
+    if (!m_cursor.TryNextOperator<'['>()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    m_rbc = type.GetTypeBehindByte();
+    const ssize_t elementSize = GetSize(m_rbc);
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE)) [[unlikely]]
+        return Fail(Fault::Expected, "[");
+    if (!m_cursor.TryNextNumber()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    int32 index = 0;
+    if (!TryReadIndex(index)) [[unlikely]]
+        return State::Failed;
+    if (index < 0) [[unlikely]]
+        return Fail(Fault::IndexOutOfRange, "Array", index);
+    VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
+    const ssize_t bytes = GetBytesUpTo(index, elementSize);
+    const bool grows = bytes - elementSize >= V.size();
+    if (grows && bytes > s_growthLimit.load(std::memory_order_relaxed)) [[unlikely]]
+        return Fail(Fault::IndexOutOfRange, "Array", index);
+    if (!TryPassRightSquare()) [[unlikely]]
+        return State::Failed;
+    if (grows)
+        Grow(V, bytes);
+    m_data = V.data() + (bytes - elementSize);
+    return State::AtVariable;
+}
+
+// The dot is left for the step to a field of the object reached.
+inline PathWalk::State PathWalk::StepThroughHandle(const ReflectionByteCode& type, const ptr<IObject>& target)
+{
+    m_rbc = type;
+    m_obj = target;
+    if (!m_obj) [[unlikely]]
+        return Fail(Fault::NullDereference);
+    const ReflectedClass* const rc = m_obj.GetReflectedClass();
+    KELM_ASSERT(rc);
+    m_data = static_cast<char*>(m_obj.self());
+    m_class = rc;
+    LookWhetherWatched();
+    return State::AtInstance;
+}
+
+inline bool PathWalk::TryReadIndex(int32& index)
+{
+    const bool isNegative = m_cursor.Is(TOKEN_MINUS);
+    if ((isNegative || m_cursor.Is(TOKEN_PLUS)) && !m_cursor.TryNext()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    if (!m_cursor.Is(TOKEN_INTEGER) && !m_cursor.Is(TOKEN_HEX_INTEGER)) [[unlikely]]
+        return Fail(Fault::Expected, text::s_typeName<int32>);
+    uint64 magnitude = 0;
+    if (!m_cursor.GetUnsigned(magnitude) || !text::ToInteger(magnitude, isNegative, index)) [[unlikely]]
+        return Fail(isNegative ? Fault::NegativeIndexOutOfType : Fault::IndexOutOfType);
+    return m_cursor.TryNextOperator<']'>() || Fail(Fault::NotScanned);
+}
+
+inline bool PathWalk::TryPassRightSquare()
+{
+    if (!m_cursor.Is(TOKEN_RIGHT_SQUARE)) [[unlikely]]
+        return Fail(Fault::Expected, "]");
+    return m_cursor.TryNextOperator<'.', '['>() || Fail(Fault::NotScanned);
+}
+
+// Of a variable; most types are known by their code, or as a class.
+inline ssize_t PathWalk::GetSize(const ReflectionByteCode& type)
+{
+    const ssize_t size = s_typeCodes[type.GetCode()].m_size;
+    if (size != TypeCode::SizeVaries)
+        return size;
+    ReflectionByteCode copy = type;
+    const ReflectedClass* const rc = copy.GetCode() == FT_CLASS ? TryFindReflectedClass(copy.GetName()) : nullptr;
+    return rc != nullptr && rc->m_size > 0 ? rc->m_size : copy.GetTypeSize();
+}
+
+// --- Who could look --------------------------------------------------------------------------------------------------
+
+inline void PathWalk::RaiseBarrier()
+{
+    if (!m_isWatched) [[likely]]
+        return;
+    KELM_ASSERT(m_obj);
+    if (m_navigator == nullptr)
+    {
+        DataSourceReadBarrier(m_data, m_obj, nullptr);
+        LookWhetherWatched();
+        return;
+    }
+    ExpressionPathNavigator& navigator = *m_navigator;
+    PathWalk(*this).Show();
+    navigator.ReadBarrier();
+    *this = PathWalk(navigator);
+}
+
+inline ptr<IObject> PathWalk::GetTarget(const prefbase& reference)
+{
+    const ptr<IObject> loaded = reference.GetLoaded();
+    if (loaded) [[likely]]
+        return loaded;
+    if (m_navigator == nullptr)
+        return reference.Get();
+    ExpressionPathNavigator& navigator = *m_navigator;
+    PathWalk(*this).Show();
+    const ptr<IObject> target = reference.Get();
+    *this = PathWalk(navigator);
+    return target;
+}
+
+void PathWalk::Show() const
+{
+    if (m_navigator == nullptr)
+        return;
+    m_cursor.StoreIn(m_navigator->m_parser);
+    m_navigator->m_obj = m_obj;
+    m_navigator->m_rbc = m_rbc;
+    m_navigator->m_data = m_data;
+}
+
+// Said of a token.
+[[gnu::noinline]] text::ScanFailure PathWalk::Describe(Problem problem, LSToken token)
+{
+    switch (problem.m_fault)
+    {
+    case Fault::None:
+    case Fault::NotScanned: break;
+    case Fault::Expected: return {text::ExpectedMessage(problem.m_subject, token), token};
+    case Fault::IndexOutOfType:
+    case Fault::NegativeIndexOutOfType:
+    {
+        const bool isNegative = problem.m_fault == Fault::NegativeIndexOutOfType;
+        return {text::OutOfRangeMessage(isNegative, token, text::s_typeName<int32>), token};
+    }
+    case Fault::UnknownField:
+        return {MessageOf("Identifier ", token.m_str, " is not a model field of class ", problem.m_subject), token};
+    case Fault::IndexOutOfRange:
+        return {MessageOf(problem.m_subject, " index ", problem.m_index, " out of range"), token};
+    case Fault::NullDereference: return {"null dereference", token};
+    }
+    __builtin_unreachable();
+}
+
+// --- The navigator ---------------------------------------------------------------------------------------------------
 
 ExpressionPathNavigator::ExpressionPathNavigator(ExpressionParser& parser, ptr<IObject> obj, EPathNavigatorMode mode)
     : m_parser(parser), m_mode(mode), m_obj(obj), m_data(static_cast<char*>(obj.self()))
 {
-    const SubString text(m_parser.m_token.m_str.m_p1, m_parser.m_str.m_p2);
-    PlainPath path(text);
-    if (!text.empty() && path.TryWalk(obj, ReadAccess()))
-    {
-        m_parser.ContinueBehind(path.FindLastToken());
-        m_obj = path.m_obj;
-        m_rbc = path.m_rbc;
-        m_data = path.m_data;
-        return;
-    }
     KELM_ASSERT(m_data);
     const ReflectedClass* const rc = m_obj.GetReflectedClass();
     KELM_ASSERT(rc);
-    NavigateReflectedClassInstance(*rc);
+    Walk(rc);
+}
+
+void ExpressionPathNavigator::NavigateReflectedClassInstance(const ReflectedClass& rc)
+{
+    KELM_ASSERT(m_data);
+    Walk(&rc);
+}
+
+void ExpressionPathNavigator::NavigateReflectedVariable()
+{
+    Walk(nullptr);
+}
+
+// From an instance of that class, or, without one, from a variable.
+void ExpressionPathNavigator::Walk(const ReflectedClass* rc)
+{
+    PathWalk walk(*this);
+    bool isGood = false;
+    try
+    {
+        isGood = walk.TryWalk(rc);
+    }
+    catch (...)
+    {
+        PathWalk(walk).Show();
+        throw;
+    }
+    PathWalk(walk).Show();
+    if (isGood)
+        return;
+    const text::ScanFailure failure = walk.GetFailure();
+    throw LexScannerException(failure.m_message, failure.m_token);
 }
 
 void ExpressionPathNavigator::ReadBarrier() const
@@ -110,172 +495,7 @@ void* ExpressionPathNavigator::GetFieldAddress() const
 
 ReflectionByteCode ExpressionPathNavigator::GetFieldType() const
 {
-    KELM_ASSERT(m_rbc.m_bc);
-    ReflectionByteCode type = m_rbc;
-    const bool isConst = (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0;
-    KELM_ASSERT(!isConst);
-    return type;
-}
-
-// --- The walk --------------------------------------------------------------------------------------------------------
-
-// Classes and variables alternate: a step to a field of a class reaches a variable, and walking that ends the walk or
-// reaches the next class. A loop, so that a path may be of any length.
-void ExpressionPathNavigator::NavigateReflectedClassInstance(const ReflectedClass& rc)
-{
-    for (const ReflectedClass* next = &rc; next != nullptr && StepToField(*next);)
-        next = WalkVariable();
-}
-
-void ExpressionPathNavigator::NavigateReflectedVariable()
-{
-    if (const ReflectedClass* const rc = WalkVariable())
-        NavigateReflectedClassInstance(*rc);
-}
-
-// Moves from an instance of `rc` to the model field that the path names next; false where it names none.
-bool ExpressionPathNavigator::StepToField(const ReflectedClass& rc)
-{
-    KELM_ASSERT(m_data);
-    if (m_parser.m_token.m_type != TOKEN_DOT)
-        return false;
-    m_parser.ReadNextToken();
-    if (m_parser.m_token.m_type != TOKEN_IDENTIFIER)
-        m_parser.ThrowExpectedException("identifier");
-    const SubString name = m_parser.m_token.m_str;
-
-    KELM_ASSERT(rc.m_modelFields);
-    const ClassModel model = FindClassModel(rc);
-    const ssize_t index = FindModelField(*model.m_class, name);
-    if (index < 0)
-    {
-        StringStream message(4096);
-        message << "Identifier " << name << " is not a model field of class " << rc.m_name;
-        m_parser.ThrowAtToken(message.GetString());
-    }
-    m_parser.ReadNextToken();
-    const ReflectedModelField& rf = model.m_class->m_modelFields[index];
-    KELM_ASSERT(rf.m_rsn2 == -1);
-
-    m_data += model.m_offset + rf.m_offset;
-    m_rbc = {rf.m_bc, model.m_class->m_stringTable, rf.m_mapOrSetFns};
-    return true;
-}
-
-// Follows indices and handles from a variable. Returns the class of the instance that the walk goes on from, or null
-// where it ends at a variable.
-const ReflectedClass* ExpressionPathNavigator::WalkVariable()
-{
-    while (true)
-    {
-        if (ReadAccess())
-            ReadBarrier();
-        void* const data = GetFieldAddress();
-        const ReflectionByteCode type = GetFieldType();
-        const EToken token = m_parser.m_token.m_type;
-        switch (type.GetCode())
-        {
-        case FT_CLASS:
-        {
-            m_rbc = type;
-            const ReflectedClass* const rc = type.GetReflectedClass();
-            KELM_ASSERT(rc);
-            return rc;
-        }
-        case FT_ARRAY:
-            if (token != TOKEN_LEFT_SQUARE)
-                return nullptr;
-            StepIntoArray(type);
-            break;
-        case FT_DYNARRAY:
-            if (token != TOKEN_LEFT_SQUARE)
-                return nullptr;
-            StepIntoDynArray(type);
-            break;
-        case FT_VECTOR:
-            if (token != TOKEN_LEFT_SQUARE)
-                return nullptr;
-            StepIntoVector(type);
-            break;
-        case FT_PREF:
-        case FT_CREF:
-            return token == TOKEN_DOT ? StepThroughHandle(type, static_cast<prefbase*>(data)->Get()) : nullptr;
-        case FT_INTERFACE_POINTER:
-            return token == TOKEN_DOT ? StepThroughHandle(type, *static_cast<ptr<IObject>*>(data)) : nullptr;
-        default: RequirePossibleType(type.GetCode()); return nullptr; // a value: the walk ends
-        }
-    }
-}
-
-void ExpressionPathNavigator::StepIntoArray(const ReflectionByteCode& type)
-{
-    m_parser.ReadNextToken();
-    const int32 arraySize = type.GetArrayCount();
-    m_rbc = type.GetElementType();
-    KELM_ASSERT(arraySize > 0);
-    const ssize_t elementSize = m_rbc.GetTypeSize();
-    const int32 index = m_parser.ParseInt32(false);
-    if (index < 0 || index >= arraySize)
-        ThrowIndexOutOfRange("Array", index);
-    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
-    m_data += index * elementSize;
-}
-
-// A dynamic array is written with two opening brackets and one closing, and grows to hold whatever index is asked for.
-void ExpressionPathNavigator::StepIntoDynArray(const ReflectionByteCode& type)
-{
-    m_parser.ReadNextToken();
-    m_rbc = type.GetElementType();
-    const ssize_t elementSize = m_rbc.GetTypeSize();
-    m_parser.ParseGivenToken(TOKEN_LEFT_SQUARE, "[");
-    const int32 index = m_parser.ParseInt32(false);
-    VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
-    const ssize_t offset = index * elementSize;
-    const bool isBeyondLimit =
-        offset >= V.size() && offset > s_growthLimit.load(std::memory_order_relaxed) - elementSize;
-    if (index < 0 || isBeyondLimit)
-        ThrowIndexOutOfRange("Array", index);
-    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
-    if (offset >= V.size())
-        V.resize(offset + elementSize);
-    m_data = V.data() + offset;
-}
-
-void ExpressionPathNavigator::StepIntoVector(const ReflectionByteCode& type)
-{
-    m_parser.ReadNextToken();
-    m_rbc = type.GetElementType();
-    const ssize_t elementSize = m_rbc.GetTypeSize();
-    KELM_ASSERT(elementSize > 0);
-    VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
-    KELM_ASSERT(V.size() % elementSize == 0);
-    const ssize_t size = V.size() / elementSize;
-    KELM_ASSERT(size >= 0);
-    const int32 index = m_parser.ParseInt32(false);
-    if (index < 0 || index >= size)
-        ThrowIndexOutOfRange("Vector", index);
-    m_parser.ParseGivenToken(TOKEN_RIGHT_SQUARE, "]");
-    m_data = V.data() + index * elementSize;
-}
-
-// The dot is left for the step to a field of the object reached.
-const ReflectedClass* ExpressionPathNavigator::StepThroughHandle(const ReflectionByteCode& type, ptr<IObject> target)
-{
-    m_rbc = type;
-    m_obj = target;
-    if (!m_obj)
-        m_parser.ThrowAtToken("null dereference");
-    const ReflectedClass* const rc = m_obj.GetReflectedClass();
-    KELM_ASSERT(rc);
-    m_data = static_cast<char*>(m_obj.self());
-    return rc;
-}
-
-void ExpressionPathNavigator::ThrowIndexOutOfRange(ConstStringZ container, int32 index) const
-{
-    StringStream message(4096);
-    message << container << " index " << index << " out of range";
-    m_parser.ThrowAtToken(message.GetString());
+    return GetUnqualifiedType(m_rbc);
 }
 
 // --- Entry points ----------------------------------------------------------------------------------------------------
@@ -291,23 +511,11 @@ void* NavigatePathToField(ptr<IObject> obj, ExpressionParser& parser, Reflection
 namespace
 {
 
-// The whole text by its tokens.
-[[gnu::cold]] void* NavigateText(ptr<IObject> obj, const xstring& path, ReflectionByteCode& rbc, bool writeAccess,
-                                 xstring& errorMsg)
+[[gnu::noinline]] xstring WriteFailure(const text::ScanFailure& failure, SubString path)
 {
-    try
-    {
-        ExpressionParser parser;
-        parser.Init(path);
-        return NavigatePathToField(obj, parser, rbc, writeAccess);
-    }
-    catch (const LexScannerException& e)
-    {
-        LexScannerException located(e);
-        located.LocateIn(path);
-        errorMsg = located.GetWrittenText();
-        return nullptr;
-    }
+    LexScannerException error(failure.m_message, failure.m_token);
+    error.LocateIn(path);
+    return error.GetWrittenText();
 }
 
 } // namespace
@@ -316,11 +524,22 @@ void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteC
                           xstring& errorMsg)
 {
     errorMsg.clear();
-    PlainPath plain(path);
-    if (!plain.TryWalk(obj, !writeAccess))
-        return NavigateText(obj, path, rbc, writeAccess, errorMsg);
-    rbc = plain.m_rbc;
-    return plain.m_data;
+    PathWalk walk(path, obj, !writeAccess);
+    bool isGood = walk.TryReadFirstToken();
+    if (isGood)
+    {
+        KELM_ASSERT(obj);
+        const ReflectedClass* const rc = obj.GetReflectedClass();
+        KELM_ASSERT(rc);
+        isGood = walk.TryWalk(rc);
+    }
+    if (!isGood) [[unlikely]]
+    {
+        errorMsg = WriteFailure(walk.GetFailure(), path);
+        return nullptr;
+    }
+    rbc = walk.m_rbc;
+    return walk.m_data;
 }
 
 // --- Registration ----------------------------------------------------------------------------------------------------

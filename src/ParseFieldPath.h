@@ -57,13 +57,7 @@ public:
     char* m_data;             // the bytes at the position
 
 private:
-    bool StepToField(const ReflectedClass& rc);
-    const ReflectedClass* WalkVariable();
-    void StepIntoArray(const ReflectionByteCode& type);
-    void StepIntoDynArray(const ReflectionByteCode& type);
-    void StepIntoVector(const ReflectionByteCode& type);
-    const ReflectedClass* StepThroughHandle(const ReflectionByteCode& type, ptr<IObject> target);
-    [[noreturn]] void ThrowIndexOutOfRange(ConstStringZ container, int32 index) const;
+    void Walk(const ReflectedClass* rc);
 };
 
 // Walks from `obj`, which must not be null, and returns the address reached; `rbc` receives its type as it is declared.

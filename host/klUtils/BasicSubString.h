@@ -23,9 +23,11 @@ struct BasicSubString
     // with its sanitizer cannot ask there.)
     constexpr BasicSubString(const C* textZ) : m_p1(textZ), m_p2(textZ)
     {
-        if (std::is_constant_evaluated() || textZ != nullptr)
+        if (std::is_constant_evaluated() || (!std::is_same_v<C, char> && textZ != nullptr))
             while (*m_p2 != C())
                 ++m_p2;
+        else if constexpr (std::is_same_v<C, char>)
+            m_p2 += textZ != nullptr ? std::strlen(textZ) : 0;
     }
 
     constexpr BasicSubString(std::basic_string_view<C> text) : m_p1(text.data()), m_p2(text.data() + text.size()) {}

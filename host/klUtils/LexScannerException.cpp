@@ -37,7 +37,7 @@ void LexScannerException::LocateIn(SubString text)
 
 xstring LexScannerException::GetWrittenText() const
 {
-    StringStream written(4096);
+    StringStream written(256);
     Write(written);
     return written.GetString();
 }

@@ -26,7 +26,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
@@ -67,7 +66,7 @@ void CallOnFreshSegment(F&& f)
 {
     using Function = std::remove_reference_t<F>;
     RunOnFreshSegment([](void* context) { (*static_cast<Function*>(context))(); },
-                      const_cast<void*>(static_cast<const void*>(std::addressof(f))));
+                      const_cast<void*>(static_cast<const void*>(&f)));
 }
 
 // For destructors: runs f, which throws nothing, on a fresh segment where the stack is low and a segment can be had,

@@ -99,16 +99,21 @@ bool Utf8FromUtf16(xstring& out, const unsigned short* utf16, long length)
     return true;
 }
 
-void AppendUtf8(xstring& out, uint32 codePoint)
+char* WriteUtf8(char* p, uint32 codePoint)
 {
     int length = 1;
     while (length < 4 && codePoint >= s_forms[length].m_leastValue)
         ++length;
-    char bytes[4];
     for (int i = length - 1; i > 0; --i, codePoint >>= 6)
-        bytes[i] = static_cast<char>(0x80 | (codePoint & 0x3F));
-    bytes[0] = static_cast<char>(s_forms[length - 1].m_lead | codePoint);
-    out.append(bytes, length);
+        p[i] = static_cast<char>(0x80 | (codePoint & 0x3F));
+    p[0] = static_cast<char>(s_forms[length - 1].m_lead | codePoint);
+    return p + length;
+}
+
+void AppendUtf8(xstring& out, uint32 codePoint)
+{
+    char bytes[4];
+    out.append(bytes, WriteUtf8(bytes, codePoint) - bytes);
 }
 
 } // namespace kelm

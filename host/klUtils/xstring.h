@@ -34,7 +34,7 @@ class basic_xstring;
 
 // A text other than our own strings: a literal, a SubString, a std::string_view or what becomes one.
 template <class T, class C>
-concept TextOf = std::is_constructible_v < BasicSubString<C>,
+concept IsTextOf = std::is_constructible_v < BasicSubString<C>,
 const T& > &&!std::is_base_of_v<basic_xstring<C>, T>;
 
 template <class C>
@@ -126,6 +126,20 @@ public:
             swap(fresh);
         }
     }
+
+    // Replaces the text by what write(address) writes at the address, where `maxLength` characters have room; it
+    // returns the end. What `write` throws leaves the string as it was.
+    template <class Write>
+    void AssignWritten(ssize_t maxLength, Write write)
+    {
+        basic_xstring fresh;
+        if (maxLength > InlineCapacity)
+            fresh.SetHeap(Allocate(maxLength), 0, maxLength);
+        C* const text = fresh.data();
+        fresh.SetSize(write(text) - text);
+        swap(fresh);
+    }
+
     void append(const C* text, ssize_t length)
     {
         const ssize_t oldSize = size();
@@ -187,24 +201,24 @@ public:
 
     friend basic_xstring operator+(const basic_xstring& a, const basic_xstring& b) { return Join(a, b); }
     friend basic_xstring operator+(basic_xstring&& a, const basic_xstring& b) { return std::move(a += b); }
-    template <TextOf<C> T>
+    template <IsTextOf<C> T>
     friend basic_xstring operator+(const basic_xstring& a, const T& b)
     {
         return Join(a, Text(b));
     }
-    template <TextOf<C> T>
+    template <IsTextOf<C> T>
     friend basic_xstring operator+(basic_xstring&& a, const T& b)
     {
         return std::move(a += Text(b));
     }
-    template <TextOf<C> T>
+    template <IsTextOf<C> T>
     friend basic_xstring operator+(const T& a, const basic_xstring& b)
     {
         return Join(Text(a), b);
     }
 
     friend bool operator==(const basic_xstring& a, const basic_xstring& b) noexcept { return a.Equals(b); }
-    template <TextOf<C> T>
+    template <IsTextOf<C> T>
     friend bool operator==(const basic_xstring& a, const T& b) noexcept
     {
         return a.Equals(Text(b));
@@ -215,7 +229,7 @@ public:
     {
         return a.Compare(b) <=> 0;
     }
-    template <TextOf<C> T>
+    template <IsTextOf<C> T>
     friend std::strong_ordering operator<=>(const basic_xstring& a, const T& b) noexcept
     {
         return a.Compare(Text(b)) <=> 0;

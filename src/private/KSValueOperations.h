@@ -1,14 +1,13 @@
 #pragma once
 
-// What the value operations share, and the binary operators in place: each writes a op b to `result`, which may be
-// either operand. The evaluator's table points at these, so that an operand's slot is reused for the result; the public
-// operators wrap them.
+// What the operations on script values share: the inside of a value, and their one numeric edge.
 
 #include <klKelmScript/KSValue.h>
-#include <klUtils/text/ParserBase.h>
 
 #include <cstdint>
 #include <cstring>
+#include <new>
+#include <utility>
 
 namespace kelm
 {
@@ -19,11 +18,6 @@ struct KSValueAccess
     static void Set(KSValue& v, bool x) { SetScalar(v, KSV_BOOL, x); }
     static void Set(KSValue& v, int64 x) { SetScalar(v, KSV_INT64, x); }
     static void Set(KSValue& v, float64 x) { SetScalar(v, KSV_FLOAT64, x); }
-    // From a number's bits; its kind is TOKEN_INTEGER or TOKEN_FLOAT.
-    static void Set(KSValue& v, const PlainNumber& number)
-    {
-        SetScalar(v, number.m_kind == TOKEN_INTEGER ? KSV_INT64 : KSV_FLOAT64, number.m_bits);
-    }
     static void SetVoid(KSValue& v)
     {
         v.DestroyPayload();
@@ -40,6 +34,13 @@ struct KSValueAccess
             ::new (static_cast<void*>(v._data)) xstring;
         }
         return *reinterpret_cast<xstring*>(v._data);
+    }
+
+    static void SetString(KSValue& v, xstring&& text)
+    {
+        v.DestroyPayload();
+        v._tag = KSV_STRING8;
+        ::new (static_cast<void*>(v._data)) xstring(std::move(text));
     }
 
     template <class T>
@@ -71,26 +72,5 @@ inline int64 TruncateToInt64(float64 x)
 
 // Throws a KSValueException of the text.
 [[noreturn, gnu::cold]] void ThrowWithText(const StringStream& message);
-
-using BinaryOperation = void (*)(KSValue& result, const KSValue& a, const KSValue& b);
-
-namespace inplace
-{
-
-void Add(KSValue& result, const KSValue& a, const KSValue& b);
-void Subtract(KSValue& result, const KSValue& a, const KSValue& b);
-void Multiply(KSValue& result, const KSValue& a, const KSValue& b);
-void Divide(KSValue& result, const KSValue& a, const KSValue& b);
-void Remainder(KSValue& result, const KSValue& a, const KSValue& b);
-void RaiseToPower(KSValue& result, const KSValue& a, const KSValue& b);
-void ShiftLeft(KSValue& result, const KSValue& a, const KSValue& b);
-void ShiftRight(KSValue& result, const KSValue& a, const KSValue& b);
-void BitwiseOr(KSValue& result, const KSValue& a, const KSValue& b);
-void BitwiseAnd(KSValue& result, const KSValue& a, const KSValue& b);
-void BitwiseExclusiveOr(KSValue& result, const KSValue& a, const KSValue& b);
-void LogicalOr(KSValue& result, const KSValue& a, const KSValue& b);
-void LogicalAnd(KSValue& result, const KSValue& a, const KSValue& b);
-
-} // namespace inplace
 
 } // namespace kelm

@@ -249,6 +249,7 @@ TEST_F(PathText, GivesNullAndTheWrittenErrorAndLeavesTheTypeAlone)
         {".points[0", "line 1: Expected ] when read end of text"},
         {"\x01", "line 1: Illegal character 0x01 outside quotes"},
         {".value\n'", "line 2: Unterminated string literal"},
+        {"# 'not text'\n/*", "line 2: Unterminated comment"},
     };
     const ptr<IObject> object = New<Node>();
     constexpr uint8 old[] = {FT_BOOL};

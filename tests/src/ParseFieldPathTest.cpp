@@ -122,6 +122,10 @@ TEST_F(FieldPath, ReachesModelFieldsOfEveryKindOfValue)
         // The walk ends silently at the first token that its position does not take.
         {".int32 junk", [](const Scalars& s) -> const void* { return &s.m_int32; }, FT_INT32, "junk"},
         {".int32.x", [](const Scalars& s) -> const void* { return &s.m_int32; }, FT_INT32, ".x"},
+        {".int32=5", [](const Scalars& s) -> const void* { return &s.m_int32; }, FT_INT32, "=5"},
+        {".int32]", [](const Scalars& s) -> const void* { return &s.m_int32; }, FT_INT32, "]"},
+        {".bool::x", [](const Scalars& s) -> const void* { return &s.m_bool; }, FT_BOOL, "::x"},
+        {".  int32\t\n", [](const Scalars& s) -> const void* { return &s.m_int32; }, FT_INT32},
         {".int32[0]", [](const Scalars& s) -> const void* { return &s.m_int32; }, FT_INT32, "[0]"},
         {".string8[0]", [](const Scalars& s) -> const void* { return &s.m_string8; }, FT_STRING8, "[0]"},
         {".extent.x", [](const Scalars& s) -> const void* { return &s.m_extent; }, FT_VARIANT, ".x"},

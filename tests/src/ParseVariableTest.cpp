@@ -310,8 +310,7 @@ TEST_F(ImpossibleTypes, FailTheirAssertion)
 TEST_F(ImpossibleTypes, IncludeATypedefThatNobodyHasDescribed)
 {
     hand::Impossible object;
-    EXPECT_TRUE(
-        FailsAssertion([&] { Fill(object, "{ unknownTypedef = 1 }"); }, "r", "host/klObject/types/ReflectionByteCode"));
+    EXPECT_TRUE(FailsAssertion([&] { Fill(object, "{ unknownTypedef = 1 }"); }, "r", "src/ParseDataSource"));
 }
 
 TEST_F(ImpossibleTypes, IncludeNone)

@@ -108,7 +108,15 @@ ptr<IObject> DataSourceReader::ReadDataSource(const std::string& className)
 
 void DataSourceReader::ReadVariable(ReflectionByteCode type, void* data)
 {
-    type.AdvanceToUnderlyingType2();
+    try
+    {
+        type.AdvanceToUnderlyingType2();
+    }
+    catch (const KelmAssertionError& e)
+    {
+        Require(!(e.m_condition == "r"), "r"); // the reader's own step
+        throw;
+    }
     switch (type.GetCode())
     {
     case FT_VOID: return;
@@ -336,7 +344,7 @@ void DataSourceReader::ReadMap(ReflectionByteCode mapType, void* map)
     } while (!ReadEndOrComma());
 }
 
-// What the variant held before is not destroyed.
+// What the variant held before is not destroyed; where the new alternative cannot be constructed, it is held again.
 void DataSourceReader::ReadVariant(const ReflectedVariant& rv, void* data)
 {
     const std::string name = m_stream.ParsePath();
@@ -345,8 +353,17 @@ void DataSourceReader::ReadVariant(const ReflectedVariant& rv, void* data)
         {
             const ReflectionByteCode type(rv.m_fields[i].m_bc, rv.m_stringTable, nullptr);
             void* const value = static_cast<char*>(data) + rv.m_fields[i].m_offset;
+            const std::string held(static_cast<const char*>(data), static_cast<std::size_t>(rv.m_size));
             Store(data, static_cast<int32>(i));
-            ConstructReflectedVariable(type, value);
+            try
+            {
+                ConstructReflectedVariable(type, value);
+            }
+            catch (...)
+            {
+                held.copy(static_cast<char*>(data), held.size());
+                throw;
+            }
             return ReadVariable(type, value);
         }
     m_stream.Throw("Unknown member '" + name + "' of variant " + rv.m_name);

@@ -48,7 +48,7 @@ FieldIndex::FieldIndex(const ReflectedClass& rc)
 {
     const auto modelCount = static_cast<std::size_t>(GetModelFieldCount(rc));
     const auto ordinaryCount = static_cast<std::size_t>(GetOrdinaryFieldCount(rc));
-    m_presentModelNames.resize(modelCount);
+    m_presentModelNames.resize(modelCount + 1);
     m_ordinaryNames.resize(ordinaryCount);
 
     for (std::size_t i = 0; i < modelCount; ++i)
@@ -94,7 +94,7 @@ const ReflectedClass* FieldEntry::FindLeadClass(const FieldEntry& entry, const F
 
 std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc)
 {
-    if (GetModelFieldCount(rc) + GetOrdinaryFieldCount(rc) == 0)
+    if (rc.m_modelFields == nullptr && GetOrdinaryFieldCount(rc) == 0)
         return nullptr;
     return std::make_unique<const FieldIndex>(rc);
 }
@@ -102,7 +102,16 @@ std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc)
 ClassModel FindEmbeddedModel(const ReflectedClass& rc)
 {
     const ReflectedModelField& embedded = rc.m_modelFields[0];
-    return {&FindReflectedClass(embedded.m_name), embedded.m_offset};
+    const FieldIndex* const index = GetFieldIndex(rc);
+    if (index == nullptr)
+        return {&FindReflectedClass(embedded.m_name), embedded.m_offset};
+    const ReflectedClass* model = index->m_embeddedModel.load(std::memory_order_acquire);
+    if (model == nullptr)
+    {
+        model = &FindReflectedClass(embedded.m_name);
+        index->m_embeddedModel.store(model, std::memory_order_release);
+    }
+    return {model, embedded.m_offset};
 }
 
 ssize_t FindModelField(const ReflectedClass& rc, SubString name)

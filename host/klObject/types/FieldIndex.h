@@ -7,7 +7,7 @@
 #include <klObject/types/NameTable.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/BasicSubString.h>
-#include <klUtils/text/ShortText.h>
+#include <klUtils/text/private/ShortText.h>
 #include <klUtils/types.h>
 
 #include <atomic>
@@ -60,18 +60,16 @@ struct FieldIndex
     NameTable<FieldEntry> m_fields;
     const ConstStringZ* m_stringTable; // of the class
 
+    // The class whose model this one embeds; null before that has been looked up for the first time.
+    mutable std::atomic<const ReflectedClass*> m_embeddedModel = nullptr;
+
     // Whether the field at `hint` has that name and is the first that counts: no hash needed.
     bool IsPresentModelField(SubString name, ssize_t hint) const { return IsHit(m_presentModelNames, name, hint); }
     bool IsOrdinaryField(SubString name, ssize_t hint) const { return IsHit(m_ordinaryNames, name, hint); }
 
-    // The name of a model field that a search among the present ones finds, where it is an identifier; empty for the
-    // others, and for what is no index.
-    const KnownText& GetPresentModelName(ssize_t index) const
-    {
-        static constexpr KnownText s_none;
-        const auto i = static_cast<std::size_t>(index); // a negative one is beyond every size
-        return i < m_presentModelNames.size() ? m_presentModelNames[i] : s_none;
-    }
+    // The names of the model fields, of those that a search among the present ones finds and that are identifiers;
+    // empty for the others, and behind the last one.
+    const KnownText* GetPresentModelNames() const { return m_presentModelNames.data(); }
 
 private:
     // The name of each field that a search for its name finds; a null text for others.
@@ -87,10 +85,10 @@ private:
     Names m_ordinaryNames;
 };
 
-// The index of a class that has fields, null for others.
+// The index of a class that has fields or embeds a model, null for others.
 std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc);
 
-// The index of a registered class that has fields, null for others. The class may be registered by another thread just
+// The index of a registered class that has one, null for others. The class may be registered by another thread just
 // now.
 inline const FieldIndex* GetFieldIndex(const ReflectedClass& rc)
 {

@@ -4,7 +4,7 @@
 
 #include <klObject/api.h>
 #include <klUtils/BasicSubString.h>
-#include <klUtils/text/ShortText.h>
+#include <klUtils/text/private/ShortText.h>
 #include <klUtils/types.h>
 
 #include <bit>
@@ -33,7 +33,7 @@ class NameTable
 {
 public:
     explicit NameTable(std::size_t maxNames)
-        : m_mask(std::bit_ceil(2 * maxNames + 1) - 1)
+        : m_mask(std::bit_ceil(2 * maxNames + 2) - 1)
         , m_shift(64 - std::countr_one(m_mask))
         , m_slots(std::make_unique<Entry[]>(m_mask + 1))
     {

@@ -41,10 +41,11 @@ void PassOwnFns(ReflectionByteCode& rbc, const TypeCode& code)
         ++rbc.m_mapOrSetFns;
 }
 
-void EnterTypedef(ReflectionByteCode& rbc)
+void EnterTypedef(ReflectionByteCode& rbc, ConstStringZ sourceFile)
 {
     const ReflectedTypedef* r = rbc.GetReflectedTypedef();
-    KELM_ASSERT(r);
+    if (r == nullptr)
+        ThrowKelmAssertionError("r", sourceFile, __LINE__);
     KELM_ASSERT(r->m_bc);
     rbc.m_bc = r->m_bc;
     rbc.m_stringTable = r->m_stringTable;
@@ -97,6 +98,11 @@ void ReflectionByteCode::ScanMetaDataItem()
 
 uint32 ReflectionByteCode::AdvanceToUnderlyingType2()
 {
+    return AdvanceToUnderlyingType2For(s_sourceFile);
+}
+
+uint32 ReflectionByteCode::AdvanceToUnderlyingType2For(ConstStringZ sourceFile)
+{
     uint32 passed = 0;
     int typedefs = 0;
     for (;;)
@@ -113,7 +119,7 @@ uint32 ReflectionByteCode::AdvanceToUnderlyingType2()
         {
             ++typedefs;
             KELM_ASSERT(typedefs <= s_maxTypedefs);
-            EnterTypedef(*this);
+            EnterTypedef(*this, sourceFile);
         }
         else
         {

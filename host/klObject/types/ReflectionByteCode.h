@@ -67,6 +67,9 @@ public:
     // for the caller to judge.
     uint32 AdvanceToUnderlyingType2();
 
+    // The same for a caller whose own step it is: a missing descriptor fails the assertion in its source file.
+    uint32 AdvanceToUnderlyingType2For(ConstStringZ sourceFile);
+
     // The size in bytes of a variable of the type at the cursor.
     ssize_t GetTypeSize() const;
 

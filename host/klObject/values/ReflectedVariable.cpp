@@ -279,7 +279,7 @@ void* SwitchAlternative(const ReflectedVariant& rv, int32 index, void* variant)
     try
     {
         std::memcpy(p, &index, sizeof index);
-        ConstructElements(type, p + alternative.m_offset, 1);
+        ConstructReflectedVariable(type, p + alternative.m_offset);
     }
     catch (...)
     {

@@ -40,12 +40,6 @@ public:
     // Where the current token stands in a file. The stream knows neither a file nor where its text begins: false, with
     // both as they were.
     bool GetFilenameAndLineNumberAtCurrentPosition(xstring& filename, ssize_t& lineNumber) const;
-
-private:
-    template <class Int>
-    Int ParseInteger(ConstStringZ typeName);
-    template <class Float>
-    Float ParseFloat(ConstStringZ typeName);
 };
 
 } // namespace kelm

@@ -39,11 +39,7 @@ struct KLUTILS_API LSToken
     EToken GetType() const { return m_type; }
     xstring GetTokenString() const { return xstring(m_str); }
 
-    int64 GetLiteralInt64() const // TOKEN_INTEGER
-    {
-        int64 value = 0;
-        return m_str.size() <= s_maxSafeDigits && ReadSafeDigits(value) ? value : GetAnyLiteralInt64();
-    }
+    int64 GetLiteralInt64() const;    // TOKEN_INTEGER
     int64 GetLiteralHexInt64() const; // TOKEN_HEX_INTEGER; all 64 bits, so 0xffffffffffffffff is -1
     int32 GetLiteralHexInt32() const; // TOKEN_HEX_INTEGER; all 32 bits
     double GetLiteralDouble() const;  // TOKEN_FLOAT; a value beyond the range of double has none
@@ -57,24 +53,6 @@ struct KLUTILS_API LSToken
 
     // Either kind of quoted literal that holds exactly one byte.
     xchar GetLiteralCharacter() const;
-
-private:
-    // So many decimal digits cannot leave the range of int64, which is nearly every literal.
-    static constexpr ssize_t s_maxSafeDigits = 18;
-
-    // False where no scanner delivered the literal.
-    bool ReadSafeDigits(int64& value) const
-    {
-        for (const char c : m_str)
-        {
-            const int digit = c - '0';
-            if (digit < 0 || digit > 9)
-                return false;
-            value = 10 * value + digit;
-        }
-        return !m_str.empty();
-    }
-    int64 GetAnyLiteralInt64() const;
 };
 
 inline bool operator==(const LSToken& token, EToken kind)

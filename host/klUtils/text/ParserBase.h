@@ -4,17 +4,9 @@
 #include <klUtils/api.h>
 #include <klUtils/text/LSToken.h>
 #include <klUtils/text/LsScanToken.h>
-#include <klUtils/text/PlainText.h>
 
 namespace kelm
 {
-
-// A number that TryReadNumber found, as the bits of what its kind says; in two registers.
-struct PlainNumber
-{
-    EToken m_kind = TOKEN_UNDEF; // TOKEN_INTEGER: an int64; TOKEN_FLOAT: a float64; TOKEN_UNDEF: none
-    uint64 m_bits = 0;
-};
 
 // The state of a token stream with one token of lookahead: what every parser of the system reads its input through.
 //
@@ -51,16 +43,6 @@ public:
     // A qualified name: identifiers with "." or "::" between them, returned with "::" whichever was written. Throws
     // LexScannerException "Expected identifier when read " + token where one is missing.
     xstring ParsePath();
-
-    // The text from the current token on, for readers that take plain forms straight from its characters; and the way
-    // back: makes the token that begins at `lastToken` the previous one and reads the next, as if all tokens up to
-    // there had been read one by one.
-    PlainText GetPlainText() const { return {m_token.m_str.m_p1, m_str.m_p2}; }
-    void ContinueBehind(const char* lastToken);
-
-    // ReadNextToken; and where the token that it reads is a plain number, its value, with ReadNextToken once more.
-    // Otherwise none, and the token is left as the current one.
-    PlainNumber TryReadNumber();
 
     EToken GetTokenType() const { return m_token.m_type; }
     const LSToken& GetToken() const { return m_token; }

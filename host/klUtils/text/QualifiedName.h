@@ -4,7 +4,6 @@
 // compile time, for names that a type's description gives.
 
 #include <klUtils/BasicSubString.h>
-#include <klUtils/text/CharTable.h>
 #include <klUtils/types.h>
 
 namespace kelm
@@ -17,13 +16,20 @@ enum ENameFault : uint8
     NAME_LACKS_COLONS,     // something else than "::" behind an identifier
 };
 
+// Letters, digits and '_': what identifiers are made of. No identifier begins with a digit.
+constexpr bool IsIdentifierCharacter(char c)
+{
+    const char lower = static_cast<char>(c | 0x20);
+    return ('a' <= lower && lower <= 'z') || ('0' <= c && c <= '9') || c == '_';
+}
+
 // Past the identifier at the beginning of the text; the beginning itself where there is none.
 constexpr const char* SkipIdentifier(SubString text)
 {
     const char* p = text.m_p1;
-    if (p == text.m_p2 || StartOf(*p) != Start::Identifier)
+    if (p == text.m_p2 || ('0' <= *p && *p <= '9'))
         return p;
-    while (p != text.m_p2 && HasProperty(*p, CHAR_IDENTIFIER))
+    while (p != text.m_p2 && IsIdentifierCharacter(*p))
         ++p;
     return p;
 }

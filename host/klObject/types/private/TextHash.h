@@ -4,7 +4,7 @@
 
 #include <klObject/values/private/WideInteger.h>
 #include <klUtils/BasicSubString.h>
-#include <klUtils/text/ShortText.h>
+#include <klUtils/text/private/ShortText.h>
 #include <klUtils/types.h>
 
 #include <cstring>

@@ -1,7 +1,7 @@
 #include <klObject/values/private/QuotedText.h>
 
 #include <klUtils/Utf16FromUtf8.h>
-#include <klUtils/text/ShortText.h>
+#include <klUtils/text/private/ShortText.h>
 #include <klUtils/text/private/WriteDigits.h>
 
 #include <bit>
@@ -92,7 +92,7 @@ char* PutQuoted(TextRoom& room, char* p, SubString text, char quote)
             const ssize_t rest = end - next;
             const uint64 word = WordOfShortText(next, rest);
             PutWord(p, word);
-            special = FirstCharacters(MarkSpecial(word, quote), rest);
+            special = MarkSpecial(word, quote) & s_firstCharacters[rest];
             if (special == 0)
             {
                 p[rest] = quote;

@@ -34,7 +34,7 @@ struct OperatorTrie
     }
 
     // The operator of one character.
-    EToken TokenOf(char c) const { return m_tokenOfChar[static_cast<unsigned char>(c)]; }
+    constexpr EToken TokenOf(char c) const { return m_tokenOfChar[static_cast<unsigned char>(c)]; }
 
     // Every node stands for an operator, so that longest match needs no way back.
     constexpr bool IsClosed() const

@@ -1,80 +1,100 @@
 #pragma once
 
-// The scanner itself, in a header so that the token stream and LsScanToken each have it inline.
+// The scanner: the next lexeme of a text. What is short and common is here, to be inlined where it is called; the rest
+// (quoted literals, comments, fractions and exponents, operators of several characters) is one call away.
 
-#include <klUtils/text/CharTable.h>
+#include <klUtils/api.h>
 #include <klUtils/text/LSToken.h>
+#include <klUtils/text/private/CharTable.h>
+#include <klUtils/text/private/Names.h>
+#include <klUtils/text/private/Number.h>
 #include <klUtils/text/private/OperatorTrie.h>
+#include <klUtils/text/private/Quoted.h>
+#include <klUtils/text/private/Space.h>
 
-namespace kelm::scan
+namespace kelm::text
 {
 
-inline const char* SkipProperty(const char* p, const char* end, CharProperty property)
+// A token, and what scanning it has found out about its value: the number of the three kinds of numbers; of a quoted
+// literal the first backslash in it.
+struct Lexeme : ScannedNumber
 {
-    while (p != end && HasProperty(*p, property))
-        ++p;
-    return p;
-}
+    Lexeme() = default;
+    explicit Lexeme(const LSToken& token) : m_start(token.m_str.m_p1)
+    {
+        m_kind = token.m_type;
+        m_past = token.m_str.m_p2;
+    }
 
-// A token's kind and where it ends, returned in two registers.
-struct ScannedToken
-{
-    EToken m_kind;
-    const char* m_past;
+    // False where the number is malformed.
+    bool SetNumber(const char* start, const ScannedNumber& number)
+    {
+        static_cast<ScannedNumber&>(*this) = number;
+        m_start = start;
+        return m_past != nullptr;
+    }
+
+    const char* m_start = nullptr;
+    const char* m_escape = nullptr;
+
+    SubString GetText() const { return {m_start, m_past}; }
+    LSToken GetToken() const { return {m_kind, GetText()}; }
 };
 
-// The tokens that take more than a few instructions. Throws LexScannerException at `start` where there is none.
-ScannedToken ScanLongToken(const char* start, const char* end, bool atLineStart);
+// The lexeme at or behind `p`, past white space, comments among them; TOKEN_END at the end of the text, however often
+// it is asked. False where the characters there form none; `lexeme` means nothing then. `atLineStart`: whether a line
+// of the text begins at `p`.
+KLUTILS_API bool Scan(const char* p, const char* end, bool atLineStart, Lexeme& lexeme);
 
-// Scans the token that begins at or behind `p`, past white space: sets `start` to its first character, moves `p` past
-// it and returns its kind. Inlined into its two callers, which keep all of it in registers; what is not short and
-// common is left to ScanLongToken.
-[[gnu::always_inline]] inline EToken ScanToken(const char*& p, const char*& start, const char* end, bool atLineStart)
+// The next lexeme that is no comment.
+KLUTILS_API bool ScanToken(const char* p, const char* end, bool atLineStart, Lexeme& lexeme);
+
+// The lexemes that are found at once, for those who want them inlined: the one at `start`, which is neither the end nor
+// white space, where it is an operator of one character or an identifier. False for every other.
+[[gnu::always_inline]] inline bool TryScanHere(const char* start, const char* end, Lexeme& lexeme)
 {
-    const char* const before = p;
-    start = SkipProperty(p, end, CHAR_SPACE);
-    p = start;
-    if (start == end)
-        return TOKEN_END;
-
-    switch (StartOf(*start))
-    {
-    case Start::Identifier: p = SkipProperty(start + 1, end, CHAR_IDENTIFIER); return TOKEN_IDENTIFIER;
-    case Start::Digit:
-        // Most numbers are plain digits.
-        p = SkipProperty(start + 1, end, CHAR_DIGIT);
-        if (p == end || !HasProperty(*p, CHAR_IN_NUMBER))
-            return TOKEN_INTEGER;
-        break;
-    case Start::SingleOperator: ++p; return s_operatorTrie.TokenOf(*start);
-    case Start::Operator:
-        // Most operators are one character.
-        if (++p == end || !HasProperty(*p, CHAR_IN_OPERATOR))
-            return s_operatorTrie.TokenOf(*start);
-        break;
-    case Start::Dot:
-        if (++p == end || !HasProperty(*p, CHAR_DIGIT))
-            return TOKEN_DOT;
-        break;
-    case Start::Quote:
-    case Start::Hash:
-    case Start::Space: // skipped above
-    case Start::Illegal: break;
-    }
-    const ScannedToken token = ScanLongToken(start, end, start != before ? start[-1] == '\n' : atLineStart);
-    p = token.m_past;
-    return token.m_kind;
+    const char* past = start + 1;
+    EToken kind = TOKEN_IDENTIFIER;
+    const Start begin = StartOf(*start);
+    if (begin == Start::SingleOperator ||
+        (begin == Start::Operator && (past == end || !HasProperty(*past, CHAR_IN_OPERATOR))))
+        kind = s_operatorTrie.TokenOf(*start);
+    else if (begin == Start::Identifier)
+        past = SkipName(past, end);
+    else
+        return false;
+    lexeme.m_kind = kind;
+    lexeme.m_start = start;
+    lexeme.m_past = past;
+    return true;
 }
 
-// The operator of one character at `p`, which no longer one begins with, as nearly all operators are. Cannot fail.
-[[gnu::always_inline]] inline bool TryScanOperator(const char* p, const char* end, EToken& kind)
+// Whether the dot at `p` is an operator; before a digit it begins a number.
+inline bool IsDotOperator(const char* p, const char* end)
 {
-    const Start begin = StartOf(*p);
-    if (begin != Start::SingleOperator &&
-        (begin != Start::Operator || (p + 1 != end && HasProperty(p[1], CHAR_IN_OPERATOR))))
-        return false;
-    kind = s_operatorTrie.TokenOf(*p);
+    return p + 1 == end || !HasProperty(p[1], CHAR_DIGIT);
+}
+
+// The same, and the end too.
+[[gnu::always_inline]] inline bool TryScanOrEndHere(const char* start, const char* end, Lexeme& lexeme)
+{
+    if (start != end)
+        return TryScanHere(start, end, lexeme);
+    lexeme.m_kind = TOKEN_END;
+    lexeme.m_start = start;
+    lexeme.m_past = start;
     return true;
+}
+
+// As ScanToken, with all those and numbers inlined.
+[[gnu::always_inline]] inline bool ScanTokenHere(const char* p, const char* end, bool atLineStart, Lexeme& lexeme)
+{
+    const char* const start = SkipSpace(p, end);
+    if (TryScanOrEndHere(start, end, lexeme))
+        return true;
+    if (StartOf(*start) == Start::Digit)
+        return lexeme.SetNumber(start, ScanNumberHere(start, end));
+    return ScanToken(p, end, atLineStart, lexeme);
 }
 
 inline bool IsComment(EToken kind)
@@ -82,4 +102,15 @@ inline bool IsComment(EToken kind)
     return kind == TOKEN_COMMENT || kind == TOKEN_PREPROC_COMMENT;
 }
 
-} // namespace kelm::scan
+// What is wrong where Scan or ScanToken has found no lexeme: a message, and a token of no kind that has the place.
+struct ScanFailure
+{
+    xstring m_message;
+    LSToken m_token;
+};
+KLUTILS_API ScanFailure DescribeScanFailure(const char* p, const char* end, bool atLineStart);
+
+// Throws it as a LexScannerException.
+[[noreturn]] KLUTILS_API void ThrowScanFailure(const char* p, const char* end, bool atLineStart);
+
+} // namespace kelm::text

@@ -219,9 +219,9 @@ TEST(PresentModelName, IsThatOfTheFieldThatTheNameFinds)
     ASSERT_EQ(RegisterReflectedClass(&s_class, nullptr), NSE_OK);
     const FieldIndex* const index = GetFieldIndex(s_class);
     ASSERT_NE(index, nullptr);
-    const std::pair<ssize_t, const char*> rows[] = {{-1, ""}, {0, ""}, {1, "a"}, {2, ""}, {3, "b"}, {4, ""}};
+    const std::pair<ssize_t, const char*> rows[] = {{0, ""}, {1, "a"}, {2, ""}, {3, "b"}, {4, ""}};
     for (const auto& [i, name] : rows)
-        EXPECT_TRUE(index->GetPresentModelName(i).m_text == SubString(name)) << i;
+        EXPECT_TRUE(index->GetPresentModelNames()[i].m_text == SubString(name)) << i;
 }
 
 TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)

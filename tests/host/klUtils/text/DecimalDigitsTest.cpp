@@ -1,4 +1,4 @@
-#include <klUtils/text/DecimalDigits.h>
+#include <klUtils/text/private/DecimalDigits.h>
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
@@ -26,30 +26,9 @@ RC_GTEST_PROP(DecimalDigits, AreAppendedUpToTheFirstOtherByte, ())
     for (; size < text.size() && text[size] >= '0' && text[size] <= '9'; ++size)
         expected = 10 * expected + static_cast<uint64>(text[size] - '0');
 
-    for (const auto append : {AppendDigits, AppendFewDigits})
-    {
-        uint64 number = before;
-        const char* const end = append(exact.data(), exact.data() + exact.size(), number);
-        RC_ASSERT(end - exact.data() == static_cast<ssize_t>(size));
-        RC_ASSERT(number == expected);
-    }
-}
-
-TEST(DecimalDigits, AreRecognisedByEachByte)
-{
-    for (int position = 0; position < 8; ++position)
-        for (int c = 0; c < 256; ++c)
-        {
-            std::string bytes = "98765432";
-            bytes[static_cast<std::size_t>(position)] = static_cast<char>(c);
-            const uint64 marks = MarkFirstNonDigit(LoadWord<uint64>(bytes.data()));
-            const bool isDigit = c >= '0' && c <= '9';
-            EXPECT_EQ(AreEightDigits(LoadWord<uint64>(bytes.data())), isDigit) << position << " " << c;
-            if (!isDigit)
-            {
-                EXPECT_EQ(std::countr_zero(marks) / 8, position) << c;
-            }
-        }
+    const text::DigitRun run = text::AppendDigits(exact.data(), exact.data() + exact.size(), before);
+    RC_ASSERT(run.m_past - exact.data() == static_cast<ssize_t>(size));
+    RC_ASSERT(run.m_number == expected);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include <klUtils/text/ShortText.h>
+#include <klUtils/text/private/ShortText.h>
 
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
@@ -47,16 +47,12 @@ TEST(ShortText, IsAWordWithItsFirstCharacterLowestAndZerosAbove)
     }
 }
 
-RC_GTEST_PROP(ShortText, IsCountedUpToTheFirstOfTwoCharacters, ())
+TEST(ShortText, IsWhatIsLeftOfAWord)
 {
-    const auto bytes = *rc::gen::container<std::string>(
-        8, rc::gen::oneOf(rc::gen::element('.', '[', '\xae', '\xdb', '/', 'Z', '\0'), rc::gen::arbitrary<char>()));
-    const uint64 word = LoadWord<uint64>(bytes.data());
-    const std::size_t count = std::min<std::size_t>(bytes.find_first_of(".["), 8);
-    RC_ASSERT(CountBefore(word, '.', '[') == static_cast<ssize_t>(count));
-    if (count < 8)
-        RC_ASSERT(FirstCharacters(word, static_cast<ssize_t>(count)) ==
-                  WordOfShortText(bytes.data(), static_cast<ssize_t>(count)));
+    const std::string text = "\xff"
+                             "bcdefg\x80";
+    for (ssize_t size = 0; size <= s_maxShortText; ++size)
+        EXPECT_EQ(LoadWord<uint64>(text.data()) & s_firstCharacters[size], WordOfShortText(text.data(), size)) << size;
 }
 
 RC_GTEST_PROP(KnownText, BeginsWhatItsCharactersBegin, ())

@@ -3,11 +3,12 @@
 // What each byte may be in a text: one table for all scanning, indexed by the unsigned byte and free of the locale.
 
 #include <klUtils/text/EToken.h>
+#include <klUtils/text/QualifiedName.h>
 #include <klUtils/types.h>
 
 #include <array>
 
-namespace kelm
+namespace kelm::text
 {
 
 // What a token can begin with.
@@ -42,40 +43,41 @@ struct CharTable
     constexpr CharTable()
     {
         for (const char c : {' ', '\t', '\n', '\v', '\f', '\r'})
-            Set(c, c, Start::Space, CHAR_SPACE);
+            Set(c, Start::Space, CHAR_SPACE);
         for (const OperatorSpelling& row : s_operatorSpellings)
             if (row.m_text[1] == '\0')
-                Set(row.m_text[0], row.m_text[0], Start::SingleOperator, 0);
+                Set(row.m_text[0], Start::SingleOperator, 0);
         for (const OperatorSpelling& row : s_operatorSpellings)
             if (row.m_text[1] != '\0')
-                Set(row.m_text[0], row.m_text[0], Start::Operator, 0);
-        Set('.', '.', Start::Dot, CHAR_IN_NUMBER);
-        Set('/', '/', Start::Operator, CHAR_IN_OPERATOR);
-        Set('*', '*', Start::Operator, CHAR_IN_OPERATOR);
-        Set('#', '#', Start::Hash, 0);
-        Set('\'', '\'', Start::Quote, 0);
-        Set('"', '"', Start::Quote, 0);
+                Set(row.m_text[0], Start::Operator, 0);
+        Set('.', Start::Dot, CHAR_IN_NUMBER);
+        Set('/', Start::Operator, CHAR_IN_OPERATOR);
+        Set('*', Start::Operator, CHAR_IN_OPERATOR);
+        Set('#', Start::Hash, 0);
+        Set('\'', Start::Quote, 0);
+        Set('"', Start::Quote, 0);
         for (const OperatorSpelling& row : s_operatorSpellings)
             for (const char* c = row.m_text + 1; *c != '\0'; ++c)
                 m_properties[static_cast<unsigned char>(*c)] |= CHAR_IN_OPERATOR;
-        Set('a', 'z', Start::Identifier, CHAR_WORD);
-        Set('A', 'Z', Start::Identifier, CHAR_WORD);
-        Set('_', '_', Start::Identifier, CHAR_WORD);
-        Set('0', '9', Start::Digit, CHAR_WORD | CHAR_DIGIT | CHAR_HEX_DIGIT);
-        Set('a', 'f', Start::Identifier, CHAR_WORD | CHAR_HEX_DIGIT);
-        Set('A', 'F', Start::Identifier, CHAR_WORD | CHAR_HEX_DIGIT);
+        for (int c = 0; c < 128; ++c)
+            if (IsIdentifierCharacter(static_cast<char>(c)))
+                SetWordCharacter(static_cast<char>(c));
     }
 
 private:
-    static constexpr int CHAR_WORD = CHAR_IDENTIFIER | CHAR_IN_NUMBER;
-
-    constexpr void Set(char first, char last, Start start, int properties)
+    constexpr void Set(char c, Start start, int properties)
     {
-        for (int c = first; c <= last; ++c)
-        {
-            m_start[static_cast<std::size_t>(c)] = start;
-            m_properties[static_cast<std::size_t>(c)] = static_cast<uint8>(properties);
-        }
+        m_start[static_cast<unsigned char>(c)] = start;
+        m_properties[static_cast<unsigned char>(c)] = static_cast<uint8>(properties);
+    }
+
+    constexpr void SetWordCharacter(char c)
+    {
+        const bool isDigit = '0' <= c && c <= '9';
+        const bool isHexLetter = 'a' <= (c | 0x20) && (c | 0x20) <= 'f';
+        Set(c, isDigit ? Start::Digit : Start::Identifier,
+            CHAR_IDENTIFIER | CHAR_IN_NUMBER | (isDigit ? CHAR_DIGIT : 0) |
+                (isDigit || isHexLetter ? CHAR_HEX_DIGIT : 0));
     }
 };
 
@@ -106,4 +108,4 @@ inline uint32 HexDigitValue(char c)
     return static_cast<uint32>(HasProperty(c, CHAR_DIGIT) ? c - '0' : (c | 0x20) - 'a' + 10);
 }
 
-} // namespace kelm
+} // namespace kelm::text

@@ -9,8 +9,6 @@
 #include <bit>
 #include <cstring>
 
-#include <emmintrin.h>
-
 namespace kelm
 {
 
@@ -53,6 +51,18 @@ struct KnownText
         m_mask = size > 0 ? ~uint64(0) >> (64 - 8 * size) : 0;
     }
 
+    // Whether that is the text, which goes on to `end` at least.
+    bool Is(SubString text, const char* end) const
+    {
+        const ssize_t size = m_text.size();
+        if (text.size() != size)
+            return false;
+        if (end - text.m_p1 < s_maxShortText)
+            return text == m_text;
+        return (LoadWord<uint64>(text.m_p1) & m_mask) == m_word &&
+               (size <= s_maxShortText || IsSameRest(text.m_p1, m_text.m_p1, size));
+    }
+
     // Whether the characters up to `end` begin with it.
     bool Begins(const char* p, const char* end) const
     {
@@ -61,9 +71,17 @@ struct KnownText
             return end - p >= size && SubString(p, p + size) == m_text;
         if ((LoadWord<uint64>(p) & m_mask) != m_word)
             return false;
-        return size <= s_maxShortText ||
-               (end - p >= size && std::memcmp(p + s_maxShortText, m_text.m_p1 + s_maxShortText,
-                                               static_cast<std::size_t>(size - s_maxShortText)) == 0);
+        return size <= s_maxShortText || (end - p >= size && IsSameRest(p, m_text.m_p1, size));
+    }
+
+private:
+    // Of texts of more than eight characters, of which the first eight are the same.
+    static bool IsSameRest(const char* a, const char* b, ssize_t size)
+    {
+        if (size <= 2 * s_maxShortText)
+            return LoadWord<uint64>(a + size - s_maxShortText) == LoadWord<uint64>(b + size - s_maxShortText);
+        return std::memcmp(a + s_maxShortText, b + s_maxShortText, static_cast<std::size_t>(size - s_maxShortText)) ==
+               0;
     }
 };
 
@@ -73,20 +91,9 @@ constexpr uint64 EightTimes(char c)
     return 0x0101010101010101u * static_cast<uint8>(c);
 }
 
-// How many characters of a word stand before the first one that is `a` or `b`; 8 where none is. By the vector
-// instructions that every x86-64 has.
-inline ssize_t CountBefore(uint64 word, char a, char b)
-{
-    const __m128i bytes = _mm_cvtsi64_si128(static_cast<int64>(word));
-    const __m128i hits = _mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(a)), _mm_cmpeq_epi8(bytes, _mm_set1_epi8(b)));
-    constexpr int none = 1 << s_maxShortText;
-    return std::countr_zero(static_cast<unsigned>(_mm_movemask_epi8(hits) | none));
-}
-
-// The first characters of a word, zero bytes behind them; fewer than eight.
-inline uint64 FirstCharacters(uint64 word, ssize_t size)
-{
-    return word & ~(~uint64(0) << 8 * size);
-}
+// What is left of a word when all but its first characters are taken away, by how many those are.
+inline constexpr uint64 s_firstCharacters[] = {
+    0, 0xFF, 0xFFFF, 0xFFFFFF, 0xFFFFFFFF, 0xFFFFFFFFFF, 0xFFFFFFFFFFFF, 0xFFFFFFFFFFFFFF, ~uint64(0),
+};
 
 } // namespace kelm

@@ -1,0 +1,250 @@
+#pragma once
+
+// Characters looked at sixteen at a time: the only header that knows what vector instructions a processor has. SSE2
+// belongs to every x86-64 and NEON to every arm64; elsewhere, and with KELM_NO_VECTORS, two 64-bit words do the same.
+//
+// A Block holds the next characters of a text. Its questions answer with Lanes, which join by |; FirstOf tells where
+// the first lane is set. Nothing reads beyond the text: what is shorter than a block goes byte by byte, by the same
+// sets.
+
+#include <klUtils/types.h>
+
+#include <bit>
+#include <cstring>
+
+#if defined(__SSE2__) && !defined(KELM_NO_VECTORS)
+#include <emmintrin.h>
+#elif defined(__ARM_NEON) && !defined(KELM_NO_VECTORS)
+#include <arm_neon.h>
+#endif
+
+namespace kelm::text
+{
+
+// The first character of a word is to be its lowest byte.
+static_assert(std::endian::native == std::endian::little);
+
+inline constexpr ssize_t s_blockSize = 16;
+
+#if defined(__SSE2__) && !defined(KELM_NO_VECTORS)
+
+class Lanes
+{
+public:
+    explicit Lanes(__m128i bytes) : m_bytes(bytes) {}
+    Lanes operator|(Lanes other) const { return Lanes(_mm_or_si128(m_bytes, other.m_bytes)); }
+
+    // A bit for each character; a set one where the lane is set.
+    uint32 GetMask() const { return static_cast<uint32>(_mm_movemask_epi8(m_bytes)); }
+
+private:
+    __m128i m_bytes;
+};
+
+class Block
+{
+public:
+    explicit Block(const char* p) : m_bytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))) {}
+    Block(uint64 low, uint64 high) : m_bytes(_mm_set_epi64x(static_cast<int64>(high), static_cast<int64>(low))) {}
+
+    Lanes AreEqual(char c) const { return Lanes(_mm_cmpeq_epi8(m_bytes, _mm_set1_epi8(c))); }
+
+    // character < c, which is ASCII, or the character is not.
+    Lanes AreBelow(char c) const { return Lanes(_mm_cmpgt_epi8(_mm_set1_epi8(c), m_bytes)); }
+
+    // first <= character <= last, all of them ASCII.
+    Lanes AreBetween(char first, char last) const { return Between(m_bytes, first, last); }
+
+    // The same with the letters' case ignored; other characters are none of the letters with it.
+    Lanes AreLettersBetween(char first, char last) const
+    {
+        return Between(_mm_or_si128(m_bytes, _mm_set1_epi8(0x20)), first, last);
+    }
+
+    void Store(char* p) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), m_bytes); }
+
+    // Of a block of decimal digits, the number. Zero bytes count as zeros. Neighbours are joined, then pairs, then
+    // fours; what is left are eights.
+    uint64 GetDecimal() const
+    {
+        const __m128i digits = _mm_and_si128(m_bytes, _mm_set1_epi8(0x0f));
+        const __m128i tens = _mm_mullo_epi16(digits, _mm_set1_epi16(10));
+        const __m128i pairs = _mm_add_epi16(_mm_and_si128(tens, _mm_set1_epi16(0xff)), _mm_srli_epi16(digits, 8));
+        const __m128i fours = _mm_madd_epi16(pairs, _mm_set1_epi32(100 | 1 << 16));
+        const __m128i eights = _mm_madd_epi16(_mm_packs_epi32(fours, fours), _mm_set1_epi32(10000 | 1 << 16));
+        const auto both = static_cast<uint64>(_mm_cvtsi128_si64(eights));
+        return 100000000 * (both & 0xffffffff) + (both >> 32);
+    }
+
+private:
+    static Lanes Between(__m128i bytes, char first, char last)
+    {
+        // Moved to where they are the greatest of the signed bytes.
+        const __m128i moved = _mm_add_epi8(bytes, _mm_set1_epi8(static_cast<char>(0x7f - last)));
+        return Lanes(_mm_cmpgt_epi8(moved, _mm_set1_epi8(static_cast<char>(0x7e - (last - first)))));
+    }
+
+    __m128i m_bytes;
+};
+
+inline int FirstOf(Lanes lanes)
+{
+    return std::countr_zero(lanes.GetMask() | 1U << s_blockSize);
+}
+inline int FirstNotOf(Lanes lanes)
+{
+    return std::countr_one(lanes.GetMask());
+}
+inline bool HasAny(Lanes lanes)
+{
+    return lanes.GetMask() != 0;
+}
+inline int CountOf(Lanes lanes)
+{
+    return std::popcount(lanes.GetMask());
+}
+
+#else
+
+// Byte by byte answers of two words, a lane being a byte's top bit.
+class Lanes
+{
+public:
+    Lanes(uint64 low, uint64 high) : m_low(low), m_high(high) {}
+    Lanes operator|(Lanes other) const { return {m_low | other.m_low, m_high | other.m_high}; }
+    Lanes operator~() const { return {m_low ^ s_tops, m_high ^ s_tops}; }
+
+    static constexpr uint64 s_tops = 0x8080808080808080;
+
+    uint64 m_low;
+    uint64 m_high;
+};
+
+class Block
+{
+public:
+    explicit Block(const char* p)
+    {
+        std::memcpy(&m_low, p, sizeof m_low);
+        std::memcpy(&m_high, p + sizeof m_low, sizeof m_high);
+    }
+    Block(uint64 low, uint64 high) : m_low(low), m_high(high) {}
+
+    Lanes AreEqual(char c) const { return AreBetween(c, c); }
+    Lanes AreBelow(char c) const { return ~AreBetween(c, 0x7f); }
+    Lanes AreBetween(char first, char last) const
+    {
+        return {Between(m_low, first, last), Between(m_high, first, last)};
+    }
+    Lanes AreLettersBetween(char first, char last) const
+    {
+        constexpr uint64 lowerCase = 0x2020202020202020;
+        return {Between(m_low | lowerCase, first, last), Between(m_high | lowerCase, first, last)};
+    }
+
+    void Store(char* p) const
+    {
+        std::memcpy(p, &m_low, sizeof m_low);
+        std::memcpy(p + sizeof m_low, &m_high, sizeof m_high);
+    }
+
+    uint64 GetDecimal() const { return 100000000 * ValueOfEightDigits(m_low) + ValueOfEightDigits(m_high); }
+
+private:
+    // Joins neighbours, then pairs, then fours.
+    static uint64 ValueOfEightDigits(uint64 bytes)
+    {
+        bytes = (bytes & 0x0F0F0F0F0F0F0F0F) * (1 + (10 << 8)) >> 8;
+        bytes = (bytes & 0x00FF00FF00FF00FF) * (1 + (uint64(100) << 16)) >> 16;
+        return (bytes & 0x0000FFFF0000FFFF) * (1 + (uint64(10000) << 32)) >> 32;
+    }
+
+    // Seven bits of each byte are added to without a carry into the next: the top bit of `atLeast` says that the byte
+    // is no less than `first`, that of `above` that it is greater than `last`.
+    static uint64 Between(uint64 bytes, char first, char last)
+    {
+        constexpr uint64 ones = 0x0101010101010101;
+        const uint64 low = bytes & ~Lanes::s_tops;
+        const uint64 atLeast = low + ones * static_cast<uint64>(0x80 - first);
+        const uint64 above = low + ones * static_cast<uint64>(0x7f - last);
+        return atLeast & ~above & ~bytes & Lanes::s_tops;
+    }
+
+    uint64 m_low;
+    uint64 m_high;
+};
+
+inline int FirstOf(Lanes lanes)
+{
+    return lanes.m_low != 0 ? std::countr_zero(lanes.m_low) / 8 : 8 + std::countr_zero(lanes.m_high) / 8;
+}
+inline int FirstNotOf(Lanes lanes)
+{
+    return FirstOf(~lanes);
+}
+inline bool HasAny(Lanes lanes)
+{
+    return (lanes.m_low | lanes.m_high) != 0;
+}
+inline int CountOf(Lanes lanes)
+{
+    return std::popcount(lanes.m_low) + std::popcount(lanes.m_high);
+}
+
+#endif
+
+// --- Whole runs ------------------------------------------------------------------------------------------------------
+//
+// A set of characters is a type of two static functions, In(Block) and In(char), that say the same.
+
+// The end of the run of characters of the set that begins at `p`.
+template <class Set>
+inline const char* SkipRun(const char* p, const char* end)
+{
+    for (; end - p >= s_blockSize; p += s_blockSize)
+    {
+        const int count = FirstNotOf(Set::In(Block(p)));
+        if (count != s_blockSize)
+            return p + count;
+    }
+    while (p != end && Set::In(*p))
+        ++p;
+    return p;
+}
+
+// The first character of the set at or behind `p`; the end where there is none.
+template <class Set>
+inline const char* FindFirst(const char* p, const char* end)
+{
+    for (; end - p >= s_blockSize; p += s_blockSize)
+    {
+        const Lanes lanes = Set::In(Block(p));
+        if (HasAny(lanes))
+            return p + FirstOf(lanes);
+    }
+    while (p != end && !Set::In(*p))
+        ++p;
+    return p;
+}
+
+// How many characters of the set there are.
+template <class Set>
+inline ssize_t CountIn(const char* p, const char* end)
+{
+    ssize_t count = 0;
+    for (; end - p >= s_blockSize; p += s_blockSize)
+        count += CountOf(Set::In(Block(p)));
+    for (; p != end; ++p)
+        count += Set::In(*p);
+    return count;
+}
+
+// One character as a set.
+template <char C>
+struct Only
+{
+    static Lanes In(const Block& block) { return block.AreEqual(C); }
+    static bool In(char c) { return c == C; }
+};
+
+} // namespace kelm::text

@@ -1,0 +1,254 @@
+#pragma once
+
+// Cursor: how the inside of the parsers reads a text, one token ahead.
+//
+// A parser's public members are its face to the world. Its inside takes them over into a Cursor, which a compiler can
+// keep in registers and which knows the value of a literal as soon as it is scanned; where foreign code could look (at
+// return, at a throw, before a host is called) they are written back. ParserCursor does that by its lifetime.
+
+#include <klUtils/MessageOf.h>
+#include <klUtils/api.h>
+#include <klUtils/text/ParserBase.h>
+#include <klUtils/text/private/Scan.h>
+
+namespace kelm::text
+{
+
+class Cursor
+{
+public:
+    KLUTILS_API explicit Cursor(const ParserBase& parser);
+
+    // The current and the previous token and the rest of the text, as the parser's members have them.
+    KLUTILS_API void StoreIn(ParserBase& parser) const;
+
+    EToken GetKind() const { return m_token.m_kind; }
+    bool Is(EToken kind) const { return m_token.m_kind == kind; }
+    SubString GetText() const { return m_token.GetText(); }
+    LSToken GetToken() const { return m_token.GetToken(); }
+    KLUTILS_API LSToken GetPreviousToken(const ParserBase& parser) const;
+
+    // Whether the text of the current token is that.
+    bool IsText(SubString text) const { return GetText() == text; }
+
+    // To the next token. Throws LexScannerException where characters form none; the current token stays then, and is
+    // the previous one as well.
+    void Next()
+    {
+        if (!TryNext()) [[unlikely]]
+            ThrowScanFailure();
+    }
+
+    // The same, inlined, for the loops in which most of the time is spent.
+    [[gnu::always_inline]] void NextHere()
+    {
+        if (!TryNextHere()) [[unlikely]]
+            ThrowScanFailure();
+    }
+
+    // The same with numbers inlined too, for expressions.
+    [[gnu::always_inline]] void NextInExpression()
+    {
+        m_previous = m_token.m_start;
+        if (!ScanTokenHere(m_p, m_end, false, m_token)) [[unlikely]]
+        {
+            Stay();
+            ThrowScanFailure();
+        }
+        m_p = m_token.m_past;
+    }
+
+    // To the next token, and where that is a number that `take` takes, past it as well: whether it was. The number does
+    // not become the current token on the way unless there is a need.
+    template <class Take>
+    [[gnu::always_inline]] bool NextPastNumber(Take take)
+    {
+        const char* const start = SkipSpace(m_p, m_end);
+        if (start == m_end || StartOf(*start) != Start::Digit)
+        {
+            Next();
+            return false;
+        }
+        const ScannedNumber number = ScanNumberHere(start, m_end);
+        if (number.m_past != nullptr && take(number, SubString(start, number.m_past))) [[likely]]
+        {
+            const char* const behind = SkipSpace(number.m_past, m_end);
+            if (TryScanOrEndHere(behind, m_end, m_token))
+            {
+                m_previous = start;
+                m_p = m_token.m_past;
+                return true;
+            }
+            m_token.SetNumber(start, number);
+            m_p = number.m_past;
+            Next();
+            return true;
+        }
+        Next();
+        return false;
+    }
+
+    // The same without throwing: false where there is no next token, which GetScanFailure then tells of.
+    [[gnu::noinline]] bool TryNext() { return TryNextHere(); }
+
+    // What is not short and common ends in a call, so that nothing need be kept for afterwards.
+    [[gnu::always_inline]] bool TryNextHere()
+    {
+        const char* const end = m_end;
+        const char* const start = SkipMostSpace(m_p, end);
+        m_previous = m_token.m_start;
+        if (start == end)
+            return TryAnyNext();
+        if (TryScanHere(start, end, m_token))
+        {
+            m_p = m_token.m_past;
+            return true;
+        }
+        switch (StartOf(*start))
+        {
+        case Start::Digit: return TryNumber(start);
+        case Start::Quote: return TryQuoted(start);
+        default: return TryAnyNext();
+        }
+    }
+
+    // Past the current token and the operator behind it, where that is the one of the character C, to the token behind
+    // both; false, with nothing done, where another token comes.
+    template <char C>
+    [[gnu::always_inline]] bool TryNextHerePast()
+    {
+        const char* const start = SkipMostSpace(m_p, m_end);
+        if (m_end - start <= 1 || *start != C || HasProperty(start[1], CHAR_IN_OPERATOR))
+            return false;
+        m_token.m_start = start;
+        m_p = start + 1;
+        NextHere();
+        return true;
+    }
+
+    // To the next token; and where that is a minus directly before a number, past it: whether it was. So negative
+    // numbers in lists are one step like others. What is wrong with the number is left to be found behind the minus.
+    [[gnu::always_inline]] bool NextHerePastMinus()
+    {
+        const char* const minus = SkipSpace(m_p, m_end);
+        if (m_end - minus <= 1 || minus[0] != '-' || !HasProperty(minus[1], CHAR_DIGIT))
+        {
+            NextHere();
+            return false;
+        }
+        const char* const before = m_token.m_start;
+        if (!ScanToken(minus + 1, m_end, false, m_token)) [[unlikely]]
+        {
+            m_previous = before;
+            m_p = minus;
+            ScanToken(minus, m_end, false, m_token);
+            m_p = m_token.m_past;
+            return false;
+        }
+        m_previous = minus;
+        m_p = m_token.m_past;
+        return true;
+    }
+
+    ScanFailure GetScanFailure() const { return DescribeScanFailure(m_p, m_end, false); }
+
+    // Past a token of that kind. Throws "Expected " + text + " when read " + the current token where it is another.
+    void Pass(EToken kind, ConstStringZ text)
+    {
+        if (!Is(kind)) [[unlikely]]
+            ThrowExpected(text);
+        Next();
+    }
+
+    // --- The value of the current token, which is not consumed ---
+
+    // False where it is out of range. Of TOKEN_INTEGER and TOKEN_HEX_INTEGER.
+    bool GetUnsigned(uint64& value) const
+    {
+        return Is(TOKEN_INTEGER) ? ToUnsigned(m_token.GetNumber(), GetText(), value)
+                                 : HexToUnsigned(m_token.GetNumber(), GetText(), value);
+    }
+    // Of TOKEN_INTEGER and TOKEN_FLOAT.
+    bool GetFloat(double& value) const { return ToFloating(m_token.GetNumber(), GetText(), value); }
+    bool GetFloat(float& value) const { return ToFloating(m_token.GetNumber(), GetText(), value); }
+
+    bool IsQuoted() const { return Is(TOKEN_DOUBLE_QUOTED_STRING) || Is(TOKEN_SINGLE_QUOTED_STRING); }
+
+    // Of a quoted literal: its contents in place of `out`. Throws LiteralException, with `out` as it was.
+    void GetString(xstring& out) const
+    {
+        if (m_token.m_escape == nullptr)
+            ReadQuoted(GetText(), nullptr, out);
+        else
+            GetToken().GetLiteralString(out);
+    }
+
+    // Whether the contents of a quoted literal are its very characters.
+    bool IsVerbatim() const { return m_token.m_escape == nullptr; }
+
+    // --- Errors, all of them LexScannerExceptions at the current token ---
+
+    [[noreturn]] KLUTILS_API void ThrowScanFailure() const;
+    [[noreturn]] KLUTILS_API void ThrowExpected(ConstStringZ what) const;
+    [[noreturn]] KLUTILS_API void ThrowAtToken(const xstring& description) const;
+    template <class... Parts>
+    [[noreturn, gnu::cold]] void Throw(const Parts&... parts) const
+    {
+        ThrowAtToken(MessageOf(parts...));
+    }
+
+    // A number at `start`.
+    [[gnu::noinline]] bool TryNumber(const char* start)
+    {
+        if (!m_token.SetNumber(start, ScanNumberHere(start, m_end))) [[unlikely]]
+            return Stay();
+        m_p = m_token.m_past;
+        return true;
+    }
+    // A quoted literal at `start`.
+    [[gnu::noinline]] bool TryQuoted(const char* start)
+    {
+        const bool isDouble = *start == '"';
+        m_token.m_kind = isDouble ? TOKEN_DOUBLE_QUOTED_STRING : TOKEN_SINGLE_QUOTED_STRING;
+        m_token.m_start = start;
+        m_token.m_past = isDouble ? ScanQuoted<'"'>(start, m_end, m_token.m_escape)
+                                  : ScanQuoted<'\''>(start, m_end, m_token.m_escape);
+        if (m_token.m_past == nullptr) [[unlikely]]
+            return Stay();
+        m_p = m_token.m_past;
+        return true;
+    }
+    KLUTILS_API bool TryAnyNext();
+
+    // The scanner has found no token: the current one is the previous one from now on.
+    bool Stay()
+    {
+        m_token.m_past = nullptr;
+        return false;
+    }
+
+    Lexeme m_token;         // the current token
+    const char* m_previous; // the first character of the one before it; GetPreviousToken scans that again
+    const char* m_p;        // the text not yet scanned
+    const char* m_end;
+};
+
+// A cursor over a parser's text for as long as it lives.
+class ParserCursor : public Cursor
+{
+public:
+    explicit ParserCursor(ParserBase& parser) : Cursor(parser), m_parser(parser) {}
+    ParserCursor(const ParserCursor&) = delete;
+    ParserCursor& operator=(const ParserCursor&) = delete;
+    ~ParserCursor() { Show(); }
+
+    // Writes the parser's members, for foreign code that is called now.
+    void Show() const { StoreIn(m_parser); }
+
+    ParserBase& GetParser() const { return m_parser; }
+
+private:
+    ParserBase& m_parser;
+};
+
+} // namespace kelm::text

@@ -1,0 +1,63 @@
+#pragma once
+
+// White space between tokens, and the comments that count as it.
+
+#include <klUtils/text/private/Blocks.h>
+#include <klUtils/text/private/CharTable.h>
+
+namespace kelm::text
+{
+
+// White space as a set of characters: the space, and tab, newline, vertical tab, form feed, carriage return.
+struct Spaces
+{
+    static Lanes In(const Block& block) { return block.AreEqual(' ') | block.AreBetween('\t', '\r'); }
+    static bool In(char c) { return HasProperty(c, CHAR_SPACE); }
+};
+
+// Past the white space at `p`. Most often there is none, or a single blank; an indented new line is the third case.
+[[gnu::always_inline]] inline const char* SkipSpace(const char* p, const char* end)
+{
+    constexpr unsigned char lastBlank = ' ';
+    if (p == end || static_cast<unsigned char>(*p) > lastBlank)
+        return p;
+    if (*p == ' ' && (++p == end || static_cast<unsigned char>(*p) > lastBlank))
+        return p;
+    return SkipRun<Spaces>(p, end);
+}
+
+// The same without the last few characters of the text: past the white space at `p`, or to somewhere in it.
+[[gnu::always_inline]] inline const char* SkipMostSpace(const char* p, const char* end)
+{
+    constexpr unsigned char lastBlank = ' ';
+    if (p == end || static_cast<unsigned char>(*p) > lastBlank)
+        return p;
+    if (*p == ' ' && (++p == end || static_cast<unsigned char>(*p) > lastBlank))
+        return p;
+    for (; end - p >= s_blockSize; p += s_blockSize)
+        if (const int count = FirstNotOf(Spaces::In(Block(p))); count != s_blockSize)
+            return p + count;
+    return p;
+}
+
+// From a line comment's beginning to its end, which is before the newline.
+inline const char* SkipLine(const char* p, const char* end)
+{
+    return FindFirst<Only<'\n'>>(p, end);
+}
+
+// Past the block comment that begins at `start`; null where it does not end.
+inline const char* SkipBlockComment(const char* start, const char* end)
+{
+    const char* p = start + 2;
+    while (true)
+    {
+        p = FindFirst<Only<'*'>>(p, end);
+        if (end - p < 2)
+            return nullptr;
+        if (*++p == '/')
+            return p + 1;
+    }
+}
+
+} // namespace kelm::text

@@ -1,0 +1,30 @@
+#pragma once
+
+// The built-in names of the language: what each takes in its brackets, and what it makes of that.
+
+#include <klKelmScript/private/KSValueOperations.h>
+#include <klUtils/BasicSubString.h>
+
+namespace kelm
+{
+
+enum class Argument : uint8
+{
+    None, // no brackets
+    Any,
+    Float,
+    PositiveFloat,
+};
+
+struct BuiltIn
+{
+    SubString m_name;
+    Argument m_argument;
+    void (*m_apply)(KSValue& literal);      // in place of an argument of any kind, or of none
+    double (*m_function)(double) = nullptr; // of a float
+};
+
+// The one of that name, or null.
+const BuiltIn* FindBuiltIn(SubString name);
+
+} // namespace kelm
