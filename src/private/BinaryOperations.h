@@ -201,8 +201,8 @@ void Combine<operation::LogicalOr>(KSValue& result, const KSValue& a, const KSVa
 template <>
 void Combine<operation::LogicalAnd>(KSValue& result, const KSValue& a, const KSValue& b);
 
-// The same with the result in the left operand's place. Two of the script's own integers, or bools, the commonest
-// operands, need no call.
+// The same with the result in the left operand's place. Two of the script's own integers, or floats, or bools, the
+// commonest operands, need no call.
 template <class Operation>
 void CombineInPlace(KSValue& a, const KSValue& b)
 {
@@ -212,6 +212,17 @@ void CombineInPlace(KSValue& a, const KSValue& b)
     if constexpr ((Operation::s_kinds & KIND_BOOL) != 0)
         if (a.is<bool>() && b.is<bool>())
             return KSValueAccess::Set(a, Operation::Of(KSValueAccess::Get<bool>(a), KSValueAccess::Get<bool>(b)));
+    if constexpr ((Operation::s_kinds & KIND_NUMBER) == KIND_NUMBER)
+        if (a.is<float64>() && b.is<float64>())
+        {
+            const auto x = KSValueAccess::Get<float64>(a);
+            const auto y = KSValueAccess::Get<float64>(b);
+            const int64 m = TruncateToInt64(x);
+            const int64 n = TruncateToInt64(y);
+            return static_cast<float64>(m) == x && static_cast<float64>(n) == y
+                       ? KSValueAccess::Set(a, Operation::Of(m, n))
+                       : KSValueAccess::Set(a, Operation::Of(x, y));
+        }
     Combine<Operation>(a, a, b);
 }
 

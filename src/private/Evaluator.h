@@ -128,16 +128,21 @@ private:
     // that one's right operand first.
     void EvaluateOperators(KSValue& literal, int level)
     {
-        int operatorsLevel = GetLevel();
+        EToken kind = m_tokens.GetKind();
         do
         {
-            const OperationInPlace apply = s_tokenRoles.m_apply[TokenRoles::IndexOf(m_tokens.GetKind())];
+            const OperationInPlace apply = s_tokenRoles.m_apply[TokenRoles::IndexOf(kind)];
+            const int operatorsLevel = LevelOf(kind);
             KSValue y;
             if (!NextPastNumber(y))
                 EvaluateAnyOperand(y);
             FinishPostfix(y);
-            if (GetLevel() > operatorsLevel)
+            kind = m_tokens.GetKind();
+            if (LevelOf(kind) > operatorsLevel)
+            {
                 EvaluateOperators(y, operatorsLevel + 1);
+                kind = m_tokens.GetKind();
+            }
             if constexpr (Names::s_canBeReflected)
             {
                 ShowTo(literal);
@@ -146,8 +151,7 @@ private:
             if (operatorsLevel == LEVEL_MULTIPLICATIVE)
                 ShowBeforeFault(literal, y);
             apply(literal, y);
-            operatorsLevel = GetLevel();
-        } while (operatorsLevel >= level);
+        } while (LevelOf(kind) >= level);
     }
 
     // --- Operands ----------------------------------------------------------------------------------------------------

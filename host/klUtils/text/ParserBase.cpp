@@ -8,11 +8,9 @@ namespace kelm
 
 void ParserBase::ReadToken(bool atLineStart)
 {
-    text::Lexeme lexeme;
-    if (!text::ScanTokenHere(m_str.m_p1, m_str.m_p2, atLineStart, lexeme)) [[unlikely]]
+    if (!text::FindTokenHere(m_str.m_p1, m_str.m_p2, atLineStart, m_token)) [[unlikely]]
         text::ThrowScanFailure(m_str.m_p1, m_str.m_p2, atLineStart);
-    m_token = lexeme.GetToken();
-    m_str.m_p1 = lexeme.m_past;
+    m_str.m_p1 = m_token.m_str.m_p2;
 }
 
 void ParserBase::Init(SubString text)

@@ -38,7 +38,11 @@ void FindValue(Lexeme& token)
 } // namespace
 
 Cursor::Cursor(const ParserBase& parser)
-    : m_token(parser.m_token), m_previous(&s_nonePassed), m_p(parser.m_str.m_p1), m_end(parser.m_str.m_p2)
+    : m_token(parser.m_token)
+    , m_previous(&s_nonePassed)
+    , m_passed(&s_nonePassed)
+    , m_p(parser.m_str.m_p1)
+    , m_end(parser.m_str.m_p2)
 {
     if (TOKEN_INTEGER <= m_token.m_kind && m_token.m_kind <= TOKEN_FLOAT)
         FindValue(m_token);
@@ -52,9 +56,16 @@ LSToken Cursor::GetPreviousToken(const ParserBase& parser) const
         return parser.m_prevToken;
     if (m_previous == parser.m_token.m_str.m_p1)
         return parser.m_token;
-    Lexeme token;
-    ScanTokenHere(m_previous, m_end, false, token);
-    return token.GetToken();
+    return FindPreviousToken();
+}
+
+// Of a token that has been passed, and was scanned here.
+[[gnu::always_inline]] inline LSToken Cursor::FindPreviousToken() const
+{
+    LSToken token(m_passedKind, {m_passed, m_passedEnd});
+    if (m_previous != m_passed)
+        FindTokenHere(m_previous, m_end, false, token);
+    return token;
 }
 
 void Cursor::StoreIn(ParserBase& parser) const
@@ -64,7 +75,7 @@ void Cursor::StoreIn(ParserBase& parser) const
     if (m_previous == parser.m_token.m_str.m_p1)
         parser.m_prevToken = parser.m_token;
     else
-        parser.m_prevToken = GetPreviousToken(parser);
+        parser.m_prevToken = FindPreviousToken();
     parser.m_token = m_token.m_past != nullptr ? GetToken() : parser.m_prevToken;
     parser.m_str.m_p1 = m_p;
 }

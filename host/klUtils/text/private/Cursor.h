@@ -46,15 +46,16 @@ public:
             ThrowScanFailure();
     }
 
-    // The same with numbers inlined too, for expressions.
+    // The same, with the end inlined too, behind an operand.
     [[gnu::always_inline]] void NextInExpression()
     {
-        m_previous = m_token.m_start;
-        if (!ScanTokenHere(m_p, m_end, false, m_token)) [[unlikely]]
-        {
-            Stay();
-            ThrowScanFailure();
-        }
+        const char* const start = SkipSpace(m_p, m_end);
+        if (start == m_end)
+            return SetEnd(m_token.m_kind, m_token.m_start, m_token.m_past);
+        const char* const before = m_token.m_start;
+        if (!TryScanHere(start, m_end, m_token))
+            return Next();
+        m_previous = before;
         m_p = m_token.m_past;
     }
 
@@ -73,11 +74,21 @@ public:
         if (number.m_past != nullptr && take(number, SubString(start, number.m_past))) [[likely]]
         {
             const char* const behind = SkipSpace(number.m_past, m_end);
-            if (TryScanOrEndHere(behind, m_end, m_token))
+            if (behind == m_end)
+            {
+                SetEnd(number.m_kind, start, number.m_past);
+                return true;
+            }
+            if (TryScanHere(behind, m_end, m_token))
             {
                 m_previous = start;
                 m_p = m_token.m_past;
                 return true;
+            }
+            if (IsLongOperator(*behind))
+            {
+                m_previous = start;
+                return TryOperator(behind);
             }
             m_token.SetNumber(start, number);
             m_p = number.m_past;
@@ -108,6 +119,7 @@ public:
         {
         case Start::Digit: return TryNumber(start);
         case Start::Quote: return TryQuoted(start);
+        case Start::Operator: return IsLongOperator(*start) ? TryOperator(start) : TryAnyNext();
         default: return TryAnyNext();
         }
     }
@@ -218,7 +230,35 @@ public:
         m_p = m_token.m_past;
         return true;
     }
+    // Whether an operator that begins so may go on, and is no comment then.
+    static bool IsLongOperator(char c) { return c != '/' && StartOf(c) == Start::Operator; }
+    // Such an operator at `start`.
+    [[gnu::noinline]] bool TryOperator(const char* start)
+    {
+        const char* past = start;
+        m_token.m_kind = ScanOperator(past, m_end);
+        m_token.m_start = start;
+        m_token.m_past = past;
+        m_p = past;
+        return true;
+    }
     KLUTILS_API bool TryAnyNext();
+
+    LSToken FindPreviousToken() const;
+
+    // To the end of the text from a token that is at hand: the cursor is soon given back then, with it as the
+    // previous one.
+    void SetEnd(EToken kind, const char* start, const char* past)
+    {
+        m_previous = start;
+        m_passed = start;
+        m_passedEnd = past;
+        m_passedKind = kind;
+        m_token.m_kind = TOKEN_END;
+        m_token.m_start = m_end;
+        m_token.m_past = m_end;
+        m_p = m_end;
+    }
 
     // The scanner has found no token: the current one is the previous one from now on.
     bool Stay()
@@ -228,8 +268,11 @@ public:
     }
 
     Lexeme m_token;         // the current token
-    const char* m_previous; // the first character of the one before it; GetPreviousToken scans that again
-    const char* m_p;        // the text not yet scanned
+    const char* m_previous; // the first character of the one before it, which is scanned again where it is asked for
+    const char* m_passed;   // unless it is this: the last one of the text
+    const char* m_passedEnd;
+    EToken m_passedKind;
+    const char* m_p; // the text not yet scanned
     const char* m_end;
 };
 

@@ -81,8 +81,13 @@ KLUTILS_API void ScanRestOfNumber(const char* start, const char* end, ScannedNum
             ++significant;
     const DigitRun run = AppendFewDigits(significant, end, scanned.m_digits);
     constexpr ssize_t farthest = std::numeric_limits<int32>::max() / 2;
-    const ssize_t places = run.m_past - fraction < farthest ? run.m_past - fraction : farthest;
-    const ssize_t count = run.m_past - significant < farthest ? run.m_past - significant : farthest;
+    ssize_t places = run.m_past - fraction;
+    ssize_t count = run.m_past - significant;
+    if (places > farthest) [[unlikely]]
+    {
+        places = farthest;
+        count = count < farthest ? count : farthest;
+    }
     scanned.m_kind = TOKEN_FLOAT;
     scanned.m_past = run.m_past;
     scanned.m_digits = run.m_number;

@@ -97,6 +97,28 @@ inline bool IsDotOperator(const char* p, const char* end)
     return ScanToken(p, end, atLineStart, lexeme);
 }
 
+// The same for those who want the token alone: what is inlined keeps nothing else.
+[[gnu::always_inline]] inline bool FindTokenHere(const char* p, const char* end, bool atLineStart, LSToken& token)
+{
+    const char* const start = SkipSpace(p, end);
+    Lexeme lexeme;
+    if (start == end || StartOf(*start) != Start::Digit)
+    {
+        if (!TryScanOrEndHere(start, end, lexeme))
+        {
+            Lexeme other; // whose address goes out, so that the first one can be registers
+            if (!ScanToken(p, end, atLineStart, other)) [[unlikely]]
+                return false;
+            token = other.GetToken();
+            return true;
+        }
+    }
+    else if (!lexeme.SetNumber(start, ScanNumberHere(start, end))) [[unlikely]]
+        return false;
+    token = lexeme.GetToken();
+    return true;
+}
+
 inline bool IsComment(EToken kind)
 {
     return kind == TOKEN_COMMENT || kind == TOKEN_PREPROC_COMMENT;
