@@ -10,13 +10,20 @@ constinit thread_local long t_allocationsLeft = -1; // without a limit when nega
 
 } // namespace
 
-void* operator new(std::size_t size)
+// Every form of new and delete that is used is here: a pair of which the sanitizer has one half is an error to it.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     void* const memory = t_allocationsLeft == 0 ? nullptr : std::malloc(size != 0 ? size : 1);
+    if (memory != nullptr && t_allocationsLeft > 0)
+        --t_allocationsLeft;
+    return memory;
+}
+
+void* operator new(std::size_t size)
+{
+    void* const memory = operator new(size, std::nothrow);
     if (memory == nullptr)
         throw std::bad_alloc();
-    if (t_allocationsLeft > 0)
-        --t_allocationsLeft;
     return memory;
 }
 
