@@ -291,10 +291,13 @@ private:
             m_tokens.Show();
     }
 
-    // A division that the processor refuses runs a handler of the host, which may look at the parser.
+    // A division that the processor refuses runs a handler of the host, which may look at the parser. Whole-numbered
+    // floats divide as integers do.
     void ShowBeforeFault(const KSValue& a, const KSValue& b) const
     {
-        if (b.is<int64>() && KSValueAccess::Get<int64>(b) == -1 && a.is<int64>()) [[unlikely]]
+        const bool isMinusOne = (b.is<int64>() && KSValueAccess::Get<int64>(b) == -1) ||
+                                (b.is<float64>() && KSValueAccess::Get<float64>(b) == -1.0);
+        if (isMinusOne && (a.is<int64>() || a.is<float64>())) [[unlikely]]
             m_tokens.Show();
     }
 
