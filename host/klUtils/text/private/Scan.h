@@ -1,7 +1,25 @@
 #pragma once
 
-// The scanner: the next lexeme of a text. What is short and common is here, to be inlined where it is called; the rest
-// (quoted literals, comments, fractions and exponents, operators of several characters) is one call away.
+// The scanner: the next lexeme of a text. And how a character becomes a value, in the order in which it happens:
+//
+//  1. Blocks.h        sixteen characters at once, a lane each; all that is of one processor
+//  2. CharTable.h     what a single one can begin, and what it can be part of
+//  3. Space.h         past white space; where comments end
+//  4. Names.h         a name: where it ends, and, of up to eight characters (ShortText.h), the word that it is
+//     Number.h        a number: where it ends, its kind, its digits (DecimalDigits.h) and its power of ten
+//     Quoted.h        a quoted literal: where it ends, and its first backslash
+//     OperatorTrie.h  an operator: the longest there is
+//  5. Scan.h          the lexeme: a token, with what 4 has found out about its value. Short and common ones are inlined
+//                     where they are asked for; the rest (comments, quoted literals, long operators) is one call away
+//  6. Cursor.h        how a reader goes through lexemes, one ahead, in place of the parser's public members
+//     FastCursor.h    the same in registers, for lists of numbers
+//     ExpectingCursor.h  for a reader that knows which token is likely
+//  7. Number.h, Quoted.h  the value, when it is asked for: an integer, the nearest float (NearestDouble.h), a text
+//                     without its escapes
+//  8. TypedReads.h    that value as one of a type: its sign, its range, what is said where it does not fit
+//
+// A number of up to 19 digits is read once. That there is no lexeme is only noticed; DescribeScanFailure reads again to
+// say why, and where.
 
 #include <klUtils/api.h>
 #include <klUtils/text/LSToken.h>
