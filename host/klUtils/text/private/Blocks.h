@@ -1,7 +1,7 @@
 #pragma once
 
-// Characters looked at sixteen at a time: the only header that knows what vector instructions a processor has. SSE2
-// belongs to every x86-64 and NEON to every arm64; elsewhere, and with KELM_NO_VECTORS, two 64-bit words do the same.
+// Characters looked at sixteen at a time, by the vector instructions that a processor has: SSE2, which belongs to every
+// x86-64. Elsewhere, and with KELM_NO_VECTORS, two 64-bit words do the same.
 //
 // A Block holds the next characters of a text. Its questions answer with Lanes, which join by |; FirstOf tells where
 // the first lane is set. Nothing reads beyond the text: what is shorter than a block goes byte by byte, by the same
@@ -14,8 +14,6 @@
 
 #if defined(__SSE2__) && !defined(KELM_NO_VECTORS)
 #include <emmintrin.h>
-#elif defined(__ARM_NEON) && !defined(KELM_NO_VECTORS)
-#include <arm_neon.h>
 #endif
 
 namespace kelm::text
