@@ -17,11 +17,6 @@ constexpr ConstStringZ s_sourceFile = "src/KSValue";
 
 } // namespace
 
-void ThrowWithText(const StringStream& message)
-{
-    throw KSValueException(message.GetString().c_str());
-}
-
 // The array operations are part of the library's interface, beside the record that points at them.
 template KLKELMSCRIPT_API void ConstructArray<KSValue>(void*, ssize_t, ssize_t);
 template KLKELMSCRIPT_API void CopyConstructArray<KSValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
@@ -35,19 +30,9 @@ template KLKELMSCRIPT_API ssize_t BinaryUpperBound<KSValue>(const void*, ssize_t
 
 // --- The exception ---------------------------------------------------------------------------------------------------
 
-KSValueException::KSValueException(ConstStringZ description) : m_description(description) {}
+KSValueException::KSValueException(ConstStringZ description) : MessageException(description) {}
 
 KSValueException::~KSValueException() = default;
-
-void KSValueException::Write(xostream& os) const
-{
-    os << m_description;
-}
-
-const char* KSValueException::what() const noexcept
-{
-    return m_description.c_str();
-}
 
 // --- Payloads --------------------------------------------------------------------------------------------------------
 
@@ -169,24 +154,18 @@ void ThrowIncompatibleTypesException(const KSValue& a, const KSValue& b, const c
 {
     const char* const nameOfB = TypeToString(b.GetTag());
     const char* const nameOfA = TypeToString(a.GetTag());
-    StringStream message(4096);
-    message << "Incompatible types (" << nameOfA << " and " << nameOfB << ") for " << op << " operation";
-    ThrowWithText(message);
+    ThrowValueException("Incompatible types (", nameOfA, " and ", nameOfB, ") for ", op, " operation");
 }
 
 void ThrowIncompatibleTypeException(const KSValue& a, const char* op)
 {
-    StringStream message(4096);
-    message << "Incompatible type (" << TypeToString(a.GetTag()) << ") for unary " << op << " operation";
-    ThrowWithText(message);
+    ThrowValueException("Incompatible type (", TypeToString(a.GetTag()), ") for unary ", op, " operation");
 }
 
 template <>
 void ThrowNoImplicitConversionFromValue<KSValue>(KSValue value, const char* typeName)
 {
-    StringStream message(4096);
-    message << "No implicit conversion from value " << value << " to " << typeName;
-    ThrowWithText(message);
+    ThrowValueException("No implicit conversion from value ", value, " to ", typeName);
 }
 
 template <>
@@ -220,9 +199,7 @@ int64 WrappingNegation(int64 x)
 // The refusal of subscripts and len on the kinds that have neither.
 void ThrowNotAvailable(ConstStringZ operation, EKSValue tag)
 {
-    StringStream message(4096);
-    message << operation << " not available on " << TypeToString(tag);
-    ThrowWithText(message);
+    ThrowValueException(operation, " not available on ", TypeToString(tag));
 }
 
 bool IsScalar(EKSValue tag)
@@ -299,11 +276,7 @@ void ApplySubscript(KSValue& v, const KSValue& index)
         ThrowNoImplicitConversionFromValue(index, "int64");
     const xstring& text = v.as<string8>();
     if (i < 0 || i >= text.size())
-    {
-        StringStream message(4096);
-        message << "Index " << i << " out of range [0," << text.size() << ") on string";
-        ThrowWithText(message);
-    }
+        ThrowValueException("Index ", i, " out of range [0,", text.size(), ") on string");
     KSValueAccess::Set(v, static_cast<int64>(text[i]));
     FailWithoutReturn(s_endLine);
 }

@@ -12,15 +12,14 @@
 #include <klKelmScript/ReflectedValue.h>
 #include <klKelmScript/api.h>
 #include <klObject/types/ReflectedTypes.h>
-#include <klUtils/IException.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/MessageException.h>
 #include <klUtils/types.h>
 #include <klUtils/xostream.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
 
 #include <cstring>
-#include <exception>
 #include <type_traits>
 #include <utility>
 
@@ -40,16 +39,11 @@ enum EKSValue : int32
 };
 
 // The one exception type of value operations: a message.
-class KLKELMSCRIPT_API KSValueException : public IException, public std::exception
+class KLKELMSCRIPT_API KSValueException : public MessageException
 {
 public:
     explicit KSValueException(ConstStringZ description);
     ~KSValueException() override;
-
-    void Write(xostream& os) const override; // the message, with nothing added
-    const char* what() const noexcept override;
-
-    xstring m_description;
 };
 
 // What is known of each alternative by its C++ type: its tag, and the condition that as<T>() asserts.

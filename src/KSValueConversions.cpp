@@ -303,11 +303,7 @@ void Assign(KSValue& lhs, const KSValue&)
 {
     if (lhs.GetTag() < KSV_VOID || lhs.GetTag() >= KSV_REFLECTED_VALUE)
         ThrowKelmAssertionError("0", s_sourceFile, __LINE__);
-    StringStream message(4096);
-    message << "Can't assign to " << TypeToString(lhs.GetTag());
-    if (!lhs.is<void>())
-        message << " r-value";
-    ThrowWithText(message);
+    ThrowValueException("Can't assign to ", TypeToString(lhs.GetTag()), lhs.is<void>() ? "" : " r-value");
 }
 
 } // namespace kelm

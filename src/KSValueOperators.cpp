@@ -176,9 +176,7 @@ void Combine(KSValue& result, const KSValue& a, const KSValue& b)
 
 [[noreturn]] static void ThrowIllDefinedPower(float64 x, float64 y)
 {
-    StringStream message(4096);
-    message << "Calculation " << x << " ^^ " << y << " ill defined";
-    ThrowWithText(message);
+    ThrowValueException("Calculation ", x, " ^^ ", y, " ill defined");
 }
 
 template <>

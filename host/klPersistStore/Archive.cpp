@@ -1,7 +1,7 @@
 #include <klPersistStore/Archive.h>
 
 #include <klPersistStore/private/XTarget.h>
-#include <klUtils/xostream.h>
+#include <klUtils/MessageOf.h>
 
 #include <bit>
 #include <cstring>
@@ -16,34 +16,18 @@ static_assert(std::endian::native == std::endian::little, "numbers are written a
 
 [[noreturn]] void ThrowTruncated(ssize_t needed, ssize_t left)
 {
-    StringStream os(4096);
-    os << "Expected " << needed << " bytes in archive when " << left << " are left";
-    throw ArchiveException(os.GetString().c_str());
+    throw ArchiveException(MessageOf("Expected ", needed, " bytes in archive when ", left, " are left"));
 }
 
 [[noreturn]] void ThrowUnknownRelease(RSN rsn, const dsTarget& target)
 {
-    StringStream os(4096);
-    os << "Release number " << rsn << " is none of the " << target.m_numReleases << " releases of target "
-       << target.m_targetName;
-    throw ArchiveException(os.GetString().c_str());
+    throw ArchiveException(MessageOf("Release number ", rsn, " is none of the ", target.m_numReleases,
+                                     " releases of target ", target.m_targetName));
 }
 
 } // namespace
 
-ArchiveException::ArchiveException(ConstStringZ description) : m_description(description) {}
-
 ArchiveException::~ArchiveException() = default;
-
-void ArchiveException::Write(xostream& os) const
-{
-    os << m_description;
-}
-
-const char* ArchiveException::what() const noexcept
-{
-    return m_description.c_str();
-}
 
 void Archive::WriteInt64(int64 value)
 {

@@ -4,27 +4,19 @@
 
 #include <klPersistStore/Target.h>
 #include <klPersistStore/api.h>
-#include <klUtils/IException.h>
+#include <klUtils/MessageException.h>
 #include <klUtils/types.h>
-#include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
-
-#include <exception>
 
 namespace kelm
 {
 
 // An archive that cannot be read. The message says what was wanted and how much was there.
-class KLPERSISTSTORE_API ArchiveException : public IException, public std::exception
+class KLPERSISTSTORE_API ArchiveException : public MessageException
 {
 public:
-    explicit ArchiveException(ConstStringZ description);
+    using MessageException::MessageException;
     ~ArchiveException() override;
-
-    void Write(xostream& os) const override;
-    const char* what() const noexcept override;
-
-    xstring m_description;
 };
 
 // An output archive: owns the bytes written so far.

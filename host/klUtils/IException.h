@@ -7,8 +7,8 @@ namespace kelm
 
 class xostream;
 
-// The base of every exception of the system. Each exception type that a program can see also derives from
-// std::exception, whose what() is its message, so that a plain catch (const std::exception&) misses none.
+// What every exception of the system can do. Each exception type that a program can see is a MessageException, which is
+// a std::exception as well, so that a plain catch (const std::exception&) misses none.
 class KLUTILS_API IException
 {
 public:

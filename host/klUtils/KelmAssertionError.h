@@ -3,33 +3,25 @@
 // Broken internal invariants: a bug of ours, a corrupt type description, or a result that the system refuses to give.
 // Bad input is never reported this way.
 
-#include <klUtils/IException.h>
+#include <klUtils/MessageException.h>
 #include <klUtils/api.h>
 #include <klUtils/types.h>
 #include <klUtils/xstring.h>
 
-#include <exception>
-
 namespace kelm
 {
 
-// What ThrowKelmAssertionError throws. Owns copies of both texts, so it outlives the library that threw it.
-class KLUTILS_API KelmAssertionError : public IException, public std::exception
+// What ThrowKelmAssertionError throws: "assertion failed: CONDITION (FILE:LINE)". Owns copies of both texts, so it
+// outlives the library that threw it.
+class KLUTILS_API KelmAssertionError : public MessageException
 {
 public:
     KelmAssertionError(ConstStringZ condition, ConstStringZ file, int line);
     ~KelmAssertionError() override;
 
-    // "assertion failed: CONDITION (FILE:LINE)"
-    void Write(xostream& os) const override;
-    const char* what() const noexcept override;
-
     xstring m_condition; // the text of the condition that does not hold
     xstring m_file;      // the source that states it, such as "src/KSParser"
     int m_line;
-
-private:
-    xstring m_message;
 };
 
 // Reports that `condition` does not hold, by throwing KelmAssertionError.

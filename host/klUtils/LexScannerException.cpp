@@ -7,7 +7,7 @@ namespace kelm
 {
 
 LexScannerException::LexScannerException(const xstring& description, LSToken t)
-    : m_description(description), m_lineNumber(-1), m_pos(t.m_str.m_p1)
+    : MessageException(description), m_lineNumber(-1), m_pos(t.m_str.m_p1)
 {
 }
 
@@ -22,11 +22,6 @@ void LexScannerException::Write(xostream& os) const
     if (m_lineNumber >= 0)
         os << "line " << m_lineNumber << ": ";
     os << m_description;
-}
-
-const char* LexScannerException::what() const noexcept
-{
-    return m_description.c_str();
 }
 
 void LexScannerException::LocateIn(SubString text)

@@ -3,6 +3,7 @@
 // What the operations on script values share: the inside of a value, and their one numeric edge.
 
 #include <klKelmScript/KSValue.h>
+#include <klUtils/MessageOf.h>
 
 #include <cstdint>
 #include <cstring>
@@ -70,7 +71,10 @@ inline int64 TruncateToInt64(float64 x)
     return INT64_MIN;
 }
 
-// Throws a KSValueException of the text.
-[[noreturn, gnu::cold]] void ThrowWithText(const StringStream& message);
+template <class... Parts>
+[[noreturn, gnu::cold]] void ThrowValueException(const Parts&... parts)
+{
+    throw KSValueException(MessageOf(parts...).c_str());
+}
 
 } // namespace kelm

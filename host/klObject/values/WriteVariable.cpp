@@ -14,6 +14,7 @@
 #include <klObject/values/private/TextRoom.h>
 #include <klObject/values/private/WritePlan.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/MessageOf.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/ToString.h>
 #include <klUtils/Utf16FromUtf8.h>
@@ -220,12 +221,7 @@ char* Writer::BreakLine(char* p)
 
 xstring Writer::GetText(const Step& step)
 {
-    StringStream text(64);
-    if (step.m_name != nullptr)
-        text << "." << step.m_name;
-    else
-        text << "[" << step.m_index << "]";
-    return text.GetString();
+    return step.m_name != nullptr ? MessageOf(".", step.m_name) : MessageOf("[", step.m_index, "]");
 }
 
 void Writer::Throw(std::initializer_list<SubString> message) const
@@ -658,19 +654,7 @@ DefaultVariable& Writer::DefaultOf(const ReflectedClass& createdClass)
 
 } // namespace
 
-WriteException::WriteException(xstring description) : m_description(std::move(description)) {}
-
 WriteException::~WriteException() = default;
-
-void WriteException::Write(xostream& os) const
-{
-    os << m_description;
-}
-
-const char* WriteException::what() const noexcept
-{
-    return m_description.c_str();
-}
 
 void WriteVariable(xostream& os, ReflectionByteCode type, const void* data, const WriteOptions& options)
 {

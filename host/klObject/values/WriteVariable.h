@@ -12,11 +12,8 @@
 #include <klObject/api.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/types/ReflectionByteCode.h>
-#include <klUtils/IException.h>
+#include <klUtils/MessageException.h>
 #include <klUtils/xostream.h>
-#include <klUtils/xstring.h>
-
-#include <exception>
 
 namespace kelm
 {
@@ -39,16 +36,11 @@ struct WriteOptions
 // - a vector or map that lacks elements which creation gives;
 // - an alternative of a variant whose name is not made of identifiers with "::" between them, or reads as another one;
 //   one behind an alternative of such a name is refused too, since its name might.
-class KLOBJECT_API WriteException : public IException, public std::exception
+class KLOBJECT_API WriteException : public MessageException
 {
 public:
-    explicit WriteException(xstring description);
+    using MessageException::MessageException; // ".items[3].colour: 7 is no value of enum geom::Colour"
     ~WriteException() override;
-
-    void Write(xostream& os) const override; // the description
-    const char* what() const noexcept override;
-
-    xstring m_description; // ".items[3].colour: 7 is no value of enum geom::Colour"
 };
 
 // The value of a variable, as it stands behind a member's "=". A variable read into must be default-constructed.

@@ -2,6 +2,7 @@
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/LiteralException.h>
+#include <klUtils/MessageException.h>
 
 #include <support/Expect.h>
 
@@ -76,19 +77,19 @@ TEST(LexScannerException, IsWrittenWithItsLineAndFileWhereKnown)
     }
 }
 
-TEST(LiteralException, IsItsMessage)
+TEST(MessageException, IsItsMessage)
 {
-    const LiteralException e("message");
+    const MessageException e("message");
     EXPECT_EQ(e.m_description, "message");
     EXPECT_STREQ(e.what(), "message");
     EXPECT_EQ(WrittenText(e), "message");
-    const LiteralException copy(e);
+    const MessageException copy(e);
     EXPECT_EQ(copy.m_description, "message");
 }
 
-TEST(LiteralException, KeepsZeroBytesOfItsMessage)
+TEST(MessageException, KeepsZeroBytesOfItsMessage)
 {
-    EXPECT_EQ(WrittenText(LiteralException(xstring("a\0b", 3))), std::string("a\0b", 3));
+    EXPECT_EQ(WrittenText(MessageException(xstring("a\0b", 3))), std::string("a\0b", 3));
 }
 
 TEST(KelmAssertionError, NamesConditionFileAndLine)
@@ -142,6 +143,7 @@ void ExpectCaughtByBothBases(const E& thrown, const std::string& message)
 
 TEST(Exceptions, AreCaughtAsStandardOnesAndByTheirOwnBase)
 {
+    ExpectCaughtByBothBases(MessageException("message"), "message");
     ExpectCaughtByBothBases(LexScannerException("a", s_token), "a");
     ExpectCaughtByBothBases(LiteralException("b"), "b");
     ExpectCaughtByBothBases(KelmAssertionError("c", "d", 1), "assertion failed: c (d:1)");
