@@ -16,6 +16,9 @@ endforeach()
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/klKelmScript
         FILES_MATCHING PATTERN "*.h" PATTERN "private" EXCLUDE)
 
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/kelm DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+        FILES_MATCHING PATTERN "*.h" PATTERN "private" EXCLUDE)
+
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/KelmScript)
 install(EXPORT KelmScriptTargets NAMESPACE KelmScript:: DESTINATION ${package_dir})
 configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/KelmScriptConfig.cmake.in

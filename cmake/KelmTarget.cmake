@@ -50,11 +50,12 @@ if(KELM_COVERAGE)
     add_link_options(--coverage)
 endif()
 
-# The tree's own include root: build/<preset>/include/klKelmScript stands for src/, so that the include line
-# <klKelmScript/KSValue.h> is the same here and after installation.
+# The tree's own include root: build/<preset>/include/klKelmScript stands for src/ and include/kelm for kelm/, so that the
+# include lines <kelm/kelm.h> and <klKelmScript/KSValue.h> are the same here and after installation.
 set(KELM_INCLUDE_DIR ${PROJECT_BINARY_DIR}/include)
 file(MAKE_DIRECTORY ${KELM_INCLUDE_DIR})
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src ${KELM_INCLUDE_DIR}/klKelmScript SYMBOLIC)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/kelm ${KELM_INCLUDE_DIR}/kelm SYMBOLIC)
 
 # kelm_library(NAME SOURCES... [DEPENDS libs...]): a shared library of the house with its headers' include root.
 function(kelm_library name)

@@ -45,7 +45,8 @@ Failure FailureOfException(const SourceText& source, const ParserBase& parser)
     catch (const KelmAssertionError& e)
     {
         Failure failure = atLastToken("assertion", e.what());
-        failure.m_notes = Explain(e, failure.m_offset);
+        if (const std::string_view explanation = Explain(e); !explanation.empty())
+            failure.m_notes.push_back({std::string(explanation), failure.m_offset});
         return failure;
     }
     catch (const std::bad_alloc&)

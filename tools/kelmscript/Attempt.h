@@ -2,8 +2,8 @@
 
 #include "DivisionWatch.h"
 #include "Failure.h"
-#include "Source.h"
 
+#include <kelm/private/Source.h>
 #include <klUtils/text/ParserBase.h>
 
 #include <optional>

@@ -1,9 +1,9 @@
 #include "Completion.h"
 
-#include "BuiltIns.h"
 #include "GrowthLimit.h"
-#include "Names.h"
 
+#include <kelm/private/BuiltIns.h>
+#include <kelm/private/Names.h>
 #include <klObject/objects/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
 

@@ -197,13 +197,13 @@ void WriteField(JsonText& json, ptr<IObject> object, const Field& field)
 // Reads the data source that the options name.
 bool LoadFile(const Options& options, ETrailingText trailing, GcRoot& object)
 {
-    const std::optional<FileText> file = ReadFile(options.m_file);
+    const std::optional<NamedText> file = ReadFile(options.m_file);
     return file && LoadDataSource(file->Source(), trailing, object);
 }
 
 bool CheckFile(const std::string& path)
 {
-    const std::optional<FileText> file = ReadFile(path);
+    const std::optional<NamedText> file = ReadFile(path);
     GcRoot object;
     const bool isRight = file && LoadDataSource(file->Source(), TRAILING_WARNS, object);
     if (isRight)

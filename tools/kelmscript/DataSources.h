@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Options.h"
-#include "Source.h"
 
+#include <kelm/private/Source.h>
 #include <klObject/objects/Collector.h>
 #include <klObject/objects/IObject.h>
 #include <klUtils/xostream.h>

@@ -1,13 +1,13 @@
 #include "Diagnostics.h"
 
-#include "FileDescriptor.h"
 #include "Output.h"
 
+#include <kelm/private/Excerpt.h>
+#include <kelm/private/FileDescriptor.h>
 #include <klUtils/types.h>
 
-#include <clocale>
 #include <cstdlib>
-#include <cwchar>
+#include <iterator>
 #include <unistd.h>
 
 namespace kelm::tool
@@ -76,92 +76,12 @@ private:
     std::string m_text;
 };
 
-constexpr std::string_view s_replacement = "\xEF\xBF\xBD"; // U+FFFD
-
-bool IsControl(int32 codePoint)
+void PutLineWithCaret(Message& text, const Excerpt& excerpt)
 {
-    return codePoint < 0x20 || (0x7F <= codePoint && codePoint < 0xA0);
-}
-
-// A text as a terminal may have it: control characters, tabs excepted, and octets that are no character become U+FFFD.
-std::string Shown(std::string_view text)
-{
-    std::string shown;
-    while (!text.empty())
-    {
-        const Character c = FirstCharacter(text);
-        const bool isHarmless = c.m_codePoint == '\t' || (c.m_codePoint != -1 && !IsControl(c.m_codePoint));
-        shown += isHarmless ? c.m_octets : s_replacement;
-        text.remove_prefix(c.m_octets.size());
-    }
-    return shown;
-}
-
-// Texts are UTF-8 wherever the tool runs.
-int WidthOf(int32 codePoint)
-{
-    static const char* const s_locale = std::setlocale(LC_CTYPE, "C.UTF-8");
-    static_cast<void>(s_locale);
-    return wcwidth(static_cast<wchar_t>(codePoint));
-}
-
-// White space as wide as the text is on a terminal: a tab stays one, a wide character takes two columns.
-std::string Blanks(std::string_view text)
-{
-    std::string blanks;
-    while (!text.empty())
-    {
-        const Character c = FirstCharacter(text);
-        const int width = c.m_codePoint < 0x80 ? 1 : WidthOf(c.m_codePoint);
-        if (c.m_codePoint == '\t')
-            blanks += '\t';
-        else
-            blanks.append(static_cast<std::size_t>(width < 0 ? 1 : width), ' ');
-        text.remove_prefix(c.m_octets.size());
-    }
-    return blanks;
-}
-
-// Of a very long line only what lies around the place is shown.
-constexpr std::size_t s_maxShownBefore = 120;
-constexpr std::size_t s_maxShownBehind = 80;
-constexpr std::string_view s_cut = "...";
-
-bool IsInsideCharacter(std::string_view text, std::size_t i)
-{
-    return i < text.size() && (text[i] & 0xC0) == 0x80;
-}
-
-void PutLineWithCaret(Message& text, const SourceLine& line)
-{
-    std::string_view before = line.m_text.substr(0, line.m_offset);
-    std::string_view behind = line.m_text.substr(line.m_offset);
-    std::string_view cutBefore;
-    std::string_view cutBehind;
-    if (before.size() > s_maxShownBefore)
-    {
-        std::size_t cut = before.size() - s_maxShownBefore;
-        while (IsInsideCharacter(before, cut))
-            ++cut;
-        before.remove_prefix(cut);
-        cutBefore = s_cut;
-    }
-    if (behind.size() > s_maxShownBehind)
-    {
-        std::size_t cut = s_maxShownBehind;
-        while (IsInsideCharacter(behind, cut))
-            --cut;
-        behind = behind.substr(0, cut);
-        cutBehind = s_cut;
-    }
-    text.Put(cutBefore);
-    text.Put(Shown(before));
-    text.Put(Shown(behind));
-    text.Put(cutBehind);
+    text.Put(excerpt.m_line);
     text.Put("\n");
-    text.Put(Blanks(cutBefore));
-    text.Put(Blanks(before));
-    text.PutColoured(s_green, "^");
+    text.Put(excerpt.m_blanks);
+    text.PutColoured(s_green, excerpt.m_caret);
     text.Put("\n");
 }
 
@@ -195,7 +115,7 @@ void Report(ESeverity severity, const SourceText& source, std::size_t offset, st
     PutHeading(text, severity,
                Shown(source.m_name) + ":" + std::to_string(place.m_line) + ":" + std::to_string(place.m_column) + ": ",
                message);
-    PutLineWithCaret(text, LineAt(source, offset));
+    PutLineWithCaret(text, ExcerptAt(source, offset));
     text.Write();
 }
 

@@ -10,7 +10,8 @@
 // keep their order on a terminal. What a terminal would obey (control characters) is shown, never sent.
 
 #include "Failure.h"
-#include "Source.h"
+
+#include <kelm/private/Source.h>
 
 #include <cstddef>
 #include <string>

@@ -51,7 +51,7 @@ public:
     // All that is read is one expression.
     void EvaluateWhole(const std::string& path)
     {
-        if (const std::optional<FileText> file = ReadFile(path))
+        if (const std::optional<NamedText> file = ReadFile(path))
             EvaluateExpression(file->Source(), BLANK_FAILS);
         else
             m_hasFailed = true;

@@ -2,8 +2,8 @@
 
 #include "Failure.h"
 #include "Options.h"
-#include "Source.h"
 
+#include <kelm/private/Source.h>
 #include <klKelmScript/KSValue.h>
 
 #include <optional>

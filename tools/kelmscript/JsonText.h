@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Failure.h"
-#include "Source.h"
 
+#include <kelm/private/Source.h>
 #include <klKelmScript/KSValue.h>
 
 #include <string>

@@ -3,7 +3,8 @@
 #include "Diagnostics.h"
 #include "Files.h"
 #include "Output.h"
-#include "Source.h"
+
+#include <kelm/private/Source.h>
 
 namespace kelm::tool
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include <kelm/private/FileDescriptor.h>
 
 #include <cstring>
 #include <memory>

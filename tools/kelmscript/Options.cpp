@@ -2,10 +2,11 @@
 
 #include "Commands.h"
 #include "Diagnostics.h"
-#include "FileDescriptor.h"
 #include "Files.h"
 #include "Output.h"
 #include "Suggest.h"
+
+#include <kelm/private/FileDescriptor.h>
 
 #include <algorithm>
 #include <charconv>

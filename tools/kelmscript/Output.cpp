@@ -1,6 +1,6 @@
 #include "Output.h"
 
-#include "FileDescriptor.h"
+#include <kelm/private/FileDescriptor.h>
 
 #include <cerrno>
 

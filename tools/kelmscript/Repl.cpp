@@ -1,17 +1,17 @@
 #include "Repl.h"
 
-#include "BuiltIns.h"
 #include "Completion.h"
 #include "DataSources.h"
 #include "Diagnostics.h"
 #include "Eval.h"
 #include "Files.h"
 #include "LineReader.h"
-#include "Names.h"
 #include "Output.h"
 #include "Suggest.h"
 #include "Types.h"
 
+#include <kelm/private/BuiltIns.h>
+#include <kelm/private/Names.h>
 #include <klObject/objects/Collector.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/text/LsScanToken.h>
@@ -215,7 +215,7 @@ private:
 
     bool Load(const std::string& file)
     {
-        const std::optional<FileText> text = ReadFile(file);
+        const std::optional<NamedText> text = ReadFile(file);
         GcRoot object;
         const bool isLoaded = text && LoadDataSource(text->Source(), TRAILING_WARNS, object);
         if (isLoaded)

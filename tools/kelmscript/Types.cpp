@@ -1,11 +1,11 @@
 #include "Types.h"
 
 #include "Diagnostics.h"
-#include "Names.h"
 #include "Output.h"
 #include "Suggest.h"
 #include "TypeText.h"
 
+#include <kelm/private/Names.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/Registry.h>

@@ -1,4 +1,4 @@
-#include <kelmscript/Suggest.h>
+#include <kelm/private/Suggest.h>
 
 #include <gmock/gmock.h>
 
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
@@ -87,4 +87,4 @@ TEST(NearestNames, AreThreeAtMost)
 
 } // namespace
 
-} // namespace kelm::tool
+} // namespace kelm

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <kelm/api.h>
 #include <klUtils/BasicSubString.h>
 #include <klUtils/types.h>
 
 #include <cstddef>
 #include <string_view>
 
-namespace kelm::tool
+namespace kelm
 {
 
 // A text that is read, with the name that errors show for it. Both are someone else's.
@@ -27,7 +28,7 @@ inline std::string_view WithoutByteOrderMark(std::string_view text)
 }
 
 // Whether a text, or its beginning, is none: it holds NUL, and octets that are no character.
-bool IsBinary(std::string_view text);
+KELM_API bool IsBinary(std::string_view text);
 
 // A place for people: lines and characters, both counted from 1. Characters are those of UTF-8; an octet that belongs
 // to none counts as one.
@@ -37,7 +38,7 @@ struct Place
     int64 m_column;
 };
 
-Place PlaceOf(const SourceText& source, std::size_t offset);
+KELM_API Place PlaceOf(const SourceText& source, std::size_t offset);
 
 // The line that holds the octet at `offset`, without its line break.
 struct SourceLine
@@ -45,7 +46,7 @@ struct SourceLine
     std::string_view m_text;
     std::size_t m_offset; // of the octet, within the line
 };
-SourceLine LineAt(const SourceText& source, std::size_t offset);
+KELM_API SourceLine LineAt(const SourceText& source, std::size_t offset);
 
 // The first character of a text that is not empty: its octets, and its code point, -1 where the octet is no character.
 struct Character
@@ -53,6 +54,6 @@ struct Character
     std::string_view m_octets;
     int32 m_codePoint;
 };
-Character FirstCharacter(std::string_view text);
+KELM_API Character FirstCharacter(std::string_view text);
 
-} // namespace kelm::tool
+} // namespace kelm

@@ -1,11 +1,11 @@
-#include "Names.h"
+#include <kelm/private/Names.h>
 
-#include "BuiltIns.h"
+#include <kelm/private/BuiltIns.h>
 
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/Registry.h>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
@@ -93,4 +93,4 @@ std::vector<std::string> AlternativeNames(const ReflectedVariant& rv)
     return names;
 }
 
-} // namespace kelm::tool
+} // namespace kelm

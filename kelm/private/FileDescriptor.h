@@ -1,12 +1,14 @@
 #pragma once
 
+#include <kelm/api.h>
+
 #include <cstddef>
 #include <string_view>
 #include <utility>
 
 #include <unistd.h>
 
-namespace kelm::tool
+namespace kelm
 {
 
 // Owns an open file.
@@ -35,9 +37,9 @@ private:
 };
 
 // As read(2), past interruptions, and with patience where the file does not wait by itself.
-ssize_t ReadSome(int fd, char* buffer, std::size_t size);
+KELM_API ssize_t ReadSome(int fd, char* buffer, std::size_t size);
 
 // Writes all of a text; false, with errno, where it cannot be done.
-bool WriteAll(int fd, std::string_view text);
+KELM_API bool WriteAll(int fd, std::string_view text);
 
-} // namespace kelm::tool
+} // namespace kelm

@@ -1,10 +1,10 @@
-#include "Source.h"
+#include <kelm/private/Source.h>
 
 #include <klUtils/text/LsScanToken.h>
 
 #include <algorithm>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
@@ -84,4 +84,4 @@ Place PlaceOf(const SourceText& source, std::size_t offset)
     return {source.m_firstLine + line - 1, column};
 }
 
-} // namespace kelm::tool
+} // namespace kelm

@@ -2,7 +2,7 @@
 
 #include <klUtils/types.h>
 
-namespace kelm::tool
+namespace kelm
 {
 
 // The names that expressions know, for help, completion and suggestions.
@@ -33,4 +33,4 @@ inline constexpr BuiltIn s_builtIns[] = {
     {"log", "f", "the natural logarithm of a float64 above 0.0"},
 };
 
-} // namespace kelm::tool
+} // namespace kelm

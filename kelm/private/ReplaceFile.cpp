@@ -1,7 +1,8 @@
-#include "Diagnostics.h"
-#include "Files.h"
+#include <kelm/private/FileDescriptor.h>
+#include <kelm/private/FileText.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <vector>
@@ -11,7 +12,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
@@ -95,9 +96,27 @@ bool CopyAttributes(int from, int to)
 class Beside
 {
 public:
-    explicit Beside(const std::string& target) : m_path(target + ".XXXXXX"), m_file(mkostemp(m_path.data(), O_CLOEXEC))
+    // Nobody else may look into it.
+    static Beside MakeSecret(const std::string& target)
     {
+        std::string path = target + ".XXXXXX";
+        const int file = mkostemp(path.data(), O_CLOEXEC);
+        return Beside(std::move(path), file);
     }
+
+    // With the permissions that new files have here.
+    static Beside MakeOrdinary(const std::string& target)
+    {
+        static std::atomic<unsigned> s_number = 0;
+        while (true)
+        {
+            std::string path = target + "." + std::to_string(getpid()) + "-" + std::to_string(s_number++);
+            const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+            if (file >= 0 || errno != EEXIST)
+                return Beside(std::move(path), file);
+        }
+    }
+
     ~Beside()
     {
         if (IsOpen() || m_isLeft)
@@ -119,6 +138,8 @@ public:
     }
 
 private:
+    Beside(std::string path, int file) : m_path(std::move(path)), m_file(file) {}
+
     std::string m_path;
     FileDescriptor m_file;
     bool m_isLeft = false;
@@ -156,17 +177,40 @@ std::string FillLike(int original, const struct stat& status, std::string_view c
     return fsync(file) == 0 ? "" : ErrnoText();
 }
 
+std::string FolderOf(const std::string& path)
+{
+    const std::size_t separator = path.rfind('/');
+    return separator == std::string::npos ? "." : path.substr(0, separator + 1);
+}
+
 // The new name reaches the disk. Some file systems cannot be asked for that.
 void SyncFolderOf(const std::string& target)
 {
-    const FileDescriptor folder(
-        open(target.substr(0, target.rfind('/') + 1).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const FileDescriptor folder(open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.IsOpen())
         static_cast<void>(fsync(folder.get()));
 }
 
 // Empty, or why it was not done.
-std::string Replace(const std::string& path, std::string_view contents)
+std::string TakePlace(Beside& beside, const std::string& target)
+{
+    if (!beside.TakePlaceOf(target))
+        return ErrnoText();
+    SyncFolderOf(target);
+    return {};
+}
+
+std::string MakeFile(const std::string& path, std::string_view contents)
+{
+    Beside beside = Beside::MakeOrdinary(path);
+    if (!beside.IsOpen() || !WriteAll(beside.get(), contents) || fsync(beside.get()) != 0)
+        return ErrnoText();
+    return TakePlace(beside, path);
+}
+
+} // namespace
+
+std::string ReplaceFile(const std::string& path, std::string_view contents)
 {
     const std::string target = RealPath(path);
     struct stat status = {};
@@ -177,25 +221,19 @@ std::string Replace(const std::string& path, std::string_view contents)
     const FileDescriptor original(open(target.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!original.IsOpen())
         return ErrnoText();
-    Beside beside(target);
+    Beside beside = Beside::MakeSecret(target);
     if (!beside.IsOpen())
         return "no file can be made beside it: " + ErrnoText();
     if (std::string why = FillLike(original.get(), status, contents, beside.get()); !why.empty())
         return why;
-    if (!beside.TakePlaceOf(target))
-        return ErrnoText();
-    SyncFolderOf(target);
-    return {};
+    return TakePlace(beside, target);
 }
 
-} // namespace
-
-bool ReplaceFile(const std::string& path, std::string_view contents)
+std::string MakeOrReplaceFile(const std::string& path, std::string_view contents)
 {
-    const std::string why = Replace(path, contents);
-    if (!why.empty())
-        ReportError("cannot replace " + path + ": " + why);
-    return why.empty();
+    struct stat status = {};
+    const bool isNew = lstat(path.c_str(), &status) != 0 && errno == ENOENT;
+    return isNew ? MakeFile(path, contents) : ReplaceFile(path, contents);
 }
 
-} // namespace kelm::tool
+} // namespace kelm

@@ -1,10 +1,10 @@
-#include "FileDescriptor.h"
+#include <kelm/private/FileDescriptor.h>
 
 #include <cerrno>
 
 #include <poll.h>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
@@ -40,4 +40,4 @@ bool WriteAll(int fd, std::string_view text)
     return true;
 }
 
-} // namespace kelm::tool
+} // namespace kelm

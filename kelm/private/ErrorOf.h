@@ -1,0 +1,35 @@
+#pragma once
+
+// How the failures of the rooms below become kelm::Error.
+
+#include <kelm/Error.h>
+#include <kelm/private/Source.h>
+#include <klUtils/KelmAssertionError.h>
+#include <klUtils/LexScannerException.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace kelm
+{
+
+inline constexpr std::string_view s_textName = "<text>"; // the source of a text that is no file
+
+// What kind of failure a message of the readers, of paths and of expressions tells of.
+KELM_API ErrorKind KindOfMessage(std::string_view message);
+
+// An error about so many octets of a text.
+KELM_API Error ErrorAt(ErrorKind kind, std::string message, const SourceText& source, std::size_t offset,
+                       std::size_t numOctets, std::string fieldPath = {});
+
+// An error that no text is wrong in.
+KELM_API Error ErrorWithoutPlace(ErrorKind kind, std::string message, std::string source = {});
+
+// At the token that the exception is about; without a place where that lies outside the text.
+KELM_API Error ErrorOf(const LexScannerException& exception, const SourceText& source, std::string fieldPath = {});
+
+// What bad input can reach says what is wrong with the input. Others are faults of ours, without a place.
+KELM_API Error ErrorOf(const KelmAssertionError& exception);
+
+} // namespace kelm
