@@ -3,7 +3,8 @@
 include(CMakePackageConfigHelpers)
 
 get_property(libraries GLOBAL PROPERTY KELM_LIBRARIES)
-install(TARGETS ${libraries} EXPORT KelmScriptTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ${libraries} EXPORT KelmScriptTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+                                                      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET kelmscript)
     install(TARGETS kelmscript kelmscriptPrompt RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
                                                 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -26,3 +27,10 @@ configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/KelmScriptConfig.cmake
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/KelmScriptConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/KelmScriptConfig.cmake ${PROJECT_BINARY_DIR}/KelmScriptConfigVersion.cmake
         DESTINATION ${package_dir})
+
+# For builds that ask pkg-config: the same targets. Folders are given by their place relative to the file.
+file(RELATIVE_PATH KELM_PREFIX_FROM_PC /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+foreach(name kelm klKelmScript)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

@@ -24,7 +24,9 @@ if(KELM_CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${KELM_CCACHE})
 endif()
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(KELM_STRICT)
+    add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+endif()
 
 # Assertions of the system are ordinary code; NDEBUG would only affect the standard library's.
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1")
@@ -57,16 +59,17 @@ file(MAKE_DIRECTORY ${KELM_INCLUDE_DIR})
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src ${KELM_INCLUDE_DIR}/klKelmScript SYMBOLIC)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/kelm ${KELM_INCLUDE_DIR}/kelm SYMBOLIC)
 
-# kelm_library(NAME SOURCES... [DEPENDS libs...]): a shared library of the house with its headers' include root.
+# kelm_library(NAME SOURCES... [DEPENDS libs...]): a library of the house with its headers' include root.
 function(kelm_library name)
     cmake_parse_arguments(ARG "" "INCLUDE_ROOT" "SOURCES;DEPENDS" ${ARGN})
-    add_library(${name} SHARED ${ARG_SOURCES})
+    add_library(${name} ${ARG_SOURCES})
     add_library(KelmScript::${name} ALIAS ${name})
     target_compile_features(${name} PUBLIC cxx_std_20)
     target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${ARG_INCLUDE_ROOT}>
                                               $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
-    set_target_properties(${name} PROPERTIES INSTALL_RPATH "$ORIGIN")
+    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+                                             INSTALL_RPATH "$ORIGIN")
     # Neighbouring members joined into one wide load would wait for the narrower stores that made them.
     target_compile_options(${name} PRIVATE -fno-tree-slp-vectorize)
     # Calls inside a library need no detour through its symbol table. --no-as-needed keeps libraries that are loaded

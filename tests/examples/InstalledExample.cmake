@@ -1,4 +1,5 @@
-# Installs a build into a folder of its own, builds examples/installed against that, and runs what came of it.
+# Installs a build, moves the installation, builds examples/installed against that in the ways that there are, and runs
+# what came of it.
 
 # run(EXPECTED COMMAND...): runs a command that must succeed; EXPECTED is its output, or "*" for any.
 function(run expected)
@@ -12,16 +13,31 @@ function(run expected)
     endif()
 endfunction()
 
-set(prefix ${WORK_DIR}/prefix)
-set(project ${WORK_DIR}/project)
-file(REMOVE_RECURSE ${WORK_DIR})
+# run_example(PROGRAM): what it must print.
+function(run_example program)
+    run("Roof: 70.7 degrees Fahrenheit\n" ${program} "weather.Reading { station = \"Roof\" celsius = 21.5 }")
+endfunction()
 
-run("*" ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+file(REMOVE_RECURSE ${WORK_DIR})
+run("*" ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/installed)
+set(prefix ${WORK_DIR}/moved)
+file(RENAME ${WORK_DIR}/installed ${prefix})
+
+# By its package.
+set(project ${WORK_DIR}/project)
 run("*" ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${project} -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${prefix}
         -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER} -DCMAKE_CXX_FLAGS=${FLAGS})
 run("*" ${CMAKE_COMMAND} --build ${project})
-run("Roof: 70.7 degrees Fahrenheit\n" ${project}/thermometer
-    "weather.Reading { station = \"Roof\" celsius = 21.5 }")
+run_example(${project}/thermometer)
+
+# By pkg-config.
+set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
+execute_process(COMMAND ${PKG_CONFIG} --cflags --libs kelm OUTPUT_VARIABLE options COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(options UNIX_COMMAND "${options}")
+separate_arguments(flags UNIX_COMMAND "${FLAGS}")
+run("*" ${COMPILER} -std=c++20 ${flags} ${SOURCE_DIR}/main.cpp -o ${WORK_DIR}/thermometer ${options}
+        -Wl,-rpath,${prefix}/${LIBDIR})
+run_example(${WORK_DIR}/thermometer)
 
 # The installed tool finds the installed libraries.
 if(EXISTS ${prefix}/bin/kelmscript)

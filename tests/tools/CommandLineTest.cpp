@@ -1,5 +1,6 @@
 #include "Tool.h"
 
+#include <klUtils/Version.h>
 #include <support/Terminal.h>
 
 #include <gmock/gmock.h>
@@ -18,7 +19,7 @@ constexpr char s_runHelp[] = "Run with --help for more information.\n";
 TEST(CommandLine, TellsTheVersion)
 {
     for (const char* option : {"--version", "-V"})
-        EXPECT_EQ(RunTool({option}), (ProgramResult{0, "kelmscript " KELM_VERSION "\n", ""}));
+        EXPECT_EQ(RunTool({option}), (ProgramResult{0, "kelmscript " KELM_VERSION_TEXT "\n", ""}));
 }
 
 TEST(CommandLine, HelpNamesTheSubcommandsAndExitCodes)
@@ -156,7 +157,7 @@ TEST(HostileFolder, GivesTheToolNoLibrary)
     EXPECT_EQ(RunToolIn(folder.GetPath(), {"eval", "1 + 1"}), (ProgramResult{0, "2\n", ""}));
     Terminal prompt({"/bin/sh", "-c", "cd \"$0\" && exec \"$@\"", folder.GetPath(), KELMSCRIPT, "repl"},
                     {{"TERM", "dumb"}, {"XDG_STATE_HOME", folder.GetPath()}, {"INPUTRC", "/dev/null"}});
-    EXPECT_THAT(prompt.ReadUntil("kelm> "), StartsWith("kelmscript " KELM_VERSION ", :help for help\r\n"));
+    EXPECT_THAT(prompt.ReadUntil("kelm> "), StartsWith("kelmscript " KELM_VERSION_TEXT ", :help for help\r\n"));
     prompt.Type("\x04");
     EXPECT_EQ(prompt.Wait(), 0);
 }

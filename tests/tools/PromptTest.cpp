@@ -2,6 +2,7 @@
 
 #include "Tool.h"
 
+#include <klUtils/Version.h>
 #include <support/Terminal.h>
 
 #include <gmock/gmock.h>
@@ -40,7 +41,7 @@ protected:
     {
         auto terminal = std::make_unique<Terminal>(ToolCommand({"repl"}), Changes());
         EXPECT_EQ(terminal->ReadUntil(s_prompt),
-                  std::string("kelmscript " KELM_VERSION ", :help for help\r\n") + s_prompt);
+                  std::string("kelmscript " KELM_VERSION_TEXT ", :help for help\r\n") + s_prompt);
         return terminal;
     }
 

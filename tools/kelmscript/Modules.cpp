@@ -56,6 +56,9 @@ std::string LoaderError(const std::string& path)
 // Loads the module that was named so from a file.
 bool LoadModule(const std::string& module, const std::string& path)
 {
+    if (!KELM_CAN_LOAD_MODULES)
+        return Fail(module, "this kelmscript is built without shared libraries, so that a module would have types and "
+                            "registries of its own");
     const std::string project = ProjectOf(module);
     if (project.empty())
         return Fail(module, "its name is not of the form libNAME.so");

@@ -7,6 +7,7 @@
 #include "Suggest.h"
 
 #include <kelm/private/FileDescriptor.h>
+#include <klUtils/Version.h>
 
 #include <algorithm>
 #include <charconv>
@@ -97,7 +98,7 @@ private:
     {
         const bool isVersion = argument == "--version" || argument == "-V";
         if (isVersion)
-            PutLine("kelmscript " KELM_VERSION);
+            PutLine("kelmscript " KELM_VERSION_TEXT);
         else if (argument == "--help" || argument == "-h")
             PutHelp(m_command);
         else

@@ -14,6 +14,7 @@
 #include <kelm/private/Names.h>
 #include <klObject/objects/Collector.h>
 #include <klUtils/LexScannerException.h>
+#include <klUtils/Version.h>
 #include <klUtils/text/LsScanToken.h>
 
 namespace kelm::tool
@@ -94,7 +95,7 @@ public:
     int Run()
     {
         if (m_reader->IsInteractive())
-            PutLine("kelmscript " KELM_VERSION ", :help for help");
+            PutLine("kelmscript " KELM_VERSION_TEXT ", :help for help");
         while (!m_isLeaving)
             ReadEntry();
         return m_hasFailed && !m_reader->IsInteractive() ? EXIT_FAILED : EXIT_OK;
