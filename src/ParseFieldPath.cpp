@@ -2,6 +2,7 @@
 
 #include <klKelmScript/klKelmScript.h>
 #include <klKelmScript/private/PathWalk.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
 #include <klObject/types/private/TypeCodes.h>
@@ -250,6 +251,7 @@ inline PathWalk::State PathWalk::FollowVariable()
         if (!m_cursor.Is(TOKEN_DOT))
             return State::Over;
         return StepThroughHandle(type, *reinterpret_cast<const ptr<IObject>*>(m_data));
+    case FT_FOREIGN: return StepIntoForeign(ReflectionByteCode(type).GetForeignType());
     default: RequirePossibleType(type.GetCode()); return State::Over; // a value
     }
 }
@@ -323,6 +325,34 @@ inline PathWalk::State PathWalk::StepIntoDynArray(const ReflectionByteCode& type
     if (grows)
         Grow(V, bytes);
     m_data = V.data() + (bytes - elementSize);
+    return State::AtVariable;
+}
+
+// A list takes an index; a choice leads to what it holds, where the path goes on.
+inline PathWalk::State PathWalk::StepIntoForeign(const ForeignType& type)
+{
+    if (type.GetForm() == FF_CHOICE && (m_cursor.Is(TOKEN_DOT) || m_cursor.Is(TOKEN_LEFT_SQUARE)))
+    {
+        const int32 part = type.m_choice->GetIndex(m_data);
+        if (part < 0) [[unlikely]]
+            return Fail(Fault::NullDereference);
+        m_rbc = type.GetPartType(part);
+        m_data = static_cast<char*>(type.m_choice->GetValue(m_data));
+        return State::AtVariable;
+    }
+    if (type.GetForm() != FF_LIST || !m_cursor.Is(TOKEN_LEFT_SQUARE))
+        return State::Over;
+    if (!m_cursor.TryNextNumber()) [[unlikely]]
+        return Fail(Fault::NotScanned);
+    int32 index = 0;
+    if (!TryReadIndex(index)) [[unlikely]]
+        return State::Failed;
+    if (index < 0 || index >= type.m_list->Count(m_data)) [[unlikely]]
+        return Fail(Fault::IndexOutOfRange, "Vector", index);
+    if (!TryPassRightSquare()) [[unlikely]]
+        return State::Failed;
+    m_rbc = type.GetElementType(index);
+    m_data = static_cast<char*>(type.m_list->At(m_data, index));
     return State::AtVariable;
 }
 

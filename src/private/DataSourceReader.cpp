@@ -288,7 +288,8 @@ namespace
 // Whether a type that begins with that code is what AdvanceToUnderlyingType2 would come to.
 constexpr bool IsUnderlying(ETypeByteCode code)
 {
-    return code == FT_CLASS || code == FT_ENUM || code == FT_VECTOR || code == FT_MAP || code == FT_VARIANT;
+    return code == FT_CLASS || code == FT_ENUM || code == FT_VECTOR || code == FT_MAP || code == FT_VARIANT ||
+           code == FT_FOREIGN;
 }
 
 } // namespace
@@ -352,6 +353,7 @@ inline void DataSourceReader::ReadUnderlying(const ReflectionByteCode& type, voi
     case FT_PREF:
     case FT_CREF: return ReadPersistentReference(*static_cast<prefbase*>(data));
     case FT_INTERFACE_POINTER: return Store(data, ReadDataSource());
+    case FT_FOREIGN: return ReadForeign(type.GetForeignType(), data);
     default: ThrowKelmAssertionError("0", s_sourceFile, __LINE__); // nothing else can be written
     }
 }

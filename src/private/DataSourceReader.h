@@ -14,6 +14,8 @@ namespace kelm
 {
 
 struct FieldIndex;
+struct ForeignTextFns;
+struct ForeignType;
 class prefbase;
 
 // Reads with a cursor of its own over the parser's text. The parser's members are as its users know them whenever
@@ -49,6 +51,11 @@ private:
     void ReadValue(const ReflectionByteCode& type, void* data);
     void ReadNested(ReflectionByteCode type, void* data);
     void ReadUnderlying(const ReflectionByteCode& type, void* data);
+    void ReadForeign(const ForeignType& type, void* data);
+    void ReadForeignText(const ForeignTextFns& fns, void* text);
+    void ReadForeignList(const ForeignType& type, void* list);
+    void ReadForeignMap(const ForeignType& type, void* map);
+    void ReadForeignChoice(const ForeignType& type, void* choice);
     void ReadEnumerator(const ReflectedEnum& r, void* data);
     void ReadEnumeratorByNumber(const ReflectedEnum& r, void* data);
     void ReadPersistentReference(prefbase& reference);
@@ -71,6 +78,7 @@ private:
                                    ConstStringZ name) const;
 
     text::ParserCursor m_cursor;
+    int m_foreignDepth = 0; // how many foreign values are being read, one in the other
 };
 
 } // namespace kelm

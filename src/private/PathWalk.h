@@ -116,6 +116,7 @@ private:
     [[gnu::always_inline]] State StepIntoArray(const ReflectionByteCode& type);
     [[gnu::always_inline]] State StepIntoVector(const ReflectionByteCode& type, const ReflectedClass* elementClass);
     [[gnu::always_inline]] State StepIntoDynArray(const ReflectionByteCode& type);
+    [[gnu::always_inline]] State StepIntoForeign(const ForeignType& type);
     [[gnu::always_inline]] State StepThroughHandle(const ReflectionByteCode& type, const ptr<IObject>& target);
     [[gnu::always_inline]] bool TryReadIndex(int32& index);
     [[gnu::always_inline]] bool TryPassRightSquare();

@@ -53,6 +53,17 @@ template <class T>
 inline constexpr TypeOps s_typeOps = MakeTypeOps<T>();
 
 template <class T>
+inline constexpr TypeOps s_structOps = []
+{
+    TypeOps ops;
+    ops.m_size = sizeof(T);
+    if constexpr (std::is_default_constructible_v<T>)
+        ops.m_ConstructArrayFn = ConstructArray<T>;
+    ops.m_DestructArrayFn = DestructArray<T>;
+    return ops;
+}();
+
+template <class T>
 struct DescribedRecord
 {
     static_assert(IsQualifiedName(Description<T>::s_name),
@@ -159,11 +170,57 @@ class ClassRecord : DescribedRecord<T>
                       }),
                   "a field has the same name as one of the embedded model");
 
+    // One for each model field, or none where no field has any.
+    template <std::size_t I>
+    static bool CallCheck(const void* value)
+    {
+        using Field = std::tuple_element_t<I, typename decltype(s_list)::Types>;
+        return static_cast<bool>(std::get<I>(s_list.m_functions)(*static_cast<const typename Field::Type*>(value)));
+    }
+    template <std::size_t... Is>
+    static constexpr void AddFunctions(std::array<FieldRule, decltype(s_list)::NumMembers>& rules,
+                                       std::index_sequence<Is...>)
+    {
+        const auto add = [&]<std::size_t I>(std::integral_constant<std::size_t, I>)
+        {
+            if constexpr (std::is_pointer_v<std::tuple_element_t<I, decltype(s_list.m_functions)>>)
+                rules[I].m_check = CallCheck<I>;
+        };
+        (add(std::integral_constant<std::size_t, Is>()), ...);
+    }
+    static constexpr bool s_hasRules = []
+    {
+        for (const Member& member : s_list.m_members)
+            if (member.m_rule.m_isRequired || member.m_rule.m_check != nullptr)
+                return true;
+        return requires
+        {
+            s_list.m_functions;
+        };
+    }();
+    static constexpr auto s_rules = []
+    {
+        std::array<FieldRule, decltype(s_list)::NumMembers> ofMembers{};
+        for (std::size_t i = 0; i < ofMembers.size(); ++i)
+            ofMembers[i] = s_list.m_members[i].m_rule;
+        if constexpr (requires { s_list.m_functions; })
+            AddFunctions(ofMembers, std::make_index_sequence<decltype(s_list)::NumMembers>());
+        std::array<FieldRule, s_hasRules ? s_modelFields.size() : 0> rules{};
+        if constexpr (s_hasRules)
+        {
+            auto end = rules.begin();
+            ForEach(MEMBER_MODEL_FIELD, [&](const Member&, std::size_t i) { *end++ = ofMembers[i]; });
+        }
+        return rules;
+    }();
+
     static constexpr bool s_isCreatable = std::is_default_constructible_v<T> && Count(MEMBER_NOT_CREATABLE) == 0;
     static constexpr std::array<ConstStringZ, 2> s_interfaces = {RegisteredName<IObject>(),
                                                                  RegisteredName<IPersistable>()};
 
 public:
+    static constexpr const UseFn* GetUses() { return s_tables.m_uses.data(); }
+
     static constinit inline const ReflectedClass s_record = []
     {
         ReflectedClass record;
@@ -179,7 +236,11 @@ public:
         record.m_objectFns = &GcObjectFns<T>;
         if constexpr (s_isCreatable)
             record.m_createFn = &CreateGcObject<T>;
-        record.m_ops = &s_typeOps<T>;
+        if constexpr (std::is_base_of_v<StructDescription, Description<T>>)
+            record.m_ops = &s_structOps<T>;
+        else
+            record.m_ops = &s_typeOps<T>;
+        record.m_rules = DataOrNull(s_rules);
         return record;
     }();
 };

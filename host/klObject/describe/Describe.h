@@ -21,7 +21,12 @@
 // fields to itself makes Description a friend: `friend struct kelm::Description<geom::Point>;`.
 
 #include <klObject/api.h>
+#include <klObject/describe/Enumerators.h>
+#include <klObject/describe/ForEach.h>
+#include <klObject/describe/ForeignForm.h>
 #include <klObject/describe/Records.h>
+#include <klObject/describe/StructMember.h>
+#include <klObject/describe/TypeOf.h>
 #include <klObject/types/Registry.h>
 
 #include <array>
@@ -36,6 +41,35 @@
         using Self = TYPE;                                                                                             \
         static constexpr char s_name[] = #TYPE;                                                                        \
         __VA_ARGS__                                                                                                    \
+    };                                                                                                                 \
+    _Pragma("GCC diagnostic pop")
+
+// A struct, its members and base classes by name: KELM_DESCRIBE(geom::Circle, Shape, centre, radius), up to 64 of them.
+// Its bases are described in the same way. No more is used of it than that: neither operators nor copying.
+#define KELM_DESCRIBE(TYPE, ...)                                                                                       \
+    KELM_DESCRIPTION(                                                                                                  \
+        TYPE, StructDescription, template <class Self_ = TYPE> static constexpr auto Members() {                       \
+            return ::kelm::ListMembers(__VA_OPT__(KELM_FOR_EACH(KELM_STRUCT_MEMBER, TYPE, __VA_ARGS__)));              \
+        })
+
+// An enumeration of any width: KELM_DESCRIBE_ENUM(geom::Colour, RED, GREEN).
+#define KELM_DESCRIBE_ENUM(TYPE, ...)                                                                                  \
+    _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wshadow\"") template <>                          \
+    struct kelm::Description<TYPE>                                                                                     \
+        : ::kelm::EnumDescriptionOf<TYPE, []                                                                           \
+                                    {                                                                                  \
+                                        using enum TYPE;                                                               \
+                                        return ::kelm::DoEnumeratorsFit<TYPE>({__VA_ARGS__});                          \
+                                    }()>                                                                               \
+    {                                                                                                                  \
+        using Self = TYPE;                                                                                             \
+        static constexpr char s_name[] = #TYPE;                                                                        \
+        static constexpr auto Values()                                                                                 \
+        {                                                                                                              \
+            using enum TYPE;                                                                                           \
+            return ::kelm::ListEnumerators<TYPE, ::kelm::CountEnumerators(#__VA_ARGS__)>({__VA_ARGS__}, s_texts);      \
+        }                                                                                                              \
+        static constexpr auto s_texts = ::kelm::SplitEnumerators<sizeof #__VA_ARGS__>(#__VA_ARGS__);                   \
     };                                                                                                                 \
     _Pragma("GCC diagnostic pop")
 

@@ -33,6 +33,10 @@ struct ClassDescription
     using Descriptor = ReflectedClass;
     static constexpr ETypeByteCode s_code = FT_CLASS;
 };
+// A class of which no more is used than its description tells: neither its operators nor its copying.
+struct StructDescription : ClassDescription
+{
+};
 struct VariantDescription
 {
     using Descriptor = ReflectedVariant;
@@ -42,6 +46,10 @@ struct EnumDescription
 {
     using Descriptor = ReflectedEnum;
     static constexpr ETypeByteCode s_code = FT_ENUM;
+};
+// An enumeration of another width than 32 bits, or with values that 32 bits do not hold, which is a foreign type.
+struct ForeignEnumDescription
+{
 };
 struct TypedefDescription
 {
@@ -59,13 +67,22 @@ enum EMember : int32
     MEMBER_NOT_CREATABLE,
 };
 
+// The checking function of a member that has none, or one that is called without an object.
+struct NoFunction
+{
+};
+
 struct Member
 {
+    using Function = NoFunction;
+    static constexpr NoFunction m_function{};
+
     EMember m_kind;
     ConstStringZ m_name = nullptr;
     ssize_t m_offset = 0;
     int64 m_rsn1 = 0;  // the release that added a model field
     int64 m_rsn2 = -1; // the release that dropped it; -1 while it is present
+    FieldRule m_rule = {};
 
     // An embedded model has its own (MemberList::CheckEmbeddedModel).
     template <class Check>

@@ -6,6 +6,7 @@
 // Each has
 //     Value              the C++ type itself: T, with described typedefs replaced by what they stand for
 //     HasFunctions       whether a map or set lies in it, so that it needs a function table
+//     Obstacle           why T cannot be described, which also fails the assertion in Emit where there is one
 //     Emit(TypeEmitter&) appends the byte code, and the functions in the order of the byte code
 
 #include <klObject/containers/xdynarray.h>
@@ -13,44 +14,34 @@
 #include <klObject/containers/xset.h>
 #include <klObject/containers/xvariant.h>
 #include <klObject/describe/Description.h>
+#include <klObject/describe/RegisterUsed.h>
 #include <klObject/describe/TypeEmitter.h>
 #include <klObject/describe/TypeName.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/objects/prefbase.h>
+#include <klUtils/IsRelocatable.h>
 #include <klUtils/xstring.h>
 #include <klUtils/xvector.h>
 
 #include <array>
 #include <concepts>
+#include <initializer_list>
 #include <type_traits>
 
 namespace kelm
 {
 
-// What a failed FieldType is instead, so that the one message is not buried under others.
-template <class T>
-struct UndescribedFieldType
+// Why a type cannot be described.
+enum class EObstacle
 {
-    using Value = T;
-    static constexpr bool HasFunctions = false;
-    static constexpr void Emit(TypeEmitter&) {}
-};
-
-template <class T>
-struct FieldType : UndescribedFieldType<T>
-{
-    static_assert(s_isNever<T>,
-                  "the type T of this field is not described: describe it with KELM_CLASS or KELM_ENUM where the class "
-                  "with the field is described, or before (or write _GetReflected and _GetTypeOps for it by hand); "
-                  "strings and containers that are described are xstring, xstring16, xvector, xdynarray, xmap, xset, "
-                  "xvariant and std::array");
-};
-
-template <class T>
-requires(std::is_pointer_v<T> || std::is_reference_v<T>) struct FieldType<T> : UndescribedFieldType<T>
-{
-    static_assert(s_isNever<T>, "a field that is a pointer or a reference (T) cannot be described: hold objects by "
-                                "ptr<I> or pref<C>, and text in an xstring");
+    None,
+    NotDescribed,
+    Pointer,        // or a reference
+    Number,         // long double, wchar_t
+    NotCreatable,   // an element without a default constructor
+    NotRelocatable, // an element of ours that does not move as bytes
+    Ambiguous,      // an optional of what may be null itself
+    SameNames,      // two alternatives of a variant have one name
 };
 
 template <class T>
@@ -58,6 +49,51 @@ struct PlainFieldType
 {
     using Value = T;
     static constexpr bool HasFunctions = false;
+    static constexpr EObstacle Obstacle = EObstacle::None;
+};
+
+// What a failed FieldType is instead, so that the one message is not buried under others.
+template <class T, EObstacle O>
+struct UndescribedFieldType
+{
+    using Value = T;
+    static constexpr bool HasFunctions = false;
+    static constexpr EObstacle Obstacle = O;
+    static constexpr void Emit(TypeEmitter&) {}
+};
+
+template <class T>
+struct FieldType : UndescribedFieldType<T, EObstacle::NotDescribed>
+{
+    static constexpr void Emit(TypeEmitter&)
+    {
+        static_assert(s_isNever<T>,
+                      "the type T of this field is not described: describe it with KELM_CLASS or KELM_ENUM, "
+                      "KELM_DESCRIBE or KELM_DESCRIBE_ENUM, where the class with the field is described, or before (or "
+                      "write _GetReflected and _GetTypeOps for it by hand)");
+    }
+};
+
+template <class T>
+requires(std::is_pointer_v<T> || std::is_reference_v<T>) struct FieldType<T>
+    : UndescribedFieldType<T, EObstacle::Pointer>
+{
+    static constexpr void Emit(TypeEmitter&)
+    {
+        static_assert(s_isNever<T>, "a field that is a pointer or a reference (T) cannot be described: hold objects by "
+                                    "ptr<I> or pref<C>, and text in an xstring");
+    }
+};
+
+template <class T>
+requires(std::is_same_v<T, long double> || std::is_same_v<T, wchar_t>) struct FieldType<T>
+    : UndescribedFieldType<T, EObstacle::Number>
+{
+    static constexpr void Emit(TypeEmitter&)
+    {
+        static_assert(s_isNever<T>, "a field of type long double or wchar_t cannot be described: no type of ours is "
+                                    "like it");
+    }
 };
 
 // --- numbers, characters, strings
@@ -74,7 +110,11 @@ inline constexpr ETypeByteCode s_scalarCode<bool> = FT_BOOL;
 template <>
 inline constexpr ETypeByteCode s_scalarCode<char> = FT_CHAR8;
 template <>
+inline constexpr ETypeByteCode s_scalarCode<char8_t> = FT_CHAR8;
+template <>
 inline constexpr ETypeByteCode s_scalarCode<char16_t> = FT_CHAR16;
+template <>
+inline constexpr ETypeByteCode s_scalarCode<char32_t> = FT_UINT32;
 template <>
 inline constexpr ETypeByteCode s_scalarCode<float> = FT_FLOAT32;
 template <>
@@ -101,7 +141,7 @@ requires(s_scalarCode<T> != FT_NOT_REFLECTED) struct FieldType<T> : PlainFieldTy
 template <Described T>
 struct FieldType<T> : PlainFieldType<T>
 {
-    static constexpr void Emit(TypeEmitter& out) { out.Name(Description<T>::s_code, RegisteredName<T>()); }
+    static constexpr void Emit(TypeEmitter& out) { out.Name(Description<T>::s_code, RegisteredName<T>(), UseType<T>); }
 };
 
 // A typedef stands for its type, maps and sets in it included.
@@ -111,9 +151,10 @@ struct FieldType<T>
 {
     using Value = typename FieldType<typename Description<T>::Type>::Value;
     static constexpr bool HasFunctions = FieldType<Value>::HasFunctions;
+    static constexpr EObstacle Obstacle = EObstacle::None;
     static constexpr void Emit(TypeEmitter& out)
     {
-        out.Name(FT_TYPEDEF, RegisteredName<T>());
+        out.Name(FT_TYPEDEF, RegisteredName<T>(), UseType<T>);
         out.FunctionsOnly([&] { FieldType<Value>::Emit(out); });
     }
 };
@@ -143,14 +184,19 @@ struct FieldType<T> : PlainFieldType<T>
     static constexpr void Emit(TypeEmitter& out)
     {
         constexpr ETypeByteCode code = CodeOfDescriptor(static_cast<HandWrittenDescriptor<T>*>(nullptr));
-        out.Name(code, RegisteredName<T>());
+        out.Name(code, RegisteredName<T>(), UseType<T>);
     }
 };
 
 template <class... As>
-requires(!Described<xvariant<As...>>) struct FieldType<xvariant<As...>> : UndescribedFieldType<xvariant<As...>>
+requires(!Described<xvariant<As...>>) struct FieldType<xvariant<As...>>
+    : UndescribedFieldType<xvariant<As...>, EObstacle::NotDescribed>
 {
-    static_assert(s_isNever<As...>, "this xvariant is not described: name it and its alternatives with KELM_VARIANT");
+    static constexpr void Emit(TypeEmitter&)
+    {
+        static_assert(s_isNever<As...>,
+                      "this xvariant is not described: name it and its alternatives with KELM_VARIANT");
+    }
 };
 
 // --- qualifiers and arrays
@@ -160,6 +206,7 @@ requires(!std::is_array_v<T>) struct FieldType<const T>
 {
     using Value = const typename FieldType<T>::Value;
     static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr EObstacle Obstacle = FieldType<T>::Obstacle;
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_CONST);
@@ -174,6 +221,7 @@ struct FieldType<T[N]>
 
     using Value = typename FieldType<T>::Value[N];
     static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr EObstacle Obstacle = FieldType<T>::Obstacle;
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_ARRAY);
@@ -189,16 +237,37 @@ requires(N > 0) struct FieldType<std::array<T, N>>
 
     using Value = std::array<typename FieldType<T>::Value, N>;
     static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr EObstacle Obstacle = FieldType<T>::Obstacle;
     static constexpr void Emit(TypeEmitter& out) { FieldType<T[N]>::Emit(out); }
 };
 
 // --- containers
+
+constexpr EObstacle FirstObstacle(std::initializer_list<EObstacle> obstacles)
+{
+    for (const EObstacle obstacle : obstacles)
+        if (obstacle != EObstacle::None)
+            return obstacle;
+    return EObstacle::None;
+}
+
+// To a type as the element of a container that moves its elements as bytes. A type that is described by hand may be
+// more than is known of it.
+template <class T>
+constexpr EObstacle FindObstacleToMoving()
+{
+    if constexpr (FieldType<T>::Obstacle != EObstacle::None || HandDescribed<T>)
+        return FieldType<T>::Obstacle;
+    else
+        return IsRelocatable<typename FieldType<T>::Value> ? EObstacle::None : EObstacle::NotRelocatable;
+}
 
 template <class T>
 struct FieldType<xvector<T>>
 {
     using Value = xvector<typename FieldType<T>::Value>;
     static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr EObstacle Obstacle = FindObstacleToMoving<T>();
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_VECTOR);
@@ -211,6 +280,7 @@ struct FieldType<xdynarray<T>>
 {
     using Value = xdynarray<typename FieldType<T>::Value>;
     static constexpr bool HasFunctions = FieldType<T>::HasFunctions;
+    static constexpr EObstacle Obstacle = FindObstacleToMoving<T>();
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_DYNARRAY);
@@ -228,6 +298,7 @@ struct FieldType<xmap<K, V>>
 
     using Value = xmap<Key, Payload>;
     static constexpr bool HasFunctions = true;
+    static constexpr EObstacle Obstacle = FirstObstacle({FindObstacleToMoving<K>(), FindObstacleToMoving<V>()});
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_MAP);
@@ -246,6 +317,7 @@ struct FieldType<xset<T>>
 
     using Value = xset<Element>;
     static constexpr bool HasFunctions = true;
+    static constexpr EObstacle Obstacle = FindObstacleToMoving<T>();
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_SET);

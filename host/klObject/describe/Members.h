@@ -8,16 +8,26 @@
 
 #include <array>
 #include <cstddef>
+#include <tuple>
 #include <type_traits>
 
 namespace kelm
 {
 
-// A field of the model, of type T: reached by paths, kept by persistence, written by data sources.
-template <class T>
+// A function that needs no object to be called.
+template <class F>
+concept StatelessFunction = std::is_class_v<F> && std::is_empty_v<F> && std::is_default_constructible_v<F>;
+
+// A field of the model, of type T: reached by paths, kept by persistence, written by data sources. F is the function
+// that checks it, where that is one with an address.
+template <class T, class F = NoFunction>
 struct ModelField : Member
 {
     using FieldTypeOf = FieldType<T>;
+    using Type = T;
+    using Function = F;
+
+    F m_function = {}; // hides that of all members
 
     constexpr ModelField AddedIn(int64 rsn) const
     {
@@ -32,13 +42,50 @@ struct ModelField : Member
         return field;
     }
 
+    // The field under another name than the member's.
+    constexpr ModelField Named(ConstStringZ name) const
+    {
+        ModelField field = *this;
+        field.m_name = name;
+        return field;
+    }
+
+    // Texts must give the field.
+    constexpr ModelField Required() const
+    {
+        ModelField field = *this;
+        field.m_rule.m_isRequired = true;
+        return field;
+    }
+
+    // The field has such values alone as `function` is true of: a function, or a lambda that captures nothing.
+    template <class G>
+    constexpr auto Check([[maybe_unused]] G function) const
+    {
+        static_assert(
+            requires(const T& value) { static_cast<bool>(function(value)); },
+            "a check takes the field's value and returns whether it may be");
+        if constexpr (StatelessFunction<G>)
+        {
+            ModelField field = *this;
+            field.m_rule.m_check = [](const void* value)
+            { return static_cast<bool>(G()(*static_cast<const T*>(value))); };
+            return field;
+        }
+        else
+        {
+            static_assert(std::is_pointer_v<G>, "a check is a function, or a lambda that captures nothing");
+            return ModelField<T, G>{static_cast<const Member&>(*this), function};
+        }
+    }
+
     // The field described with typedefs in its type: As<Metres>() or As<xvector<Metres>>().
     template <class U>
-    constexpr ModelField<U> As() const
+    constexpr ModelField<U, F> As() const
     {
         static_assert(std::is_same_v<typename FieldType<U>::Value, T>,
                       "the field's type is not the one of the typedef");
-        return {*this};
+        return {static_cast<const Member&>(*this), m_function};
     }
 };
 
@@ -75,7 +122,7 @@ struct EmbeddedModel : Member
 template <class T>
 constexpr ModelField<T> MakeModelField(ConstStringZ name, std::size_t offset)
 {
-    return {{MEMBER_MODEL_FIELD, name, static_cast<ssize_t>(offset)}};
+    return {{MEMBER_MODEL_FIELD, name, static_cast<ssize_t>(offset)}, {}};
 }
 template <class T>
 constexpr OrdinaryField<T> MakeOrdinaryField(ConstStringZ name, std::size_t offset)
@@ -143,10 +190,52 @@ struct MemberList
     std::array<Member, NumMembers> m_members;
 };
 
+// Members of which some are checked by a function that has an address.
 template <class... Ms>
-constexpr MemberList<Ms...> ListMembers(const Ms&... members)
+struct CheckedMemberList : MemberList<Ms...>
 {
-    return {{static_cast<const Member&>(members)...}};
+    using Types = std::tuple<Ms...>;
+
+    std::tuple<typename Ms::Function...> m_functions;
+};
+
+// The members of a base class stand among those of the class as a list of their own.
+template <class M>
+inline constexpr bool s_isMemberList = requires
+{
+    M::NumMembers;
+};
+template <class M>
+requires(!s_isMemberList<M>) constexpr MemberList<M> AsList(const M& member)
+{
+    return {{static_cast<const Member&>(member)}};
+}
+template <class... Ms>
+constexpr const MemberList<Ms...>& AsList(const MemberList<Ms...>& list)
+{
+    return list;
+}
+template <class... As, class... Bs>
+constexpr MemberList<As..., Bs...> operator+(const MemberList<As...>& a, const MemberList<Bs...>& b)
+{
+    MemberList<As..., Bs...> both{};
+    std::size_t size = 0;
+    for (const Member& member : a.m_members)
+        both.m_members[size++] = member;
+    for (const Member& member : b.m_members)
+        both.m_members[size++] = member;
+    return both;
+}
+
+template <class... Ms>
+constexpr auto ListMembers(const Ms&... members)
+{
+    if constexpr ((s_isMemberList<Ms> || ...))
+        return (MemberList<>{} + ... + AsList(members));
+    else if constexpr ((std::is_pointer_v<typename Ms::Function> || ...))
+        return CheckedMemberList<Ms...>{{{static_cast<const Member&>(members)...}}, {members.m_function...}};
+    else
+        return MemberList<Ms...>{{static_cast<const Member&>(members)...}};
 }
 
 // A described class moves as bytes if its description tells of all that is in it, and all of that does.

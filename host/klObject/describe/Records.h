@@ -81,6 +81,8 @@ class VariantRecord : DescribedRecord<T>
         "an alternative's name is made of identifiers with \"::\" between them");
 
 public:
+    static constexpr const UseFn* GetUses() { return s_tables.m_uses.data(); }
+
     static constinit inline const ReflectedVariant s_record = {
         Description<T>::s_name,  sizeof(T),       nullptr, s_fields.data(), Type::NumAlternatives,
         s_tables.m_names.data(), &s_variantOps<T>};
@@ -140,7 +142,11 @@ class EnumRecord : DescribedRecord<T>
         return true;
     }();
 
+    static constexpr UseFn s_noUses = nullptr;
+
 public:
+    static constexpr const UseFn* GetUses() { return &s_noUses; }
+
     static constinit inline const ReflectedEnum s_record = {Description<T>::s_name,
                                                             nullptr,
                                                             nullptr,
@@ -158,6 +164,8 @@ class TypedefRecord : DescribedRecord<T>
     static constexpr TypeTables<FieldType<typename Description<T>::Type>> s_tables{};
 
 public:
+    static constexpr const UseFn* GetUses() { return s_tables.m_uses.data(); }
+
     static constinit inline const ReflectedTypedef s_record = {Description<T>::s_name, s_tables.ByteCode(0),
                                                                s_tables.m_names.data()};
 };

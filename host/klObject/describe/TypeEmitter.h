@@ -13,6 +13,10 @@
 namespace kelm
 {
 
+// Registers a type that byte code names, with all that it uses itself (RegisterUsed.h).
+class UsedTypes;
+using UseFn = void (*)(UsedTypes&);
+
 struct TypeTableSizes
 {
     std::size_t m_numBytes = 0;
@@ -25,8 +29,13 @@ class TypeEmitter
 {
 public:
     constexpr TypeEmitter() = default;
-    constexpr TypeEmitter(uint8* bytes, ConstStringZ* names, PtrMapOrSetFns* functions)
-        : m_isCounting(false), m_bytes(bytes), m_names(names), m_functions(functions)
+    constexpr TypeEmitter(uint8* bytes, ConstStringZ* names, UseFn* uses, bool* areForeign, PtrMapOrSetFns* functions)
+        : m_isCounting(false)
+        , m_bytes(bytes)
+        , m_names(names)
+        , m_uses(uses)
+        , m_areForeign(areForeign)
+        , m_functions(functions)
     {
     }
 
@@ -36,12 +45,17 @@ public:
         for (int shift = 0; shift < 32; shift += 8)
             Byte(static_cast<uint8>(static_cast<uint32>(value) >> shift));
     }
-    constexpr void Name(ETypeByteCode code, ConstStringZ name)
+    // `use` registers the type of that name.
+    constexpr void Name(ETypeByteCode code, ConstStringZ name, UseFn use)
     {
         Code(code);
-        const std::size_t index = IndexOfName(name);
-        Byte(static_cast<uint8>(index));
-        Byte(static_cast<uint8>(index >> 8));
+        Index(IndexOfName(name, use, false));
+    }
+    // `record` is the first member of a ForeignType.
+    constexpr void Foreign(const char& record, UseFn use)
+    {
+        Code(FT_FOREIGN);
+        Index(IndexOfName(&record, use, true));
     }
     constexpr void Functions(PtrMapOrSetFns functions)
     {
@@ -71,16 +85,25 @@ private:
             m_bytes[m_sizes.m_numBytes] = byte;
         ++m_sizes.m_numBytes;
     }
-    constexpr std::size_t IndexOfName(ConstStringZ name)
+    constexpr void Index(std::size_t index)
+    {
+        Byte(static_cast<uint8>(index));
+        Byte(static_cast<uint8>(index >> 8));
+    }
+    constexpr std::size_t IndexOfName(ConstStringZ name, UseFn use, bool isForeign)
     {
         if (m_isSilent)
             return 0;
         if (!m_isCounting)
         {
+            // A foreign type's entry is no text.
             for (std::size_t i = 0; i < m_sizes.m_numNames; ++i)
-                if (std::string_view(m_names[i]) == name)
+                if (m_areForeign[i] == isForeign &&
+                    (isForeign ? m_names[i] == name : std::string_view(m_names[i]) == name))
                     return i;
             m_names[m_sizes.m_numNames] = name;
+            m_uses[m_sizes.m_numNames] = use;
+            m_areForeign[m_sizes.m_numNames] = isForeign;
         }
         return m_sizes.m_numNames++;
     }
@@ -88,6 +111,8 @@ private:
     bool m_isCounting = true; // asked instead of the arrays: under a sanitizer no address is known not to be null
     uint8* m_bytes = nullptr;
     ConstStringZ* m_names = nullptr;
+    UseFn* m_uses = nullptr;
+    bool* m_areForeign = nullptr;
     PtrMapOrSetFns* m_functions = nullptr;
     TypeTableSizes m_sizes;
     bool m_isSilent = false;
@@ -110,7 +135,8 @@ struct TypeTables
     constexpr TypeTables()
     {
         static_assert(MaxSizes().m_numNames <= 0x10000, "a string table holds up to 65,536 names");
-        TypeEmitter emitter(m_bytes.data(), m_names.data(), m_functions.data());
+        std::array<bool, MaxSizes().m_numNames + 1> areForeign{};
+        TypeEmitter emitter(m_bytes.data(), m_names.data(), m_uses.data(), areForeign.data(), m_functions.data());
         for (std::size_t i = 0; i < NumTypes; ++i)
         {
             m_starts[i] = emitter.Sizes();
@@ -131,6 +157,7 @@ struct TypeTables
 
     std::array<uint8, MaxSizes().m_numBytes> m_bytes{};
     std::array<ConstStringZ, MaxSizes().m_numNames + 1> m_names{}; // ends with a null
+    std::array<UseFn, MaxSizes().m_numNames + 1> m_uses{};         // of each name; ends with a null
     std::array<PtrMapOrSetFns, MaxSizes().m_numFunctions> m_functions{};
     std::array<TypeTableSizes, NumTypes> m_starts{}; // how much of each table comes before each type
 };

@@ -64,6 +64,8 @@ enum ETypeByteCode : uint8
     FT_ARRAY = 80, // a signed 32-bit element count, then the element type
     FT_MAP = 81,   // the key type, then the payload type
 
+    FT_FOREIGN = 82, // a type whose operations the compiler makes: an index as of a name, to a ForeignType
+
     // Parameters of a template: nothing follows.
     FT_PARAM_0 = 96,
     FT_PARAM_1,

@@ -101,6 +101,13 @@ struct ReflectedModelField
     const PtrMapOrSetFns* m_mapOrSetFns;
 };
 
+// What holds for a value of a model field beside its type.
+struct FieldRule
+{
+    bool m_isRequired = false;                    // a text must give it
+    bool (*m_check)(const void* value) = nullptr; // whether the value is one that the field may have; null: any
+};
+
 // A class. One with a model lists its model fields, or embeds the model of another class: then m_numModelFields is 0
 // and the one record at m_modelFields gives that class's name and its offset. A class without a model has null there.
 struct ReflectedClass
@@ -123,6 +130,7 @@ struct ReflectedClass
     const void* m_objectFns = nullptr;      // the function table of its objects, null when it has none
     ptr<IObject> (*m_createFn)() = nullptr; // creates an object that nobody owns yet; null when it cannot be created
     const TypeOps* m_ops = nullptr;
+    const FieldRule* m_rules = nullptr; // one for each model field; null where there are none
 
     // Made by registration: finds fields by name. Null before; nothing but speed depends on it.
     mutable const FieldIndex* m_fieldIndex = nullptr;

@@ -1,5 +1,6 @@
 #include <klObject/types/ReflectionByteCode.h>
 
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
 #include <klObject/types/private/TypeCodes.h>
@@ -155,6 +156,10 @@ ssize_t ReflectionByteCode::GetTypeSize() const
         const ReflectedVariant* rv = type.GetReflectedVariant();
         KELM_ASSERT(rv);
         size = rv->m_size;
+    }
+    else if (type.GetCode() == FT_FOREIGN)
+    {
+        size = type.GetForeignType().m_size;
     }
     KELM_ASSERT(size >= 0);
     const bool arrayIsTooLarge = __builtin_mul_overflow(elements, size, &size);

@@ -9,6 +9,7 @@
 namespace kelm
 {
 
+struct ForeignType;
 struct PtrMapOrSetFns;
 struct ReflectedClass;
 struct ReflectedEnum;
@@ -89,6 +90,9 @@ public:
             FailWithoutName(m_stringTable);
         return name;
     }
+
+    // The record behind FT_FOREIGN.
+    const ForeignType& GetForeignType() const { return *reinterpret_cast<const ForeignType*>(GetName()); }
 
     // The element count behind FT_ARRAY, as it stands there: a negative one is for the caller to refuse.
     int32 GetArrayCount() const;

@@ -3,16 +3,20 @@
 #include <klObject/containers/private/MapEntry.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/objects/prefbase.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/private/CheckedType.h>
+#include <klObject/values/private/CompareTypes.h>
+#include <klObject/values/private/ForeignEntries.h>
 #include <klObject/values/private/ScalarTypes.h>
 #include <klUtils/Compare.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/xvector.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -260,6 +264,76 @@ int ComparePrefs(const Operand& a, const Operand& b, ssize_t i)
     return Order(reinterpret_cast<uint64>(refA.GetLoaded().self()), reinterpret_cast<uint64>(refB.GetLoaded().self()));
 }
 
+// By the elements or entries up to the first difference, then by their numbers.
+int CompareForeignLists(EComparison question, const ForeignType& typeOfA, const ForeignType& typeOfB, const Operand& a,
+                        const Operand& b)
+{
+    const ssize_t countOfA = typeOfA.m_list->Count(a.m_data);
+    const ssize_t countOfB = typeOfB.m_list->Count(b.m_data);
+    const int orderOfCounts = Order(countOfA, countOfB);
+    if (IsEquality(question) && orderOfCounts != 0)
+        return orderOfCounts;
+    const auto elementOf = [](const ForeignType& type, const Operand& list, ssize_t i) -> Operand {
+        return {type.GetElementType(i), static_cast<const char*>(type.m_list->At(const_cast<char*>(list.m_data), i))};
+    };
+    const int order =
+        CompareEach(orderOfCounts < 0 ? countOfA : countOfB, [&](ssize_t i)
+                    { return CompareElements(question, elementOf(typeOfA, a, i), elementOf(typeOfB, b, i), 1); });
+    return order != 0 ? order : orderOfCounts;
+}
+
+int CompareForeignMaps(EComparison question, const ForeignType& typeOfA, const ForeignType& typeOfB, const Operand& a,
+                       const Operand& b)
+{
+    const int orderOfCounts = Order(typeOfA.m_map->Count(a.m_data), typeOfB.m_map->Count(b.m_data));
+    if (IsEquality(question) && orderOfCounts != 0)
+        return orderOfCounts;
+    const std::vector<MapEntry> entriesOfA = ListForeignEntries(typeOfA, a.m_data);
+    const std::vector<MapEntry> entriesOfB = ListForeignEntries(typeOfB, b.m_data);
+    const int order = CompareEach(static_cast<ssize_t>(std::min(entriesOfA.size(), entriesOfB.size())),
+                                  [&](ssize_t i)
+                                  {
+                                      const MapEntry& entryOfA = entriesOfA[static_cast<std::size_t>(i)];
+                                      const MapEntry& entryOfB = entriesOfB[static_cast<std::size_t>(i)];
+                                      const int orderOfKeys =
+                                          CompareElements(OfKeys(question), {typeOfA.GetPartType(0), entryOfA.m_key},
+                                                          {typeOfB.GetPartType(0), entryOfB.m_key}, 1);
+                                      if (orderOfKeys != 0 || typeOfA.m_numParts == 1)
+                                          return orderOfKeys;
+                                      return CompareElements(question, {typeOfA.GetPartType(1), entryOfA.m_payload},
+                                                             {typeOfB.GetPartType(1), entryOfB.m_payload}, 1);
+                                  });
+    return order != 0 ? order : orderOfCounts;
+}
+
+// What is empty comes before what is not, then alternatives in their order.
+int CompareForeignChoices(EComparison question, const ForeignType& typeOfA, const ForeignType& typeOfB,
+                          const Operand& a, const Operand& b)
+{
+    const int32 index = typeOfA.m_choice->GetIndex(a.m_data);
+    const int order = Order(index, typeOfB.m_choice->GetIndex(b.m_data));
+    if (order != 0 || index < 0)
+        return order;
+    return CompareElements(
+        question, {typeOfA.GetPartType(index), static_cast<const char*>(typeOfA.m_choice->GetValue(a.m_data))},
+        {typeOfB.GetPartType(index), static_cast<const char*>(typeOfB.m_choice->GetValue(b.m_data))}, 1);
+}
+
+// The records of two libraries may differ where the types are the same.
+int CompareForeign(EComparison question, const Operand& a, const Operand& b)
+{
+    const ForeignType& typeOfA = a.m_type.GetForeignType();
+    const ForeignType& typeOfB = b.m_type.GetForeignType();
+    switch (typeOfA.GetForm())
+    {
+    case FF_TEXT: return typeOfA.m_text->Compare(a.m_data, b.m_data);
+    case FF_LIST: return CompareForeignLists(question, typeOfA, typeOfB, a, b);
+    case FF_MAP: return CompareForeignMaps(question, typeOfA, typeOfB, a, b);
+    case FF_CHOICE: return CompareForeignChoices(question, typeOfA, typeOfB, a, b);
+    }
+    return 0;
+}
+
 // Compares `count` variables of one type.
 int CompareElements(EComparison question, Operand a, Operand b, ssize_t count)
 {
@@ -295,12 +369,61 @@ int CompareElements(EComparison question, Operand a, Operand b, ssize_t count)
     case VK_SET: return CompareEach(count, [&](ssize_t i) { return advance(i, CompareMapsOrSets); });
     case VK_HANDLE: return CompareEach(count, [&](ssize_t i) { return CompareHandles(a, b, i); });
     case VK_PREF: return CompareEach(count, [&](ssize_t i) { return ComparePrefs(a, b, i); });
+    case VK_FOREIGN:
+    {
+        const ssize_t size = a.m_type.GetForeignType().m_size;
+        return CompareEach(count, [&](ssize_t i)
+                           { return CompareForeign(question, a.At(a.m_type, i * size), b.At(b.m_type, i * size)); });
+    }
     }
     return 0;
 }
 
-// The order of two types: by the codes of the underlying types, then by what follows these. Names are compared as
-// texts, since each string table has its own.
+int CompareVariables(EComparison question, const Operand& a, const Operand& b)
+{
+    if (a.m_type.m_bc == nullptr || b.m_type.m_bc == nullptr)
+        return Order(a.m_type.m_bc != nullptr, b.m_type.m_bc != nullptr);
+    if (const int order = CompareTypes(a.m_type, b.m_type))
+        return order;
+    return CompareElements(question, a, b, 1);
+}
+
+// Of texts of their own, and of alternatives, by name.
+int CompareTexts(ConstStringZ a, ConstStringZ b)
+{
+    if (a == nullptr || b == nullptr)
+        return Order(a != nullptr, b != nullptr);
+    return Order(std::strcmp(a, b), 0);
+}
+
+int CompareForeignTypes(const ForeignType& a, const ForeignType& b)
+{
+    if (&a == &b)
+        return 0;
+    if (const int order = Order(a.m_form, b.m_form))
+        return order;
+    if (const int order = Order(a.m_size, b.m_size))
+        return order;
+    if (const int order = Order(a.m_numParts, b.m_numParts))
+        return order;
+    if (a.m_form == FF_TEXT)
+        return CompareTexts(a.m_text->m_what, b.m_text->m_what);
+    const auto isNamed = [](const ForeignType& type)
+    { return type.m_form == FF_CHOICE && type.m_choice->m_names != nullptr; };
+    if (const int order = Order(isNamed(a), isNamed(b)))
+        return order;
+    return CompareEach(a.m_numParts,
+                       [&](ssize_t i)
+                       {
+                           if (isNamed(a))
+                               if (const int order = CompareTexts(a.m_choice->m_names[i], b.m_choice->m_names[i]))
+                                   return order;
+                           return CompareTypes(a.GetPartType(i), b.GetPartType(i));
+                       });
+}
+
+} // namespace
+
 int CompareTypes(ReflectionByteCode a, ReflectionByteCode b)
 {
     for (;;)
@@ -316,6 +439,10 @@ int CompareTypes(ReflectionByteCode a, ReflectionByteCode b)
         {
             if (const int order = Order(a.GetArrayCount(), b.GetArrayCount()))
                 return order;
+        }
+        else if (a.GetCode() == FT_FOREIGN)
+        {
+            return CompareForeignTypes(a.GetForeignType(), b.GetForeignType());
         }
         else if (code.m_operandBytes > 0)
         {
@@ -334,17 +461,6 @@ int CompareTypes(ReflectionByteCode a, ReflectionByteCode b)
         }
     }
 }
-
-int CompareVariables(EComparison question, const Operand& a, const Operand& b)
-{
-    if (a.m_type.m_bc == nullptr || b.m_type.m_bc == nullptr)
-        return Order(a.m_type.m_bc != nullptr, b.m_type.m_bc != nullptr);
-    if (const int order = CompareTypes(a.m_type, b.m_type))
-        return order;
-    return CompareElements(question, a, b, 1);
-}
-
-} // namespace
 
 int CompareReflectedVariables(EComparison question, ReflectionByteCode rbc1, const void* p1, ReflectionByteCode rbc2,
                               const void* p2)

@@ -1,5 +1,6 @@
 #include <klObject/values/ReflectedVariable.h>
 
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/private/ScalarTypes.h>
@@ -35,6 +36,13 @@ struct EnumValue
     int32 m_value;
 };
 
+// Of an enumeration that is a foreign type; the name is empty where the value is no enumerator.
+struct ForeignEnumValue
+{
+    SubString m_name;
+    int64 m_value;
+};
+
 template <class T>
 struct TextValue
 {
@@ -65,6 +73,25 @@ const ReflectedEnum& GetEnum(ReflectionByteCode rbc)
     return *r;
 }
 
+template <class Target>
+bool CoerceTo(const Target& target, ReflectionByteCode rbc, const void* data);
+
+// An optional and a variant as what they hold.
+template <class Target>
+bool CoerceForeign(const Target& target, const ForeignType& type, const void* data)
+{
+    if (type.m_form == FF_TEXT)
+    {
+        char buffer[ForeignTextFns::BufferSize];
+        const SubString text = type.m_text->Get(data, buffer);
+        if (type.m_text->m_isIdentifier)
+            return target(ForeignEnumValue{text, type.m_text->GetNumber(data)});
+        return target(TextValue<SubString>{text});
+    }
+    const int32 index = type.m_form == FF_CHOICE ? type.m_choice->GetIndex(data) : -1;
+    return index >= 0 ? CoerceTo(target, type.GetPartType(index), type.m_choice->GetValue(data)) : target(NoValue());
+}
+
 // Returns target(the value of the variable).
 template <class Target>
 bool CoerceTo(const Target& target, ReflectionByteCode rbc, const void* data)
@@ -83,6 +110,7 @@ bool CoerceTo(const Target& target, ReflectionByteCode rbc, const void* data)
     case VK_ENUM: return target(EnumValue{GetEnum(rbc), LoadScalar<int32>(data)});
     case VK_STRING8: return target(TextValue<xstring>{*static_cast<const xstring*>(data)});
     case VK_STRING16: return target(TextValue<xstring16>{*static_cast<const xstring16*>(data)});
+    case VK_FOREIGN: return CoerceForeign(target, rbc.GetForeignType(), data);
     case VK_NONE:
     case VK_VOID:
     case VK_CLASS:
@@ -139,6 +167,7 @@ struct ToBool : Target
         return false;
     }
     bool operator()(EnumValue value) const { return (*this)(int64(value.m_value)); }
+    bool operator()(ForeignEnumValue value) const { return (*this)(value.m_value); }
 };
 
 struct ToInt64 : Target
@@ -169,6 +198,7 @@ struct ToInt64 : Target
         return m_allowExplicit || static_cast<float64>(m_x) == value;
     }
     bool operator()(EnumValue value) const { return (*this)(int64(value.m_value)); }
+    bool operator()(ForeignEnumValue value) const { return (*this)(value.m_value); }
     template <Character C>
     bool operator()(C value) const
     {
@@ -202,6 +232,7 @@ struct ToFloat32 : Target
         return false;
     }
     bool operator()(EnumValue value) const { return (*this)(int64(value.m_value)); }
+    bool operator()(ForeignEnumValue value) const { return (*this)(value.m_value); }
 };
 
 struct ToFloat64 : Target
@@ -228,6 +259,7 @@ struct ToFloat64 : Target
         return false;
     }
     bool operator()(EnumValue value) const { return (*this)(int64(value.m_value)); }
+    bool operator()(ForeignEnumValue value) const { return (*this)(value.m_value); }
 };
 
 // The decimal digits of an integer that ToString does not take.
@@ -269,6 +301,10 @@ struct ToText : Target
                 return SetExplicitly(r.m_strings[i]);
         return (*this)(int64(value.m_value));
     }
+    bool operator()(ForeignEnumValue value) const
+    {
+        return value.m_name.empty() ? (*this)(value.m_value) : SetExplicitly(xstring(value.m_name));
+    }
     bool operator()(Char8 value) const
     {
         const char c = static_cast<char>(value);
@@ -282,6 +318,11 @@ struct ToText : Target
     bool operator()(TextValue<xstring> value) const
     {
         m_x = value.m_text;
+        return true;
+    }
+    bool operator()(TextValue<SubString> value) const
+    {
+        m_x = xstring(value.m_text);
         return true;
     }
     bool operator()(TextValue<xstring16> value) const

@@ -1,5 +1,6 @@
 #include <klObject/values/ReflectedVariable.h>
 
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klObject/types/private/TypeCodes.h>
@@ -151,6 +152,13 @@ void DestructUnderlying(ReflectionByteCode type, char* p, ssize_t count)
         for (ssize_t i = 0; i < count; ++i)
             GetSetFns(type).Destruct(p + i * code.m_size);
         return;
+    case VK_FOREIGN:
+    {
+        const ForeignType& foreign = type.GetForeignType();
+        for (ssize_t i = 0; i < count; ++i)
+            foreign.Destruct(p + i * foreign.m_size);
+        return;
+    }
     }
 }
 
@@ -221,8 +229,9 @@ void ConstructVariants(const ReflectedVariant& rv, char* p, ssize_t count)
         [&](ssize_t i) { DestructVariants(rv, p + i * rv.m_size, 1); });
 }
 
+// Of maps, sets and foreign types.
 template <class Fns>
-void ConstructMapsOrSets(const Fns& fns, char* p, ssize_t stride, ssize_t count)
+void ConstructByFns(const Fns& fns, char* p, ssize_t stride, ssize_t count)
 {
     ConstructAllOrNone(
         count, [&](ssize_t i) { fns.Construct(p + i * stride); }, [&](ssize_t i) { fns.Destruct(p + i * stride); });
@@ -248,8 +257,9 @@ void ConstructElements(ReflectionByteCode type, char* p, ssize_t count)
     case VK_PREF: return SetZero(p, code.m_size * count);
     case VK_CLASS: return ConstructClasses(GetClass(type, s_sourceFile), p, count);
     case VK_VARIANT: return ConstructVariants(GetVariant(type, s_sourceFile), p, count);
-    case VK_MAP: return ConstructMapsOrSets(GetMapFns(type), p, code.m_size, count);
-    case VK_SET: return ConstructMapsOrSets(GetSetFns(type), p, code.m_size, count);
+    case VK_MAP: return ConstructByFns(GetMapFns(type), p, code.m_size, count);
+    case VK_SET: return ConstructByFns(GetSetFns(type), p, code.m_size, count);
+    case VK_FOREIGN: return ConstructByFns(type.GetForeignType(), p, type.GetForeignType().m_size, count);
     }
 }
 

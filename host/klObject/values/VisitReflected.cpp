@@ -2,6 +2,7 @@
 
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ClassModel.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectionByteCode.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/private/CheckedType.h>
@@ -41,6 +42,7 @@ enum EHandlePlan : uint8
     HP_SET,      // of part 0
     HP_MAP,      // part 0 are the keys, part 1 the payloads
     HP_VARIANT,  // one part an alternative
+    HP_FOREIGN,  // the parts are those of the foreign type
     HP_UNKNOWN,  // may hold handles where nobody can find them
 };
 
@@ -60,6 +62,7 @@ struct HandlePlan
     ssize_t m_stride = 0; // in bytes, from element to element
     PtrMapOrSetFns m_fns = {};
     const TypeOps* m_ops = nullptr;
+    const ForeignType* m_foreign = nullptr;
     std::vector<PlanPart> m_parts = {};
 };
 
@@ -103,6 +106,7 @@ private:
     const HandlePlan& OfMap(ReflectionByteCode rbc);
     const HandlePlan& OfSet(ReflectionByteCode rbc);
     const HandlePlan& OfVariant(const ReflectedVariant& rv);
+    const HandlePlan& OfForeign(const ForeignType& type);
     const HandlePlan& OfUnderlyingType(ReflectionByteCode rbc);
     const HandlePlan& OfNoVariable(ReflectionByteCode rbc);
     void AddFields(HandlePlan& plan, const ReflectedClass& rc);
@@ -179,6 +183,19 @@ const HandlePlan& PlanMaker::OfVariant(const ReflectedVariant& rv)
     return plan;
 }
 
+const HandlePlan& PlanMaker::OfForeign(const ForeignType& type)
+{
+    if (const auto begun = m_byDescriptor.find(&type); begun != m_byDescriptor.end())
+        return *begun->second;
+
+    HandlePlan& plan = Make(HP_FOREIGN);
+    m_byDescriptor.emplace(&type, &plan);
+    plan.m_foreign = &type;
+    for (ssize_t i = 0; i < type.m_numParts; ++i)
+        plan.m_parts.push_back({0, &OfType(type.GetPartType(i))});
+    return plan;
+}
+
 // The function table of the map itself comes before those of its keys and payloads.
 const HandlePlan& PlanMaker::OfMap(ReflectionByteCode rbc)
 {
@@ -241,6 +258,7 @@ const HandlePlan& PlanMaker::OfUnderlyingType(ReflectionByteCode rbc)
     case VK_SET: return OfSet(rbc);
     case VK_HANDLE: return s_handle;
     case VK_PREF: return s_pref;
+    case VK_FOREIGN: return OfForeign(rbc.GetForeignType());
     }
     return s_nothing;
 }
@@ -384,6 +402,35 @@ struct EntryWalk
 };
 
 template <class Visitor>
+void VisitForeign(const HandlePlan& plan, const char* p, Visitor& visitor)
+{
+    const ForeignType& type = *plan.m_foreign;
+    const auto visitPart = [&](ssize_t part, const void* value)
+    {
+        if (const HandlePlan* const planOfPart = plan.m_parts[static_cast<std::size_t>(part)].m_plan)
+            VisitPlanned(*planOfPart, static_cast<const char*>(value), visitor);
+    };
+    switch (type.GetForm())
+    {
+    case FF_TEXT: return;
+    case FF_LIST:
+        for (ssize_t i = 0; i < type.m_list->Count(p); ++i)
+            visitPart(type.m_list->m_isFixed ? i : 0, type.m_list->At(const_cast<char*>(p), i));
+        return;
+    case FF_MAP:
+    {
+        EntryWalk<Visitor> walk{plan.m_parts[0].m_plan, type.m_numParts == 2 ? plan.m_parts[1].m_plan : nullptr,
+                                visitor};
+        return type.m_map->ForEach(p, EntryWalk<Visitor>::VisitEntry, &walk);
+    }
+    case FF_CHOICE:
+        if (const int32 index = type.m_choice->GetIndex(p); index >= 0)
+            visitPart(index, type.m_choice->GetValue(p));
+        return;
+    }
+}
+
+template <class Visitor>
 void VisitPlanned(const HandlePlan& plan, const char* p, Visitor& visitor)
 {
     if (IsStackLow())
@@ -418,6 +465,7 @@ void VisitPlanned(const HandlePlan& plan, const char* p, Visitor& visitor)
         return plan.m_fns.mapFns->ForEach(p, EntryWalk<Visitor>::VisitEntry, &walk);
     }
     case HP_VARIANT: return VisitAlternative(plan, p, visitor);
+    case HP_FOREIGN: return VisitForeign(plan, p, visitor);
     case HP_UNKNOWN: break;
     }
     ThrowKelmAssertionError("0", s_sourceFile, __LINE__);

@@ -3,12 +3,14 @@
 #include <klObject/containers/private/MapEntry.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/EnumIndex.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/ReflectedVariable.h>
 #include <klObject/values/private/CheckedType.h>
+#include <klObject/values/private/ForeignEntries.h>
 #include <klObject/values/private/QuotedText.h>
 #include <klObject/values/private/ScalarTypes.h>
 #include <klObject/values/private/TextRoom.h>
@@ -113,16 +115,18 @@ constexpr ConstStringZ s_null = "null"; // what stands for a null handle
 constexpr int s_maxIndentedDepth = 16;
 
 // Lists of these fill lines; lists of everything else have a line for each element.
-bool IsShort(EVariableKind kind)
+bool IsShort(const WrittenType& type)
 {
-    return kind == VK_SCALAR || kind == VK_ENUM || kind == VK_STRING8 || kind == VK_STRING16;
+    const EVariableKind kind = type.m_kind;
+    return kind == VK_SCALAR || kind == VK_ENUM || kind == VK_STRING8 || kind == VK_STRING16 ||
+           (kind == VK_FOREIGN && type.m_type.GetForeignType().GetForm() == FF_TEXT);
 }
 
 // The functions that write take the end of the text and return it, as TextRoom wants it.
 class Writer
 {
 public:
-    explicit Writer(const WriteOptions& options) : m_indent(options.m_indent) {}
+    explicit Writer(const WriteOptions& options) : m_indent(options.m_indent), m_isWhole(options.m_isWhole) {}
 
     char* Begin() { return m_room.Begin(); }
     SubString GetText(const char* p) const { return m_room.GetText(p); }
@@ -160,6 +164,14 @@ private:
         *p = ' ';
         return p + (m_indent > 0);
     }
+    // Between a key and its payload.
+    char* PutArrow(char* p)
+    {
+        p = PutSpace(p);
+        *p++ = '-';
+        *p++ = '>';
+        return PutSpace(p);
+    }
     char* BreakLine(char* p);
 
     [[noreturn]] void Throw(std::initializer_list<SubString> message) const;
@@ -186,6 +198,12 @@ private:
     char* PutBreakBetween(char* p, bool isFirst, bool isShort);
     char* WriteMap(char* p, ReflectionByteCode type, const void* map, Before before);
     char* WriteReference(char* p, const prefbase& reference);
+    char* WriteForeign(char* p, const ForeignType& type, const void* data, Before before);
+    char* WriteForeignText(char* p, const ForeignTextFns& fns, const void* text);
+    char* WriteForeignList(char* p, const ForeignType& type, const char* list, Before before);
+    char* WriteForeignMap(char* p, const ForeignType& type, const void* map);
+    char* WriteForeignChoice(char* p, const ForeignType& type, const void* choice);
+    char* WriteForeignAlternative(char* p, const ForeignType& type, int32 index, const void* value);
     DefaultVariable& DefaultOf(const ReflectedClass& createdClass);
 
     // The name of an enumerator that has been looked at, by where it stands in its enumeration.
@@ -198,6 +216,7 @@ private:
 
     TextRoom m_room;
     const int m_indent;
+    const bool m_isWhole;
     int m_depth = 0;
     ssize_t m_lineStart = 0; // behind the indentation
     const Step* m_step = nullptr;
@@ -269,11 +288,13 @@ char* Writer::WriteUnderlying(char* p, ReflectionByteCode type, const void* data
     case VK_CLASS: return WriteClass(p, GetWritePlan(GetClass(type, s_sourceFile)), bytes, before);
     case VK_VARIANT: return WriteVariant(p, type.GetReflectedVariant(), bytes);
     case VK_ARRAY: return WriteArray(p, type, bytes, before);
-    case VK_VECTOR: return WriteVector(p, WrittenElement(type), *static_cast<const VectorOfByte*>(data), before);
+    case VK_VECTOR:
+        return WriteVector(p, WrittenElement(type.GetElementType()), *static_cast<const VectorOfByte*>(data), before);
     case VK_MAP: return WriteMap(p, type, data, before);
     case VK_SET: Throw({"data sources have no form for a set"});
     case VK_HANDLE: return WriteObject(p, LoadScalar<ptr<IObject>>(data));
     case VK_PREF: return WriteReference(p, *static_cast<const prefbase*>(data));
+    case VK_FOREIGN: return WriteForeign(p, type.GetForeignType(), data, before);
     }
     return p;
 }
@@ -416,12 +437,16 @@ char* Writer::WriteOtherMember(char* p, const WrittenMember& member, const char*
     if (member.m_kind == VK_VECTOR)
         return WriteVector(p, *member.m_element, *reinterpret_cast<const VectorOfByte*>(data),
                            before.At(member.m_offset));
+    if (member.m_kind == VK_FOREIGN)
+        return WriteForeign(p, member.m_type.GetForeignType(), data, before.At(member.m_offset));
     return WriteUnderlying(p, member.m_type, data, before.At(member.m_offset));
 }
 
-// What has no form but is nothing: a null persistent reference, an empty set.
+// What is nothing: a null persistent reference and an empty set, which have no form, and an empty optional.
 bool IsNothing(ReflectionByteCode type, const void* data)
 {
+    if (GetTypeCode(type).m_kind == VK_FOREIGN)
+        return type.GetForeignType().m_choice->GetIndex(data) < 0;
     if (GetTypeCode(type).m_kind == VK_PREF)
     {
         const auto& reference = *static_cast<const prefbase*>(data);
@@ -436,9 +461,11 @@ bool Writer::IsLeftOut(const WrittenMember& member, const char* data, Before bef
 {
     if (!IsNothing(member.m_type, data))
         return false;
-    if (!IsNothing(member.m_type, before.At(member.m_offset).Get()))
+    if (IsNothing(member.m_type, before.At(member.m_offset).Get()))
+        return true;
+    if (member.m_kind != VK_FOREIGN)
         Throw({"creation gives this member a value, which data sources cannot take away"});
-    return true;
+    return false;
 }
 
 char* Writer::WriteVariant(char* p, const ReflectedVariant* rv, const char* data)
@@ -480,7 +507,7 @@ SubString Writer::AlternativeName(const ReflectedVariant& rv, int32 index) const
 
 char* Writer::WriteArray(char* p, ReflectionByteCode type, const char* data, Before before)
 {
-    return WriteElements(p, WrittenElement(type), data, 0, type.GetArrayCount(), &before);
+    return WriteElements(p, WrittenElement(type.GetElementType()), data, 0, type.GetArrayCount(), &before);
 }
 
 // Whether the first elements of a vector are the kept ones. Scalars are compared as bytes: a NaN is kept as well.
@@ -500,7 +527,8 @@ char* Writer::WriteVector(char* p, const WrittenElement& element, const VectorOf
 {
     const ssize_t size = element.m_size;
     KELM_ASSERT(size > 0 || vector.empty()); // elements without bytes leave no trace of their number
-    const auto& kept = *static_cast<const VectorOfByte*>(before.Get());
+    static const VectorOfByte s_none;
+    const auto& kept = m_isWhole ? s_none : *static_cast<const VectorOfByte*>(before.Get());
     if (!kept.empty() && !BeginsWith(vector, kept, element.m_type, size))
         Throw({"it does not begin with the ", NumberText(kept.size() / size),
                " elements that are there before reading, which only appends"});
@@ -539,7 +567,7 @@ char* Writer::WriteElements(char* p, const WrittenElement& element, const char* 
                          [&](char* end, ssize_t i)
                          { return WriteClass(end, plan, data + i * size, beforeElement(i)); });
     }
-    return WriteEach(p, first, count, IsShort(element.m_kind),
+    return WriteEach(p, first, count, IsShort(element),
                      [&](char* end, ssize_t i)
                      { return WriteUnderlying(end, element.m_type, data + i * size, beforeElement(i)); });
 }
@@ -591,7 +619,7 @@ char* Writer::WriteMap(char* p, ReflectionByteCode type, const void* map, Before
     DefaultVariable firstKey(keyType);
     DefaultVariable newPayload(payloadType);
     const std::vector<MapEntry> entries = ListEntries(fns, map);
-    const std::vector<MapEntry> keptEntries = ListEntries(fns, before.Get());
+    const std::vector<MapEntry> keptEntries = m_isWhole ? std::vector<MapEntry>() : ListEntries(fns, before.Get());
     auto kept = keptEntries.begin();
     const void* previousKey = nullptr;
     const auto writeEntry = [&](char* end, ssize_t i)
@@ -600,11 +628,7 @@ char* Writer::WriteMap(char* p, ReflectionByteCode type, const void* map, Before
         // Keys are read into one variable, which keeps what the one before left in it.
         end = WriteVariable(end, keyType, entry.m_key, previousKey != nullptr ? Before(previousKey) : Before(firstKey));
         previousKey = entry.m_key;
-        end = PutSpace(end);
-        *end++ = '-';
-        *end++ = '>';
-        end = PutSpace(end);
-
+        end = PutArrow(end);
         const bool isKept =
             kept != keptEntries.end() && CompareEqReflectedVariable(keyType, entry.m_key, keyType, kept->m_key);
         return WriteVariable(end, payloadType, entry.m_payload,
@@ -624,6 +648,109 @@ char* Writer::WriteReference(char* p, const prefbase& reference)
     if (!object)
         Throw({"data sources have no form for a null persistent reference"});
     return WriteObject(p, object);
+}
+
+// --- foreign types, whose lists and maps are written whole and whose optionals are made anew: reading replaces them
+
+char* Writer::WriteForeign(char* p, const ForeignType& type, const void* data, Before before)
+{
+    switch (type.GetForm())
+    {
+    case FF_TEXT: return WriteForeignText(p, *type.m_text, data);
+    case FF_LIST: return WriteForeignList(p, type, static_cast<const char*>(data), before);
+    case FF_MAP: return WriteForeignMap(p, type, data);
+    case FF_CHOICE: return WriteForeignChoice(p, type, data);
+    }
+    return p;
+}
+
+char* Writer::WriteForeignText(char* p, const ForeignTextFns& fns, const void* text)
+{
+    char buffer[ForeignTextFns::BufferSize];
+    const SubString characters = fns.Get(text, buffer);
+    if (!fns.m_isIdentifier)
+        return PutQuoted(m_room, p, characters, '"');
+    if (characters.empty())
+        Throw({NumberText(static_cast<long>(fns.GetNumber(text))), " is no value of enum ", fns.m_what});
+    return Put(p, characters);
+}
+
+char* Writer::WriteForeignList(char* p, const ForeignType& type, const char* list, Before before)
+{
+    const ForeignListFns& fns = *type.m_list;
+    const ssize_t count = fns.Count(list);
+    const auto at = [&](ssize_t i) { return static_cast<const char*>(fns.At(const_cast<char*>(list), i)); };
+    if (fns.m_isFixed)
+    {
+        bool isShort = true;
+        for (ssize_t i = 0; i < count; ++i)
+            isShort = isShort && IsShort(WrittenType(type.GetElementType(i)));
+        return WriteEach(p, 0, count, isShort,
+                         [&](char* end, ssize_t i)
+                         { return WriteVariable(end, type.GetElementType(i), at(i), before.At(at(i) - list)); });
+    }
+    const WrittenElement element(type.GetElementType(0));
+    if (fns.m_isContiguous)
+        return WriteElements(p, element, count > 0 ? at(0) : nullptr, 0, count, nullptr);
+    DefaultVariable newElement(element.m_type);
+    return WriteEach(p, 0, count, IsShort(element),
+                     [&](char* end, ssize_t i)
+                     { return WriteUnderlying(end, element.m_type, at(i), Before(newElement)); });
+}
+
+char* Writer::WriteForeignMap(char* p, const ForeignType& type, const void* map)
+{
+    const ReflectionByteCode keyType = type.GetPartType(0);
+    const bool isSet = type.m_numParts == 1;
+    const ReflectionByteCode payloadType = isSet ? keyType : type.GetPartType(1);
+    DefaultVariable newKey(keyType);
+    DefaultVariable newPayload(payloadType);
+    const std::vector<MapEntry> entries = ListForeignEntries(type, map);
+    return WriteEach(p, 0, static_cast<ssize_t>(entries.size()), isSet && IsShort(WrittenType(keyType)),
+                     [&](char* end, ssize_t i)
+                     {
+                         const MapEntry& entry = entries[static_cast<std::size_t>(i)];
+                         end = WriteVariable(end, keyType, entry.m_key, Before(newKey));
+                         if (isSet)
+                             return end;
+                         end = PutArrow(end);
+                         return WriteVariable(end, payloadType, entry.m_payload, Before(newPayload));
+                     });
+}
+
+char* Writer::WriteForeignChoice(char* p, const ForeignType& type, const void* choice)
+{
+    const int32 index = type.m_choice->GetIndex(choice);
+    if (index < 0 && !type.IsOptional())
+        Throw({"this variant holds no value"});
+    if (index < 0)
+        return Put(p, s_null);
+    const void* const value = type.m_choice->GetValue(choice);
+    if (type.m_choice->m_names != nullptr)
+        return WriteForeignAlternative(p, type, index, value);
+    DefaultVariable newValue(type.GetPartType(0));
+    if (!type.m_choice->m_isPointer)
+        return WriteVariable(p, type.GetPartType(0), value, Before(newValue));
+    const auto [place, isNew] = m_objects.insert(value);
+    if (!isNew)
+        Throw({"what is pointed to here is reached from within itself"});
+    p = WriteVariable(p, type.GetPartType(0), value, Before(newValue));
+    m_objects.erase(place);
+    return p;
+}
+
+char* Writer::WriteForeignAlternative(char* p, const ForeignType& type, int32 index, const void* value)
+{
+    const Step step(*this, type.m_choice->m_names[index]);
+    p = Put(p, GetForeignAlternativeName(type, index));
+    ReflectionByteCode part = type.GetPartType(index);
+    part.AdvanceToUnderlyingType2();
+    DefaultVariable newAlternative(part);
+    if (part.GetCode() != FT_VOID)
+        *p++ = ' ';
+    if (const ReflectedClass* const rc = part.GetReflectedClass()) // the alternative's name stands for the class's
+        return WriteClassBody(p, GetWritePlan(*rc), static_cast<const char*>(value), Before(newAlternative));
+    return WriteUnderlying(p, part, value, Before(newAlternative));
 }
 
 char* Writer::WriteObject(char* p, ptr<IObject> object)

@@ -23,6 +23,9 @@ struct WriteOptions
     // Columns for each level of nesting, of which deep data have no more than sixteen; 0 puts everything on one line,
     // without spare blanks.
     int m_indent = 0;
+
+    // Vectors and maps are written with what they hold from the start, for a reader that replaces them.
+    bool m_isWhole = false;
 };
 
 // A value that data source text cannot give:

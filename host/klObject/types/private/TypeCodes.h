@@ -28,8 +28,9 @@ enum EVariableKind : uint8
     VK_VECTOR, // a VectorOfByte of elements; a dynamic array too
     VK_MAP,
     VK_SET,
-    VK_HANDLE, // a ptr<IObject>
-    VK_PREF,   // a prefbase
+    VK_HANDLE,  // a ptr<IObject>
+    VK_PREF,    // a prefbase
+    VK_FOREIGN, // known by a ForeignType
 };
 
 struct TypeCode
@@ -94,6 +95,7 @@ consteval std::array<TypeCode, 256> MakeTypeCodes()
 
     add(FT_CLASS, {.m_kind = VK_CLASS, .m_operandBytes = nameBytes});
     add(FT_VARIANT, {.m_kind = VK_VARIANT, .m_operandBytes = nameBytes});
+    add(FT_FOREIGN, {.m_kind = VK_FOREIGN, .m_operandBytes = nameBytes});
     add(FT_ARRAY, {.m_kind = VK_ARRAY, .m_operandBytes = countBytes, .m_types = 1});
 
     // Known, but no variable that anything here can handle.

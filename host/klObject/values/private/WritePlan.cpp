@@ -1,6 +1,7 @@
 #include <klObject/values/private/WritePlan.h>
 
 #include <klObject/types/ClassModel.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klUtils/text/QualifiedName.h>
 
@@ -114,14 +115,12 @@ WrittenType::WrittenType(ReflectionByteCode type) : m_type(type)
     m_kind = GetTypeCode(m_type).m_kind;
 }
 
-WrittenElement::WrittenElement(ReflectionByteCode listType)
-    : WrittenType(listType.GetElementType()), m_size(m_type.GetTypeSize())
-{
-}
+WrittenElement::WrittenElement(ReflectionByteCode type) : WrittenType(type), m_size(m_type.GetTypeSize()) {}
 
 WrittenMember::WrittenMember(ReflectionByteCode type, ssize_t offset, ConstStringZ name)
     : WrittenType(type)
-    , m_mayBeLeftOut(m_kind == VK_PREF || m_kind == VK_SET)
+    , m_mayBeLeftOut(m_kind == VK_PREF || m_kind == VK_SET ||
+                     (m_kind == VK_FOREIGN && m_type.GetForeignType().IsOptional()))
     , m_denseSize(0)
     , m_denseText(nullptr)
     , m_lineText(nullptr)
@@ -129,7 +128,7 @@ WrittenMember::WrittenMember(ReflectionByteCode type, ssize_t offset, ConstStrin
     , m_name(name)
 {
     if (m_kind == VK_VECTOR)
-        m_element.emplace(m_type);
+        m_element.emplace(m_type.GetElementType());
 }
 
 SubString LastIdentifier(SubString name)

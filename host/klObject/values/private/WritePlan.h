@@ -30,7 +30,7 @@ struct WrittenType
 // The elements of vectors and arrays.
 struct WrittenElement : WrittenType
 {
-    explicit WrittenElement(ReflectionByteCode listType);
+    explicit WrittenElement(ReflectionByteCode type);
 
     ssize_t m_size; // in bytes
 };
@@ -39,7 +39,7 @@ struct WrittenMember : WrittenType
 {
     WrittenMember(ReflectionByteCode type, ssize_t offset, ConstStringZ name);
 
-    bool m_mayBeLeftOut; // has no form where it is nothing
+    bool m_mayBeLeftOut; // where it is nothing
     int m_denseSize;
     const char* m_denseText; // " name=": what stands before the value where all is on one line
     const char* m_lineText;  // "name = ": on a line of its own

@@ -1,14 +1,14 @@
-// error: strings and containers that are described are xstring, xstring16, xvector
-// error: basic_string
+// error: the type T of this field is not described: describe it with KELM_CLASS or KELM_ENUM
+// error: std::
 #include <klObject/describe/Describe.h>
 
-#include <string>
+#include <list>
 
 namespace shop
 {
 struct Article
 {
-    std::string name;
+    std::list<int> name;
 };
 } // namespace shop
 

@@ -1,0 +1,715 @@
+#pragma once
+
+// FieldType of the standard library's types, which become ForeignTypes. A type is recognised by what it offers and not
+// by its name, so that none of the library's headers is needed here, and whatever offers the same is described as well:
+//
+//     strings, paths, durations                         a text
+//     vectors, pairs                                    a list
+//     maps, unordered maps; sets                        a map; one without payloads
+//     optionals, unique and shared pointers; variants   a choice
+//
+// std::array is an array of ours.
+
+#include <klObject/describe/FieldType.h>
+#include <klObject/types/ForeignType.h>
+#include <klObject/values/DurationText.h>
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <new>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace kelm
+{
+
+// A class that is neither described nor ours.
+template <class T>
+concept ForeignClass = std::is_class_v<T> && !std::is_const_v<T> && !std::is_volatile_v<T> && !Described<T> &&
+                       !HandDescribed<T> && !AnswersIsRelocatable<T>;
+
+// Without the qualifiers: whoever writes through it knows them from the byte code.
+template <class T>
+void* AddressOf(T& variable)
+{
+    return const_cast<void*>(static_cast<const volatile void*>(__builtin_addressof(variable)));
+}
+
+// How a foreign class is described: specialised for each kind. Each has Parts, the FieldTypes of its parts, and the
+// functions of its form.
+template <class T>
+struct ForeignForm;
+
+template <class... FieldTypes>
+struct ForeignParts
+{
+};
+
+// What all of them have.
+template <EForeignForm F, class... FieldTypes>
+struct ForeignFormOf
+{
+    using Parts = ForeignParts<FieldTypes...>;
+    static constexpr EForeignForm Form = F;
+    static constexpr EObstacle Obstacle = FirstObstacle({EObstacle::None, FieldTypes::Obstacle...});
+};
+
+template <class T>
+concept DescribableForeign = ForeignClass<T> && requires
+{
+    ForeignForm<T>::Form;
+};
+
+template <class Parts>
+struct ForeignPartTables;
+template <class... FieldTypes>
+struct ForeignPartTables<ForeignParts<FieldTypes...>>
+{
+    static constexpr TypeTables<FieldTypes...> s_tables{};
+    static constexpr auto s_parts = []
+    {
+        std::array<ForeignPart, sizeof...(FieldTypes)> parts{};
+        for (std::size_t i = 0; i < parts.size(); ++i)
+            parts[i] = {s_tables.ByteCode(i), s_tables.m_names.data(), s_tables.Functions(i)};
+        return parts;
+    }();
+    static void Use(UsedTypes& used) { used.AddAll(s_tables.m_uses.data()); }
+};
+template <>
+struct ForeignPartTables<ForeignParts<>>
+{
+    static constexpr std::array<ForeignPart, 0> s_parts{};
+    static void Use(UsedTypes&) {}
+};
+
+template <class T>
+inline constexpr ForeignType s_foreignType = []
+{
+    using Form = ForeignForm<T>;
+    ForeignType type{};
+    type.m_form = Form::Form;
+    type.m_size = sizeof(T);
+    type.Construct = [](void* variable) { ::new (variable) T(); };
+    type.Destruct = [](void* variable) { static_cast<T*>(variable)->~T(); };
+    type.m_parts = ForeignPartTables<typename Form::Parts>::s_parts.data();
+    type.m_numParts = static_cast<int32>(ForeignPartTables<typename Form::Parts>::s_parts.size());
+    if constexpr (Form::Form == FF_TEXT)
+        type.m_text = &Form::s_fns;
+    else if constexpr (Form::Form == FF_LIST)
+        type.m_list = &Form::s_fns;
+    else if constexpr (Form::Form == FF_MAP)
+        type.m_map = &Form::s_fns;
+    else
+        type.m_choice = &Form::s_fns;
+    return type;
+}();
+
+template <DescribableForeign T>
+struct FieldType<T>
+{
+    using Value = T;
+    static constexpr bool HasFunctions = false; // parts have tables of their own
+    static constexpr EObstacle Obstacle = ForeignForm<T>::Obstacle;
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        static_assert(Obstacle == EObstacle::None,
+                      "the type T of this field cannot be described, because of what it holds");
+        out.Foreign(s_foreignType<T>.m_form, ForeignPartTables<typename ForeignForm<T>::Parts>::Use);
+    }
+};
+
+// Parts are constructed where they are read.
+template <class T>
+constexpr EObstacle FindObstacleToCreating()
+{
+    return std::is_default_constructible_v<T> ? EObstacle::None : EObstacle::NotCreatable;
+}
+
+// --- texts
+
+template <class T>
+concept ForeignString = ForeignClass<T> && requires(T& text, const char* p, std::size_t size)
+{
+    typename T::traits_type;
+    text.assign(p, size);
+    {
+        text.data()
+        } -> std::same_as<char*>;
+    text.size();
+};
+
+template <class T>
+inline SubString ViewOf(const T& text)
+{
+    return {text.data(), text.data() + text.size()};
+}
+
+template <ForeignString T>
+struct ForeignForm<T> : ForeignFormOf<FF_TEXT>
+{
+    static constexpr ForeignTextFns s_fns = {
+        [](const void* text, char*) { return ViewOf(*static_cast<const T*>(text)); },
+        [](void* text, SubString characters)
+        {
+            static_cast<T*>(text)->assign(characters.data(), static_cast<std::size_t>(characters.size()));
+            return true;
+        },
+        [](const void* a, const void* b)
+        { return strcmp(ViewOf(*static_cast<const T*>(a)), ViewOf(*static_cast<const T*>(b))); },
+        "string"};
+};
+
+// A path.
+template <class T>
+concept ForeignPath = ForeignClass<T> && requires(T& path, const char* p)
+{
+    T::preferred_separator;
+    {
+        path.native().data()
+        } -> std::convertible_to<const char*>;
+    path.assign(p, p);
+};
+
+template <ForeignPath T>
+struct ForeignForm<T> : ForeignFormOf<FF_TEXT>
+{
+    static constexpr ForeignTextFns s_fns = {
+        [](const void* text, char*) { return ViewOf(static_cast<const T*>(text)->native()); },
+        [](void* text, SubString characters)
+        {
+            static_cast<T*>(text)->assign(characters.begin(), characters.end());
+            return true;
+        },
+        [](const void* a, const void* b)
+        { return strcmp(ViewOf(static_cast<const T*>(a)->native()), ViewOf(static_cast<const T*>(b)->native())); },
+        "string"};
+};
+
+template <class T>
+concept ForeignDuration = ForeignClass<T> && requires(const T& duration)
+{
+    typename T::rep;
+    T::period::num;
+    T::period::den;
+    duration.count();
+    T::zero();
+};
+
+template <ForeignDuration T>
+struct ForeignForm<T> : ForeignFormOf<FF_TEXT>
+{
+    using Rep = typename T::rep;
+    static constexpr int64 s_billion = 1000000000;
+    static constexpr int64 s_nanoseconds = T::period::num * s_billion / T::period::den;
+    static constexpr EObstacle Obstacle = std::is_arithmetic_v<Rep> && !std::is_same_v<Rep, long double> &&
+                                                  s_nanoseconds > 0 && T::period::num* s_billion % T::period::den == 0
+                                              ? EObstacle::None
+                                              : EObstacle::Number;
+    using Number = std::conditional_t<std::is_floating_point_v<Rep>, double, int64>;
+
+    static constexpr ForeignTextFns s_fns = {
+        [](const void* text, char* buffer)
+        { return PutDuration(buffer, static_cast<Number>(static_cast<const T*>(text)->count()), s_nanoseconds); },
+        [](void* text, SubString characters)
+        {
+            Number number = 0;
+            if (!ReadDuration(characters, s_nanoseconds, number))
+                return false;
+            const auto ticks = static_cast<Rep>(number);
+            if (std::is_integral_v<Rep> &&
+                (static_cast<Number>(ticks) != number || (std::is_unsigned_v<Rep> && number < 0)))
+                return false;
+            *static_cast<T*>(text) = T(ticks);
+            return true;
+        },
+        [](const void* a, const void* b)
+        {
+            const Rep x = static_cast<const T*>(a)->count();
+            const Rep y = static_cast<const T*>(b)->count();
+            return static_cast<int>(y < x) - static_cast<int>(x < y);
+        },
+        "duration"};
+};
+
+// An enumeration of another width than 32 bits.
+template <Described E>
+requires std::derived_from<Description<E>, ForeignEnumDescription>
+struct ForeignForm<E> : ForeignFormOf<FF_TEXT>
+{
+    static constexpr auto s_enumerators = Description<E>::Values();
+    static constexpr auto s_names = []
+    {
+        std::array<ConstStringZ, s_enumerators.size()> names{};
+        for (std::size_t i = 0; i < names.size(); ++i)
+            names[i] = s_enumerators[i].m_name;
+        return names;
+    }();
+
+    static constexpr ForeignTextFns s_fns = {
+        [](const void* value, char* buffer) -> SubString
+        {
+            for (const auto& enumerator : s_enumerators)
+                if (*static_cast<const E*>(value) == static_cast<E>(enumerator.m_value))
+                    return enumerator.m_name;
+            return {buffer, buffer}; // none of them
+        },
+        [](void* value, SubString name)
+        {
+            for (const auto& enumerator : s_enumerators)
+                if (strcmp(name, enumerator.m_name) == 0)
+                {
+                    *static_cast<E*>(value) = static_cast<E>(enumerator.m_value);
+                    return true;
+                }
+            return false;
+        },
+        [](const void* a, const void* b)
+        {
+            const E x = *static_cast<const E*>(a);
+            const E y = *static_cast<const E*>(b);
+            return static_cast<int>(y < x) - static_cast<int>(x < y);
+        },
+        Description<E>::s_name,
+        true,
+        s_names.data(),
+        static_cast<ssize_t>(s_names.size()),
+        [](const void* value) { return static_cast<int64>(*static_cast<const E*>(value)); }};
+};
+
+template <Described E>
+requires std::derived_from<Description<E>, ForeignEnumDescription>
+struct FieldType<E> : PlainFieldType<E>
+{
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        out.Foreign(s_foreignType<E>.m_form, ForeignPartTables<ForeignParts<>>::Use);
+    }
+};
+
+// --- lists
+
+template <class T>
+concept ForeignVector = ForeignClass<T> && !ForeignString<T> && requires(T & list)
+{
+    typename T::value_type;
+    list.emplace_back();
+    list.clear();
+    list[0];
+    list.size();
+};
+
+template <class T>
+using ElementOf = std::remove_const_t<typename T::value_type>;
+
+template <class T>
+inline constexpr bool s_hasProxies = !std::is_reference_v<decltype(std::declval<T&>()[0])>;
+
+// The elements of a vector of bits have no address; those of two constants stand for them.
+inline constexpr bool s_bits[] = {false, true};
+
+template <ForeignVector T>
+struct ForeignForm<T>
+    : ForeignFormOf<FF_LIST, FieldType<std::conditional_t<s_hasProxies<T>, const ElementOf<T>, ElementOf<T>>>>
+{
+    using Element = ElementOf<T>;
+    using Base = ForeignFormOf<FF_LIST, FieldType<Element>>;
+    static constexpr EObstacle Obstacle = FirstObstacle({Base::Obstacle, FindObstacleToCreating<Element>()});
+
+    static constexpr ForeignListFns MakeFns()
+    {
+        ForeignListFns fns{};
+        fns.Count = [](const void* list) { return static_cast<ssize_t>(static_cast<const T*>(list)->size()); };
+        fns.Clear = [](void* list) { static_cast<T*>(list)->clear(); };
+        if constexpr (s_hasProxies<T>)
+        {
+            fns.At = [](void* list, ssize_t i) -> void*
+            { return const_cast<bool*>(&s_bits[(*static_cast<T*>(list))[static_cast<std::size_t>(i)] ? 1 : 0]); };
+        }
+        else
+        {
+            fns.At = [](void* list, ssize_t i) -> void*
+            { return AddressOf((*static_cast<T*>(list))[static_cast<std::size_t>(i)]); };
+            fns.Append = [](void* list) -> void* { return AddressOf(static_cast<T*>(list)->emplace_back()); };
+        }
+        if constexpr (std::is_arithmetic_v<Element> || std::is_enum_v<Element>)
+            fns.AppendCopies = [](void* list, const void* elements, ssize_t count)
+            {
+                const auto* const first = static_cast<const Element*>(elements);
+                static_cast<T*>(list)->insert(static_cast<T*>(list)->end(), first, first + count);
+            };
+        fns.m_isContiguous = requires(T & list)
+        {
+            {
+                list.data()
+                } -> std::same_as<Element*>;
+        };
+        return fns;
+    }
+    static constexpr ForeignListFns s_fns = MakeFns();
+};
+
+template <class T>
+concept ForeignPair = ForeignClass<T> && requires(T& pair)
+{
+    typename T::first_type;
+    typename T::second_type;
+    pair.first;
+    pair.second;
+};
+
+template <ForeignPair T>
+struct ForeignForm<T> : ForeignFormOf<FF_LIST, FieldType<typename T::first_type>, FieldType<typename T::second_type>>
+{
+    using Base = ForeignFormOf<FF_LIST, FieldType<typename T::first_type>, FieldType<typename T::second_type>>;
+    static constexpr EObstacle Obstacle = FirstObstacle({Base::Obstacle, FindObstacleToCreating<T>()});
+    static constexpr ForeignListFns s_fns = {[](const void*) -> ssize_t { return 2; },
+                                             [](void* pair, ssize_t i) -> void*
+                                             {
+                                                 auto& both = *static_cast<T*>(pair);
+                                                 return i == 0 ? AddressOf(both.first) : AddressOf(both.second);
+                                             },
+                                             nullptr,
+                                             nullptr,
+                                             [](void*) {},
+                                             true,
+                                             false};
+};
+
+// --- maps and sets
+
+template <class T>
+concept ForeignMap = ForeignClass<T> && requires(T& map)
+{
+    typename T::key_type;
+    typename T::mapped_type;
+    map.try_emplace(std::declval<typename T::key_type>());
+    map.clear();
+};
+
+template <class T>
+concept ForeignSet = ForeignClass<T> && !ForeignMap<T> && requires(T & set)
+{
+    typename T::key_type;
+    set.insert(std::declval<typename T::key_type>()).second;
+    set.clear();
+};
+
+template <class T>
+inline constexpr bool s_isOrderedForeign = requires
+{
+    typename T::key_compare;
+};
+
+template <ForeignMap T>
+struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>, FieldType<typename T::mapped_type>>
+{
+    using Key = typename T::key_type;
+    using Payload = typename T::mapped_type;
+    using Base = ForeignFormOf<FF_MAP, FieldType<Key>, FieldType<Payload>>;
+    static constexpr EObstacle Obstacle =
+        FirstObstacle({Base::Obstacle, FindObstacleToCreating<Key>(), FindObstacleToCreating<Payload>()});
+    static constexpr ForeignMapFns s_fns = {
+        [](const void* map) { return static_cast<ssize_t>(static_cast<const T*>(map)->size()); },
+        [](void* map, void* key) -> void*
+        { return AddressOf(static_cast<T*>(map)->try_emplace(std::move(*static_cast<Key*>(key))).first->second); },
+        [](const void* map, const void* key) -> void*
+        {
+            T& entries = *const_cast<T*>(static_cast<const T*>(map));
+            const auto found = entries.find(*static_cast<const Key*>(key));
+            return found == entries.end() ? nullptr : AddressOf(found->second);
+        },
+        [](void* map) { static_cast<T*>(map)->clear(); },
+        [](const void* map, EntryVisitor visitor, void* context)
+        {
+            for (auto& [key, payload] : *const_cast<T*>(static_cast<const T*>(map)))
+                if (!visitor(context, AddressOf(key), AddressOf(payload)))
+                    return;
+        },
+        s_isOrderedForeign<T>};
+};
+
+template <ForeignSet T>
+struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>>
+{
+    using Key = typename T::key_type;
+    using Base = ForeignFormOf<FF_MAP, FieldType<Key>>;
+    static constexpr EObstacle Obstacle = FirstObstacle({Base::Obstacle, FindObstacleToCreating<Key>()});
+    static constexpr ForeignMapFns s_fns = {[](const void* set)
+                                            { return static_cast<ssize_t>(static_cast<const T*>(set)->size()); },
+                                            [](void* set, void* key) -> void*
+                                            {
+                                                static_cast<T*>(set)->insert(std::move(*static_cast<Key*>(key)));
+                                                return nullptr;
+                                            },
+                                            [](const void* set, const void* key) -> void*
+                                            {
+                                                const T& elements = *static_cast<const T*>(set);
+                                                const auto found = elements.find(*static_cast<const Key*>(key));
+                                                return found == elements.end() ? nullptr : AddressOf(*found);
+                                            },
+                                            [](void* set) { static_cast<T*>(set)->clear(); },
+                                            [](const void* set, EntryVisitor visitor, void* context)
+                                            {
+                                                for (const auto& key : *static_cast<const T*>(set))
+                                                    if (!visitor(context, AddressOf(key), nullptr))
+                                                        return;
+                                            },
+                                            s_isOrderedForeign<T>};
+};
+
+// --- choices
+
+template <class T>
+concept ForeignOptional = ForeignClass<T> && requires(T& optional)
+{
+    typename T::value_type;
+    optional.has_value();
+    optional.reset();
+    *optional;
+};
+
+// One that deletes by itself what it points to.
+template <class T>
+concept ForeignPointer = ForeignClass<T> && requires(T& pointer)
+{
+    typename T::element_type;
+    pointer.reset(static_cast<typename T::element_type*>(nullptr));
+    *pointer.get();
+    requires !std::is_array_v<typename T::element_type> && !std::is_const_v<typename T::element_type>;
+    requires !requires
+    {
+        pointer[0];
+    };
+};
+
+template <template <class...> class V, class... As>
+concept ForeignVariant = sizeof...(As) > 0 && ForeignClass<V<As...>>&& requires(V<As...>& variant)
+{
+    variant.valueless_by_exception();
+    variant.index();
+};
+
+inline constexpr ConstStringZ s_nullName = "null";
+
+// The name of an alternative: that of a described type, or of its form.
+template <class T>
+struct AlternativeName
+{
+    static constexpr ConstStringZ Get()
+    {
+        if constexpr (Described<T> || HandDescribed<T>)
+            return RegisteredName<T>();
+        else if constexpr (requires { ForeignForm<T>::Form; })
+            return GetOfForeign();
+        else
+            return GetOfCode();
+    }
+
+private:
+    static constexpr ConstStringZ GetOfForeign()
+    {
+        using Form = ForeignForm<T>;
+        if constexpr (ForeignPath<T>)
+            return "path";
+        else if constexpr (Form::Form == FF_TEXT)
+            return Form::s_fns.m_what;
+        else if constexpr (ForeignPair<T>)
+            return "pair";
+        else if constexpr (Form::Form == FF_LIST)
+            return "list";
+        else if constexpr (Form::Form == FF_MAP)
+            return ForeignMap<T> ? "map" : "set";
+        else
+            return Form::s_fns.m_names == nullptr ? "optional" : "variant";
+    }
+    struct NamedCode
+    {
+        ETypeByteCode m_code;
+        ConstStringZ m_name;
+    };
+    static constexpr NamedCode s_names[] = {
+        {FT_VOID, s_nullName},   {FT_BOOL, "bool"},         {FT_INT8, "int8"},     {FT_INT16, "int16"},
+        {FT_INT32, "int32"},     {FT_INT64, "int64"},       {FT_INT128, "int128"}, {FT_UINT8, "uint8"},
+        {FT_UINT16, "uint16"},   {FT_UINT32, "uint32"},     {FT_UINT64, "uint64"}, {FT_UINT128, "uint128"},
+        {FT_FLOAT32, "float32"}, {FT_FLOAT64, "float64"},   {FT_CHAR8, "char8"},   {FT_CHAR16, "char16"},
+        {FT_STRING8, "string"},  {FT_STRING16, "string16"}, {FT_VECTOR, "list"},   {FT_DYNARRAY, "list"},
+        {FT_ARRAY, "list"},      {FT_MAP, "map"},           {FT_SET, "set"},       {FT_INTERFACE_POINTER, "object"},
+        {FT_PREF, "reference"},
+    };
+    static constexpr ConstStringZ GetOfCode()
+    {
+        if (FieldType<T>::Obstacle != EObstacle::None)
+            return "";
+        const TypeTables<FieldType<T>> tables;
+        for (const NamedCode& row : s_names)
+            if (row.m_code == *tables.ByteCode(0))
+                return row.m_name;
+        return "";
+    }
+};
+
+// Whether the text of a T may be `null`.
+template <class T>
+struct MayBeNull
+{
+    static constexpr bool value = ForeignOptional<T> || ForeignPointer<T>;
+};
+template <class T>
+struct MayBeNull<const T> : MayBeNull<T>
+{
+};
+template <class I>
+struct MayBeNull<ptr<I>> : std::true_type
+{
+};
+template <class C>
+struct MayBeNull<pref<C>> : std::true_type
+{
+};
+template <>
+struct MayBeNull<prefbase> : std::true_type
+{
+};
+template <template <class...> class V, class... As>
+requires ForeignVariant<V, As...>
+struct MayBeNull<V<As...>>
+{
+    static constexpr bool value = ((std::string_view(AlternativeName<As>::Get()) == s_nullName) || ...);
+};
+template <Described T>
+requires std::is_enum_v<T>
+struct MayBeNull<T>
+{
+    static constexpr bool value = []
+    {
+        for (const auto& enumerator : Description<T>::Values())
+            if (std::string_view(enumerator.m_name) == s_nullName)
+                return true;
+        return false;
+    }();
+};
+
+template <class T>
+constexpr EObstacle FindObstacleToOptional()
+{
+    if constexpr (FieldType<T>::Obstacle != EObstacle::None)
+        return FieldType<T>::Obstacle;
+    else if constexpr (MayBeNull<T>::value)
+        return EObstacle::Ambiguous;
+    else
+        return FindObstacleToCreating<T>();
+}
+
+template <ForeignOptional T>
+struct ForeignForm<T> : ForeignFormOf<FF_CHOICE, FieldType<typename T::value_type>>
+{
+    using Payload = typename T::value_type;
+    static constexpr EObstacle Obstacle = FindObstacleToOptional<Payload>();
+    static constexpr ForeignChoiceFns s_fns = {
+        [](const void* optional) { return static_cast<const T*>(optional)->has_value() ? 0 : -1; },
+        [](const void* optional) -> void* { return AddressOf(**static_cast<const T*>(optional)); },
+        [](void* optional, int32) -> void* { return AddressOf(static_cast<T*>(optional)->emplace()); },
+        [](void* optional) { static_cast<T*>(optional)->reset(); },
+        nullptr,
+        false};
+};
+
+template <ForeignPointer T>
+struct ForeignForm<T> : ForeignFormOf<FF_CHOICE, FieldType<typename T::element_type>>
+{
+    using Payload = typename T::element_type;
+    static constexpr EObstacle Obstacle = FindObstacleToOptional<Payload>();
+    static constexpr ForeignChoiceFns s_fns = {
+        [](const void* pointer) { return static_cast<const T*>(pointer)->get() != nullptr ? 0 : -1; },
+        [](const void* pointer) -> void* { return static_cast<const T*>(pointer)->get(); },
+        [](void* pointer, int32) -> void*
+        {
+            static_cast<T*>(pointer)->reset(new Payload());
+            return static_cast<T*>(pointer)->get();
+        },
+        [](void* pointer) { static_cast<T*>(pointer)->reset(); },
+        nullptr,
+        true};
+};
+
+template <template <class...> class V, class... As>
+requires ForeignVariant<V, As...>
+struct ForeignForm<V<As...>> : ForeignFormOf<FF_CHOICE, FieldType<As>...>
+{
+    using Variant = V<As...>;
+    using Base = ForeignFormOf<FF_CHOICE, FieldType<As>...>;
+
+    static constexpr std::array<ConstStringZ, sizeof...(As)> s_names = {AlternativeName<As>::Get()...};
+    static constexpr bool HaveSameNames()
+    {
+        for (std::size_t i = 0; i < s_names.size(); ++i)
+            for (std::size_t j = 0; j < i; ++j)
+                if (std::string_view(s_names[i]) == s_names[j])
+                    return true;
+        return false;
+    }
+    static constexpr EObstacle Obstacle = FirstObstacle(
+        {Base::Obstacle, FindObstacleToCreating<As>()..., HaveSameNames() ? EObstacle::SameNames : EObstacle::None});
+
+    template <std::size_t... Is>
+    static void* GetAt(const Variant& variant, std::index_sequence<Is...>)
+    {
+        void* value = nullptr;
+        ((variant.index() == Is ? void(value = AddressOf(get<Is>(variant))) : void()), ...);
+        return value;
+    }
+    template <std::size_t... Is>
+    static void* EmplaceAt(Variant& variant, int32 index, std::index_sequence<Is...>)
+    {
+        void* value = nullptr;
+        ((index == static_cast<int32>(Is) ? void(value = AddressOf(variant.template emplace<Is>())) : void()), ...);
+        return value;
+    }
+
+    static constexpr ForeignChoiceFns s_fns = {
+        [](const void* variant)
+        {
+            const Variant& v = *static_cast<const Variant*>(variant);
+            return v.valueless_by_exception() ? -1 : static_cast<int32>(v.index());
+        },
+        [](const void* variant)
+        { return GetAt(*static_cast<const Variant*>(variant), std::index_sequence_for<As...>()); },
+        [](void* variant, int32 index)
+        { return EmplaceAt(*static_cast<Variant*>(variant), index, std::index_sequence_for<As...>()); },
+        nullptr,
+        s_names.data(),
+        false};
+};
+
+// --- what our own containers may hold of them
+
+namespace ForeignDetail
+{
+
+// Of those that no pointer leads into themselves, the library's own, known by their names.
+template <class T>
+constexpr bool IsKnownToMove()
+{
+    const std::string_view name = kelmTypeName::Of<T>();
+    for (const std::string_view known : {"std::vector<", "std::unique_ptr<", "std::shared_ptr<"})
+        if (name.substr(0, known.size()) == known)
+            return true;
+    return false;
+}
+
+template <class Parts>
+inline constexpr bool s_doPartsMove = false;
+template <class... FieldTypes>
+inline constexpr bool s_doPartsMove<ForeignParts<FieldTypes...>> =
+    (IsRelocatable<std::remove_cv_t<typename FieldTypes::Value>> && ...);
+
+} // namespace ForeignDetail
+
+template <DescribableForeign T>
+inline constexpr bool IsRelocatable<T> = std::is_trivially_copyable_v<T> || ForeignDetail::IsKnownToMove<T>() ||
+                                         ((ForeignPair<T> || ForeignForm<T>::Form == FF_CHOICE) && !ForeignPointer<T> &&
+                                          ForeignDetail::s_doPartsMove<typename ForeignForm<T>::Parts>);
+
+} // namespace kelm

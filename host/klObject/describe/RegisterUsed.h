@@ -1,0 +1,72 @@
+#pragma once
+
+// Registration on first use: EnsureRegistered<T>() (TypeOf.h) registers T and all classes, enumerations, variants and
+// typedefs that it is made of, once and from any thread. Types may use each other in circles. A type that two shared
+// libraries describe alike is registered by the first; two different types of one name are a TypeNameException.
+
+#include <klObject/api.h>
+#include <klObject/describe/Description.h>
+#include <klObject/describe/TypeEmitter.h>
+#include <klObject/describe/TypeName.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klUtils/MessageException.h>
+
+#include <type_traits>
+
+namespace kelm
+{
+
+class KLOBJECT_API TypeNameException : public MessageException
+{
+public:
+    using MessageException::MessageException; // "Another type is registered under the name 'shop::Order'"
+    ~TypeNameException() override;
+};
+
+// One registration on first use, which holds the lock of all of them.
+class KLOBJECT_API UsedTypes
+{
+public:
+    UsedTypes();
+    ~UsedTypes();
+    UsedTypes(const UsedTypes&) = delete;
+    UsedTypes& operator=(const UsedTypes&) = delete;
+
+    // Registers a descriptor that is not registered yet. True where it is met for the first time, and what it uses must
+    // follow.
+    bool Add(const ReflectedClass& descriptor);
+    bool Add(const ReflectedVariant& descriptor);
+    bool Add(const ReflectedEnum& descriptor);
+    bool Add(const ReflectedTypedef& descriptor);
+    bool Add(const ReflectedInterface& descriptor);
+
+    // Calls each of a list that ends with a null.
+    void AddAll(const UseFn* uses);
+
+private:
+    template <class Descriptor, class Find, class Register>
+    bool AddDescriptor(const Descriptor& descriptor, Find find, Register registerIt);
+
+    struct State;
+    State* m_state;
+};
+
+template <class T>
+struct RecordOf;
+
+// Of a type that is described here, or by hand.
+template <class T>
+void UseType(UsedTypes& used)
+{
+    if constexpr (Described<T>)
+    {
+        if (used.Add(RecordOf<T>::s_record))
+            used.AddAll(RecordOf<T>::GetUses());
+    }
+    else
+    {
+        used.Add(_GetReflected(static_cast<const T*>(nullptr)));
+    }
+}
+
+} // namespace kelm

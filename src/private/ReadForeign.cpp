@@ -1,0 +1,194 @@
+// Values of foreign types, such as those of the standard library. A list or map that is written replaces what is there,
+// an optional and a pointer get a new value.
+
+#include <klKelmScript/private/DataSourceReader.h>
+
+#include <klObject/types/ForeignType.h>
+#include <klObject/values/ReflectedVariable.h>
+#include <klUtils/VectorOfByte.h>
+#include <klUtils/text/private/TypedReads.h>
+
+#include <cstddef>
+
+namespace kelm
+{
+
+namespace
+{
+
+// Foreign values are destroyed by their own destructors, which recurse on whatever stack the program has then; so texts
+// may not nest them without limit.
+constexpr int s_maxForeignDepth = 1000;
+
+class Deeper
+{
+public:
+    explicit Deeper(int& depth) : m_depth(depth) { ++m_depth; }
+    Deeper(const Deeper&) = delete;
+    Deeper& operator=(const Deeper&) = delete;
+    ~Deeper() { --m_depth; }
+
+private:
+    int& m_depth;
+};
+
+// A variable for as long as it is needed, on the stack unless it is large.
+class TemporaryVariable
+{
+public:
+    explicit TemporaryVariable(const ReflectionByteCode& type) : m_type(type)
+    {
+        const ssize_t size = type.GetTypeSize();
+        if (size > static_cast<ssize_t>(sizeof m_small))
+            m_large.resize(size);
+        ConstructReflectedVariable(m_type, Get());
+    }
+    TemporaryVariable(const TemporaryVariable&) = delete;
+    TemporaryVariable& operator=(const TemporaryVariable&) = delete;
+    ~TemporaryVariable() { DestructReflectedVariable(m_type, Get()); }
+
+    void* Get() { return m_large.empty() ? m_small : m_large.data(); }
+
+private:
+    ReflectionByteCode m_type;
+    alignas(std::max_align_t) char m_small[128];
+    VectorOfByte m_large;
+};
+
+// What stands between two elements: true at the closing bracket, which is consumed, and past a comma otherwise.
+bool PassEndOrComma(text::Cursor& cursor)
+{
+    const bool isEnd = cursor.Is(TOKEN_RIGHT_SQUARE);
+    if (!isEnd && !cursor.Is(TOKEN_COMMA)) [[unlikely]]
+        cursor.ThrowExpected(",");
+    cursor.Next();
+    return isEnd;
+}
+
+} // namespace
+
+void DataSourceReader::ReadForeign(const ForeignType& type, void* data)
+{
+    if (type.GetForm() == FF_TEXT)
+        return ReadForeignText(*type.m_text, data);
+    if (m_foreignDepth == s_maxForeignDepth) [[unlikely]]
+        m_cursor.Throw("Lists, maps and optionals are nested more than ", s_maxForeignDepth, " deep");
+    const Deeper deeper(m_foreignDepth);
+    switch (type.GetForm())
+    {
+    case FF_TEXT: return;
+    case FF_LIST: return ReadForeignList(type, data);
+    case FF_MAP: return ReadForeignMap(type, data);
+    case FF_CHOICE: return ReadForeignChoice(type, data);
+    }
+}
+
+void DataSourceReader::ReadForeignText(const ForeignTextFns& fns, void* data)
+{
+    if (fns.m_isIdentifier)
+    {
+        if (!m_cursor.Is(TOKEN_IDENTIFIER))
+            m_cursor.ThrowExpected("identifier");
+        const SubString name = m_cursor.GetText();
+        if (!fns.Set(data, name))
+            ThrowUnknown("member", name, "enum", fns.m_what);
+        return m_cursor.Next();
+    }
+    if (!m_cursor.IsQuoted()) [[unlikely]]
+        m_cursor.ThrowExpected(fns.m_what);
+    bool isTaken = false;
+    if (m_cursor.IsVerbatim()) [[likely]]
+    {
+        const SubString literal = m_cursor.GetText();
+        isTaken = fns.Set(data, {literal.m_p1 + 1, literal.m_p2 - 1});
+    }
+    else
+    {
+        xstring contents;
+        text::Cursor copy = m_cursor;
+        text::ReadString(copy, contents);
+        isTaken = fns.Set(data, contents);
+    }
+    if (!isTaken) [[unlikely]]
+        m_cursor.ThrowExpected(fns.m_what);
+    m_cursor.Next();
+}
+
+void DataSourceReader::ReadForeignList(const ForeignType& type, void* list)
+{
+    const ForeignListFns& fns = *type.m_list;
+    if (fns.m_isFixed)
+    {
+        m_cursor.Pass(TOKEN_LEFT_SQUARE, "[");
+        for (ssize_t i = 0; i < fns.Count(list); ++i)
+        {
+            if (i > 0)
+                m_cursor.Pass(TOKEN_COMMA, ",");
+            ReadVariable(type.GetElementType(i), fns.At(list, i));
+        }
+        return m_cursor.Pass(TOKEN_RIGHT_SQUARE, "]");
+    }
+    const ReflectionByteCode elementType = type.GetElementType(0);
+    m_cursor.Show();
+    fns.Clear(list);
+    if (fns.AppendCopies != nullptr)
+    {
+        VectorOfByte elements;
+        ReadVector(elementType, elements);
+        if (!elements.empty())
+            fns.AppendCopies(list, elements.data(), elements.size() / elementType.GetTypeSize());
+        return;
+    }
+    if (!PassListStart())
+        return;
+    do
+    {
+        m_cursor.Show();
+        ReadVariable(elementType, fns.Append(list));
+    } while (!PassEndOrComma(m_cursor));
+}
+
+void DataSourceReader::ReadForeignMap(const ForeignType& type, void* map)
+{
+    const ForeignMapFns& fns = *type.m_map;
+    const ReflectionByteCode keyType = type.GetPartType(0);
+    m_cursor.Show();
+    fns.Clear(map);
+    if (!PassListStart())
+        return;
+    do
+    {
+        m_cursor.Show();
+        TemporaryVariable key(keyType);
+        ReadVariable(keyType, key.Get());
+        if (type.m_numParts == 2)
+            m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
+        m_cursor.Show();
+        void* const payload = fns.Insert(map, key.Get());
+        if (type.m_numParts == 2)
+            ReadVariable(type.GetPartType(1), payload);
+    } while (!PassEndOrComma(m_cursor));
+}
+
+void DataSourceReader::ReadForeignChoice(const ForeignType& type, void* choice)
+{
+    int32 index = 0;
+    if (!type.IsOptional())
+    {
+        const text::Cursor before = m_cursor;
+        const xstring written = text::ReadPath(m_cursor);
+        index = FindForeignAlternative(type, written);
+        if (index < 0)
+            before.Throw("Unknown alternative '", written, "' of a variant");
+    }
+    else if (m_cursor.IsText("null"))
+    {
+        m_cursor.Show();
+        type.m_choice->Reset(choice);
+        return m_cursor.Next();
+    }
+    m_cursor.Show();
+    ReadVariable(type.GetPartType(index), type.m_choice->Emplace(choice, index));
+}
+
+} // namespace kelm

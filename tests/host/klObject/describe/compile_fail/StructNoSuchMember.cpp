@@ -1,0 +1,17 @@
+// error: shop::Article has no member or base class weight that can be described
+#include <klObject/describe/Describe.h>
+
+namespace shop
+{
+struct Article
+{
+    int price;
+};
+} // namespace shop
+
+KELM_DESCRIBE(shop::Article, price, weight)
+
+void RegisterTypes()
+{
+    kelm::Register<shop::Article>(nullptr);
+}
