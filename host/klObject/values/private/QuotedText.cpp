@@ -1,109 +1,126 @@
 #include <klObject/values/private/QuotedText.h>
 
 #include <klUtils/Utf16FromUtf8.h>
+#include <klUtils/text/private/Blocks.h>
 #include <klUtils/text/private/ShortText.h>
-#include <klUtils/text/private/WriteDigits.h>
+#include <klUtils/text/private/Utf8.h>
 
-#include <bit>
+#include <algorithm>
+#include <array>
 
 namespace kelm
 {
 
+using text::Block, text::Lanes, text::s_blockSize;
+
 namespace
 {
 
-struct Escape
+// What stands behind the backslash for a character; 0 where it is the character's number. A quote is only looked up
+// where it would end the text.
+constexpr auto s_escapes = []
 {
-    char m_character;
-    char m_letter;
-};
+    std::array<char, 256> escapes = {};
+    escapes['\n'] = 'n';
+    escapes['\t'] = 't';
+    escapes['\r'] = 'r';
+    for (const char itself : {'\\', '"', '\''})
+        escapes[static_cast<unsigned char>(itself)] = itself;
+    return escapes;
+}();
 
-constexpr Escape s_escapes[] = {{'\n', 'n'}, {'\t', 't'}, {'\r', 'r'}, {'\\', '\\'}};
+constexpr char s_digits[] = "0123456789ABCDEF";
 
-char* PutEscaped(char* p, char c, char quote)
+inline char* PutEscaped(char* p, char c)
 {
+    const auto byte = static_cast<unsigned char>(c);
     *p++ = '\\';
-    for (const Escape& escape : s_escapes)
-        if (escape.m_character == c)
-        {
-            *p++ = escape.m_letter;
-            return p;
-        }
-    if (c == quote)
+    if (s_escapes[byte] != 0)
     {
-        *p++ = c;
+        *p++ = s_escapes[byte];
         return p;
     }
-    constexpr char digits[] = "0123456789ABCDEF";
-    const auto byte = static_cast<unsigned char>(c);
     *p++ = 'x';
-    *p++ = digits[byte >> 4];
-    *p++ = digits[byte & 15];
+    *p++ = s_digits[byte >> 4];
+    *p++ = s_digits[byte & 15];
     return p;
 }
 
-// Where bytes are no printable ASCII, or a backslash or the quote, the lowest top bit that is set marks the first of
-// them. A byte carries into the next only where it is one of them.
-inline uint64 MarkSpecial(uint64 bytes, char quote)
+bool IsBeyondAscii(char c)
 {
-    const uint64 deleted = bytes + EightTimes(1);
-    const uint64 control = bytes - EightTimes(' ');
-    const uint64 isQuote = (bytes ^ EightTimes(quote)) - EightTimes(1);
-    const uint64 isBackslash = (bytes ^ EightTimes('\\')) - EightTimes(1);
-    return (bytes | deleted | control | isQuote | isBackslash) & EightTimes('\x80');
+    return static_cast<unsigned char>(c) >= 0x80;
 }
 
-// The one at `next`, which does not stand for itself as ASCII: a code point of UTF-8, or an escape for one byte.
-char* PutSpecial(char* p, const char*& next, const char* end, char quote)
+// The character of several bytes that begins at `next`, or an escape for its first byte where it is none.
+[[gnu::noinline]] char* PutBeyondAscii(char* p, const char*& next, const char* end)
 {
-    const char* const begin = next;
+    const char* behind = next;
     uint32 codePoint = 0;
-    if (static_cast<unsigned char>(*begin) < 0x80 || !ReadUtf8(next, end, codePoint))
-    {
-        next = begin + 1;
-        return PutEscaped(p, *begin, quote);
-    }
-    for (const char* byte = begin; byte != next; ++byte)
-        *p++ = *byte;
+    if (!ReadUtf8(behind, end, codePoint))
+        return PutEscaped(p, *next++);
+    p = std::copy(next, behind, p);
+    next = behind;
     return p;
+}
+
+// The characters up to `end`, which are less than a block, and zero bytes behind them.
+inline Block RestOf(const char* p, const char* end)
+{
+    const ssize_t size = end - p;
+    if (size < s_maxShortText)
+        return Block(WordOfShortText(p, size), 0);
+    // The last eight without those that are among the first.
+    const auto last = LoadWord<uint64>(end - s_maxShortText);
+    return Block(LoadWord<uint64>(p), last >> 1 >> (8 * (s_blockSize - size) - 1));
+}
+
+// What is escaped as ASCII.
+inline Lanes AreEscaped(const Block& block, char quote)
+{
+    return block.AreEqual(quote) | block.AreEqual('\\') | block.AreEqual('\x7F') | block.AreBetween('\0', '\x1F');
 }
 
 } // namespace
 
 char* PutQuoted(TextRoom& room, char* p, SubString text, char quote)
 {
+    const Block none(0, 0);
     const char* next = text.m_p1;
     const char* const end = text.m_p2;
     p = room.MakeRoom(p, end - next);
     *p++ = quote;
+    Block before = none; // at its end there may be the beginning of a code point
     while (true)
     {
-        uint64 special = 0;
-        for (; end - next >= s_maxShortText; next += s_maxShortText, p += s_maxShortText)
+        const Block block = end - next >= s_blockSize ? Block(next) : RestOf(next, end);
+        block.Store(p);
+        const Lanes escaped = AreEscaped(block, quote);
+        Lanes malformed = none.AreBeyondAscii();
+        if (HasAny(block.AreBeyondAscii() | before.AreBeyondAscii()))
+            malformed = AreMalformedUtf8(block, before);
+        if (!HasAny(escaped | malformed))
         {
-            const auto word = LoadWord<uint64>(next);
-            PutWord(p, word);
-            special = MarkSpecial(word, quote);
-            if (special != 0)
-                break;
+            next += s_blockSize;
+            p += s_blockSize;
+            before = block;
+            continue;
         }
-        if (special == 0)
+        int plain = FirstOf(escaped);
+        if (HasAny(malformed)) [[unlikely]]
         {
-            const ssize_t rest = end - next;
-            const uint64 word = WordOfShortText(next, rest);
-            PutWord(p, word);
-            special = MarkSpecial(word, quote) & s_firstCharacters[rest];
-            if (special == 0)
-            {
-                p[rest] = quote;
-                return room.MakeRoom(p + rest + 1);
-            }
+            const int unfinished = CountUnfinishedUtf8(before);
+            plain = unfinished > 0 ? -unfinished : FirstOf(escaped | block.AreBeyondAscii());
         }
-        const int plain = std::countr_zero(special) / 8;
         next += plain;
-        p = PutSpecial(p + plain, next, end, quote);
+        p += plain;
+        if (next == end)
+            break;
+        p = IsBeyondAscii(*next) ? PutBeyondAscii(p, next, end) : PutEscaped(p, *next++);
         p = room.MakeRoom(p, end - next);
+        before = none;
     }
+    *p++ = quote;
+    return room.MakeRoom(p);
 }
 
 } // namespace kelm

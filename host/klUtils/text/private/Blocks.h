@@ -26,11 +26,14 @@ inline constexpr ssize_t s_blockSize = 16;
 
 #if defined(__SSE2__) && !defined(KELM_NO_VECTORS)
 
+// A lane is a byte's top bit.
 class Lanes
 {
 public:
     explicit Lanes(__m128i bytes) : m_bytes(bytes) {}
     Lanes operator|(Lanes other) const { return Lanes(_mm_or_si128(m_bytes, other.m_bytes)); }
+    Lanes operator&(Lanes other) const { return Lanes(_mm_and_si128(m_bytes, other.m_bytes)); }
+    Lanes operator^(Lanes other) const { return Lanes(_mm_xor_si128(m_bytes, other.m_bytes)); }
 
     // A bit for each character; a set one where the lane is set.
     uint32 GetMask() const { return static_cast<uint32>(_mm_movemask_epi8(m_bytes)); }
@@ -45,7 +48,24 @@ public:
     explicit Block(const char* p) : m_bytes(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))) {}
     Block(uint64 low, uint64 high) : m_bytes(_mm_set_epi64x(static_cast<int64>(high), static_cast<int64>(low))) {}
 
+    static Block Of(char c) { return Block(_mm_set1_epi8(c)); }
+
+    // The block that begins `Count` characters earlier, where `before` are those that end at this one.
+    template <int Count>
+    Block Earlier(const Block& before) const
+    {
+        return Block(_mm_or_si128(_mm_slli_si128(m_bytes, Count), _mm_srli_si128(before.m_bytes, s_blockSize - Count)));
+    }
+
     Lanes AreEqual(char c) const { return Lanes(_mm_cmpeq_epi8(m_bytes, _mm_set1_epi8(c))); }
+
+    Lanes AreBeyondAscii() const { return Lanes(m_bytes); }
+
+    // Each character compared with that of `least`, which are beyond ASCII.
+    Lanes AreAtLeast(const Block& least) const
+    {
+        return Lanes(_mm_subs_epu8(m_bytes, _mm_xor_si128(least.m_bytes, _mm_set1_epi8(-0x80))));
+    }
 
     // character < c, which is ASCII, or the character is not.
     Lanes AreBelow(char c) const { return Lanes(_mm_cmpgt_epi8(_mm_set1_epi8(c), m_bytes)); }
@@ -75,6 +95,8 @@ public:
     }
 
 private:
+    explicit Block(__m128i bytes) : m_bytes(bytes) {}
+
     static Lanes Between(__m128i bytes, char first, char last)
     {
         // Moved to where they are the greatest of the signed bytes.
@@ -110,6 +132,8 @@ class Lanes
 public:
     Lanes(uint64 low, uint64 high) : m_low(low), m_high(high) {}
     Lanes operator|(Lanes other) const { return {m_low | other.m_low, m_high | other.m_high}; }
+    Lanes operator&(Lanes other) const { return {m_low & other.m_low, m_high & other.m_high}; }
+    Lanes operator^(Lanes other) const { return {m_low ^ other.m_low, m_high ^ other.m_high}; }
     Lanes operator~() const { return {m_low ^ s_tops, m_high ^ s_tops}; }
 
     static constexpr uint64 s_tops = 0x8080808080808080;
@@ -128,7 +152,26 @@ public:
     }
     Block(uint64 low, uint64 high) : m_low(low), m_high(high) {}
 
-    Lanes AreEqual(char c) const { return AreBetween(c, c); }
+    static Block Of(char c)
+    {
+        const uint64 word = s_ones * static_cast<uint8>(c);
+        return {word, word};
+    }
+
+    template <int Count>
+    Block Earlier(const Block& before) const
+    {
+        static_assert(0 < Count && Count < 8);
+        constexpr int up = 8 * Count;
+        return {m_low << up | before.m_high >> (64 - up), m_high << up | m_low >> (64 - up)};
+    }
+
+    Lanes AreEqual(char c) const
+    {
+        return {AreZero(m_low ^ s_ones * static_cast<uint8>(c)), AreZero(m_high ^ s_ones * static_cast<uint8>(c))};
+    }
+    Lanes AreBeyondAscii() const { return {m_low & Lanes::s_tops, m_high & Lanes::s_tops}; }
+    Lanes AreAtLeast(const Block& least) const { return {AtLeast(m_low, least.m_low), AtLeast(m_high, least.m_high)}; }
     Lanes AreBelow(char c) const { return ~AreBetween(c, 0x7f); }
     Lanes AreBetween(char first, char last) const
     {
@@ -157,16 +200,26 @@ private:
         return (bytes & 0x0000FFFF0000FFFF) * (1 + (uint64(10000) << 32)) >> 32;
     }
 
-    // Seven bits of each byte are added to without a carry into the next: the top bit of `atLeast` says that the byte
-    // is no less than `first`, that of `above` that it is greater than `last`.
+    // Seven bits of each byte are added to or taken from without a carry into the next.
+    static uint64 AreZero(uint64 bytes)
+    {
+        return ~(((bytes & ~Lanes::s_tops) + ~Lanes::s_tops) | bytes) & Lanes::s_tops;
+    }
+    static uint64 AtLeast(uint64 bytes, uint64 least)
+    {
+        return ((bytes | Lanes::s_tops) - (least & ~Lanes::s_tops)) & bytes & Lanes::s_tops;
+    }
+    // The top bit of `atLeast` says that the byte is no less than `first`, that of `above` that it is greater than
+    // `last`.
     static uint64 Between(uint64 bytes, char first, char last)
     {
-        constexpr uint64 ones = 0x0101010101010101;
         const uint64 low = bytes & ~Lanes::s_tops;
-        const uint64 atLeast = low + ones * static_cast<uint64>(0x80 - first);
-        const uint64 above = low + ones * static_cast<uint64>(0x7f - last);
+        const uint64 atLeast = low + s_ones * static_cast<uint64>(0x80 - first);
+        const uint64 above = low + s_ones * static_cast<uint64>(0x7f - last);
         return atLeast & ~above & ~bytes & Lanes::s_tops;
     }
+
+    static constexpr uint64 s_ones = 0x0101010101010101;
 
     uint64 m_low;
     uint64 m_high;

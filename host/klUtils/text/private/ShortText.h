@@ -85,12 +85,6 @@ private:
     }
 };
 
-// The same byte eight times.
-constexpr uint64 EightTimes(char c)
-{
-    return 0x0101010101010101u * static_cast<uint8>(c);
-}
-
 // What is left of a word when all but its first characters are taken away, by how many those are.
 inline constexpr uint64 s_firstCharacters[] = {
     0, 0xFF, 0xFFFF, 0xFFFFFF, 0xFFFFFFFF, 0xFFFFFFFFFF, 0xFFFFFFFFFFFF, 0xFFFFFFFFFFFFFF, ~uint64(0),

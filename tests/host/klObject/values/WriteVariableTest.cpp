@@ -277,61 +277,6 @@ TEST(WriteScalar, RefusesWideIntegers)
                                      "data sources have no form for a 128-bit integer"));
 }
 
-TEST(WriteString, QuotesAndEscapes)
-{
-    const struct
-    {
-        xstring m_value;
-        const char* m_text;
-    } rows[] = {
-        {"", "\"\""},
-        {"it's plain", "\"it's plain\""},
-        {"say \"a\\b\"", "\"say \\\"a\\\\b\\\"\""},
-        {"a\nb\tc\rd", "\"a\\nb\\tc\\rd\""},
-        {xstring("a\0001", 3), "\"a\\x001\""},
-        {"\x1B\x7F", "\"\\x1B\\x7F\""},
-        {"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x99\x82", "\"gr\xC3\xBC\xC3\x9F \xE2\x82\xAC \xF0\x9F\x99\x82\""},
-        {"\xC3", "\"\\xC3\""},                                 // cut short
-        {"\xC3\xBC\xFF\xC3\xBC", "\"\xC3\xBC\\xFF\xC3\xBC\""}, // a byte that is never UTF-8
-        {"\xC0\xAF", "\"\\xC0\\xAF\""},                        // overlong
-        {"\xED\xA0\x80", "\"\\xED\\xA0\\x80\""},               // a surrogate
-        {"\xF4\x90\x80\x80", "\"\\xF4\\x90\\x80\\x80\""},      // beyond the last code point
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(Text(row.m_value), row.m_text);
-}
-
-// By the definition, octet by octet.
-std::string QuotedSlowly(const std::string& text)
-{
-    std::string quoted = "\"";
-    for (const char c : text)
-        switch (c)
-        {
-        case '\n': quoted += "\\n"; break;
-        case '"': quoted += "\\\""; break;
-        case '\\': quoted += "\\\\"; break;
-        case '\x1F': quoted += "\\x1F"; break;
-        case '\x7F': quoted += "\\x7F"; break;
-        case '\xFF': quoted += "\\xFF"; break;
-        default: quoted += c; break;
-        }
-    return quoted + "\"";
-}
-
-TEST(WriteString, OfAnyLengthEscapesAtAnyPlace)
-{
-    for (std::size_t length = 0; length < 40; ++length)
-        for (const std::string special : {"", "\n", "\"", "\\", "\x1F", "\x7F", "\xFF", " ", "~", "!", "[", "]", "#",
-                                          "\xC3\xBC", "\xFF\n", "\"\"\"\"\"\"\"\"\"\"\"\"", "\xF0\x9F\x99\x82"})
-            for (std::size_t at = 0; at <= length; ++at)
-            {
-                std::string text(length, 'x');
-                text.insert(at, special);
-                ASSERT_EQ(Text(xstring(text.data(), static_cast<ssize_t>(text.size()))), QuotedSlowly(text));
-            }
-}
-
 TEST(WriteString, WritesSixteenBitStringsAsUtf8)
 {
     const uint16 text[] = {'g', 0xFC, '"', 0x20AC, 0xD83D, 0xDE42, 0};
