@@ -13,7 +13,7 @@ namespace kelm
 namespace
 {
 
-using ParserEvaluator = Evaluator<text::ParserCursor, NoNames>;
+using ParserEvaluator = Evaluator<text::ExpressionCursor, NoNames>;
 
 } // namespace
 

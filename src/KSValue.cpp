@@ -220,9 +220,9 @@ void ApplyUnaryPlus(KSValue& v)
 {
     int64 i = 0;
     float64 f = 0.0;
-    if (Assign(i, v))
+    if (Read(i, v))
         KSValueAccess::Set(v, i);
-    else if (Assign(f, v))
+    else if (Read(f, v))
         KSValueAccess::Set(v, f);
     else
         ThrowIncompatibleTypeException(v, "+");
@@ -232,9 +232,9 @@ void ApplyUnaryMinus(KSValue& v)
 {
     int64 i = 0;
     float64 f = 0.0;
-    if (Assign(i, v))
+    if (Read(i, v))
         KSValueAccess::Set(v, WrappingNegation(i));
-    else if (Assign(f, v))
+    else if (Read(f, v))
         KSValueAccess::Set(v, -f);
     else
         ThrowIncompatibleTypeException(v, "-");
@@ -243,14 +243,14 @@ void ApplyUnaryMinus(KSValue& v)
 void ApplyUnaryBitComplement(KSValue& v)
 {
     int64 i = 0;
-    if (!Assign(i, v))
+    if (!Read(i, v))
         ThrowIncompatibleTypeException(v, "~");
     KSValueAccess::Set(v, ~i);
 }
 
 void ApplyUnaryNot(KSValue& v)
 {
-    KSValueAccess::Set(v, !As<bool>(v, false));
+    KSValueAccess::Set(v, !(v.is<bool>() ? KSValueAccess::Get<bool>(v) : As<bool>(v, false)));
 }
 
 void ApplyFunction(KSValue&, const xvector<KSValue>&)

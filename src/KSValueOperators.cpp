@@ -35,42 +35,6 @@ namespace
 
 // --- Reading operands ------------------------------------------------------------------------------------------------
 
-// Assign, with the script's own numbers, which nearly all operands are, read without a call.
-inline bool Read(int64& x, const KSValue& v)
-{
-    if (v.is<int64>())
-    {
-        x = KSValueAccess::Get<int64>(v);
-        return true;
-    }
-    if (v.is<float64>())
-    {
-        x = TruncateToInt64(KSValueAccess::Get<float64>(v));
-        return static_cast<float64>(x) == KSValueAccess::Get<float64>(v);
-    }
-    return v.is<ReflectedValue>() && Assign(x, v);
-}
-
-inline bool Read(float64& x, const KSValue& v)
-{
-    if (v.is<float64>())
-    {
-        x = KSValueAccess::Get<float64>(v);
-        return true;
-    }
-    if (v.is<int64>())
-    {
-        x = static_cast<float64>(KSValueAccess::Get<int64>(v));
-        return true;
-    }
-    return v.is<ReflectedValue>() && Assign(x, v);
-}
-
-inline bool Read(bool& x, const KSValue& v)
-{
-    return (v.is<bool>() || v.is<ReflectedValue>()) && Assign(x, v);
-}
-
 template <class T>
 inline bool ReadBoth(T& x, T& y, const KSValue& a, const KSValue& b)
 {

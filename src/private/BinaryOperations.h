@@ -33,22 +33,28 @@ Division DivideByProcessor(int64 a, int64 b);
 namespace operation
 {
 
+// What most have in common.
+struct Common
+{
+    static constexpr bool s_canFault = false; // whether the processor refuses some operands
+};
+
 // Integers wrap.
-struct Add
+struct Add : Common
 {
     static constexpr int s_kinds = KIND_TEXT | KIND_NUMBER; // texts are joined
     static constexpr ConstStringZ s_name = "+";
     static int64 Of(int64 a, int64 b) { return static_cast<int64>(static_cast<uint64>(a) + static_cast<uint64>(b)); }
     static float64 Of(float64 a, float64 b) { return a + b; }
 };
-struct Subtract
+struct Subtract : Common
 {
     static constexpr int s_kinds = KIND_NUMBER;
     static constexpr ConstStringZ s_name = "-";
     static int64 Of(int64 a, int64 b) { return static_cast<int64>(static_cast<uint64>(a) - static_cast<uint64>(b)); }
     static float64 Of(float64 a, float64 b) { return a - b; }
 };
-struct Multiply
+struct Multiply : Common
 {
     static constexpr int s_kinds = KIND_NUMBER;
     static constexpr ConstStringZ s_name = "*";
@@ -56,8 +62,9 @@ struct Multiply
     static float64 Of(float64 a, float64 b) { return a * b; }
 };
 
-struct Divide
+struct Divide : Common
 {
+    static constexpr bool s_canFault = true;
     static constexpr int s_kinds = KIND_NUMBER;
     static constexpr ConstStringZ s_name = "/";
     static int64 Of(int64 a, int64 b)
@@ -73,8 +80,9 @@ struct Divide
         return a / b;
     }
 };
-struct Remainder
+struct Remainder : Common
 {
+    static constexpr bool s_canFault = true;
     static constexpr int s_kinds = KIND_INTEGER;
     static constexpr ConstStringZ s_name = "%";
     static int64 Of(int64 a, int64 b)
@@ -86,38 +94,38 @@ struct Remainder
 };
 
 // A shift's count is its low six bits.
-struct ShiftLeft
+struct ShiftLeft : Common
 {
     static constexpr int s_kinds = KIND_INTEGER;
     static constexpr ConstStringZ s_name = "<<";
     static int64 Of(int64 a, int64 b) { return static_cast<int64>(static_cast<uint64>(a) << (b & 63)); }
 };
-struct ShiftRight
+struct ShiftRight : Common
 {
     static constexpr int s_kinds = KIND_INTEGER;
     static constexpr ConstStringZ s_name = ">>";
     static int64 Of(int64 a, int64 b) { return a >> (b & 63); }
 };
-struct BitwiseOr
+struct BitwiseOr : Common
 {
     static constexpr int s_kinds = KIND_INTEGER;
     static constexpr ConstStringZ s_name = "|";
     static int64 Of(int64 a, int64 b) { return a | b; }
 };
-struct BitwiseAnd
+struct BitwiseAnd : Common
 {
     static constexpr int s_kinds = KIND_INTEGER;
     static constexpr ConstStringZ s_name = "&";
     static int64 Of(int64 a, int64 b) { return a & b; }
 };
-struct BitwiseExclusiveOr
+struct BitwiseExclusiveOr : Common
 {
     static constexpr int s_kinds = KIND_INTEGER;
     static constexpr ConstStringZ s_name = "^";
     static int64 Of(int64 a, int64 b) { return a ^ b; }
 };
 
-struct Equal
+struct Equal : Common
 {
     static constexpr int s_kinds = KIND_BOOL | KIND_TEXT | KIND_NUMBER;
     static constexpr ConstStringZ s_name = "comparison";
@@ -127,7 +135,7 @@ struct Equal
         return a == b;
     }
 };
-struct Less
+struct Less : Common
 {
     static constexpr int s_kinds = KIND_TEXT | KIND_NUMBER;
     static constexpr ConstStringZ s_name = "comparison";
@@ -141,7 +149,7 @@ struct Less
 // What is derived from another: its negation, or that of the operands the other way round, in which order they are
 // looked at as well. So what Less orders in neither direction satisfies both <= and >=.
 template <class Other, bool IsNegated, bool IsReversed>
-struct Derived
+struct Derived : Common
 {
     using Origin = Other;
     static constexpr int s_kinds = Other::s_kinds;
@@ -170,16 +178,16 @@ using LessOrEqual = Derived<Less, true, true>;
 using GreaterOrEqual = Derived<Less, true, false>;
 
 // These have rules of their own.
-struct Power
+struct Power : Common
 {
     static constexpr int s_kinds = 0;
 };
-struct LogicalOr
+struct LogicalOr : Common
 {
     static constexpr int s_kinds = KIND_BOOL;
     static bool Of(bool a, bool b) { return a || b; }
 };
-struct LogicalAnd
+struct LogicalAnd : Common
 {
     static constexpr int s_kinds = KIND_BOOL;
     static bool Of(bool a, bool b) { return a && b; }

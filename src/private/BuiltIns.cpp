@@ -1,5 +1,8 @@
 #include <klKelmScript/private/BuiltIns.h>
 
+#include <klUtils/text/private/ShortText.h>
+
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 
@@ -8,12 +11,6 @@ namespace kelm
 
 namespace
 {
-
-template <bool Value>
-void SetConstant(KSValue& literal)
-{
-    KSValueAccess::Set(literal, Value);
-}
 
 template <EKSValue Tag>
 void TestType(KSValue& literal)
@@ -56,68 +53,79 @@ void ConvertToString(KSValue& literal)
 }
 
 constexpr BuiltIn s_builtIns[] = {
-    {"false", Argument::None, SetConstant<false>},
-    {"true", Argument::None, SetConstant<true>},
-    {"len", Argument::Any, ApplyLen},
-    {"is_bool", Argument::Any, TestType<KSV_BOOL>},
-    {"is_int", Argument::Any, TestType<KSV_INT64>},
-    {"is_double", Argument::Any, TestType<KSV_FLOAT64>},
-    {"is_string", Argument::Any, TestType<KSV_STRING8>},
-    {"bool", Argument::Any, ConvertToBool},
-    {"char", Argument::Any, ConvertToChar},
-    {"int", Argument::Any, ConvertToInt},
-    {"double", Argument::Any, ConvertToDouble},
-    {"string", Argument::Any, ConvertToString},
-    {"sin", Argument::Float, nullptr, ::sin},
-    {"cos", Argument::Float, nullptr, ::cos},
-    {"tan", Argument::Float, nullptr, ::tan},
-    {"exp", Argument::Float, nullptr, ::exp},
-    {"log", Argument::PositiveFloat, nullptr, ::log},
+    {"false", Argument::None, false},
+    {"true", Argument::None, true},
+    {"len", Argument::Any, false, ApplyLen},
+    {"is_bool", Argument::Any, false, TestType<KSV_BOOL>},
+    {"is_int", Argument::Any, false, TestType<KSV_INT64>},
+    {"is_double", Argument::Any, false, TestType<KSV_FLOAT64>},
+    {"is_string", Argument::Any, false, TestType<KSV_STRING8>},
+    {"bool", Argument::Any, false, ConvertToBool},
+    {"char", Argument::Any, false, ConvertToChar},
+    {"int", Argument::Any, false, ConvertToInt},
+    {"double", Argument::Any, false, ConvertToDouble},
+    {"string", Argument::Any, false, ConvertToString},
+    {"sin", Argument::Float, false, nullptr, ::sin},
+    {"cos", Argument::Float, false, nullptr, ::cos},
+    {"tan", Argument::Float, false, nullptr, ::tan},
+    {"exp", Argument::Float, false, nullptr, ::exp},
+    {"log", Argument::PositiveFloat, false, nullptr, ::log},
 };
 
-// A perfect hash of a name's length and its first and last characters.
+// A perfect hash of the names' first eight characters, which tell them apart.
 class BuiltInTable
 {
 public:
     constexpr BuiltInTable()
     {
         while (!TryFill())
-            m_multiplier += 0x9E3779B1;
+            m_multiplier += 0x9E3779B97F4A7C16;
     }
 
     const BuiltIn* Find(SubString name) const
     {
-        const uint8 slot = m_slots[SlotOf(name)];
-        return slot != 0 && name == s_builtIns[slot - 1].m_name ? &s_builtIns[slot - 1] : nullptr;
+        const ssize_t size = name.size();
+        const uint64 word = WordOfShortText(name.m_p1, size < s_maxShortText ? size : s_maxShortText);
+        const Slot& slot = m_slots[IndexOf(word)];
+        if (slot.m_word != word || slot.m_size != size || (size > s_maxShortText && slot.m_last != name.m_p2[-1]))
+            return nullptr;
+        return &slot.m_builtIn;
     }
 
 private:
-    static constexpr int s_numSlots = 64;
+    static constexpr int s_indexBits = 6;
+    static constexpr ssize_t s_maxSize = s_maxShortText + 1;
 
-    constexpr std::size_t SlotOf(SubString name) const
+    struct Slot
     {
-        const uint32 key = static_cast<uint32>(name.size()) << 16 |
-                           static_cast<uint32>(static_cast<unsigned char>(name.m_p1[0])) << 8 |
-                           static_cast<unsigned char>(name.m_p2[-1]);
-        return key * m_multiplier >> 26;
-    }
+        uint64 m_word = 0; // none begins with a zero byte
+        int32 m_size = 0;
+        char m_last = 0;
+        BuiltIn m_builtIn;
+    };
+
+    constexpr std::size_t IndexOf(uint64 word) const { return word * m_multiplier >> (64 - s_indexBits); }
 
     constexpr bool TryFill()
     {
-        for (uint8& slot : m_slots)
-            slot = 0;
-        for (uint8 i = 0; i < std::size(s_builtIns); ++i)
+        for (Slot& slot : m_slots)
+            slot = {};
+        for (const BuiltIn& builtIn : s_builtIns)
         {
-            uint8& slot = m_slots[SlotOf(s_builtIns[i].m_name)];
-            if (slot != 0)
+            const SubString name = builtIn.m_name;
+            uint64 word = 0;
+            for (ssize_t c = 0; c < std::min(name.size(), s_maxShortText); ++c)
+                word |= static_cast<uint64>(name[c]) << 8 * c;
+            Slot& slot = m_slots[IndexOf(word)];
+            if (slot.m_size != 0 || name.size() > s_maxSize)
                 return false;
-            slot = static_cast<uint8>(i + 1);
+            slot = {word, static_cast<int32>(name.size()), name.m_p2[-1], builtIn};
         }
         return true;
     }
 
-    uint32 m_multiplier = 0;
-    uint8 m_slots[s_numSlots] = {}; // an index into s_builtIns, counted from 1; 0 is none
+    uint64 m_multiplier = 1;
+    Slot m_slots[1 << s_indexBits] = {};
 };
 
 constexpr BuiltInTable s_builtInTable;
@@ -126,7 +134,7 @@ constexpr BuiltInTable s_builtInTable;
 
 const BuiltIn* FindBuiltIn(SubString name)
 {
-    return !name.empty() ? s_builtInTable.Find(name) : nullptr;
+    return s_builtInTable.Find(name);
 }
 
 } // namespace kelm

@@ -10,7 +10,7 @@ namespace kelm
 
 enum class Argument : uint8
 {
-    None, // no brackets
+    None, // no brackets: a constant
     Any,
     Float,
     PositiveFloat,
@@ -20,8 +20,9 @@ struct BuiltIn
 {
     SubString m_name;
     Argument m_argument;
-    void (*m_apply)(KSValue& literal);      // in place of an argument of any kind, or of none
-    double (*m_function)(double) = nullptr; // of a float
+    bool m_constant = false;
+    void (*m_apply)(KSValue& literal) = nullptr; // in place of an argument of any kind
+    double (*m_function)(double) = nullptr;      // of a float
 };
 
 // The one of that name, or null.

@@ -11,14 +11,14 @@
 //     primary        := number | string | "(" expression ")" | name
 //
 // Every function takes the cursor from the first token of its construct to the first one behind it, and replaces
-// `literal` by the construct's value. Tokens is a cursor such as text::ParserCursor; Names says what a name stands for
-// that is no built-in one.
+// `literal` by the construct's value. Tokens is a cursor such as text::ExpressionCursor; Names says what a name stands
+// for that is no built-in one.
 
 #include <klKelmScript/private/BuiltIns.h>
 #include <klKelmScript/private/Operators.h>
 #include <klUtils/LiteralException.h>
 #include <klUtils/StackSegment.h>
-#include <klUtils/text/private/Cursor.h>
+#include <klUtils/text/private/ExpressionCursor.h>
 
 #include <limits>
 #include <utility>
@@ -54,7 +54,7 @@ public:
     }
 
     // And a LexScannerException, at the literal, here.
-    void EvaluateSafely(KSValue& literal)
+    [[gnu::always_inline]] void EvaluateSafely(KSValue& literal)
     {
         try
         {
@@ -69,18 +69,8 @@ public:
     // A KSValueException is a LexScannerException here.
     float64 EvaluateFloat(bool allowExplicitConversions)
     {
-        try
-        {
-            KSValue x;
-            EvaluateExpression(x);
-            if (x.is<void>())
-                m_tokens.ThrowExpected("float64");
-            return As<double>(x, allowExplicitConversions);
-        }
-        catch (const KSValueException& e)
-        {
-            Rethrow(e.m_description);
-        }
+        const auto evaluate = [this](KSValue& x) { EvaluateExpression(x); };
+        return ToFloat(evaluate, allowExplicitConversions);
     }
 
     [[gnu::always_inline]] void EvaluateConditional(KSValue& literal)
@@ -105,8 +95,15 @@ private:
         if (IsNow(ROLE_LEVEL))
             EvaluateOperators(literal, LEVEL_LOGICAL_OR);
         if (m_tokens.Is(TOKEN_QUESTION)) [[unlikely]]
-            Nest([&] { EvaluateBranches(literal); });
+            Nest(&Evaluator::EvaluateBranches, literal);
     }
+
+    // The expression behind the current token, as EvaluateExpression and EvaluateSafely have it.
+    void EvaluateNextExpression(KSValue& literal);
+    void EvaluateNextSafely(KSValue& literal);
+
+    template <class F>
+    float64 ToFloat(F evaluate, bool allowExplicitConversions);
 
     void EvaluateAssignments(KSValue& literal);
     void EvaluateBranches(KSValue& literal);
@@ -129,29 +126,28 @@ private:
     void EvaluateOperators(KSValue& literal, int level)
     {
         EToken kind = m_tokens.GetKind();
+        int role = RoleOf(kind);
         do
         {
-            const OperationInPlace apply = s_tokenRoles.m_apply[TokenRoles::IndexOf(kind)];
-            const int operatorsLevel = LevelOf(kind);
+            const OperationInPlace<Tokens> apply = s_operations<Tokens>.m_apply[IndexOf(kind)];
+            const int operatorsLevel = role & ROLE_LEVEL;
             KSValue y;
-            if (!NextPastNumber(y))
-                EvaluateAnyOperand(y);
-            FinishPostfix(y);
+            EvaluateNextOperand<true>(y);
             kind = m_tokens.GetKind();
-            if (LevelOf(kind) > operatorsLevel)
+            role = RoleOf(kind);
+            if ((role & ROLE_LEVEL) > operatorsLevel)
             {
                 EvaluateOperators(y, operatorsLevel + 1);
                 kind = m_tokens.GetKind();
+                role = RoleOf(kind);
             }
             if constexpr (Names::s_canBeReflected)
             {
                 ShowTo(literal);
                 ShowTo(y);
             }
-            if (operatorsLevel == LEVEL_MULTIPLICATIVE)
-                ShowBeforeFault(literal, y);
-            apply(literal, y);
-        } while (LevelOf(kind) >= level);
+            apply(literal, y, m_tokens);
+        } while ((role & ROLE_LEVEL) >= level);
     }
 
     // --- Operands ----------------------------------------------------------------------------------------------------
@@ -179,32 +175,41 @@ public:
     }
 
 private:
-    // A primary or a prefix form. The commonest operands are looked for first.
+    // A primary or a prefix form. Numbers are the commonest.
     [[gnu::always_inline]] void EvaluateOperand(KSValue& literal)
     {
-        if (m_tokens.Is(TOKEN_INTEGER))
-            SetInteger(literal);
-        else if (m_tokens.Is(TOKEN_FLOAT))
-            SetFloat(literal);
-        else
+        if (!IsNumber(m_tokens.GetKind()))
             return EvaluateAnyOperand(literal);
-        m_tokens.NextInExpression();
+        SetNumber(literal);
+        m_tokens.NextBehindOperand();
+    }
+
+    // The operand behind the current token, with its prefix operators and postfix forms.
+    template <bool IsVoid = false>
+    [[gnu::always_inline]] void EvaluateNextOperand(KSValue& literal)
+    {
+        if (!NextPastNumber<IsVoid>(literal))
+            EvaluateAnyOperand(literal);
+        FinishPostfix(literal);
     }
 
     // Goes to the next token, and past it where it is a number, which becomes the value: whether it was. Numbers
-    // without a value, and those whose value takes longer to find, are left.
+    // without a value are left, and those for which a value would have to be released.
+    template <bool IsVoid = false>
     [[gnu::always_inline]] bool NextPastNumber(KSValue& literal)
     {
         const auto take = [&](const text::ScannedNumber& number, SubString text) __attribute__((always_inline))
         {
             constexpr int32 maxDigits = std::numeric_limits<int64>::digits10;
             float64 value = 0.0;
-            if (literal.is<ReflectedValue>())
+            if (!IsVoid && KSValueAccess::OwnsMemory(literal)) [[unlikely]]
                 return false;
             if (number.m_kind == TOKEN_INTEGER && number.m_count <= maxDigits)
-                KSValueAccess::Set(literal, static_cast<int64>(number.m_digits));
+                KSValueAccess::Construct(literal, static_cast<int64>(number.m_digits));
             else if (number.m_kind == TOKEN_FLOAT && text::ToFloating(number.GetNumber(), text, value))
-                KSValueAccess::Set(literal, value);
+                KSValueAccess::Construct(literal, value);
+            else if (number.m_kind == TOKEN_HEX_INTEGER && number.m_count <= text::Number::s_maxHexDigits)
+                KSValueAccess::Construct(literal, static_cast<int64>(number.m_digits));
             else
                 return false;
             return true;
@@ -212,35 +217,28 @@ private:
         return m_tokens.NextPastNumber(take);
     }
 
-    // Where a number has no value, what reads its token says why.
-    [[gnu::always_inline]] void SetInteger(KSValue& literal)
-    {
-        uint64 value = 0;
-        const bool isInRange = m_tokens.GetUnsigned(value) && value <= std::numeric_limits<int64>::max();
-        Set(literal, isInRange ? static_cast<int64>(value) : m_tokens.GetToken().GetLiteralInt64());
-    }
-    [[gnu::always_inline]] void SetFloat(KSValue& literal)
-    {
-        float64 value = 0.0;
-        Set(literal, m_tokens.GetFloat(value) ? value : m_tokens.GetToken().GetLiteralDouble());
-    }
-    void SetHexadecimal(KSValue& literal)
-    {
-        uint64 value = 0;
-        Set(literal,
-            m_tokens.GetUnsigned(value) ? static_cast<int64>(value) : m_tokens.GetToken().GetLiteralHexInt64());
-    }
+    static constexpr bool IsNumber(EToken kind) { return TOKEN_INTEGER <= kind && kind <= TOKEN_FLOAT; }
 
-    // A malformed literal leaves the value as it is.
-    void SetString(KSValue& literal)
+    // Where a number has no value, what reads its token says why.
+    [[gnu::always_inline]] void SetNumber(KSValue& literal)
     {
-        xstring s;
-        m_tokens.GetString(s);
-        ShowTo(literal);
-        KSValueAccess::SetString(literal, std::move(s));
+        uint64 digits = 0;
+        float64 value = 0.0;
+        if (m_tokens.Is(TOKEN_INTEGER))
+        {
+            const bool isInRange = m_tokens.GetUnsigned(digits) && digits <= std::numeric_limits<int64>::max();
+            Set(literal, isInRange ? static_cast<int64>(digits) : m_tokens.GetToken().GetLiteralInt64());
+        }
+        else if (m_tokens.Is(TOKEN_FLOAT))
+            Set(literal, m_tokens.GetFloat(value) ? value : m_tokens.GetToken().GetLiteralDouble());
+        else
+            Set(literal,
+                m_tokens.GetUnsigned(digits) ? static_cast<int64>(digits) : m_tokens.GetToken().GetLiteralHexInt64());
     }
 
     void EvaluateAnyOperand(KSValue& literal);
+    void EvaluateNumber(KSValue& literal);
+    void EvaluateString(KSValue& literal);
     void EvaluateParentheses(KSValue& literal);
 
     // --- Prefix and postfix forms ------------------------------------------------------------------------------------
@@ -250,7 +248,7 @@ private:
     [[gnu::always_inline]] void FinishPostfix(KSValue& literal)
     {
         while (IsNow(ROLE_POSTFIX))
-            [[unlikely]] Nest([&] { EvaluatePostfixForm(literal); });
+            [[unlikely]] Nest(&Evaluator::EvaluatePostfixForm, literal);
     }
 
     void EvaluatePostfixForm(KSValue& literal);
@@ -267,7 +265,14 @@ public:
     float64 EvaluateFloatInBrackets();
 
 private:
-    void EvaluateBuiltIn(KSValue& literal, const BuiltIn& builtIn);
+    void EvaluateCallOf(KSValue& literal, const BuiltIn& builtIn);
+
+    void NextToBracket()
+    {
+        m_tokens.Next();
+        if (!m_tokens.Is(TOKEN_LEFT_PAREN)) [[unlikely]]
+            m_tokens.ThrowExpected("(");
+    }
 
     // --- What the above share ----------------------------------------------------------------------------------------
 
@@ -275,13 +280,19 @@ private:
     int GetLevel() const { return LevelOf(m_tokens.GetKind()); }
 
     // Whatever nests passes here, so that the nesting is limited by memory alone.
-    template <class F>
-    static void Nest(F parse)
+    template <class... Arguments>
+    [[gnu::always_inline]] void Nest(void (Evaluator::*evaluate)(Arguments...),
+                                     std::type_identity_t<Arguments>... arguments)
     {
-        if (IsStackLow())
-            CallOnFreshSegment(parse);
-        else
-            parse();
+        if (IsStackLow()) [[unlikely]]
+            return NestDeep(evaluate, arguments...);
+        (this->*evaluate)(arguments...);
+    }
+    template <class... Arguments>
+    [[gnu::noinline, gnu::cold]] void NestDeep(void (Evaluator::*evaluate)(Arguments...),
+                                               std::type_identity_t<Arguments>... arguments)
+    {
+        CallOnFreshSegment([&] { (this->*evaluate)(arguments...); });
     }
 
     // Operations on a reflected value, its release among them, run foreign code, which may look at the parser.
@@ -291,21 +302,15 @@ private:
             m_tokens.Show();
     }
 
-    // A division that the processor refuses runs a handler of the host, which may look at the parser. Whole-numbered
-    // floats divide as integers do.
-    void ShowBeforeFault(const KSValue& a, const KSValue& b) const
-    {
-        const bool isMinusOne = (b.is<int64>() && KSValueAccess::Get<int64>(b) == -1) ||
-                                (b.is<float64>() && KSValueAccess::Get<float64>(b) == -1.0);
-        if (isMinusOne && (a.is<int64>() || a.is<float64>())) [[unlikely]]
-            m_tokens.Show();
-    }
-
     template <class T>
-    void Set(KSValue& literal, T x) const
+    [[gnu::always_inline]] void Set(KSValue& literal, T x) const
     {
-        ShowTo(literal);
-        KSValueAccess::Set(literal, x);
+        if (KSValueAccess::OwnsMemory(literal)) [[unlikely]]
+        {
+            ShowTo(literal);
+            KSValueAccess::SetVoid(literal);
+        }
+        KSValueAccess::Construct(literal, x);
     }
 
     [[noreturn, gnu::cold]] void Rethrow(const xstring& description) const
@@ -315,8 +320,7 @@ private:
 
     [[noreturn, gnu::cold]] void ThrowUnexpected() const
     {
-        m_tokens.Throw("Unexpected ", m_tokens.GetToken(), " after ", m_tokens.GetPreviousToken(m_tokens.GetParser()),
-                       " in expression");
+        m_tokens.Throw("Unexpected ", m_tokens.GetToken(), " after ", m_tokens.GetPreviousToken(), " in expression");
     }
 
     Tokens m_tokens;

@@ -9,20 +9,61 @@ namespace kelm
 {
 
 template <class Tokens, class Names>
+void Evaluator<Tokens, Names>::EvaluateNextExpression(KSValue& literal)
+{
+    EvaluateNextOperand(literal);
+    FinishExpression(literal);
+}
+
+template <class Tokens, class Names>
+void Evaluator<Tokens, Names>::EvaluateNextSafely(KSValue& literal)
+{
+    try
+    {
+        EvaluateNextOperand(literal);
+        FinishExpression(literal);
+    }
+    catch (const LiteralException& e)
+    {
+        Rethrow(e.m_description);
+    }
+}
+
+template <class Tokens, class Names>
+template <class F>
+float64 Evaluator<Tokens, Names>::ToFloat(F evaluate, bool allowExplicitConversions)
+{
+    try
+    {
+        KSValue x;
+        evaluate(x);
+        if (x.is<float64>()) [[likely]]
+            return KSValueAccess::Get<float64>(x);
+        if (x.is<void>())
+            m_tokens.ThrowExpected("float64");
+        return As<double>(x, allowExplicitConversions);
+    }
+    catch (const KSValueException& e)
+    {
+        Rethrow(e.m_description);
+    }
+}
+
+template <class Tokens, class Names>
 void Evaluator<Tokens, Names>::EvaluateAssignments(KSValue& literal)
 {
     do
     {
         const EToken token = m_tokens.GetKind();
-        m_tokens.Next();
         KSValue y;
-        EvaluateConditional(y);
+        EvaluateNextOperand(y);
+        FinishConditional(y);
         // Neither this nor the check below can fail while the tables and SetVoid are right.
         if ((RoleOf(token) & ROLE_ASSIGNMENT) == 0)
             ThrowKelmAssertionError("0", s_sourceFile, 95);
-        if (const BinaryOperation combine = s_tokenRoles.m_combine[TokenRoles::IndexOf(token)])
+        if (const BinaryOperation combine = s_tokenRoles.m_combine[IndexOf(token)])
         {
-            ShowBeforeFault(literal, y);
+            ShowBeforeFault(literal, y, m_tokens);
             combine(y, literal, y);
         }
         Assign(literal, y);
@@ -35,13 +76,15 @@ void Evaluator<Tokens, Names>::EvaluateAssignments(KSValue& literal)
 template <class Tokens, class Names>
 void Evaluator<Tokens, Names>::EvaluateBranches(KSValue& literal)
 {
-    m_tokens.Next();
     KSValue e1;
-    EvaluateSafely(e1);
-    m_tokens.Pass(TOKEN_COLON, ":");
+    EvaluateNextSafely(e1);
+    if (!m_tokens.Is(TOKEN_COLON)) [[unlikely]]
+        m_tokens.ThrowExpected(":");
     KSValue e2;
-    EvaluateConditional(e2);
-    literal = std::move(As<bool>(literal, false) ? e1 : e2);
+    EvaluateNextOperand(e2);
+    FinishConditional(e2);
+    const bool isFirst = literal.is<bool>() ? KSValueAccess::Get<bool>(literal) : As<bool>(literal, false);
+    literal = std::move(isFirst ? e1 : e2);
 }
 
 template <class Tokens, class Names>
@@ -49,20 +92,42 @@ void Evaluator<Tokens, Names>::EvaluateAnyOperand(KSValue& literal)
 {
     switch (static_cast<int>(m_tokens.GetKind()))
     {
-    case TOKEN_INTEGER: SetInteger(literal); break;
-    case TOKEN_FLOAT: SetFloat(literal); break;
-    case TOKEN_HEX_INTEGER: SetHexadecimal(literal); break;
+    case TOKEN_INTEGER:
+    case TOKEN_HEX_INTEGER:
+    case TOKEN_FLOAT: return EvaluateNumber(literal);
     case TOKEN_SINGLE_QUOTED_STRING:
-    case TOKEN_DOUBLE_QUOTED_STRING: SetString(literal); break;
-    case TOKEN_IDENTIFIER: return Nest([&] { EvaluateName(literal); });
-    case TOKEN_LEFT_PAREN: return Nest([&] { EvaluateParentheses(literal); });
+    case TOKEN_DOUBLE_QUOTED_STRING: return EvaluateString(literal);
+    case TOKEN_IDENTIFIER: return EvaluateName(literal);
+    case TOKEN_LEFT_PAREN: return Nest(&Evaluator::EvaluateParentheses, literal);
     case TOKEN_PLUS:
     case TOKEN_MINUS:
     case TOKEN_TILDE:
-    case TOKEN_EXCLAM: return Nest([&] { EvaluatePrefix(literal); });
+    case TOKEN_EXCLAM: return Nest(&Evaluator::EvaluatePrefix, literal);
     default: ThrowUnexpected();
     }
-    m_tokens.Next();
+}
+
+template <class Tokens, class Names>
+[[gnu::noinline]] void Evaluator<Tokens, Names>::EvaluateNumber(KSValue& literal)
+{
+    SetNumber(literal);
+    m_tokens.NextBehindOperand();
+}
+
+// A malformed literal leaves the value as it is.
+template <class Tokens, class Names>
+[[gnu::noinline]] void Evaluator<Tokens, Names>::EvaluateString(KSValue& literal)
+{
+    if (m_tokens.IsVerbatim() && !KSValueAccess::OwnsMemory(literal)) [[likely]]
+        KSValueAccess::ConstructString(literal, m_tokens.GetContents());
+    else
+    {
+        xstring s;
+        m_tokens.GetString(s);
+        ShowTo(literal);
+        KSValueAccess::SetString(literal, std::move(s));
+    }
+    m_tokens.NextBehindOperand();
 }
 
 // Parentheses that open one behind the other are counted, not recursed into: what the innermost one encloses
@@ -85,7 +150,7 @@ void Evaluator<Tokens, Names>::EvaluateParentheses(KSValue& literal)
         while (true)
         {
             FinishExpression(literal);
-            m_tokens.Pass(TOKEN_RIGHT_PAREN, ")");
+            m_tokens.PassBehindOperand(TOKEN_RIGHT_PAREN, ")");
             if (--depth == 0)
                 return;
             FinishPostfix(literal);
@@ -97,14 +162,29 @@ void Evaluator<Tokens, Names>::EvaluateParentheses(KSValue& literal)
     }
 }
 
+// Prefix operators that stand one behind the other are not recursed into until they are many: two bits remember each,
+// the innermost in the lowest.
 template <class Tokens, class Names>
 void Evaluator<Tokens, Names>::EvaluatePrefix(KSValue& literal)
 {
-    const auto apply = s_tokenRoles.m_applyPrefix[TokenRoles::IndexOf(m_tokens.GetKind())];
-    m_tokens.Next();
-    EvaluateUnary(literal);
-    ShowTo(literal);
-    apply(literal);
+    static_assert(std::size(s_prefixOperators) == 4);
+    constexpr uint64 none = 1;
+    constexpr uint64 full = uint64(1) << 62;
+    uint64 operators = none;
+    bool isNumber = false;
+    do
+    {
+        operators = operators << 2 | s_tokenRoles.m_prefix[IndexOf(m_tokens.GetKind())];
+        isNumber = NextPastNumber(literal);
+    } while (!isNumber && IsNow(ROLE_PREFIX) && operators < full);
+    if (!isNumber)
+        EvaluateAnyOperand(literal);
+    FinishPostfix(literal);
+    for (; operators != none; operators >>= 2)
+    {
+        ShowTo(literal);
+        s_prefixOperators[operators & 3].m_apply(literal);
+    }
 }
 
 template <class Tokens, class Names>
@@ -138,9 +218,8 @@ void Evaluator<Tokens, Names>::EvaluateCall(KSValue& literal)
 template <class Tokens, class Names>
 void Evaluator<Tokens, Names>::EvaluateSubscript(KSValue& literal)
 {
-    m_tokens.Next();
     KSValue index;
-    EvaluateSafely(index);
+    EvaluateNextSafely(index);
     ApplySubscript(literal, index); // before the bracket is looked for: a failing subscript is reported first
     m_tokens.Pass(TOKEN_RIGHT_SQUARE, "]");
 }
@@ -161,49 +240,48 @@ void Evaluator<Tokens, Names>::EvaluateName(KSValue& literal)
 {
     if (!m_tokens.Is(TOKEN_IDENTIFIER))
         ThrowKelmAssertionError("m_token == TOKEN_IDENTIFIER", s_sourceFile, 527);
-    if (const BuiltIn* const builtIn = FindBuiltIn(m_tokens.GetText()))
-        return EvaluateBuiltIn(literal, *builtIn);
-    if (!m_names.TryGet(m_tokens.GetText(), literal))
+    const SubString name = m_tokens.GetText();
+    const BuiltIn* const builtIn = FindBuiltIn(name);
+    if (builtIn != nullptr && builtIn->m_argument != Argument::None)
+        return Nest(&Evaluator::EvaluateCallOf, literal, *builtIn);
+    if (builtIn == nullptr && !m_names.TryGet(name, literal))
         ThrowUnexpected();
-    m_tokens.Next();
+    m_tokens.NextBehindOperand();
+    if (builtIn != nullptr)
+        Set(literal, builtIn->m_constant);
 }
 
 // The current token is dropped; then "(", an expression, ")".
 template <class Tokens, class Names>
 void Evaluator<Tokens, Names>::EvaluateInBrackets(KSValue& literal)
 {
-    m_tokens.Next();
-    m_tokens.Pass(TOKEN_LEFT_PAREN, "(");
-    EvaluateSafely(literal);
-    m_tokens.Pass(TOKEN_RIGHT_PAREN, ")");
+    NextToBracket();
+    EvaluateParentheses(literal);
 }
 
 template <class Tokens, class Names>
 float64 Evaluator<Tokens, Names>::EvaluateFloatInBrackets()
 {
-    m_tokens.Next();
-    m_tokens.Pass(TOKEN_LEFT_PAREN, "(");
-    const float64 x = EvaluateFloat(false);
-    m_tokens.Pass(TOKEN_RIGHT_PAREN, ")");
+    NextToBracket();
+    const auto evaluate = [this](KSValue& x) { EvaluateNextExpression(x); };
+    const float64 x = ToFloat(evaluate, false);
+    m_tokens.PassBehindOperand(TOKEN_RIGHT_PAREN, ")");
     return x;
 }
 
 template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateBuiltIn(KSValue& literal, const BuiltIn& builtIn)
+void Evaluator<Tokens, Names>::EvaluateCallOf(KSValue& literal, const BuiltIn& builtIn)
 {
-    if (builtIn.m_function != nullptr)
+    if (builtIn.m_argument == Argument::Any)
     {
-        const float64 x = EvaluateFloatInBrackets();
-        if (builtIn.m_argument == Argument::PositiveFloat && x <= 0.0)
-            m_tokens.Throw("Can't take ", builtIn.m_name, " of value ", x);
-        return Set(literal, builtIn.m_function(x));
-    }
-    if (builtIn.m_argument == Argument::None)
-        m_tokens.Next();
-    else
         EvaluateInBrackets(literal);
-    ShowTo(literal);
-    builtIn.m_apply(literal);
+        ShowTo(literal);
+        return builtIn.m_apply(literal);
+    }
+    const float64 x = EvaluateFloatInBrackets();
+    if (builtIn.m_argument == Argument::PositiveFloat && x <= 0.0)
+        m_tokens.Throw("Can't take ", builtIn.m_name, " of value ", x);
+    Set(literal, builtIn.m_function(x));
 }
 
 } // namespace kelm

@@ -25,6 +25,19 @@ struct KSValueAccess
         v._tag = KSV_VOID;
     }
 
+    // Whether a value's release does anything.
+    static bool OwnsMemory(const KSValue& v) { return v.OwnsMemory(); }
+
+    // The same where the value owns no memory.
+    static void Construct(KSValue& v, bool x) { StoreScalar(v, KSV_BOOL, x); }
+    static void Construct(KSValue& v, int64 x) { StoreScalar(v, KSV_INT64, x); }
+    static void Construct(KSValue& v, float64 x) { StoreScalar(v, KSV_FLOAT64, x); }
+    static void ConstructString(KSValue& v, SubString text)
+    {
+        ::new (static_cast<void*>(v._data)) xstring(text);
+        v._tag = KSV_STRING8;
+    }
+
     // Makes `v` a string, keeping the memory of the one that it may hold, and returns it for the caller to fill.
     static xstring& MakeString(KSValue& v)
     {
@@ -57,6 +70,11 @@ private:
     static void SetScalar(KSValue& v, EKSValue tag, T x)
     {
         v.DestroyPayload();
+        StoreScalar(v, tag, x);
+    }
+    template <class T>
+    static void StoreScalar(KSValue& v, EKSValue tag, T x)
+    {
         v._tag = tag;
         v.Store(x);
     }
@@ -69,6 +87,42 @@ inline int64 TruncateToInt64(float64 x)
     if (-limit <= x && x < limit) [[likely]]
         return static_cast<int64>(x);
     return INT64_MIN;
+}
+
+// Assign, with the script's own numbers, which nearly all operands are, read without a call.
+inline bool Read(int64& x, const KSValue& v)
+{
+    if (v.is<int64>())
+    {
+        x = KSValueAccess::Get<int64>(v);
+        return true;
+    }
+    if (v.is<float64>())
+    {
+        x = TruncateToInt64(KSValueAccess::Get<float64>(v));
+        return static_cast<float64>(x) == KSValueAccess::Get<float64>(v);
+    }
+    return v.is<ReflectedValue>() && Assign(x, v);
+}
+
+inline bool Read(float64& x, const KSValue& v)
+{
+    if (v.is<float64>())
+    {
+        x = KSValueAccess::Get<float64>(v);
+        return true;
+    }
+    if (v.is<int64>())
+    {
+        x = static_cast<float64>(KSValueAccess::Get<int64>(v));
+        return true;
+    }
+    return v.is<ReflectedValue>() && Assign(x, v);
+}
+
+inline bool Read(bool& x, const KSValue& v)
+{
+    return (v.is<bool>() || v.is<ReflectedValue>()) && Assign(x, v);
 }
 
 template <class... Parts>

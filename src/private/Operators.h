@@ -25,36 +25,53 @@ enum ELevel : uint8
     LEVEL_POWER,
 };
 
-using OperationInPlace = void (*)(KSValue& a, const KSValue& b);
+// An operation on the evaluator's operands, with the tokens between which they stand.
+template <class Tokens>
+using OperationInPlace = void (*)(KSValue& a, const KSValue& b, const Tokens& tokens);
 
-struct BinaryOperator
+// A division that the processor refuses runs a handler of the host, which may look at the parser. Whole-numbered floats
+// divide as integers do.
+template <class Tokens>
+inline void ShowBeforeFault(const KSValue& a, const KSValue& b, const Tokens& tokens)
 {
-    EToken m_token;
-    ELevel m_level;
-    OperationInPlace m_apply;
-};
+    const bool isMinusOne = (b.is<int64>() && KSValueAccess::Get<int64>(b) == -1) ||
+                            (b.is<float64>() && KSValueAccess::Get<float64>(b) == -1.0);
+    if (isMinusOne && (a.is<int64>() || a.is<float64>())) [[unlikely]]
+        tokens.Show();
+}
 
-inline constexpr BinaryOperator s_binaryOperators[] = {
-    {TOKEN_DBL_VLINE, LEVEL_LOGICAL_OR, CombineInPlace<operation::LogicalOr>},
-    {TOKEN_DBL_AMPERSAND, LEVEL_LOGICAL_AND, CombineInPlace<operation::LogicalAnd>},
-    {TOKEN_VLINE, LEVEL_BITWISE_OR, CombineInPlace<operation::BitwiseOr>},
-    {TOKEN_CARET, LEVEL_BITWISE_EX_OR, CombineInPlace<operation::BitwiseExclusiveOr>},
-    {TOKEN_AMPERSAND, LEVEL_BITWISE_AND, CombineInPlace<operation::BitwiseAnd>},
-    {TOKEN_DBL_EQUAL, LEVEL_EQUALITY, CombineInPlace<operation::Equal>},
-    {TOKEN_EXCLAM_EQUAL, LEVEL_EQUALITY, CombineInPlace<operation::NotEqual>},
-    {TOKEN_LESS, LEVEL_RELATIONAL, CombineInPlace<operation::Less>},
-    {TOKEN_LESS_EQUAL, LEVEL_RELATIONAL, CombineInPlace<operation::LessOrEqual>},
-    {TOKEN_GREATER, LEVEL_RELATIONAL, CombineInPlace<operation::Greater>},
-    {TOKEN_GREATER_EQUAL, LEVEL_RELATIONAL, CombineInPlace<operation::GreaterOrEqual>},
-    {TOKEN_DBL_LESS, LEVEL_SHIFT, CombineInPlace<operation::ShiftLeft>},
-    {TOKEN_DBL_GREATER, LEVEL_SHIFT, CombineInPlace<operation::ShiftRight>},
-    {TOKEN_PLUS, LEVEL_ADDITIVE, CombineInPlace<operation::Add>},
-    {TOKEN_MINUS, LEVEL_ADDITIVE, CombineInPlace<operation::Subtract>},
-    {TOKEN_ASTERISK, LEVEL_MULTIPLICATIVE, CombineInPlace<operation::Multiply>},
-    {TOKEN_FORWARD_SLASH, LEVEL_MULTIPLICATIVE, CombineInPlace<operation::Divide>},
-    {TOKEN_PERCENT, LEVEL_MULTIPLICATIVE, CombineInPlace<operation::Remainder>},
-    {TOKEN_DBL_CARET, LEVEL_POWER, CombineInPlace<operation::Power>},
-};
+template <class Tokens, class Operation>
+void Apply(KSValue& a, const KSValue& b, const Tokens& tokens)
+{
+    if constexpr (Operation::s_canFault)
+        ShowBeforeFault(a, b, tokens);
+    CombineInPlace<Operation>(a, b);
+}
+
+// The table of the binary operators: calls add(operation, token, level) for each.
+template <class F>
+constexpr void ForEachBinaryOperator(F add)
+{
+    add(operation::LogicalOr(), TOKEN_DBL_VLINE, LEVEL_LOGICAL_OR);
+    add(operation::LogicalAnd(), TOKEN_DBL_AMPERSAND, LEVEL_LOGICAL_AND);
+    add(operation::BitwiseOr(), TOKEN_VLINE, LEVEL_BITWISE_OR);
+    add(operation::BitwiseExclusiveOr(), TOKEN_CARET, LEVEL_BITWISE_EX_OR);
+    add(operation::BitwiseAnd(), TOKEN_AMPERSAND, LEVEL_BITWISE_AND);
+    add(operation::Equal(), TOKEN_DBL_EQUAL, LEVEL_EQUALITY);
+    add(operation::NotEqual(), TOKEN_EXCLAM_EQUAL, LEVEL_EQUALITY);
+    add(operation::Less(), TOKEN_LESS, LEVEL_RELATIONAL);
+    add(operation::LessOrEqual(), TOKEN_LESS_EQUAL, LEVEL_RELATIONAL);
+    add(operation::Greater(), TOKEN_GREATER, LEVEL_RELATIONAL);
+    add(operation::GreaterOrEqual(), TOKEN_GREATER_EQUAL, LEVEL_RELATIONAL);
+    add(operation::ShiftLeft(), TOKEN_DBL_LESS, LEVEL_SHIFT);
+    add(operation::ShiftRight(), TOKEN_DBL_GREATER, LEVEL_SHIFT);
+    add(operation::Add(), TOKEN_PLUS, LEVEL_ADDITIVE);
+    add(operation::Subtract(), TOKEN_MINUS, LEVEL_ADDITIVE);
+    add(operation::Multiply(), TOKEN_ASTERISK, LEVEL_MULTIPLICATIVE);
+    add(operation::Divide(), TOKEN_FORWARD_SLASH, LEVEL_MULTIPLICATIVE);
+    add(operation::Remainder(), TOKEN_PERCENT, LEVEL_MULTIPLICATIVE);
+    add(operation::Power(), TOKEN_DBL_CARET, LEVEL_POWER);
+}
 
 // The assignment tokens, with what combines the old and the new value; null where the new one is taken as it is.
 struct AssignmentOperator
@@ -105,47 +122,59 @@ enum ERole : uint8
     ROLE_BEHIND_OPERAND = ROLE_LEVEL | ROLE_CONDITIONAL | ROLE_ASSIGNMENT | ROLE_POSTFIX,
 };
 
-// The tables in the form that the loops use: indexed by the token.
+// The tables in the form that the loops use: indexed by the token, which must be one that the scanner delivers.
+inline constexpr std::size_t s_numTokens = TOKEN_HASH - TOKEN_END + 1;
+
+constexpr std::size_t IndexOf(EToken token)
+{
+    return static_cast<uint32>(token) - TOKEN_END;
+}
+
+template <class Tokens>
+struct Operations
+{
+    OperationInPlace<Tokens> m_apply[s_numTokens] = {};
+
+    constexpr Operations()
+    {
+        const auto add = [this]<class Operation>(Operation, EToken token, ELevel)
+        { m_apply[IndexOf(token)] = Apply<Tokens, Operation>; };
+        ForEachBinaryOperator(add);
+    }
+};
+template <class Tokens>
+inline constexpr Operations<Tokens> s_operations;
+
 struct TokenRoles
 {
-    static constexpr std::size_t s_numTokens = TOKEN_HASH - TOKEN_END + 1;
-
     uint8 m_roles[s_numTokens] = {};
-    OperationInPlace m_apply[s_numTokens] = {};
+    uint8 m_prefix[s_numTokens] = {}; // the index among the prefix operators
     BinaryOperation m_combine[s_numTokens] = {};
-    void (*m_applyPrefix[s_numTokens])(KSValue& v) = {};
 
     constexpr TokenRoles()
     {
-        for (const BinaryOperator& row : s_binaryOperators)
-        {
-            m_roles[IndexOf(row.m_token)] |= row.m_level;
-            m_apply[IndexOf(row.m_token)] = row.m_apply;
-        }
+        ForEachBinaryOperator([this](auto, EToken token, ELevel level) { m_roles[IndexOf(token)] |= level; });
         for (const AssignmentOperator& row : s_assignmentOperators)
         {
             m_roles[IndexOf(row.m_token)] |= ROLE_ASSIGNMENT;
             m_combine[IndexOf(row.m_token)] = row.m_combine;
         }
-        for (const PrefixOperator& row : s_prefixOperators)
+        for (uint8 i = 0; i < std::size(s_prefixOperators); ++i)
         {
-            m_roles[IndexOf(row.m_token)] |= ROLE_PREFIX;
-            m_applyPrefix[IndexOf(row.m_token)] = row.m_apply;
+            m_roles[IndexOf(s_prefixOperators[i].m_token)] |= ROLE_PREFIX;
+            m_prefix[IndexOf(s_prefixOperators[i].m_token)] = i;
         }
         for (const EToken token : {TOKEN_LEFT_PAREN, TOKEN_LEFT_SQUARE, TOKEN_DOT})
             m_roles[IndexOf(token)] |= ROLE_POSTFIX;
         m_roles[IndexOf(TOKEN_QUESTION)] |= ROLE_CONDITIONAL;
     }
-
-    // The token must be one that the scanner delivers.
-    static constexpr std::size_t IndexOf(EToken token) { return static_cast<uint32>(token) - TOKEN_END; }
 };
 
 inline constexpr TokenRoles s_tokenRoles;
 
 inline uint8 RoleOf(EToken token)
 {
-    return s_tokenRoles.m_roles[TokenRoles::IndexOf(token)];
+    return s_tokenRoles.m_roles[IndexOf(token)];
 }
 
 inline int LevelOf(EToken token)

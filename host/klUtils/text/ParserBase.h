@@ -8,6 +8,11 @@
 namespace kelm
 {
 
+namespace text
+{
+class ExpressionCursor;
+}
+
 // The state of a token stream with one token of lookahead: what every parser of the system reads its input through.
 //
 // Constructed empty, bound once by Init, and from then on moves only forward. The parsed text is not copied and must
@@ -54,7 +59,19 @@ public:
     SubString m_str;          // the text not yet scanned
 
 private:
+    friend class text::ExpressionCursor;
+
     void ReadToken(bool atLineStart);
+    void ReadNumber(const char* start);
+    void SetNumber(EToken kind, const char* start, const char* past, uint64 digits, int32 exponent, ssize_t count);
+    void ReadAnyToken(bool atLineStart);
+
+    // The number or quoted literal that has been scanned last, and what that has found out about its value.
+    LSToken m_valued;
+    uint64 m_digits = 0;
+    int32 m_exponent = 0;
+    int32 m_count = 0;
+    const char* m_escape = nullptr;
 };
 
 } // namespace kelm

@@ -103,7 +103,7 @@ constexpr bool HasProperty(char c, CharProperty property)
 }
 
 // The value of a hexadecimal digit.
-inline uint32 HexDigitValue(char c)
+constexpr uint32 HexDigitValue(char c)
 {
     return static_cast<uint32>(HasProperty(c, CHAR_DIGIT) ? c - '0' : (c | 0x20) - 'a' + 10);
 }

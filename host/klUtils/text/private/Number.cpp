@@ -3,6 +3,7 @@
 #include <klUtils/text/private/NearestDouble.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <limits>
 #include <system_error>
@@ -38,32 +39,45 @@ const char* ScanExponent(const char* p, const char* end, int32& sum)
     return past;
 }
 
-const char* ScanHexDigits(const char* p, const char* end, ScannedNumber& scanned)
+// What a character is worth as a hexadecimal digit; more than 15 where it is none.
+constexpr auto s_hexValues = []
 {
-    const char* const digits = p;
-    for (; p != end && HasProperty(*p, CHAR_HEX_DIGIT); ++p)
-        scanned.m_digits = 16 * scanned.m_digits + HexDigitValue(*p);
-    scanned.m_count = static_cast<int32>(std::min<ssize_t>(p - digits, std::numeric_limits<int32>::max()));
-    return p != digits ? p : nullptr;
-}
+    std::array<uint8, 256> values{};
+    for (std::size_t c = 0; c < values.size(); ++c)
+        values[c] = HasProperty(static_cast<char>(c), CHAR_HEX_DIGIT)
+                        ? static_cast<uint8>(HexDigitValue(static_cast<char>(c)))
+                        : 0xff;
+    return values;
+}();
 
 } // namespace
+
+DigitRun ScanHexadecimal(const char* start, const char* end)
+{
+    const char* const digits = start + 2;
+    const char* p = digits;
+    uint64 number = 0;
+    for (uint8 value; p != end && (value = s_hexValues[static_cast<unsigned char>(*p)]) <= 15; ++p)
+        number = number << 4 | value;
+    const bool isMalformed = p == digits || (p != end && HasProperty(*p, CHAR_IDENTIFIER));
+    return {isMalformed ? nullptr : p, number};
+}
 
 void ScanRestOfNumber(const char* start, const char* end, ScannedNumber& scanned)
 {
     const char* p = scanned.m_past;
-    if (*start == '0' && p == start + 1 && (*p | 0x20) == 'x')
+    if (p == start + 1 && IsHexadecimal(start, end))
     {
-        scanned.m_kind = TOKEN_HEX_INTEGER;
-        p = ScanHexDigits(p + 1, end, scanned);
+        const DigitRun run = ScanHexadecimal(start, end);
+        scanned = {TOKEN_HEX_INTEGER, run.m_past, run.m_number, run.m_past - (start + 2)};
+        return;
     }
-    else if (const char* const past = ScanExponent(p, end, scanned.m_exponent); past != p)
+    if (const char* const past = ScanExponent(p, end, scanned.m_exponent); past != p)
     {
         scanned.m_kind = TOKEN_FLOAT;
         p = past;
     }
-    const bool isMalformed = p == nullptr || (p != end && HasProperty(*p, CHAR_IDENTIFIER));
-    scanned.m_past = isMalformed ? nullptr : p;
+    scanned.m_past = p != end && HasProperty(*p, CHAR_IDENTIFIER) ? nullptr : p;
 }
 
 Number ReadWholeNumber(SubString text, EToken& kind)

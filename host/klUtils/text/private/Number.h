@@ -67,6 +67,14 @@ struct ScannedNumber
     int32 m_count = 0;
 };
 
+// Whether the number at `start`, if it is one, is hexadecimal; where it ends then (null where it is malformed), and
+// what 64 bits hold of it.
+inline bool IsHexadecimal(const char* start, const char* end)
+{
+    return *start == '0' && end - start > 1 && (start[1] | 0x20) == 'x';
+}
+KLUTILS_API DigitRun ScanHexadecimal(const char* start, const char* end);
+
 // Goes on with the number that begins at `start` and has been read up to where it says, which is not its end: a
 // hexadecimal one, or one with an exponent, or one that letters run on from.
 KLUTILS_API void ScanRestOfNumber(const char* start, const char* end, ScannedNumber& scanned);

@@ -22,6 +22,7 @@ struct OperatorTrie
     std::array<std::array<Node, MaxSymbols>, MaxNodes> m_next{};
     std::array<EToken, MaxNodes> m_token{};
     std::array<EToken, 256> m_tokenOfChar{}; // the operators of one character
+    std::array<Node, 256> m_nodeOfChar{};    // and their nodes
     int m_numNodes = 1;
     int m_numSymbols = 1;
 
@@ -61,24 +62,64 @@ private:
         }
         m_token[node] = row.m_token;
         if (row.m_text[1] == '\0')
+        {
             m_tokenOfChar[static_cast<unsigned char>(row.m_text[0])] = row.m_token;
+            m_nodeOfChar[static_cast<unsigned char>(row.m_text[0])] = static_cast<Node>(node);
+        }
     }
 };
 
 inline constexpr OperatorTrie s_operatorTrie;
 static_assert(s_operatorTrie.IsClosed());
 
+// Which two characters begin an operator of more than one, or a comment: a bit for each character that can be second.
+struct OperatorPairs
+{
+    std::array<uint16, 256> m_seconds{}; // by the first character
+    std::array<uint16, 256> m_bit{};     // by the second one
+
+    constexpr OperatorPairs()
+    {
+        for (const OperatorSpelling& row : s_operatorSpellings)
+            if (row.m_text[1] != '\0')
+                Add(row.m_text[0], row.m_text[1]);
+        Add('/', '/');
+        Add('/', '*');
+    }
+
+    constexpr bool Has(char first, char second) const
+    {
+        return (m_seconds[static_cast<unsigned char>(first)] & m_bit[static_cast<unsigned char>(second)]) != 0;
+    }
+
+private:
+    constexpr void Add(char first, char second)
+    {
+        uint16& bit = m_bit[static_cast<unsigned char>(second)];
+        if (bit == 0)
+            bit = m_freeBit;
+        if (bit == m_freeBit)
+            m_freeBit = static_cast<uint16>(m_freeBit << 1);
+        m_seconds[static_cast<unsigned char>(first)] |= bit;
+    }
+
+    uint16 m_freeBit = 1;
+};
+
+inline constexpr OperatorPairs s_operatorPairs;
+static_assert(s_operatorPairs.Has('<', '=') && s_operatorPairs.Has('/', '*') && !s_operatorPairs.Has('-', '+'));
+
 // The operator that begins at `p`, which is advanced past it. The first character must begin an operator.
 inline EToken ScanOperator(const char*& p, const char* end)
 {
-    std::size_t node = 0;
-    do
+    std::size_t node = s_operatorTrie.m_nodeOfChar[static_cast<unsigned char>(*p)];
+    while (++p != end)
     {
         const std::size_t next = s_operatorTrie.m_next[node][s_operatorTrie.m_symbol[static_cast<unsigned char>(*p)]];
         if (next == 0)
             break;
         node = next;
-    } while (++p != end);
+    }
     return s_operatorTrie.m_token[node];
 }
 
