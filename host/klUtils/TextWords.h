@@ -73,10 +73,12 @@ protected:
             HeapText()[size] = C();
         }
         else
-        {
-            m_units[size] = C();
-            m_units[SizeUnit] = static_cast<C>(size);
-        }
+            SetInlineSize(size);
+    }
+    void SetInlineSize(ssize_t size) noexcept
+    {
+        m_units[size] = C();
+        m_units[SizeUnit] = static_cast<C>(size);
     }
 
     static constexpr uint64 HeapBit = uint64(1) << 63;

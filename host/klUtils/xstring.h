@@ -20,6 +20,7 @@
 #include <compare>
 #include <cstring>
 #include <iosfwd>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -42,7 +43,8 @@ class basic_xstring : TextWords<C>
 {
     using Words = TextWords<C>;
     using Words::Allocate, Words::Bytes, Words::FreeHeapText, Words::HeapCapacity, Words::HeapSize, Words::HeapText;
-    using Words::InlineSize, Words::IsOnHeap, Words::m_units, Words::SetEmpty, Words::SetHeap, Words::SetSize;
+    using Words::InlineSize, Words::IsOnHeap, Words::m_units, Words::SetEmpty, Words::SetHeap, Words::SetInlineSize,
+        Words::SetSize;
     using View = std::basic_string_view<C>;
     using Text = BasicSubString<C>; // what any text becomes
 
@@ -124,6 +126,32 @@ public:
         {
             basic_xstring fresh(text, length);
             swap(fresh);
+        }
+    }
+
+    // As assign, of a text that is no part of this string; what lies behind it up to `end` can be read as well. A short
+    // text is copied with all of its surroundings that have room: nothing is decided by its length.
+    void AssignFrom(const C* text, ssize_t length, const C* end)
+    {
+        if (IsOnHeap())
+            return assign(text, length);
+        if (length > InlineCapacity)
+        {
+            C* const longText = Allocate(length);
+            std::memcpy(longText, text, Bytes(length));
+            SetHeap(longText, length, length);
+            longText[length] = C();
+        }
+        else if (end - text >= static_cast<ssize_t>(std::size(m_units)))
+        {
+            std::memcpy(m_units, text, sizeof m_units);
+            SetInlineSize(length);
+        }
+        else
+        {
+            if (length > 0)
+                std::memcpy(m_units, text, Bytes(length));
+            SetInlineSize(length);
         }
     }
 

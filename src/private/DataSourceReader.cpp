@@ -3,6 +3,7 @@
 
 #include <klKelmScript/private/DataSourceReader.h>
 
+#include <klKelmScript/private/SimpleValues.h>
 #include <klObject/objects/Collector.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/EnumIndex.h>
@@ -14,29 +15,18 @@
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/ToString.h>
-#include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/text/QualifiedName.h>
-#include <klUtils/text/private/FastCursor.h>
-#include <klUtils/text/private/TypedReads.h>
-
-#include <cstring>
 
 namespace kelm
 {
 
-using text::Cursor;
 using text::FastCursor;
+using text::Place;
 
 namespace
 {
 
 constexpr ConstStringZ s_sourceFile = "src/ParseDataSource";
-
-template <class T>
-void Store(void* data, T value)
-{
-    std::memcpy(data, &value, sizeof value);
-}
 
 // IsPathSuffix for a written name that ReadPath has normalised. Where the full name is normalised too, as registered
 // names are, the bytes tell without a list of segments.
@@ -87,119 +77,7 @@ ptr<IObject> DataSourceReader::ReadObject(ConstStringZ className)
 
 // --- Scalars and texts -----------------------------------------------------------------------------------------------
 
-namespace
-{
-
-// What stands between two elements: true at the closing bracket, which is consumed, and past a comma otherwise.
-[[gnu::always_inline]] inline bool PassEndOrComma(Cursor& cursor)
-{
-    const bool isEnd = cursor.Is(TOKEN_RIGHT_SQUARE);
-    if (!isEnd && !cursor.Is(TOKEN_COMMA)) [[unlikely]]
-        cursor.ThrowExpected(",");
-    cursor.NextHere();
-    return isEnd;
-}
-
-// How the values of a type that does not nest are read.
-struct SimpleReader
-{
-    // One value, into place; nothing is stored when it throws.
-    void (*m_readValue)(Cursor& cursor, void* data) = nullptr;
-
-    // The elements of a vector, in a loop that does not look at the type again. An element is there, and zero, before
-    // its value is read.
-    void (*m_readElements)(Cursor& cursor, VectorOfByte& vector) = nullptr;
-};
-
-template <class T, T (*Read)(Cursor&)>
-struct ScalarReading
-{
-    static void ReadValue(Cursor& cursor, void* data) { Store(data, Read(cursor)); }
-
-    static void ReadElements(Cursor& cursor, VectorOfByte& vector)
-    {
-        do
-        {
-            char* const element = vector.Extend(sizeof(T));
-            Store(element, T());
-            Store(element, Read(cursor));
-        } while (!PassEndOrComma(cursor));
-    }
-};
-
-template <class T>
-struct NumberReading
-{
-    static void ReadValue(Cursor& cursor, void* data) { Store(data, text::ReadNumber<T>(cursor)); }
-
-    static void ReadElements(Cursor& home, VectorOfByte& vector)
-    {
-        FastCursor cursor(home);
-        bool isNegative = false;
-        bool isEnd = false;
-        do
-        {
-            char* const element = vector.Extend(sizeof(T));
-            Store(element, T());
-            T value;
-            if (text::TryConvert(cursor.GetKind(), cursor.GetNumber(), cursor.GetText(), isNegative, value)) [[likely]]
-                cursor.Next();
-            else
-                value = ReadUnusual(cursor, isNegative);
-            Store(element, value);
-            isNegative = false;
-            if (cursor.Is(TOKEN_COMMA)) [[likely]]
-                PassComma(cursor, isNegative);
-            else
-                cursor.AtHome([&](Cursor& c) { isEnd = PassEndOrComma(c); });
-        } while (!isEnd);
-        cursor.Store();
-    }
-
-private:
-    [[gnu::always_inline]] static void PassComma(FastCursor& cursor, bool& isNegative)
-    {
-        if constexpr (text::s_hasSign<T>)
-            isNegative = cursor.NextPastMinus();
-        else
-            cursor.Next();
-    }
-
-    [[gnu::always_inline]] static T ReadUnusual(FastCursor& cursor, bool isNegative)
-    {
-        T value;
-        cursor.AtHome(
-            [&](Cursor& c)
-            {
-                const bool hasMinus = isNegative || (text::s_hasSign<T> && text::PassSign(c));
-                value = text::ReadNumber<T>(c, hasMinus);
-            });
-        return value;
-    }
-};
-
-template <class T, void (*Read)(Cursor&, T&)>
-struct TextReading
-{
-    static void ReadValue(Cursor& cursor, void* data) { Read(cursor, *static_cast<T*>(data)); }
-
-    static void ReadElements(Cursor& cursor, VectorOfByte& vector)
-    {
-        do
-        {
-            char* const element = vector.Extend(sizeof(T));
-            Read(cursor, *::new (static_cast<void*>(element)) T);
-        } while (!PassEndOrComma(cursor));
-    }
-};
-
-// A 16-bit character is written as an 8-bit one.
-char16_t ReadChar16(Cursor& cursor)
-{
-    return static_cast<char16_t>(static_cast<int16>(static_cast<signed char>(text::ReadChar(cursor))));
-}
-
-void ReadString16(Cursor& cursor, xstring16& dst)
+void ReadText16(text::Cursor& cursor, xstring16& dst)
 {
     xstring src;
     text::ReadString(cursor, src);
@@ -207,55 +85,20 @@ void ReadString16(Cursor& cursor, xstring16& dst)
         ThrowKelmAssertionError("Utf16FromUtf8(dst,src)", s_sourceFile, __LINE__);
 }
 
-struct SimpleRow
+namespace
 {
-    ETypeByteCode m_code;
-    SimpleReader m_reader;
-};
 
-template <class T, T (*Read)(Cursor&)>
-constexpr SimpleReader s_scalar = {ScalarReading<T, Read>::ReadValue, ScalarReading<T, Read>::ReadElements};
-template <class T>
-constexpr SimpleReader s_number = {NumberReading<T>::ReadValue, NumberReading<T>::ReadElements};
-template <class T, void (*Read)(Cursor&, T&)>
-constexpr SimpleReader s_text = {TextReading<T, Read>::ReadValue, TextReading<T, Read>::ReadElements};
-
-constexpr SimpleRow s_simpleRows[] = {
-    {FT_BOOL, s_scalar<bool, text::ReadBool>},
-    {FT_INT8, s_number<int8>},
-    {FT_INT16, s_number<int16>},
-    {FT_INT32, s_number<int32>},
-    {FT_INT64, s_number<int64>},
-    {FT_UINT8, s_number<uint8>},
-    {FT_UINT16, s_number<uint16>},
-    {FT_UINT32, s_number<uint32>},
-    {FT_UINT64, s_number<uint64>},
-    {FT_FLOAT32, s_number<float32>},
-    {FT_FLOAT64, s_number<float64>},
-    {FT_CHAR8, s_scalar<xchar, text::ReadChar>},
-    {FT_CHAR16, s_scalar<char16_t, ReadChar16>},
-    {FT_STRING8, s_text<xstring, text::ReadString>},
-    {FT_STRING16, s_text<xstring16, ReadString16>},
-};
-
-struct SimpleReaders
+// Of a simple type; false, with nothing done, for any other.
+bool TryReadSimple(text::Cursor& cursor, ETypeByteCode code, void* data)
 {
-    SimpleReader m_readers[FT_STRING16 + 1] = {};
-
-    constexpr SimpleReaders()
-    {
-        for (const SimpleRow& row : s_simpleRows)
-            m_readers[row.m_code] = row.m_reader;
-    }
-};
-
-constexpr SimpleReaders s_simpleReaders;
-
-// The reader of a simple type; null functions for every other.
-const SimpleReader& GetSimpleReader(ETypeByteCode code)
-{
-    static constexpr SimpleReader s_none;
-    return code <= FT_STRING16 ? s_simpleReaders.m_readers[code] : s_none;
+    return WithSimpleType(
+        code,
+        [&](auto type)
+        {
+            type.Read(cursor, data);
+            return true;
+        },
+        [] { return false; });
 }
 
 } // namespace
@@ -265,8 +108,8 @@ void DataSourceReader::ReadEnumeratorByNumber(const ReflectedEnum& r, void* data
     const int32 value = m_cursor.GetToken().GetLiteralInt32();
     if (FindEnumeratorByValue(r, value) < 0)
         ThrowUnknown("value", NumberText(value), "enum", r.m_name);
-    m_cursor.Next();
     Store(data, value);
+    m_cursor.Next();
 }
 
 void DataSourceReader::ReadEnumerator(const ReflectedEnum& r, void* data)
@@ -299,15 +142,13 @@ void DataSourceReader::ReadVariable(const ReflectionByteCode& type, void* data)
     ReadValue(type, data);
 }
 
-[[gnu::always_inline]] inline void DataSourceReader::ReadValue(const ReflectionByteCode& type, void* data)
+void DataSourceReader::ReadValue(const ReflectionByteCode& type, void* data)
 {
     KELM_ASSERT(type.m_bc);
-    if (const auto readValue = GetSimpleReader(type.GetCode()).m_readValue)
-        return readValue(m_cursor, data);
-    ReadNested(type, data);
+    if (!TryReadSimple(m_cursor, type.GetCode(), data))
+        ReadNested(type, data);
 }
 
-// Whatever nests passes here, or ReadClass.
 void DataSourceReader::ReadNested(ReflectionByteCode type, void* data)
 {
     if (IsStackLow())
@@ -315,8 +156,8 @@ void DataSourceReader::ReadNested(ReflectionByteCode type, void* data)
     if (!IsUnderlying(type.GetCode()))
     {
         type.AdvanceToUnderlyingType2For(s_sourceFile);
-        if (const auto readValue = GetSimpleReader(type.GetCode()).m_readValue)
-            return readValue(m_cursor, data);
+        if (TryReadSimple(m_cursor, type.GetCode(), data))
+            return;
     }
     ReadUnderlying(type, data);
 }
@@ -369,20 +210,102 @@ void DataSourceReader::ReadPersistentReference(prefbase& reference)
     reference.Set(persistable);
 }
 
+// --- Values behind an operator ---------------------------------------------------------------------------------------
+//
+// Behind "=", "[", "(" and "," most values are read in registers, the others by the cursor, from the operator on.
+
+Place DataSourceReader::ReadUnusual(SubString op, const ReflectionByteCode& type, void* data)
+{
+    m_cursor.NextBehind(op);
+    ReadValue(type, data);
+    return m_cursor.GetPlace();
+}
+
+inline bool DataSourceReader::TryReadEnumerator(FastCursor& cursor, const ReflectedEnum& r, void* data)
+{
+    const text::Found found = text::FindName(cursor.FindNext(), cursor.GetEnd());
+    if (found.m_past == nullptr) [[unlikely]]
+        return false;
+    const int32 i = FindEnumerator(r, {found.m_last, found.m_past});
+    if (i < 0 || !cursor.TryMove(found.m_last, found.m_past)) [[unlikely]]
+        return false;
+    Store(data, r.GetValue(i));
+    return true;
+}
+
+// A nested value that begins with a bracket, or an enumerator.
+[[gnu::always_inline]] inline bool DataSourceReader::TryReadNesting(FastCursor& cursor, const ReflectionByteCode& type,
+                                                                    char* data)
+{
+    const char* const next = cursor.FindNext();
+    const char bracket = next != cursor.GetEnd() ? *next : '\0';
+    const SubString op(next, next + 1);
+    switch (type.GetCode())
+    {
+    case FT_CLASS:
+    {
+        if (bracket != '{')
+            return false;
+        const ReflectedClass* const rc = type.GetReflectedClass();
+        if (rc == nullptr) [[unlikely]]
+            return false;
+        cursor.Load(ReadMembers(op, ClassShape(*rc), data));
+        return true;
+    }
+    case FT_VECTOR:
+    case FT_DYNARRAY:
+        if (bracket != '[') [[unlikely]]
+            return false;
+        cursor.Load(ReadElements(op, type.GetTypeBehindByte(), *reinterpret_cast<VectorOfByte*>(data)));
+        return true;
+    case FT_ENUM:
+    {
+        const ReflectedEnum* const r = type.GetReflectedEnum();
+        return r != nullptr && TryReadEnumerator(cursor, *r, data);
+    }
+    default: return false;
+    }
+}
+
+[[gnu::always_inline]] inline void DataSourceReader::ReadBehind(FastCursor& cursor, const ReflectionByteCode& type,
+                                                                char* data)
+{
+    const bool isRead =
+        type.m_bc != nullptr &&
+        WithSimpleType(
+            type.GetCode(),
+            [&](auto simple) { return simple.TryRead(cursor, [data] { return static_cast<void*>(data); }); },
+            [&] { return TryReadNesting(cursor, type, data); });
+    if (!isRead) [[unlikely]]
+        cursor.Load(ReadUnusual(cursor.GetOperator(), type, data));
+}
+
+// The same where it need not be inlined.
+Place DataSourceReader::ReadOneBehind(FastCursor cursor, const ReflectionByteCode& type, char* data)
+{
+    ReadBehind(cursor, type, data);
+    return cursor.GetPlace();
+}
+
 // --- Class bodies ----------------------------------------------------------------------------------------------------
 
-DataSourceReader::ClassShape::ClassShape(const ReflectedClass& rc)
-    : m_rc(rc)
-    , m_model(FindClassModel(rc))
-    , m_index(m_model.m_class != nullptr ? GetFieldIndex(*m_model.m_class) : nullptr)
+DataSourceReader::ClassShape::ClassShape(const ReflectedClass& rc) : m_rc(rc), m_model(FindClassModel(rc))
 {
+    static constexpr KnownText s_noName;
+    const FieldIndex* const index = m_model.m_class != nullptr ? GetFieldIndex(*m_model.m_class) : nullptr;
+    m_names = index != nullptr ? index->GetPresentModelNames() : &s_noName;
+    m_numNames = index != nullptr ? m_model.m_class->m_numModelFields : 0;
+}
+
+ReflectionByteCode DataSourceReader::ClassShape::GetModelType(ssize_t i) const
+{
+    const ReflectedModelField& field = m_model.m_class->m_modelFields[i];
+    return {field.m_bc, m_model.m_class->m_stringTable, field.m_mapOrSetFns};
 }
 
 void DataSourceReader::ReadClass(const ReflectedClass& rc, void* data)
 {
     KELM_ASSERT(data);
-    if (IsStackLow())
-        return CallOnFreshSegment([&] { ReadClass(rc, data); });
     ReadInstance(ClassShape(rc), static_cast<char*>(data));
 }
 
@@ -392,9 +315,9 @@ void DataSourceReader::ReadInstance(const ClassShape& shape, char* data)
     if (m_cursor.Is(TOKEN_IDENTIFIER))
         ReadClassName(shape.m_rc);
     if (m_cursor.Is(TOKEN_LEFT_CURLY))
-        ReadNamedBody(shape, data);
+        m_cursor.MoveTo(ReadMembers(m_cursor.GetOperator(), shape, data));
     else if (m_cursor.Is(TOKEN_LEFT_PAREN))
-        ReadPositionalBody(shape, data);
+        m_cursor.MoveTo(ReadFields(m_cursor.GetOperator(), shape, data));
     else
         m_cursor.ThrowExpected("{");
 }
@@ -406,96 +329,113 @@ void DataSourceReader::ReadClassName(const ReflectedClass& rc)
         m_cursor.Throw("Expected ", rc.m_name, " when read ", written);
 }
 
-void DataSourceReader::ReadPositionalBody(const ClassShape& shape, char* data)
+// A positional body.
+Place DataSourceReader::ReadFields(SubString parenthesis, const ClassShape& shape, char* data)
 {
-    m_cursor.Next();
+    if (IsStackLow())
+    {
+        Place behind;
+        CallOnFreshSegment([&, parenthesis, data] { behind = ReadFields(parenthesis, shape, data); });
+        return behind;
+    }
+    FastCursor cursor(m_cursor, parenthesis);
     bool isFirst = true;
-    const auto passSeparator = [&]
+    const auto read = [&](const ReflectionByteCode& type, char* field)
     {
         if (!isFirst)
-            m_cursor.Pass(TOKEN_COMMA, ",");
+            cursor.TakeOperatorOrThrow<','>();
         isFirst = false;
+        cursor.Load(ReadOneBehind(cursor, type, field));
     };
     if (shape.m_model.m_class != nullptr)
         for (ssize_t i = 0; i < GetModelFieldCount(*shape.m_model.m_class); ++i)
-            if (IsPresent(shape.m_model.m_class->m_modelFields[i]))
-            {
-                passSeparator();
-                ReadModelField(shape, i, data);
-            }
+            if (const ReflectedModelField& field = shape.m_model.m_class->m_modelFields[i]; IsPresent(field))
+                read(shape.GetModelType(i), data + shape.m_model.m_offset + field.m_offset);
     for (ssize_t i = 0; i < GetOrdinaryFieldCount(shape.m_rc); ++i)
-    {
-        passSeparator();
-        ReadOrdinaryField(shape, i, data);
-    }
-    m_cursor.Pass(TOKEN_RIGHT_PAREN, ")");
+        read(shape.GetOrdinaryType(i), data + shape.m_rc.m_fields[i].m_offset);
+    if (isFirst)
+        cursor.MovePastOperator();
+    cursor.TakeOperatorOrThrow<')'>();
+    cursor.MovePastOperator();
+    return cursor.GetPlace();
 }
 
-// Members are looked for behind the last one first: in declaration order each is found with one comparison.
-void DataSourceReader::ReadNamedBody(const ClassShape& shape, char* data)
+// A named body. Members are looked for behind the last one first: in declaration order each is found with one
+// comparison, and where its name ends is known with it.
+Place DataSourceReader::ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data)
 {
-    static constexpr KnownText s_noName;
-    const KnownText* const names = shape.m_index != nullptr ? shape.m_index->GetPresentModelNames() : &s_noName;
-    ssize_t nextModelField = 0;
+    if (IsStackLow())
+    {
+        Place behind;
+        CallOnFreshSegment([=, this, &shape, &behind] { behind = ReadMembers(curlyBracket, shape, data); });
+        return behind;
+    }
+    FastCursor cursor(m_cursor, curlyBracket);
+    cursor.MovePastOperator();
+    const KnownText* expected = shape.m_names;
     ssize_t nextField = 0;
-    m_cursor.NextHere();
-    while (!m_cursor.Is(TOKEN_RIGHT_CURLY))
+    while (true)
     {
-        if (!m_cursor.Is(TOKEN_IDENTIFIER)) [[unlikely]]
-            m_cursor.ThrowExpected("identifier");
-        const SubString name = m_cursor.GetText();
-        if (names[shape.m_index != nullptr ? nextModelField : 0].Is(name, m_cursor.m_end)) [[likely]]
+        const char* const past = expected->FindEnd(cursor.GetStart(), cursor.GetEnd());
+        if (past != nullptr && (past == cursor.GetEnd() || !HasProperty(*past, text::CHAR_IDENTIFIER))) [[likely]]
         {
-            if (!m_cursor.TryNextHerePast<'='>()) [[unlikely]]
-                PassNameAndEqual();
-            ReadModelField(shape, nextModelField, data);
-            ++nextModelField;
+            if (!cursor.TryTakeOperatorBehind<'='>(past)) [[unlikely]]
+            {
+                PassName(cursor);
+                cursor.LoadOperator();
+            }
+            const ssize_t i = expected++ - shape.m_names;
+            const ReflectedModelField& field = shape.m_model.m_class->m_modelFields[i];
+            ReadBehind(cursor, shape.GetModelType(i), data + shape.m_model.m_offset + field.m_offset);
+            continue;
         }
-        else
-            ReadMemberOutOfOrder(shape, data, nextModelField, nextField);
+        if (cursor.IsAt<'}'>())
+            break;
+        const FoundField found = FindField(cursor, shape, expected - shape.m_names, nextField);
+        cursor.LoadOperator();
+        if (found.m_nextModelField <= shape.m_numNames)
+            expected = shape.m_names + found.m_nextModelField;
+        nextField = found.m_nextField;
+        cursor.Load(ReadOneBehind(cursor, found.m_type, data + found.m_offset));
     }
-    m_cursor.NextHere();
+    cursor.TakeOperator<'}'>();
+    cursor.MovePastOperator();
+    return cursor.GetPlace();
 }
 
-void DataSourceReader::PassNameAndEqual()
+// To the equals sign behind the name at which the cursor is.
+void DataSourceReader::PassName(const FastCursor& cursor)
 {
-    m_cursor.Next();
-    m_cursor.Pass(TOKEN_EQUAL, "=");
+    cursor.GoHome().Next();
+    if (!m_cursor.Is(TOKEN_EQUAL))
+        m_cursor.ThrowExpected("=");
 }
 
-// The fields that are expected next follow the one that is found.
-void DataSourceReader::ReadMemberOutOfOrder(const ClassShape& shape, char* data, ssize_t& nextModelField,
-                                            ssize_t& nextField)
+// The field whose name is at the cursor, which is taken past it, to the equals sign. Those expected next follow it.
+DataSourceReader::FoundField DataSourceReader::FindField(const FastCursor& cursor, const ClassShape& shape,
+                                                         ssize_t nextModelField, ssize_t nextField)
 {
-    const SubString name = m_cursor.GetText();
-    m_cursor.Next();
+    const SubString name = text::ReadIdentifier(cursor.GoHome());
     const ReflectedClass* const model = shape.m_model.m_class;
+    FoundField found{{}, 0, nextModelField, nextField};
     if (const ssize_t i = model != nullptr ? FindPresentModelField(*model, name, nextModelField) : -1; i >= 0)
     {
-        m_cursor.Pass(TOKEN_EQUAL, "=");
-        ReadModelField(shape, i, data);
-        nextModelField = i + 1;
-        return;
+        found.m_type = shape.GetModelType(i);
+        found.m_offset = shape.m_model.m_offset + model->m_modelFields[i].m_offset;
+        found.m_nextModelField = i + 1;
     }
-    const ssize_t i = FindOrdinaryField(shape.m_rc, name, nextField);
-    if (i < 0)
-        ThrowUnknown("member", name, "class", shape.m_rc.m_name);
-    m_cursor.Pass(TOKEN_EQUAL, "=");
-    ReadOrdinaryField(shape, i, data);
-    nextField = i + 1;
-}
-
-[[gnu::always_inline]] inline void DataSourceReader::ReadModelField(const ClassShape& shape, ssize_t i, char* data)
-{
-    const ReflectedModelField& field = shape.m_model.m_class->m_modelFields[i];
-    ReadValue({field.m_bc, shape.m_model.m_class->m_stringTable, field.m_mapOrSetFns},
-              data + shape.m_model.m_offset + field.m_offset);
-}
-
-inline void DataSourceReader::ReadOrdinaryField(const ClassShape& shape, ssize_t i, char* data)
-{
-    const ReflectedField& field = shape.m_rc.m_fields[i];
-    ReadValue({field.m_bc, shape.m_rc.m_stringTable, nullptr}, data + field.m_offset);
+    else
+    {
+        const ssize_t f = FindOrdinaryField(shape.m_rc, name, nextField);
+        if (f < 0)
+            ThrowUnknown("member", name, "class", shape.m_rc.m_name);
+        found.m_type = shape.GetOrdinaryType(f);
+        found.m_offset = shape.m_rc.m_fields[f].m_offset;
+        found.m_nextField = f + 1;
+    }
+    if (!m_cursor.Is(TOKEN_EQUAL))
+        m_cursor.ThrowExpected("=");
+    return found;
 }
 
 // --- Lists -----------------------------------------------------------------------------------------------------------
@@ -517,60 +457,121 @@ void DataSourceReader::ReadArray(const ReflectionByteCode& elementType, ssize_t 
     if (size > 0)
         KELM_ASSERT(data);
     const ssize_t elementSize = elementType.GetTypeSize();
-    m_cursor.Pass(TOKEN_LEFT_SQUARE, "[");
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    FastCursor cursor(m_cursor, m_cursor.GetOperator());
     for (ssize_t i = 0; i < size; ++i)
     {
         if (i > 0)
-            m_cursor.Pass(TOKEN_COMMA, ",");
-        ReadValue(elementType, static_cast<char*>(data) + i * elementSize);
+            cursor.TakeOperatorOrThrow<','>();
+        cursor.Load(ReadOneBehind(cursor, elementType, static_cast<char*>(data) + i * elementSize));
     }
-    m_cursor.Pass(TOKEN_RIGHT_SQUARE, "]");
+    if (size == 0)
+        cursor.MovePastOperator();
+    cursor.TakeOperatorOrThrow<']'>();
+    cursor.MovePastOperator();
+    cursor.GoHome();
+}
+
+void DataSourceReader::ReadVector(const ReflectionByteCode& elementType, VectorOfByte& vector)
+{
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    m_cursor.MoveTo(ReadElements(m_cursor.GetOperator(), elementType, vector));
 }
 
 // Each kind of element has a loop that looks at its type once.
-void DataSourceReader::ReadVector(const ReflectionByteCode& elementType, VectorOfByte& vector)
+Place DataSourceReader::ReadElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector)
 {
-    if (!PassListStart())
-        return;
+    FastCursor cursor(m_cursor, bracket);
+    if (const char* const next = cursor.FindNext(); next != cursor.GetEnd() && *next == ']')
+    {
+        cursor.Move(next, next + 1);
+        return cursor.GetPlace();
+    }
     ReflectionByteCode type = elementType;
-    if (GetSimpleReader(type.GetCode()).m_readElements == nullptr)
+    if (!IsSimple(type.GetCode()) && !IsUnderlying(type.GetCode()))
+    {
+        cursor.GoHomeToNext();
         type.AdvanceToUnderlyingType2();
-    if (const auto readElements = GetSimpleReader(type.GetCode()).m_readElements)
-        return readElements(m_cursor, vector);
-    if (const ReflectedClass* const rc = type.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
-        return ReadInstances(*rc, vector);
-    if (const ReflectedEnum* const r = type.GetReflectedEnum())
-        return ReadEnumerators(*r, vector);
-    ReadElements(type, vector);
+    }
+    return WithSimpleType(
+        type.GetCode(), [&](auto simple) { return ReadElementsOf<decltype(simple)>(m_cursor, bracket, vector); },
+        [&]
+        {
+            if (const ReflectedClass* const rc = type.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
+                return ReadInstances(bracket, *rc, vector);
+            if (const ReflectedEnum* const r = type.GetReflectedEnum())
+                return ReadEnumerators(bracket, *r, vector);
+            return ReadOthers(bracket, type, vector);
+        });
 }
 
-void DataSourceReader::ReadInstances(const ReflectedClass& rc, VectorOfByte& vector)
+Place DataSourceReader::ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector)
 {
     const ClassShape shape(rc);
+    FastCursor cursor(m_cursor, bracket);
     do
     {
+        cursor.GoHomeToNext();
         m_cursor.Show();
-        ReadInstance(shape, static_cast<char*>(PushBackDefaultConstructedInstance(rc, vector)));
-    } while (!PassEndOrComma(m_cursor));
+        char* const instance = static_cast<char*>(PushBackDefaultConstructedInstance(rc, vector));
+        if (m_cursor.Is(TOKEN_LEFT_CURLY)) [[likely]]
+            cursor.Load(ReadMembers(m_cursor.GetOperator(), shape, instance));
+        else
+        {
+            ReadInstance(shape, instance);
+            cursor.Load();
+        }
+    } while (cursor.TakeCommaOrPassEnd<']'>());
+    return cursor.GetPlace();
 }
 
-void DataSourceReader::ReadEnumerators(const ReflectedEnum& r, VectorOfByte& vector)
+Place DataSourceReader::ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector)
 {
+    FastCursor cursor(m_cursor, bracket);
     do
     {
-        char* const element = vector.Extend(sizeof(int32));
-        Store(element, int32());
-        ReadEnumerator(r, element);
-    } while (!PassEndOrComma(m_cursor));
+        int32 value = 0;
+        if (TryReadEnumerator(cursor, r, &value)) [[likely]]
+            Store(vector.Extend(sizeof value), value);
+        else
+        {
+            cursor.GoHomeToNext();
+            char* const element = vector.Extend(sizeof value);
+            Store(element, value);
+            ReadEnumerator(r, element);
+            cursor.Load();
+        }
+    } while (cursor.TakeCommaOrPassEnd<']'>());
+    return cursor.GetPlace();
 }
 
-void DataSourceReader::ReadElements(const ReflectionByteCode& type, VectorOfByte& vector)
+// Lists in lists need nothing to be constructed; whatever else there is comes seldom.
+Place DataSourceReader::ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector)
 {
+    if (IsStackLow())
+    {
+        Place behind;
+        CallOnFreshSegment([=, this, &vector, &behind] { behind = ReadOthers(bracket, type, vector); });
+        return behind;
+    }
+    FastCursor cursor(m_cursor, bracket);
     do
     {
+        const char* const next = cursor.FindNext();
+        if (type.GetCode() == FT_VECTOR && next != cursor.GetEnd() && *next == '[')
+        {
+            auto* const element = ::new (static_cast<void*>(vector.Extend(sizeof(VectorOfByte)))) VectorOfByte;
+            cursor.Load(ReadElements({next, next + 1}, type.GetTypeBehindByte(), *element));
+            continue;
+        }
+        cursor.GoHomeToNext();
         m_cursor.Show();
         ReadValue(type, PushBackDefaultConstructedElementOntoReflectedVector(type, &vector));
-    } while (!PassEndOrComma(m_cursor));
+        cursor.Load();
+    } while (cursor.TakeCommaOrPassEnd<']'>());
+    return cursor.GetPlace();
 }
 
 // --- Maps ------------------------------------------------------------------------------------------------------------
@@ -618,13 +619,16 @@ void DataSourceReader::ReadMap(const ReflectionByteCode& mapType, void* map)
 
     if (!PassListStart())
         return;
-    do
+    while (true)
     {
         ReadValue(keyType, key);
         m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
         m_cursor.Show();
         ReadValue(payloadType, mapFns.Insert(map, key));
-    } while (!PassEndOrComma(m_cursor));
+        if (m_cursor.Is(TOKEN_RIGHT_SQUARE))
+            return m_cursor.Next();
+        m_cursor.Pass(TOKEN_COMMA, ",");
+    }
 }
 
 // --- Variants --------------------------------------------------------------------------------------------------------

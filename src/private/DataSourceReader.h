@@ -10,12 +10,17 @@
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/xvector.h>
 
+namespace kelm::text
+{
+class FastCursor;
+}
+
 namespace kelm
 {
 
-struct FieldIndex;
 struct ForeignTextFns;
 struct ForeignType;
+struct KnownText;
 class prefbase;
 
 // Reads with a cursor of its own over the parser's text. The parser's members are as its users know them whenever
@@ -45,8 +50,26 @@ private:
 
         const ReflectedClass& m_rc;
         ClassModel m_model;
-        const FieldIndex* m_index; // of the model; null where it has none
+        const KnownText* m_names; // of the model's fields, and one that is none behind them
+        ssize_t m_numNames;
+
+        ReflectionByteCode GetModelType(ssize_t i) const;
+        ReflectionByteCode GetOrdinaryType(ssize_t i) const
+        {
+            return {m_rc.m_fields[i].m_bc, m_rc.m_stringTable, nullptr};
+        }
     };
+
+    // A field of a class, and those that are expected behind it.
+    struct FoundField
+    {
+        ReflectionByteCode m_type;
+        ssize_t m_offset;
+        ssize_t m_nextModelField;
+        ssize_t m_nextField;
+    };
+
+    // --- From the cursor's current token on
 
     void ReadValue(const ReflectionByteCode& type, void* data);
     void ReadNested(ReflectionByteCode type, void* data);
@@ -59,20 +82,28 @@ private:
     void ReadEnumerator(const ReflectedEnum& r, void* data);
     void ReadEnumeratorByNumber(const ReflectedEnum& r, void* data);
     void ReadPersistentReference(prefbase& reference);
-
     void ReadInstance(const ClassShape& shape, char* data);
     void ReadClassName(const ReflectedClass& rc);
-    void ReadPositionalBody(const ClassShape& shape, char* data);
-    void ReadNamedBody(const ClassShape& shape, char* data);
-    void ReadMemberOutOfOrder(const ClassShape& shape, char* data, ssize_t& nextModelField, ssize_t& nextField);
-    void PassNameAndEqual();
-    void ReadModelField(const ClassShape& shape, ssize_t i, char* data);
-    void ReadOrdinaryField(const ClassShape& shape, ssize_t i, char* data);
-
     bool PassListStart();
-    void ReadEnumerators(const ReflectedEnum& r, VectorOfByte& vector);
-    void ReadInstances(const ReflectedClass& rc, VectorOfByte& vector);
-    void ReadElements(const ReflectionByteCode& type, VectorOfByte& vector);
+
+    // --- From an operator on that the cursor need not have come to, and back to the place behind what is read
+
+    text::Place ReadUnusual(SubString op, const ReflectionByteCode& type, void* data);
+    bool TryReadEnumerator(text::FastCursor& cursor, const ReflectedEnum& r, void* data);
+    bool TryReadNesting(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
+    void ReadBehind(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
+    text::Place ReadOneBehind(text::FastCursor cursor, const ReflectionByteCode& type, char* data);
+
+    text::Place ReadFields(SubString parenthesis, const ClassShape& shape, char* data);
+    text::Place ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data);
+    void PassName(const text::FastCursor& cursor);
+    FoundField FindField(const text::FastCursor& cursor, const ClassShape& shape, ssize_t nextModelField,
+                         ssize_t nextField);
+
+    text::Place ReadElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector);
+    text::Place ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector);
+    text::Place ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector);
+    text::Place ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector);
 
     [[noreturn]] void ThrowUnknown(ConstStringZ what, SubString written, ConstStringZ container,
                                    ConstStringZ name) const;

@@ -220,7 +220,11 @@ TEST_F(EnumerationValues, KeepTheirValueWhereTheTextFails)
     Fill(s, "{ color = Green }");
     EXPECT_ANY_THROW(Fill(s, "{ color = 3 }"));
     EXPECT_ANY_THROW(Fill(s, "{ color = Blue }"));
+    EXPECT_ANY_THROW(Fill(s, "{ color = Red \xFF }"));
     EXPECT_EQ(s.m_color, 5);
+    // A number is stored before the token behind it is looked at.
+    EXPECT_ANY_THROW(Fill(s, "{ color = 1 \xFF }"));
+    EXPECT_EQ(s.m_color, 1);
 }
 
 // --- Qualifiers, typedefs, metadata ----------------------------------------------------------------------------------

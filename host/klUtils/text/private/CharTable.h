@@ -33,6 +33,7 @@ enum CharProperty : uint8
     CHAR_SPACE = 8,
     CHAR_IN_NUMBER = 16,   // what can follow a digit in a number: the identifier characters and the point
     CHAR_IN_OPERATOR = 32, // what can follow the first character of an operator, or a slash that begins a comment
+    CHAR_SURE_START = 64,  // what begins a token whatever follows: no number, quoted literal or comment
 };
 
 struct CharTable
@@ -62,6 +63,10 @@ struct CharTable
         for (int c = 0; c < 128; ++c)
             if (IsIdentifierCharacter(static_cast<char>(c)))
                 SetWordCharacter(static_cast<char>(c));
+        for (std::size_t c = 0; c < m_start.size(); ++c)
+            if (c != '/' && (m_start[c] == Start::Identifier || m_start[c] == Start::SingleOperator ||
+                             m_start[c] == Start::Operator))
+                m_properties[c] |= CHAR_SURE_START;
     }
 
 private:

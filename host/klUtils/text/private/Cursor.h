@@ -14,6 +14,13 @@
 namespace kelm::text
 {
 
+// Where a cursor is: the first characters of the current token and of the one before it.
+struct Place
+{
+    const char* m_start;
+    const char* m_previous;
+};
+
 class Cursor
 {
 public:
@@ -45,6 +52,26 @@ public:
         if (!TryNextHere()) [[unlikely]]
             ThrowScanFailure();
     }
+
+    // To the token behind `token`, which becomes the previous one, whatever was before.
+    void NextBehind(SubString token)
+    {
+        m_token.m_start = token.m_p1;
+        m_p = token.m_p2;
+        Next();
+    }
+
+    // To a token that is known to be one, and the one before it.
+    void MoveTo(Place place)
+    {
+        m_token.m_start = place.m_previous;
+        m_p = place.m_start;
+        NextHere();
+    }
+    Place GetPlace() const { return {m_token.m_start, m_previous}; }
+
+    // From the current token, an operator, to the text that is not scanned yet.
+    SubString GetOperator() const { return {m_token.m_start, m_p}; }
 
     // The same, with the end inlined too, behind an operand.
     [[gnu::always_inline]] void NextInExpression()
@@ -122,44 +149,6 @@ public:
         case Start::Operator: return IsLongOperator(*start) ? TryOperator(start) : TryAnyNext();
         default: return TryAnyNext();
         }
-    }
-
-    // Past the current token and the operator behind it, where that is the one of the character C, to the token behind
-    // both; false, with nothing done, where another token comes.
-    template <char C>
-    [[gnu::always_inline]] bool TryNextHerePast()
-    {
-        const char* const start = SkipMostSpace(m_p, m_end);
-        if (m_end - start <= 1 || *start != C || HasProperty(start[1], CHAR_IN_OPERATOR))
-            return false;
-        m_token.m_start = start;
-        m_p = start + 1;
-        NextHere();
-        return true;
-    }
-
-    // To the next token; and where that is a minus directly before a number, past it: whether it was. So negative
-    // numbers in lists are one step like others. What is wrong with the number is left to be found behind the minus.
-    [[gnu::always_inline]] bool NextHerePastMinus()
-    {
-        const char* const minus = SkipSpace(m_p, m_end);
-        if (m_end - minus <= 1 || minus[0] != '-' || !HasProperty(minus[1], CHAR_DIGIT))
-        {
-            NextHere();
-            return false;
-        }
-        const char* const before = m_token.m_start;
-        if (!ScanToken(minus + 1, m_end, false, m_token)) [[unlikely]]
-        {
-            m_previous = before;
-            m_p = minus;
-            ScanToken(minus, m_end, false, m_token);
-            m_p = m_token.m_past;
-            return false;
-        }
-        m_previous = minus;
-        m_p = m_token.m_past;
-        return true;
     }
 
     ScanFailure GetScanFailure() const { return DescribeScanFailure(m_p, m_end, false); }

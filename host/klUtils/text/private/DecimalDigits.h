@@ -58,6 +58,20 @@ struct DigitRun
     return {p, number};
 }
 
+// Up to three digits, found in one word of the four characters at `p`; a null end where there are more.
+[[gnu::always_inline]] inline DigitRun AppendUpToThree(const char* p, uint64 number)
+{
+    const uint32 values = LoadWord<uint32>(p) ^ 0x30303030;
+    const uint32 marks = (values | (values + 0x76767676)) & 0x80808080; // of the first byte that is no digit
+    if (marks == 0)
+        return {nullptr, number};
+    const int bits = std::countr_zero(marks) & ~7;
+    uint32 digits = values << 1 << (31 - bits); // zero bytes before them
+    digits = (digits * (1 + (10 << 8)) >> 8) & 0x00ff00ff;
+    digits = digits * (1 + (100 << 16)) >> 16;
+    return {p + bits / 8, s_integerPowersOfTen[bits / 8] * number + digits};
+}
+
 // Appends the digits that begin at `p` to a number, which wraps where it becomes too large. How many there are decides
 // no branch, since nobody can foresee it, but whether there are more than sixteen.
 [[gnu::always_inline]] inline DigitRun AppendDigits(const char* p, const char* end, uint64 number)
@@ -71,24 +85,36 @@ struct DigitRun
         p += count;
         if (count != s_blockSize)
             return {p, number};
+        if (end - p >= 4)
+            if (const DigitRun run = AppendUpToThree(p, number); run.m_past != nullptr)
+                return run;
     }
     return AppendOneByOne(p, end, number);
 }
 
-// The same where there are often few: up to three are found in one word of four characters.
+// The same where there are often no more than three.
 [[gnu::always_inline]] inline DigitRun AppendFewDigits(const char* p, const char* end, uint64 number)
 {
     if (end - p < 4)
         return AppendOneByOne(p, end, number);
-    const uint32 values = LoadWord<uint32>(p) ^ 0x30303030;
-    const uint32 marks = (values | (values + 0x76767676)) & 0x80808080; // of the first byte that is no digit
+    const DigitRun run = AppendUpToThree(p, number);
+    return run.m_past != nullptr ? run : AppendDigits(p, end, number);
+}
+
+// The same where there are often no more than seven, which are found in one word of eight characters.
+[[gnu::always_inline]] inline DigitRun AppendSomeDigits(const char* p, const char* end, uint64 number)
+{
+    constexpr ssize_t wordSize = 8;
+    if (end - p < wordSize)
+        return AppendOneByOne(p, end, number);
+    constexpr uint64 ones = 0x0101010101010101;
+    const uint64 values = LoadWord<uint64>(p) ^ ones * '0';
+    const uint64 marks = (values | (values + ones * 0x76)) & ones * 0x80; // of the first byte that is no digit
     if (marks == 0)
         return AppendDigits(p, end, number);
     const int bits = std::countr_zero(marks) & ~7;
-    uint32 digits = values << 1 << (31 - bits); // zero bytes before them
-    digits = (digits * (1 + (10 << 8)) >> 8) & 0x00ff00ff;
-    digits = digits * (1 + (100 << 16)) >> 16;
-    return {p + bits / 8, s_integerPowersOfTen[bits / 8] * number + digits};
+    const uint64 digits = values << 1 << (63 - bits); // zero bytes before them
+    return {p + bits / 8, s_integerPowersOfTen[bits / 8] * number + JoinEightDigits(digits)};
 }
 
 } // namespace kelm::text

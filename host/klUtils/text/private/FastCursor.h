@@ -1,120 +1,174 @@
 #pragma once
 
-// FastCursor: a cursor in registers, for loops over lists of numbers.
+// FastCursor: a cursor in registers, for the loops in which data sources are read.
+//
+// It knows where tokens begin and looks at their characters: where the next one is of a kind that can be told at once,
+// and nearly all are, there is no Lexeme to be kept. Whatever else comes is read by the cursor that it was made from,
+// its home, which stands where this one stands as soon as anybody can look at it or something is thrown.
 
 #include <klUtils/text/private/Cursor.h>
 
 namespace kelm::text
 {
 
-// A copy of a cursor whose address nobody is given, so that the compiler can keep it in registers. What is not short
-// and common is done by the cursor that it was made from, which has the current state whenever something is thrown.
+// The character that makes a longer operator of the one of the character C, where there is one only.
+template <char C>
+constexpr char s_continuation = []
+{
+    char found = '\0';
+    int count = 0;
+    for (const OperatorSpelling& row : s_operatorSpellings)
+        if (row.m_text[0] == C && row.m_text[1] != '\0')
+        {
+            found = row.m_text[1];
+            ++count;
+        }
+    return count == 1 ? found : '\0';
+}();
+
+// No function is given its address, so that the compiler can keep it in registers.
 class FastCursor
 {
 public:
-    [[gnu::always_inline]] explicit FastCursor(Cursor& home) : m_home(home) { Load(); }
-
-    EToken GetKind() const { return m_kind; }
-    bool Is(EToken kind) const { return m_kind == kind; }
-    Number GetNumber() const { return {m_digits, m_exponent, m_count}; }
-    SubString GetText() const { return {m_start, m_p}; }
-
-    [[gnu::always_inline]] void Next()
+    // At an operator of the home cursor's text: the current token of both, or one that the home has not come to yet.
+    FastCursor(Cursor& home, SubString op)
+        : m_home(home), m_end(home.m_end), m_start(op.m_p1), m_past(op.m_p2), m_previous(op.m_p1)
     {
-        const char* const start = SkipSpace(m_p, m_end);
-        if (start != m_end) [[likely]]
-        {
-            const Start begin = StartOf(*start);
-            if (begin == Start::SingleOperator)
-                return Set(s_operatorTrie.TokenOf(*start), start, start + 1);
-            if (begin == Start::Digit && TryPassNumber(start))
-                return;
-        }
-        AtHome([](Cursor& home) { home.Next(); });
     }
 
-    // As Cursor has it.
-    [[gnu::always_inline]] bool NextPastMinus()
+    // Where the current token begins.
+    const char* GetStart() const { return m_start; }
+    const char* GetEnd() const { return m_end; }
+    Place GetPlace() const { return {m_start, m_previous}; }
+
+    // Whether the current token is the operator of that one character, which begins no longer one.
+    template <char C>
+    bool IsAt() const
     {
-        const char* const start = SkipSpace(m_p, m_end);
-        if (m_end - start > 1) [[likely]]
-        {
-            const char* const before = m_start;
-            const bool isNegative = *start == '-';
-            const char* const digits = start + isNegative;
-            if (HasProperty(*digits, CHAR_DIGIT) && TryPassNumber(digits)) [[likely]]
-            {
-                m_previous = isNegative ? start : before;
-                return isNegative;
-            }
-        }
-        bool isNegative = false;
-        AtHome([&](Cursor& home) { isNegative = home.NextHerePastMinus(); });
-        return isNegative;
+        static_assert(StartOf(C) == Start::SingleOperator);
+        return m_start != m_end && *m_start == C;
     }
 
-    // Does something with the cursor itself, which may throw.
-    template <class F>
-    [[gnu::always_inline]] void AtHome(F&& f)
+    // --- At an operator that is known: what follows
+
+    // Where the token behind it begins.
+    const char* FindNext() const { return FindToken(m_past, m_end); }
+
+    // The operator, for whoever goes on from there.
+    SubString GetOperator() const { return {m_start, m_past}; }
+
+    // The home cursor, gone to that token; throws where there is none.
+    Cursor& GoHomeToNext() const
     {
-        Store();
-        f(m_home);
-        Load();
+        m_home.NextBehind({m_start, m_past});
+        return m_home;
     }
 
-    // Gives the state back, for good.
-    [[gnu::always_inline]] void Store() const
+    // --- To the token behind what has been read up to `past`, whose last token begins at `last`
+    //
+    // False, with nothing done, where characters follow that might form no token.
+    [[gnu::always_inline]] bool TryMove(const char* last, const char* past)
     {
-        m_home.m_token.m_kind = m_kind;
-        m_home.m_token.m_start = m_start;
-        m_home.m_token.m_past = m_p;
-        m_home.m_token.m_digits = m_digits;
-        m_home.m_token.m_exponent = m_exponent;
-        m_home.m_token.m_count = m_count;
-        m_home.m_previous = m_previous;
-        m_home.m_p = m_p;
-    }
-
-private:
-    [[gnu::always_inline]] void Load()
-    {
-        m_kind = m_home.m_token.m_kind;
-        m_start = m_home.m_token.m_start;
-        m_digits = m_home.m_token.m_digits;
-        m_exponent = m_home.m_token.m_exponent;
-        m_count = m_home.m_token.m_count;
-        m_previous = m_home.m_previous;
-        m_p = m_home.m_p;
-        m_end = m_home.m_end;
-    }
-    [[gnu::always_inline]] void Set(EToken kind, const char* start, const char* past)
-    {
-        m_previous = m_start;
-        m_kind = kind;
-        m_start = start;
-        m_p = past;
-    }
-    [[gnu::always_inline]] bool TryPassNumber(const char* start)
-    {
-        const ScannedNumber scanned = ScanNumberHere(start, m_end);
-        if (scanned.m_past == nullptr) [[unlikely]]
+        const char* const next = FindToken(past, m_end);
+        if (next != m_end && !HasProperty(*next, CHAR_SURE_START)) [[unlikely]]
             return false;
-        m_digits = scanned.m_digits;
-        m_exponent = scanned.m_exponent;
-        m_count = scanned.m_count;
-        Set(scanned.m_kind, start, scanned.m_past);
+        m_start = next;
+        m_previous = last;
         return true;
     }
 
+    // The same for any characters; throws where they form no token.
+    [[gnu::always_inline]] void Move(const char* last, const char* past)
+    {
+        if (TryMove(last, past)) [[likely]]
+            return;
+        m_home.NextBehind({last, past});
+        Load();
+    }
+
+    // Past the operator that it is known to be at.
+    [[gnu::always_inline]] void MovePastOperator() { Move(m_start, m_past); }
+
+    // --- The current token is an operator of one character, or is to be one
+
+    // Takes it for the operator of the character C that it is.
+    template <char C>
+    void TakeOperator()
+    {
+        static_assert(StartOf(C) == Start::SingleOperator);
+        m_past = m_start + 1;
+    }
+
+    // The same where another token may be; throws there.
+    template <char C>
+    [[gnu::always_inline]] void TakeOperatorOrThrow()
+    {
+        static constexpr char s_text[] = {C, '\0'};
+        if (!IsAt<C>()) [[unlikely]]
+            GoHome().ThrowExpected(s_text);
+        TakeOperator<C>();
+    }
+
+    // To the operator of the character C behind what ends at `past`, where that is what follows.
+    template <char C>
+    [[gnu::always_inline]] bool TryTakeOperatorBehind(const char* past)
+    {
+        static_assert(s_continuation<C> != '\0');
+        const char* const next = SkipSpace(past, m_end);
+        if (m_end - next <= 1 || *next != C || next[1] == s_continuation<C>) [[unlikely]]
+            return false;
+        m_start = next;
+        m_past = next + 1;
+        return true;
+    }
+
+    // Behind an element of a list: at the comma, which it is known to be at then; or past the closing bracket, and
+    // false. Throws where neither comes.
+    template <char Bracket>
+    [[gnu::always_inline]] bool TakeCommaOrPassEnd()
+    {
+        if (IsAt<','>()) [[likely]]
+        {
+            TakeOperator<','>();
+            return true;
+        }
+        if (!IsAt<Bracket>()) [[unlikely]]
+            GoHome().ThrowExpected(",");
+        TakeOperator<Bracket>();
+        MovePastOperator();
+        return false;
+    }
+
+    // --- Home and back
+
+    // The home cursor, gone to the current token.
+    Cursor& GoHome() const
+    {
+        m_home.MoveTo(GetPlace());
+        return m_home;
+    }
+
+    // To where the home cursor or another one has come.
+    void Load(Place place)
+    {
+        m_start = place.m_start;
+        m_previous = place.m_previous;
+    }
+    void Load() { Load(m_home.GetPlace()); }
+
+    // The same for an operator.
+    void LoadOperator()
+    {
+        m_start = m_home.m_token.m_start;
+        m_past = m_home.m_p;
+    }
+
+private:
     Cursor& m_home;
-    EToken m_kind;
-    const char* m_start;
-    const char* m_previous;
-    const char* m_p;
     const char* m_end;
-    uint64 m_digits;
-    int32 m_exponent;
-    int32 m_count;
+    const char* m_start;
+    const char* m_past; // of an operator that it is known to be at
+    const char* m_previous;
 };
 
 } // namespace kelm::text

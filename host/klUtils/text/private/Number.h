@@ -84,10 +84,16 @@ KLUTILS_API void ScanRestOfNumber(const char* start, const char* end, ScannedNum
 {
     const char* const fraction = scanned.m_past + 1;
     const char* significant = fraction;
-    if (scanned.m_digits == 0)
-        while (significant != end && *significant == '0')
-            ++significant;
-    const DigitRun run = AppendFewDigits(significant, end, scanned.m_digits);
+    DigitRun run{nullptr, 0};
+    if (end - fraction >= 4)
+        run = AppendUpToThree(fraction, scanned.m_digits);
+    if (run.m_past == nullptr)
+    {
+        // Found in any case: whether there is a whole part is as hard to foresee as how many zeros there are.
+        const char* const notZero = SkipRun<Only<'0'>>(fraction, end);
+        significant = scanned.m_digits == 0 ? notZero : fraction;
+        run = AppendDigits(significant, end, scanned.m_digits);
+    }
     constexpr ssize_t farthest = std::numeric_limits<int32>::max() / 2;
     ssize_t places = run.m_past - fraction;
     ssize_t count = run.m_past - significant;

@@ -6,6 +6,7 @@
 #include <klUtils/text/private/CharTable.h>
 
 #include <array>
+#include <iterator>
 
 namespace kelm::text
 {
@@ -58,42 +59,83 @@ bool IsCodePoint(uint32 value)
 // the text never needs more room than the literal.
 struct Places
 {
-    const char* m_from;
-    char* m_to;
+    const char* m_from = nullptr;
+    char* m_to = nullptr;
 };
 
-Places ResolveHexEscape(Places at, const char* end, const HexEscape& escape)
+// The hexadecimal digits behind the letter of an escape, as many as it takes, if there are so many.
+struct HexDigits
 {
-    const char* const backslash = at.m_from;
-    const char* p = backslash + 2;
-    uint32 value = 0;
-    for (int i = 0; i < escape.m_numDigits; ++i, ++p)
+    const char* m_past;
+    uint32 m_value = 0;
+    bool m_isComplete = true;
+
+    HexDigits(const char* backslash, const char* end, const HexEscape& escape) : m_past(backslash + 2)
     {
-        if (p == end || !HasProperty(*p, CHAR_HEX_DIGIT))
-            ThrowMalformedEscape(backslash, p, escape.m_rule);
-        value = 16 * value + HexDigitValue(*p);
+        for (int i = 0; i < escape.m_numDigits; ++i, ++m_past)
+        {
+            m_isComplete = m_past != end && HasProperty(*m_past, CHAR_HEX_DIGIT);
+            if (!m_isComplete)
+                return;
+            m_value = 16 * m_value + HexDigitValue(*m_past);
+        }
     }
-    if (escape.m_letter == 'x')
-    {
-        *at.m_to = static_cast<char>(value);
-        return {p, at.m_to + 1};
-    }
-    if (!IsCodePoint(value))
-        ThrowMalformedEscape(backslash, p, "not a Unicode character");
-    return {p, WriteUtf8(at.m_to, value)};
+};
+
+const HexEscape* FindHexEscape(char letter)
+{
+    for (const HexEscape& escape : s_hexEscapes)
+        if (escape.m_letter == letter)
+            return &escape;
+    return nullptr;
+}
+
+bool IsWellFormed(const HexEscape& escape, const HexDigits& digits)
+{
+    return digits.m_isComplete && (escape.m_letter == 'x' || IsCodePoint(digits.m_value));
+}
+
+// The meaning of a well-formed one.
+Places Write(const HexEscape& escape, const HexDigits& digits, char* to)
+{
+    if (escape.m_letter != 'x')
+        return {digits.m_past, WriteUtf8(to, digits.m_value)};
+    *to = static_cast<char>(digits.m_value);
+    return {digits.m_past, to + 1};
 }
 
 Places ResolveUnusualEscape(Places at, const char* end)
 {
     if (at.m_from + 1 == end)
         ThrowMalformedEscape(at.m_from, end, "nothing follows the backslash");
-    for (const HexEscape& escape : s_hexEscapes)
-        if (escape.m_letter == at.m_from[1])
-            return ResolveHexEscape(at, end, escape);
+    if (const HexEscape* const escape = FindHexEscape(at.m_from[1]))
+    {
+        const HexDigits digits(at.m_from, end, *escape);
+        if (!IsWellFormed(*escape, digits))
+            ThrowMalformedEscape(at.m_from, digits.m_past,
+                                 digits.m_isComplete ? "not a Unicode character" : escape->m_rule);
+        return Write(*escape, digits, at.m_to);
+    }
     const char* p = at.m_from + 2;
     while (p != end && IsUtf8Continuation(*p)) // the whole character, for the message
         ++p;
     ThrowMalformedEscape(at.m_from, p, "unknown escape");
+}
+
+// As ResolveEscape below, but a malformed escape has no end.
+inline Places TryResolveEscape(Places at, const char* end)
+{
+    if (at.m_from + 1 == end)
+        return {};
+    if (const int value = s_escapedValues[static_cast<unsigned char>(at.m_from[1])]; value >= 0) [[likely]]
+    {
+        *at.m_to = static_cast<char>(value);
+        return {at.m_from + 2, at.m_to + 1};
+    }
+    if (const HexEscape* const escape = FindHexEscape(at.m_from[1]))
+        if (const HexDigits digits(at.m_from, end, *escape); IsWellFormed(*escape, digits))
+            return Write(*escape, digits, at.m_to);
+    return {};
 }
 
 // Past the escape at `at`, whose meaning is written.
@@ -131,6 +173,46 @@ char* WriteUnescaped(SubString contents, char* out)
 }
 
 } // namespace
+
+const char* Decode(const char* quote, const char* end, xstring& out)
+{
+    constexpr ssize_t step = 2 * s_blockSize;
+    constexpr ssize_t mostInUtf8 = 4;
+    char buffer[512 + step + mostInUtf8];
+    char* const limit = buffer + 512;
+
+    Places at{quote + 1, buffer};
+    while (at.m_from != end && at.m_to < limit)
+    {
+        if (end - at.m_from >= step)
+        {
+            const Block first(at.m_from);
+            const Block second(at.m_from + s_blockSize);
+            first.Store(at.m_to);
+            second.Store(at.m_to + s_blockSize);
+            const int count = FirstOf(EndOfRun<'"'>::In(first), EndOfRun<'"'>::In(second));
+            at = {at.m_from + count, at.m_to + count};
+            if (count == step)
+                continue;
+        }
+        else if (!EndOfRun<'"'>::In(*at.m_from))
+        {
+            *at.m_to++ = *at.m_from++;
+            continue;
+        }
+        if (*at.m_from != '\\')
+        {
+            if (*at.m_from != '"')
+                return nullptr;
+            out.AssignFrom(buffer, at.m_to - buffer, std::end(buffer));
+            return at.m_from + 1;
+        }
+        at = TryResolveEscape(at, end);
+        if (at.m_from == nullptr)
+            return nullptr;
+    }
+    return nullptr;
+}
 
 void Unescape(SubString contents, xstring& out)
 {

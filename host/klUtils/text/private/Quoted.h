@@ -45,6 +45,10 @@ inline const char* ScanQuoted(const char* start, const char* end, const char*& e
     }
 }
 
+// Past the literal in double quotes that begins there; its contents, escapes resolved, in place of `out`. Null, with
+// `out` as it was, for one that does not end, or has a malformed escape, or is very long.
+KLUTILS_API const char* Decode(const char* quote, const char* end, xstring& out);
+
 // The contents of a literal whose quotes have been taken away, with its escapes resolved, in place of `out`. Throws
 // LiteralException where an escape is malformed; `out` is as it was then.
 KLUTILS_API void Unescape(SubString contents, xstring& out);

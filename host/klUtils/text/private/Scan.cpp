@@ -86,6 +86,24 @@ bool Scan(const char* p, const char* end, bool atLineStart, Lexeme& lexeme)
     return ScanAt(start, end, start != p ? start[-1] == '\n' : atLineStart, lexeme);
 }
 
+const char* SkipComments(const char* p, const char* end)
+{
+    while (p != end)
+    {
+        const char* past = nullptr;
+        if (*p == '#' && p[-1] == '\n')
+            past = SkipLine(p, end);
+        else if (*p == '/' && end - p > 1 && p[1] == '/')
+            past = SkipLine(p, end);
+        else if (*p == '/' && end - p > 1 && p[1] == '*')
+            past = SkipBlockComment(p, end);
+        if (past == nullptr)
+            break;
+        p = SkipSpace(past, end);
+    }
+    return p;
+}
+
 bool ScanToken(const char* p, const char* end, bool atLineStart, Lexeme& lexeme)
 {
     bool isFound = Scan(p, end, atLineStart, lexeme);

@@ -12,11 +12,12 @@
 //  5. Scan.h          the lexeme: a token, with what 4 has found out about its value. Short and common ones are inlined
 //                     where they are asked for; the rest (comments, quoted literals, long operators) is one call away
 //  6. Cursor.h        how a reader goes through lexemes, one ahead, in place of the parser's public members
-//     FastCursor.h    the same in registers, for lists of numbers
+//     FastCursor.h    where tokens begin, in registers, for bodies and lists
 //     ExpectingCursor.h  for a reader that knows which token is likely
 //  7. Number.h, Quoted.h  the value, when it is asked for: an integer, the nearest float (NearestDouble.h), a text
 //                     without its escapes
 //  8. TypedReads.h    that value as one of a type: its sign, its range, what is said where it does not fit
+//     FastReads.h     the same for the forms that are nearly always written, found without a cursor
 //
 // A number of up to 19 digits is read once. That there is no lexeme is only noticed; DescribeScanFailure reads again to
 // say why, and where.

@@ -25,6 +25,15 @@ Word LoadWord(const char* p)
     return word;
 }
 
+// The word of four characters, as a load of them gives it.
+constexpr uint32 WordOf(const char (&text)[5])
+{
+    uint32 word = 0;
+    for (int i = 0; i < 4; ++i)
+        word |= static_cast<uint32>(static_cast<unsigned char>(text[i])) << 8 * i;
+    return word;
+}
+
 // The word of the first `size` characters at `p`, which are no more than eight; zero bytes fill it up. Reads nothing
 // beyond them.
 inline uint64 WordOfShortText(const char* p, ssize_t size)
@@ -37,41 +46,33 @@ inline uint64 WordOfShortText(const char* p, ssize_t size)
 }
 
 // A text to compare others with, and its first eight characters as a word, by which it differs from nearly all of them.
+// Without characters it is no text, and nothing begins with it.
 struct KnownText
 {
     SubString m_text;
-    uint64 m_word = 0;
+    uint64 m_word = 1;
     uint64 m_mask = 0; // of the bytes of a word that count
 
     KnownText() = default;
     explicit KnownText(SubString text) : m_text(text)
     {
         const ssize_t size = text.size() < s_maxShortText ? text.size() : s_maxShortText;
+        if (size == 0)
+            return;
         m_word = WordOfShortText(text.m_p1, size);
-        m_mask = size > 0 ? ~uint64(0) >> (64 - 8 * size) : 0;
+        m_mask = ~uint64(0) >> (64 - 8 * size);
     }
 
-    // Whether that is the text, which goes on to `end` at least.
-    bool Is(SubString text, const char* end) const
+    // Where the characters that begin at `p` begin with it: its end there. Null otherwise.
+    [[gnu::always_inline]] const char* FindEnd(const char* p, const char* end) const
     {
         const ssize_t size = m_text.size();
-        if (text.size() != size)
-            return false;
-        if (end - text.m_p1 < s_maxShortText)
-            return text == m_text;
-        return (LoadWord<uint64>(text.m_p1) & m_mask) == m_word &&
-               (size <= s_maxShortText || IsSameRest(text.m_p1, m_text.m_p1, size));
-    }
-
-    // Whether the characters up to `end` begin with it.
-    bool Begins(const char* p, const char* end) const
-    {
-        const ssize_t size = m_text.size();
-        if (end - p < s_maxShortText)
-            return end - p >= size && SubString(p, p + size) == m_text;
+        if (end - p < s_maxShortText) [[unlikely]]
+            return size != 0 && end - p >= size && SubString(p, p + size) == m_text ? p + size : nullptr;
         if ((LoadWord<uint64>(p) & m_mask) != m_word)
-            return false;
-        return size <= s_maxShortText || (end - p >= size && IsSameRest(p, m_text.m_p1, size));
+            return nullptr;
+        const bool isIt = size <= s_maxShortText || (end - p >= size && IsSameRest(p, m_text.m_p1, size));
+        return isIt ? p + size : nullptr;
     }
 
 private:

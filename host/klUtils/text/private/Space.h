@@ -2,6 +2,7 @@
 
 // White space between tokens, and the comments that count as it.
 
+#include <klUtils/api.h>
 #include <klUtils/text/private/Blocks.h>
 #include <klUtils/text/private/CharTable.h>
 
@@ -58,6 +59,19 @@ inline const char* SkipBlockComment(const char* start, const char* end)
         if (*++p == '/')
             return p + 1;
     }
+}
+
+// Past the comments at `p`, which a token stands before, and the white space behind each; to the first that does not
+// end.
+KLUTILS_API const char* SkipComments(const char* p, const char* end);
+
+// The next token behind `p`, where one ends; or a comment that does not.
+[[gnu::always_inline]] inline const char* FindToken(const char* p, const char* end)
+{
+    p = SkipSpace(p, end);
+    if (p != end && (*p == '/' || *p == '#')) [[unlikely]]
+        return SkipComments(p, end);
+    return p;
 }
 
 } // namespace kelm::text

@@ -26,9 +26,12 @@ RC_GTEST_PROP(DecimalDigits, AreAppendedUpToTheFirstOtherByte, ())
     for (; size < text.size() && text[size] >= '0' && text[size] <= '9'; ++size)
         expected = 10 * expected + static_cast<uint64>(text[size] - '0');
 
-    const text::DigitRun run = text::AppendDigits(exact.data(), exact.data() + exact.size(), before);
-    RC_ASSERT(run.m_past - exact.data() == static_cast<ssize_t>(size));
-    RC_ASSERT(run.m_number == expected);
+    for (const auto append : {text::AppendDigits, text::AppendFewDigits, text::AppendSomeDigits, text::AppendOneByOne})
+    {
+        const text::DigitRun run = append(exact.data(), exact.data() + exact.size(), before);
+        RC_ASSERT(run.m_past - exact.data() == static_cast<ssize_t>(size));
+        RC_ASSERT(run.m_number == expected);
+    }
 }
 
 } // namespace
