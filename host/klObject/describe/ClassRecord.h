@@ -52,14 +52,21 @@ constexpr auto DataOrNull(const Array& array) -> decltype(array.data())
 template <class T>
 inline constexpr TypeOps s_typeOps = MakeTypeOps<T>();
 
+// The operations on arrays of structs, which make little code of each.
+KLOBJECT_API void ConstructArrayBy(void (*construct)(void*), void (*destroy)(void*), void* dst, ssize_t dstStride,
+                                   ssize_t count);
+KLOBJECT_API void DestructArrayBy(void (*destroy)(void*), void* dst, ssize_t dstStride, ssize_t count);
+
 template <class T>
 inline constexpr TypeOps s_structOps = []
 {
     TypeOps ops;
     ops.m_size = sizeof(T);
     if constexpr (std::is_default_constructible_v<T>)
-        ops.m_ConstructArrayFn = ConstructArray<T>;
-    ops.m_DestructArrayFn = DestructArray<T>;
+        ops.m_ConstructArrayFn = [](void* dst, ssize_t dstStride, ssize_t count)
+        { ConstructArrayBy(ConstructOne<T>, DestroyOne<T>, dst, dstStride, count); };
+    ops.m_DestructArrayFn = [](void* dst, ssize_t dstStride, ssize_t count)
+    { DestructArrayBy(DestroyOne<T>, dst, dstStride, count); };
     return ops;
 }();
 

@@ -5,6 +5,27 @@
 namespace kelm
 {
 
+void ConstructArrayBy(void (*construct)(void*), void (*destroy)(void*), void* dst, ssize_t dstStride, ssize_t count)
+{
+    ssize_t i = 0;
+    try
+    {
+        for (; i < count; ++i)
+            construct(static_cast<char*>(dst) + i * dstStride);
+    }
+    catch (...)
+    {
+        DestructArrayBy(destroy, dst, dstStride, i);
+        throw;
+    }
+}
+
+void DestructArrayBy(void (*destroy)(void*), void* dst, ssize_t dstStride, ssize_t count)
+{
+    for (ssize_t i = 0; i < count; ++i)
+        destroy(static_cast<char*>(dst) + i * dstStride);
+}
+
 namespace
 {
 

@@ -11,6 +11,7 @@
 // std::array is an array of ours.
 
 #include <klObject/describe/FieldType.h>
+#include <klObject/objects/GcObject.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/DurationText.h>
 
@@ -91,8 +92,8 @@ inline constexpr ForeignType s_foreignType = []
     ForeignType type{};
     type.m_form = Form::Form;
     type.m_size = sizeof(T);
-    type.Construct = [](void* variable) { ::new (variable) T(); };
-    type.Destruct = [](void* variable) { static_cast<T*>(variable)->~T(); };
+    type.Construct = ConstructOne<T>;
+    type.Destruct = DestroyOne<T>;
     type.m_parts = ForeignPartTables<typename Form::Parts>::s_parts.data();
     type.m_numParts = static_cast<int32>(ForeignPartTables<typename Form::Parts>::s_parts.size());
     if constexpr (Form::Form == FF_TEXT)

@@ -94,47 +94,53 @@ UsedTypes::~UsedTypes()
 }
 
 template <class Descriptor, class Find, class Register>
-bool UsedTypes::AddDescriptor(const Descriptor& descriptor, Find find, Register registerIt)
+void UsedTypes::AddDescriptor(const Descriptor& descriptor, const UseFn* uses, Find find, Register registerIt)
 {
     if (!m_state->m_met.insert(&descriptor).second)
-        return false;
+        return;
     const Descriptor* const registered = find(descriptor.m_name);
-    if (registered == &descriptor)
-        return true;
-    if (registered != nullptr ? !IsSameType(*registered, descriptor) : registerIt(&descriptor, nullptr) != NSE_OK)
+    const bool isTaken =
+        registered != nullptr ? !IsSameType(*registered, descriptor) : registerIt(&descriptor, nullptr) != NSE_OK;
+    if (registered != &descriptor && isTaken)
         throw TypeNameException(MessageOf("Another type is registered under the name '", descriptor.m_name, "'"));
-    return true;
+    AddAll(uses);
 }
 
-bool UsedTypes::Add(const ReflectedClass& descriptor)
+void UsedTypes::Add(const ReflectedClass& descriptor, const UseFn* uses)
 {
-    return AddDescriptor(descriptor, TryFindReflectedClass, RegisterReflectedClass);
+    AddDescriptor(descriptor, uses, TryFindReflectedClass, RegisterReflectedClass);
 }
 
-bool UsedTypes::Add(const ReflectedVariant& descriptor)
+void UsedTypes::Add(const ReflectedVariant& descriptor, const UseFn* uses)
 {
-    return AddDescriptor(descriptor, TryFindReflectedVariant, RegisterReflectedVariant);
+    AddDescriptor(descriptor, uses, TryFindReflectedVariant, RegisterReflectedVariant);
 }
 
-bool UsedTypes::Add(const ReflectedEnum& descriptor)
+void UsedTypes::Add(const ReflectedEnum& descriptor, const UseFn* uses)
 {
-    return AddDescriptor(descriptor, TryFindReflectedEnum, RegisterReflectedEnum);
+    AddDescriptor(descriptor, uses, TryFindReflectedEnum, RegisterReflectedEnum);
 }
 
-bool UsedTypes::Add(const ReflectedTypedef& descriptor)
+void UsedTypes::Add(const ReflectedTypedef& descriptor, const UseFn* uses)
 {
-    return AddDescriptor(descriptor, TryFindReflectedTypedef, RegisterReflectedTypedef);
+    AddDescriptor(descriptor, uses, TryFindReflectedTypedef, RegisterReflectedTypedef);
 }
 
-bool UsedTypes::Add(const ReflectedInterface& descriptor)
+void UsedTypes::Add(const ReflectedInterface& descriptor, const UseFn* uses)
 {
-    return AddDescriptor(descriptor, TryFindReflectedInterface, RegisterReflectedInterface);
+    AddDescriptor(descriptor, uses, TryFindReflectedInterface, RegisterReflectedInterface);
 }
 
 void UsedTypes::AddAll(const UseFn* uses)
 {
-    for (; *uses != nullptr; ++uses)
+    for (; uses != nullptr && *uses != nullptr; ++uses)
         (*uses)(*this);
+}
+
+bool RegisterUsed(const UseFn* uses)
+{
+    UsedTypes().AddAll(uses);
+    return true;
 }
 
 TypeNameException::~TypeNameException() = default;

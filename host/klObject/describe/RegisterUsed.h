@@ -32,24 +32,26 @@ public:
     UsedTypes(const UsedTypes&) = delete;
     UsedTypes& operator=(const UsedTypes&) = delete;
 
-    // Registers a descriptor that is not registered yet. True where it is met for the first time, and what it uses must
-    // follow.
-    bool Add(const ReflectedClass& descriptor);
-    bool Add(const ReflectedVariant& descriptor);
-    bool Add(const ReflectedEnum& descriptor);
-    bool Add(const ReflectedTypedef& descriptor);
-    bool Add(const ReflectedInterface& descriptor);
+    // Registers a descriptor that is not registered yet, and calls what it uses.
+    void Add(const ReflectedClass& descriptor, const UseFn* uses);
+    void Add(const ReflectedVariant& descriptor, const UseFn* uses);
+    void Add(const ReflectedEnum& descriptor, const UseFn* uses);
+    void Add(const ReflectedTypedef& descriptor, const UseFn* uses);
+    void Add(const ReflectedInterface& descriptor, const UseFn* uses);
 
-    // Calls each of a list that ends with a null.
+    // Calls each of a list that ends with a null; none where there is no list.
     void AddAll(const UseFn* uses);
 
 private:
     template <class Descriptor, class Find, class Register>
-    bool AddDescriptor(const Descriptor& descriptor, Find find, Register registerIt);
+    void AddDescriptor(const Descriptor& descriptor, const UseFn* uses, Find find, Register registerIt);
 
     struct State;
     State* m_state;
 };
+
+// A registration of all that a list uses. Returns true.
+KLOBJECT_API bool RegisterUsed(const UseFn* uses);
 
 template <class T>
 struct RecordOf;
@@ -59,14 +61,9 @@ template <class T>
 void UseType(UsedTypes& used)
 {
     if constexpr (Described<T>)
-    {
-        if (used.Add(RecordOf<T>::s_record))
-            used.AddAll(RecordOf<T>::GetUses());
-    }
+        used.Add(RecordOf<T>::s_record, RecordOf<T>::GetUses());
     else
-    {
-        used.Add(_GetReflected(static_cast<const T*>(nullptr)));
-    }
+        used.Add(_GetReflected(static_cast<const T*>(nullptr)), nullptr);
 }
 
 } // namespace kelm

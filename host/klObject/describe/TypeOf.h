@@ -16,11 +16,7 @@ inline constexpr TypeTables<FieldType<T>> s_tablesOfType{};
 template <class T>
 void EnsureRegistered()
 {
-    static const bool s_isRegistered = []
-    {
-        UsedTypes().AddAll(s_tablesOfType<T>.m_uses.data());
-        return true;
-    }();
+    static const bool s_isRegistered = RegisterUsed(s_tablesOfType<T>.m_uses.data());
     static_cast<void>(s_isRegistered);
 }
 

@@ -36,6 +36,25 @@ struct GcObjectHeader
 KLOBJECT_API InterfaceHandle QueryGcObjectInterface(void* self, const IPersistableFns& fns, const ReflectedClass& rc,
                                                     const ReflectedInterface& wanted);
 
+// What is the same for objects of every type, so that no type makes code for it.
+KLOBJECT_API SysState& GetGcObjectState(void* self);
+KLOBJECT_API ObjectId GetGcObjectId(const void* self);
+KLOBJECT_API void SetGcObjectId(void* self, ObjectId id);
+KLOBJECT_API ptr<IObject> NewGcObject(std::size_t size, std::size_t alignment, void (*construct)(void* self),
+                                      const IPersistableFns& fns);
+KLOBJECT_API void DeleteGcObject(void* self, std::size_t alignment, void (*destroy)(void* self));
+
+template <class T>
+void ConstructOne(void* place)
+{
+    ::new (place) T();
+}
+template <class T>
+void DestroyOne(void* variable)
+{
+    static_cast<T*>(variable)->~T();
+}
+
 // The functions behind the function table of T, GcObjectFns<T>.
 template <class T>
 class GcObject
@@ -58,41 +77,7 @@ public:
         if constexpr (requires(T & object) { object.OnGarbageCollect(); })
             static_cast<T*>(self)->OnGarbageCollect();
     }
-    static void Destroy(void* self)
-    {
-        static_cast<T*>(self)->~T();
-        Free(static_cast<char*>(self) - s_objectOffset);
-    }
-    static SysState& GetSysState(void* self) { return GetHeader(self).m_state; }
-    static ObjectId GetObjectId(const void* self) { return GetHeader(const_cast<void*>(self)).m_id; }
-    static void SetObjectId(void* self, ObjectId id) { GetHeader(self).m_id = id; }
-
-private:
-    static constexpr std::size_t s_alignment = alignof(T) > alignof(GcObjectHeader) ? alignof(T)
-                                                                                    : alignof(GcObjectHeader);
-    static constexpr std::size_t s_objectOffset =
-        (sizeof(GcObjectHeader) + s_alignment - 1) / s_alignment * s_alignment;
-    static constexpr bool s_isOveraligned = s_alignment > __STDCPP_DEFAULT_NEW_ALIGNMENT__;
-
-    static char* Allocate()
-    {
-        constexpr std::size_t size = s_objectOffset + sizeof(T);
-        if constexpr (s_isOveraligned)
-            return static_cast<char*>(::operator new(size, std::align_val_t(s_alignment)));
-        else
-            return static_cast<char*>(::operator new(size));
-    }
-    static void Free(char* block)
-    {
-        if constexpr (s_isOveraligned)
-            ::operator delete(block, std::align_val_t(s_alignment));
-        else
-            ::operator delete(block);
-    }
-    static GcObjectHeader& GetHeader(void* self)
-    {
-        return *reinterpret_cast<GcObjectHeader*>(static_cast<char*>(self) - sizeof(GcObjectHeader));
-    }
+    static void Destroy(void* self) { DeleteGcObject(self, alignof(T), DestroyOne<T>); }
 };
 
 // The function table of the objects of T (ReflectedClass::m_objectFns).
@@ -104,10 +89,10 @@ inline constexpr IPersistableFns GcObjectFns = {{
                                                     GcObject<T>::VisitObjects,
                                                     GcObject<T>::OnGarbageCollect,
                                                     GcObject<T>::Destroy,
-                                                    GcObject<T>::GetSysState,
+                                                    GetGcObjectState,
                                                 },
-                                                GcObject<T>::GetObjectId,
-                                                GcObject<T>::SetObjectId};
+                                                GetGcObjectId,
+                                                SetGcObjectId};
 
 template <class T>
 InterfaceHandle GcObject<T>::QueryInterface(void* self, const ReflectedInterface& wanted)
@@ -118,19 +103,7 @@ InterfaceHandle GcObject<T>::QueryInterface(void* self, const ReflectedInterface
 template <class T>
 ptr<IObject> GcObject<T>::Create()
 {
-    char* const block = Allocate();
-    char* const self = block + s_objectOffset;
-    try
-    {
-        ::new (static_cast<void*>(self)) T();
-    }
-    catch (...)
-    {
-        Free(block);
-        throw;
-    }
-    ::new (static_cast<void*>(self - sizeof(GcObjectHeader))) GcObjectHeader();
-    return {self, &GcObjectFns<T>};
+    return NewGcObject(sizeof(T), alignof(T), ConstructOne<T>, GcObjectFns<T>);
 }
 
 // A new object of T that nobody owns yet (ReflectedClass::m_createFn): hand it to RegisterGcObject.

@@ -3,6 +3,7 @@
 #include <klObject/objects/GcObject.h>
 
 #include <cstring>
+#include <new>
 
 namespace kelm
 {
@@ -54,6 +55,85 @@ InterfaceHandle QueryGcObjectInterface(void* self, const IPersistableFns& fns, c
     if (IsNamed(wanted, s_persistableInterface) && Implements(rc, s_persistableInterface))
         return {self, &fns};
     return {};
+}
+
+namespace
+{
+
+GcObjectHeader& GetHeader(void* self)
+{
+    return *reinterpret_cast<GcObjectHeader*>(static_cast<char*>(self) - sizeof(GcObjectHeader));
+}
+
+// Of a block, and of the object in it.
+std::size_t GetBlockAlignment(std::size_t alignment)
+{
+    return alignment > alignof(GcObjectHeader) ? alignment : alignof(GcObjectHeader);
+}
+
+// Where an object lies in its block.
+std::size_t GetObjectOffset(std::size_t alignment)
+{
+    return (sizeof(GcObjectHeader) + alignment - 1) / alignment * alignment;
+}
+
+constexpr bool IsOveraligned(std::size_t alignment)
+{
+    return alignment > __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+}
+
+void FreeBlock(char* block, std::size_t alignment)
+{
+    if (IsOveraligned(alignment))
+        ::operator delete(block, std::align_val_t(alignment));
+    else
+        ::operator delete(block);
+}
+
+} // namespace
+
+SysState& GetGcObjectState(void* self)
+{
+    return GetHeader(self).m_state;
+}
+
+ObjectId GetGcObjectId(const void* self)
+{
+    return GetHeader(const_cast<void*>(self)).m_id;
+}
+
+void SetGcObjectId(void* self, ObjectId id)
+{
+    GetHeader(self).m_id = id;
+}
+
+ptr<IObject> NewGcObject(std::size_t size, std::size_t alignment, void (*construct)(void* self),
+                         const IPersistableFns& fns)
+{
+    alignment = GetBlockAlignment(alignment);
+    const std::size_t offset = GetObjectOffset(alignment);
+    char* const block =
+        static_cast<char*>(IsOveraligned(alignment) ? ::operator new(offset + size, std::align_val_t(alignment))
+                                                    : ::operator new(offset + size));
+    char* const self = block + offset;
+    try
+    {
+        construct(self);
+    }
+    catch (...)
+    {
+        FreeBlock(block, alignment);
+        throw;
+    }
+    ::new (static_cast<void*>(self - sizeof(GcObjectHeader))) GcObjectHeader();
+    return {self, &fns};
+}
+
+void DeleteGcObject(void* self, std::size_t alignment, void (*destroy)(void* self))
+{
+    alignment = GetBlockAlignment(alignment);
+    destroy(self);
+    FreeBlock(static_cast<char*>(self) - GetObjectOffset(alignment), alignment);
 }
 
 } // namespace kelm
