@@ -3,6 +3,7 @@
 #include <kelm/private/Excerpt.h>
 #include <kelm/private/Suggest.h>
 
+#include <atomic>
 #include <utility>
 
 namespace kelm
@@ -27,13 +28,48 @@ std::string WholeText(const Error::Details& details)
 
 } // namespace
 
-Error::Error(Details details)
-    : std::runtime_error(WholeText(details)), m_details(std::make_shared<const Details>(std::move(details)))
+struct Error::SharedDetails : Details
+{
+    explicit SharedDetails(Details details) : Details(std::move(details)) {}
+
+    // Of the errors that have them.
+    static void Add(const Details* details) { GetCount(details).fetch_add(1, std::memory_order_relaxed); }
+    static void Release(const Details* details)
+    {
+        if (GetCount(details).fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete static_cast<const SharedDetails*>(details);
+    }
+
+private:
+    static std::atomic<int>& GetCount(const Details* details)
+    {
+        return static_cast<const SharedDetails*>(details)->m_count;
+    }
+
+    mutable std::atomic<int> m_count = 1;
+};
+
+Error::Error(Details details) : std::runtime_error(WholeText(details)), m_details(new SharedDetails(std::move(details)))
 {
 }
 
-Error::Error(const Error& other) noexcept = default;
-Error& Error::operator=(const Error& other) noexcept = default;
-Error::~Error() = default;
+Error::Error(const Error& other) noexcept : std::runtime_error(other), m_details(other.m_details)
+{
+    SharedDetails::Add(m_details);
+}
+
+Error& Error::operator=(const Error& other) noexcept
+{
+    SharedDetails::Add(other.m_details);
+    SharedDetails::Release(m_details);
+    std::runtime_error::operator=(other);
+    m_details = other.m_details;
+    return *this;
+}
+
+Error::~Error()
+{
+    SharedDetails::Release(m_details);
+}
 
 } // namespace kelm

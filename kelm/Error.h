@@ -11,7 +11,6 @@
 #include <kelm/api.h>
 #include <klUtils/types.h>
 
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -72,7 +71,8 @@ public:
     const std::vector<std::string>& GetSuggestions() const noexcept { return m_details->m_suggestions; }
 
 private:
-    std::shared_ptr<const Details> m_details;
+    struct SharedDetails;
+    const Details* m_details; // of a SharedDetails
 };
 
 } // namespace kelm

@@ -2,6 +2,7 @@
 
 #include <kelm/private/Excerpt.h>
 #include <kelm/private/Suggest.h>
+#include <klObject/values/WriteVariable.h>
 #include <klUtils/text/LsScanToken.h>
 
 #include <algorithm>
@@ -32,14 +33,15 @@ constexpr KindRow s_kinds[] = {
     {"Array index ", " out of range", ErrorKind::Range},
     {"Vector index ", " out of range", ErrorKind::Range},
     {"null dereference", "", ErrorKind::Range},
+    {"Key ", " is not there", ErrorKind::Range},
     {"Member '", " is required", ErrorKind::Check},
     {"Member '", " refuses ", ErrorKind::Check},
     {"", "", ErrorKind::Syntax},
 };
 
 // What "Expected X when read" names where the grammar wants it; everything else that it names is a type.
-constexpr std::string_view s_grammar[] = {"(", ")", "[",  "]", "{",          "}",
-                                          ",", "=", "->", ":", "identifier", "end of text"};
+constexpr std::string_view s_grammar[] = {"(", ")",  "[", "]",          "{",           "}",    ",",
+                                          "=", "->", ":", "identifier", "end of text", "value"};
 
 constexpr std::string_view s_expected = "Expected ";
 constexpr std::string_view s_whenRead = " when read ";
@@ -65,6 +67,18 @@ std::size_t TokenSize(SubString text)
     {
         return 0;
     }
+}
+
+// Its message begins with the path of the value that has no text.
+Error ErrorOfWriting(const WriteException& exception)
+{
+    const std::string_view text = exception.m_description.view();
+    Error::Details details;
+    details.m_kind = ErrorKind::Type;
+    details.m_message = std::string("cannot write the object: ").append(text);
+    if (text.starts_with('.') || text.starts_with('['))
+        details.m_fieldPath = text.substr(0, text.find(": "));
+    return Error(std::move(details));
 }
 
 } // namespace
@@ -121,6 +135,30 @@ Error ErrorOf(const KelmAssertionError& exception)
     const std::string_view explanation = Explain(exception);
     return explanation.empty() ? ErrorWithoutPlace(ErrorKind::Internal, exception.what())
                                : ErrorWithoutPlace(ErrorKind::Type, std::string(explanation));
+}
+
+Error ErrorInFlight(const SourceText& source, const std::string& fieldPath)
+{
+    try
+    {
+        throw;
+    }
+    catch (const Error& e)
+    {
+        return e;
+    }
+    catch (const LexScannerException& e)
+    {
+        return ErrorOf(e, source, fieldPath);
+    }
+    catch (const KelmAssertionError& e)
+    {
+        return ErrorOf(e);
+    }
+    catch (const WriteException& e)
+    {
+        return ErrorOfWriting(e);
+    }
 }
 
 } // namespace kelm

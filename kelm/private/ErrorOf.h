@@ -3,6 +3,7 @@
 // How the failures of the rooms below become kelm::Error.
 
 #include <kelm/Error.h>
+#include <kelm/Result.h>
 #include <kelm/private/Source.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
@@ -10,6 +11,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace kelm
 {
@@ -31,5 +33,30 @@ KELM_API Error ErrorOf(const LexScannerException& exception, const SourceText& s
 
 // What bad input can reach says what is wrong with the input. Others are faults of ours, without a place.
 KELM_API Error ErrorOf(const KelmAssertionError& exception);
+
+// Of the exception in flight. One that is none of ours goes on.
+KELM_API Error ErrorInFlight(const SourceText& source, const std::string& fieldPath);
+
+// What `f` returns, or how it failed: at a place in `source`, where the field at `fieldPath` was under way.
+template <class F>
+auto Attempt(const SourceText& source, const std::string& fieldPath, const F& f) -> Result<std::invoke_result_t<F>>
+{
+    try
+    {
+        if constexpr (std::is_void_v<std::invoke_result_t<F>>)
+        {
+            f();
+            return {};
+        }
+        else
+        {
+            return f();
+        }
+    }
+    catch (const std::exception&)
+    {
+        return ErrorInFlight(source, fieldPath);
+    }
+}
 
 } // namespace kelm

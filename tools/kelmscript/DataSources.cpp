@@ -6,8 +6,8 @@
 #include "GrowthLimit.h"
 #include "JsonVariable.h"
 #include "Output.h"
-#include "TypeText.h"
 
+#include <kelm/private/TypeText.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
 #include <klObject/values/ReflectedVariable.h>

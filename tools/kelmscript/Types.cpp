@@ -3,9 +3,9 @@
 #include "Diagnostics.h"
 #include "Output.h"
 #include "Suggest.h"
-#include "TypeText.h"
 
 #include <kelm/private/Names.h>
+#include <kelm/private/TypeText.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/Registry.h>

@@ -162,7 +162,15 @@ struct MapFunctions
                 return;
     }
 
-    static constexpr MapFns table = {Insert, Construct, Destruct, Count, ForEach};
+    static void* Find(const void* map, const void* key)
+    {
+        const Map& m = *static_cast<const Map*>(map);
+        const auto found = m.find(*static_cast<const K*>(key));
+        return found != m.end() ? const_cast<V*>(&(*found).m_value) : nullptr;
+    }
+    static bool Erase(void* map, const void* key) { return static_cast<Map*>(map)->erase(*static_cast<const K*>(key)); }
+
+    static constexpr MapFns table = {Insert, Construct, Destruct, Count, ForEach, Find, Erase};
 };
 
 } // namespace kelm

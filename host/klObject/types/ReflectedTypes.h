@@ -60,6 +60,8 @@ struct MapFns
     void (*Destruct)(void* map);
     ssize_t (*Count)(const void* map);
     void (*ForEach)(const void* map, EntryVisitor visitor, void* context); // in key order
+    void* (*Find)(const void* map, const void* key); // the payload under the key; null where there is none
+    bool (*Erase)(void* map, const void* key);       // whether there was an entry
 };
 
 // The function table of one set type.

@@ -1,4 +1,4 @@
-#include "TypeText.h"
+#include <kelm/private/TypeText.h>
 
 #include <klObject/types/ETypeByteCode.h>
 #include <klUtils/types.h>
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
@@ -130,4 +130,4 @@ std::string TypeText(ReflectionByteCode type)
     return type.GetName();
 }
 
-} // namespace kelm::tool
+} // namespace kelm

@@ -1,0 +1,134 @@
+#pragma once
+
+// Fields of a program's objects, by their paths.
+//
+//     double price = kelm::Get<double>(order, ".lines[0].price");
+//     kelm::Set(order, ".rates[\"EUR\"]", 1.08);
+//
+// A path begins at a described object, or at a Root or an Object, which stand for what they keep. Its steps are those
+// of docs/paths.md: ".name" to a member, "[2]" to an element; and "[\"key\"]", with a key of whatever type, to what a
+// map has under it. Constant members can be read, and nothing grows. A key that is not there is an error where it is
+// read; where it is the last step of a path that is set, an entry is made.
+//
+// Numbers, bools and texts become each other by the table of Scalar.h. Everything else, whole objects and containers
+// among it, is copied, and must be of the type that is asked for. What an optional or a handle holds is reached through
+// it. Checks are asked by Set; a value that is refused changes nothing.
+
+#include <kelm/Files.h>
+#include <kelm/Object.h>
+#include <kelm/Result.h>
+#include <kelm/Scalar.h>
+#include <kelm/TypeOf.h>
+#include <kelm/api.h>
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+namespace kelm
+{
+
+template <class T, class Whole>
+T Get(const Whole& whole, std::string_view path);
+template <class T, class Whole>
+Result<T> TryGet(const Whole& whole, std::string_view path);
+
+template <class Whole, class V>
+void Set(Whole&& whole, std::string_view path, const V& value);
+template <class Whole, class V>
+Result<void> TrySet(Whole&& whole, std::string_view path, const V& value);
+
+// Whether something is there: false where a name, an index, a key or an object on the way is missing, and for an empty
+// optional and a null handle. A path that no object of the type could have is an error nevertheless.
+template <class Whole>
+bool Has(const Whole& whole, std::string_view path);
+
+// --- The inside
+
+// Where a path begins: at a variable, or at an object.
+struct FieldStart
+{
+    const UsedType* m_type = nullptr;
+    void* m_data = nullptr;
+    ptr<IObject> m_object = nullptr;
+};
+
+// Into a variable of another type or of the same, which `copy` copies.
+KELM_API Result<void> GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
+                               void (*copy)(void* to, const void* from));
+KELM_API Result<void> SetField(const FieldStart& start, std::string_view path, const Scalar& value);
+// `swap` exchanges the value with a field of the same type.
+KELM_API Result<void> SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,
+                               void (*swap)(void* a, void* b));
+KELM_API Result<void> SetFieldToNull(const FieldStart& start, std::string_view path);
+KELM_API bool HasField(const FieldStart& start, std::string_view path);
+
+template <class Whole>
+FieldStart StartOf(const Whole& whole)
+{
+    if constexpr (std::is_same_v<Whole, Object> || IsRoot<Whole>)
+        return {.m_object = whole.GetHandle()};
+    else
+        return {.m_type = &s_typeOf<Whole>, .m_data = const_cast<void*>(static_cast<const void*>(&whole))};
+}
+
+template <class T, class Whole>
+Result<T> TryGet(const Whole& whole, std::string_view path)
+{
+    static_assert(!std::is_same_v<T, std::string_view> && !std::is_pointer_v<T>,
+                  "Get gives copies: ask for a std::string");
+    T value{};
+    const Result<void> result =
+        GetField(StartOf(whole), path, s_typeOf<T>, &value,
+                 [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); });
+    return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
+}
+
+template <class T, class Whole>
+T Get(const Whole& whole, std::string_view path)
+{
+    return *TryGet<T>(whole, path);
+}
+
+template <class Whole, class V>
+Result<void> TrySet(Whole&& whole, std::string_view path, const V& value)
+{
+    using W = std::remove_reference_t<Whole>;
+    static_assert(std::is_same_v<std::remove_const_t<W>, Object> || IsRoot<std::remove_const_t<W>> ||
+                      (std::is_lvalue_reference_v<Whole> && !std::is_const_v<W>),
+                  "Set changes a field of a variable, which must neither be constant nor a temporary");
+    const FieldStart start = StartOf(std::as_const(whole));
+    if constexpr (Number<V> || std::is_same_v<V, bool>)
+        return SetField(start, path, Scalar(value));
+    else if constexpr (std::is_same_v<V, std::nullptr_t> || std::is_same_v<V, std::nullopt_t>)
+        return SetFieldToNull(start, path);
+    else if constexpr (std::is_convertible_v<const V&, std::string_view>)
+        return SetField(start, path, Scalar(static_cast<std::string_view>(value)));
+    else
+    {
+        V copy(value);
+        return SetField(start, path, s_typeOf<V>, &copy,
+                        [](void* a, void* b)
+                        {
+                            using std::swap;
+                            swap(*static_cast<V*>(a), *static_cast<V*>(b));
+                        });
+    }
+}
+
+template <class Whole, class V>
+void Set(Whole&& whole, std::string_view path, const V& value)
+{
+    *TrySet(std::forward<Whole>(whole), path, value);
+}
+
+template <class Whole>
+bool Has(const Whole& whole, std::string_view path)
+{
+    return HasField(StartOf(whole), path);
+}
+
+} // namespace kelm

@@ -1,0 +1,105 @@
+#pragma once
+
+// Objects of the collector: Object, of a class that is known at run time alone, and Root<T>, of one that the program
+// knows. Both keep the object, and all that it reaches, alive; copies share it. Each belongs to one thread.
+//
+//     kelm::Register<Circle, Square>();                            // classes that only texts name
+//     kelm::Object shape = kelm::ReadFile<kelm::Object>("shape.kds");
+//     if (shape.Is<Circle>())
+//         shape.As<Circle>().radius *= 2;
+
+#include <kelm/Error.h>
+#include <kelm/TypeOf.h>
+#include <kelm/api.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/objects/GcObject.h>
+
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace kelm
+{
+
+template <class T>
+concept DescribedClass = Described<T> && std::is_base_of_v<ClassDescription, Description<T>>;
+
+// Registers classes that the program itself does not name again, but its texts do.
+template <class... Ts>
+void Register();
+
+class KELM_API Object
+{
+public:
+    Object() = default; // of nothing, which texts write as null
+    explicit Object(ptr<IObject> handle) : m_root(handle) {}
+
+    explicit operator bool() const { return static_cast<bool>(m_root.get()); }
+
+    // Of the class: its full name and the members that a text can name. Throw an error of kind Range where there is no
+    // object.
+    std::string_view GetClassName() const;
+    std::vector<std::string_view> GetMemberNames() const;
+
+    template <DescribedClass T>
+    bool Is() const
+    {
+        return IsOf(Description<T>::s_name);
+    }
+
+    // Throws an error of kind Type where it is no T, of kind Range where there is no object.
+    template <DescribedClass T>
+    T& As() const
+    {
+        return *static_cast<T*>(GetAs(Description<T>::s_name));
+    }
+
+    // For handles in objects.
+    ptr<IObject> GetHandle() const { return m_root.get(); }
+
+private:
+    const ReflectedClass& GetClass() const;
+    bool IsOf(ConstStringZ className) const;
+    void* GetAs(ConstStringZ className) const;
+
+    GcRoot m_root;
+};
+
+template <DescribedClass T>
+class Root
+{
+public:
+    // A new object.
+    Root();
+
+    T& operator*() const { return *static_cast<T*>(m_root.get().self()); }
+    T* operator->() const { return &**this; }
+
+    ptr<IObject> GetHandle() const { return m_root.get(); }
+
+private:
+    GcRoot m_root;
+};
+
+// --- The inside
+
+// Registers types; what is wrong with one is thrown as an error.
+KELM_API void EnsureAll(const UsedType* const* types);
+
+template <class... Ts>
+void Register()
+{
+    static constexpr const UsedType* s_types[] = {&s_typeOf<Ts>..., nullptr};
+    EnsureAll(s_types);
+}
+
+template <DescribedClass T>
+Root<T>::Root()
+{
+    Register<T>();
+    const ptr<IObject> object = CreateGcObject<T>();
+    m_root = object;
+    RegisterGcObject(object);
+}
+
+} // namespace kelm

@@ -1,0 +1,161 @@
+#pragma once
+
+// TypeOf<T>: what the rooms below know of a C++ type, which is registered when it is first asked for. HoldsHandles<T>:
+// whether collected objects hang on it.
+
+#include <klObject/describe/Describe.h>
+
+#include <array>
+#include <cstddef>
+#include <type_traits>
+
+namespace kelm
+{
+
+template <class T>
+void EnsureRegistered()
+{
+    if constexpr (Described<T>)
+        if (GetTargetOfName(Description<T>::s_name) == nullptr &&
+            TryFindReflectedClass(Description<T>::s_name) == nullptr &&
+            TryFindReflectedEnum(Description<T>::s_name) == nullptr)
+            RegisterTypes<T>(nullptr);
+}
+
+// A type that is registered on first use. Constant data but for that.
+struct UsedType
+{
+    // Throws TypeNameException where another type has the name already.
+    ReflectionByteCode Get() const
+    {
+        m_ensureRegistered();
+        return {m_bc, m_stringTable, m_mapOrSetFns};
+    }
+
+    const uint8* m_bc;
+    const ConstStringZ* m_stringTable;
+    const PtrMapOrSetFns* m_mapOrSetFns;
+    void (*m_ensureRegistered)();
+};
+
+template <class T>
+inline constexpr TypeTables<FieldType<T>> s_tablesOf{};
+
+template <class T>
+inline constexpr UsedType s_typeOf = {s_tablesOf<T>.ByteCode(0), s_tablesOf<T>.m_names.data(),
+                                      s_tablesOf<T>.Functions(0), EnsureRegistered<T>};
+
+// --- handles
+
+// A type as what it is made of: types may be made of each other in circles.
+struct TypeParts
+{
+    bool m_isHandle = false;
+    const TypeParts* const* m_parts = nullptr; // ends with a null; null itself where there are none
+};
+
+template <class T>
+struct PartsOf
+{
+    static constexpr TypeParts s_parts = {};
+};
+
+template <class... Ts>
+struct PartsOfAll
+{
+    static constexpr const TypeParts* s_all[] = {&PartsOf<std::remove_cv_t<Ts>>::s_parts..., nullptr};
+    static constexpr TypeParts s_parts = {false, s_all};
+};
+
+template <template <class...> class Container, class... Ts>
+requires(!Described<Container<Ts...>>) struct PartsOf<Container<Ts...>> : PartsOfAll<Ts...>
+{
+};
+template <class T, std::size_t N>
+struct PartsOf<std::array<T, N>> : PartsOfAll<T>
+{
+};
+template <class T, std::size_t N>
+struct PartsOf<T[N]> : PartsOfAll<T>
+{
+};
+
+struct HandleParts
+{
+    static constexpr TypeParts s_parts = {true, nullptr};
+};
+template <class I>
+struct PartsOf<ptr<I>> : HandleParts
+{
+};
+template <class C>
+struct PartsOf<pref<C>> : HandleParts
+{
+};
+template <>
+struct PartsOf<prefbase> : HandleParts
+{
+};
+
+template <class T>
+struct PartOfField;
+template <class T>
+struct PartOfField<FieldType<T>>
+{
+    static constexpr const TypeParts* s_part = &PartsOf<std::remove_cv_t<T>>::s_parts;
+};
+template <>
+struct PartOfField<NoFieldType>
+{
+    static constexpr TypeParts s_none = {};
+    static constexpr const TypeParts* s_part = &s_none;
+};
+
+template <class List>
+struct PartsOfMembers;
+template <class... Ms>
+struct PartsOfMembers<MemberList<Ms...>>
+{
+    static constexpr const TypeParts* s_all[] = {PartOfField<typename Ms::FieldTypeOf>::s_part..., nullptr};
+    static constexpr TypeParts s_parts = {false, s_all};
+};
+
+template <Described T>
+requires std::derived_from<Description<T>, ClassDescription>
+struct PartsOf<T> : PartsOfMembers<decltype(Description<T>::Members())>
+{
+};
+
+// The types that have been looked at.
+struct SeenParts
+{
+    static constexpr std::size_t s_most = 1024;
+
+    const TypeParts* m_seen[s_most] = {};
+    std::size_t m_count = 0;
+};
+
+constexpr bool HasHandle(const TypeParts& type, SeenParts& seen)
+{
+    if (type.m_isHandle || type.m_parts == nullptr)
+        return type.m_isHandle;
+    for (std::size_t i = 0; i < seen.m_count; ++i)
+        if (seen.m_seen[i] == &type)
+            return false;
+    if (seen.m_count < SeenParts::s_most)
+        seen.m_seen[seen.m_count++] = &type;
+    for (const TypeParts* const* part = type.m_parts; *part != nullptr; ++part)
+        if (HasHandle(**part, seen))
+            return true;
+    return false;
+}
+
+// Whether a T holds handles of collected objects, at any depth.
+template <class T>
+inline constexpr bool HoldsHandles = []
+{
+    SeenParts seen;
+    return HasHandle(PartsOf<T>::s_parts, seen);
+}();
+
+} // namespace kelm

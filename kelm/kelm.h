@@ -1,0 +1,9 @@
+#pragma once
+
+// The front door: all that a program includes.
+
+#include <kelm/Error.h>
+#include <kelm/Fields.h>
+#include <kelm/Files.h>
+#include <kelm/Object.h>
+#include <kelm/Result.h>

@@ -1,0 +1,215 @@
+#include <kelm/private/Conversions.h>
+
+#include <kelm/private/TypeText.h>
+#include <klObject/types/EnumIndex.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klObject/values/WriteVariable.h>
+#include <klObject/values/private/ScalarTypes.h>
+#include <klUtils/ToString.h>
+#include <klUtils/Utf16FromUtf8.h>
+#include <klUtils/xostream.h>
+#include <klUtils/xstring.h>
+
+namespace kelm
+{
+
+namespace
+{
+
+// --- characters and texts
+
+Scalar TextInRoom(const xstring& text, std::string& room)
+{
+    room = text.view();
+    return Scalar(std::string_view(room));
+}
+
+Scalar LoadString16(const xstring16& text, std::string& room)
+{
+    xstring utf8;
+    return Utf8FromUtf16(utf8, text.data(), text.size()) ? TextInRoom(utf8, room) : Scalar();
+}
+
+Scalar LoadChar16(const void* data, std::string& room)
+{
+    xstring16 text;
+    text.push_back(LoadScalar<uint16>(data));
+    return LoadString16(text, room);
+}
+
+Scalar LoadEnumerator(const ReflectedEnum* r, int32 value)
+{
+    const int32 i = r != nullptr ? FindEnumeratorByValue(*r, value) : -1;
+    return i >= 0 ? Scalar(std::string_view(r->m_strings[i])) : Scalar();
+}
+
+Fit StoreChar8(void* data, std::string_view text)
+{
+    if (text.size() != 1)
+        return Fit::OtherType;
+    std::memcpy(data, text.data(), 1);
+    return Fit::Fits;
+}
+
+Fit StoreString16(xstring16& string, std::string_view text)
+{
+    return Utf16FromUtf8(string, text.data(), static_cast<long>(text.size())) ? Fit::Fits : Fit::OtherType;
+}
+
+Fit StoreChar16(void* data, std::string_view text)
+{
+    xstring16 units;
+    if (StoreString16(units, text) != Fit::Fits || units.size() != 1)
+        return Fit::OtherType;
+    std::memcpy(data, units.data(), sizeof(uint16));
+    return Fit::Fits;
+}
+
+Fit StoreEnumerator(const ReflectedEnum* r, void* data, std::string_view name)
+{
+    const int32 i = r != nullptr ? FindEnumerator(*r, name) : -1;
+    if (i < 0)
+        return Fit::OtherType;
+    const int32 value = r->GetValue(i);
+    std::memcpy(data, &value, sizeof value);
+    return Fit::Fits;
+}
+
+Fit StoreText(const ReflectionByteCode& type, void* data, std::string_view text)
+{
+    switch (type.GetCode())
+    {
+    case FT_CHAR8: return StoreChar8(data, text);
+    case FT_CHAR16: return StoreChar16(data, text);
+    case FT_STRING8: static_cast<xstring*>(data)->assign(text.data(), static_cast<ssize_t>(text.size())); break;
+    case FT_STRING16: return StoreString16(*static_cast<xstring16*>(data), text);
+    case FT_ENUM: return StoreEnumerator(type.GetReflectedEnum(), data, text);
+    default: return Fit::OtherType;
+    }
+    return Fit::Fits;
+}
+
+template <class T>
+Fit StoreNumber(void* data, const Scalar& scalar)
+{
+    T value;
+    const Fit fit = Convert(scalar, value);
+    if (fit == Fit::Fits)
+        std::memcpy(data, &value, sizeof value);
+    return fit;
+}
+
+class TextOutput : public xostream
+{
+public:
+    using xostream::put;
+    void put(const char* text, long length) override { m_text.append(text, static_cast<std::size_t>(length)); }
+
+    std::string m_text;
+};
+
+std::string Quoted(std::string_view text)
+{
+    constexpr std::size_t maxShown = 64;
+    static constexpr uint8 s_stringType[] = {FT_STRING8};
+    const xstring shown(text.substr(0, maxShown));
+    TextOutput quoted;
+    WriteVariable(quoted, {s_stringType, nullptr}, &shown);
+    return text.size() > maxShown ? quoted.m_text + "..." : quoted.m_text;
+}
+
+} // namespace
+
+Scalar LoadScalar(ReflectionByteCode type, const void* data, std::string& room)
+{
+    type.AdvanceToUnderlyingType2();
+    switch (type.GetCode())
+    {
+    case FT_BOOL: return Scalar(LoadScalar<bool>(data));
+    case FT_INT8: return Scalar(LoadScalar<int8>(data));
+    case FT_INT16: return Scalar(LoadScalar<int16>(data));
+    case FT_INT32: return Scalar(LoadScalar<int32>(data));
+    case FT_INT64: return Scalar(LoadScalar<int64>(data));
+    case FT_UINT8: return Scalar(LoadScalar<uint8>(data));
+    case FT_UINT16: return Scalar(LoadScalar<uint16>(data));
+    case FT_UINT32: return Scalar(LoadScalar<uint32>(data));
+    case FT_UINT64: return Scalar(LoadScalar<uint64>(data));
+    case FT_FLOAT32: return Scalar(LoadScalar<float32>(data));
+    case FT_FLOAT64: return Scalar(LoadScalar<float64>(data));
+    case FT_CHAR8: return Scalar(std::string_view(static_cast<const char*>(data), 1));
+    case FT_CHAR16: return LoadChar16(data, room);
+    case FT_STRING8: return Scalar(static_cast<const xstring*>(data)->view());
+    case FT_STRING16: return LoadString16(*static_cast<const xstring16*>(data), room);
+    case FT_ENUM: return LoadEnumerator(type.GetReflectedEnum(), LoadScalar<int32>(data));
+    default: return Scalar();
+    }
+}
+
+Fit StoreScalar(ReflectionByteCode type, void* data, const Scalar& scalar)
+{
+    type.AdvanceToUnderlyingType2();
+    switch (type.GetCode())
+    {
+    case FT_BOOL:
+    {
+        bool value = false;
+        const Fit fit = Convert(scalar, value);
+        if (fit == Fit::Fits)
+            *static_cast<uint8*>(data) = value;
+        return fit;
+    }
+    case FT_INT8: return StoreNumber<int8>(data, scalar);
+    case FT_INT16: return StoreNumber<int16>(data, scalar);
+    case FT_INT32: return StoreNumber<int32>(data, scalar);
+    case FT_INT64: return StoreNumber<int64>(data, scalar);
+    case FT_UINT8: return StoreNumber<uint8>(data, scalar);
+    case FT_UINT16: return StoreNumber<uint16>(data, scalar);
+    case FT_UINT32: return StoreNumber<uint32>(data, scalar);
+    case FT_UINT64: return StoreNumber<uint64>(data, scalar);
+    case FT_FLOAT32: return StoreNumber<float32>(data, scalar);
+    case FT_FLOAT64: return StoreNumber<float64>(data, scalar);
+    default: return scalar.m_kind == Scalar::Kind::Text ? StoreText(type, data, scalar.m_text) : Fit::OtherType;
+    }
+}
+
+std::string TextOf(const Scalar& scalar)
+{
+    const auto text = [](const NumberText& number)
+    {
+        const SubString view = number;
+        return std::string(view.begin(), view.end());
+    };
+    switch (scalar.m_kind)
+    {
+    case Scalar::Kind::None: return {};
+    case Scalar::Kind::Bool: return scalar.m_bool ? "true" : "false";
+    case Scalar::Kind::Int64: return text(NumberText(scalar.m_int64));
+    case Scalar::Kind::UInt64: return text(NumberText(scalar.m_uint64));
+    case Scalar::Kind::Float64: return text(NumberText(scalar.m_float64));
+    case Scalar::Kind::Text: return Quoted(scalar.m_text);
+    }
+    return {};
+}
+
+std::string TextOf(ReflectionByteCode type, const void* data)
+{
+    std::string room;
+    const Scalar scalar = LoadScalar(type, data, room);
+    if (scalar.m_kind != Scalar::Kind::None)
+        return TextOf(scalar);
+    type.AdvanceToUnderlyingType2();
+    return TypeText(type);
+}
+
+std::string MisfitMessage(Fit fit, const std::string& wanted, const std::string& value)
+{
+    return fit == Fit::OutOfRange ? "Value " + value + " is out of range of " + wanted
+                                  : "Expected " + wanted + " when read " + value;
+}
+
+ErrorKind KindOfMisfit(Fit fit)
+{
+    return fit == Fit::OutOfRange ? ErrorKind::Range : ErrorKind::Type;
+}
+
+} // namespace kelm

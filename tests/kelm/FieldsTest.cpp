@@ -1,0 +1,280 @@
+#include <kelm/Fields.h>
+
+#include "DoorTypes.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <limits>
+#include <string>
+
+namespace kelm
+{
+
+namespace
+{
+
+using door::Circle;
+using door::Colour;
+using door::Line;
+using door::Order;
+using door::Shape;
+
+class Fields : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { Register<Colour, Line, Order, Shape, Circle>(); }
+
+    Fields()
+    {
+        m_order.customer = "Ada";
+        m_order.lines.push_back({"nut", 7, 0.25});
+        m_order.lines.push_back({"bolt", 2, 3});
+        m_order.rates["EUR"] = 1.5;
+        m_order.big = std::numeric_limits<uint64>::max();
+        m_order.colour = Colour::DEEP_BLUE;
+        m_order.matrix[1] = -4;
+    }
+
+    Order m_order;
+};
+
+// --- getting
+
+template <class T>
+std::string Shown(const Result<T>& result)
+{
+    if (!result)
+        return result.GetError().GetMessage();
+    if constexpr (std::is_same_v<T, bool>)
+        return *result ? "true" : "false";
+    else if constexpr (std::is_arithmetic_v<T>)
+        return std::to_string(*result);
+    else
+        return std::string(static_cast<std::string_view>(*result));
+}
+
+struct GetRow
+{
+    std::string m_path;
+    std::string m_int32;
+    std::string m_double;
+    std::string m_bool;
+    std::string m_text;
+};
+
+std::string Misfit(const std::string& wanted, const std::string& value)
+{
+    return "Expected " + wanted + " when read " + value;
+}
+
+GetRow NoBoolNoText(std::string path, std::string asInt32, std::string asDouble, const std::string& value)
+{
+    return {std::move(path), std::move(asInt32), std::move(asDouble), Misfit("bool", value), Misfit("xstring", value)};
+}
+
+const GetRow s_getRows[] = {
+    NoBoolNoText(".lines[0].quantity", "7", "7.000000", "7"),
+    NoBoolNoText(".lines [ +1 ] . price", "3", "3.000000", "3.0"),
+    NoBoolNoText(".lines[0].price", Misfit("int32", "0.25"), "0.250000", "0.25"),
+    NoBoolNoText(".rates[\"EUR\"]", Misfit("int32", "1.5"), "1.500000", "1.5"),
+    NoBoolNoText(".rates['EUR']", Misfit("int32", "1.5"), "1.500000", "1.5"),
+    NoBoolNoText(".big", "Value 18446744073709551615 is out of range of int32", "18446744073709551616.000000",
+                 "18446744073709551615"),
+    NoBoolNoText(".matrix[0x1]", "-4", "-4.000000", "-4"),
+    {".isOpen", Misfit("int32", "false"), Misfit("float64", "false"), "false", Misfit("xstring", "false")},
+    {".customer", Misfit("int32", "\"Ada\""), Misfit("float64", "\"Ada\""), Misfit("bool", "\"Ada\""), "Ada"},
+    {".colour", Misfit("int32", "\"DEEP_BLUE\""), Misfit("float64", "\"DEEP_BLUE\""), Misfit("bool", "\"DEEP_BLUE\""),
+     "DEEP_BLUE"},
+    {".letter", Misfit("int32", "\"a\""), Misfit("float64", "\"a\""), Misfit("bool", "\"a\""), "a"},
+};
+
+TEST_F(Fields, AreGivenByTheTableOfConversions)
+{
+    for (const GetRow& row : s_getRows)
+    {
+        EXPECT_EQ(Shown(TryGet<int>(m_order, row.m_path)), row.m_int32) << row.m_path;
+        EXPECT_EQ(Shown(TryGet<double>(m_order, row.m_path)), row.m_double) << row.m_path;
+        EXPECT_EQ(Shown(TryGet<bool>(m_order, row.m_path)), row.m_bool) << row.m_path;
+        EXPECT_EQ(Shown(TryGet<xstring>(m_order, row.m_path)), row.m_text) << row.m_path;
+    }
+    EXPECT_EQ(Get<uint64>(m_order, ".big"), std::numeric_limits<uint64>::max());
+    EXPECT_EQ(Get<char>(m_order, ".letter"), 'a');
+    EXPECT_EQ(Get<Colour>(m_order, ".colour"), Colour::DEEP_BLUE);
+    EXPECT_EQ(Get<float>(m_order, ".ratio"), 0.5F);
+}
+
+TEST_F(Fields, ThatAreWholesAreCopied)
+{
+    const auto lines = Get<xvector<Line>>(m_order, ".lines");
+    EXPECT_EQ(lines[1].item, "bolt");
+    EXPECT_EQ(Get<Line>(m_order, ".lines[1]").item, "bolt");
+    EXPECT_EQ((Get<xmap<xstring, double>>(m_order, ".rates")["EUR"]), 1.5);
+    EXPECT_EQ(Get<Order>(m_order, "").customer, "Ada");
+    EXPECT_EQ(TryGet<Circle>(m_order, ".lines[1]").GetError().GetMessage(),
+              "Expected door::Circle when read door::Line");
+    EXPECT_EQ(TryGet<xvector<int32>>(m_order, ".lines").GetError().GetMessage(),
+              "Expected xvector<int32> when read xvector<door::Line>");
+    EXPECT_EQ(Get<int>(lines, "[0].quantity"), 7);
+}
+
+// --- failures
+
+struct PathErrorRow
+{
+    std::string m_path;
+    ErrorKind m_kind;
+    std::string m_message;
+    int64 m_column;
+    std::string m_caret;
+};
+
+const PathErrorRow s_pathErrors[] = {
+    {".nosuch", ErrorKind::Name, "Identifier nosuch is not a model field of class door::Order", 2, "^~~~~~"},
+    {".lines[0].qantity", ErrorKind::Name, "Identifier qantity is not a model field of class door::Line", 11,
+     "^~~~~~~"},
+    {".lines[7].item", ErrorKind::Range, "Vector index 7 out of range", 9, "^"},
+    {".lines[-1]", ErrorKind::Range, "Vector index -1 out of range", 10, "^"},
+    {".matrix[2]", ErrorKind::Range, "Array index 2 out of range", 10, "^"},
+    {".rates['USD']", ErrorKind::Range, "Key \"USD\" is not there", 13, "^"},
+    {".rates[5]", ErrorKind::Type, "Expected xstring when read 5", 9, "^"},
+    {".lines['a']", ErrorKind::Type, "Expected int32 when read 'a'", 8, "^~~"},
+    {".lines[99999999999]", ErrorKind::Range, "Value 99999999999 is out of range of int32", 8, "^~~~~~~~~~~"},
+    {".lines[0", ErrorKind::Syntax, "Expected ] when read end of text", 9, "^"},
+    {".lines.item", ErrorKind::Type, "Expected class when read xvector<door::Line>", 8, "^~~~"},
+    {".tiny.x", ErrorKind::Type, "Expected class when read int8", 7, "^"},
+    {".tiny[0]", ErrorKind::Type, "Expected list when read 3", 8, "^"},
+    {"tiny", ErrorKind::Syntax, "Expected end of text when read tiny", 1, "^~~~"},
+    {".", ErrorKind::Syntax, "Expected identifier when read end of text", 2, "^"},
+    {".tiny tiny", ErrorKind::Syntax, "Expected end of text when read tiny", 7, "^~~~"},
+    {".customer", ErrorKind::Type, "Expected float64 when read \"Ada\"", 2, "^~~~~~~~"},
+    {".\x01", ErrorKind::Syntax, "Illegal character 0x01 outside quotes", 2, "^"},
+};
+
+void ExpectPathError(const Error& error, const PathErrorRow& row)
+{
+    EXPECT_EQ(error.GetKind(), row.m_kind) << row.m_path;
+    EXPECT_EQ(error.GetMessage(), row.m_message) << row.m_path;
+    EXPECT_EQ(error.GetLine(), 1) << row.m_path;
+    EXPECT_EQ(error.GetColumn(), row.m_column) << row.m_path;
+    EXPECT_EQ(error.GetExcerpt().substr(error.GetExcerpt().find('^')), row.m_caret) << row.m_path;
+    EXPECT_EQ(error.GetSource(), "<text>");
+}
+
+TEST_F(Fields, PathsThatLeadNowhereSayWhere)
+{
+    for (const PathErrorRow& row : s_pathErrors)
+    {
+        ExpectPathError(TryGet<double>(m_order, row.m_path).GetError(), row);
+        try
+        {
+            Get<double>(m_order, row.m_path);
+            ADD_FAILURE() << row.m_path;
+        }
+        catch (const Error& e)
+        {
+            ExpectPathError(e, row);
+        }
+    }
+    EXPECT_THAT(TryGet<int>(m_order, ".custmer").GetError().GetSuggestions(), ::testing::ElementsAre("customer"));
+}
+
+// --- setting
+
+struct SetRow
+{
+    std::function<Result<void>(Order&)> m_set;
+    std::string m_path;
+    std::string m_outcome; // of the text at the path, or why it was not set
+};
+
+template <class V>
+SetRow Setting(const char* path, V value, std::string outcome)
+{
+    return {[=](Order& order) { return TrySet(order, path, value); }, path, std::move(outcome)};
+}
+
+TEST_F(Fields, AreSetByTheSameTable)
+{
+    const SetRow rows[] = {
+        Setting(".tiny", 5, "5"),
+        Setting(".tiny", 5.0, "5"),
+        Setting(".tiny", 300, "Value 300 is out of range of int8"),
+        Setting(".tiny", 2.5, "Expected int8 when read 2.5"),
+        Setting(".tiny", "5", "Expected int8 when read \"5\""),
+        Setting(".tiny", true, "Expected int8 when read true"),
+        Setting(".tiny", std::numeric_limits<double>::quiet_NaN(), "Expected int8 when read nan"),
+        Setting(".tiny", std::numeric_limits<double>::infinity(), "Value inf is out of range of int8"),
+        Setting(".big", -1, "Value -1 is out of range of uint64"),
+        Setting(".big", 18446744073709551614U, "18446744073709551614"),
+        Setting(".ratio", 1e300, "Value 1e+300 is out of range of float32"),
+        Setting(".ratio", 7, "7.0"),
+        Setting(".isOpen", true, "true"),
+        Setting(".isOpen", 1, "Expected bool when read 1"),
+        Setting(".customer", std::string("Bob"), "\"Bob\""),
+        Setting(".customer", 5, "Expected xstring when read 5"),
+        Setting(".letter", "z", "\"z\""),
+        Setting(".letter", "zz", "Expected char when read \"zz\""),
+        Setting(".colour", "RED", "\"RED\""),
+        Setting(".colour", Colour::RED, "\"RED\""),
+        Setting(".colour", "BLACK", "Expected door::Colour when read \"BLACK\""),
+        Setting(".lines[1].price", 9, "9.0"),
+        Setting(".lines[1]", Line{"cog", 1, 2}, "door::Line"),
+        Setting(".lines[1]", Circle(), "Expected door::Line when read door::Circle"),
+        Setting(".codes", xvector<int32>{8}, "xvector<int32>"),
+        Setting(".rates['EUR']", 2, "2.0"),
+        Setting(".rates['new']", 3, "3.0"),
+        Setting(".rates['new']", "3", "Expected float64 when read \"3\""),
+    };
+    for (const SetRow& row : rows)
+    {
+        Order order = m_order;
+        const std::string before = Write(order);
+        const Result<void> result = row.m_set(order);
+        if (!result)
+        {
+            EXPECT_EQ(result.GetError().GetMessage(), row.m_outcome) << row.m_path;
+            EXPECT_EQ(Write(order), before) << row.m_path;
+            EXPECT_EQ(result.GetError().GetLine(), 1) << row.m_path;
+            continue;
+        }
+        const Error error = TryGet<Shape>(order, row.m_path).GetError(); // which shows a scalar
+        EXPECT_EQ(error.GetMessage(), "Expected door::Shape when read " + row.m_outcome) << row.m_path;
+        EXPECT_NE(Write(order), before) << row.m_path;
+    }
+}
+
+TEST_F(Fields, OfObjectsAreReachedThroughHandles)
+{
+    const Object chain = Read<Object>("door::Shape { name = \"first\" next = door::Circle { radius = 2 } }");
+    EXPECT_EQ(Get<double>(chain, ".next.radius"), 2);
+    Set(chain, ".next.radius", 5);
+    EXPECT_EQ(Get<Circle>(chain, ".next").radius, 5);
+    const Root<Shape> root = Read<Root<Shape>>("{ next = door::Shape { name = 'inner' } }");
+    Set(root, ".next.name", "x");
+    EXPECT_EQ(Get<xstring>(root, ".next.name"), "x");
+    EXPECT_TRUE(Has(root, ".next"));
+    EXPECT_TRUE(Has(root, ".next.name"));
+    EXPECT_FALSE(Has(root, ".next.next"));
+    EXPECT_FALSE(Has(root, ".next.next.name"));
+    EXPECT_FALSE(Has(root, ".nosuch"));
+    EXPECT_EQ(TryGet<double>(root, ".next.next.radius").GetError().GetMessage(), "null dereference");
+    Set(root, ".next", nullptr);
+    EXPECT_FALSE(Has(root, ".next"));
+    EXPECT_FALSE(Has(Object(), ".name"));
+    EXPECT_EQ(TryGet<int>(Object(), ".name").GetError().GetKind(), ErrorKind::Range);
+}
+
+TEST_F(Fields, AreThereOrNot)
+{
+    EXPECT_TRUE(Has(m_order, ".lines[1]"));
+    EXPECT_FALSE(Has(m_order, ".lines[2]"));
+    EXPECT_TRUE(Has(m_order, ".rates['EUR']"));
+    EXPECT_FALSE(Has(m_order, ".rates['USD']"));
+    EXPECT_THROW(Has(m_order, ".lines["), Error);
+    EXPECT_THROW(Has(m_order, ".tiny.x"), Error);
+}
+
+} // namespace
+
+} // namespace kelm
