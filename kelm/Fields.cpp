@@ -4,6 +4,7 @@
 #include <kelm/private/ErrorOf.h>
 #include <kelm/private/FieldWalk.h>
 #include <kelm/private/TypeText.h>
+#include <klObject/types/ForeignType.h>
 #include <klUtils/text/ExpressionParser.h>
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/text/private/TypedReads.h>
@@ -176,7 +177,8 @@ std::string TypeTextOf(const FieldWalk& walk)
 bool IsSameType(const FieldWalk& walk, ReflectionByteCode type)
 {
     type.AdvanceToUnderlyingType2();
-    return TypeText(type) == TypeTextOf(walk);
+    return TypeText(type) == TypeTextOf(walk) &&
+           (type.GetCode() != FT_FOREIGN || type.GetForeignType().m_name == walk.GetType().GetForeignType().m_name);
 }
 
 // --- checks
@@ -250,27 +252,34 @@ Result<void> GetField(const FieldStart& start, std::string_view path, const Used
 
 Result<void> SetField(const FieldStart& start, std::string_view path, const Scalar& value)
 {
-    return AtField(
-        start, path, EAccess::Write,
-        [&](WalkedPath& walked) -> Result<void>
-        {
-            FieldWalk& walk = walked.GetWalk();
-            if (walk.GetClass() != nullptr)
-                return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TextOf(value));
-            if (walk.IsConst())
-                return walked.ErrorAtEnd(ErrorKind::Type, "The field is constant");
-            std::string room;
-            Scalar old = walk.GetCheckedMembers().empty() ? Scalar() : LoadScalar(walk.GetType(), walk.GetData(), room);
-            if (old.m_kind == Scalar::Kind::Text)
-            {
-                room = std::string(old.m_text);
-                old = Scalar(std::string_view(room));
-            }
-            const Fit fit = StoreScalar(walk.GetType(), walk.GetData(), value);
-            if (fit != Fit::Fits)
-                return MisfitError(walked, fit, TypeText(walk.GetType()), TextOf(value));
-            return CheckChange(walked, TextOf(value), [&] { StoreScalar(walk.GetType(), walk.GetData(), old); });
-        });
+    return AtField(start, path, EAccess::Write,
+                   [&](WalkedPath& walked) -> Result<void>
+                   {
+                       FieldWalk& walk = walked.GetWalk();
+                       if (walk.GetClass() != nullptr)
+                           return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TextOf(value));
+                       if (walk.IsConst())
+                           return walked.ErrorAtEnd(ErrorKind::Type, "The field is constant");
+                       std::string room;
+                       Scalar old = walk.GetCheckedMembers().empty() ? Scalar()
+                                                                     : LoadScalar(walk.GetType(), walk.GetData(), room);
+                       if (old.m_kind == Scalar::Kind::Text)
+                       {
+                           room = std::string(old.m_text);
+                           old = Scalar(std::string_view(room));
+                       }
+                       const Fit fit = StoreScalar(walk.GetType(), walk.GetData(), value);
+                       if (fit != Fit::Fits)
+                           return MisfitError(walked, fit, TypeText(walk.GetType()), TextOf(value));
+                       return CheckChange(walked, TextOf(value),
+                                          [&]
+                                          {
+                                              if (old.m_kind == Scalar::Kind::None)
+                                                  walk.TrySetToNull();
+                                              else
+                                                  StoreScalar(walk.GetType(), walk.GetData(), old);
+                                          });
+                   });
 }
 
 Result<void> SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,

@@ -18,7 +18,7 @@
 #include <kelm/Object.h>
 #include <kelm/Result.h>
 #include <kelm/Scalar.h>
-#include <kelm/TypeOf.h>
+#include <kelm/UsedType.h>
 #include <kelm/api.h>
 
 #include <cstddef>

@@ -19,7 +19,7 @@
 #include <kelm/FilePath.h>
 #include <kelm/Object.h>
 #include <kelm/Result.h>
-#include <kelm/TypeOf.h>
+#include <kelm/UsedType.h>
 #include <kelm/api.h>
 
 #include <string>

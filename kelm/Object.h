@@ -9,7 +9,7 @@
 //         shape.As<Circle>().radius *= 2;
 
 #include <kelm/Error.h>
-#include <kelm/TypeOf.h>
+#include <kelm/UsedType.h>
 #include <kelm/api.h>
 #include <klObject/objects/Collector.h>
 #include <klObject/objects/GcObject.h>

@@ -2,6 +2,7 @@
 
 #include <kelm/private/TypeText.h>
 #include <klObject/types/EnumIndex.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/values/WriteVariable.h>
 #include <klObject/values/private/ScalarTypes.h>
@@ -89,6 +90,45 @@ Fit StoreText(const ReflectionByteCode& type, void* data, std::string_view text)
     return Fit::Fits;
 }
 
+// --- foreign types
+
+// An optional is what it holds.
+Scalar LoadForeign(const ForeignType& type, const void* data, std::string& room)
+{
+    if (type.GetForm() == FF_CHOICE)
+    {
+        const int32 part = type.m_choice->GetIndex(data);
+        return part < 0 ? Scalar() : LoadScalar(type.GetPartType(part), type.m_choice->GetValue(data), room);
+    }
+    if (type.GetForm() != FF_TEXT)
+        return Scalar();
+    char buffer[ForeignTextFns::BufferSize];
+    const SubString text = type.m_text->Get(data, buffer);
+    if (text.m_p1 < buffer || buffer + sizeof buffer <= text.m_p1)
+        return Scalar(std::string_view(text.m_p1, static_cast<std::size_t>(text.size())));
+    if (text.empty() && type.m_text->m_isIdentifier)
+        return Scalar(); // none of the enumerators
+    room.assign(text.begin(), text.end());
+    return Scalar(std::string_view(room));
+}
+
+Fit StoreForeign(const ForeignType& type, void* data, const Scalar& scalar)
+{
+    if (type.IsOptional())
+    {
+        const bool isEmpty = type.m_choice->GetIndex(data) < 0;
+        void* const value = isEmpty ? type.m_choice->Emplace(data, 0) : type.m_choice->GetValue(data);
+        const Fit fit = StoreScalar(type.GetPartType(0), value, scalar);
+        if (isEmpty && fit != Fit::Fits)
+            type.m_choice->Reset(data);
+        return fit;
+    }
+    if (type.GetForm() != FF_TEXT || scalar.m_kind != Scalar::Kind::Text)
+        return Fit::OtherType;
+    const std::string_view text = scalar.m_text;
+    return type.m_text->Set(data, {text.data(), text.data() + text.size()}) ? Fit::Fits : Fit::OtherType;
+}
+
 template <class T>
 Fit StoreNumber(void* data, const Scalar& scalar)
 {
@@ -141,6 +181,7 @@ Scalar LoadScalar(ReflectionByteCode type, const void* data, std::string& room)
     case FT_STRING8: return Scalar(static_cast<const xstring*>(data)->view());
     case FT_STRING16: return LoadString16(*static_cast<const xstring16*>(data), room);
     case FT_ENUM: return LoadEnumerator(type.GetReflectedEnum(), LoadScalar<int32>(data));
+    case FT_FOREIGN: return LoadForeign(type.GetForeignType(), data, room);
     default: return Scalar();
     }
 }
@@ -168,6 +209,7 @@ Fit StoreScalar(ReflectionByteCode type, void* data, const Scalar& scalar)
     case FT_UINT64: return StoreNumber<uint64>(data, scalar);
     case FT_FLOAT32: return StoreNumber<float32>(data, scalar);
     case FT_FLOAT64: return StoreNumber<float64>(data, scalar);
+    case FT_FOREIGN: return StoreForeign(type.GetForeignType(), data, scalar);
     default: return scalar.m_kind == Scalar::Kind::Text ? StoreText(type, data, scalar.m_text) : Fit::OtherType;
     }
 }

@@ -2,6 +2,7 @@
 
 #include <kelm/private/Excerpt.h>
 #include <kelm/private/Suggest.h>
+#include <klObject/describe/RegisterUsed.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/text/LsScanToken.h>
 
@@ -158,6 +159,10 @@ Error ErrorInFlight(const SourceText& source, const std::string& fieldPath)
     catch (const WriteException& e)
     {
         return ErrorOfWriting(e);
+    }
+    catch (const TypeNameException& e)
+    {
+        return ErrorWithoutPlace(ErrorKind::Name, e.what());
     }
 }
 

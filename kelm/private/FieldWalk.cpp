@@ -4,6 +4,7 @@
 #include <kelm/private/TypeText.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ClassModel.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
 #include <klPersistStore/ReadBarrier.h>
 #include <klUtils/MessageOf.h>
@@ -18,14 +19,43 @@ namespace kelm
 namespace
 {
 
-ReflectionByteCode PayloadType(const ReflectionByteCode& mapType)
+const ForeignType* GetForeign(const ReflectionByteCode& type, EForeignForm form)
 {
-    ReflectionByteCode type = mapType.GetElementType();
-    type.ScanType();
-    if (mapType.m_mapOrSetFns != nullptr)
-        type.m_mapOrSetFns = mapType.m_mapOrSetFns + 1;
-    return type;
+    if (type.m_bc == nullptr || type.GetCode() != FT_FOREIGN || type.GetForeignType().GetForm() != form)
+        return nullptr;
+    return &type.GetForeignType();
 }
+
+// What maps of both kinds, and foreign sets, do with keys.
+struct MapAccess
+{
+    explicit MapAccess(const ReflectionByteCode& type)
+    {
+        if (const ForeignType* const foreign = GetForeign(type, FF_MAP))
+        {
+            m_keyType = foreign->GetPartType(0);
+            m_valueType = foreign->GetPartType(foreign->m_numParts - 1);
+            m_find = foreign->m_map->Find;
+            m_erase = foreign->m_map->Erase;
+            m_insertForeign = foreign->m_numParts == 2 ? foreign->m_map->Insert : nullptr;
+            return;
+        }
+        m_keyType = type.GetElementType();
+        m_valueType = m_keyType;
+        m_valueType.ScanType();
+        m_valueType.m_mapOrSetFns = type.m_mapOrSetFns + 1;
+        m_find = type.m_mapOrSetFns->mapFns->Find;
+        m_erase = type.m_mapOrSetFns->mapFns->Erase;
+        m_insert = type.m_mapOrSetFns->mapFns->Insert;
+    }
+
+    ReflectionByteCode m_keyType;
+    ReflectionByteCode m_valueType; // of a set, the elements'
+    void* (*m_find)(const void* map, const void* key);
+    bool (*m_erase)(void* map, const void* key);
+    void* (*m_insert)(void* map, const void* key) = nullptr;
+    void* (*m_insertForeign)(void* map, void* key) = nullptr; // which moves from the key
+};
 
 SubString View(const std::string& text)
 {
@@ -39,37 +69,43 @@ class FieldWalk::Key
 {
 public:
     explicit Key(const ReflectionByteCode& mapType)
-        : m_mapType(mapType)
-        , m_type(mapType.GetElementType())
-        , m_memory(std::make_unique<char[]>(static_cast<std::size_t>(m_type.GetTypeSize())))
+        : m_access(mapType)
+        , m_memory(std::make_unique<char[]>(static_cast<std::size_t>(m_access.m_keyType.GetTypeSize())))
     {
-        ConstructReflectedVariable(m_type, m_memory.get());
+        ConstructReflectedVariable(m_access.m_keyType, m_memory.get());
     }
     ~Key()
     {
         if (m_changedMap != nullptr)
-            GetFns().Erase(m_changedMap, m_memory.get());
-        DestructReflectedVariable(m_type, m_memory.get());
+            m_access.m_erase(m_changedMap, m_memory.get());
+        DestructReflectedVariable(m_access.m_keyType, m_memory.get());
     }
     Key(const Key&) = delete;
     Key& operator=(const Key&) = delete;
 
-    const ReflectionByteCode& GetType() const { return m_type; }
-    Fit Store(const Scalar& key) { return StoreScalar(m_type, m_memory.get(), key); }
-    void* Find(const void* map) const { return GetFns().Find(map, m_memory.get()); }
-    void* Insert(void* map)
+    const MapAccess& GetAccess() const { return m_access; }
+    bool CanInsert() const { return m_access.m_insert != nullptr || m_access.m_insertForeign != nullptr; }
+    Fit Store(const Scalar& key) { return StoreScalar(m_access.m_keyType, m_memory.get(), key); }
+    void* Find(const void* map) const { return m_access.m_find(map, m_memory.get()); }
+    void* Insert(void* map, const Scalar& key)
     {
-        void* const payload = GetFns().Insert(map, m_memory.get());
+        void* payload = nullptr;
+        if (m_access.m_insert != nullptr)
+        {
+            payload = m_access.m_insert(map, m_memory.get());
+        }
+        else
+        {
+            payload = m_access.m_insertForeign(map, m_memory.get());
+            Store(key); // again: it was moved from
+        }
         m_changedMap = map;
         return payload;
     }
     void Keep() { m_changedMap = nullptr; }
 
 private:
-    const MapFns& GetFns() const { return *m_mapType.m_mapOrSetFns->mapFns; }
-
-    ReflectionByteCode m_mapType;
-    ReflectionByteCode m_type;
+    MapAccess m_access;
     std::unique_ptr<char[]> m_memory;
     void* m_changedMap = nullptr;
 };
@@ -120,7 +156,8 @@ bool FieldWalk::IsEnterable() const
     if (m_type.m_bc == nullptr)
         return false;
     const ETypeByteCode code = m_type.GetCode();
-    return code == FT_INTERFACE_POINTER || code == FT_PREF || code == FT_CREF;
+    return code == FT_INTERFACE_POINTER || code == FT_PREF || code == FT_CREF ||
+           GetForeign(m_type, FF_CHOICE) != nullptr;
 }
 
 bool FieldWalk::TryEnter()
@@ -137,8 +174,27 @@ bool FieldWalk::TryEnter()
     }
     case FT_PREF:
     case FT_CREF: return MoveTo(ptr<IObject>(static_cast<const prefbase*>(m_data)->Get()));
+    case FT_FOREIGN:
+    {
+        const ForeignType* const choice = GetForeign(m_type, FF_CHOICE);
+        if (choice == nullptr)
+            return true;
+        const int32 part = choice->m_choice->GetIndex(m_data);
+        if (part < 0)
+            return Fail("null dereference");
+        MoveToPart(choice->GetPartType(part), choice->m_choice->GetValue(m_data));
+        return TryEnter(); // an optional of a handle
+    }
     default: return true;
     }
+}
+
+// A part of a constant is constant.
+void FieldWalk::MoveToPart(const ReflectionByteCode& type, void* data)
+{
+    const bool isConst = m_isConst;
+    MoveTo(type, data);
+    m_isConst |= isConst;
 }
 
 bool FieldWalk::TryStepToField(SubString name)
@@ -164,7 +220,7 @@ bool FieldWalk::TryStepToField(SubString name)
 bool FieldWalk::TakesIndices() const
 {
     const ETypeByteCode code = m_type.m_bc != nullptr ? m_type.GetCode() : FT_VOID;
-    return code == FT_ARRAY || code == FT_VECTOR || code == FT_DYNARRAY;
+    return code == FT_ARRAY || code == FT_VECTOR || code == FT_DYNARRAY || GetForeign(m_type, FF_LIST) != nullptr;
 }
 
 bool FieldWalk::TryStepToElement(int64 index)
@@ -174,7 +230,8 @@ bool FieldWalk::TryStepToElement(int64 index)
     case FT_ARRAY:
         if (index < 0 || index >= m_type.GetArrayCount())
             return Fail("Array index ", index, " out of range");
-        return StepToListElement(m_type.GetElementType(), m_data, index);
+        MoveToPart(m_type.GetElementType(), static_cast<char*>(m_data) + index * m_type.GetElementType().GetTypeSize());
+        return true;
     case FT_VECTOR:
     case FT_DYNARRAY:
     {
@@ -184,42 +241,44 @@ bool FieldWalk::TryStepToElement(int64 index)
         const ssize_t size = elementType.GetTypeSize();
         if (index < 0 || size <= 0 || index >= vector.size() / size)
             return Fail(isVector ? "Vector index " : "Array index ", index, " out of range");
-        return StepToListElement(elementType, const_cast<char*>(vector.data()), index);
+        MoveToPart(elementType, const_cast<char*>(vector.data()) + index * size);
+        return true;
     }
+    case FT_FOREIGN:
+        if (const ForeignType* const list = GetForeign(m_type, FF_LIST))
+        {
+            const ForeignListFns& fns = *list->m_list;
+            if (index < 0 || index >= fns.Count(m_data))
+                return Fail("Vector index ", index, " out of range");
+            MoveToPart(list->GetElementType(index), fns.At(m_data, index));
+            m_isConst |= !fns.m_isFixed && fns.Append == nullptr; // of bits, there are copies alone
+            return true;
+        }
+        [[fallthrough]];
     default:
         return TakesKeys() ? TryStepToKey(Scalar(index))
                            : Fail("Expected list when read ", View(TextOf(m_type, m_data)));
     }
 }
 
-bool FieldWalk::StepToListElement(const ReflectionByteCode& elementType, void* data, ssize_t index)
-{
-    const bool isConst = m_isConst;
-    MoveTo(elementType, static_cast<char*>(data) + index * elementType.GetTypeSize());
-    m_isConst |= isConst;
-    return true;
-}
-
 bool FieldWalk::TakesKeys() const
 {
-    return m_type.m_bc != nullptr && m_type.GetCode() == FT_MAP;
+    return m_type.m_bc != nullptr && (m_type.GetCode() == FT_MAP || GetForeign(m_type, FF_MAP) != nullptr);
 }
 
 bool FieldWalk::TryStepToKey(const Scalar& key)
 {
     if (!TakesKeys())
         return Fail("Expected map when read ", View(m_type.m_bc != nullptr ? TextOf(m_type, m_data) : m_class->m_name));
-    const ReflectionByteCode keyType = m_type.GetElementType();
     Key variable(m_type);
+    const MapAccess& access = variable.GetAccess();
     if (const Fit fit = variable.Store(key); fit != Fit::Fits)
-        return Fail(View(MisfitMessage(fit, TypeText(keyType), TextOf(key))));
+        return Fail(View(MisfitMessage(fit, TypeText(access.m_keyType), TextOf(key))));
     void* const payload = variable.Find(m_data);
-    m_isKeyMissing = payload == nullptr;
-    if (m_isKeyMissing)
+    m_isKeyMissing = payload == nullptr && variable.CanInsert();
+    if (payload == nullptr)
         return Fail("Key ", View(TextOf(key)), " is not there");
-    const bool isConst = m_isConst;
-    MoveTo(PayloadType(m_type), payload);
-    m_isConst |= isConst;
+    MoveToPart(access.m_valueType, payload);
     return true;
 }
 
@@ -229,8 +288,7 @@ bool FieldWalk::TryInsertKey(const Scalar& key)
         return Fail("The field is constant");
     m_insertedKey = std::make_unique<Key>(m_type);
     m_insertedKey->Store(key);
-    void* const payload = m_insertedKey->Insert(m_data);
-    MoveTo(PayloadType(m_type), payload);
+    MoveTo(m_insertedKey->GetAccess().m_valueType, m_insertedKey->Insert(m_data, key));
     return true;
 }
 
@@ -244,6 +302,12 @@ bool FieldWalk::TrySetToNull()
 {
     if (!IsEnterable() || m_isConst)
         return false;
+    if (const ForeignType* const choice = GetForeign(m_type, FF_CHOICE))
+    {
+        if (choice->IsOptional())
+            choice->m_choice->Reset(m_data);
+        return choice->IsOptional();
+    }
     if (m_type.GetCode() == FT_INTERFACE_POINTER)
     {
         const ptr<IObject> null;

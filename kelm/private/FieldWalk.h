@@ -76,9 +76,9 @@ private:
 
     void MoveTo(ReflectionByteCode type, void* data);
     bool MoveTo(ptr<IObject> object);
+    void MoveToPart(const ReflectionByteCode& type, void* data);
     template <class... Parts>
     bool Fail(const Parts&... parts);
-    bool StepToListElement(const ReflectionByteCode& elementType, void* data, ssize_t index);
 
     ReflectionByteCode m_type;
     const ReflectedClass* m_class = nullptr;

@@ -1,6 +1,7 @@
 #include <kelm/private/TypeText.h>
 
 #include <klObject/types/ETypeByteCode.h>
+#include <klObject/types/ForeignType.h>
 #include <klUtils/types.h>
 
 #include <algorithm>
@@ -103,6 +104,25 @@ std::string MapText(const ReflectionByteCode& type)
     return "xmap<" + TypeText(key) + ", " + TypeText(payload) + ">";
 }
 
+std::string ForeignText(const ForeignType& type)
+{
+    const auto of = [&type](const char* name)
+    {
+        std::string text = name;
+        for (int32 i = 0; i < type.m_numParts; ++i)
+            text += (i == 0 ? "<" : ", ") + TypeText(type.GetPartType(i));
+        return text + ">";
+    };
+    switch (type.GetForm())
+    {
+    case FF_TEXT: return type.m_text->m_what;
+    case FF_LIST: return of(type.m_list->m_isFixed ? "pair" : "vector");
+    case FF_MAP: return of(type.m_numParts == 2 ? "map" : "set");
+    case FF_CHOICE: return of(!type.IsOptional() ? "variant" : type.m_choice->m_isPointer ? "pointer" : "optional");
+    }
+    return {};
+}
+
 std::string ConstText(const std::string& type)
 {
     return type.ends_with('*') ? type + " const" : "const " + type;
@@ -127,6 +147,8 @@ std::string TypeText(ReflectionByteCode type)
         return ArrayText(type);
     if (code == FT_MAP)
         return MapText(type);
+    if (code == FT_FOREIGN)
+        return ForeignText(type.GetForeignType());
     return type.GetName();
 }
 

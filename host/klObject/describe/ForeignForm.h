@@ -91,6 +91,7 @@ inline constexpr ForeignType s_foreignType = []
     using Form = ForeignForm<T>;
     ForeignType type{};
     type.m_form = Form::Form;
+    type.m_name = kelmTypeName::Of<T>();
     type.m_size = sizeof(T);
     type.Construct = ConstructOne<T>;
     type.Destruct = DestroyOne<T>;
@@ -421,6 +422,7 @@ struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>, F
             const auto found = entries.find(*static_cast<const Key*>(key));
             return found == entries.end() ? nullptr : AddressOf(found->second);
         },
+        [](void* map, const void* key) { return static_cast<T*>(map)->erase(*static_cast<const Key*>(key)) > 0; },
         [](void* map) { static_cast<T*>(map)->clear(); },
         [](const void* map, EntryVisitor visitor, void* context)
         {
@@ -437,27 +439,28 @@ struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>>
     using Key = typename T::key_type;
     using Base = ForeignFormOf<FF_MAP, FieldType<Key>>;
     static constexpr EObstacle Obstacle = FirstObstacle({Base::Obstacle, FindObstacleToCreating<Key>()});
-    static constexpr ForeignMapFns s_fns = {[](const void* set)
-                                            { return static_cast<ssize_t>(static_cast<const T*>(set)->size()); },
-                                            [](void* set, void* key) -> void*
-                                            {
-                                                static_cast<T*>(set)->insert(std::move(*static_cast<Key*>(key)));
-                                                return nullptr;
-                                            },
-                                            [](const void* set, const void* key) -> void*
-                                            {
-                                                const T& elements = *static_cast<const T*>(set);
-                                                const auto found = elements.find(*static_cast<const Key*>(key));
-                                                return found == elements.end() ? nullptr : AddressOf(*found);
-                                            },
-                                            [](void* set) { static_cast<T*>(set)->clear(); },
-                                            [](const void* set, EntryVisitor visitor, void* context)
-                                            {
-                                                for (const auto& key : *static_cast<const T*>(set))
-                                                    if (!visitor(context, AddressOf(key), nullptr))
-                                                        return;
-                                            },
-                                            s_isOrderedForeign<T>};
+    static constexpr ForeignMapFns s_fns = {
+        [](const void* set) { return static_cast<ssize_t>(static_cast<const T*>(set)->size()); },
+        [](void* set, void* key) -> void*
+        {
+            static_cast<T*>(set)->insert(std::move(*static_cast<Key*>(key)));
+            return nullptr;
+        },
+        [](const void* set, const void* key) -> void*
+        {
+            const T& elements = *static_cast<const T*>(set);
+            const auto found = elements.find(*static_cast<const Key*>(key));
+            return found == elements.end() ? nullptr : AddressOf(*found);
+        },
+        [](void* set, const void* key) { return static_cast<T*>(set)->erase(*static_cast<const Key*>(key)) > 0; },
+        [](void* set) { static_cast<T*>(set)->clear(); },
+        [](const void* set, EntryVisitor visitor, void* context)
+        {
+            for (const auto& key : *static_cast<const T*>(set))
+                if (!visitor(context, AddressOf(key), nullptr))
+                    return;
+        },
+        s_isOrderedForeign<T>};
 };
 
 // --- choices

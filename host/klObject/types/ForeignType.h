@@ -11,6 +11,7 @@
 #include <klUtils/BasicSubString.h>
 #include <klUtils/types.h>
 
+#include <string_view>
 #include <type_traits>
 
 namespace kelm
@@ -60,6 +61,7 @@ struct ForeignMapFns
     // The payload under `key`, which is moved from; default-constructed where the key is new. Null in a set.
     void* (*Insert)(void* map, void* key);
     void* (*Find)(const void* map, const void* key); // the payload, or in a set the element; null where there is none
+    bool (*Erase)(void* map, const void* key);       // whether there was an entry
     void (*Clear)(void* map);
     void (*ForEach)(const void* map, EntryVisitor visitor, void* context); // in the map's own order
     bool m_isOrdered;                                                      // whether that is one, or any order
@@ -97,6 +99,7 @@ struct ForeignType
     const ForeignListFns* m_list;
     const ForeignMapFns* m_map;
     const ForeignChoiceFns* m_choice;
+    std::string_view m_name; // of the C++ type, by which it is the same in every library
 
     EForeignForm GetForm() const { return static_cast<EForeignForm>(m_form); }
     bool IsOptional() const { return m_form == FF_CHOICE && m_choice->m_names == nullptr; }

@@ -1,9 +1,9 @@
 #pragma once
 
-// TypeOf<T>: what the rooms below know of a C++ type, which is registered when it is first asked for. HoldsHandles<T>:
-// whether collected objects hang on it.
+// s_typeOf<T>: a C++ type as the rooms below know it. HoldsHandles<T>: whether collected objects hang on it.
 
 #include <klObject/describe/Describe.h>
+#include <klObject/describe/TypeOf.h>
 
 #include <array>
 #include <cstddef>
@@ -11,16 +11,6 @@
 
 namespace kelm
 {
-
-template <class T>
-void EnsureRegistered()
-{
-    if constexpr (Described<T>)
-        if (GetTargetOfName(Description<T>::s_name) == nullptr &&
-            TryFindReflectedClass(Description<T>::s_name) == nullptr &&
-            TryFindReflectedEnum(Description<T>::s_name) == nullptr)
-            RegisterTypes<T>(nullptr);
-}
 
 // A type that is registered on first use. Constant data but for that.
 struct UsedType
@@ -39,11 +29,8 @@ struct UsedType
 };
 
 template <class T>
-inline constexpr TypeTables<FieldType<T>> s_tablesOf{};
-
-template <class T>
-inline constexpr UsedType s_typeOf = {s_tablesOf<T>.ByteCode(0), s_tablesOf<T>.m_names.data(),
-                                      s_tablesOf<T>.Functions(0), EnsureRegistered<T>};
+inline constexpr UsedType s_typeOf = {s_tablesOfType<T>.ByteCode(0), s_tablesOfType<T>.m_names.data(),
+                                      s_tablesOfType<T>.Functions(0), EnsureRegistered<T>};
 
 // --- handles
 
@@ -111,18 +98,18 @@ struct PartOfField<NoFieldType>
     static constexpr const TypeParts* s_part = &s_none;
 };
 
-template <class List>
-struct PartsOfMembers;
 template <class... Ms>
-struct PartsOfMembers<MemberList<Ms...>>
+struct PartsOfMembers
 {
     static constexpr const TypeParts* s_all[] = {PartOfField<typename Ms::FieldTypeOf>::s_part..., nullptr};
     static constexpr TypeParts s_parts = {false, s_all};
 };
+template <class... Ms>
+PartsOfMembers<Ms...> PartsOfList(const MemberList<Ms...>&);
 
 template <Described T>
-requires std::derived_from<Description<T>, ClassDescription>
-struct PartsOf<T> : PartsOfMembers<decltype(Description<T>::Members())>
+requires std::is_base_of_v<ClassDescription, Description<T>>
+struct PartsOf<T> : decltype(PartsOfList(Description<T>::Members()))
 {
 };
 
