@@ -174,11 +174,19 @@ std::string TypeTextOf(const FieldWalk& walk)
     return walk.GetClass() != nullptr ? walk.GetClass()->m_name : TypeText(walk.GetType());
 }
 
+bool IsSameForeignType(const FieldWalk& walk, ReflectionByteCode type)
+{
+    type.AdvanceToUnderlyingType2();
+    return type.GetCode() == FT_FOREIGN && walk.GetType().m_bc != nullptr && walk.GetType().GetCode() == FT_FOREIGN &&
+           type.GetForeignType().m_name == walk.GetType().GetForeignType().m_name;
+}
+
 bool IsSameType(const FieldWalk& walk, ReflectionByteCode type)
 {
     type.AdvanceToUnderlyingType2();
-    return TypeText(type) == TypeTextOf(walk) &&
-           (type.GetCode() != FT_FOREIGN || type.GetForeignType().m_name == walk.GetType().GetForeignType().m_name);
+    if (type.GetCode() == FT_FOREIGN)
+        return IsSameForeignType(walk, type);
+    return TypeText(type) == TypeTextOf(walk);
 }
 
 // --- checks
@@ -213,6 +221,34 @@ Result<void> CheckChange(WalkedPath& path, const std::string& value, const Undo&
                                                  refusing->m_class->m_name + " refuses " + value);
 }
 
+// Stores a scalar in the field at the end of a path.
+Result<void> StoreAtEnd(WalkedPath& walked, const Scalar& value)
+{
+    FieldWalk& walk = walked.GetWalk();
+    if (walk.GetClass() != nullptr)
+        return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TextOf(value));
+    if (walk.IsConst())
+        return walked.ErrorAtEnd(ErrorKind::Type, "The field is constant");
+    std::string room;
+    Scalar old = walk.GetCheckedMembers().empty() ? Scalar() : LoadScalar(walk.GetType(), walk.GetData(), room);
+    if (old.m_kind == Scalar::Kind::Text) // which may lie in the field
+    {
+        room = std::string(old.m_text);
+        old.m_text = room;
+    }
+    const Fit fit = StoreScalar(walk.GetType(), walk.GetData(), value);
+    if (fit != Fit::Fits)
+        return MisfitError(walked, fit, TypeText(walk.GetType()), TextOf(value));
+    return CheckChange(walked, TextOf(value),
+                       [&]
+                       {
+                           if (old.m_kind == Scalar::Kind::None)
+                               walk.TrySetToNull();
+                           else
+                               StoreScalar(walk.GetType(), walk.GetData(), old);
+                       });
+}
+
 } // namespace
 
 Result<void> GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
@@ -226,7 +262,7 @@ Result<void> GetField(const FieldStart& start, std::string_view path, const Used
                        std::string room;
                        while (true)
                        {
-                           if (walk.GetClass() == nullptr)
+                           if (walk.GetClass() == nullptr && !IsSameForeignType(walk, type))
                            {
                                const Scalar scalar = LoadScalar(walk.GetType(), walk.GetData(), room);
                                if (scalar.m_kind != Scalar::Kind::None)
@@ -252,54 +288,27 @@ Result<void> GetField(const FieldStart& start, std::string_view path, const Used
 
 Result<void> SetField(const FieldStart& start, std::string_view path, const Scalar& value)
 {
-    return AtField(start, path, EAccess::Write,
-                   [&](WalkedPath& walked) -> Result<void>
-                   {
-                       FieldWalk& walk = walked.GetWalk();
-                       if (walk.GetClass() != nullptr)
-                           return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TextOf(value));
-                       if (walk.IsConst())
-                           return walked.ErrorAtEnd(ErrorKind::Type, "The field is constant");
-                       std::string room;
-                       Scalar old = walk.GetCheckedMembers().empty() ? Scalar()
-                                                                     : LoadScalar(walk.GetType(), walk.GetData(), room);
-                       if (old.m_kind == Scalar::Kind::Text)
-                       {
-                           room = std::string(old.m_text);
-                           old = Scalar(std::string_view(room));
-                       }
-                       const Fit fit = StoreScalar(walk.GetType(), walk.GetData(), value);
-                       if (fit != Fit::Fits)
-                           return MisfitError(walked, fit, TypeText(walk.GetType()), TextOf(value));
-                       return CheckChange(walked, TextOf(value),
-                                          [&]
-                                          {
-                                              if (old.m_kind == Scalar::Kind::None)
-                                                  walk.TrySetToNull();
-                                              else
-                                                  StoreScalar(walk.GetType(), walk.GetData(), old);
-                                          });
-                   });
+    return AtField(start, path, EAccess::Write, [&](WalkedPath& walked) { return StoreAtEnd(walked, value); });
 }
 
 Result<void> SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,
                       void (*swap)(void* a, void* b))
 {
-    std::string room;
-    const Result<Scalar> scalar = Attempt({}, {}, [&] { return LoadScalar(type.Get(), value, room); });
-    if (!scalar)
-        return scalar.GetError();
-    if (scalar->m_kind != Scalar::Kind::None)
-        return SetField(start, path, *scalar);
     return AtField(start, path, EAccess::Write,
                    [&](WalkedPath& walked) -> Result<void>
                    {
                        FieldWalk& walk = walked.GetWalk();
                        const ReflectionByteCode valueType = type.Get();
+                       if (!IsSameType(walk, valueType))
+                       {
+                           std::string room;
+                           const Scalar scalar = LoadScalar(valueType, value, room);
+                           if (scalar.m_kind != Scalar::Kind::None)
+                               return StoreAtEnd(walked, scalar);
+                           return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TypeText(valueType));
+                       }
                        if (walk.IsConst())
                            return walked.ErrorAtEnd(ErrorKind::Type, "The field is constant");
-                       if (!IsSameType(walk, valueType))
-                           return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TypeText(valueType));
                        swap(walk.GetData(), value);
                        return CheckChange(walked, "this " + TypeText(valueType), [&] { swap(walk.GetData(), value); });
                    });

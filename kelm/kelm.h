@@ -2,6 +2,7 @@
 
 // The front door: all that a program includes.
 
+#include <kelm/Describe.h>
 #include <kelm/Error.h>
 #include <kelm/Fields.h>
 #include <kelm/Files.h>

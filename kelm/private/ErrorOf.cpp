@@ -5,6 +5,7 @@
 #include <klObject/describe/RegisterUsed.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/text/LsScanToken.h>
+#include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
 #include <utility>
@@ -55,19 +56,31 @@ ErrorKind KindOfExpectation(std::string_view message)
                                                                                               : ErrorKind::Type;
 }
 
-// Of the token that begins there, as far as one does.
+// Of the token that begins there, as far as one does; a qualified name counts as one.
 std::size_t TokenSize(SubString text)
 {
     const char* const begin = text.m_p1;
+    const char* past = begin;
     try
     {
-        const LSToken token = LsScanToken(text, false);
-        return token.m_str.m_p1 == begin ? static_cast<std::size_t>(token.m_str.size()) : 0;
+        while (true)
+        {
+            const char* const start = text.m_p1;
+            const LSToken token = LsScanToken(text, false);
+            if (token.m_str.m_p1 != start)
+                break;
+            past = token.m_str.m_p2;
+            const bool goesOn = token == TOKEN_COLON_COLON
+                                    ? text.m_p1 != text.m_p2 && IsIdentifierCharacter(*text.m_p1)
+                                    : token == TOKEN_IDENTIFIER && text.size() > 2 && text[0] == ':' && text[1] == ':';
+            if (!goesOn)
+                break;
+        }
     }
-    catch (const LexScannerException&)
+    catch (const LexScannerException&) // the characters form no token
     {
-        return 0;
     }
+    return static_cast<std::size_t>(past - begin);
 }
 
 // Its message begins with the path of the value that has no text.

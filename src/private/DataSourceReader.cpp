@@ -17,6 +17,8 @@
 #include <klUtils/ToString.h>
 #include <klUtils/text/QualifiedName.h>
 
+#include <cstring>
+
 namespace kelm
 {
 
@@ -43,29 +45,43 @@ bool IsBodyStart(EToken kind)
 } // namespace
 
 // "Unknown member 'x' of class C" and its relatives.
-void DataSourceReader::ThrowUnknown(ConstStringZ what, SubString written, ConstStringZ container,
-                                    ConstStringZ name) const
+template <class Rules>
+void BasicDataSourceReader<Rules>::ThrowUnknown(ConstStringZ what, SubString written, ConstStringZ container,
+                                                ConstStringZ name, const char* place) const
 {
-    m_cursor.Throw("Unknown ", what, " '", written, "' of ", container, " ", name);
+    ThrowAbout(place, "Unknown ", what, " '", written, "' of ", container, " ", name);
+}
+
+template <class Rules>
+template <class... Parts>
+void BasicDataSourceReader<Rules>::ThrowAbout([[maybe_unused]] const char* place, const Parts&... parts) const
+{
+    if constexpr (Rules::s_isRuled)
+        throw LexScannerException(MessageOf(parts...), LSToken(TOKEN_IDENTIFIER, {place, m_cursor.m_end}));
+    else
+        m_cursor.Throw(parts...);
 }
 
 // --- Whole data sources ----------------------------------------------------------------------------------------------
 
-ptr<IObject> DataSourceReader::ReadDataSource()
+template <class Rules>
+ptr<IObject> BasicDataSourceReader<Rules>::ReadDataSource()
 {
+    const char* const place = m_cursor.GetText().m_p1;
     const xstring name = text::ReadPath(m_cursor);
     if (name == "null")
         return nullptr;
-    return ReadObject(name.c_str());
+    return ReadObject(name.c_str(), place);
 }
 
-ptr<IObject> DataSourceReader::ReadObject(ConstStringZ className)
+template <class Rules>
+ptr<IObject> BasicDataSourceReader<Rules>::ReadObject(ConstStringZ className, const char* namePlace)
 {
     const ReflectedClass* const rc = TryFindReflectedClass(className);
     if (rc == nullptr)
-        m_cursor.Throw("'", className, "' is not a registered class name");
+        ThrowAbout(namePlace, "'", className, "' is not a registered class name");
     if (rc->m_createFn == nullptr)
-        m_cursor.Throw("'", className, "' doesn't support dynamic creation");
+        ThrowAbout(namePlace, "'", className, "' doesn't support dynamic creation");
     m_cursor.Show();
     const ptr<IObject> obj = rc->m_createFn();
     RegisterGcObject(obj);
@@ -103,23 +119,25 @@ bool TryReadSimple(text::Cursor& cursor, ETypeByteCode code, void* data)
 
 } // namespace
 
-void DataSourceReader::ReadEnumeratorByNumber(const ReflectedEnum& r, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadEnumeratorByNumber(const ReflectedEnum& r, void* data)
 {
     const int32 value = m_cursor.GetToken().GetLiteralInt32();
     if (FindEnumeratorByValue(r, value) < 0)
-        ThrowUnknown("value", NumberText(value), "enum", r.m_name);
+        ThrowUnknown("value", NumberText(value), "enum", r.m_name, m_cursor.GetText().m_p1);
     Store(data, value);
     m_cursor.Next();
 }
 
-void DataSourceReader::ReadEnumerator(const ReflectedEnum& r, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadEnumerator(const ReflectedEnum& r, void* data)
 {
     if (m_cursor.Is(TOKEN_INTEGER))
         return ReadEnumeratorByNumber(r, data);
     const SubString name = text::ReadIdentifier(m_cursor);
     const int32 i = FindEnumerator(r, name);
     if (i < 0)
-        ThrowUnknown("member", name, "enum", r.m_name);
+        ThrowUnknown("member", name, "enum", r.m_name, name.m_p1);
     Store(data, r.GetValue(i));
 }
 
@@ -137,19 +155,22 @@ constexpr bool IsUnderlying(ETypeByteCode code)
 
 } // namespace
 
-void DataSourceReader::ReadVariable(const ReflectionByteCode& type, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadVariable(const ReflectionByteCode& type, void* data)
 {
     ReadValue(type, data);
 }
 
-void DataSourceReader::ReadValue(const ReflectionByteCode& type, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadValue(const ReflectionByteCode& type, void* data)
 {
     KELM_ASSERT(type.m_bc);
     if (!TryReadSimple(m_cursor, type.GetCode(), data))
         ReadNested(type, data);
 }
 
-void DataSourceReader::ReadNested(ReflectionByteCode type, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadNested(ReflectionByteCode type, void* data)
 {
     if (IsStackLow())
         return CallOnFreshSegment([&] { ReadNested(type, data); });
@@ -163,7 +184,8 @@ void DataSourceReader::ReadNested(ReflectionByteCode type, void* data)
 }
 
 // A value whose type is underlying: neither metadata nor a qualifier nor a typedef.
-inline void DataSourceReader::ReadUnderlying(const ReflectionByteCode& type, void* data)
+template <class Rules>
+inline void BasicDataSourceReader<Rules>::ReadUnderlying(const ReflectionByteCode& type, void* data)
 {
     switch (type.GetCode())
     {
@@ -199,29 +221,124 @@ inline void DataSourceReader::ReadUnderlying(const ReflectionByteCode& type, voi
     }
 }
 
-void DataSourceReader::ReadPersistentReference(prefbase& reference)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadPersistentReference(prefbase& reference)
 {
+    const char* const place = m_cursor.GetText().m_p1;
     const ptr<IObject> p = ReadDataSource();
+    if (Rules::s_isRuled && !p)
+        ThrowAbout(place, "Expected object when read null");
     KELM_ASSERT(p);
     m_cursor.Show();
     const ptr<IPersistable> persistable = QueryPersistable(p);
     if (!persistable)
-        m_cursor.Throw("'", p.GetReflectedClass()->m_name, "' is not persistable");
+        ThrowAbout(place, "'", p.GetReflectedClass()->m_name, "' is not persistable");
     reference.Set(persistable);
+}
+
+// --- What rules ask for ----------------------------------------------------------------------------------------------
+
+namespace
+{
+
+// A value's text where it is short, without what follows it.
+SubString ShownValue(SubString text)
+{
+    constexpr ssize_t longest = 60;
+    ExpressionParser parser;
+    parser.Init(text);
+    while (parser.GetTokenType() != TOKEN_END)
+        parser.ReadNextToken();
+    const SubString shown(text.m_p1, parser.m_prevToken.m_str.m_p2);
+    return shown.size() <= longest ? shown : SubString("this value");
+}
+
+// Destroys the elements.
+void Clear(const ReflectionByteCode& elementType, VectorOfByte& vector)
+{
+    if (vector.empty())
+        return;
+    const ssize_t size = elementType.GetTypeSize();
+    for (ssize_t at = 0; at < vector.size(); at += size)
+        DestructReflectedVariable(elementType, vector.data() + at);
+    vector.clear();
+}
+
+// Makes a variable that holds something a new one.
+void Renew(const ReflectionByteCode& type, void* data)
+{
+    DestructReflectedVariable(type, data);
+    ConstructReflectedVariable(type, data);
+}
+
+// Of a variant's variable, wherever its bytes are.
+void DestroyAlternative(const ReflectedVariant& rv, void* variant)
+{
+    int32 index;
+    std::memcpy(&index, variant, sizeof index);
+    if (0 <= index && index < rv.m_numFields)
+        DestructReflectedVariable({rv.m_fields[index].m_bc, rv.m_stringTable},
+                                  static_cast<char*>(variant) + rv.m_fields[index].m_offset);
+}
+
+ssize_t CountModelFields(const ClassModel& model)
+{
+    return model.m_class != nullptr ? GetModelFieldCount(*model.m_class) : 0;
+}
+
+} // namespace
+
+// Throws where the member has been written before.
+template <class Rules>
+void BasicDataSourceReader<Rules>::NoteMember([[maybe_unused]] Members& written, [[maybe_unused]] ssize_t member,
+                                              [[maybe_unused]] const ClassShape& shape,
+                                              [[maybe_unused]] const char* place) const
+{
+    if constexpr (Rules::s_isRuled)
+    {
+        if (written.Has(member))
+        {
+            const ssize_t numModelFields = CountModelFields(shape.m_model);
+            const ConstStringZ name = member < numModelFields ? shape.m_model.m_class->m_modelFields[member].m_name
+                                                              : shape.m_rc.m_fields[member - numModelFields].m_name;
+            ThrowAbout(place, "Member '", name, "' of class ", shape.m_rc.m_name, " is written twice");
+        }
+        written.Add(member);
+    }
+}
+
+// Throws where one is missing that must be written.
+template <class Rules>
+void BasicDataSourceReader<Rules>::RequireMembers([[maybe_unused]] const Members& written,
+                                                  [[maybe_unused]] const ClassShape& shape,
+                                                  [[maybe_unused]] const char* place) const
+{
+    if constexpr (Rules::s_isRuled)
+    {
+        const ReflectedClass* const model = shape.m_model.m_class;
+        if (model == nullptr || model->m_rules == nullptr)
+            return;
+        for (ssize_t i = 0; i < GetModelFieldCount(*model); ++i)
+            if (model->m_rules[i].m_isRequired && !written.Has(i))
+                ThrowAbout(place, "Member '", model->m_modelFields[i].m_name, "' of class ", shape.m_rc.m_name,
+                           " is required");
+    }
 }
 
 // --- Values behind an operator ---------------------------------------------------------------------------------------
 //
 // Behind "=", "[", "(" and "," most values are read in registers, the others by the cursor, from the operator on.
 
-Place DataSourceReader::ReadUnusual(SubString op, const ReflectionByteCode& type, void* data)
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadUnusual(SubString op, const ReflectionByteCode& type, void* data)
 {
     m_cursor.NextBehind(op);
     ReadValue(type, data);
     return m_cursor.GetPlace();
 }
 
-inline bool DataSourceReader::TryReadEnumerator(FastCursor& cursor, const ReflectedEnum& r, void* data)
+template <class Rules>
+inline bool BasicDataSourceReader<Rules>::TryReadEnumerator(FastCursor& cursor, const ReflectedEnum& r, void* data)
 {
     const text::Found found = text::FindName(cursor.FindNext(), cursor.GetEnd());
     if (found.m_past == nullptr) [[unlikely]]
@@ -234,8 +351,10 @@ inline bool DataSourceReader::TryReadEnumerator(FastCursor& cursor, const Reflec
 }
 
 // A nested value that begins with a bracket, or an enumerator.
-[[gnu::always_inline]] inline bool DataSourceReader::TryReadNesting(FastCursor& cursor, const ReflectionByteCode& type,
-                                                                    char* data)
+template <class Rules>
+[[gnu::always_inline]] inline bool BasicDataSourceReader<Rules>::TryReadNesting(FastCursor& cursor,
+                                                                                const ReflectionByteCode& type,
+                                                                                char* data)
 {
     const char* const next = cursor.FindNext();
     const char bracket = next != cursor.GetEnd() ? *next : '\0';
@@ -267,8 +386,9 @@ inline bool DataSourceReader::TryReadEnumerator(FastCursor& cursor, const Reflec
     }
 }
 
-[[gnu::always_inline]] inline void DataSourceReader::ReadBehind(FastCursor& cursor, const ReflectionByteCode& type,
-                                                                char* data)
+template <class Rules>
+[[gnu::always_inline]] inline void BasicDataSourceReader<Rules>::ReadBehind(FastCursor& cursor,
+                                                                            const ReflectionByteCode& type, char* data)
 {
     const bool isRead =
         type.m_bc != nullptr &&
@@ -281,15 +401,43 @@ inline bool DataSourceReader::TryReadEnumerator(FastCursor& cursor, const Reflec
 }
 
 // The same where it need not be inlined.
-Place DataSourceReader::ReadOneBehind(FastCursor cursor, const ReflectionByteCode& type, char* data)
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadOneBehind(FastCursor cursor, const ReflectionByteCode& type, char* data)
 {
     ReadBehind(cursor, type, data);
     return cursor.GetPlace();
 }
 
+// A member's value, behind the equals sign or comma before it.
+template <class Rules>
+inline Place BasicDataSourceReader<Rules>::ReadMember(FastCursor cursor, const ReflectionByteCode& type, char* data,
+                                                      [[maybe_unused]] const ClassShape& shape,
+                                                      [[maybe_unused]] const FieldFacts& facts)
+{
+    if constexpr (Rules::s_isRuled)
+    {
+        const char* const begin = cursor.FindNext();
+        const Place behind = m_rules.AtMember(facts.m_name, [&, cursor] { return ReadOneBehind(cursor, type, data); });
+        if (facts.m_check != nullptr)
+            m_rules.AtMember(facts.m_name,
+                             [&]
+                             {
+                                 if (!facts.m_check(data))
+                                     ThrowAbout(begin, "Member '", facts.m_name, "' of class ", shape.m_rc.m_name,
+                                                " refuses ", ShownValue({begin, behind.m_start}));
+                             });
+        return behind;
+    }
+    else
+    {
+        return ReadOneBehind(cursor, type, data);
+    }
+}
+
 // --- Class bodies ----------------------------------------------------------------------------------------------------
 
-DataSourceReader::ClassShape::ClassShape(const ReflectedClass& rc) : m_rc(rc), m_model(FindClassModel(rc))
+template <class Rules>
+BasicDataSourceReader<Rules>::ClassShape::ClassShape(const ReflectedClass& rc) : m_rc(rc), m_model(FindClassModel(rc))
 {
     static constexpr KnownText s_noName;
     const FieldIndex* const index = m_model.m_class != nullptr ? GetFieldIndex(*m_model.m_class) : nullptr;
@@ -297,20 +445,23 @@ DataSourceReader::ClassShape::ClassShape(const ReflectedClass& rc) : m_rc(rc), m
     m_numNames = index != nullptr ? m_model.m_class->m_numModelFields : 0;
 }
 
-ReflectionByteCode DataSourceReader::ClassShape::GetModelType(ssize_t i) const
+template <class Rules>
+ReflectionByteCode BasicDataSourceReader<Rules>::ClassShape::GetModelType(ssize_t i) const
 {
     const ReflectedModelField& field = m_model.m_class->m_modelFields[i];
     return {field.m_bc, m_model.m_class->m_stringTable, field.m_mapOrSetFns};
 }
 
-void DataSourceReader::ReadClass(const ReflectedClass& rc, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadClass(const ReflectedClass& rc, void* data)
 {
     KELM_ASSERT(data);
     ReadInstance(ClassShape(rc), static_cast<char*>(data));
 }
 
 // An optional class name and a body.
-void DataSourceReader::ReadInstance(const ClassShape& shape, char* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadInstance(const ClassShape& shape, char* data)
 {
     if (m_cursor.Is(TOKEN_IDENTIFIER))
         ReadClassName(shape.m_rc);
@@ -322,15 +473,18 @@ void DataSourceReader::ReadInstance(const ClassShape& shape, char* data)
         m_cursor.ThrowExpected("{");
 }
 
-void DataSourceReader::ReadClassName(const ReflectedClass& rc)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadClassName(const ReflectedClass& rc)
 {
+    const char* const place = m_cursor.GetText().m_p1;
     const xstring written = text::ReadPath(m_cursor);
     if (!IsWrittenSuffix(rc.m_name, written))
-        m_cursor.Throw("Expected ", rc.m_name, " when read ", written);
+        ThrowAbout(place, "Expected ", rc.m_name, " when read ", written);
 }
 
 // A positional body.
-Place DataSourceReader::ReadFields(SubString parenthesis, const ClassShape& shape, char* data)
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadFields(SubString parenthesis, const ClassShape& shape, char* data)
 {
     if (IsStackLow())
     {
@@ -340,19 +494,20 @@ Place DataSourceReader::ReadFields(SubString parenthesis, const ClassShape& shap
     }
     FastCursor cursor(m_cursor, parenthesis);
     bool isFirst = true;
-    const auto read = [&](const ReflectionByteCode& type, char* field)
+    const auto read = [&](const ReflectionByteCode& type, char* field, const FieldFacts& facts)
     {
         if (!isFirst)
-            cursor.TakeOperatorOrThrow<','>();
+            cursor.template TakeOperatorOrThrow<','>();
         isFirst = false;
-        cursor.Load(ReadOneBehind(cursor, type, field));
+        cursor.Load(ReadMember(cursor, type, field, shape, facts));
     };
     if (shape.m_model.m_class != nullptr)
         for (ssize_t i = 0; i < GetModelFieldCount(*shape.m_model.m_class); ++i)
             if (const ReflectedModelField& field = shape.m_model.m_class->m_modelFields[i]; IsPresent(field))
-                read(shape.GetModelType(i), data + shape.m_model.m_offset + field.m_offset);
+                read(shape.GetModelType(i), data + shape.m_model.m_offset + field.m_offset,
+                     FieldFacts(*shape.m_model.m_class, i));
     for (ssize_t i = 0; i < GetOrdinaryFieldCount(shape.m_rc); ++i)
-        read(shape.GetOrdinaryType(i), data + shape.m_rc.m_fields[i].m_offset);
+        read(shape.GetOrdinaryType(i), data + shape.m_rc.m_fields[i].m_offset, FieldFacts(shape.m_rc.m_fields[i]));
     if (isFirst)
         cursor.MovePastOperator();
     cursor.TakeOperatorOrThrow<')'>();
@@ -362,7 +517,8 @@ Place DataSourceReader::ReadFields(SubString parenthesis, const ClassShape& shap
 
 // A named body. Members are looked for behind the last one first: in declaration order each is found with one
 // comparison, and where its name ends is known with it.
-Place DataSourceReader::ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data)
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data)
 {
     if (IsStackLow())
     {
@@ -374,37 +530,54 @@ Place DataSourceReader::ReadMembers(SubString curlyBracket, const ClassShape& sh
     cursor.MovePastOperator();
     const KnownText* expected = shape.m_names;
     ssize_t nextField = 0;
+    [[maybe_unused]] Members written;
     while (true)
     {
         const char* const past = expected->FindEnd(cursor.GetStart(), cursor.GetEnd());
         if (past != nullptr && (past == cursor.GetEnd() || !HasProperty(*past, text::CHAR_IDENTIFIER))) [[likely]]
         {
-            if (!cursor.TryTakeOperatorBehind<'='>(past)) [[unlikely]]
+            if constexpr (Rules::s_isRuled)
+                NoteMember(written, expected - shape.m_names, shape, cursor.GetStart());
+            if (!cursor.template TryTakeOperatorBehind<'='>(past)) [[unlikely]]
             {
                 PassName(cursor);
                 cursor.LoadOperator();
             }
             const ssize_t i = expected++ - shape.m_names;
             const ReflectedModelField& field = shape.m_model.m_class->m_modelFields[i];
-            ReadBehind(cursor, shape.GetModelType(i), data + shape.m_model.m_offset + field.m_offset);
+            char* const member = data + shape.m_model.m_offset + field.m_offset;
+            if constexpr (Rules::s_isRuled)
+                cursor.Load(
+                    ReadMember(cursor, shape.GetModelType(i), member, shape, FieldFacts(*shape.m_model.m_class, i)));
+            else
+                ReadBehind(cursor, shape.GetModelType(i), member);
             continue;
         }
         if (cursor.IsAt<'}'>())
             break;
-        const FoundField found = FindField(cursor, shape, expected - shape.m_names, nextField);
+        const FoundField found = FindField(cursor, shape, expected - shape.m_names, nextField, written);
+        if constexpr (Rules::s_isRuled)
+            if (found.m_type.m_bc == nullptr)
+            {
+                cursor.Load();
+                continue;
+            }
         cursor.LoadOperator();
         if (found.m_nextModelField <= shape.m_numNames)
             expected = shape.m_names + found.m_nextModelField;
         nextField = found.m_nextField;
-        cursor.Load(ReadOneBehind(cursor, found.m_type, data + found.m_offset));
+        cursor.Load(ReadMember(cursor, found.m_type, data + found.m_offset, shape, found.m_facts));
     }
+    if constexpr (Rules::s_isRuled)
+        RequireMembers(written, shape, cursor.GetStart());
     cursor.TakeOperator<'}'>();
     cursor.MovePastOperator();
     return cursor.GetPlace();
 }
 
 // To the equals sign behind the name at which the cursor is.
-void DataSourceReader::PassName(const FastCursor& cursor)
+template <class Rules>
+void BasicDataSourceReader<Rules>::PassName(const FastCursor& cursor)
 {
     cursor.GoHome().Next();
     if (!m_cursor.Is(TOKEN_EQUAL))
@@ -412,14 +585,19 @@ void DataSourceReader::PassName(const FastCursor& cursor)
 }
 
 // The field whose name is at the cursor, which is taken past it, to the equals sign. Those expected next follow it.
-DataSourceReader::FoundField DataSourceReader::FindField(const FastCursor& cursor, const ClassShape& shape,
-                                                         ssize_t nextModelField, ssize_t nextField)
+template <class Rules>
+typename BasicDataSourceReader<Rules>::FoundField BasicDataSourceReader<Rules>::FindField(
+    const FastCursor& cursor, const ClassShape& shape, ssize_t nextModelField, ssize_t nextField,
+    [[maybe_unused]] Members& written)
 {
     const SubString name = text::ReadIdentifier(cursor.GoHome());
     const ReflectedClass* const model = shape.m_model.m_class;
-    FoundField found{{}, 0, nextModelField, nextField};
+    FoundField found{{}, {}, 0, nextModelField, nextField};
     if (const ssize_t i = model != nullptr ? FindPresentModelField(*model, name, nextModelField) : -1; i >= 0)
     {
+        if constexpr (Rules::s_isRuled)
+            NoteMember(written, i, shape, name.m_p1);
+        found.m_facts = FieldFacts(*model, i);
         found.m_type = shape.GetModelType(i);
         found.m_offset = shape.m_model.m_offset + model->m_modelFields[i].m_offset;
         found.m_nextModelField = i + 1;
@@ -427,8 +605,20 @@ DataSourceReader::FoundField DataSourceReader::FindField(const FastCursor& curso
     else
     {
         const ssize_t f = FindOrdinaryField(shape.m_rc, name, nextField);
+        if constexpr (Rules::s_isRuled)
+        {
+            if (f < 0 && m_rules.m_options.m_passesUnknown)
+            {
+                m_cursor.Pass(TOKEN_EQUAL, "=");
+                PassValue(m_cursor);
+                return found;
+            }
+            if (f >= 0)
+                NoteMember(written, CountModelFields(shape.m_model) + f, shape, name.m_p1);
+        }
         if (f < 0)
-            ThrowUnknown("member", name, "class", shape.m_rc.m_name);
+            ThrowUnknown("member", name, "class", shape.m_rc.m_name, name.m_p1);
+        found.m_facts = FieldFacts(shape.m_rc.m_fields[f]);
         found.m_type = shape.GetOrdinaryType(f);
         found.m_offset = shape.m_rc.m_fields[f].m_offset;
         found.m_nextField = f + 1;
@@ -441,7 +631,8 @@ DataSourceReader::FoundField DataSourceReader::FindField(const FastCursor& curso
 // --- Lists -----------------------------------------------------------------------------------------------------------
 
 // Opens a bracketed list; false where it is empty, which is consumed.
-bool DataSourceReader::PassListStart()
+template <class Rules>
+bool BasicDataSourceReader<Rules>::PassListStart()
 {
     m_cursor.Pass(TOKEN_LEFT_SQUARE, "[");
     if (!m_cursor.Is(TOKEN_RIGHT_SQUARE))
@@ -450,7 +641,8 @@ bool DataSourceReader::PassListStart()
     return false;
 }
 
-void DataSourceReader::ReadArray(const ReflectionByteCode& elementType, ssize_t count, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadArray(const ReflectionByteCode& elementType, ssize_t count, void* data)
 {
     const ssize_t size = count;
     KELM_ASSERT(size >= 0);
@@ -464,7 +656,12 @@ void DataSourceReader::ReadArray(const ReflectionByteCode& elementType, ssize_t 
     {
         if (i > 0)
             cursor.TakeOperatorOrThrow<','>();
-        cursor.Load(ReadOneBehind(cursor, elementType, static_cast<char*>(data) + i * elementSize));
+        char* const element = static_cast<char*>(data) + i * elementSize;
+        if constexpr (Rules::s_isRuled)
+            cursor.Load(m_rules.AtIndex([i] { return i; },
+                                        [&, cursor] { return ReadOneBehind(cursor, elementType, element); }));
+        else
+            cursor.Load(ReadOneBehind(cursor, elementType, element));
     }
     if (size == 0)
         cursor.MovePastOperator();
@@ -473,7 +670,8 @@ void DataSourceReader::ReadArray(const ReflectionByteCode& elementType, ssize_t 
     cursor.GoHome();
 }
 
-void DataSourceReader::ReadVector(const ReflectionByteCode& elementType, VectorOfByte& vector)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadVector(const ReflectionByteCode& elementType, VectorOfByte& vector)
 {
     if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
         m_cursor.ThrowExpected("[");
@@ -481,7 +679,10 @@ void DataSourceReader::ReadVector(const ReflectionByteCode& elementType, VectorO
 }
 
 // Each kind of element has a loop that looks at its type once.
-Place DataSourceReader::ReadElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector)
+template <class Rules>
+[[gnu::always_inline]] inline Place BasicDataSourceReader<Rules>::ReadAllElements(SubString bracket,
+                                                                                  const ReflectionByteCode& elementType,
+                                                                                  VectorOfByte& vector)
 {
     FastCursor cursor(m_cursor, bracket);
     if (const char* const next = cursor.FindNext(); next != cursor.GetEnd() && *next == ']')
@@ -507,7 +708,24 @@ Place DataSourceReader::ReadElements(SubString bracket, const ReflectionByteCode
         });
 }
 
-Place DataSourceReader::ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector)
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadElements(SubString bracket, const ReflectionByteCode& elementType,
+                                                 VectorOfByte& vector)
+{
+    if constexpr (Rules::s_isRuled)
+    {
+        Clear(elementType, vector);
+        return m_rules.AtIndex([&] { return vector.size() / elementType.GetTypeSize() - 1; },
+                               [&] { return ReadAllElements(bracket, elementType, vector); });
+    }
+    else
+    {
+        return ReadAllElements(bracket, elementType, vector);
+    }
+}
+
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector)
 {
     const ClassShape shape(rc);
     FastCursor cursor(m_cursor, bracket);
@@ -527,7 +745,8 @@ Place DataSourceReader::ReadInstances(SubString bracket, const ReflectedClass& r
     return cursor.GetPlace();
 }
 
-Place DataSourceReader::ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector)
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector)
 {
     FastCursor cursor(m_cursor, bracket);
     do
@@ -548,7 +767,8 @@ Place DataSourceReader::ReadEnumerators(SubString bracket, const ReflectedEnum& 
 }
 
 // Lists in lists need nothing to be constructed; whatever else there is comes seldom.
-Place DataSourceReader::ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector)
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector)
 {
     if (IsStackLow())
     {
@@ -597,7 +817,8 @@ private:
 
 } // namespace
 
-void DataSourceReader::ReadMap(const ReflectionByteCode& mapType, void* map)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, void* map)
 {
     const ReflectionByteCode rbc = mapType;
     // The key goes with the map's own function table; those of maps in the payload follow it.
@@ -615,16 +836,33 @@ void DataSourceReader::ReadMap(const ReflectionByteCode& mapType, void* map)
     ByteBuffer buffer(keySize);
     void* const key = buffer.Get(); // one key variable for the whole map, which is not destroyed at the end
     m_cursor.Show();
-    ConstructReflectedVariable(keyType, key);
+    if constexpr (!Rules::s_isRuled)
+        ConstructReflectedVariable(keyType, key);
+    else if (mapFns.Count(map) > 0)
+        Renew(rbc, map);
 
     if (!PassListStart())
         return;
     while (true)
     {
+        [[maybe_unused]] const typename Rules::KeyScope fresh(keyType, key);
+        [[maybe_unused]] const char* const keyPlace = m_cursor.GetText().m_p1;
         ReadValue(keyType, key);
+        [[maybe_unused]] const SubString writtenKey(keyPlace, m_cursor.GetText().m_p1);
         m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
         m_cursor.Show();
-        ReadValue(payloadType, mapFns.Insert(map, key));
+        if constexpr (Rules::s_isRuled)
+        {
+            const ssize_t count = mapFns.Count(map);
+            void* const payload = mapFns.Insert(map, key);
+            if (mapFns.Count(map) == count)
+                Renew(payloadType, payload);
+            m_rules.AtKey(writtenKey, [&] { ReadValue(payloadType, payload); });
+        }
+        else
+        {
+            ReadValue(payloadType, mapFns.Insert(map, key));
+        }
         if (m_cursor.Is(TOKEN_RIGHT_SQUARE))
             return m_cursor.Next();
         m_cursor.Pass(TOKEN_COMMA, ",");
@@ -633,15 +871,31 @@ void DataSourceReader::ReadMap(const ReflectionByteCode& mapType, void* map)
 
 // --- Variants --------------------------------------------------------------------------------------------------------
 
-void DataSourceReader::ReadVariant(const ReflectedVariant& rv, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadVariant(const ReflectedVariant& rv, void* data)
 {
+    const char* const place = m_cursor.GetText().m_p1;
     const xstring written = text::ReadPath(m_cursor);
     const int32 i = FindAlternative(rv, written, IsPathSuffix);
     if (i < 0)
-        ThrowUnknown("member", written, "variant", rv.m_name);
+        ThrowUnknown("member", written, "variant", rv.m_name, place);
     m_cursor.Show();
-    void* const value = SwitchAlternative(rv, i, data);
+    void* value = nullptr;
+    if constexpr (Rules::s_isRuled)
+    {
+        ByteBuffer before(rv.m_size); // variants move as bytes
+        std::memcpy(before.Get(), data, static_cast<std::size_t>(rv.m_size));
+        value = SwitchAlternative(rv, i, data);
+        DestroyAlternative(rv, before.Get());
+    }
+    else
+    {
+        value = SwitchAlternative(rv, i, data);
+    }
     ReadValue({rv.m_fields[i].m_bc, rv.m_stringTable}, value);
 }
+
+template class BasicDataSourceReader<ExactRules>;
+template class BasicDataSourceReader<ProgramRules>;
 
 } // namespace kelm

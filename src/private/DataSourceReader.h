@@ -4,6 +4,7 @@
 // ParseDataSource.h has the rules and is how it is asked.
 
 #include <klKelmScript/ParseDataSource.h>
+#include <klKelmScript/private/ReadingRules.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ReflectionByteCode.h>
@@ -25,14 +26,21 @@ class prefbase;
 
 // Reads with a cursor of its own over the parser's text. The parser's members are as its users know them whenever
 // somebody else runs: when the reader is gone, and while a host's function is called.
-class DataSourceReader
+//
+// Rules says by which rules: ExactRules are those of ParseDataSource.h, ProgramRules those of a program's own data.
+template <class Rules>
+class BasicDataSourceReader
 {
 public:
-    explicit DataSourceReader(ExpressionParser& parser) : m_cursor(parser) {}
+    explicit BasicDataSourceReader(ExpressionParser& parser, const Rules& rules = {}) : m_cursor(parser), m_rules(rules)
+    {
+    }
+
+    const Rules& GetRules() const { return m_rules; }
 
     // A class's name and its object; null for the name "null".
     ptr<IObject> ReadDataSource();
-    ptr<IObject> ReadObject(ConstStringZ className);
+    ptr<IObject> ReadObject(ConstStringZ className, const char* namePlace = nullptr);
 
     // Each reads into a constructed variable.
     void ReadVariable(const ReflectionByteCode& type, void* data);
@@ -60,9 +68,13 @@ private:
         }
     };
 
-    // A field of a class, and those that are expected behind it.
+    using FieldFacts = typename Rules::FieldFacts;
+    using Members = typename Rules::Members;
+
+    // A field of a class, and those that are expected behind it. Without a type: a member that was passed over.
     struct FoundField
     {
+        [[no_unique_address]] FieldFacts m_facts;
         ReflectionByteCode m_type;
         ssize_t m_offset;
         ssize_t m_nextModelField;
@@ -93,23 +105,39 @@ private:
     bool TryReadNesting(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
     void ReadBehind(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
     text::Place ReadOneBehind(text::FastCursor cursor, const ReflectionByteCode& type, char* data);
+    text::Place ReadMember(text::FastCursor cursor, const ReflectionByteCode& type, char* data, const ClassShape& shape,
+                           const FieldFacts& facts);
 
     text::Place ReadFields(SubString parenthesis, const ClassShape& shape, char* data);
     text::Place ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data);
     void PassName(const text::FastCursor& cursor);
+    void NoteMember(Members& written, ssize_t member, const ClassShape& shape, const char* place) const;
+    void RequireMembers(const Members& written, const ClassShape& shape, const char* place) const;
     FoundField FindField(const text::FastCursor& cursor, const ClassShape& shape, ssize_t nextModelField,
-                         ssize_t nextField);
+                         ssize_t nextField, Members& written);
 
+    text::Place ReadAllElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector);
     text::Place ReadElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector);
     text::Place ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector);
     text::Place ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector);
     text::Place ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector);
 
-    [[noreturn]] void ThrowUnknown(ConstStringZ what, SubString written, ConstStringZ container,
-                                   ConstStringZ name) const;
+    // At the current token, or where it is written, as the rules have it.
+    template <class... Parts>
+    [[noreturn]] void ThrowAbout(const char* place, const Parts&... parts) const;
+    [[noreturn]] void ThrowUnknown(ConstStringZ what, SubString written, ConstStringZ container, ConstStringZ name,
+                                   const char* place) const;
 
     text::ParserCursor m_cursor;
     int m_foreignDepth = 0; // how many foreign values are being read, one in the other
+    [[no_unique_address]] Rules m_rules;
 };
+
+using DataSourceReader = BasicDataSourceReader<ExactRules>;
+using ProgramDataReader = BasicDataSourceReader<ProgramRules>;
+
+// Defined in ReadForeign.cpp.
+extern template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
+extern template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
 
 } // namespace kelm

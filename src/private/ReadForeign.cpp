@@ -67,7 +67,8 @@ bool PassEndOrComma(text::Cursor& cursor)
 
 } // namespace
 
-void DataSourceReader::ReadForeign(const ForeignType& type, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadForeign(const ForeignType& type, void* data)
 {
     if (type.GetForm() == FF_TEXT)
         return ReadForeignText(*type.m_text, data);
@@ -83,7 +84,8 @@ void DataSourceReader::ReadForeign(const ForeignType& type, void* data)
     }
 }
 
-void DataSourceReader::ReadForeignText(const ForeignTextFns& fns, void* data)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadForeignText(const ForeignTextFns& fns, void* data)
 {
     if (fns.m_isIdentifier)
     {
@@ -91,7 +93,7 @@ void DataSourceReader::ReadForeignText(const ForeignTextFns& fns, void* data)
             m_cursor.ThrowExpected("identifier");
         const SubString name = m_cursor.GetText();
         if (!fns.Set(data, name))
-            ThrowUnknown("member", name, "enum", fns.m_what);
+            ThrowUnknown("member", name, "enum", fns.m_what, name.m_p1);
         return m_cursor.Next();
     }
     if (!m_cursor.IsQuoted()) [[unlikely]]
@@ -114,7 +116,8 @@ void DataSourceReader::ReadForeignText(const ForeignTextFns& fns, void* data)
     m_cursor.Next();
 }
 
-void DataSourceReader::ReadForeignList(const ForeignType& type, void* list)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadForeignList(const ForeignType& type, void* list)
 {
     const ForeignListFns& fns = *type.m_list;
     if (fns.m_isFixed)
@@ -124,7 +127,7 @@ void DataSourceReader::ReadForeignList(const ForeignType& type, void* list)
         {
             if (i > 0)
                 m_cursor.Pass(TOKEN_COMMA, ",");
-            ReadVariable(type.GetElementType(i), fns.At(list, i));
+            m_rules.AtIndex([i] { return i; }, [&] { ReadVariable(type.GetElementType(i), fns.At(list, i)); });
         }
         return m_cursor.Pass(TOKEN_RIGHT_SQUARE, "]");
     }
@@ -144,11 +147,13 @@ void DataSourceReader::ReadForeignList(const ForeignType& type, void* list)
     do
     {
         m_cursor.Show();
-        ReadVariable(elementType, fns.Append(list));
+        void* const element = fns.Append(list);
+        m_rules.AtIndex([&] { return fns.Count(list) - 1; }, [&] { ReadVariable(elementType, element); });
     } while (!PassEndOrComma(m_cursor));
 }
 
-void DataSourceReader::ReadForeignMap(const ForeignType& type, void* map)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadForeignMap(const ForeignType& type, void* map)
 {
     const ForeignMapFns& fns = *type.m_map;
     const ReflectionByteCode keyType = type.GetPartType(0);
@@ -160,17 +165,20 @@ void DataSourceReader::ReadForeignMap(const ForeignType& type, void* map)
     {
         m_cursor.Show();
         TemporaryVariable key(keyType);
+        const char* const keyPlace = m_cursor.GetText().m_p1;
         ReadVariable(keyType, key.Get());
+        const SubString writtenKey(keyPlace, m_cursor.GetText().m_p1);
         if (type.m_numParts == 2)
             m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
         m_cursor.Show();
         void* const payload = fns.Insert(map, key.Get());
         if (type.m_numParts == 2)
-            ReadVariable(type.GetPartType(1), payload);
+            m_rules.AtKey(writtenKey, [&] { ReadVariable(type.GetPartType(1), payload); });
     } while (!PassEndOrComma(m_cursor));
 }
 
-void DataSourceReader::ReadForeignChoice(const ForeignType& type, void* choice)
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadForeignChoice(const ForeignType& type, void* choice)
 {
     int32 index = 0;
     if (!type.IsOptional())
@@ -190,5 +198,8 @@ void DataSourceReader::ReadForeignChoice(const ForeignType& type, void* choice)
     m_cursor.Show();
     ReadVariable(type.GetPartType(index), type.m_choice->Emplace(choice, index));
 }
+
+template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
+template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
 
 } // namespace kelm

@@ -1,19 +1,40 @@
 #include <klKelmScript/private/RuledReading.h>
 
-#include <klKelmScript/ParseDataSource.h>
+#include <klKelmScript/private/DataSourceReader.h>
 
 namespace kelm
 {
 
-void ReadByRules(ExpressionParser& parser, const ReadingRules&, const ReflectionByteCode& type, void* data,
-                 std::string&)
+namespace
 {
-    ParseVariable(parser, type, data);
+
+// Calls read(reader), and tells where it failed.
+template <class F>
+auto ReadWith(ExpressionParser& parser, const ReadingRules& rules, std::string& path, const F& read)
+{
+    ProgramDataReader reader(parser, {rules});
+    try
+    {
+        return read(reader);
+    }
+    catch (...)
+    {
+        path = reader.GetRules().m_trail.GetText();
+        throw;
+    }
 }
 
-ptr<IObject> ReadObjectByRules(ExpressionParser& parser, const ReadingRules&, std::string&)
+} // namespace
+
+void ReadByRules(ExpressionParser& parser, const ReadingRules& rules, const ReflectionByteCode& type, void* data,
+                 std::string& path)
 {
-    return ParseDataSource(parser);
+    ReadWith(parser, rules, path, [&](ProgramDataReader& reader) { reader.ReadVariable(type, data); });
+}
+
+ptr<IObject> ReadObjectByRules(ExpressionParser& parser, const ReadingRules& rules, std::string& path)
+{
+    return ReadWith(parser, rules, path, [](ProgramDataReader& reader) { return reader.ReadDataSource(); });
 }
 
 } // namespace kelm

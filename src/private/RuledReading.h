@@ -5,6 +5,7 @@
 // must be there, and checks are asked. ParseDataSource.h has the other rules.
 
 #include <klKelmScript/api.h>
+#include <klKelmScript/private/ReadingRules.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/types/ReflectionByteCode.h>
 #include <klUtils/text/ExpressionParser.h>
@@ -13,11 +14,6 @@
 
 namespace kelm
 {
-
-struct ReadingRules
-{
-    bool m_passesUnknown = false; // members that a class does not have are passed over whole
-};
 
 // A value, into a constructed variable. Where that fails, `path` is that of the field that was under way,
 // ".lines[0].quantity".

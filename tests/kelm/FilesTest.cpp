@@ -187,7 +187,7 @@ void ExpectThrow(const ErrorRow& row, const std::string& source, const F& read)
     }
 }
 
-TEST_F(Files, DISABLED_ErrorsHaveTheirPlaces)
+TEST_F(Files, ErrorsHaveTheirPlaces)
 {
     for (const ErrorRow& row : s_errors)
     {
@@ -202,7 +202,7 @@ TEST_F(Files, DISABLED_ErrorsHaveTheirPlaces)
 
 // --- files
 
-TEST_F(Files, DISABLED_AreWrittenAndReadBack)
+TEST_F(Files, AreWrittenAndReadBack)
 {
     Order order;
     order.customer = "Ada";

@@ -63,7 +63,7 @@ TEST_F(Objects, OfNothing)
     }
 }
 
-TEST_F(Objects, DISABLED_OfUnknownClassesAreErrors)
+TEST_F(Objects, OfUnknownClassesAreErrors)
 {
     const Error error = TryRead<Object>("door::Cicle {}").GetError();
     EXPECT_EQ(error.GetKind(), ErrorKind::Name);

@@ -1,0 +1,324 @@
+// Structs of the standard library's types, with checks and required members, at the front door.
+
+#include <kelm/kelm.h>
+
+#include <support/TemporaryFolder.h>
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+namespace shop
+{
+
+enum class Size : unsigned char
+{
+    small,
+    large = 9
+};
+
+struct Line
+{
+    std::string item;
+    int quantity = 1;
+    double price = 0;
+};
+
+struct Part
+{
+    std::string name;
+    std::vector<std::unique_ptr<Part>> parts;
+};
+
+struct Order
+{
+    std::string customer;
+    std::vector<Line> lines = {Line{"sample", 1, 0}};
+    std::optional<double> discount;
+    std::optional<Line> gift;
+    std::map<std::string, double> rates = {{"EUR", 1}};
+    std::unordered_map<int, std::string> notes;
+    std::set<int> marks;
+    std::variant<int, std::string, Line> extra;
+    std::pair<int, std::string> pair;
+    std::array<float, 2> place = {};
+    std::unique_ptr<Part> part;
+    std::chrono::milliseconds timeout{250};
+    std::filesystem::path file;
+    std::vector<bool> flags;
+    Size size = Size::small;
+    long count = 0;
+};
+
+struct Config
+{
+    std::string host;
+    int port = 80;
+    std::vector<int> range = {1, 2};
+};
+
+inline bool IsPort(const int& port)
+{
+    return port > 0 && port < 65536;
+}
+
+} // namespace shop
+
+KELM_DESCRIBE_ENUM(shop::Size, small, large)
+KELM_DESCRIBE(shop::Line, item, quantity, price)
+KELM_DESCRIBE(shop::Part, name, parts)
+KELM_DESCRIBE(shop::Order, customer, lines, discount, gift, rates, notes, marks, extra, pair, place, part, timeout,
+              file, flags, size, count)
+KELM_CLASS(shop::Config, KELM_MODEL(host).Required(), KELM_MODEL(port).Named("tcpPort").Check(shop::IsPort),
+           KELM_MODEL(range).Check([](const std::vector<int>& range)
+                                   { return range.size() == 2 && range[0] <= range[1]; }))
+
+namespace kelm
+{
+
+namespace
+{
+
+using shop::Config;
+using shop::Line;
+using shop::Order;
+using shop::Part;
+using shop::Size;
+
+constexpr char s_order[] = "shop::Order {\n"
+                           "    customer = 'Ada'\n"
+                           "    lines = [{ item = 'nut' quantity = 3 price = 0.5 }, ('bolt', 2, 4)]\n"
+                           "    discount = 0.25\n"
+                           "    rates = ['USD' -> 1.25]\n"
+                           "    notes = [7 -> 'seven', 5 -> 'five']\n"
+                           "    marks = [3, 1]\n"
+                           "    extra = string 'more'\n"
+                           "    pair = [4, 'four']\n"
+                           "    place = [1, 2.5]\n"
+                           "    part = { name = 'a' parts = [{ name = 'b' }] }\n"
+                           "    timeout = \"2s\"\n"
+                           "    file = '/tmp/x'\n"
+                           "    flags = [true, false]\n"
+                           "    size = large\n"
+                           "    count = -5\n"
+                           "}\n";
+
+TEST(Structs, AreReadAndReplaceWhatTheyHeld)
+{
+    const Order order = Read<Order>(s_order);
+    EXPECT_EQ(order.customer, "Ada");
+    ASSERT_EQ(order.lines.size(), 2U);
+    EXPECT_EQ(order.lines[1].item, "bolt");
+    EXPECT_EQ(order.discount, 0.25);
+    EXPECT_FALSE(order.gift);
+    EXPECT_EQ(order.rates, (std::map<std::string, double>{{"USD", 1.25}}));
+    EXPECT_EQ(order.notes.at(5), "five");
+    EXPECT_EQ(order.marks, (std::set<int>{1, 3}));
+    EXPECT_EQ(std::get<std::string>(order.extra), "more");
+    EXPECT_EQ(order.part->parts[0]->name, "b");
+    EXPECT_EQ(order.timeout, std::chrono::seconds(2));
+    EXPECT_EQ(order.flags, (std::vector<bool>{true, false}));
+    EXPECT_EQ(order.size, Size::large);
+    EXPECT_EQ(order.count, -5);
+    EXPECT_EQ(Read<Order>("{}").lines.size(), 1U);
+    EXPECT_EQ(Read<Order>("{ lines = [] rates = [] }").lines.size(), 0U);
+}
+
+TEST(Structs, AreWrittenAndReadBack)
+{
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.GetPath() / "order.kds";
+    const Order order = Read<Order>(s_order);
+    WriteFile(path, order);
+    EXPECT_EQ(Write(ReadFile<Order>(path)), Write(order));
+    EXPECT_EQ(Write(Read<Order>(Write(Order()))), Write(Order()));
+}
+
+struct StructErrorRow
+{
+    std::string m_text;
+    ErrorKind m_kind;
+    std::string m_what; // behind "<text>:"
+    std::string m_fieldPath;
+};
+
+template <class T>
+void ExpectStructError(const StructErrorRow& row)
+{
+    const Error error = TryRead<T>(row.m_text).GetError();
+    EXPECT_EQ(error.what(), "<text>:" + row.m_what);
+    EXPECT_EQ(error.GetKind(), row.m_kind) << row.m_text;
+    EXPECT_EQ(error.GetFieldPath(), row.m_fieldPath) << row.m_text;
+    EXPECT_THROW(Read<T>(row.m_text), Error);
+}
+
+const StructErrorRow s_orderErrors[] = {
+    {"Order {\n\n    lines = [{ quantity = \"three\" }]\n}", ErrorKind::Type,
+     "3:27: error: Expected int32 when read \"three\"\n"
+     "    lines = [{ quantity = \"three\" }]\n"
+     "                          ^~~~~~~",
+     ".lines[0].quantity"},
+    {"{ rates = ['x' -> 'y'] }", ErrorKind::Type,
+     "1:19: error: Expected float64 when read 'y'\n{ rates = ['x' -> 'y'] }\n                  ^~~", ".rates['x']"},
+    {"{ place = [1, 'a'] }", ErrorKind::Type,
+     "1:15: error: Expected float32 when read 'a'\n{ place = [1, 'a'] }\n              ^~~", ".place[1]"},
+    {"{ pair = [1, 2] }", ErrorKind::Type,
+     "1:14: error: Expected string when read 2\n{ pair = [1, 2] }\n             ^", ".pair[1]"},
+    {"{ part = { parts = [null, { name = 1 }] } }", ErrorKind::Type,
+     "1:36: error: Expected string when read 1\n{ part = { parts = [null, { name = 1 }] } }\n"
+     "                                   ^",
+     ".part.parts[1].name"},
+    {"{ timeout = '2 parsecs' }", ErrorKind::Type,
+     "1:13: error: Expected duration when read '2 parsecs'\n{ timeout = '2 parsecs' }\n            ^~~~~~~~~~~",
+     ".timeout"},
+    {"{ size = medium }", ErrorKind::Name,
+     "1:10: error: Unknown member 'medium' of enum shop::Size\n{ size = medium }\n         ^~~~~~", ".size"},
+    {"{ lines = [] lines = [] }", ErrorKind::Name,
+     "1:14: error: Member 'lines' of class shop::Order is written twice\n{ lines = [] lines = [] }\n"
+     "             ^~~~~",
+     ""},
+    {"{ dicsount = 1 }", ErrorKind::Name,
+     "1:3: error: Unknown member 'dicsount' of class shop::Order; did you mean discount?\n{ dicsount = 1 }\n"
+     "  ^~~~~~~~",
+     ""},
+};
+
+const StructErrorRow s_configErrors[] = {
+    {"{ tcpPort = 70000 host = '' }", ErrorKind::Check,
+     "1:13: error: Member 'tcpPort' of class shop::Config refuses 70000\n{ tcpPort = 70000 host = '' }\n"
+     "            ^~~~~",
+     ".tcpPort"},
+    {"('h', -1, [1, 2])", ErrorKind::Check,
+     "1:7: error: Member 'tcpPort' of class shop::Config refuses -1\n('h', -1, [1, 2])\n      ^", ".tcpPort"},
+    {"{ range = [3, 2] }", ErrorKind::Check,
+     "1:11: error: Member 'range' of class shop::Config refuses [3, 2]\n{ range = [3, 2] }\n          ^", ".range"},
+    {"{ tcpPort = 8080\n}", ErrorKind::Check, "2:1: error: Member 'host' of class shop::Config is required\n}\n^", ""},
+};
+
+TEST(Structs, HaveErrorsAtTheirPlaces)
+{
+    for (const StructErrorRow& row : s_orderErrors)
+        ExpectStructError<Order>(row);
+    for (const StructErrorRow& row : s_configErrors)
+        ExpectStructError<Config>(row);
+    EXPECT_EQ(Read<Config>("{ host = 'h' tcpPort = 8080 }").port, 8080);
+}
+
+TEST(Structs, PassOverUnknownMembersWhole)
+{
+    for (const char* value : {"5", "-5", "+0x1f", "'text'", "true", "null", "red", "a.b::c", "int32 5",
+                              "shape circle { r = 1 }", "{ x = 1 y = { z = [1, 2] } }", "(1, [2], {})",
+                              "[1 -> 'a', (2) -> {}]", "[]", "Point(1, 2)", "-inf", "// a comment\n 7"})
+    {
+        const std::string text = std::string("{ nosuch = ") + value + " count = 5 other = " + value + " }";
+        EXPECT_EQ(Read<Order>(text, UnknownMembers::PassOver).count, 5) << text;
+        EXPECT_FALSE(TryRead<Order>(text)) << text;
+    }
+    for (const char* text : {"{ nosuch = }", "{ nosuch = [1) count = 5 }", "{ nosuch = { count = 5 }", "{ nosuch 5 }",
+                             "{ nosuch = - }", "{ nosuch = 5 6 }", "{ nosuch = 'a }"})
+        EXPECT_EQ(TryRead<Order>(text, UnknownMembers::PassOver).GetError().GetKind(), ErrorKind::Syntax) << text;
+}
+
+// --- fields
+
+TEST(Structs, FieldsAreReachedByPaths)
+{
+    Order order = Read<Order>(s_order);
+    EXPECT_EQ(Get<double>(order, ".lines[1].price"), 4);
+    EXPECT_EQ(Get<std::string>(order, ".lines[0].item"), "nut");
+    EXPECT_EQ(Get<double>(order, ".rates['USD']"), 1.25);
+    EXPECT_EQ(Get<std::string>(order, ".notes[7]"), "seven");
+    EXPECT_EQ(Get<double>(order, ".discount"), 0.25);
+    EXPECT_EQ(Get<std::optional<double>>(order, ".discount"), 0.25);
+    EXPECT_EQ(Get<std::string>(order, ".part.parts[0].name"), "b");
+    EXPECT_EQ(Get<std::string>(order, ".timeout"), "2000ms");
+    EXPECT_EQ(Get<std::chrono::milliseconds>(order, ".timeout"), std::chrono::seconds(2));
+    EXPECT_EQ(Get<std::string>(order, ".size"), "large");
+    EXPECT_EQ(Get<Size>(order, ".size"), Size::large);
+    EXPECT_EQ(Get<std::string>(order, ".extra"), "more");
+    EXPECT_EQ((std::get<1>(Get<std::variant<int, std::string, Line>>(order, ".extra"))), "more");
+    EXPECT_EQ(Get<int>(order, ".pair[0]"), 4);
+    EXPECT_TRUE(Get<bool>(order, ".flags[0]"));
+    EXPECT_EQ(Get<std::vector<Line>>(order, ".lines").size(), 2U);
+    EXPECT_EQ((Get<std::map<std::string, double>>(order, ".rates").size()), 1U);
+    EXPECT_EQ(TryGet<double>(order, ".gift.price").GetError().GetMessage(), "null dereference");
+    EXPECT_EQ(TryGet<int>(order, ".gift").GetError().GetKind(), ErrorKind::Range);
+    EXPECT_EQ(TryGet<std::vector<int>>(order, ".lines").GetError().GetMessage(),
+              "Expected vector<int32> when read vector<shop::Line>");
+    EXPECT_FALSE(Has(order, ".gift"));
+    EXPECT_TRUE(Has(order, ".discount"));
+    EXPECT_TRUE(Has(order, ".marks[3]"));
+    EXPECT_FALSE(Has(order, ".marks[2]"));
+}
+
+TEST(Structs, FieldsAreSet)
+{
+    Order order = Read<Order>(s_order);
+    Set(order, ".lines[0].quantity", 9);
+    Set(order, ".customer", "Bob");
+    Set(order, ".discount", 0.5);
+    Set(order, ".gift", std::optional<Line>(Line{"bow", 1, 2}));
+    Set(order, ".rates['EUR']", 7);
+    Set(order, ".notes[8]", "eight");
+    Set(order, ".timeout", "1min");
+    Set(order, ".size", "small");
+    Set(order, ".extra", std::variant<int, std::string, Line>(5));
+    EXPECT_EQ(order.lines[0].quantity, 9);
+    EXPECT_EQ(order.customer, "Bob");
+    EXPECT_EQ(order.discount, 0.5);
+    EXPECT_EQ(order.gift->item, "bow");
+    EXPECT_EQ(order.rates.at("EUR"), 7);
+    EXPECT_EQ(order.notes.at(8), "eight");
+    EXPECT_EQ(order.timeout, std::chrono::minutes(1));
+    EXPECT_EQ(order.size, Size::small);
+    EXPECT_EQ(std::get<int>(order.extra), 5);
+    Set(order, ".discount", std::nullopt);
+    EXPECT_FALSE(order.discount);
+    Set(order, ".discount", 0.75);
+    EXPECT_EQ(order.discount, 0.75);
+
+    EXPECT_FALSE(TrySet(order, ".rates['GBP']", "many"));
+    EXPECT_EQ(order.rates.count("GBP"), 0U);
+    EXPECT_FALSE(TrySet(order, ".notes[9]", 1.5));
+    EXPECT_EQ(order.notes.count(9), 0U);
+    EXPECT_FALSE(TrySet(order, ".gift.price", "much"));
+    EXPECT_FALSE(TrySet(order, ".timeout", "soon"));
+    EXPECT_FALSE(TrySet(order, ".size", "medium"));
+    EXPECT_FALSE(TrySet(order, ".discount", "half"));
+    EXPECT_EQ(order.discount, 0.75);
+    EXPECT_FALSE(TrySet(order, ".flags[0]", false)); // there is no bool to set
+}
+
+TEST(Structs, ARefusedValueChangesNothing)
+{
+    Config config;
+    const Error error = TrySet(config, ".tcpPort", 70000).GetError();
+    EXPECT_STREQ(error.what(), "<text>:1:2: error: Member 'tcpPort' of class shop::Config refuses 70000\n"
+                               ".tcpPort\n ^~~~~~~");
+    EXPECT_EQ(error.GetKind(), ErrorKind::Check);
+    EXPECT_EQ(config.port, 80);
+    EXPECT_EQ(TrySet(config, ".range[0]", 5).GetError().GetKind(), ErrorKind::Check);
+    EXPECT_EQ(config.range, (std::vector<int>{1, 2}));
+    EXPECT_EQ(TrySet(config, ".range", std::vector<int>{1}).GetError().GetKind(), ErrorKind::Check);
+    EXPECT_EQ(config.range, (std::vector<int>{1, 2}));
+    Set(config, ".tcpPort", 8080);
+    Set(config, ".range[1]", 7);
+    EXPECT_EQ(config.port, 8080);
+    EXPECT_EQ(config.range[1], 7);
+}
+
+static_assert(!HoldsHandles<Order> && !HoldsHandles<Part>);
+static_assert(HoldsHandles<std::vector<std::optional<ptr<IObject>>>>);
+
+} // namespace
+
+} // namespace kelm
