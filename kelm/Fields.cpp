@@ -21,6 +21,8 @@ FieldWalk BeginWalk(const FieldStart& start, EAccess access)
 {
     if (start.m_type != nullptr)
         return {start.m_type->Get(), start.m_data, access};
+    if (start.m_reached != nullptr)
+        return {*start.m_reached, start.m_data, access};
     return {start.m_object, access};
 }
 

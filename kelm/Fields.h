@@ -52,6 +52,7 @@ bool Has(const Whole& whole, std::string_view path);
 struct FieldStart
 {
     const UsedType* m_type = nullptr;
+    const ReflectionByteCode* m_reached = nullptr; // the type, where something else has come to the variable
     void* m_data = nullptr;
     ptr<IObject> m_object = nullptr;
 };

@@ -8,3 +8,4 @@
 #include <kelm/Files.h>
 #include <kelm/Object.h>
 #include <kelm/Result.h>
+#include <kelm/Visit.h>

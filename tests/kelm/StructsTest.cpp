@@ -316,6 +316,43 @@ TEST(Structs, ARefusedValueChangesNothing)
     EXPECT_EQ(config.range[1], 7);
 }
 
+TEST(Structs, FieldsAreVisited)
+{
+    Order order;
+    order.lines = {Line{"nut", 7, 0.5}};
+    order.discount = 0.25;
+    order.gift = Line{"bow", 1, 2};
+    order.part = std::make_unique<Part>();
+    order.part->parts.resize(2);
+    order.part->parts[1] = std::make_unique<Part>();
+    order.part->parts[1]->name = "inner";
+    order.notes = {{5, "five"}};
+    order.marks = {3};
+    order.flags = {true};
+    std::vector<std::string> paths;
+    std::string inner;
+    Visit(std::as_const(order),
+          [&](const Field& field)
+          {
+              paths.push_back(field.GetPath());
+              if (paths.back() == ".part.parts[1].name")
+                  inner = field.Get<std::string>();
+              const bool isNumber = field.GetTypeName() == "int32" || field.GetTypeName() == "float64";
+              if (isNumber)
+              {
+                  EXPECT_EQ(field.Get<double>(), Get<double>(order, field.GetPath())) << field.GetPath();
+              }
+          });
+    EXPECT_EQ(inner, "inner");
+    EXPECT_THAT(paths, ::testing::ElementsAre(
+                           ".customer", ".lines", ".lines[0]", ".lines[0].item", ".lines[0].quantity",
+                           ".lines[0].price", ".discount", ".gift", ".gift.item", ".gift.quantity", ".gift.price",
+                           ".rates", ".rates[\"EUR\"]", ".notes", ".notes[5]", ".marks", ".marks[3]", ".extra", ".pair",
+                           ".pair[0]", ".pair[1]", ".place", ".place[0]", ".place[1]", ".part", ".part.name",
+                           ".part.parts", ".part.parts[0]", ".part.parts[1]", ".part.parts[1].name",
+                           ".part.parts[1].parts", ".timeout", ".file", ".flags", ".flags[0]", ".size", ".count"));
+}
+
 static_assert(!HoldsHandles<Order> && !HoldsHandles<Part>);
 static_assert(HoldsHandles<std::vector<std::optional<ptr<IObject>>>>);
 
