@@ -2,15 +2,14 @@
 
 #include <klKelmScript/klKelmScript.h>
 #include <klKelmScript/private/PathWalk.h>
-#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
-#include <klUtils/MessageOf.h>
 #include <klUtils/text/private/Messages.h>
 #include <klUtils/text/private/TypedReads.h>
+#include <klUtils/xostream.h>
 
 #include <atomic>
 #include <iterator>
@@ -24,415 +23,400 @@ namespace
 
 constexpr ConstStringZ s_sourceFile = "src/ParseFieldPath";
 
-// Codes that no position of a walk can have: what the underlying type never is, and what no field can be.
-struct ImpossibleType
+// The entry of the name of eight characters or more that begins there, or null, and the end of that name.
+struct FoundName
 {
-    ETypeByteCode m_code;
-    ConstStringZ m_condition;
+    const FieldEntry* m_entry;
+    const char* m_past;
 };
 
-constexpr ImpossibleType s_impossibleTypes[] = {
-    {FT_MAP, "0"},
-    {FT_SET, "0"},
-    {FT_TYPEDEF, "type != FT_TYPEDEF"},
-    {FT_CONST, "type != FT_CONST"},
-    {FT_VOLATILE, "type != FT_VOLATILE"},
-    {FT_ASSIGNABLE, "type != FT_ASSIGNABLE"},
-    {FT_MOVABLE, "type != FT_MOVABLE"},
-    {FT_VOID, "type != FT_VOID"},
-    {FT_INTERFACE, "type != FT_INTERFACE"},
-    {FT_FUNCTOR, "type != FT_FUNCTOR"},
-    {FT_POINTER, "type != FT_POINTER"},
-    {FT_FUNCTION_PTR, "type != FT_FUNCTION_PTR"},
-    {FT_REFERENCE, "type != FT_REFERENCE"},
-};
-
-// The same, indexed by the code.
-struct ImpossibleTypes
+[[gnu::noinline]] FoundName FindLongName(const FieldIndex& index, const char* start, const char* end)
 {
-    ConstStringZ m_conditions[256] = {};
-
-    constexpr ImpossibleTypes()
-    {
-        for (const ImpossibleType& row : s_impossibleTypes)
-            m_conditions[row.m_code] = row.m_condition;
-    }
-};
-
-constexpr ImpossibleTypes s_impossible;
-
-[[gnu::noinline]] void RequirePossibleType(ETypeByteCode code)
-{
-    if (const ConstStringZ condition = s_impossible.m_conditions[code])
-        ThrowKelmAssertionError(condition, s_sourceFile, __LINE__);
-}
-
-[[gnu::noinline]] ReflectionByteCode GetUnderlyingType(ReflectionByteCode type)
-{
-    const bool isConst = (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0;
-    KELM_ASSERT(!isConst);
-    return type;
-}
-
-// The underlying type, which most types are themselves.
-[[gnu::always_inline]] inline ReflectionByteCode GetUnqualifiedType(const ReflectionByteCode& type)
-{
-    KELM_ASSERT(type.m_bc);
-    return s_typeCodes[type.GetCode()].m_passedAs == 0 ? type : GetUnderlyingType(type);
-}
-
-// The entry of a model field that the class lists itself and that is present, or null.
-[[gnu::always_inline]] inline const FieldEntry* FindEntry(const ReflectedClass& rc, const text::NameKey& name)
-{
-    const FieldIndex* const index = GetFieldIndex(rc);
-    if (index == nullptr) [[unlikely]]
-        return nullptr;
-    const FieldEntry* const entry = name.IsShort() ? index->m_fields.FindShort(name.m_word, name.m_text.size())
-                                                   : index->m_fields.FindLong(name.m_text);
-    return entry != nullptr && entry->m_field != nullptr ? entry : nullptr;
-}
-
-// A model field of a class, and which class lists it where inside; null where there is none.
-struct Field
-{
-    const ReflectedModelField* m_field = nullptr;
-    ClassModel m_model;
-};
-
-// Of the name's first field.
-[[gnu::noinline]] Field FindField(const ReflectedClass& rc, SubString name)
-{
-    KELM_ASSERT(rc.m_modelFields);
-    const ClassModel model = FindClassModel(rc);
-    const ssize_t i = FindModelField(*model.m_class, name);
-    return {i >= 0 ? &model.m_class->m_modelFields[i] : nullptr, model};
-}
-
-// Of a class that embeds a model which has been looked up before.
-[[gnu::noinline]] Field FindEmbeddedField(const ReflectedClass& rc, SubString name)
-{
-    const FieldIndex* const index = GetFieldIndex(rc);
-    const ReflectedClass* const embedded =
-        index != nullptr ? index->m_embeddedModel.load(std::memory_order_acquire) : nullptr;
-    const FieldEntry* const entry = embedded != nullptr ? FindEntry(*embedded, text::NameKey(name)) : nullptr;
-    return entry != nullptr ? Field{entry->m_field, {embedded, rc.m_modelFields[0].m_offset}} : Field{};
-}
-
-constinit std::atomic<ssize_t> s_growthLimit = std::numeric_limits<ssize_t>::max();
-
-// The bytes up to the end of that element; more than there can be where that is no number.
-ssize_t GetBytesUpTo(ssize_t index, ssize_t elementSize)
-{
-    ssize_t bytes = 0;
-    return __builtin_mul_overflow(index + 1, elementSize, &bytes) ? std::numeric_limits<ssize_t>::max() : bytes;
-}
-
-[[gnu::noinline]] void Grow(VectorOfByte& V, ssize_t size)
-{
-    V.resize(size);
+    const char* const past = text::SkipName(start + s_maxShortText, end);
+    return {index.m_fields.Find({start, past}), past};
 }
 
 } // namespace
 
-ssize_t SetPathGrowthLimit(ssize_t numOctets)
-{
-    return s_growthLimit.exchange(numOctets, std::memory_order_relaxed);
-}
-
 // --- The walk --------------------------------------------------------------------------------------------------------
-
-inline bool PathWalk::TryReadFirstToken()
-{
-    return m_cursor.TryNextOperator<'.'>() || Fail(Fault::NotScanned);
-}
 
 // Classes and variables alternate: a step to a field of a class reaches a variable, and following that ends the walk or
 // reaches the next class. A loop, so that a path may be of any length.
-inline bool PathWalk::TryWalk(const ReflectedClass* rc)
+bool PathWalk::TryGoOn(State state)
+{
+    while (true)
+        switch (state)
+        {
+        case State::Failed: return false;
+        case State::Over: return true;
+        case State::AtInstance: state = FollowInstance(); break;
+        case State::AtField: state = StepToField(); break;
+        case State::AtVariable: state = FollowVariable(); break;
+        case State::AtElement:
+        case State::BeforeVariable: state = Arrive(); break;
+        }
+}
+
+PathWalk::State PathWalk::FollowInstance()
+{
+    if (!m_cursor.Is(TOKEN_DOT))
+        return State::Over;
+    if (m_reads && !m_position.m_obj)
+        return State::AtField;
+    PathStride stride(m_cursor, m_position.m_obj, m_position.m_data, m_reads, this);
+    const State state = stride.Go(m_class);
+    stride.TellWhereItIs(*this);
+    return state;
+}
+
+// --- Along leads -----------------------------------------------------------------------------------------------------
+
+inline void PathStride::TellWhereItIs(PathWalk& walk) const
+{
+    walk.m_cursor = m_cursor;
+    if (m_walk == nullptr)
+        walk.m_cursor.ForgetPrevious();
+    walk.m_position.m_obj = m_obj;
+    walk.m_position.m_data = m_data;
+    walk.m_class = m_class;
+    walk.m_problem = m_problem;
+    walk.m_nextData = m_nextData;
+    walk.m_nextLead = m_nextLead;
+    if (m_lead != nullptr)
+        walk.m_position.m_rbc = m_lead->m_type;
+}
+
+inline PathState PathStride::Go(const ReflectedClass* rc)
 {
     m_class = rc;
-    State state = rc != nullptr ? State::AtInstance : State::AtVariable;
+    m_index = GetFieldIndex(*rc);
+    if (m_index == nullptr || IsWatched()) [[unlikely]]
+        return EndWith(State::AtField, TOKEN_DOT);
     while (true)
     {
-        if (state == State::AtInstance)
-            state = m_cursor.Is(TOKEN_DOT) ? StepToField() : State::Over;
-        else if (state == State::AtVariable)
-            state = FollowVariable();
+        // At an instance, behind the dot.
+        const text::ExpectingCursor::GuessedName name = m_cursor.GuessName();
+        const char* past = name.m_start + name.m_size;
+        const FieldEntry* entry = nullptr;
+        if (!name.MayBeLonger()) [[likely]]
+        {
+            entry = &m_index->GetModel().m_fields.FindWord(name.m_word);
+        }
         else
-            return state == State::Over;
+        {
+            const FoundName found = FindLongName(m_index->GetModel(), name.m_start, m_cursor.GetEnd());
+            entry = found.m_entry;
+            past = found.m_past;
+        }
+        if (entry == nullptr || entry->m_lead == nullptr) [[unlikely]]
+        {
+            m_class = m_index->m_class;
+            return EndWith(State::AtField, TOKEN_DOT);
+        }
+        m_cursor.AcceptName(name.m_start, past);
+        m_nextData = m_data + m_index->m_modelOffset + entry->m_offset;
+        m_nextLead = entry->m_lead;
+        State state = State::BeforeVariable;
+        do
+            state = FollowLead();
+        while (state == State::AtElement);
+        if (state != State::AtField)
+            return state;
     }
 }
 
-// From an instance, past the dot, to the model field that is named, and on where that leads to a class.
-inline PathWalk::State PathWalk::StepToField()
+// Ends with that token as the current one, of whose kind no account has been kept.
+inline PathState PathStride::EndWith(State state, EToken kind)
 {
-    const text::NameKey name = m_cursor.GuessName();
-    const FieldEntry* const entry = FindEntry(*m_class, name);
-    if (entry == nullptr) [[unlikely]]
-        return StepToOtherField(name);
-    m_cursor.AcceptName(name);
-    if (!m_cursor.TryNextOperator<'.', '['>()) [[unlikely]]
-        return Fail(Fault::NotScanned);
-    MoveTo(*entry->m_field, {m_class, 0});
-    if (m_isWatched) [[unlikely]]
-        return State::AtVariable;
-    const FieldLead lead = entry->m_lead;
-    if (lead == FieldLead::Other)
-        return State::AtVariable;
-    if (lead == FieldLead::Value || (lead == FieldLead::Instances && !m_cursor.Is(TOKEN_LEFT_SQUARE)))
-        return State::Over;
-    const ReflectedClass* const rc = entry->GetLeadClass(*GetFieldIndex(*m_class));
+    m_cursor.SetOperator(kind);
+    return state;
+}
+
+// The variable is reached.
+inline void PathStride::Arrive()
+{
+    m_data = m_nextData;
+    m_lead = m_nextLead;
+}
+
+// Where the token behind the variable is not the one that leads on.
+inline PathState PathStride::EndAt(EToken behind)
+{
+    if (behind == TOKEN_END)
+    {
+        Arrive();
+        const FieldLead kind = m_lead->m_kind;
+        const bool isKnown =
+            kind == FieldLead::Instance ? m_lead->GetIndex() != nullptr : kind != FieldLead::Other; // most are values
+        return EndWith(isKnown ? State::Over : State::AtVariable, TOKEN_END);
+    }
+    if (m_walk == nullptr)
+        m_cursor.SetOperator(TOKEN_RIGHT_SQUARE); // whatever it is, nobody will see it
+    return State::BeforeVariable;
+}
+
+inline PathState PathStride::FollowLead()
+{
+    const FieldLead kind = m_nextLead->m_kind;
+    if (IsContainer(kind)) [[unlikely]]
+        return kind == FieldLead::Vector ? FollowVector() : FollowOtherContainer(kind);
+    const EToken behind = m_cursor.TryOperatorOrEnd<'.'>();
+    if (behind != TOKEN_DOT)
+        return EndAt(behind);
+    Arrive();
+    if (kind == FieldLead::Instance) [[likely]]
+    {
+        m_index = m_lead->GetIndex();
+        return m_index != nullptr ? State::AtField : EndWith(State::AtVariable, TOKEN_DOT);
+    }
+    if (kind == FieldLead::Handle)
+        return StepThroughHandle(*reinterpret_cast<const ptr<IObject>*>(m_data));
+    if (kind == FieldLead::Pref)
+        return StepThroughHandle(reinterpret_cast<const prefbase*>(m_data)->GetLoaded());
+    return EndWith(kind == FieldLead::Value ? State::Over : State::AtVariable, TOKEN_DOT);
+}
+
+inline PathState PathStride::FollowVector()
+{
+    const EToken behind = m_cursor.TryOperatorOrEnd<'['>();
+    if (behind != TOKEN_LEFT_SQUARE)
+        return EndAt(behind);
+    Arrive();
+    const ssize_t elementSize = m_lead->GetElementSize();
+    if (elementSize == 0) [[unlikely]]
+        return EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
+    const VectorOfByte& V = *reinterpret_cast<const VectorOfByte*>(m_data);
+    const ssize_t count = V.size() / elementSize;
+    int64 index = 0;
+    if (V.size() % elementSize != 0 || count < 0 || !m_cursor.TryIntegerAnd<']'>(index)) [[unlikely]]
+        return EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
+    return StepToElement(V.data(), count, elementSize, index, "Vector");
+}
+
+inline PathState PathStride::FollowOtherContainer(FieldLead kind)
+{
+    const EToken behind = m_cursor.TryOperatorOrEnd<'['>();
+    if (behind != TOKEN_LEFT_SQUARE)
+        return EndAt(behind);
+    Arrive();
+    const ssize_t elementSize = m_lead->GetElementSize();
+    const text::ExpectingCursor before = m_cursor;
+    const bool isDynamic = kind == FieldLead::DynArray;
+    int64 index = 0;
+    if (elementSize == 0 || (isDynamic && !m_cursor.TryOperator<'['>()) || !m_cursor.TryIntegerAnd<']'>(index))
+    {
+        m_cursor = before;
+        return EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
+    }
+    if (!isDynamic)
+        return StepToElement(m_data, m_lead->m_count, elementSize, index, "Array");
+    const VectorOfByte& V = *reinterpret_cast<const VectorOfByte*>(m_data);
+    if (index < 0 || index * elementSize >= V.size())
+    {
+        m_cursor = before; // it grows
+        return EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
+    }
+    return StepToElement(V.data(), index + 1, elementSize, index, "Array");
+}
+
+inline PathState PathStride::StepToElement(const char* first, ssize_t count, ssize_t elementSize, int64 index,
+                                           ConstStringZ subject)
+{
+    ++m_lead;
+    if (static_cast<uint64>(index) >= static_cast<uint64>(count)) [[unlikely]]
+    {
+        m_problem = {Fault::IndexOutOfRange, static_cast<int32>(index), subject};
+        return EndWith(State::Failed, TOKEN_RIGHT_SQUARE);
+    }
+    m_nextData = const_cast<char*>(first) + index * elementSize;
+    m_nextLead = m_lead;
+    return State::AtElement;
+}
+
+inline PathState PathStride::StepThroughHandle(const ptr<IObject>& target)
+{
+    if (!target) [[unlikely]]
+        return EndWith(State::AtVariable, TOKEN_DOT);
+    m_obj = target;
+    if (m_walk != nullptr)
+    {
+        m_cursor.SetOperator(TOKEN_DOT);
+        TellWhereItIs(*m_walk);
+    }
+    const ReflectedClass* const rc = target.GetReflectedClass();
     if (rc == nullptr) [[unlikely]]
-        return State::AtVariable;
-    if (lead == FieldLead::Instances && rc->m_size <= 0) [[unlikely]]
-        return State::AtVariable;
-    m_class = rc;
-    return lead == FieldLead::Instance ? State::AtInstance : StepIntoVector(m_rbc, rc);
+        return EndWith(State::AtVariable, TOKEN_DOT);
+    m_data = static_cast<char*>(target.self());
+    m_index = GetFieldIndex(*rc);
+    if (m_index == nullptr || IsWatched()) [[unlikely]]
+    {
+        m_class = rc;
+        return EndWith(State::AtInstance, TOKEN_DOT);
+    }
+    return State::AtField;
 }
 
-// The same for a field that the class does not list itself, or that is not among those that are looked for first.
-inline PathWalk::State PathWalk::StepToOtherField(const text::NameKey& name)
+// --- By the byte code ------------------------------------------------------------------------------------------------
+
+// From an instance, past the dot, to the model field that is named.
+PathWalk::State PathWalk::StepToField()
 {
-    const ReflectedClass& rc = *m_class;
-    Field found = FindEmbeddedField(rc, name.m_text);
-    if (found.m_field != nullptr)
-    {
-        m_cursor.AcceptName(name);
-    }
-    else
-    {
-        if (!m_cursor.TryNext())
-            return Fail(Fault::NotScanned);
-        if (!m_cursor.Is(TOKEN_IDENTIFIER))
-            return Fail(Fault::Expected, "identifier");
-        found = FindField(rc, m_cursor.GetText());
-        if (found.m_field == nullptr)
-            return Fail(Fault::UnknownField, rc.m_name);
-    }
-    if (!m_cursor.TryNextOperator<'.', '['>()) [[unlikely]]
+    if (!m_cursor.TryNext())
         return Fail(Fault::NotScanned);
-    const ReflectedModelField& rf = *found.m_field;
-    KELM_ASSERT(rf.m_rsn2 == -1);
-    MoveTo(rf, found.m_model);
+    if (!m_cursor.Is(TOKEN_IDENTIFIER))
+        return Fail(Fault::Expected, "identifier");
+    const PathField found = FindPathField(*m_class, m_cursor.GetText());
+    if (found.m_field == nullptr)
+        return Fail(Fault::UnknownField, m_class->m_name);
+    if (!m_cursor.TryNextOperator<'.'>())
+        return Fail(Fault::NotScanned);
+    m_position.StepTo(found);
     return State::AtVariable;
 }
 
-inline void PathWalk::MoveTo(const ReflectedModelField& rf, const ClassModel& model)
+// Scans the token behind the next variable, a name or a closing bracket before it.
+PathWalk::State PathWalk::Arrive()
 {
-    m_data += model.m_offset + rf.m_offset;
-    m_rbc = {rf.m_bc, model.m_class->m_stringTable, rf.m_mapOrSetFns};
+    m_cursor.SetNameOrSquare();
+    if (!m_cursor.TryNext())
+        return Fail(Fault::NotScanned);
+    m_position.m_data = m_nextData;
+    m_position.m_rbc = m_nextLead->m_type;
+    return State::AtVariable;
 }
 
 // From a variable of any type, along an index or a handle.
-inline PathWalk::State PathWalk::FollowVariable()
+PathWalk::State PathWalk::FollowVariable()
 {
     RaiseBarrier();
-    KELM_ASSERT(m_data);
-    const ReflectionByteCode type = GetUnqualifiedType(m_rbc);
+    KELM_ASSERT(m_position.m_data);
+    const ReflectionByteCode type = m_position.GetUnderlyingType();
     switch (type.GetCode())
     {
     case FT_CLASS:
-    {
-        m_rbc = type;
-        const ReflectedClass* const rc = TryFindReflectedClass(ReflectionByteCode(type).GetName());
-        KELM_ASSERT(rc);
-        m_class = rc;
+        m_position.m_rbc = type;
+        m_class = &GetPathClass(type);
         return State::AtInstance;
-    }
-    case FT_ARRAY: return m_cursor.Is(TOKEN_LEFT_SQUARE) ? StepIntoArray(type) : State::Over;
-    case FT_DYNARRAY: return m_cursor.Is(TOKEN_LEFT_SQUARE) ? StepIntoDynArray(type) : State::Over;
-    case FT_VECTOR: return m_cursor.Is(TOKEN_LEFT_SQUARE) ? StepIntoVector(type, nullptr) : State::Over;
+    case FT_ARRAY:
+    case FT_DYNARRAY:
+    case FT_VECTOR: return m_cursor.Is(TOKEN_LEFT_SQUARE) ? StepToElement(type) : State::Over;
     case FT_PREF:
     case FT_CREF:
         if (!m_cursor.Is(TOKEN_DOT))
             return State::Over;
-        return StepThroughHandle(type, GetTarget(*reinterpret_cast<const prefbase*>(m_data)));
+        return StepThroughHandle(type, GetTarget(*reinterpret_cast<const prefbase*>(m_position.m_data)));
     case FT_INTERFACE_POINTER:
         if (!m_cursor.Is(TOKEN_DOT))
             return State::Over;
-        return StepThroughHandle(type, *reinterpret_cast<const ptr<IObject>*>(m_data));
-    case FT_FOREIGN: return StepIntoForeign(ReflectionByteCode(type).GetForeignType());
-    default: RequirePossibleType(type.GetCode()); return State::Over; // a value
+        return StepThroughHandle(type, *reinterpret_cast<const ptr<IObject>*>(m_position.m_data));
+    case FT_FOREIGN: return StepIntoForeign(type.GetForeignType());
+    default: RequireValueType(type); return State::Over;
     }
 }
 
-inline PathWalk::State PathWalk::StepIntoArray(const ReflectionByteCode& type)
-{
-    if (!m_cursor.TryNextNumber()) [[unlikely]]
-        return Fail(Fault::NotScanned);
-    const int32 arraySize = ReflectionByteCode(type).GetArrayCount();
-    m_rbc = ReflectionByteCode(type).GetElementType();
-    KELM_ASSERT(arraySize > 0);
-    const ssize_t elementSize = GetSize(m_rbc);
-    int32 index = 0;
-    if (!TryReadIndex(index)) [[unlikely]]
-        return State::Failed;
-    if (index < 0 || index >= arraySize) [[unlikely]]
-        return Fail(Fault::IndexOutOfRange, "Array", index);
-    if (!TryPassRightSquare()) [[unlikely]]
-        return State::Failed;
-    m_data += index * elementSize;
-    return State::AtVariable;
-}
-
-// With a class of positive size, this leads to an instance of that; without, to an element that may be of any type.
-inline PathWalk::State PathWalk::StepIntoVector(const ReflectionByteCode& type, const ReflectedClass* elementClass)
-{
-    if (!m_cursor.TryNextNumber()) [[unlikely]]
-        return Fail(Fault::NotScanned);
-    m_rbc = type.GetTypeBehindByte();
-    const ssize_t elementSize = elementClass != nullptr ? elementClass->m_size : GetSize(m_rbc);
-    if (elementClass == nullptr)
-        KELM_ASSERT(elementSize > 0);
-    VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
-    const ssize_t size = V.size() / elementSize;
-    KELM_ASSERT(V.size() % elementSize == 0);
-    KELM_ASSERT(size >= 0);
-    int32 index = 0;
-    if (!TryReadIndex(index)) [[unlikely]]
-        return State::Failed;
-    if (index < 0 || index >= size) [[unlikely]]
-        return Fail(Fault::IndexOutOfRange, "Vector", index);
-    if (!TryPassRightSquare()) [[unlikely]]
-        return State::Failed;
-    m_data = V.data() + index * elementSize;
-    return elementClass != nullptr ? State::AtInstance : State::AtVariable;
-}
-
 // A dynamic array is written with two opening brackets and one closing, and grows to hold whatever index is asked for.
-inline PathWalk::State PathWalk::StepIntoDynArray(const ReflectionByteCode& type)
+PathWalk::State PathWalk::StepToElement(const ReflectionByteCode& type)
 {
-    if (!m_cursor.TryNextOperator<'['>()) [[unlikely]]
+    if (type.GetCode() == FT_DYNARRAY)
+    {
+        if (!m_cursor.TryNextOperator<'['>())
+            return Fail(Fault::NotScanned);
+        const PathElements elements = m_position.EnterDynArray(type);
+        if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+            return Fail(Fault::Expected, "[");
+        text::Number number;
+        return m_cursor.TryNextNumber(number) ? StepTo(elements, number) : Fail(Fault::NotScanned);
+    }
+    text::Number number;
+    if (!m_cursor.TryNextNumber(number))
         return Fail(Fault::NotScanned);
-    m_rbc = type.GetTypeBehindByte();
-    const ssize_t elementSize = GetSize(m_rbc);
-    if (!m_cursor.Is(TOKEN_LEFT_SQUARE)) [[unlikely]]
-        return Fail(Fault::Expected, "[");
-    if (!m_cursor.TryNextNumber()) [[unlikely]]
-        return Fail(Fault::NotScanned);
+    return StepTo(type.GetCode() == FT_ARRAY ? m_position.EnterArray(type) : m_position.EnterVector(type), number);
+}
+
+// To the element whose index the cursor is at.
+PathWalk::State PathWalk::StepTo(const PathElements& elements, const text::Number& number)
+{
     int32 index = 0;
-    if (!TryReadIndex(index)) [[unlikely]]
+    if (!TryReadIndex(number, index))
         return State::Failed;
-    if (index < 0) [[unlikely]]
-        return Fail(Fault::IndexOutOfRange, "Array", index);
-    VectorOfByte& V = *reinterpret_cast<VectorOfByte*>(m_data);
-    const ssize_t bytes = GetBytesUpTo(index, elementSize);
-    const bool grows = bytes - elementSize >= V.size();
-    if (grows && bytes > s_growthLimit.load(std::memory_order_relaxed)) [[unlikely]]
-        return Fail(Fault::IndexOutOfRange, "Array", index);
-    if (!TryPassRightSquare()) [[unlikely]]
-        return State::Failed;
-    if (grows)
-        Grow(V, bytes);
-    m_data = V.data() + (bytes - elementSize);
+    if (!elements.Has(index))
+        return Fail(Fault::IndexOutOfRange, elements.m_kind, index);
+    if (!m_cursor.Is(TOKEN_RIGHT_SQUARE))
+        return Fail(Fault::Expected, "]");
+    if (!m_cursor.TryNextOperator<'.'>())
+        return Fail(Fault::NotScanned);
+    m_position.StepTo(elements, index);
     return State::AtVariable;
 }
 
 // A list takes an index; a choice leads to what it holds, where the path goes on.
-inline PathWalk::State PathWalk::StepIntoForeign(const ForeignType& type)
+PathWalk::State PathWalk::StepIntoForeign(const ForeignType& type)
 {
     if (type.GetForm() == FF_CHOICE && (m_cursor.Is(TOKEN_DOT) || m_cursor.Is(TOKEN_LEFT_SQUARE)))
-    {
-        const int32 part = type.m_choice->GetIndex(m_data);
-        if (part < 0) [[unlikely]]
-            return Fail(Fault::NullDereference);
-        m_rbc = type.GetPartType(part);
-        m_data = static_cast<char*>(type.m_choice->GetValue(m_data));
-        return State::AtVariable;
-    }
+        return m_position.TryEnterChoice(type) ? State::AtVariable : Fail(Fault::NullDereference);
     if (type.GetForm() != FF_LIST || !m_cursor.Is(TOKEN_LEFT_SQUARE))
         return State::Over;
-    if (!m_cursor.TryNextNumber()) [[unlikely]]
-        return Fail(Fault::NotScanned);
-    int32 index = 0;
-    if (!TryReadIndex(index)) [[unlikely]]
-        return State::Failed;
-    if (index < 0 || index >= type.m_list->Count(m_data)) [[unlikely]]
-        return Fail(Fault::IndexOutOfRange, "Vector", index);
-    if (!TryPassRightSquare()) [[unlikely]]
-        return State::Failed;
-    m_rbc = type.GetElementType(index);
-    m_data = static_cast<char*>(type.m_list->At(m_data, index));
-    return State::AtVariable;
+    text::Number number;
+    return m_cursor.TryNextNumber(number) ? StepTo(m_position.EnterForeignList(type), number) : Fail(Fault::NotScanned);
 }
 
 // The dot is left for the step to a field of the object reached.
-inline PathWalk::State PathWalk::StepThroughHandle(const ReflectionByteCode& type, const ptr<IObject>& target)
+PathWalk::State PathWalk::StepThroughHandle(const ReflectionByteCode& type, const ptr<IObject>& target)
 {
-    m_rbc = type;
-    m_obj = target;
-    if (!m_obj) [[unlikely]]
-        return Fail(Fault::NullDereference);
-    const ReflectedClass* const rc = m_obj.GetReflectedClass();
-    KELM_ASSERT(rc);
-    m_data = static_cast<char*>(m_obj.self());
-    m_class = rc;
-    LookWhetherWatched();
-    return State::AtInstance;
+    m_class = m_position.FollowHandle(type, target);
+    return m_class != nullptr ? State::AtInstance : Fail(Fault::NullDereference);
 }
 
-inline bool PathWalk::TryReadIndex(int32& index)
+// The number at the cursor as an index, and the token behind it.
+bool PathWalk::TryReadIndex(text::Number number, int32& index)
 {
     const bool isNegative = m_cursor.Is(TOKEN_MINUS);
-    if ((isNegative || m_cursor.Is(TOKEN_PLUS)) && !m_cursor.TryNext()) [[unlikely]]
+    if ((isNegative || m_cursor.Is(TOKEN_PLUS)) && !m_cursor.TryNextNumber(number))
         return Fail(Fault::NotScanned);
-    if (!m_cursor.Is(TOKEN_INTEGER) && !m_cursor.Is(TOKEN_HEX_INTEGER)) [[unlikely]]
+    if (!m_cursor.Is(TOKEN_INTEGER) && !m_cursor.Is(TOKEN_HEX_INTEGER))
         return Fail(Fault::Expected, text::s_typeName<int32>);
     uint64 magnitude = 0;
-    if (!m_cursor.GetUnsigned(magnitude) || !text::ToInteger(magnitude, isNegative, index)) [[unlikely]]
+    if (!m_cursor.GetUnsigned(number, magnitude) || !text::ToInteger(magnitude, isNegative, index))
         return Fail(isNegative ? Fault::NegativeIndexOutOfType : Fault::IndexOutOfType);
     return m_cursor.TryNextOperator<']'>() || Fail(Fault::NotScanned);
 }
 
-inline bool PathWalk::TryPassRightSquare()
-{
-    if (!m_cursor.Is(TOKEN_RIGHT_SQUARE)) [[unlikely]]
-        return Fail(Fault::Expected, "]");
-    return m_cursor.TryNextOperator<'.', '['>() || Fail(Fault::NotScanned);
-}
-
-// Of a variable; most types are known by their code, or as a class.
-inline ssize_t PathWalk::GetSize(const ReflectionByteCode& type)
-{
-    const ssize_t size = s_typeCodes[type.GetCode()].m_size;
-    if (size != TypeCode::SizeVaries)
-        return size;
-    ReflectionByteCode copy = type;
-    const ReflectedClass* const rc = copy.GetCode() == FT_CLASS ? TryFindReflectedClass(copy.GetName()) : nullptr;
-    return rc != nullptr && rc->m_size > 0 ? rc->m_size : copy.GetTypeSize();
-}
-
 // --- Who could look --------------------------------------------------------------------------------------------------
 
-inline void PathWalk::RaiseBarrier()
+void PathWalk::RaiseBarrier()
 {
-    if (!m_isWatched) [[likely]]
+    if (!m_reads)
         return;
+    const ptr<IObject>& m_obj = m_position.m_obj;
     KELM_ASSERT(m_obj);
     if (m_navigator == nullptr)
-    {
-        DataSourceReadBarrier(m_data, m_obj, nullptr);
-        LookWhetherWatched();
+        return DataSourceReadBarrier(m_position.m_data, m_position.m_obj, nullptr);
+    if (!IsReadBarrierInstalled())
         return;
-    }
-    ExpressionPathNavigator& navigator = *m_navigator;
-    PathWalk(*this).Show();
-    navigator.ReadBarrier();
-    *this = PathWalk(navigator);
+    Show();
+    m_navigator->ReadBarrier();
+    LookAgain();
 }
 
-inline ptr<IObject> PathWalk::GetTarget(const prefbase& reference)
+ptr<IObject> PathWalk::GetTarget(const prefbase& reference)
 {
     const ptr<IObject> loaded = reference.GetLoaded();
     if (loaded) [[likely]]
         return loaded;
     if (m_navigator == nullptr)
         return reference.Get();
-    ExpressionPathNavigator& navigator = *m_navigator;
-    PathWalk(*this).Show();
+    Show();
     const ptr<IObject> target = reference.Get();
-    *this = PathWalk(navigator);
+    LookAgain();
     return target;
+}
+
+// What the navigator shows now, which may have been changed.
+void PathWalk::LookAgain()
+{
+    m_cursor = text::ExpectingCursor(m_navigator->m_parser);
+    m_position = {m_navigator->m_obj, m_navigator->m_rbc, m_navigator->m_data};
+    m_reads = m_navigator->ReadAccess();
 }
 
 void PathWalk::Show() const
@@ -440,32 +424,21 @@ void PathWalk::Show() const
     if (m_navigator == nullptr)
         return;
     m_cursor.StoreIn(m_navigator->m_parser);
-    m_navigator->m_obj = m_obj;
-    m_navigator->m_rbc = m_rbc;
-    m_navigator->m_data = m_data;
+    m_navigator->m_obj = m_position.m_obj;
+    m_navigator->m_rbc = m_position.m_rbc;
+    m_navigator->m_data = m_position.m_data;
 }
 
-// Said of a token.
-[[gnu::noinline]] text::ScanFailure PathWalk::Describe(Problem problem, LSToken token)
+LSToken PathWalk::GetToken() const
 {
-    switch (problem.m_fault)
-    {
-    case Fault::None:
-    case Fault::NotScanned: break;
-    case Fault::Expected: return {text::ExpectedMessage(problem.m_subject, token), token};
-    case Fault::IndexOutOfType:
-    case Fault::NegativeIndexOutOfType:
-    {
-        const bool isNegative = problem.m_fault == Fault::NegativeIndexOutOfType;
-        return {text::OutOfRangeMessage(isNegative, token, text::s_typeName<int32>), token};
-    }
-    case Fault::UnknownField:
-        return {MessageOf("Identifier ", token.m_str, " is not a model field of class ", problem.m_subject), token};
-    case Fault::IndexOutOfRange:
-        return {MessageOf(problem.m_subject, " index ", problem.m_index, " out of range"), token};
-    case Fault::NullDereference: return {"null dereference", token};
-    }
-    __builtin_unreachable();
+    return m_navigator != nullptr ? m_navigator->m_parser.m_token : m_cursor.GetToken();
+}
+
+text::ScanFailure PathWalk::GetFailure() const
+{
+    if (m_problem.m_fault == Fault::NotScanned)
+        return m_cursor.GetScanFailure();
+    return {MessageOf(m_problem, GetToken()), GetToken()};
 }
 
 // --- The navigator ---------------------------------------------------------------------------------------------------
@@ -494,17 +467,18 @@ void ExpressionPathNavigator::NavigateReflectedVariable()
 void ExpressionPathNavigator::Walk(const ReflectedClass* rc)
 {
     PathWalk walk(*this);
+    walk.m_class = rc;
     bool isGood = false;
     try
     {
-        isGood = walk.TryWalk(rc);
+        isGood = walk.TryGoOn(rc != nullptr ? PathState::AtInstance : PathState::AtVariable);
     }
     catch (...)
     {
-        PathWalk(walk).Show();
+        walk.Show();
         throw;
     }
-    PathWalk(walk).Show();
+    walk.Show();
     if (isGood)
         return;
     const text::ScanFailure failure = walk.GetFailure();
@@ -525,7 +499,7 @@ void* ExpressionPathNavigator::GetFieldAddress() const
 
 ReflectionByteCode ExpressionPathNavigator::GetFieldType() const
 {
-    return GetUnqualifiedType(m_rbc);
+    return PathPosition{m_obj, m_rbc, m_data}.GetUnderlyingType();
 }
 
 // --- Entry points ----------------------------------------------------------------------------------------------------
@@ -541,11 +515,68 @@ void* NavigatePathToField(ptr<IObject> obj, ExpressionParser& parser, Reflection
 namespace
 {
 
-[[gnu::noinline]] xstring WriteFailure(const text::ScanFailure& failure, SubString path)
+// A stream whose text is another's string.
+class StringSink final : public xostream
 {
-    LexScannerException error(failure.m_message, failure.m_token);
-    error.LocateIn(path);
-    return error.GetWrittenText();
+public:
+    explicit StringSink(xstring& text) : m_text(text) {}
+
+    using xostream::put;
+    void put(const char* text, long length) override { m_text.append(text, length); }
+
+private:
+    xstring& m_text;
+};
+
+// As LexScannerException writes it, with the line.
+void WriteFailure(const PathWalk& walk, SubString path, xstring& text)
+{
+    constexpr ssize_t usualLength = 100;
+    text.reserve(usualLength);
+    StringSink os(text);
+    if (walk.m_problem.m_fault == PathFault::NotScanned)
+    {
+        const text::ScanFailure failure = walk.m_cursor.GetScanFailure();
+        text::WriteLineBefore(os, GetLineNumber(path, failure.m_token.m_str.m_p1));
+        os << failure.m_message;
+        return;
+    }
+    const LSToken token = walk.GetToken();
+    text::WriteLineBefore(os, GetLineNumber(path, token.m_str.m_p1));
+    WriteMessage(os, walk.m_problem, token);
+}
+
+// The rest of a walk along a whole text.
+[[gnu::noinline]] void* GoOn(PathWalk& walk, PathState state, SubString path, ReflectionByteCode& rbc,
+                             xstring& errorMsg)
+{
+    if (!walk.TryGoOn(state))
+    {
+        WriteFailure(walk, path, errorMsg);
+        return nullptr;
+    }
+    rbc = walk.m_position.m_rbc;
+    return walk.m_position.m_data;
+}
+
+// Along a path that does not begin with a dot, or not at once.
+[[gnu::noinline]] void* NavigateFromOddToken(const ptr<IObject>& obj, SubString path, ReflectionByteCode& rbc,
+                                             bool reads, xstring& errorMsg)
+{
+    PathWalk walk(text::ExpectingCursor(path), obj, reads);
+    PathState state = PathState::Failed;
+    if (walk.m_cursor.TryNext())
+    {
+        KELM_ASSERT(obj);
+        walk.m_class = obj.GetReflectedClass();
+        KELM_ASSERT(walk.m_class);
+        state = PathState::AtInstance;
+    }
+    else
+    {
+        walk.m_problem.m_fault = PathFault::NotScanned;
+    }
+    return GoOn(walk, state, path, rbc, errorMsg);
 }
 
 } // namespace
@@ -554,22 +585,22 @@ void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteC
                           xstring& errorMsg)
 {
     errorMsg.clear();
-    PathWalk walk(path, obj, !writeAccess);
-    bool isGood = walk.TryReadFirstToken();
-    if (isGood)
+    text::ExpectingCursor cursor((SubString(path)));
+    if (!cursor.TryOperator<'.'>()) [[unlikely]]
+        return NavigateFromOddToken(obj, path, rbc, !writeAccess, errorMsg);
+    KELM_ASSERT(obj);
+    const ReflectedClass* const rc = obj.GetReflectedClass();
+    KELM_ASSERT(rc);
+    PathStride stride(cursor, obj, static_cast<char*>(obj.self()), !writeAccess, nullptr);
+    const PathState state = stride.Go(rc);
+    if (state != PathState::Over) [[unlikely]]
     {
-        KELM_ASSERT(obj);
-        const ReflectedClass* const rc = obj.GetReflectedClass();
-        KELM_ASSERT(rc);
-        isGood = walk.TryWalk(rc);
+        PathWalk walk(cursor, obj, !writeAccess);
+        stride.TellWhereItIs(walk);
+        return GoOn(walk, state, path, rbc, errorMsg);
     }
-    if (!isGood) [[unlikely]]
-    {
-        errorMsg = WriteFailure(walk.GetFailure(), path);
-        return nullptr;
-    }
-    rbc = walk.m_rbc;
-    return walk.m_data;
+    rbc = stride.m_lead->m_type;
+    return stride.m_data;
 }
 
 // --- Registration ----------------------------------------------------------------------------------------------------

@@ -1,6 +1,7 @@
 #include <klUtils/LexScannerException.h>
 
 #include <klUtils/text/LsScanToken.h>
+#include <klUtils/text/private/Messages.h>
 #include <klUtils/xostream.h>
 
 namespace kelm
@@ -20,7 +21,7 @@ void LexScannerException::Write(xostream& os) const
     if (!m_filename.empty())
         os << m_filename << ": ";
     if (m_lineNumber >= 0)
-        os << "line " << m_lineNumber << ": ";
+        text::WriteLineBefore(os, m_lineNumber);
     os << m_description;
 }
 

@@ -5,10 +5,11 @@
 // It reads token by token and throws nothing for a bad path: the walk ends with a fault, of which the text form makes a
 // message and the parser form an exception. What the parser and the navigator show is written when somebody could look.
 //
-// The walk is inlined where it begins, and in registers. So no function that is not inlined may be given the address of
-// anything here; it is given a copy.
+// Where the fields' leads are known, it goes on in registers (Stride), and looks at no type. Anything else is done
+// here, by the byte code of the type at hand.
 
 #include <klKelmScript/ParseFieldPath.h>
+#include <klKelmScript/private/PathPosition.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ClassModel.h>
@@ -21,118 +22,134 @@
 namespace kelm
 {
 
+class PathWalk;
+
+// Where a walk is.
+enum class PathState : uint8
+{
+    Failed,
+    Over,
+    AtInstance, // of m_class
+    AtField,    // of that, behind the dot
+    AtVariable,
+    AtElement,
+    BeforeVariable, // which is reached when the token behind it has been scanned
+};
+
+// The walk from an instance on, along leads. It lives in registers: it gives its address to nobody, and tells a walk
+// where it is when that is needed. It ends where the walk is over or has failed, or before what no lead tells.
+class PathStride
+{
+public:
+    using State = PathState;
+    using Fault = PathFault;
+
+    // For the text form there is no walk until one is needed.
+    [[gnu::always_inline]] PathStride(const text::ExpectingCursor& cursor, const ptr<IObject>& obj, char* data,
+                                      bool reads, PathWalk* walk)
+        : m_cursor(cursor), m_obj(obj), m_data(data), m_reads(reads), m_walk(walk)
+    {
+    }
+
+    [[gnu::always_inline]] State Go(const ReflectedClass* rc);
+    [[gnu::always_inline]] void TellWhereItIs(PathWalk& walk) const;
+
+    text::ExpectingCursor m_cursor;
+    ptr<IObject> m_obj;
+    char* m_data;
+    const TypeLead* m_lead = nullptr; // of the variable there; null where it began, at an instance
+    const ReflectedClass* m_class = nullptr;
+
+private:
+    [[gnu::always_inline]] State FollowLead();
+    [[gnu::always_inline]] State FollowVector();
+    [[gnu::always_inline]] State StepToElement(const char* first, ssize_t count, ssize_t elementSize, int64 index,
+                                               ConstStringZ subject);
+    [[gnu::always_inline]] State FollowOtherContainer(FieldLead kind);
+    [[gnu::always_inline]] State StepThroughHandle(const ptr<IObject>& target);
+    [[gnu::always_inline]] void Arrive();
+    [[gnu::always_inline]] State EndAt(EToken behind);
+    [[gnu::always_inline]] State EndWith(State state, EToken kind);
+    [[gnu::always_inline]] bool IsWatched() const { return m_reads && IsReadBarrierInstalled(); }
+
+    const bool m_reads;
+    PathWalk* const m_walk;
+    const FieldIndex* m_index = nullptr; // of the instance's class
+
+    // The variable that is reached as soon as the token behind it has been scanned.
+    char* m_nextData = nullptr;
+    const TypeLead* m_nextLead = nullptr;
+
+    PathProblem m_problem;
+};
+
 class PathWalk
 {
 public:
-    // Over a text, before its first token.
-    PathWalk(SubString path, const ptr<IObject>& obj, bool readAccess)
-        : m_cursor(path), m_obj(obj), m_data(static_cast<char*>(obj.self())), m_reads(readAccess)
+    // Over a text, at its first token.
+    PathWalk(const text::ExpectingCursor& cursor, const ptr<IObject>& obj, bool readAccess)
+        : m_cursor(cursor), m_position{obj, {}, static_cast<char*>(obj.self())}, m_reads(readAccess)
     {
-        LookWhetherWatched();
     }
 
     // From where a navigator is, which shows the walk.
     explicit PathWalk(ExpressionPathNavigator& navigator)
         : m_cursor(navigator.m_parser)
-        , m_obj(navigator.m_obj)
-        , m_rbc(navigator.m_rbc)
-        , m_data(navigator.m_data)
+        , m_position{navigator.m_obj, navigator.m_rbc, navigator.m_data}
         , m_navigator(&navigator)
         , m_reads(navigator.ReadAccess())
     {
-        LookWhetherWatched();
     }
 
-    [[gnu::always_inline]] PathWalk(const PathWalk&) = default;
-    [[gnu::always_inline]] PathWalk& operator=(const PathWalk&) = default;
+    using State = PathState;
+    using Fault = PathFault;
 
-    // The first token of the text.
-    [[gnu::always_inline]] bool TryReadFirstToken();
-
-    // The walk from an instance of that class, or, without one, from a variable. False where the path is bad.
-    [[gnu::always_inline]] bool TryWalk(const ReflectedClass* rc);
+    // Goes on from there, to the end. False where the path is bad.
+    bool TryGoOn(State state);
 
     // Writes the members of the navigator, if there is one, and its parser. Once, and for good.
     void Show() const;
 
     // What is wrong with the path, which has been shown: a message and the token that it is about.
-    [[gnu::always_inline]] text::ScanFailure GetFailure() const
-    {
-        if (m_problem.m_fault == Fault::NotScanned)
-            return m_cursor.GetScanFailure();
-        return Describe(m_problem, m_navigator != nullptr ? m_navigator->m_parser.m_token : m_cursor.GetToken());
-    }
+    text::ScanFailure GetFailure() const;
+    LSToken GetToken() const;
 
     text::ExpectingCursor m_cursor;
-    ptr<IObject> m_obj;       // the object that owns the position
-    ReflectionByteCode m_rbc; // the type at the position
-    char* m_data = nullptr;   // the bytes at the position
+    PathPosition m_position;
+    const ReflectedClass* m_class = nullptr;
+    char* m_nextData = nullptr; // of the variable before which it is, and that variable's lead
+    const TypeLead* m_nextLead = nullptr;
+    ExpressionPathNavigator* m_navigator = nullptr;
+    bool m_reads;          // in read access
+    PathProblem m_problem; // of a walk that has failed
 
 private:
-    enum class State : uint8
-    {
-        Failed,
-        Over,
-        AtInstance, // of m_class
-        AtVariable,
-    };
-
-    enum class Fault : uint8
-    {
-        None,
-        NotScanned,
-        Expected,
-        IndexOutOfType,
-        NegativeIndexOutOfType,
-        UnknownField,
-        IndexOutOfRange,
-        NullDereference,
-    };
-
-    struct Problem
-    {
-        Fault m_fault = Fault::None;
-        int32 m_index = 0;
-        ConstStringZ m_subject = nullptr; // the class or kind of container, or what was expected
-    };
-    static text::ScanFailure Describe(Problem problem, LSToken token);
-
     // What a step that fails returns.
     struct Failure
     {
         operator bool() const { return false; }
         operator State() const { return State::Failed; }
     };
-    [[gnu::always_inline]] Failure Fail(Fault fault, ConstStringZ subject = nullptr, int32 index = 0)
+    Failure Fail(Fault fault, ConstStringZ subject = nullptr, int32 index = 0)
     {
         m_problem = {fault, index, subject};
         return {};
     }
 
-    [[gnu::always_inline]] State StepToField();
-    [[gnu::always_inline]] State StepToOtherField(const text::NameKey& name);
-    [[gnu::always_inline]] void MoveTo(const ReflectedModelField& rf, const ClassModel& model);
-    [[gnu::always_inline]] State FollowVariable();
-    [[gnu::always_inline]] State StepIntoArray(const ReflectionByteCode& type);
-    [[gnu::always_inline]] State StepIntoVector(const ReflectionByteCode& type, const ReflectedClass* elementClass);
-    [[gnu::always_inline]] State StepIntoDynArray(const ReflectionByteCode& type);
-    [[gnu::always_inline]] State StepIntoForeign(const ForeignType& type);
-    [[gnu::always_inline]] State StepThroughHandle(const ReflectionByteCode& type, const ptr<IObject>& target);
-    [[gnu::always_inline]] bool TryReadIndex(int32& index);
-    [[gnu::always_inline]] bool TryPassRightSquare();
-    [[gnu::always_inline]] static ssize_t GetSize(const ReflectionByteCode& type);
+    State FollowInstance();
+    State StepToField();
+    State Arrive();
+    State FollowVariable();
+    State StepToElement(const ReflectionByteCode& type);
+    State StepTo(const PathElements& elements, const text::Number& number);
+    State StepIntoForeign(const ForeignType& type);
+    State StepThroughHandle(const ReflectionByteCode& type, const ptr<IObject>& target);
+    bool TryReadIndex(text::Number number, int32& index);
 
     // Where a host's function is called, which could look, and change what it sees.
-    [[gnu::always_inline]] void RaiseBarrier();
-    [[gnu::always_inline]] ptr<IObject> GetTarget(const prefbase& reference);
-    void LookWhetherWatched() { m_isWatched = m_reads && (IsReadBarrierInstalled() || !m_obj); }
-
-    const ReflectedClass* m_class = nullptr;
-    ExpressionPathNavigator* m_navigator = nullptr;
-    bool m_reads = false;     // in read access
-    bool m_isWatched = false; // a barrier must be told of each position
-
-    Problem m_problem;
+    void RaiseBarrier();
+    ptr<IObject> GetTarget(const prefbase& reference);
+    void LookAgain();
 };
 
 } // namespace kelm

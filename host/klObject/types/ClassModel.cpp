@@ -18,17 +18,60 @@ SubString GetText(ConstStringZ name)
     return name != nullptr ? name : "";
 }
 
-FieldLead GetLead(const uint8* bc)
+FieldLead LeadOf(EVariableKind kind)
 {
-    if (bc == nullptr)
+    switch (kind)
+    {
+    case VK_SCALAR:
+    case VK_ENUM:
+    case VK_STRING8:
+    case VK_STRING16:
+    case VK_VARIANT: return FieldLead::Value;
+    case VK_CLASS: return FieldLead::Instance;
+    case VK_ARRAY: return FieldLead::Array;
+    case VK_VECTOR: return FieldLead::Vector;
+    case VK_HANDLE: return FieldLead::Handle;
+    case VK_PREF: return FieldLead::Pref;
+    case VK_NONE:
+    case VK_VOID:
+    case VK_MAP:
+    case VK_SET:
+    case VK_FOREIGN: break;
+    }
+    return FieldLead::Other;
+}
+
+FieldLead LeadOf(const ReflectionByteCode& type)
+{
+    if (type.m_bc == nullptr)
         return FieldLead::Other;
-    if (bc[0] == FT_CLASS)
-        return FieldLead::Instance;
-    if (bc[0] == FT_VECTOR && bc[1] == FT_CLASS)
-        return FieldLead::Instances;
-    const EVariableKind kind = s_typeCodes[bc[0]].m_kind;
-    const bool isValue = kind == VK_SCALAR || kind == VK_STRING8 || kind == VK_STRING16 || kind == VK_ENUM;
-    return isValue ? FieldLead::Value : FieldLead::Other;
+    return type.GetCode() == FT_DYNARRAY ? FieldLead::DynArray : LeadOf(GetTypeCode(type).m_kind);
+}
+
+// How many leads a type has. Elements within elements have none of their own from some depth on.
+ssize_t CountLeads(ReflectionByteCode type)
+{
+    constexpr ssize_t maxLeads = 8;
+    ssize_t count = 1;
+    for (; count < maxLeads && IsContainer(LeadOf(type)); ++count)
+        type = type.GetElementType();
+    return count;
+}
+
+// Sets the leads of a type; past them.
+TypeLead* SetLeads(TypeLead* lead, ReflectionByteCode type)
+{
+    for (TypeLead* const past = lead + CountLeads(type); true; type = type.GetElementType())
+    {
+        lead->m_type = type;
+        lead->m_kind = lead + 1 == past && IsContainer(LeadOf(type)) ? FieldLead::Other : LeadOf(type);
+        if (lead->m_kind == FieldLead::Array)
+            lead->m_count = type.GetArrayCount();
+        if (lead->m_count < 0 || (lead->m_count == 0 && lead->m_kind == FieldLead::Array))
+            lead->m_kind = FieldLead::Other;
+        if (++lead == past)
+            return lead;
+    }
 }
 
 template <class Matches>
@@ -43,13 +86,22 @@ ssize_t FindLinearly(ssize_t count, Matches matches)
 } // namespace
 
 FieldIndex::FieldIndex(const ReflectedClass& rc)
-    : m_fields(static_cast<std::size_t>(GetModelFieldCount(rc) + GetOrdinaryFieldCount(rc)))
-    , m_stringTable(rc.m_stringTable)
+    : m_fields(static_cast<std::size_t>(GetModelFieldCount(rc) + GetOrdinaryFieldCount(rc))), m_class(&rc)
 {
     const auto modelCount = static_cast<std::size_t>(GetModelFieldCount(rc));
     const auto ordinaryCount = static_cast<std::size_t>(GetOrdinaryFieldCount(rc));
     m_presentModelNames.resize(modelCount + 1);
     m_ordinaryNames.resize(ordinaryCount);
+    if (modelCount == 0 && rc.m_modelFields != nullptr)
+        m_modelOffset = rc.m_modelFields[0].m_offset;
+
+    const auto typeOf = [&rc](const ReflectedModelField& field)
+    { return ReflectionByteCode(field.m_bc, rc.m_stringTable, field.m_mapOrSetFns); };
+    ssize_t numLeads = 0;
+    for (std::size_t i = 0; i < modelCount; ++i)
+        numLeads += CountLeads(typeOf(rc.m_modelFields[i]));
+    m_leads = std::make_unique<TypeLead[]>(static_cast<std::size_t>(numLeads));
+    TypeLead* lead = m_leads.get();
 
     for (std::size_t i = 0; i < modelCount; ++i)
     {
@@ -62,7 +114,9 @@ FieldIndex::FieldIndex(const ReflectedClass& rc)
             if (IsPresent(field) && IsIdentifier(name))
             {
                 entry.m_field = &field;
-                entry.m_lead = GetLead(field.m_bc);
+                entry.m_offset = field.m_offset;
+                entry.m_lead = lead;
+                lead = SetLeads(lead, typeOf(field));
             }
         }
         if (IsPresent(field) && entry.m_firstPresentModel < 0)
@@ -81,15 +135,41 @@ FieldIndex::FieldIndex(const ReflectedClass& rc)
             m_ordinaryNames[i] = KnownText(entry.GetName());
         }
     }
+    m_fields.Spread();
 }
 
-const ReflectedClass* FieldEntry::FindLeadClass(const FieldEntry& entry, const FieldIndex& index)
+namespace
 {
-    const uint8* const bc = entry.m_field->m_bc;
-    const ReflectionByteCode type(entry.m_lead == FieldLead::Instance ? bc : bc + 1, index.m_stringTable);
-    const ReflectedClass* const rc = type.GetReflectedClass();
-    entry.m_leadClass.store(rc, std::memory_order_release);
-    return rc;
+
+// Null where it is not registered, or has no name.
+const ReflectedClass* FindClass(const ReflectionByteCode& type)
+{
+    return type.m_stringTable != nullptr ? type.GetReflectedClass() : nullptr;
+}
+
+} // namespace
+
+const FieldIndex* TypeLead::FindIndex(const TypeLead& lead)
+{
+    const ReflectedClass* const rc = FindClass(lead.m_type);
+    const FieldIndex* const index = rc != nullptr ? GetFieldIndex(*rc) : nullptr;
+    lead.m_index.store(index, std::memory_order_release);
+    return index;
+}
+
+ssize_t TypeLead::FindElementSize(const TypeLead& lead)
+{
+    const ReflectionByteCode elements = lead.m_type.GetElementType();
+    ssize_t size = GetTypeCode(elements).m_size;
+    if (elements.GetCode() == FT_CLASS)
+    {
+        const ReflectedClass* const rc = FindClass(elements);
+        size = rc != nullptr ? rc->m_size : 0;
+    }
+    if (size <= 0)
+        return 0;
+    lead.m_elementSize.store(size, std::memory_order_relaxed);
+    return size;
 }
 
 std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc)
@@ -110,6 +190,8 @@ ClassModel FindEmbeddedModel(const ReflectedClass& rc)
     {
         model = &FindReflectedClass(embedded.m_name);
         index->m_embeddedModel.store(model, std::memory_order_release);
+        if (const FieldIndex* const listing = GetFieldIndex(*model))
+            index->m_model.store(listing, std::memory_order_release);
     }
     return {model, embedded.m_offset};
 }

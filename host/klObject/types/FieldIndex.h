@@ -6,6 +6,7 @@
 #include <klObject/api.h>
 #include <klObject/types/NameTable.h>
 #include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/ReflectionByteCode.h>
 #include <klUtils/BasicSubString.h>
 #include <klUtils/text/private/ShortText.h>
 #include <klUtils/types.h>
@@ -17,16 +18,55 @@
 namespace kelm
 {
 
-// What lies behind a model field.
+struct FieldIndex;
+
+// Where a path can go on from a variable.
 enum class FieldLead : uint8
 {
-    Other,     // its type must be looked at, or it has none, or there is no such field
-    Value,     // nothing: a number, a text, an enumeration ...
-    Instance,  // of a class
-    Instances, // of a class, as the elements of a vector
+    Other,    // its type must be looked at, or there is none
+    Value,    // nowhere: a number, a text, an enumeration ...
+    Instance, // of a class: to a field
+    Pref,     // to the object that it designates
+    Handle,
+    Vector, // a container: to an element
+    Array,
+    DynArray,
 };
 
-struct FieldIndex;
+inline bool IsContainer(FieldLead lead)
+{
+    return lead >= FieldLead::Vector;
+}
+
+// A type that a path can reach, and where it leads. Those of a field stand one behind the other: behind that of a
+// container that of its elements.
+struct TypeLead
+{
+    ReflectionByteCode m_type;
+    FieldLead m_kind = FieldLead::Other;
+    int32 m_count = 0; // of an array
+
+    // The index of an instance's class, which is looked up once; null while that is not registered or has none.
+    const FieldIndex* GetIndex() const
+    {
+        const FieldIndex* const index = m_index.load(std::memory_order_acquire);
+        return index != nullptr ? index : FindIndex(*this);
+    }
+
+    // The size of a container's elements; 0 where it depends on more than a class that is registered.
+    ssize_t GetElementSize() const
+    {
+        const ssize_t size = m_elementSize.load(std::memory_order_relaxed);
+        return size > 0 ? size : FindElementSize(*this);
+    }
+
+private:
+    KLOBJECT_API static const FieldIndex* FindIndex(const TypeLead& lead);
+    KLOBJECT_API static ssize_t FindElementSize(const TypeLead& lead);
+
+    mutable std::atomic<const FieldIndex*> m_index = nullptr;
+    mutable std::atomic<ssize_t> m_elementSize = 0;
+};
 
 // The fields of one name. An index of -1 is none.
 struct alignas(64) FieldEntry : NamedEntry
@@ -37,19 +77,8 @@ struct alignas(64) FieldEntry : NamedEntry
 
     // Of the first model field, if it is present and its name an identifier: the field, and where it leads.
     const ReflectedModelField* m_field = nullptr;
-    FieldLead m_lead = FieldLead::Other;
-
-    // The class of the instances behind the field, which is looked up once; null while it is not registered.
-    const ReflectedClass* GetLeadClass(const FieldIndex& index) const
-    {
-        const ReflectedClass* const rc = m_leadClass.load(std::memory_order_acquire);
-        return rc != nullptr ? rc : FindLeadClass(*this, index);
-    }
-
-private:
-    KLOBJECT_API static const ReflectedClass* FindLeadClass(const FieldEntry& entry, const FieldIndex& index);
-
-    mutable std::atomic<const ReflectedClass*> m_leadClass = nullptr;
+    ssize_t m_offset = 0;
+    const TypeLead* m_lead = nullptr;
 };
 
 // Owns its tables; the names are those of the class's descriptor. The fields that it tells of never change.
@@ -58,10 +87,16 @@ struct FieldIndex
     explicit FieldIndex(const ReflectedClass& rc);
 
     NameTable<FieldEntry> m_fields;
-    const ConstStringZ* m_stringTable; // of the class
+    const ReflectedClass* m_class;
 
     // The class whose model this one embeds; null before that has been looked up for the first time.
     mutable std::atomic<const ReflectedClass*> m_embeddedModel = nullptr;
+
+    // The index of the class that lists the model fields, and where its instance lies. Before that has been looked up,
+    // of the class itself, which then leads nowhere.
+    const FieldIndex& GetModel() const { return *m_model.load(std::memory_order_acquire); }
+    ssize_t m_modelOffset = 0;
+    mutable std::atomic<const FieldIndex*> m_model = this;
 
     // Whether the field at `hint` has that name and is the first that counts: no hash needed.
     bool IsPresentModelField(SubString name, ssize_t hint) const { return IsHit(m_presentModelNames, name, hint); }
@@ -83,6 +118,7 @@ private:
 
     Names m_presentModelNames;
     Names m_ordinaryNames;
+    std::unique_ptr<TypeLead[]> m_leads;
 };
 
 // The index of a class that has fields or embeds a model, null for others.

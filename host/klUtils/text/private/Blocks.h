@@ -119,6 +119,11 @@ inline int FirstOf(Lanes lanes)
 {
     return std::countr_zero(lanes.GetMask() | 1U << s_blockSize);
 }
+// The same where there is one.
+inline uint32 FirstOfSome(Lanes lanes)
+{
+    return static_cast<uint32>(__builtin_ctz(lanes.GetMask()));
+}
 inline int FirstNotOf(Lanes lanes)
 {
     return std::countr_one(lanes.GetMask());
@@ -234,6 +239,10 @@ private:
 inline int FirstOf(Lanes lanes)
 {
     return lanes.m_low != 0 ? std::countr_zero(lanes.m_low) / 8 : 8 + std::countr_zero(lanes.m_high) / 8;
+}
+inline uint32 FirstOfSome(Lanes lanes)
+{
+    return static_cast<uint32>(FirstOf(lanes));
 }
 inline int FirstNotOf(Lanes lanes)
 {

@@ -1,8 +1,8 @@
 #pragma once
 
 // ExpectingCursor: a cursor for a reader that knows which token is likely to come. That one is looked for first;
-// whatever else comes is scanned as always. It has few members and gives its address to nobody, so that it lives in
-// registers where its reader is inlined.
+// whatever else comes is scanned as always. It has few members and gives its address to nobody, so that a copy of it
+// lives in registers where its reader is inlined.
 
 #include <klUtils/text/ParserBase.h>
 #include <klUtils/text/private/Names.h>
@@ -15,30 +15,37 @@ class ExpectingCursor
 {
 public:
     // Over a text, before its first token.
-    explicit ExpectingCursor(SubString text) : m_p(text.m_p1), m_end(text.m_p2), m_first(text.m_p1) {}
+    explicit ExpectingCursor(SubString text) : m_p(text.m_p1), m_end(text.m_p2) {}
 
     // From where a parser is.
     explicit ExpectingCursor(const ParserBase& parser)
-        : m_p(parser.m_str.m_p1)
-        , m_end(parser.m_str.m_p2)
-        , m_kind(parser.m_token.m_type)
-        , m_first(parser.m_str.m_p1)
-        , m_firstKind(parser.m_token.m_type)
+        : m_p(parser.m_str.m_p1), m_end(parser.m_str.m_p2), m_kind(parser.m_token.m_type)
     {
     }
+
+    // Without what only a parser is told: the token before the current one.
+    [[gnu::always_inline]] void ForgetPrevious() { m_previous = nullptr; }
+
+    // What the current token is, for a reader that has kept no account of it: an operator of one character, or the end.
+    [[gnu::always_inline]] void SetOperator(EToken kind)
+    {
+        m_kind = kind;
+        m_start = kind == TOKEN_END ? m_p : m_p - 1;
+    }
+    // A token that is known to begin with its start: a name or a closing bracket.
+    void SetNameOrSquare() { m_kind = *m_start == ']' ? TOKEN_RIGHT_SQUARE : TOKEN_IDENTIFIER; }
 
     // Gives the parser's members what they would have if it had read all tokens itself. To the parser alone that this
     // comes from, and once.
     void StoreIn(ParserBase& parser) const
     {
-        if (IsAtFirst())
-        {
-            if (m_isStuck)
-                parser.m_prevToken = parser.m_token;
+        const bool isAtFirst = m_p == parser.m_str.m_p1 && m_kind == parser.m_token.m_type;
+        if (isAtFirst && m_previous == nullptr)
             return;
-        }
-        const bool hasPassedOne = m_previous == m_first - 1;
-        parser.m_prevToken = hasPassedOne ? parser.m_token : ScanAny(m_previous, m_end, false).m_lexeme.GetToken();
+        const bool isNextToFirst = isAtFirst || m_previous == nullptr;
+        parser.m_prevToken = isNextToFirst ? parser.m_token : ScanAny(m_previous, m_end, false).m_lexeme.GetToken();
+        if (isAtFirst)
+            return;
         parser.m_token = GetToken();
         parser.m_str.m_p1 = m_p;
     }
@@ -49,22 +56,21 @@ public:
     bool Is(EToken kind) const { return m_kind == kind; }
 
     // Not of the token that a parser began with.
-    LSToken GetToken() const { return {m_kind, {GetStart(), m_p}}; }
-    SubString GetText() const { return {GetStart(), m_p}; }
+    LSToken GetToken() const { return {m_kind, GetText()}; }
+    SubString GetText() const { return {m_start, m_p}; }
 
-    // Whether that is still the one that the cursor began with.
-    bool IsAtFirst() const { return m_p == m_first && m_kind == m_firstKind; }
-
-    // Of a number literal. False where it is out of range.
-    [[gnu::always_inline]] bool GetUnsigned(uint64& value) const
+    // Of the current token, which is a number literal that has been read as that one. False where it is out of range.
+    [[gnu::always_inline]] bool GetUnsigned(const Number& number, uint64& value) const
     {
-        value = m_digits;
-        if (static_cast<uint32>(m_count) <= Number::s_maxHexDigits) [[likely]]
+        value = number.m_digits;
+        if (static_cast<uint32>(number.m_count) <= Number::s_maxHexDigits) [[likely]]
             return true;
-        const LongInteger found = GetLongInteger({m_digits, 0, m_count}, GetToken());
+        const LongInteger found = GetLongInteger(number, GetToken());
         value = found.m_value;
         return found.m_isInRange;
     }
+
+    const char* GetEnd() const { return m_end; } // of the text
 
     // --- The next token ---
     //
@@ -72,62 +78,131 @@ public:
 
     ScanFailure GetScanFailure() const { return DescribeScanFailure(m_p, m_end, m_kind == TOKEN_UNDEF); }
 
-    // Expects one of these operators of one character, or the end of the text.
-    template <char... Expected>
-    [[gnu::always_inline]] bool TryNextOperator()
+    // Expects that operator of one character, or the end of the text.
+    template <char Expected>
+    bool TryNextOperator()
     {
-        if (TryOperator<Expected...>(m_p)) [[likely]]
-            return true;
-        const char* const start = SkipSpaceHere(m_p);
-        return (start != m_p && TryOperator<Expected...>(start)) || TryNext();
+        return TryOperatorOrEnd<Expected>() != TOKEN_UNDEF || TryNext();
+    }
+
+    // The same for a reader that goes another way where something else comes: then the cursor is where it was.
+    template <char Expected>
+    [[gnu::always_inline]] EToken TryOperatorOrEnd()
+    {
+        if (TryOperator<Expected>()) [[likely]]
+            return s_operatorTrie.TokenOf(Expected);
+        if (SkipSpaceHere(m_p) != m_end)
+            return TOKEN_UNDEF;
+        Accept(TOKEN_END, m_end, m_end);
+        return TOKEN_END;
+    }
+    template <char Expected>
+    [[gnu::always_inline]] bool TryOperator()
+    {
+        static_assert(Expected == '.' || StartOf(Expected) == Start::SingleOperator);
+        const char* p = m_p;
+        if (!TryPassSpaceTo<Expected>(p)) [[unlikely]]
+            return false;
+        if (Expected == '.' && p + 1 != m_end && DigitValue(p[1]) <= 9) [[unlikely]]
+            return false;
+        return Accept(s_operatorTrie.TokenOf(Expected), p, p + 1);
     }
 
     // Expects an identifier that the reader knows. This is a guess: the characters up to one that could end it. Where
     // they are an identifier that is known, they are the next token, for there is nothing behind them that goes on with
     // it, and the reader calls AcceptName.
-    [[gnu::always_inline]] NameKey GuessName() const
+    struct GuessedName
+    {
+        const char* m_start;
+        std::size_t m_size; // eight of a longer one too
+        uint64 m_word;      // its characters
+
+        bool MayBeLonger() const { return m_size == s_maxShortText; }
+    };
+    [[gnu::always_inline]] GuessedName GuessName() const
     {
         const char* start = m_p;
         uint64 word = PeekWord(start);
         if (static_cast<uint8>(word) <= ' ') [[unlikely]]
         {
-            start = SkipSpaceHere(start);
+            start += static_cast<char>(word) == ' ';
             word = PeekWord(start);
+            if (static_cast<uint8>(word) <= ' ')
+            {
+                start = SkipSpaceHere(start);
+                word = PeekWord(start);
+            }
         }
-        const Block block(word, 0);
-        const int size = FirstOf(block.AreBelow('0') | block.AreEqual('['));
-        if (size == s_maxShortText) [[unlikely]]
-            return NameKey({start, SkipName(start, m_end)}, word);
-        return NameKey({start, start + size}, word & s_firstCharacters[size]);
+        const std::size_t size = FindEndOfName(word);
+        return {start, size, word & s_firstCharacters[size]};
     }
-    [[gnu::always_inline]] void AcceptName(const NameKey& name)
+    [[gnu::always_inline]] void AcceptName(const char* start, const char* past)
     {
-        Accept(TOKEN_IDENTIFIER, name.m_text.m_p1, name.m_text.m_p2);
+        Accept(TOKEN_IDENTIFIER, start, past);
     }
 
-    // Expects a number.
-    [[gnu::always_inline]] bool TryNextNumber()
+    // Expects an integer, decimal or hexadecimal, with a sign or without, and behind it that operator of one character.
+    // False where something else comes, or more digits than a few beside leading zeros: then the cursor is where it
+    // was.
+    template <char Behind>
+    [[gnu::always_inline]] bool TryIntegerAnd(int64& integer)
     {
-        const char* const start = SkipSpaceHere(m_p);
-        if (start == m_end || !HasProperty(*start, CHAR_DIGIT)) [[unlikely]]
-            return TryNext();
-        const ScannedNumber number = ScanNumberHere(start, m_end);
-        if (number.m_past == nullptr) [[unlikely]]
+        static_assert(StartOf(Behind) == Start::SingleOperator);
+        const char* start = m_p;
+        bool isNegative = false;
+        if (!IsDigitAt(start)) [[unlikely]]
+        {
+            start = SkipSpaceHere(start);
+            if (start != m_end && (*start == '-' || *start == '+'))
+            {
+                isNegative = *start == '-';
+                start = SkipSpaceHere(start + 1);
+            }
+            if (!IsDigitAt(start))
+                return false;
+        }
+        uint64 value = DigitValue(*start);
+        const char* p = start + 1;
+        if (p == m_end || *p != Behind) [[unlikely]]
+        {
+            if (value == 0)
+            {
+                const DigitRun run = ScanUnusualInteger(start, m_end);
+                p = run.m_past;
+                value = run.m_number;
+            }
+            else
+            {
+                const char* const limit = m_end - start > s_maxFewDigits ? start + s_maxFewDigits : m_end;
+                for (; p != limit && DigitValue(*p) <= 9; ++p)
+                    value = 10 * value + DigitValue(*p);
+            }
+            if (!TryPassSpaceTo<Behind>(p)) [[unlikely]]
+                return false;
+        }
+        integer = isNegative ? -static_cast<int64>(value) : static_cast<int64>(value);
+        m_previous = start;
+        m_start = p;
+        m_kind = s_operatorTrie.TokenOf(Behind);
+        m_p = p + 1;
+        return true;
+    }
+
+    // Expects a number, and tells which.
+    bool TryNextNumber(Number& number)
+    {
+        const Scanned scanned = ScanAny(m_p, m_end, m_kind == TOKEN_UNDEF);
+        if (!scanned.m_isToken)
             return GetStuck();
-        m_digits = number.m_digits;
-        m_count = number.m_count;
-        return Accept(number.m_kind, start, number.m_past);
+        number = scanned.m_lexeme.GetNumber();
+        return Accept(scanned.m_lexeme);
     }
 
     // Expects nothing.
     [[gnu::always_inline]] bool TryNext()
     {
         const Scanned scanned = ScanAny(m_p, m_end, m_kind == TOKEN_UNDEF);
-        if (!scanned.m_isToken)
-            return GetStuck();
-        m_digits = scanned.m_lexeme.m_digits;
-        m_count = scanned.m_lexeme.m_count;
-        return Accept(scanned.m_lexeme.m_kind, scanned.m_lexeme.m_start, scanned.m_lexeme.m_past);
+        return scanned.m_isToken ? Accept(scanned.m_lexeme) : GetStuck();
     }
 
 private:
@@ -138,14 +213,69 @@ private:
         return left >= s_maxShortText ? LoadWord<uint64>(p) : WordOfShortText(p, left);
     }
 
-    // Most often there is none, or a blank or two.
+    bool IsDigitAt(const char* p) const { return p != m_end && DigitValue(*p) <= 9; }
+
+    // Past white space, which most often is a blank.
     [[gnu::always_inline]] const char* SkipSpaceHere(const char* p) const
     {
-        while (p != m_end && *p == ' ')
+        if (p != m_end && *p == ' ')
             ++p;
-        return p == m_end || static_cast<uint8>(*p) > ' ' ? p : SkipMoreSpace(p, m_end);
+        while (p != m_end && HasProperty(*p, CHAR_SPACE))
+            ++p;
+        return p;
     }
-    [[gnu::noinline]] static const char* SkipMoreSpace(const char* p, const char* end) { return SkipSpace(p, end); }
+
+    // To that operator, with nothing but white space before it; false otherwise.
+    template <char Operator>
+    [[gnu::always_inline]] bool TryPassSpaceTo(const char*& p) const
+    {
+        if (p == m_end)
+            return false;
+        if (*p == Operator) [[likely]]
+            return true;
+        if (*p == ' ' && ++p == m_end)
+            return false;
+        if (*p == Operator) [[likely]]
+            return true;
+        p = SkipSpaceHere(p);
+        return p != m_end && *p == Operator;
+    }
+
+    static constexpr ssize_t s_maxFewDigits = 9;
+
+    // The integer that begins there with a zero, and is perhaps hexadecimal; at the end of the text where it is none,
+    // or has more digits than a few besides zeros. Whatever follows it is for the caller to look at.
+    [[gnu::noinline]] static DigitRun ScanUnusualInteger(const char* start, const char* end)
+    {
+        const char* const p = start + 1;
+        const bool isHex = end - p > 1 && (*p | 0x20) == 'x' && HasProperty(p[1], CHAR_HEX_DIGIT);
+        return isHex ? ScanFewDigits<16>(p + 1, end) : ScanFewDigits<10>(p, end);
+    }
+    template <uint64 Base>
+    [[gnu::always_inline]] static DigitRun ScanFewDigits(const char* p, const char* end)
+    {
+        constexpr uint64 eightZeros = 0x3030303030303030;
+        while (end - p >= s_maxShortText && LoadWord<uint64>(p) == eightZeros)
+            p += s_maxShortText;
+        while (p != end && *p == '0')
+            ++p;
+        constexpr uint64 small = Base == 10 ? 100'000'000 : 0x1000000;
+        uint64 value = 0;
+        for (; p != end; ++p)
+        {
+            uint64 digit = DigitValue(*p);
+            if (digit > 9)
+            {
+                digit = Base == 10 ? Base : 10 + static_cast<uint64>(static_cast<uint8>((*p | 0x20) - 'a'));
+                if (digit >= Base)
+                    return {p, value};
+            }
+            if (value >= small)
+                break;
+            value = Base * value + digit;
+        }
+        return {end, 0};
+    }
 
     struct LongInteger
     {
@@ -174,68 +304,33 @@ private:
         return scanned;
     }
 
-    template <char... Expected>
-    [[gnu::always_inline]] bool TryOperator(const char* start)
-    {
-        if (start == m_end) [[unlikely]]
-            return AcceptPlaced(TOKEN_END, start);
-        const char c = *start;
-        return (TryOperator<Expected>(start, c) || ...);
-    }
-    template <char Expected>
-    [[gnu::always_inline]] bool TryOperator(const char* start, char c)
-    {
-        static_assert(Expected == '.' || StartOf(Expected) == Start::SingleOperator);
-        if (c != Expected || (Expected == '.' && !IsDotOperator(start, m_end)))
-            return false;
-        constexpr EToken kind = s_operatorTrie.TokenOf(Expected);
-        return AcceptPlaced(kind, start + 1);
-    }
-
     [[gnu::always_inline]] bool Accept(EToken kind, const char* start, const char* past)
     {
-        m_previous = GetStart();
+        m_previous = m_start;
         m_start = start;
         m_kind = kind;
         m_p = past;
         return true;
     }
-    [[gnu::always_inline]] bool AcceptPlaced(EToken kind, const char* past)
+    [[gnu::always_inline]] bool Accept(const Lexeme& lexeme)
     {
-        m_previous = GetStart();
-        m_kind = kind;
-        m_p = past;
-        return true;
+        return Accept(lexeme.m_kind, lexeme.m_start, lexeme.m_past);
     }
 
     [[gnu::always_inline]] bool GetStuck()
     {
-        m_previous = GetStart();
-        m_isStuck = true;
+        m_previous = m_start != nullptr ? m_start : m_p;
         return false;
-    }
-
-    // Whether the place of such a token follows from its end, so that it need not be kept.
-    static constexpr bool IsPlaced(EToken kind)
-    {
-        return kind == TOKEN_DOT || kind == TOKEN_LEFT_SQUARE || kind == TOKEN_RIGHT_SQUARE || kind == TOKEN_END;
-    }
-    [[gnu::always_inline]] const char* GetStart() const
-    {
-        return !IsPlaced(m_kind) ? m_start : m_kind == TOKEN_END ? m_p : m_p - 1;
     }
 
     const char* m_p; // past the current token
     const char* m_end;
     EToken m_kind = TOKEN_UNDEF;
-    bool m_isStuck = false;        // no token comes
-    const char* m_start = nullptr; // of the current token
-    const char* m_previous = nullptr;
-    uint64 m_digits = 0; // of a number, as Number has them
-    int32 m_count = 0;
 
-    const char* m_first; // past the first token
-    EToken m_firstKind = TOKEN_UNDEF;
+    // Where the current token starts, and the one before it; where no token comes, it is both. Null for a first token
+    // and for what is before that: where a parser's lies, the parser knows.
+    const char* m_start = nullptr;
+    const char* m_previous = nullptr;
 };
 
 } // namespace kelm::text

@@ -2,21 +2,41 @@
 
 // The messages that more than one reader has.
 
-#include <klUtils/MessageOf.h>
 #include <klUtils/text/LSToken.h>
 #include <klUtils/types.h>
+#include <klUtils/xostream.h>
 
 namespace kelm::text
 {
 
-inline xstring ExpectedMessage(ConstStringZ what, const LSToken& found)
+// What comes before a message whose line is known.
+inline void WriteLineBefore(xostream& os, int64 line)
 {
-    return MessageOf("Expected ", what, " when read ", found);
+    os << "line " << line << ": ";
 }
 
-inline xstring OutOfRangeMessage(bool isNegative, const LSToken& literal, ConstStringZ typeName)
+// Of something that was expected where a token was found, and of a literal that a type does not hold.
+inline void WriteExpected(xostream& os, ConstStringZ what, const LSToken& found)
 {
-    return MessageOf("Value ", isNegative ? "-" : "", literal, " is out of range of ", typeName);
+    os << "Expected " << what << " when read " << found;
+}
+inline void WriteOutOfRange(xostream& os, bool isNegative, const LSToken& literal, ConstStringZ typeName)
+{
+    os << "Value " << (isNegative ? "-" : "") << literal << " is out of range of " << typeName;
+}
+
+[[gnu::cold, gnu::noinline]] inline xstring ExpectedMessage(ConstStringZ what, const LSToken& found)
+{
+    StringStream message(256);
+    WriteExpected(message, what, found);
+    return message.GetString();
+}
+[[gnu::cold, gnu::noinline]] inline xstring OutOfRangeMessage(bool isNegative, const LSToken& literal,
+                                                              ConstStringZ typeName)
+{
+    StringStream message(256);
+    WriteOutOfRange(message, isNegative, literal, typeName);
+    return message.GetString();
 }
 
 } // namespace kelm::text

@@ -25,6 +25,14 @@ inline const char* SkipName(const char* p, const char* end)
     return SkipRun<NameCharacters>(p, end);
 }
 
+// How many of a word's characters come before the first one that ends an identifier and is likely to: one below the
+// digits, or an opening bracket. Others may be passed.
+[[gnu::always_inline]] inline std::size_t FindEndOfName(uint64 word)
+{
+    const Block block(word, 0); // so that there is an end
+    return FirstOfSome(block.AreBelow('0') | block.AreEqual('['));
+}
+
 // A name as tables of names are asked for it.
 struct NameKey
 {

@@ -236,6 +236,13 @@ TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
     static constexpr uint8 s_constClass[] = {FT_CONST, FT_CLASS, 0, 0};
     static constexpr uint8 s_vector[] = {FT_VECTOR, FT_INT32};
     static constexpr uint8 s_void[] = {FT_VOID};
+    static constexpr uint8 s_matrix[] = {FT_ARRAY,     3, 0, 0, 0, FT_DYNARRAY, FT_VECTOR, FT_INTERFACE_POINTER,
+                                         FT_INTERFACE, 0, 0};
+    static constexpr uint8 s_pref[] = {FT_PREF, FT_CLASS, 0, 0};
+    static constexpr uint8 s_empty[] = {FT_ARRAY, 0, 0, 0, 0, FT_INT32};
+    static constexpr uint8 s_deep[] = {FT_VECTOR, FT_VECTOR, FT_VECTOR, FT_VECTOR, FT_VECTOR,
+                                       FT_VECTOR, FT_VECTOR, FT_VECTOR, FT_VECTOR, FT_INT32};
+    static constexpr uint8 s_unknowns[] = {FT_VECTOR, FT_CLASS, 1, 0};
     static constexpr ReflectedModelField s_model[] = {
         {"number", 0, s_int32, 0, -1, nullptr},        {"text", 0, s_string, 0, -1, nullptr},
         {"enumerator", 0, s_enum, 0, -1, nullptr},     {"instance", 0, s_class, 0, -1, nullptr},
@@ -243,49 +250,80 @@ TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
         {"constant", 0, s_constClass, 0, -1, nullptr}, {"numbers", 0, s_vector, 0, -1, nullptr},
         {"nothing", 0, s_void, 0, -1, nullptr},        {"undescribed", 0, nullptr, 0, -1, nullptr},
         {"dropped", 0, s_int32, 0, 1, nullptr},        {"dropped", 0, s_int32, 1, -1, nullptr},
-        {"no name", 0, s_int32, 0, -1, nullptr},
+        {"no name", 0, s_int32, 0, -1, nullptr},       {"matrix", 0, s_matrix, 0, -1, nullptr},
+        {"owner", 0, s_pref, 0, -1, nullptr},          {"empty", 0, s_empty, 0, -1, nullptr},
+        {"deep", 0, s_deep, 0, -1, nullptr},           {"unknowns", 0, s_unknowns, 0, -1, nullptr},
     };
     static constexpr ReflectedField s_ordinary[] = {{"ordinary", 0, s_int32}};
     static const ReflectedClass s_led = {.m_name = "classModelTest::Led",
+                                         .m_size = 40,
                                          .m_fields = s_ordinary,
                                          .m_numFields = 1,
                                          .m_modelFields = s_model,
-                                         .m_numModelFields = 13,
+                                         .m_numModelFields = 18,
                                          .m_stringTable = s_strings};
     ASSERT_EQ(RegisterReflectedClass(&s_led, nullptr), NSE_OK);
     const FieldIndex& index = *GetFieldIndex(s_led);
 
+    using Kinds = std::vector<FieldLead>;
     const struct
     {
         const char* m_name;
         ssize_t m_field; // -1 for none
-        FieldLead m_lead;
+        Kinds m_kinds;   // of the field's leads
     } rows[] = {
-        {"number", 0, FieldLead::Value},        {"text", 1, FieldLead::Value},
-        {"enumerator", 2, FieldLead::Value},    {"instance", 3, FieldLead::Instance},
-        {"instances", 4, FieldLead::Instances}, {"unknown", 5, FieldLead::Instance},
-        {"constant", 6, FieldLead::Other},      {"numbers", 7, FieldLead::Other},
-        {"nothing", 8, FieldLead::Other},       {"undescribed", 9, FieldLead::Other},
-        {"dropped", -1, FieldLead::Other},      {"no name", -1, FieldLead::Other},
-        {"ordinary", -1, FieldLead::Other},
+        {"number", 0, {FieldLead::Value}},
+        {"text", 1, {FieldLead::Value}},
+        {"enumerator", 2, {FieldLead::Value}},
+        {"instance", 3, {FieldLead::Instance}},
+        {"instances", 4, {FieldLead::Vector, FieldLead::Instance}},
+        {"unknown", 5, {FieldLead::Instance}},
+        {"constant", 6, {FieldLead::Other}},
+        {"numbers", 7, {FieldLead::Vector, FieldLead::Value}},
+        {"nothing", 8, {FieldLead::Other}},
+        {"undescribed", 9, {FieldLead::Other}},
+        {"dropped", -1, {}},
+        {"no name", -1, {}},
+        {"matrix", 13, {FieldLead::Array, FieldLead::DynArray, FieldLead::Vector, FieldLead::Handle}},
+        {"owner", 14, {FieldLead::Pref}},
+        {"empty", 15, {FieldLead::Other}},
+        {"deep", 16, Kinds{7, FieldLead::Vector}},
+        {"ordinary", -1, {}},
     };
     for (const auto& row : rows)
     {
         const FieldEntry* const entry = index.m_fields.Find(row.m_name);
         ASSERT_NE(entry, nullptr) << row.m_name;
         EXPECT_EQ(entry->m_field, row.m_field < 0 ? nullptr : &s_model[row.m_field]) << row.m_name;
-        EXPECT_EQ(entry->m_lead, row.m_lead) << row.m_name;
+        EXPECT_EQ(entry->m_lead == nullptr, row.m_field < 0) << row.m_name;
+        for (std::size_t i = 0; i < row.m_kinds.size(); ++i)
+            EXPECT_EQ(entry->m_lead[i].m_kind, row.m_kinds[i]) << row.m_name << ' ' << i;
     }
+    const TypeLead* const deep = index.m_fields.Find("deep")->m_lead;
+    EXPECT_EQ(deep[7].m_kind, FieldLead::Other); // beyond which a path looks at the type
+    EXPECT_EQ(deep[7].m_type.m_bc, s_deep + 7);
+
+    const auto leadOf = [&](const char* name) { return index.m_fields.Find(name)->m_lead; };
+    EXPECT_EQ(leadOf("matrix")->m_count, 3);
+    EXPECT_EQ(leadOf("matrix")[1].GetElementSize(), 24);
+    EXPECT_EQ(leadOf("matrix")[2].GetElementSize(), 16);
     for (int look = 0; look < 2; ++look)
     {
-        EXPECT_EQ(index.m_fields.Find("instance")->GetLeadClass(index), &s_led);
-        EXPECT_EQ(index.m_fields.Find("instances")->GetLeadClass(index), &s_led);
-        EXPECT_EQ(index.m_fields.Find("unknown")->GetLeadClass(index), nullptr);
+        EXPECT_EQ(leadOf("instance")->GetIndex(), &index);
+        EXPECT_EQ(leadOf("instances")[1].GetIndex(), &index);
+        EXPECT_EQ(leadOf("instances")->GetElementSize(), 40);
+        EXPECT_EQ(leadOf("unknown")->GetIndex(), nullptr);
+        EXPECT_EQ(leadOf("unknowns")->GetElementSize(), 0);
     }
     // A class may be registered after those that lead to it.
-    static const ReflectedClass s_late = {.m_name = "classModelTest::NoSuchClass"};
+    static const ReflectedClass s_late = {.m_name = "classModelTest::NoSuchClass",
+                                          .m_size = 24,
+                                          .m_modelFields = s_model,
+                                          .m_numModelFields = 1,
+                                          .m_stringTable = s_strings};
     ASSERT_EQ(RegisterReflectedClass(&s_late, nullptr), NSE_OK);
-    EXPECT_EQ(index.m_fields.Find("unknown")->GetLeadClass(index), &s_late);
+    EXPECT_EQ(leadOf("unknown")->GetIndex(), GetFieldIndex(s_late));
+    EXPECT_EQ(leadOf("unknowns")->GetElementSize(), 24);
 }
 
 } // namespace
