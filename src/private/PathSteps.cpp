@@ -1,0 +1,245 @@
+#include <klKelmScript/private/PathSteps.h>
+
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ForeignType.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/private/TypeCodes.h>
+#include <klObject/values/ReflectedVariable.h>
+#include <klPersistStore/ReadBarrier.h>
+#include <klUtils/KelmAssertionError.h>
+
+namespace kelm
+{
+
+namespace
+{
+
+constexpr ConstStringZ s_sourceFile = "src/PathSteps";
+
+PathSteps::Way GetWayFrom(const ReflectionByteCode& type)
+{
+    switch (GetTypeCode(type).m_kind)
+    {
+    case VK_CLASS:
+    case VK_HANDLE:
+    case VK_PREF: return PathSteps::Way::Fields;
+    case VK_ARRAY:
+    case VK_VECTOR: return PathSteps::Way::Elements;
+    case VK_MAP: return PathSteps::Way::Keys;
+    case VK_NONE:
+    case VK_VOID:
+    case VK_SCALAR:
+    case VK_ENUM:
+    case VK_STRING8:
+    case VK_STRING16:
+    case VK_VARIANT:
+    case VK_SET: return PathSteps::Way::Nowhere;
+    case VK_FOREIGN: break;
+    }
+    const ForeignType& foreign = type.GetForeignType();
+    switch (foreign.GetForm())
+    {
+    case FF_LIST: return PathSteps::Way::Elements;
+    case FF_MAP: return foreign.m_numParts > 1 ? PathSteps::Way::Keys : PathSteps::Way::Nowhere;
+    case FF_TEXT:
+    case FF_CHOICE: break;
+    }
+    return PathSteps::Way::Nowhere;
+}
+
+// A map cannot be asked for a key, so its entries are looked through.
+struct Search
+{
+    ReflectionByteCode m_keyType;
+    const void* m_key;
+    void* m_payload = nullptr;
+};
+
+bool IsOther(void* context, const void* key, void* payload)
+{
+    Search& search = *static_cast<Search*>(context);
+    if (!CompareEqReflectedVariable(search.m_keyType, search.m_key, search.m_keyType, key))
+        return true;
+    search.m_payload = payload;
+    return false;
+}
+
+// The payload of a key that is there, or null.
+void* FindPayload(const ReflectionByteCode& type, const void* map, const void* key)
+{
+    if (type.GetCode() == FT_FOREIGN)
+        return type.GetForeignType().m_map->Find(map, key);
+    Search search{type.GetElementType(), key};
+    type.m_mapOrSetFns->mapFns->ForEach(map, IsOther, &search);
+    return search.m_payload;
+}
+
+// The payload of a key, which is there afterwards.
+void* InsertPayload(const ReflectionByteCode& type, void* map, void* key)
+{
+    return type.GetCode() == FT_FOREIGN ? type.GetForeignType().m_map->Insert(map, key)
+                                        : type.m_mapOrSetFns->mapFns->Insert(map, key);
+}
+
+ReflectionByteCode GetPayloadType(const ReflectionByteCode& type)
+{
+    if (type.GetCode() == FT_FOREIGN)
+        return type.GetForeignType().GetPartType(1);
+    ReflectionByteCode payload = type.GetElementType();
+    payload.ScanType();
+    return payload;
+}
+
+} // namespace
+
+ReflectionByteCode PathSteps::GetUnderlyingType() const
+{
+    ReflectionByteCode type = m_position.m_rbc;
+    if (type.m_bc != nullptr)
+        type.AdvanceToUnderlyingType2();
+    return type;
+}
+
+bool PathSteps::IsConst() const
+{
+    ReflectionByteCode type = m_position.m_rbc;
+    return m_isPartOfConst || (type.m_bc != nullptr && (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0);
+}
+
+PathSteps::Way PathSteps::GetWay() const
+{
+    const ReflectionByteCode type = GetUnderlyingType();
+    return type.m_bc == nullptr ? Way::Fields : GetWayFrom(type);
+}
+
+// Through optionals and their like to what they hold. False where that is nothing.
+bool PathSteps::TryEnterChoices()
+{
+    KELM_ASSERT(m_position.m_data);
+    for (ReflectionByteCode type = GetUnderlyingType();
+         type.m_bc != nullptr && type.GetCode() == FT_FOREIGN && type.GetForeignType().GetForm() == FF_CHOICE;
+         type = GetUnderlyingType())
+    {
+        m_isPartOfConst = IsConst() && !type.GetForeignType().m_choice->m_isPointer;
+        if (!m_position.TryEnterChoice(type.GetForeignType()))
+            return Fail(PathFault::NullDereference);
+    }
+    return true;
+}
+
+bool PathSteps::Fail(PathFault fault, ConstStringZ subject, int64 index)
+{
+    m_problem = {fault, index, subject};
+    return false;
+}
+
+bool PathSteps::Arrive()
+{
+    if (m_access == Access::Read && m_position.m_obj)
+        DataSourceReadBarrier(m_position.m_data, m_position.m_obj, nullptr);
+    return true;
+}
+
+bool PathSteps::TryStepToField(SubString name)
+{
+    if (!TryEnterChoices())
+        return false;
+    const ReflectionByteCode type = GetUnderlyingType();
+    const ReflectedClass* rc = nullptr;
+    if (type.m_bc == nullptr)
+    {
+        rc = m_position.m_obj.GetReflectedClass();
+        KELM_ASSERT(rc);
+    }
+    else if (type.GetCode() == FT_CLASS)
+    {
+        m_isPartOfConst = IsConst();
+        rc = &GetPathClass(type);
+    }
+    else if (GetWayFrom(type) == Way::Fields)
+    {
+        const bool isPersistent = GetTypeCode(type).m_kind == VK_PREF;
+        rc = m_position.FollowHandle(
+            type, isPersistent ? ptr<IObject>(reinterpret_cast<const prefbase*>(m_position.m_data)->Get())
+                               : *reinterpret_cast<const ptr<IObject>*>(m_position.m_data));
+        if (rc == nullptr)
+            return Fail(PathFault::NullDereference);
+        m_isPartOfConst = false; // whoever holds a handle that is const may write the object
+    }
+    else
+    {
+        return Fail(PathFault::NoFields);
+    }
+    const PathField found = rc->m_modelFields != nullptr ? FindPathField(*rc, name) : PathField();
+    if (found.m_field == nullptr || !IsPresent(*found.m_field))
+        return Fail(PathFault::UnknownField, rc->m_name);
+    m_position.StepTo(found);
+    return Arrive();
+}
+
+namespace
+{
+
+// Of a container of that type there.
+PathElements EnterContainer(PathPosition& position, const ReflectionByteCode& type)
+{
+    switch (type.GetCode())
+    {
+    case FT_ARRAY: return position.EnterArray(type);
+    case FT_VECTOR: return position.EnterVector(type);
+    case FT_FOREIGN: return position.EnterForeignList(type.GetForeignType());
+    default: return position.EnterDynArray(type);
+    }
+}
+
+} // namespace
+
+bool PathSteps::TryStepToElement(int64 index)
+{
+    if (!TryEnterChoices())
+        return false;
+    const ReflectionByteCode type = GetUnderlyingType();
+    if (type.m_bc == nullptr || GetWayFrom(type) != Way::Elements)
+        return Fail(PathFault::NoElements);
+    m_isPartOfConst = IsConst();
+    PathElements elements = EnterContainer(m_position, type);
+    if (m_access == Access::Read || m_isPartOfConst)
+        elements.m_growing = nullptr;
+    if (!elements.Has(index))
+        return Fail(PathFault::IndexOutOfRange, elements.m_kind, index);
+    m_position.StepTo(elements, index);
+    return Arrive();
+}
+
+ssize_t PathSteps::GetElementCount() const
+{
+    const ReflectionByteCode type = GetUnderlyingType();
+    KELM_ASSERT(GetWay() == Way::Elements);
+    PathPosition position = m_position;
+    return EnterContainer(position, type).m_count;
+}
+
+ReflectionByteCode PathSteps::GetKeyType() const
+{
+    KELM_ASSERT(GetWay() == Way::Keys);
+    const ReflectionByteCode type = GetUnderlyingType();
+    return type.GetCode() == FT_FOREIGN ? type.GetForeignType().GetPartType(0) : type.GetElementType();
+}
+
+bool PathSteps::TryStepToPayload(void* key)
+{
+    KELM_ASSERT(m_position.m_data);
+    KELM_ASSERT(GetWay() == Way::Keys);
+    const ReflectionByteCode type = GetUnderlyingType();
+    m_isPartOfConst = IsConst();
+    void* const map = m_position.m_data;
+    void* const payload =
+        m_access == Access::Write && !m_isPartOfConst ? InsertPayload(type, map, key) : FindPayload(type, map, key);
+    if (payload == nullptr)
+        return Fail(PathFault::UnknownKey);
+    m_position.m_data = static_cast<char*>(payload);
+    m_position.m_rbc = GetPayloadType(type);
+    return Arrive();
+}
+
+} // namespace kelm
