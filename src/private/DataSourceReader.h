@@ -85,7 +85,7 @@ private:
 
     void ReadValue(const ReflectionByteCode& type, void* data);
     void ReadNested(ReflectionByteCode type, void* data);
-    void ReadUnderlying(const ReflectionByteCode& type, void* data);
+    inline void ReadUnderlying(const ReflectionByteCode& type, void* data);
     void ReadForeign(const ForeignType& type, void* data);
     void ReadForeignText(const ForeignTextFns& fns, void* text);
     void ReadForeignList(const ForeignType& type, void* list);
@@ -99,14 +99,17 @@ private:
     bool PassListStart();
 
     // --- From an operator on that the cursor need not have come to, and back to the place behind what is read
+    //
+    // (Attributes stand here: of a template's definition they are lost.)
 
     text::Place ReadUnusual(SubString op, const ReflectionByteCode& type, void* data);
-    bool TryReadEnumerator(text::FastCursor& cursor, const ReflectedEnum& r, void* data);
-    bool TryReadNesting(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
-    void ReadBehind(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
+    inline bool TryReadEnumerator(text::FastCursor& cursor, const ReflectedEnum& r, void* data);
+    [[gnu::always_inline]] inline bool TryReadNesting(text::FastCursor& cursor, const ReflectionByteCode& type,
+                                                      char* data);
+    [[gnu::always_inline]] inline void ReadBehind(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
     text::Place ReadOneBehind(text::FastCursor cursor, const ReflectionByteCode& type, char* data);
-    text::Place ReadMember(text::FastCursor cursor, const ReflectionByteCode& type, char* data, const ClassShape& shape,
-                           const FieldFacts& facts);
+    inline text::Place ReadMember(text::FastCursor cursor, const ReflectionByteCode& type, char* data,
+                                  const ClassShape& shape, const FieldFacts& facts);
 
     text::Place ReadFields(SubString parenthesis, const ClassShape& shape, char* data);
     text::Place ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data);
@@ -116,7 +119,8 @@ private:
     FoundField FindField(const text::FastCursor& cursor, const ClassShape& shape, ssize_t nextModelField,
                          ssize_t nextField, Members& written);
 
-    text::Place ReadAllElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector);
+    [[gnu::always_inline]] inline text::Place ReadAllElements(SubString bracket, const ReflectionByteCode& elementType,
+                                                              VectorOfByte& vector);
     text::Place ReadElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector);
     text::Place ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector);
     text::Place ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector);
