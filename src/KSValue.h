@@ -12,6 +12,7 @@
 #include <klKelmScript/ReflectedValue.h>
 #include <klKelmScript/api.h>
 #include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/TypeOps.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/MessageException.h>
 #include <klUtils/types.h>
@@ -193,13 +194,16 @@ private:
 
     bool OwnsMemory() const { return _tag == KSV_STRING8 || _tag == KSV_REFLECTED_VALUE; }
 
-    // Builds a copy of other's payload; the tag is other's already and no payload is alive.
+    bool IsScalar() const { return KSV_BOOL <= _tag && _tag <= KSV_FLOAT64; }
+
+    // Builds a copy of other's payload; the tag is other's already and no payload is alive. Void, and a tag that is
+    // none, leave the storage as it is.
     void ConstructFrom(const KSValue& other)
     {
-        if (OwnsMemory()) [[unlikely]]
-            ConstructOwned(other);
-        else
+        if (IsScalar()) [[likely]]
             std::memcpy(_data, other._data, s_scalarSize); // the octet or octets that matter are among them
+        else if (OwnsMemory())
+            ConstructOwned(other);
     }
     void MoveFrom(KSValue& other)
     {
@@ -314,6 +318,17 @@ KLKELMSCRIPT_API bool Coerce(xstring& x, const KSValue& v, bool allowExplicitCon
 
 // The assignment of the language to a value that is no variable: always throws.
 KLKELMSCRIPT_API void Assign(KSValue& lhs, const KSValue& rhs);
+
+// The operations on arrays of values, in the library alone: those that a program names are those in the table.
+extern template KLKELMSCRIPT_API void ConstructArray<KSValue>(void*, ssize_t, ssize_t);
+extern template KLKELMSCRIPT_API void CopyConstructArray<KSValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+extern template KLKELMSCRIPT_API void AssignArray<KSValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+extern template KLKELMSCRIPT_API void DestructArray<KSValue>(void*, ssize_t, ssize_t);
+extern template KLKELMSCRIPT_API bool VariableEqual<KSValue>(const void*, const void*);
+extern template KLKELMSCRIPT_API bool VariableLess<KSValue>(const void*, const void*);
+extern template KLKELMSCRIPT_API void PrintVariable<KSValue>(xostream&, const void*);
+extern template KLKELMSCRIPT_API ssize_t BinaryLowerBound<KSValue>(const void*, ssize_t, ssize_t, const void*);
+extern template KLKELMSCRIPT_API ssize_t BinaryUpperBound<KSValue>(const void*, ssize_t, ssize_t, const void*);
 
 // KSValue as a reflected variant, whose alternatives' indices are the tags. The argument selects the overload and is
 // not used. Registering under a name in use fails an assertion.

@@ -79,7 +79,7 @@ template <class Operation>
     return true;
 }
 
-// Addition joins them. A result that is the left operand grows in place, so that a chain of additions stays linear.
+// Addition joins them.
 template <>
 [[gnu::noinline]] bool TryTexts<operation::Add>(KSValue& result, const KSValue& a, const KSValue& b)
 {
@@ -87,11 +87,6 @@ template <>
     TextOperand right;
     if (!left.Read(a) || !right.Read(b))
         return false;
-    if (&result == &a && a.is<string8>())
-    {
-        KSValueAccess::MakeString(result).append(right.Get());
-        return true;
-    }
     xstring joined;
     joined.reserve(left.Get().size() + right.Get().size());
     joined.append(left.Get());
@@ -112,6 +107,17 @@ inline bool Try(KSValue& result, const KSValue& a, const KSValue& b)
 }
 
 } // namespace
+
+// The longer one grows, at its end or at its beginning, so that chains of additions stay linear however they nest. What
+// is short is copied sooner than made room for.
+void JoinInPlace(xstring& a, xstring& b)
+{
+    constexpr ssize_t shortText = 256;
+    if (b.size() <= a.size() || b.size() <= shortText)
+        return a.append(b);
+    b.prepend(a);
+    a.swap(b);
+}
 
 template <class Operation>
 void Combine(KSValue& result, const KSValue& a, const KSValue& b)

@@ -3,6 +3,7 @@
 #include <klKelmScript/api.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/ReflectionByteCode.h>
+#include <klObject/types/TypeOps.h>
 #include <klUtils/types.h>
 #include <klUtils/xvector.h>
 
@@ -43,6 +44,12 @@ public:
 
 template <>
 inline constexpr bool IsRelocatable<ReflectedValue> = true;
+
+// The operations on arrays of them, in the library alone: those that a program names are those in the table.
+extern template KLKELMSCRIPT_API void ConstructArray<ReflectedValue>(void*, ssize_t, ssize_t);
+extern template KLKELMSCRIPT_API void CopyConstructArray<ReflectedValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+extern template KLKELMSCRIPT_API void AssignArray<ReflectedValue>(void*, ssize_t, const void*, ssize_t, ssize_t);
+extern template KLKELMSCRIPT_API void DestructArray<ReflectedValue>(void*, ssize_t, ssize_t);
 
 // The class's descriptor, which is opaque: no fields, and neither equality nor order among its type operations.
 KLKELMSCRIPT_API const ReflectedClass& _GetReflected(const ReflectedValue*);

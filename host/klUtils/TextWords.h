@@ -1,7 +1,8 @@
 #pragma once
 
 // TextWords: the three words that a string is, and how a text lies in them. Up to InlineCapacity characters are kept
-// inside, with their number in the last unit; a longer text lies on the heap, which the last unit's top bit marks.
+// inside, with their number in the last unit; a longer text lies on the heap, which the last unit's top bit marks. The
+// bit below marks a heap text with room before it; the pointer directly before it says where its memory begins.
 
 #include <klUtils/types.h>
 
@@ -48,7 +49,7 @@ protected:
 
     C* HeapText() const noexcept { return reinterpret_cast<C*>(Word(0)); }
     ssize_t HeapSize() const noexcept { return static_cast<ssize_t>(Word(1)); }
-    ssize_t HeapCapacity() const noexcept { return static_cast<ssize_t>(Word(2) & ~HeapBit); }
+    ssize_t HeapCapacity() const noexcept { return static_cast<ssize_t>(Word(2) & ~(HeapBit | FrontBit)); }
     void SetHeap(C* text, ssize_t size, ssize_t capacity) noexcept
     {
         SetWord(0, reinterpret_cast<uint64>(text));
@@ -59,7 +60,24 @@ protected:
     void FreeHeapText() noexcept
     {
         if (IsOnHeap())
-            ::operator delete(HeapText());
+            ::operator delete(HasFront() ? Memory() : HeapText());
+    }
+
+    // The room before a heap text, in which it can grow there; and what says where that begins.
+    static constexpr ssize_t FrontHeader = static_cast<ssize_t>(sizeof(C*) / sizeof(C));
+    bool HasFront() const noexcept { return (Word(2) & FrontBit) != 0; }
+    C* Memory() const noexcept
+    {
+        C* memory;
+        std::memcpy(&memory, HeapText() - FrontHeader, sizeof memory);
+        return memory;
+    }
+    ssize_t FrontRoom() const noexcept { return IsOnHeap() && HasFront() ? HeapText() - Memory() - FrontHeader : 0; }
+    void SetHeapWithFront(C* memory, C* text, ssize_t size, ssize_t capacity) noexcept
+    {
+        SetHeap(text, size, capacity);
+        SetWord(2, Word(2) | FrontBit);
+        std::memcpy(text - FrontHeader, &memory, sizeof memory);
     }
 
     ssize_t InlineSize() const noexcept { return m_units[SizeUnit]; }
@@ -82,6 +100,7 @@ protected:
     }
 
     static constexpr uint64 HeapBit = uint64(1) << 63;
+    static constexpr uint64 FrontBit = uint64(1) << 62; // which no capacity reaches
     static constexpr ssize_t SizeUnit = InlineCapacity + 1;
 
     alignas(8) C m_units[SizeUnit + 1];

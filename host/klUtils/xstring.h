@@ -43,6 +43,7 @@ class basic_xstring : TextWords<C>
 {
     using Words = TextWords<C>;
     using Words::Allocate, Words::Bytes, Words::FreeHeapText, Words::HeapCapacity, Words::HeapSize, Words::HeapText;
+    using Words::FrontHeader, Words::FrontRoom, Words::Memory, Words::SetHeapWithFront;
     using Words::InlineSize, Words::IsOnHeap, Words::m_units, Words::SetEmpty, Words::SetHeap, Words::SetInlineSize,
         Words::SetSize;
     using View = std::basic_string_view<C>;
@@ -176,7 +177,7 @@ public:
             if (length > std::numeric_limits<ssize_t>::max() - oldSize)
                 throw std::bad_alloc();
             basic_xstring longer;
-            longer.reserve(GrownCapacity(oldSize + length));
+            longer.MakeRoom(FrontRoom(), GrownCapacity(oldSize + length));
             longer.SetSize(oldSize + length);
             std::memcpy(longer.data(), data(), Bytes(oldSize));
             std::memcpy(longer.data() + oldSize, text, Bytes(length));
@@ -198,6 +199,22 @@ public:
     {
         push_back(c);
         return *this;
+    }
+
+    // Puts a text, which is no part of this string, before it. Done piece by piece this is linear, as appending is.
+    void prepend(Text text)
+    {
+        const ssize_t length = text.size();
+        const ssize_t oldSize = size();
+        if (length > std::numeric_limits<ssize_t>::max() / 4 - oldSize)
+            throw std::bad_alloc();
+        if (length > FrontRoom())
+            MakeRoom(oldSize + 2 * length, capacity());
+        if (length == 0)
+            return;
+        C* const begin = HeapText() - length;
+        SetHeapWithFront(Memory(), begin, oldSize + length, HeapCapacity() + length);
+        std::memcpy(begin, text.m_p1, Bytes(length));
     }
 
     // Makes room for `length` characters without changing the text.
@@ -320,6 +337,19 @@ public:
     }
 
 private:
+    // New memory, with room for so many characters before the text and for a text of so many.
+    void MakeRoom(ssize_t front, ssize_t capacity)
+    {
+        if (front == 0)
+            return reserve(capacity);
+        const ssize_t oldSize = size();
+        C* const memory = Allocate(FrontHeader + front + capacity);
+        C* const text = memory + FrontHeader + front;
+        std::memcpy(text, data(), Bytes(oldSize + 1));
+        FreeHeapText();
+        SetHeapWithFront(memory, text, oldSize, capacity);
+    }
+
     static basic_xstring Join(Text a, Text b)
     {
         basic_xstring text;

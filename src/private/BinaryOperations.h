@@ -5,6 +5,8 @@
 
 #include <klKelmScript/private/KSValueOperations.h>
 
+#include <type_traits>
+
 namespace kelm
 {
 
@@ -209,10 +211,13 @@ void Combine<operation::LogicalOr>(KSValue& result, const KSValue& a, const KSVa
 template <>
 void Combine<operation::LogicalAnd>(KSValue& result, const KSValue& a, const KSValue& b);
 
-// The same with the result in the left operand's place. Two of the script's own integers, or floats, or bools, the
-// commonest operands, need no call.
+// Joins two texts in place of the left one, and may use up the right one for that.
+void JoinInPlace(xstring& a, xstring& b);
+
+// The same with the result in the left operand's place; the right one may be used up. Two of the script's own integers,
+// floats, bools or strings, nearly all operands, are found here.
 template <class Operation>
-void CombineInPlace(KSValue& a, const KSValue& b)
+void CombineInPlace(KSValue& a, KSValue& b)
 {
     if constexpr ((Operation::s_kinds & KIND_INTEGER) != 0)
         if (a.is<int64>() && b.is<int64>()) [[likely]]
@@ -230,6 +235,16 @@ void CombineInPlace(KSValue& a, const KSValue& b)
             return static_cast<float64>(m) == x && static_cast<float64>(n) == y
                        ? KSValueAccess::Set(a, Operation::Of(m, n))
                        : KSValueAccess::Set(a, Operation::Of(x, y));
+        }
+    if constexpr ((Operation::s_kinds & KIND_TEXT) != 0)
+        if (a.is<string8>() && b.is<string8>())
+        {
+            xstring& x = KSValueAccess::GetString(a);
+            xstring& y = KSValueAccess::GetString(b);
+            if constexpr (std::is_same_v<Operation, operation::Add>)
+                return JoinInPlace(x, y);
+            else
+                return KSValueAccess::Set(a, Operation::Of(x, y));
         }
     Combine<Operation>(a, a, b);
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <limits>
 
 namespace kelm
 {
@@ -46,6 +47,8 @@ void ConvertToDouble(KSValue& literal)
 
 void ConvertToString(KSValue& literal)
 {
+    if (literal.is<string8>())
+        return;
     xstring s;
     if (!Coerce(s, literal, true))
         ThrowNoImplicitConversionFromValue(literal, "string8");
@@ -96,10 +99,12 @@ private:
     static constexpr int s_indexBits = 6;
     static constexpr ssize_t s_maxSize = s_maxShortText + 1;
 
+    static constexpr int32 s_free = std::numeric_limits<int32>::min();
+
     struct Slot
     {
-        uint64 m_word = 0; // none begins with a zero byte
-        int32 m_size = 0;
+        uint64 m_word = 0;
+        int32 m_size = s_free;
         char m_last = 0;
         BuiltIn m_builtIn;
     };
@@ -117,7 +122,7 @@ private:
             for (ssize_t c = 0; c < std::min(name.size(), s_maxShortText); ++c)
                 word |= static_cast<uint64>(name[c]) << 8 * c;
             Slot& slot = m_slots[IndexOf(word)];
-            if (slot.m_size != 0 || name.size() > s_maxSize)
+            if (slot.m_size != s_free || name.size() > s_maxSize)
                 return false;
             slot = {word, static_cast<int32>(name.size()), name.m_p2[-1], builtIn};
         }

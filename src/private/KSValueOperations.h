@@ -38,17 +38,8 @@ struct KSValueAccess
         v._tag = KSV_STRING8;
     }
 
-    // Makes `v` a string, keeping the memory of the one that it may hold, and returns it for the caller to fill.
-    static xstring& MakeString(KSValue& v)
-    {
-        if (v._tag != KSV_STRING8)
-        {
-            v.DestroyPayload();
-            v._tag = KSV_STRING8;
-            ::new (static_cast<void*>(v._data)) xstring;
-        }
-        return *reinterpret_cast<xstring*>(v._data);
-    }
+    // Of a value that is one.
+    static xstring& GetString(KSValue& v) { return *reinterpret_cast<xstring*>(v._data); }
 
     static void SetString(KSValue& v, xstring&& text)
     {

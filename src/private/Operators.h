@@ -27,7 +27,7 @@ enum ELevel : uint8
 
 // An operation on the evaluator's operands, with the tokens between which they stand.
 template <class Tokens>
-using OperationInPlace = void (*)(KSValue& a, const KSValue& b, const Tokens& tokens);
+using OperationInPlace = void (*)(KSValue& a, KSValue& b, const Tokens& tokens);
 
 // A division that the processor refuses runs a handler of the host, which may look at the parser. Whole-numbered floats
 // divide as integers do.
@@ -41,7 +41,7 @@ inline void ShowBeforeFault(const KSValue& a, const KSValue& b, const Tokens& to
 }
 
 template <class Tokens, class Operation>
-void Apply(KSValue& a, const KSValue& b, const Tokens& tokens)
+void Apply(KSValue& a, KSValue& b, const Tokens& tokens)
 {
     if constexpr (Operation::s_canFault)
         ShowBeforeFault(a, b, tokens);

@@ -44,6 +44,20 @@ TEST(DeeplyNestedExpressions, EvaluateInBuiltIns)
               OutcomeOfText(Repeated("cos(", 1000) + "0.5" + Repeated(")", 1000))); // its fixed point
 }
 
+// Each level would take as long as the whole text is, if it copied that.
+TEST(DeeplyNestedExpressions, JoinTextsInTimeThatGrowsWithThem)
+{
+    const auto repeated = [](const char* begin, const char* middle, const char* end)
+    { return Repeated(begin, s_nesting / 4) + middle + Repeated(end, s_nesting / 4); };
+    const auto joined = [](const char* begin, const char* middle, const char* end)
+    { return "string " + Repeated(begin, s_nesting / 4) + middle + Repeated(end, s_nesting / 4); };
+    const std::string half = "'" + std::string(s_nesting / 4, 'x') + "'";
+    EXPECT_EQ(OutcomeOfText(repeated("'a'+(", "'b'", ")")), joined("a", "b", ""));
+    EXPECT_EQ(OutcomeOfText(repeated("(", "'b'", "+'a')")), joined("", "b", "a"));
+    EXPECT_EQ(OutcomeOfText(repeated("'ab'+(", "'c'", "+'de')")), joined("ab", "c", "de"));
+    EXPECT_EQ(OutcomeOfText(repeated("string(", half.c_str(), ")")), "string " + std::string(s_nesting / 4, 'x'));
+}
+
 TEST(DeeplyNestedExpressions, FailWithTheErrorAndPlaceOfTheInnermost)
 {
     EXPECT_EQ(OutcomeOfText(Repeated("(", s_nesting)),

@@ -9,7 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <string>
+#include <utility>
 
 namespace kelm
 {
@@ -238,6 +240,59 @@ TEST(Expression, OfAnUnboundParserIsUnexpected)
     KSValue literal;
     EXPECT_TRUE(ThrowsDescription<LexScannerException>([&] { parser.ParseExpression(literal); },
                                                        "Unexpected start of text after start of text in expression"));
+}
+
+// Anybody can put a token into a parser.
+TEST(Expression, OfATokenThatNoScannerDeliversIsUnexpected)
+{
+    static const char text[] = "token + 1";
+    const SubString tokens[] = {{text, text + 5}, {text, text}, {}};
+    for (const int kind : {-2, -1, 0, 9999, 10001, 10002, 10066, 20000, std::numeric_limits<int>::max(),
+                           std::numeric_limits<int>::min()})
+        for (const SubString token : tokens)
+        {
+            KSParser parser;
+            parser.m_token = {static_cast<EToken>(kind), token};
+            parser.m_str = {text + 5, text + 9};
+            const std::string shown = kind == -1 ? "start of text" : std::string(token.m_p1, token.m_p2);
+            const std::string message = "Unexpected " + shown + " after start of text in expression";
+            KSValue literal;
+            const auto parse = [&] { parser.ParseExpression(literal); };
+            EXPECT_TRUE(ThrowsDescription<LexScannerException>(parse, message)) << kind;
+            EXPECT_EQ(parser.m_token.m_type, kind);
+        }
+}
+
+TEST(Expression, OfALiteralThatNoScannerDeliversIsMalformed)
+{
+    static const char text[] = "'a + 1";
+    for (const SubString token : {SubString{text, text + 1}, SubString{text, text}, SubString()})
+        for (const auto& [kind, name] :
+             {std::pair{TOKEN_INTEGER, "Integer"}, std::pair{TOKEN_HEX_INTEGER, "Hexadecimal"},
+              std::pair{TOKEN_FLOAT, "Float"}, std::pair{TOKEN_SINGLE_QUOTED_STRING, "String"},
+              std::pair{TOKEN_DOUBLE_QUOTED_STRING, "String"}})
+        {
+            KSParser parser;
+            parser.m_token = {kind, token};
+            parser.m_str = {text + 2, text + 6};
+            const std::string message =
+                std::string(name) + " literal " + std::string(token.m_p1, token.m_p2) + " is malformed";
+            KSValue literal;
+            const auto parse = [&] { parser.ParseExpression(literal); };
+            EXPECT_TRUE(ThrowsDescription<LexScannerException>(parse, message)) << kind;
+        }
+}
+
+TEST(Expression, OfANameThatNoScannerDeliversIsUnexpected)
+{
+    for (const SubString token : {SubString(""), SubString()})
+    {
+        KSParser parser;
+        parser.m_token = {TOKEN_IDENTIFIER, token};
+        KSValue literal;
+        const auto parse = [&] { parser.ParsePrimaryIdentifierExpression(literal); };
+        EXPECT_TRUE(ThrowsDescription<LexScannerException>(parse, "Unexpected  after start of text in expression"));
+    }
 }
 
 // --- The helpers of the built-ins ------------------------------------------------------------------------------------

@@ -10,6 +10,7 @@
 
 #include <cstring>
 #include <limits>
+#include <new>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -505,6 +506,39 @@ TEST(CorruptTags, CompareEqualAndAreNeverLess)
         EXPECT_TRUE(a == b);
         EXPECT_FALSE(a < b);
         EXPECT_EQ(a < V(), tag < 0);
+    }
+}
+
+// What lies behind the tag.
+std::string StorageOf(const KSValue& value)
+{
+    return std::string(reinterpret_cast<const char*>(&value) + 4, 48);
+}
+
+// Of a void value there is no payload to copy either.
+TEST(CorruptTags, AreCopiedWithoutTheStorage)
+{
+    for (const int32 tag : {-1, 6, 1000, 0})
+    {
+        KSValue from;
+        std::memset(static_cast<void*>(&from), 'x', sizeof from);
+        std::memcpy(static_cast<void*>(&from), &tag, sizeof tag);
+        for (const bool isMoved : {false, true})
+        {
+            KSValue to(int64(0x0102030405060708));
+            const std::string before = StorageOf(to);
+            if (isMoved)
+                to = std::move(from);
+            else
+                to = from;
+            EXPECT_EQ(to.GetTag(), tag);
+            EXPECT_EQ(StorageOf(to), before) << tag;
+        }
+        alignas(KSValue) unsigned char place[sizeof(KSValue)];
+        std::memset(place, 'y', sizeof place);
+        const KSValue& made = *::new (static_cast<void*>(place)) KSValue(from);
+        EXPECT_EQ(made.GetTag(), tag);
+        EXPECT_EQ(StorageOf(made), std::string(48, 'y')) << tag;
     }
 }
 

@@ -184,15 +184,16 @@ TEST(VariantDescriptor, HasItsTypeOperations)
 {
     const TypeOps& ops = *VariantOfValues().m_ops;
     EXPECT_EQ(ops.m_size, 52);
-    EXPECT_NE(ops.m_equalsFn, nullptr);
-    EXPECT_NE(ops.m_lessFn, nullptr);
-    EXPECT_NE(ops.m_PrintVariableFn, nullptr);
-    EXPECT_NE(ops.m_ConstructArrayFn, nullptr);
-    EXPECT_NE(ops.m_CopyConstructArrayFn, nullptr);
-    EXPECT_NE(ops.m_AssignArrayFn, nullptr);
-    EXPECT_NE(ops.m_DestructArrayFn, nullptr);
-    EXPECT_NE(ops.m_LowerBoundFn, nullptr);
-    EXPECT_NE(ops.m_UpperBoundFn, nullptr);
+    // The very functions that are named here, outside the library.
+    EXPECT_EQ(ops.m_equalsFn, &VariableEqual<KSValue>);
+    EXPECT_EQ(ops.m_lessFn, &VariableLess<KSValue>);
+    EXPECT_EQ(ops.m_PrintVariableFn, &PrintVariable<KSValue>);
+    EXPECT_EQ(ops.m_ConstructArrayFn, &ConstructArray<KSValue>);
+    EXPECT_EQ(ops.m_CopyConstructArrayFn, &CopyConstructArray<KSValue>);
+    EXPECT_EQ(ops.m_AssignArrayFn, &AssignArray<KSValue>);
+    EXPECT_EQ(ops.m_DestructArrayFn, &DestructArray<KSValue>);
+    EXPECT_EQ(ops.m_LowerBoundFn, &BinaryLowerBound<KSValue>);
+    EXPECT_EQ(ops.m_UpperBoundFn, &BinaryUpperBound<KSValue>);
     EXPECT_EQ(ops.m_SerialiseArrayFn, nullptr);
     EXPECT_EQ(ops.m_DeserialiseArrayFn, nullptr);
     EXPECT_EQ(ops.m_VisitObjectsInArrayFn, nullptr);
@@ -230,10 +231,10 @@ TEST(ClassDescriptor, HasTheArrayOperationsAlone)
 {
     const TypeOps& ops = *ClassOfReflectedValues().m_ops;
     EXPECT_EQ(ops.m_size, 48);
-    EXPECT_NE(ops.m_ConstructArrayFn, nullptr);
-    EXPECT_NE(ops.m_CopyConstructArrayFn, nullptr);
-    EXPECT_NE(ops.m_AssignArrayFn, nullptr);
-    EXPECT_NE(ops.m_DestructArrayFn, nullptr);
+    EXPECT_EQ(ops.m_ConstructArrayFn, &ConstructArray<ReflectedValue>);
+    EXPECT_EQ(ops.m_CopyConstructArrayFn, &CopyConstructArray<ReflectedValue>);
+    EXPECT_EQ(ops.m_AssignArrayFn, &AssignArray<ReflectedValue>);
+    EXPECT_EQ(ops.m_DestructArrayFn, &DestructArray<ReflectedValue>);
     EXPECT_EQ(ops.m_equalsFn, nullptr);
     EXPECT_EQ(ops.m_lessFn, nullptr);
     EXPECT_EQ(ops.m_PrintVariableFn, nullptr);

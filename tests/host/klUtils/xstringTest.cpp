@@ -166,6 +166,55 @@ TYPED_TEST(BasicString, AppendsAnyTextToAnyText)
     ExpectHolds(nothing, {});
 }
 
+TYPED_TEST(BasicString, PrependsAnyTextToAnyText)
+{
+    for (const ssize_t length : s_lengths)
+        for (const ssize_t more : s_lengths)
+        {
+            Text<TypeParam> whole = Pattern<TypeParam>(length);
+            const Text<TypeParam> added = Pattern<TypeParam>(more);
+            auto string = MakeString(whole);
+            string.prepend({added.data(), added.data() + more});
+            whole.insert(whole.begin(), added.begin(), added.end());
+            ExpectHolds(string, whole);
+            auto copy = string;
+            copy.push_back('x');
+            ExpectHolds(string, whole);
+        }
+}
+
+// Whatever is done to it in between.
+TYPED_TEST(BasicString, GrowsAtBothEndsInLinearTime)
+{
+    basic_xstring<TypeParam> string;
+    Text<TypeParam> text;
+    int numMoves = 0;
+    for (ssize_t i = 0; i < 10000; ++i)
+    {
+        const auto c = static_cast<TypeParam>(i);
+        const ssize_t size = string.size();
+        const TypeParam* const end = string.data() + size;
+        string.prepend({&c, &c + 1});
+        numMoves += string.data() + size + 1 != end;
+        text.insert(text.begin(), c);
+        const TypeParam* const begin = string.data();
+        string.push_back(c);
+        numMoves += string.data() != begin;
+        text.push_back(c);
+    }
+    ExpectHolds(string, text);
+    EXPECT_LE(numMoves, 40);
+    string.reserve(2 * string.capacity());
+    ExpectHolds(string, text);
+    string.resize(5);
+    string.assign(text.data(), 3);
+    string.prepend({text.data() + 3, text.data() + 5});
+    ExpectHolds(string, {text[3], text[4], text[0], text[1], text[2]});
+    auto moved = std::move(string);
+    string = moved;
+    ExpectHolds(string, {text[3], text[4], text[0], text[1], text[2]});
+}
+
 TYPED_TEST(BasicString, AssignsAndAppendsPartsOfItself)
 {
     for (const ssize_t length : s_lengths)

@@ -47,7 +47,7 @@ Cursor::Cursor(const ParserBase& parser)
     if (TOKEN_INTEGER <= m_token.m_kind && m_token.m_kind <= TOKEN_FLOAT)
         FindValue(m_token);
     else
-        m_token.m_escape = m_token.m_start;
+        m_token.m_escape = &s_nonePassed; // any address
 }
 
 LSToken Cursor::GetPreviousToken(const ParserBase& parser) const

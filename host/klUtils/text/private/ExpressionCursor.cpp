@@ -10,7 +10,7 @@ namespace kelm::text
 // left to be looked at as a whole.
 void ExpressionCursor::FindValue()
 {
-    m_escape = m_start;
+    m_escape = None();
     if (m_kind > TOKEN_FLOAT)
         return;
     EToken kind = TOKEN_UNDEF;

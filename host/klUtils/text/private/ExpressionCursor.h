@@ -19,7 +19,7 @@ class ExpressionCursor
 {
 public:
     [[gnu::always_inline]] explicit ExpressionCursor(ParserBase& parser)
-        : m_kind(parser.m_token.m_type)
+        : m_kind(KnownKind(parser.m_token.m_type))
         , m_start(parser.m_token.m_str.m_p1)
         , m_p(parser.m_str.m_p1)
         , m_end(parser.m_str.m_p2)
@@ -145,6 +145,12 @@ private:
     const char* None() const { return reinterpret_cast<const char*>(this); }
     bool IsAtFirst() const { return m_previous == None(); }
 
+    // Anybody can put a token into a parser. One of a kind that there is none of counts as a comment, which no grammar
+    // takes.
+    static constexpr EToken KnownKind(EToken kind)
+    {
+        return TOKEN_END <= kind && kind <= TOKEN_HASH ? kind : TOKEN_COMMENT;
+    }
     static constexpr bool IsLiteral(EToken kind) { return TOKEN_INTEGER <= kind && kind <= TOKEN_DOUBLE_QUOTED_STRING; }
     Number GetNumber() const { return {m_digits, m_exponent, m_count}; }
 
