@@ -8,7 +8,7 @@
 #include <klObject/types/Registry.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klObject/types/private/TypeCodes.h>
-#include <klObject/values/ReflectedVariable.h>
+#include <klObject/values/private/Before.h>
 #include <klObject/values/private/CheckedType.h>
 #include <klObject/values/private/ForeignEntries.h>
 #include <klObject/values/private/QuotedText.h>
@@ -32,8 +32,7 @@
 #include <set>
 #include <vector>
 
-// Everything is collected in memory and passed on at the end. In the order of the file: what reading starts from, the
-// writer.
+// Everything is collected in memory and passed on at the end.
 
 namespace kelm
 {
@@ -42,72 +41,6 @@ namespace
 {
 
 constexpr ConstStringZ s_sourceFile = "host/klObject/values/WriteVariable";
-
-// --- what reading starts from ----------------------------------------------------------------------------------------
-
-// A variable as creation makes it. Made when it is asked for, which few types need.
-class DefaultVariable
-{
-public:
-    explicit DefaultVariable(ReflectionByteCode type) : m_type(type) {}
-    explicit DefaultVariable(const ReflectedClass& createdClass) : m_class(&createdClass) {}
-    DefaultVariable(const DefaultVariable&) = delete;
-    DefaultVariable& operator=(const DefaultVariable&) = delete;
-    ~DefaultVariable()
-    {
-        if (m_memory != nullptr)
-            DestructReflectedVariable(m_type, m_memory.get());
-        if (m_object)
-            m_object.fns()->Destroy(m_object.self());
-    }
-
-    const char* Get()
-    {
-        if (m_class != nullptr && !m_object)
-            m_object = m_class->m_createFn();
-        if (m_class != nullptr)
-        {
-            KELM_ASSERT(m_object);
-            return static_cast<const char*>(m_object.self());
-        }
-        if (m_memory == nullptr)
-        {
-            auto memory = std::make_unique<char[]>(static_cast<std::size_t>(m_type.GetTypeSize()));
-            ConstructReflectedVariable(m_type, memory.get());
-            m_memory = std::move(memory);
-        }
-        return m_memory.get();
-    }
-
-private:
-    ReflectionByteCode m_type;
-    std::unique_ptr<char[]> m_memory;
-    const ReflectedClass* m_class = nullptr;
-    ptr<IObject> m_object;
-};
-
-// What a variable holds before it is read: a part of a default variable, or something that exists.
-class Before
-{
-public:
-    explicit Before(DefaultVariable& whole) : m_whole(&whole) {}
-    explicit Before(const void* existing) : m_existing(static_cast<const char*>(existing)) {}
-
-    const void* Get() const { return (m_whole != nullptr ? m_whole->Get() : m_existing) + m_offset; }
-    Before At(ssize_t offset) const
-    {
-        Before part = *this;
-        part.m_offset += offset;
-        return part;
-    }
-
-private:
-    DefaultVariable* m_whole = nullptr;
-    const char* m_existing = nullptr;
-    ssize_t m_offset = 0;
-};
-
-// --- the writer ------------------------------------------------------------------------------------------------------
 
 constexpr ConstStringZ s_null = "null"; // what stands for a null handle
 
@@ -191,6 +124,7 @@ private:
     SubString AlternativeName(const ReflectedVariant& rv, int32 index) const;
     char* WriteArray(char* p, ReflectionByteCode type, const char* data, Before before);
     char* WriteVector(char* p, const WrittenElement& element, const VectorOfByte& vector, Before before);
+    char* WriteScalars(char* p, ETypeByteCode code, const char* data, ssize_t first, ssize_t count);
     char* WriteElements(char* p, const WrittenElement& element, const char* data, ssize_t first, ssize_t count,
                         const Before* array);
     template <class WriteElement>
@@ -535,7 +469,21 @@ char* Writer::WriteVector(char* p, const WrittenElement& element, const VectorOf
 
     const ssize_t count = vector.empty() ? 0 : vector.size() / size;
     const ssize_t first = kept.empty() ? 0 : kept.size() / size;
-    return WriteElements(p, element, vector.data(), first, count, nullptr);
+    return element.m_kind == VK_SCALAR ? WriteScalars(p, element.m_code, vector.data(), first, count)
+                                       : WriteElements(p, element, vector.data(), first, count, nullptr);
+}
+
+char* Writer::WriteScalars(char* p, ETypeByteCode code, const char* data, ssize_t first, ssize_t count)
+{
+    return VisitScalarType(
+        code,
+        [&]<class T>(std::type_identity<T>)
+        {
+            return WriteEach(p, first, count, true,
+                             [this, data](char* end, ssize_t i)
+                             { return WriteScalar<T>(end, data + i * static_cast<ssize_t>(sizeof(T))); });
+        },
+        [&] { return p; });
 }
 
 // The element's type is looked at once. What is there before reading are the elements of an array, or none.
@@ -543,15 +491,7 @@ char* Writer::WriteElements(char* p, const WrittenElement& element, const char* 
                             const Before* array)
 {
     if (element.m_kind == VK_SCALAR)
-        return VisitScalarType(
-            element.m_code,
-            [&]<class T>(std::type_identity<T>)
-            {
-                return WriteEach(p, first, count, true,
-                                 [this, data](char* end, ssize_t i)
-                                 { return WriteScalar<T>(end, data + i * static_cast<ssize_t>(sizeof(T))); });
-            },
-            [&] { return p; });
+        return WriteScalars(p, element.m_code, data, first, count);
     const ssize_t size = element.m_size;
     if (element.m_kind == VK_STRING8)
         return WriteEach(p, first, count, true,
@@ -566,6 +506,20 @@ char* Writer::WriteElements(char* p, const WrittenElement& element, const char* 
         return WriteEach(p, first, count, false,
                          [&](char* end, ssize_t i)
                          { return WriteClass(end, plan, data + i * size, beforeElement(i)); });
+    }
+    if (element.m_kind == VK_VECTOR)
+    {
+        if (IsStackLow())
+        {
+            CallOnFreshSegment([&] { p = WriteElements(p, element, data, first, count, array); });
+            return p;
+        }
+        const WrittenElement inner(element.m_type.GetElementType());
+        return WriteEach(p, first, count, false,
+                         [&](char* end, ssize_t i) {
+                             return WriteVector(end, inner, *reinterpret_cast<const VectorOfByte*>(data + i * size),
+                                                beforeElement(i));
+                         });
     }
     return WriteEach(p, first, count, IsShort(element),
                      [&](char* end, ssize_t i)
