@@ -89,7 +89,7 @@ KeyPlace FindKey(const uint64* prefixes, int low, int high, const SoughtKey<Key>
     {
         // The first prefix that is not less. Without a branch that the processor would guess wrong half of the time.
         const uint64* base = prefixes + low;
-        for (int count = high - low; count > 0;)
+        for (int count = low < high && *base == sought.m_prefix ? 0 : high - low; count > 0;)
         {
             const int half = (count + 1) / 2;
             base = base[half - 1] < sought.m_prefix ? base + half : base;
