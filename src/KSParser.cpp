@@ -13,7 +13,7 @@ namespace kelm
 namespace
 {
 
-using ParserEvaluator = Evaluator<text::ExpressionCursor, NoNames>;
+using ParserEvaluator = Evaluator<text::ExpressionCursor, AtOnce>;
 
 } // namespace
 

@@ -26,12 +26,14 @@ struct Division
     int64 m_quotient;
     int64 m_remainder;
 };
-Division DivideByProcessor(int64 a, int64 b);
+KLKELMSCRIPT_API Division DivideByProcessor(int64 a, int64 b);
 
-[[noreturn, gnu::cold]] void ThrowDivisionError(ConstStringZ message);
+[[noreturn, gnu::cold]] KLKELMSCRIPT_API void ThrowDivisionError(ConstStringZ message);
 
 // --- The operators ---------------------------------------------------------------------------------------------------
 
+// Exported, as what applies them is: whoever records operations has the same tables.
+#pragma GCC visibility push(default)
 namespace operation
 {
 
@@ -196,6 +198,7 @@ struct LogicalAnd : Common
 };
 
 } // namespace operation
+#pragma GCC visibility pop
 
 // --- Applying them ---------------------------------------------------------------------------------------------------
 
@@ -203,13 +206,13 @@ using BinaryOperation = void (*)(KSValue& result, const KSValue& a, const KSValu
 
 // Writes a op b to `result`, which may be either operand; it is unchanged where this throws.
 template <class Operation>
-void Combine(KSValue& result, const KSValue& a, const KSValue& b);
+KLKELMSCRIPT_API void Combine(KSValue& result, const KSValue& a, const KSValue& b);
 template <>
-void Combine<operation::Power>(KSValue& result, const KSValue& a, const KSValue& b);
+KLKELMSCRIPT_API void Combine<operation::Power>(KSValue& result, const KSValue& a, const KSValue& b);
 template <>
-void Combine<operation::LogicalOr>(KSValue& result, const KSValue& a, const KSValue& b);
+KLKELMSCRIPT_API void Combine<operation::LogicalOr>(KSValue& result, const KSValue& a, const KSValue& b);
 template <>
-void Combine<operation::LogicalAnd>(KSValue& result, const KSValue& a, const KSValue& b);
+KLKELMSCRIPT_API void Combine<operation::LogicalAnd>(KSValue& result, const KSValue& a, const KSValue& b);
 
 // Joins two texts in place of the left one, and may use up the right one for that.
 void JoinInPlace(xstring& a, xstring& b);

@@ -26,6 +26,6 @@ struct BuiltIn
 };
 
 // The one of that name, or null.
-const BuiltIn* FindBuiltIn(SubString name);
+KLKELMSCRIPT_API const BuiltIn* FindBuiltIn(SubString name);
 
 } // namespace kelm

@@ -11,8 +11,9 @@
 //     primary        := number | string | "(" expression ")" | name
 //
 // Every function takes the cursor from the first token of its construct to the first one behind it, and replaces
-// `literal` by the construct's value. Tokens is a cursor such as text::ExpressionCursor; Names says what a name stands
-// for that is no built-in one.
+// `literal` by the construct's value. Tokens is a cursor such as text::ExpressionCursor. Semantics says what the
+// grammar is for: to apply every operation at once to script values (AtOnce), or to record them, so that they are
+// applied later, often, and where a branch needs them.
 
 #include <klKelmScript/private/BuiltIns.h>
 #include <klKelmScript/private/Operators.h>
@@ -26,35 +27,43 @@
 namespace kelm
 {
 
-// No names but the built-in ones.
-struct NoNames
+// Operations are applied to script values where they stand, and there are no names but the built-in ones.
+struct AtOnce
 {
-    static constexpr bool s_canBeReflected = false; // whether a name can stand for a reflected value
-    static constexpr bool TryGet(SubString, KSValue&) { return false; }
+    using Operand = KSValue;
+    using Access = KSValueAccess;
+    static constexpr bool s_isRecording = false;
 };
 
-template <class Tokens, class Names>
+template <class Tokens, class Semantics>
 class Evaluator
 {
     static constexpr ConstStringZ s_sourceFile = "src/KSParser";
+    static constexpr bool s_isRecording = Semantics::s_isRecording;
+    using Operand = typename Semantics::Operand;
+    using Access = typename Semantics::Access;
+    friend Semantics;
 
 public:
-    template <class Source>
-    explicit Evaluator(Source& source) : m_tokens(source)
+    template <class Source, class... Arguments>
+    explicit Evaluator(Source& source, Arguments&&... semantics)
+        : m_tokens(source), m_semantics(std::forward<Arguments>(semantics)...)
     {
     }
+
+    Semantics& GetSemantics() { return m_semantics; }
 
     // --- Whole expressions -------------------------------------------------------------------------------------------
 
     // A malformed literal is a LiteralException here.
-    [[gnu::always_inline]] void EvaluateExpression(KSValue& literal)
+    [[gnu::always_inline]] void EvaluateExpression(Operand& literal)
     {
         EvaluateUnary(literal);
         FinishExpression(literal);
     }
 
     // And a LexScannerException, at the literal, here.
-    [[gnu::always_inline]] void EvaluateSafely(KSValue& literal)
+    [[gnu::always_inline]] void EvaluateSafely(Operand& literal)
     {
         try
         {
@@ -73,7 +82,7 @@ public:
         return ToFloat(evaluate, allowExplicitConversions);
     }
 
-    [[gnu::always_inline]] void EvaluateConditional(KSValue& literal)
+    [[gnu::always_inline]] void EvaluateConditional(Operand& literal)
     {
         EvaluateUnary(literal);
         FinishConditional(literal);
@@ -81,7 +90,7 @@ public:
 
 private:
     // The Finish functions take an expression on from its first operand, which is in `literal`.
-    [[gnu::always_inline]] void FinishExpression(KSValue& literal)
+    [[gnu::always_inline]] void FinishExpression(Operand& literal)
     {
         if (!IsNow(ROLE_BEHIND_OPERAND))
             return;
@@ -90,7 +99,7 @@ private:
             EvaluateAssignments(literal);
     }
 
-    [[gnu::always_inline]] void FinishConditional(KSValue& literal)
+    [[gnu::always_inline]] void FinishConditional(Operand& literal)
     {
         if (IsNow(ROLE_LEVEL))
             EvaluateOperators(literal, LEVEL_LOGICAL_OR);
@@ -99,20 +108,24 @@ private:
     }
 
     // The expression behind the current token, as EvaluateExpression and EvaluateSafely have it.
-    void EvaluateNextExpression(KSValue& literal);
-    void EvaluateNextSafely(KSValue& literal);
+    void EvaluateNextExpression(Operand& literal);
+    void EvaluateNextSafely(Operand& literal);
 
     template <class F>
     float64 ToFloat(F evaluate, bool allowExplicitConversions);
 
-    void EvaluateAssignments(KSValue& literal);
-    void EvaluateBranches(KSValue& literal);
+    void EvaluateAssignments(Operand& literal) requires(!Semantics::s_isRecording);
+    void EvaluateAssignments(Operand& literal) requires(Semantics::s_isRecording)
+    {
+        m_semantics.Assign(*this, literal);
+    }
+    void EvaluateBranches(Operand& literal);
 
     // --- The binary levels -------------------------------------------------------------------------------------------
 
 public:
     // The operators of a level and of those above it.
-    void EvaluateBinary(KSValue& literal, int level)
+    void EvaluateBinary(Operand& literal, int level)
     {
         EvaluateUnary(literal);
         if (GetLevel() >= level)
@@ -123,15 +136,15 @@ private:
     // The loop of all binary levels (precedence climbing; M. Richards, C. Whitby-Strevens, "BCPL: the language and its
     // compiler", 1979): all operators of `level` or above behind an operand. One that binds tighter than the last takes
     // that one's right operand first.
-    void EvaluateOperators(KSValue& literal, int level)
+    void EvaluateOperators(Operand& literal, int level)
     {
         EToken kind = m_tokens.GetKind();
         int role = RoleOf(kind);
         do
         {
-            const OperationInPlace<Tokens> apply = s_operations<Tokens>.m_apply[IndexOf(kind)];
+            const auto apply = BeginOperation(literal, kind);
             const int operatorsLevel = role & ROLE_LEVEL;
-            KSValue y;
+            Operand y;
             EvaluateNextOperand<true>(y);
             kind = m_tokens.GetKind();
             role = RoleOf(kind);
@@ -141,32 +154,39 @@ private:
                 kind = m_tokens.GetKind();
                 role = RoleOf(kind);
             }
-            if constexpr (Names::s_canBeReflected)
-            {
-                ShowTo(literal);
-                ShowTo(y);
-            }
-            apply(literal, y, m_tokens);
+            if constexpr (s_isRecording)
+                m_semantics.EndOperator(apply, literal, y);
+            else
+                apply(literal, y, m_tokens);
         } while ((role & ROLE_LEVEL) >= level);
+    }
+
+    // What the operator at the cursor applies; recorded, what is to be known when its right operand has been read.
+    [[gnu::always_inline]] auto BeginOperation([[maybe_unused]] Operand& left, EToken kind)
+    {
+        if constexpr (s_isRecording)
+            return m_semantics.BeginOperator(m_tokens, left, kind);
+        else
+            return s_operations<Tokens>.m_apply[IndexOf(kind)];
     }
 
     // --- Operands ----------------------------------------------------------------------------------------------------
 
 public:
     // An operand with its prefix operators and postfix forms.
-    [[gnu::always_inline]] void EvaluateUnary(KSValue& literal)
+    [[gnu::always_inline]] void EvaluateUnary(Operand& literal)
     {
         EvaluateOperand(literal);
         FinishPostfix(literal);
     }
 
-    void EvaluatePostfix(KSValue& literal)
+    void EvaluatePostfix(Operand& literal)
     {
         EvaluatePrimary(literal);
         FinishPostfix(literal);
     }
 
-    void EvaluatePrimary(KSValue& literal)
+    void EvaluatePrimary(Operand& literal)
     {
         for (const PrefixOperator& row : s_prefixOperators)
             if (m_tokens.Is(row.m_token))
@@ -176,7 +196,7 @@ public:
 
 private:
     // A primary or a prefix form. Numbers are the commonest.
-    [[gnu::always_inline]] void EvaluateOperand(KSValue& literal)
+    [[gnu::always_inline]] void EvaluateOperand(Operand& literal)
     {
         if (!IsNumber(m_tokens.GetKind()))
             return EvaluateAnyOperand(literal);
@@ -186,7 +206,7 @@ private:
 
     // The operand behind the current token, with its prefix operators and postfix forms.
     template <bool IsVoid = false>
-    [[gnu::always_inline]] void EvaluateNextOperand(KSValue& literal)
+    [[gnu::always_inline]] void EvaluateNextOperand(Operand& literal)
     {
         if (!NextPastNumber<IsVoid>(literal))
             EvaluateAnyOperand(literal);
@@ -196,20 +216,20 @@ private:
     // Goes to the next token, and past it where it is a number, which becomes the value: whether it was. Numbers
     // without a value are left, and those for which a value would have to be released.
     template <bool IsVoid = false>
-    [[gnu::always_inline]] bool NextPastNumber(KSValue& literal)
+    [[gnu::always_inline]] bool NextPastNumber(Operand& literal)
     {
         const auto take = [&](const text::ScannedNumber& number, SubString text) __attribute__((always_inline))
         {
             constexpr int32 maxDigits = std::numeric_limits<int64>::digits10;
             float64 value = 0.0;
-            if (!IsVoid && KSValueAccess::OwnsMemory(literal)) [[unlikely]]
+            if (!IsVoid && Access::OwnsMemory(literal)) [[unlikely]]
                 return false;
             if (number.m_kind == TOKEN_INTEGER && number.m_count <= maxDigits)
-                KSValueAccess::Construct(literal, static_cast<int64>(number.m_digits));
+                Access::Construct(literal, static_cast<int64>(number.m_digits));
             else if (number.m_kind == TOKEN_FLOAT && text::ToFloating(number.GetNumber(), text, value))
-                KSValueAccess::Construct(literal, value);
+                Access::Construct(literal, value);
             else if (number.m_kind == TOKEN_HEX_INTEGER && number.m_count <= text::Number::s_maxHexDigits)
-                KSValueAccess::Construct(literal, static_cast<int64>(number.m_digits));
+                Access::Construct(literal, static_cast<int64>(number.m_digits));
             else
                 return false;
             return true;
@@ -220,7 +240,7 @@ private:
     static constexpr bool IsNumber(EToken kind) { return TOKEN_INTEGER <= kind && kind <= TOKEN_FLOAT; }
 
     // Where a number has no value, what reads its token says why.
-    [[gnu::always_inline]] void SetNumber(KSValue& literal)
+    [[gnu::always_inline]] void SetNumber(Operand& literal)
     {
         uint64 digits = 0;
         float64 value = 0.0;
@@ -236,36 +256,44 @@ private:
                 m_tokens.GetUnsigned(digits) ? static_cast<int64>(digits) : m_tokens.GetToken().GetLiteralHexInt64());
     }
 
-    void EvaluateAnyOperand(KSValue& literal);
-    void EvaluateNumber(KSValue& literal);
-    void EvaluateString(KSValue& literal);
-    void EvaluateParentheses(KSValue& literal);
+    void EvaluateAnyOperand(Operand& literal);
+    void EvaluateNumber(Operand& literal);
+    void EvaluateString(Operand& literal) requires(!Semantics::s_isRecording);
+    void EvaluateString(Operand& literal) requires(Semantics::s_isRecording) { m_semantics.SetText(*this, literal); }
+    void EvaluateParentheses(Operand& literal);
 
     // --- Prefix and postfix forms ------------------------------------------------------------------------------------
 
-    void EvaluatePrefix(KSValue& literal);
+    void EvaluatePrefix(Operand& literal);
 
-    [[gnu::always_inline]] void FinishPostfix(KSValue& literal)
+    [[gnu::always_inline]] void FinishPostfix(Operand& literal)
     {
         while (IsNow(ROLE_POSTFIX))
             [[unlikely]] Nest(&Evaluator::EvaluatePostfixForm, literal);
     }
 
-    void EvaluatePostfixForm(KSValue& literal);
-    void EvaluateCall(KSValue& literal);
-    void EvaluateSubscript(KSValue& literal);
-    void EvaluateMember(KSValue& literal);
+    void EvaluatePostfixForm(Operand& literal);
+    void EvaluateCall(Operand& literal) requires(!Semantics::s_isRecording);
+    void EvaluateCall(Operand& literal) requires(Semantics::s_isRecording) { m_semantics.Call(*this, literal); }
+    void EvaluateSubscript(Operand& literal) requires(!Semantics::s_isRecording);
+    void EvaluateSubscript(Operand& literal) requires(Semantics::s_isRecording)
+    {
+        m_semantics.Subscript(*this, literal);
+    }
+    void EvaluateMember(Operand& literal) requires(!Semantics::s_isRecording);
+    void EvaluateMember(Operand& literal) requires(Semantics::s_isRecording) { m_semantics.Member(*this, literal); }
 
     // --- Names -------------------------------------------------------------------------------------------------------
 
 public:
-    void EvaluateName(KSValue& literal);
+    void EvaluateName(Operand& literal) requires(!Semantics::s_isRecording);
+    void EvaluateName(Operand& literal) requires(Semantics::s_isRecording) { m_semantics.Name(*this, literal); }
 
-    void EvaluateInBrackets(KSValue& literal);
+    void EvaluateInBrackets(Operand& literal);
     float64 EvaluateFloatInBrackets();
 
 private:
-    void EvaluateCallOf(KSValue& literal, const BuiltIn& builtIn);
+    void EvaluateCallOf(Operand& literal, const BuiltIn& builtIn);
 
     void NextToBracket()
     {
@@ -296,21 +324,21 @@ private:
     }
 
     // Operations on a reflected value, its release among them, run foreign code, which may look at the parser.
-    void ShowTo(const KSValue& v) const
+    void ShowTo(const Operand& v) const
     {
-        if (v.is<ReflectedValue>()) [[unlikely]]
+        if (Access::IsReflected(v)) [[unlikely]]
             m_tokens.Show();
     }
 
     template <class T>
-    [[gnu::always_inline]] void Set(KSValue& literal, T x) const
+    [[gnu::always_inline]] void Set(Operand& literal, T x) const
     {
-        if (KSValueAccess::OwnsMemory(literal)) [[unlikely]]
+        if (Access::OwnsMemory(literal)) [[unlikely]]
         {
             ShowTo(literal);
-            KSValueAccess::SetVoid(literal);
+            Access::SetVoid(literal);
         }
-        KSValueAccess::Construct(literal, x);
+        Access::Construct(literal, x);
     }
 
     [[noreturn, gnu::cold]] void Rethrow(const xstring& description) const
@@ -324,7 +352,7 @@ private:
     }
 
     Tokens m_tokens;
-    [[no_unique_address]] Names m_names;
+    [[no_unique_address]] Semantics m_semantics;
 };
 
 } // namespace kelm

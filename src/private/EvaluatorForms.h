@@ -8,15 +8,15 @@
 namespace kelm
 {
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateNextExpression(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateNextExpression(Operand& literal)
 {
     EvaluateNextOperand(literal);
     FinishExpression(literal);
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateNextSafely(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateNextSafely(Operand& literal)
 {
     try
     {
@@ -29,9 +29,9 @@ void Evaluator<Tokens, Names>::EvaluateNextSafely(KSValue& literal)
     }
 }
 
-template <class Tokens, class Names>
+template <class Tokens, class Semantics>
 template <class F>
-float64 Evaluator<Tokens, Names>::ToFloat(F evaluate, bool allowExplicitConversions)
+float64 Evaluator<Tokens, Semantics>::ToFloat(F evaluate, bool allowExplicitConversions)
 {
     try
     {
@@ -49,8 +49,8 @@ float64 Evaluator<Tokens, Names>::ToFloat(F evaluate, bool allowExplicitConversi
     }
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateAssignments(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateAssignments(Operand& literal) requires(!Semantics::s_isRecording)
 {
     do
     {
@@ -68,27 +68,32 @@ void Evaluator<Tokens, Names>::EvaluateAssignments(KSValue& literal)
         }
         Assign(literal, y);
         KSValueAccess::SetVoid(literal);
-        if (!literal.is<void>())
+        if (literal.GetTag() != KSV_VOID)
             ThrowKelmAssertionError("literal.is<void>()", s_sourceFile, 103);
     } while (IsNow(ROLE_ASSIGNMENT));
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateBranches(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateBranches(Operand& literal)
 {
-    KSValue e1;
-    EvaluateNextSafely(e1);
-    if (!m_tokens.Is(TOKEN_COLON)) [[unlikely]]
-        m_tokens.ThrowExpected(":");
-    KSValue e2;
-    EvaluateNextOperand(e2);
-    FinishConditional(e2);
-    const bool isFirst = literal.is<bool>() ? KSValueAccess::Get<bool>(literal) : As<bool>(literal, false);
-    literal = std::move(isFirst ? e1 : e2);
+    if constexpr (s_isRecording)
+        m_semantics.Branch(*this, literal);
+    else
+    {
+        KSValue e1;
+        EvaluateNextSafely(e1);
+        if (!m_tokens.Is(TOKEN_COLON)) [[unlikely]]
+            m_tokens.ThrowExpected(":");
+        KSValue e2;
+        EvaluateNextOperand(e2);
+        FinishConditional(e2);
+        const bool isFirst = literal.template is<bool>() ? KSValueAccess::Get<bool>(literal) : As<bool>(literal, false);
+        literal = std::move(isFirst ? e1 : e2);
+    }
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateAnyOperand(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateAnyOperand(Operand& literal)
 {
     switch (static_cast<int>(m_tokens.GetKind()))
     {
@@ -107,16 +112,17 @@ void Evaluator<Tokens, Names>::EvaluateAnyOperand(KSValue& literal)
     }
 }
 
-template <class Tokens, class Names>
-[[gnu::noinline]] void Evaluator<Tokens, Names>::EvaluateNumber(KSValue& literal)
+template <class Tokens, class Semantics>
+[[gnu::noinline]] void Evaluator<Tokens, Semantics>::EvaluateNumber(Operand& literal)
 {
     SetNumber(literal);
     m_tokens.NextBehindOperand();
 }
 
 // A malformed literal leaves the value as it is.
-template <class Tokens, class Names>
-[[gnu::noinline]] void Evaluator<Tokens, Names>::EvaluateString(KSValue& literal)
+template <class Tokens, class Semantics>
+[[gnu::noinline]] void Evaluator<Tokens, Semantics>::EvaluateString(Operand& literal) requires(
+    !Semantics::s_isRecording)
 {
     if (m_tokens.IsVerbatim() && !KSValueAccess::OwnsMemory(literal)) [[likely]]
         KSValueAccess::ConstructString(literal, m_tokens.GetContents());
@@ -132,8 +138,8 @@ template <class Tokens, class Names>
 
 // Parentheses that open one behind the other are counted, not recursed into: what the innermost one encloses
 // becomes the first operand of the expression around it.
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateParentheses(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateParentheses(Operand& literal)
 {
     int64 depth = 0;
     bool isNumber = false;
@@ -164,31 +170,36 @@ void Evaluator<Tokens, Names>::EvaluateParentheses(KSValue& literal)
 
 // Prefix operators that stand one behind the other are not recursed into until they are many: two bits remember each,
 // the innermost in the lowest.
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluatePrefix(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluatePrefix(Operand& literal)
 {
-    static_assert(std::size(s_prefixOperators) == 4);
-    constexpr uint64 none = 1;
-    constexpr uint64 full = uint64(1) << 62;
-    uint64 operators = none;
-    bool isNumber = false;
-    do
+    if constexpr (s_isRecording)
+        m_semantics.Prefix(*this, literal);
+    else
     {
-        operators = operators << 2 | s_tokenRoles.m_prefix[IndexOf(m_tokens.GetKind())];
-        isNumber = NextPastNumber(literal);
-    } while (!isNumber && IsNow(ROLE_PREFIX) && operators < full);
-    if (!isNumber)
-        EvaluateAnyOperand(literal);
-    FinishPostfix(literal);
-    for (; operators != none; operators >>= 2)
-    {
-        ShowTo(literal);
-        s_prefixOperators[operators & 3].m_apply(literal);
+        static_assert(std::size(s_prefixOperators) == 4);
+        constexpr uint64 none = 1;
+        constexpr uint64 full = uint64(1) << 62;
+        uint64 operators = none;
+        bool isNumber = false;
+        do
+        {
+            operators = operators << 2 | s_tokenRoles.m_prefix[IndexOf(m_tokens.GetKind())];
+            isNumber = NextPastNumber(literal);
+        } while (!isNumber && IsNow(ROLE_PREFIX) && operators < full);
+        if (!isNumber)
+            EvaluateAnyOperand(literal);
+        FinishPostfix(literal);
+        for (; operators != none; operators >>= 2)
+        {
+            ShowTo(literal);
+            s_prefixOperators[operators & 3].m_apply(literal);
+        }
     }
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluatePostfixForm(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluatePostfixForm(Operand& literal)
 {
     if (m_tokens.Is(TOKEN_LEFT_PAREN))
         EvaluateCall(literal);
@@ -198,8 +209,8 @@ void Evaluator<Tokens, Names>::EvaluatePostfixForm(KSValue& literal)
         EvaluateMember(literal);
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateCall(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateCall(Operand& literal) requires(!Semantics::s_isRecording)
 {
     m_tokens.Next();
     xvector<KSValue> arguments;
@@ -215,8 +226,8 @@ void Evaluator<Tokens, Names>::EvaluateCall(KSValue& literal)
     m_tokens.Next();
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateSubscript(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateSubscript(Operand& literal) requires(!Semantics::s_isRecording)
 {
     KSValue index;
     EvaluateNextSafely(index);
@@ -224,8 +235,8 @@ void Evaluator<Tokens, Names>::EvaluateSubscript(KSValue& literal)
     m_tokens.Pass(TOKEN_RIGHT_SQUARE, "]");
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateMember(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateMember(Operand& literal) requires(!Semantics::s_isRecording)
 {
     m_tokens.Next();
     if (!m_tokens.Is(TOKEN_IDENTIFIER))
@@ -235,8 +246,8 @@ void Evaluator<Tokens, Names>::EvaluateMember(KSValue& literal)
     m_tokens.Next();
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateName(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateName(Operand& literal) requires(!Semantics::s_isRecording)
 {
     if (!m_tokens.Is(TOKEN_IDENTIFIER))
         ThrowKelmAssertionError("m_token == TOKEN_IDENTIFIER", s_sourceFile, 527);
@@ -244,7 +255,7 @@ void Evaluator<Tokens, Names>::EvaluateName(KSValue& literal)
     const BuiltIn* const builtIn = FindBuiltIn(name);
     if (builtIn != nullptr && builtIn->m_argument != Argument::None)
         return Nest(&Evaluator::EvaluateCallOf, literal, *builtIn);
-    if (builtIn == nullptr && !m_names.TryGet(name, literal))
+    if (builtIn == nullptr)
         ThrowUnexpected();
     m_tokens.NextBehindOperand();
     if (builtIn != nullptr)
@@ -252,15 +263,15 @@ void Evaluator<Tokens, Names>::EvaluateName(KSValue& literal)
 }
 
 // The current token is dropped; then "(", an expression, ")".
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateInBrackets(KSValue& literal)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateInBrackets(Operand& literal)
 {
     NextToBracket();
     EvaluateParentheses(literal);
 }
 
-template <class Tokens, class Names>
-float64 Evaluator<Tokens, Names>::EvaluateFloatInBrackets()
+template <class Tokens, class Semantics>
+float64 Evaluator<Tokens, Semantics>::EvaluateFloatInBrackets()
 {
     NextToBracket();
     const auto evaluate = [this](KSValue& x) { EvaluateNextExpression(x); };
@@ -269,8 +280,8 @@ float64 Evaluator<Tokens, Names>::EvaluateFloatInBrackets()
     return x;
 }
 
-template <class Tokens, class Names>
-void Evaluator<Tokens, Names>::EvaluateCallOf(KSValue& literal, const BuiltIn& builtIn)
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateCallOf(Operand& literal, const BuiltIn& builtIn)
 {
     if (builtIn.m_argument == Argument::Any)
     {

@@ -25,6 +25,8 @@ struct KSValueAccess
         v._tag = KSV_VOID;
     }
 
+    static bool IsReflected(const KSValue& v) { return v._tag == KSV_REFLECTED_VALUE; }
+
     // Whether a value's release does anything.
     static bool OwnsMemory(const KSValue& v) { return v.OwnsMemory(); }
 

@@ -164,8 +164,8 @@ struct MemberList
         {
             if constexpr (requires { typename M::FieldTypeOf::Value; })
             {
-                using Value = std::remove_cv_t<typename M::FieldTypeOf::Value>;
-                return {sizeof(Value), alignof(Value), IsRelocatable<Value>};
+                using Type = std::remove_cv_t<typename M::FieldTypeOf::Value>;
+                return {sizeof(Type), alignof(Type), IsRelocatable<Type>};
             }
             return {0, 1, true};
         };
