@@ -1,0 +1,223 @@
+#pragma once
+
+// Evaluating expressions, once (Evaluate) or often (Expression). The language is told in docs/language.md.
+//
+//     double area = kelm::Evaluate<double>("w * h / 2", scope);
+//
+//     kelm::Expression price("order.lines[i].price * rate", scope, {"i"});
+//     for (std::size_t i = 0; i < order.lines.size(); ++i)
+//         sum += price.Evaluate<double>(i);
+//
+// What can be found wrong with a text, its names and its numbers of arguments is found before anything is evaluated.
+// Errors are kelm::Errors; what a program's functions throw passes through. The Try twins return a Result instead.
+
+#include <kelm/Language.h>
+#include <kelm/Result.h>
+#include <kelm/Scope.h>
+#include <kelm/Value.h>
+#include <kelm/api.h>
+
+#include <cstddef>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace kelm
+{
+
+namespace evaluation
+{
+
+// Takes the result of an evaluation, where it may be of no use any longer when it returns.
+struct Receiver
+{
+    bool (*m_receive)(Slot& result, void* out, Failure& failure);
+    void* m_out;
+};
+
+KELM_API bool TakeValue(Slot& result, Value& out, Failure& failure);
+
+template <class T>
+bool Receive(Slot& result, void* out, Failure& failure)
+{
+    if constexpr (std::is_same_v<T, Value>)
+        return TakeValue(result, *static_cast<Value*>(out), failure);
+    else
+        return Convert(result, *static_cast<T*>(out), failure);
+}
+
+// False, with the error, where there is one.
+KELM_API bool EvaluateText(std::string_view text, const Scope* scope, Language language, const Receiver& receiver,
+                           std::optional<Error>& error);
+
+// A program's value as an argument: not copied.
+template <class T>
+Slot ArgumentOf(T&& x)
+{
+    using Type = std::remove_cvref_t<T>;
+    Slot slot;
+    if constexpr (std::is_same_v<Type, Value>)
+        slot = ValueAccess::Of(x);
+    else if constexpr (std::is_same_v<Type, bool>)
+        slot.Set(x);
+    else if constexpr (Floating<Type>)
+        slot.Set(static_cast<float64>(x));
+    else if constexpr (Integer<Type>)
+        slot = ValueAccess::Of(static_cast<const Value&>(Value(x)));
+    else if constexpr (std::is_convertible_v<T, std::string_view>)
+        slot.SetText(x, nullptr);
+    else
+        slot.SetPlace(&x, TypeOf<Type>(),
+                      !std::is_lvalue_reference_v<T> || std::is_const_v<std::remove_reference_t<T>>);
+    return slot;
+}
+
+template <class T>
+inline constexpr bool s_isScope = std::is_same_v<std::remove_cvref_t<T>, Scope>;
+
+} // namespace evaluation
+
+// --- Once ------------------------------------------------------------------------------------------------------------
+
+template <class T>
+Result<T> TryEvaluate(std::string_view text, const Scope& scope, Language language = Language::Natural)
+{
+    T result{};
+    std::optional<Error> error;
+    if (!evaluation::EvaluateText(text, &scope, language, {evaluation::Receive<T>, &result}, error))
+        return *std::move(error);
+    return result;
+}
+template <class T>
+Result<T> TryEvaluate(std::string_view text, Language language = Language::Natural)
+{
+    T result{};
+    std::optional<Error> error;
+    if (!evaluation::EvaluateText(text, nullptr, language, {evaluation::Receive<T>, &result}, error))
+        return *std::move(error);
+    return result;
+}
+
+template <class T>
+T Evaluate(std::string_view text, const Scope& scope, Language language = Language::Natural)
+{
+    T result{};
+    std::optional<Error> error;
+    if (!evaluation::EvaluateText(text, &scope, language, {evaluation::Receive<T>, &result}, error)) [[unlikely]]
+        throw *std::move(error);
+    return result;
+}
+template <class T>
+T Evaluate(std::string_view text, Language language = Language::Natural)
+{
+    T result{};
+    std::optional<Error> error;
+    if (!evaluation::EvaluateText(text, nullptr, language, {evaluation::Receive<T>, &result}, error)) [[unlikely]]
+        throw *std::move(error);
+    return result;
+}
+
+inline Result<Value> TryEvaluate(std::string_view text, const Scope& scope, Language language = Language::Natural)
+{
+    return TryEvaluate<Value>(text, scope, language);
+}
+inline Result<Value> TryEvaluate(std::string_view text, Language language = Language::Natural)
+{
+    return TryEvaluate<Value>(text, language);
+}
+inline Value Evaluate(std::string_view text, const Scope& scope, Language language = Language::Natural)
+{
+    return Evaluate<Value>(text, scope, language);
+}
+inline Value Evaluate(std::string_view text, Language language = Language::Natural)
+{
+    return Evaluate<Value>(text, language);
+}
+
+// --- Often -----------------------------------------------------------------------------------------------------------
+
+// An expression that is kept. It owns its text; its scope must outlive it. Names are looked up when it is made, but for
+// those that only a resolver knows. Several threads may evaluate one where their scopes and variables allow it.
+class KELM_API Expression
+{
+public:
+    // Only tells of the names that the text uses (GetNames); to be evaluated with a scope.
+    explicit Expression(std::string_view text, Language language = Language::Natural);
+
+    // The parameters are names whose values each evaluation gives.
+    Expression(std::string_view text, const Scope& scope, std::initializer_list<std::string_view> parameters = {},
+               Language language = Language::Natural);
+    Expression(std::string_view text, const Scope& scope, std::span<const std::string_view> parameters,
+               Language language = Language::Natural);
+    Expression(Expression&&) noexcept;
+    Expression& operator=(Expression&&) noexcept;
+    ~Expression();
+
+    // With its own scope, and an argument for each parameter: evaluate<double>(1, order).
+    template <class T = Value, class... Args>
+    requires(!evaluation::s_isScope<Args> && ...) T Evaluate(Args&&... arguments)
+    const { return EvaluateWith<T>(nullptr, std::forward<Args>(arguments)...); }
+    // With another scope, which has the same names.
+    template <class T = Value, class... Args>
+    T Evaluate(const Scope& scope, Args&&... arguments) const
+    {
+        return EvaluateWith<T>(&scope, std::forward<Args>(arguments)...);
+    }
+    template <class T = Value, class... Args>
+    requires(!evaluation::s_isScope<Args> && ...) Result<T> TryEvaluate(Args&&... arguments)
+    const { return TryEvaluateWith<T>(nullptr, std::forward<Args>(arguments)...); }
+    template <class T = Value, class... Args>
+    Result<T> TryEvaluate(const Scope& scope, Args&&... arguments) const
+    {
+        return TryEvaluateWith<T>(&scope, std::forward<Args>(arguments)...);
+    }
+
+    // The names that the text uses, each once, in the order of the text: neither parameters nor built-in names, nor
+    // functions that come with the library and are not hidden.
+    const std::vector<std::string>& GetNames() const;
+
+private:
+    struct Kept;
+
+    template <class T, class... Args>
+    T EvaluateWith(const Scope* scope, Args&&... arguments) const
+    {
+        T result{};
+        std::optional<Error> error;
+        if (!Run<T>(scope, result, error, std::forward<Args>(arguments)...)) [[unlikely]]
+            throw *std::move(error);
+        return result;
+    }
+    template <class T, class... Args>
+    Result<T> TryEvaluateWith(const Scope* scope, Args&&... arguments) const
+    {
+        T result{};
+        std::optional<Error> error;
+        if (!Run<T>(scope, result, error, std::forward<Args>(arguments)...))
+            return *std::move(error);
+        return result;
+    }
+    template <class T, class... Args>
+    bool Run(const Scope* scope, T& result, std::optional<Error>& error, Args&&... arguments) const
+    {
+        if constexpr (sizeof...(Args) == 0)
+            return Execute(scope, nullptr, 0, {evaluation::Receive<T>, &result}, error);
+        else
+        {
+            const evaluation::Slot slots[] = {evaluation::ArgumentOf(std::forward<Args>(arguments))...};
+            return Execute(scope, slots, sizeof...(Args), {evaluation::Receive<T>, &result}, error);
+        }
+    }
+    bool Execute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,
+                 const evaluation::Receiver& receiver, std::optional<Error>& error) const;
+
+    std::unique_ptr<Kept> m_kept;
+};
+
+} // namespace kelm

@@ -1,0 +1,273 @@
+#include <kelm/Scope.h>
+
+#include <kelm/private/ScopeNames.h>
+#include <klKelmScript/private/BuiltIns.h>
+#include <klObject/types/private/TextHash.h>
+#include <klUtils/text/LsScanToken.h>
+#include <klUtils/text/private/Scan.h>
+
+#include <algorithm>
+#include <string>
+
+namespace kelm
+{
+
+namespace evaluation
+{
+
+void Record::Clear() noexcept
+{
+    m_slot.Release();
+    m_slot.SetNone();
+    const auto destroy = [](Callable& function)
+    {
+        if (function.m_destroy != nullptr)
+            function.m_destroy(function.m_function);
+        function = Callable();
+    };
+    destroy(m_function);
+    for (Callable& member : m_members)
+        destroy(member);
+    m_members.clear();
+    m_is = Is::Nothing;
+}
+
+Record& NameTable::FindOrAdd(std::string_view name)
+{
+    const uint64 hash = HashOfText(name);
+    if (Record* const record = Find(name, hash))
+        return *record;
+    m_records.push_back(std::make_unique<Record>(name, hash));
+    const auto insert = [](std::vector<Record*>& slots, Record* record)
+    {
+        std::size_t i = record->m_hash & (slots.size() - 1);
+        while (slots[i] != nullptr)
+            i = (i + 1) & (slots.size() - 1);
+        slots[i] = record;
+    };
+    if (2 * m_records.size() <= m_slots.size())
+        insert(m_slots, m_records.back().get());
+    else
+    {
+        try
+        {
+            std::vector<Record*> slots(std::max<std::size_t>(16, 2 * m_slots.size()));
+            for (const std::unique_ptr<Record>& record : m_records)
+                insert(slots, record.get());
+            m_slots.swap(slots);
+        }
+        catch (...)
+        {
+            m_records.pop_back();
+            throw;
+        }
+    }
+    return *m_records.back();
+}
+
+namespace
+{
+
+[[noreturn]] void ThrowName(const std::string& message)
+{
+    throw Error({.m_kind = ErrorKind::Name, .m_message = message});
+}
+
+void CheckName(std::string_view name)
+{
+    const char* const end = name.data() + name.size();
+    text::Lexeme token;
+    const bool isIdentifier = !name.empty() && text::Scan(name.data(), end, false, token) &&
+                              token.m_kind == TOKEN_IDENTIFIER && token.m_start == name.data() && token.m_past == end;
+    if (!isIdentifier)
+        ThrowName("\"" + std::string(name) + "\" is no name");
+    if (FindBuiltIn(name) != nullptr)
+        ThrowName("\"" + std::string(name) + "\" is a built-in name");
+}
+
+// The record for a name that is given now.
+Record& NewRecord(NameTable& table, std::string_view name)
+{
+    CheckName(name);
+    Record& record = table.FindOrAdd(name);
+    record.Clear();
+    return record;
+}
+
+} // namespace
+
+} // namespace evaluation
+
+using evaluation::Record;
+
+Scope::Names::~Names()
+{
+    if (m_destroyResolver != nullptr)
+        m_destroyResolver(m_resolverFunction);
+}
+
+Scope::Scope(const Scope* parent) : m_names(std::make_unique<Names>())
+{
+    m_names->m_parent = parent;
+}
+
+Scope::Scope(Scope&& other) noexcept = default;
+Scope& Scope::operator=(Scope&& other) noexcept = default;
+Scope::~Scope() = default;
+
+Scope& Scope::BindScalar(std::string_view name, const void* variable, ETypeByteCode type, bool isConst)
+{
+    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    record.m_is = type == FT_FLOAT64 ? Record::Is::Float64
+                  : type == FT_INT64 ? Record::Is::Int64
+                  : type == FT_INT32 ? Record::Is::Int32
+                                     : Record::Is::Scalar;
+    record.m_isConst = isConst;
+    record.m_type = type;
+    record.m_variable = variable;
+    return *this;
+}
+
+Scope& Scope::BindText(std::string_view name, const std::string* variable, bool isConst)
+{
+    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    record.m_is = Record::Is::Text;
+    record.m_isConst = isConst;
+    record.m_variable = variable;
+    return *this;
+}
+
+Scope& Scope::BindPlace(std::string_view name, const void* variable, const ReflectionByteCode& type, bool isConst)
+{
+    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    record.m_is = Record::Is::Place;
+    record.m_isConst = isConst;
+    record.m_slot.SetPlace(variable, type, isConst);
+    return *this;
+}
+
+Scope& Scope::Set(std::string_view name, Value value)
+{
+    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    record.m_is = Record::Is::Value;
+    record.m_isConst = true;
+    std::swap(record.m_slot, ValueAccess::Of(value));
+    return *this;
+}
+
+Scope& Scope::DefineCallable(std::string_view name, evaluation::Callable callable)
+{
+    // The scope owns the function from here on, whatever comes.
+    struct Owner
+    {
+        ~Owner()
+        {
+            if (m_callable.m_destroy != nullptr)
+                m_callable.m_destroy(m_callable.m_function);
+        }
+        evaluation::Callable m_callable;
+    } owner{callable};
+    if (callable.m_isMember)
+    {
+        evaluation::CheckName(name);
+        Record& record = m_names->m_members.FindOrAdd(name);
+        record.m_is = Record::Is::Function;
+        for (evaluation::Callable& member : record.m_members)
+            if (evaluation::IsSameType(member.m_class, callable.m_class))
+            {
+                std::swap(member, owner.m_callable);
+                return *this;
+            }
+        record.m_members.push_back(callable);
+    }
+    else
+    {
+        Record& record = evaluation::NewRecord(m_names->m_table, name);
+        record.m_is = Record::Is::Function;
+        record.m_function = callable;
+    }
+    owner.m_callable = {};
+    return *this;
+}
+
+Scope& Scope::SetResolver(Resolver resolver, void (*destroy)(void*) noexcept, void* function)
+{
+    if (m_names->m_destroyResolver != nullptr)
+        m_names->m_destroyResolver(m_names->m_resolverFunction);
+    m_names->m_resolver = resolver;
+    m_names->m_destroyResolver = destroy;
+    m_names->m_resolverFunction = function;
+    return *this;
+}
+
+// --- As a whole ------------------------------------------------------------------------------------------------------
+
+void ScopeAccess::CheckName(std::string_view name)
+{
+    evaluation::CheckName(name);
+}
+
+const Record* ScopeAccess::Find(const Scope* scope, SubString name)
+{
+    const uint64 hash = HashOfText(name);
+    for (; scope != nullptr; scope = scope->m_names->m_parent)
+        if (const Record* const record = scope->m_names->m_table.Find(name, hash))
+            return record;
+    return nullptr;
+}
+
+const Record* ScopeAccess::FindMember(const Scope* scope, SubString name)
+{
+    const uint64 hash = HashOfText(name);
+    for (; scope != nullptr; scope = scope->m_names->m_parent)
+        if (const Record* const record = scope->m_names->m_members.Find(name, hash))
+            return record;
+    return nullptr;
+}
+
+bool ScopeAccess::HasResolver(const Scope* scope)
+{
+    for (; scope != nullptr; scope = scope->m_names->m_parent)
+        if (scope->m_names->m_resolver != nullptr)
+            return true;
+    return false;
+}
+
+std::optional<Value> ScopeAccess::Resolve(const Scope* scope, std::string_view name)
+{
+    for (; scope != nullptr; scope = scope->m_names->m_parent)
+        if (const Scope::Names& names = *scope->m_names; names.m_resolver != nullptr)
+            if (std::optional<Value> value = names.m_resolver(names.m_resolverFunction, name))
+                return value;
+    return std::nullopt;
+}
+
+namespace
+{
+
+std::vector<std::string> NamesIn(const evaluation::NameTable& table, std::vector<std::string> names)
+{
+    for (const auto& record : table.GetRecords())
+        names.push_back(record->m_name);
+    return names;
+}
+
+} // namespace
+
+std::vector<std::string> ScopeAccess::AllNames(const Scope* scope)
+{
+    std::vector<std::string> names;
+    for (; scope != nullptr; scope = scope->m_names->m_parent)
+        names = NamesIn(scope->m_names->m_table, std::move(names));
+    return names;
+}
+
+std::vector<std::string> ScopeAccess::AllMembers(const Scope* scope)
+{
+    std::vector<std::string> names;
+    for (; scope != nullptr; scope = scope->m_names->m_parent)
+        names = NamesIn(scope->m_names->m_members, std::move(names));
+    return names;
+}
+
+} // namespace kelm

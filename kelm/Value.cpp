@@ -1,0 +1,53 @@
+#include <kelm/Value.h>
+
+#include <kelm/private/Operations.h>
+#include <klUtils/MessageOf.h>
+
+#include <limits>
+#include <ostream>
+
+namespace kelm
+{
+
+void Value::SetUnsigned(uint64 x)
+{
+    if (x > static_cast<uint64>(std::numeric_limits<int64>::max()))
+        throw Error(
+            {.m_kind = ErrorKind::Range, .m_message = "Value " + std::to_string(x) + " is out of range of int64"});
+    m_slot.Set(static_cast<int64>(x));
+}
+
+void Value::Keep()
+{
+    if (m_slot.m_kind == evaluation::Kind::Text && m_slot.m_holder == nullptr)
+        evaluation::SetOwnText(m_slot, m_slot.GetText());
+    else
+        m_slot.Retain();
+}
+
+Value::Kind Value::GetKind() const
+{
+    static_assert(static_cast<int>(evaluation::Kind::Place) == static_cast<int>(Kind::Object));
+    return static_cast<Kind>(m_slot.m_kind);
+}
+
+std::string_view Value::GetText() const
+{
+    if (m_slot.m_kind == evaluation::Kind::Text)
+        return m_slot.GetText();
+    evaluation::Failure failure;
+    evaluation::FailConversion(failure, m_slot, "string");
+    evaluation::ThrowWithoutPlace(failure);
+}
+
+std::string Value::ToText() const
+{
+    return evaluation::Written(m_slot);
+}
+
+std::ostream& operator<<(std::ostream& os, const Value& value)
+{
+    return os << value.ToText();
+}
+
+} // namespace kelm

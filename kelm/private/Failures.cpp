@@ -1,0 +1,87 @@
+#include <kelm/private/Failures.h>
+
+#include <kelm/private/ErrorOf.h>
+#include <kelm/private/Excerpt.h>
+#include <kelm/private/Source.h>
+#include <kelm/private/Suggest.h>
+#include <klUtils/text/private/Scan.h>
+
+#include <utility>
+
+namespace kelm::evaluation
+{
+
+void ThrowAt(ErrorKind kind, std::string_view message, std::size_t place)
+{
+    Rejected rejected{{}, place};
+    Fail(rejected.m_failure, kind, message);
+    throw std::move(rejected);
+}
+
+void ThrowUnknown(std::string_view name, std::size_t place, std::vector<std::string> existing)
+{
+    Rejected rejected{{}, place};
+    FailUnknown(rejected.m_failure, "Unknown name " + std::string(name), name, std::move(existing));
+    throw std::move(rejected);
+}
+
+std::string CountMessage(std::string_view name, std::size_t count, int32 min, int32 max)
+{
+    std::string message(name);
+    message += "() takes ";
+    if (max < 0)
+        message += "at least ";
+    message += min == 0 && max == 0 ? "no" : std::to_string(min);
+    if (max > min)
+        message += " to " + std::to_string(max);
+    message += min == 1 && max <= 1 ? " argument" : " arguments";
+    return message + ", not " + std::to_string(count);
+}
+
+std::size_t PlaceOfArgument(std::string_view text, std::size_t function, std::size_t index)
+{
+    const char* p = text.data() + function;
+    const char* const end = text.data() + text.size();
+    text::Lexeme token;
+    int64 depth = 0;
+    while (text::Scan(p, end, false, token) && token.m_kind != TOKEN_END)
+    {
+        if (depth == 1 && index == 0 && token.m_kind != TOKEN_COMMA)
+            return static_cast<std::size_t>(token.m_start - text.data());
+        switch (static_cast<int>(token.m_kind))
+        {
+        case TOKEN_LEFT_PAREN:
+        case TOKEN_LEFT_SQUARE: ++depth; break;
+        case TOKEN_RIGHT_PAREN:
+        case TOKEN_RIGHT_SQUARE: --depth; break;
+        case TOKEN_COMMA: index -= depth == 1; break;
+        default: break;
+        }
+        p = token.m_past;
+    }
+    return function;
+}
+
+Error MakeError(std::string_view text, const Failure& failure, std::size_t place)
+{
+    const Failure::Details& details = *failure.m_details;
+    const SourceText source{s_textName, text};
+    text::Lexeme token;
+    std::size_t size = 0;
+    if (place < text.size() && text::Scan(text.data() + place, text.data() + text.size(), false, token))
+    {
+        place = static_cast<std::size_t>(token.m_start - text.data());
+        size = static_cast<std::size_t>(token.m_past - token.m_start);
+    }
+    const Place at = PlaceOf(source, place);
+    const Excerpt excerpt = ExcerptAt(source, place, size);
+    return Error({.m_kind = details.m_kind,
+                  .m_message = details.m_message,
+                  .m_source = std::string(s_textName),
+                  .m_line = at.m_line,
+                  .m_column = at.m_column,
+                  .m_excerpt = excerpt.m_line + "\n" + excerpt.m_blanks + excerpt.m_caret,
+                  .m_suggestions = NearestNames(details.m_unknown, details.m_existing)});
+}
+
+} // namespace kelm::evaluation

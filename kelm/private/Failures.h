@@ -1,0 +1,35 @@
+#pragma once
+
+// From what goes wrong inside to the one error that leaves.
+
+#include <kelm/Error.h>
+#include <kelm/Slot.h>
+#include <klUtils/types.h>
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelm::evaluation
+{
+
+// A text that is refused, at the token at a place in it.
+struct Rejected
+{
+    Failure m_failure;
+    std::size_t m_place;
+};
+
+[[noreturn, gnu::cold]] void ThrowAt(ErrorKind kind, std::string_view message, std::size_t place);
+[[noreturn, gnu::cold]] void ThrowUnknown(std::string_view name, std::size_t place, std::vector<std::string> existing);
+
+std::string CountMessage(std::string_view name, std::size_t count, int32 min, int32 max);
+
+// Where an argument begins, of a call whose function's name stands at a place.
+std::size_t PlaceOfArgument(std::string_view text, std::size_t function, std::size_t index);
+
+// With the place, its line, and the nearest names.
+Error MakeError(std::string_view text, const Failure& failure, std::size_t place);
+
+} // namespace kelm::evaluation

@@ -1,0 +1,113 @@
+#pragma once
+
+// What a scope knows: a record for each name, found by the hash of its characters.
+
+#include <kelm/Scope.h>
+#include <kelm/private/Places.h>
+#include <klObject/types/ETypeByteCode.h>
+#include <klObject/types/private/TextHash.h>
+#include <klUtils/BasicSubString.h>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelm
+{
+
+namespace evaluation
+{
+
+// Whether two types are written the same in byte code, but for qualifiers before them.
+bool IsSameType(ReflectionByteCode a, ReflectionByteCode b);
+
+// What a name stands for. Its address stays, whatever the name is given to stand for later.
+struct Record
+{
+    enum class Is : uint8
+    {
+        Nothing,
+        Float64, // a variable of the type
+        Int64,
+        Int32,
+        Scalar, // of another type, m_type
+        Text,   // a std::string
+        Place,
+        Value,
+        Function,
+    };
+
+    explicit Record(std::string_view name, uint64 hash) : m_name(name), m_hash(hash) { m_slot.SetNone(); }
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+    ~Record() { Clear(); }
+    void Clear() noexcept;
+
+    Is m_is = Is::Nothing;
+    bool m_isConst = false;
+    ETypeByteCode m_type = FT_VOID;
+    const void* m_variable = nullptr;
+    Slot m_slot; // a place, or the scope's own value
+    Callable m_function;
+    std::vector<Callable> m_members; // in the table of member functions: one for each class
+    std::string m_name;
+    uint64 m_hash;
+};
+
+// What a name stands for, in a slot that holds nothing; and an assignment to it.
+bool PushAny(const Record& record, Slot& slot, Failure& failure);
+bool StoreInName(const Record& record, const Slot& value, const Checks& checks, Failure& failure);
+
+// By open addressing; at most half full.
+class NameTable
+{
+public:
+    Record* Find(SubString name, uint64 hash) const
+    {
+        if (m_slots.empty())
+            return nullptr;
+        for (std::size_t i = hash & (m_slots.size() - 1);; i = (i + 1) & (m_slots.size() - 1))
+        {
+            Record* const record = m_slots[i];
+            if (record == nullptr || (record->m_hash == hash && IsSameText(std::string_view(record->m_name), name)))
+                return record;
+        }
+    }
+    Record& FindOrAdd(std::string_view name);
+    const std::vector<std::unique_ptr<Record>>& GetRecords() const { return m_records; }
+
+private:
+    std::vector<Record*> m_slots;
+    std::vector<std::unique_ptr<Record>> m_records;
+};
+
+} // namespace evaluation
+
+struct Scope::Names
+{
+    ~Names();
+
+    const Scope* m_parent = nullptr;
+    evaluation::NameTable m_table;
+    evaluation::NameTable m_members;
+    Resolver m_resolver = nullptr;
+    void (*m_destroyResolver)(void*) noexcept = nullptr;
+    void* m_resolverFunction = nullptr;
+};
+
+// The scopes from one outward, seen as a whole. A null one has no names.
+struct ScopeAccess
+{
+    static void CheckName(std::string_view name);
+    static const evaluation::Record* Find(const Scope* scope, SubString name);
+    static const evaluation::Record* FindMember(const Scope* scope, SubString name);
+    static bool HasResolver(const Scope* scope);
+    static std::optional<Value> Resolve(const Scope* scope, std::string_view name);
+    static std::vector<std::string> AllNames(const Scope* scope);
+    static std::vector<std::string> AllMembers(const Scope* scope);
+};
+
+} // namespace kelm

@@ -1,0 +1,139 @@
+// Types of values: what messages call them, and whether two are the same.
+
+#include <kelm/private/Operations.h>
+#include <kelm/private/ScopeNames.h>
+#include <klObject/types/ForeignType.h>
+#include <klObject/types/ReflectedTypes.h>
+#include <klUtils/MessageOf.h>
+
+#include <cstring>
+#include <string>
+
+namespace kelm::evaluation
+{
+
+namespace
+{
+
+std::string NameOf(ReflectionByteCode type)
+{
+    type.AdvanceToUnderlyingType2();
+    switch (static_cast<int>(type.GetCode()))
+    {
+    case FT_CLASS:
+    case FT_INTERFACE:
+    case FT_ENUM:
+    case FT_VARIANT: return type.GetName();
+    case FT_BOOL: return "bool";
+    case FT_STRING8:
+    case FT_STRING16: return "string";
+    case FT_FLOAT32: return "float32";
+    case FT_FLOAT64: return "float64";
+    case FT_INT8:
+    case FT_INT16:
+    case FT_INT32:
+    case FT_INT64:
+    case FT_UINT8:
+    case FT_UINT16:
+    case FT_UINT32:
+    case FT_UINT64: return "integer";
+    case FT_MAP: return "map";
+    case FT_SET: return "set";
+    case FT_ARRAY:
+    case FT_VECTOR:
+    case FT_DYNARRAY: return "list of " + NameOf(type.GetElementType());
+    case FT_PREF:
+    case FT_CREF:
+    case FT_INTERFACE_POINTER: return "handle";
+    case FT_FOREIGN: break;
+    default: return "object";
+    }
+    const ForeignType& foreign = type.GetForeignType();
+    switch (foreign.GetForm())
+    {
+    case FF_TEXT: return "string";
+    case FF_LIST: return foreign.m_list->m_isFixed ? "tuple" : "list of " + NameOf(foreign.GetElementType(0));
+    case FF_MAP: return foreign.m_numParts == 2 ? "map" : "set";
+    case FF_CHOICE: break;
+    }
+    return foreign.IsOptional() ? "optional " + NameOf(foreign.GetPartType(0)) : "variant";
+}
+
+} // namespace
+
+std::string NameOfType(const Slot& slot)
+{
+    switch (slot.m_kind)
+    {
+    case Kind::None: return "void";
+    case Kind::Bool: return "bool";
+    case Kind::Integer: return "int64";
+    case Kind::Float: return "float64";
+    case Kind::Text: return "string";
+    case Kind::Place: break;
+    }
+    return NameOf(slot.GetType());
+}
+
+std::string Written(const Slot& slot)
+{
+    const auto text = [](const auto&... parts) { return std::string(std::string_view(MessageOf(parts...))); };
+    switch (slot.m_kind)
+    {
+    case Kind::None: return "void";
+    case Kind::Bool: return slot.m_bool ? "true" : "false";
+    case Kind::Integer: return text(slot.m_integer);
+    case Kind::Float: return text(slot.m_float);
+    case Kind::Text: return std::string(slot.GetText());
+    case Kind::Place: break;
+    }
+    return "of " + NameOfType(slot);
+}
+
+bool IsSameType(ReflectionByteCode a, ReflectionByteCode b)
+{
+    a.AdvanceToUnderlyingType2();
+    b.AdvanceToUnderlyingType2();
+    if (a.GetCode() != b.GetCode())
+        return false;
+    switch (static_cast<int>(a.GetCode()))
+    {
+    case FT_FOREIGN:
+    {
+        const ForeignType& x = a.GetForeignType();
+        const ForeignType& y = b.GetForeignType();
+        if (&x == &y)
+            return true;
+        if (x.m_form != y.m_form || x.m_size != y.m_size || x.m_numParts != y.m_numParts)
+            return false;
+        for (int32 i = 0; i < x.m_numParts; ++i)
+            if (!IsSameType(x.GetPartType(i), y.GetPartType(i)))
+                return false;
+        return true;
+    }
+    case FT_CLASS:
+    case FT_INTERFACE:
+    case FT_ENUM:
+    case FT_VARIANT: return a.GetName() == b.GetName() || std::strcmp(a.GetName(), b.GetName()) == 0;
+    case FT_ARRAY: return a.GetArrayCount() == b.GetArrayCount() && IsSameType(a.GetElementType(), b.GetElementType());
+    case FT_VECTOR:
+    case FT_DYNARRAY:
+    case FT_SET:
+    case FT_PREF:
+    case FT_CREF:
+    case FT_INTERFACE_POINTER: return IsSameType(a.GetElementType(), b.GetElementType());
+    case FT_MAP:
+    {
+        ReflectionByteCode payloadOfA = a.GetElementType();
+        ReflectionByteCode payloadOfB = b.GetElementType();
+        if (!IsSameType(payloadOfA, payloadOfB))
+            return false;
+        payloadOfA.ScanType();
+        payloadOfB.ScanType();
+        return IsSameType(payloadOfA, payloadOfB);
+    }
+    default: return true;
+    }
+}
+
+} // namespace kelm::evaluation

@@ -1,0 +1,232 @@
+#include <kelm/Expression.h>
+#include <kelm/Scope.h>
+#include <klObject/describe/Describe.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace booth
+{
+
+enum class State
+{
+    open,
+    paid,
+};
+
+struct Line
+{
+    std::string item;
+    int quantity = 1;
+    double price = 0;
+
+    double Total() const { return quantity * price; }
+};
+
+struct Order
+{
+    std::string customer;
+    std::vector<Line> lines;
+    std::optional<double> discount;
+    std::map<std::string, double> rates;
+    State state = State::open;
+    std::unique_ptr<Line> extra;
+    int port = 80;
+    std::vector<bool> flags;
+
+    double Total() const
+    {
+        double sum = 0;
+        for (const Line& line : lines)
+            sum += line.Total();
+        return sum;
+    }
+    double Scaled(double factor) const noexcept { return Total() * factor; }
+    const Line& First() const { return lines.front(); }
+};
+
+bool IsPort(int port)
+{
+    return 0 < port && port < 65536;
+}
+
+} // namespace booth
+
+KELM_DESCRIBE_ENUM(booth::State, open, paid)
+KELM_DESCRIBE(booth::Line, item, quantity, price)
+KELM_CLASS(booth::Order, KELM_MODEL(customer), KELM_MODEL(lines), KELM_MODEL(discount), KELM_MODEL(rates),
+           KELM_MODEL(state), KELM_MODEL(extra), KELM_MODEL(port).Check(booth::IsPort), KELM_MODEL(flags))
+
+namespace kelm
+{
+
+namespace
+{
+
+booth::Order MakeOrder()
+{
+    booth::Order order;
+    order.customer = "Ada";
+    order.lines = {{"tea", 2, 3.5}, {"cup", 1, 8.0}, {"pot", 3, 20.0}};
+    order.rates["EUR"] = 1.5;
+    order.flags = {true, false};
+    return order;
+}
+
+std::string Shown(const Result<Value>& result)
+{
+    if (result)
+        return result->ToText();
+    const Error& e = result.GetError();
+    return std::to_string(static_cast<int>(e.GetKind())) + " " + std::to_string(e.GetColumn()) + " " + e.GetMessage();
+}
+
+struct Row
+{
+    const char* m_text;
+    const char* m_outcome;
+};
+
+TEST(BoundObjects, AreReadAndCalled)
+{
+    booth::Order order = MakeOrder();
+    Scope scope;
+    scope.Bind("order", order).Set("i", 1);
+    scope.Define("Total", &booth::Order::Total).Define("Total", &booth::Line::Total);
+    scope.Define("Scaled", &booth::Order::Scaled).Define("First", &booth::Order::First);
+    scope.Define("name", [](const booth::Line& line) { return line.item; });
+    scope.Define("rename", [](booth::Line& line, const std::string& item) { line.item = item; });
+    scope.Define("make", [](int quantity) { return booth::Line{"made", quantity, 0.5}; });
+    constexpr Row rows[] = {
+        {"order.customer + '!'", "Ada!"},
+        {"order.lines[i].quantity * order.lines[i].price * (1 + 0.5)", "12.0"},
+        {"order.lines[i + 1].item", "pot"},
+        {"order.lines[len(order.lines) - 1].quantity", "3"},
+        {"order.rates['EUR'] * 2", "3.0"},
+        {"order.state == 'open' ? 1 : 2", "1"},
+        {"order.flags[0] && !order.flags[1]", "true"},
+        {"order.customer[1]", "d"},
+        {"has(order.discount)", "false"},
+        {"has(order.lines[2].item) && !has(order.lines[3].item) && !has(order.rates['USD'])", "true"},
+        {"has(order.extra) || has(order.extra.item)", "false"},
+        {"order.Total()", "75.0"},
+        {"order.lines[0].Total() + order.Scaled(2)", "157.0"},
+        {"order.First().item", "tea"},
+        {"order.First().Total()", "7.0"},
+        {"name(order.lines[2]) + name(make(2))", "potmade"},
+        {"make(4).quantity + make(3).Total()", "5.5"},
+        {"sum(order.lines, line, line.quantity)", "6"},
+        {"sum(order.lines, line, line.quantity * line.price)", "75.0"},
+        {"sum(order.flags, x, 1)", "2"},
+        {"any(order.lines, line, line.price > 10)", "true"},
+        {"all(order.lines, line, line.price > 10)", "false"},
+        {"count(order.lines, line, line.quantity > 1 && line.item != 'tea')", "1"},
+        {"sum(order.lines, a, count(order.lines, b, b.price < a.price))", "3"},
+        {"is_double(order.lines[0].price) && is_int(order.lines[0].quantity) && is_string(order.customer)", "true"},
+        {"string(order.lines[0].quantity)", "2"},
+        {"max(order.lines[0].price, order.lines[1].price)", "8.0"},
+        {"order.nothing", "1 7 Identifier nothing is not a model field of class booth::Order"},
+        {"order.lines[3].price", "3 14 Vector index 3 out of range"},
+        {"order.lines[-1].price", "3 15 Vector index -1 out of range"},
+        {"order.lines[1.0].price", "2 16 No implicit conversion from value 1.0 to int64"},
+        {"order.rates['USD']", "3 18 Key USD is not there"},
+        {"order.discount + 1", "3 16 null dereference"},
+        {"order.extra.item", "3 13 null dereference"},
+        {"order + 1", "2 7 Incompatible types (booth::Order and int64) for + operation"},
+        {"order.customer.size", "2 16 . not available on string"},
+        {"order.lines.Total()", "2 13 . not available on list of booth::Line"},
+        {"order.Scaled()", "6 7 Scaled() takes 1 argument, not 0"},
+        {"order.Scaled('a')", "2 14 Scaled(), argument 1: No implicit conversion from value a to float64"},
+        {"name(order)", "2 6 name(), argument 1: No implicit conversion from value of booth::Order to booth::Line"},
+        {"order.Missing()", "1 7 Unknown name Missing"},
+        {"sum(order, x, 1)", "2 1 No list but booth::Order"},
+        {"order = 1", "2 7 Can't assign to booth::Order"},
+    };
+    for (const Row& row : rows)
+    {
+        EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;
+        const Result<Value> kept = [&]() -> Result<Value>
+        {
+            try
+            {
+                return Expression(row.m_text, scope).TryEvaluate(scope);
+            }
+            catch (const Error& e)
+            {
+                return e;
+            }
+        }();
+        EXPECT_EQ(Shown(kept), row.m_outcome) << row.m_text;
+    }
+    Evaluate("rename(order.lines[0], 'mug')", scope);
+    EXPECT_EQ(order.lines[0].item, "mug");
+    EXPECT_EQ(&Evaluate("order.lines[1]", scope).As<booth::Line&>(), &order.lines[1]);
+    EXPECT_EQ(Evaluate<booth::Line>("make(9)", scope).quantity, 9);
+}
+
+TEST(BoundObjects, AreAssignedTo)
+{
+    booth::Order order = MakeOrder();
+    const booth::Order fixed = MakeOrder();
+    Scope scope;
+    scope.Bind("order", order).Bind("fixed", fixed);
+    for (const char* text : {"order.lines[1].quantity = 5", "order.lines[1].price += 0.5", "order.customer = 'Bob'",
+                             "order.discount = 0.25", "order.rates['USD'] = 2", "order.rates['EUR'] += 1",
+                             "order.state = 'paid'", "order.port = 8080.0"})
+        EXPECT_TRUE(TryEvaluate(text, scope)) << text << ": " << Shown(TryEvaluate(text, scope));
+    EXPECT_EQ(order.lines[1].quantity, 5);
+    EXPECT_EQ(order.lines[1].price, 8.5);
+    EXPECT_EQ(order.customer, "Bob");
+    EXPECT_EQ(order.discount, 0.25);
+    EXPECT_EQ(order.rates, (std::map<std::string, double>{{"EUR", 2.5}, {"USD", 2.0}}));
+    EXPECT_EQ(order.state, booth::State::paid);
+    EXPECT_EQ(order.port, 8080);
+
+    order = MakeOrder();
+    constexpr Row rows[] = {
+        {"order.lines[1].quantity = 'a'", "2 25 No implicit conversion from value a to int32"},
+        {"order.lines[1].quantity = 1e10", "3 25 Value 1e+10 is out of range of int32"},
+        {"order.port = 70000", "4 12 Member 'port' of class booth::Order refuses 70000"},
+        {"order.port += 70000", "4 12 Member 'port' of class booth::Order refuses 70080"},
+        {"order.discount = 'a'", "2 16 No implicit conversion from value a to float64"},
+        {"order.rates['USD'] = 'a'", "2 20 No implicit conversion from value a to float64"},
+        {"order.rates['USD'] += 1", "3 18 Key USD is not there"},
+        {"order.lines[9] = 1", "3 14 Vector index 9 out of range"},
+        {"order.flags[0] = false", "2 16 Can't assign to const bool"},
+        {"fixed.port = 1", "2 12 Can't assign to const integer"},
+        {"fixed.rates['USD'] = 1", "2 20 Can't assign to const map"},
+        {"order.lines = 1", "2 13 Can't assign to list of booth::Line"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;
+    EXPECT_EQ(order.port, 80);
+    EXPECT_EQ(order.discount, std::nullopt);
+    EXPECT_EQ(order.rates.size(), 1u);
+    EXPECT_EQ(TryEvaluate("order.state = 'closed'", scope).GetError().GetKind(), ErrorKind::Name);
+    EXPECT_EQ(TryEvaluate("order.prot", scope).GetError().GetSuggestions(), std::vector<std::string>{"port"});
+}
+
+TEST(BoundObjects, AreParameters)
+{
+    const booth::Order order = MakeOrder();
+    Scope scope;
+    const Expression total("line.quantity * line.price", scope, {"line"});
+    double sum = 0;
+    for (const booth::Line& line : order.lines)
+        sum += total.Evaluate<double>(line);
+    EXPECT_EQ(sum, 75.0);
+    booth::Line line{"tea", 1, 1.0};
+    Expression("line.price = price", scope, {"line", "price"}).Evaluate(line, 2);
+    EXPECT_EQ(line.price, 2.0);
+    EXPECT_EQ(Expression("line.price = 3", scope, {"line"}).TryEvaluate(order.lines[0]).GetError().GetKind(),
+              ErrorKind::Type);
+}
+
+} // namespace
+
+} // namespace kelm
