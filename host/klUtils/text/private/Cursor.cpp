@@ -38,11 +38,7 @@ void FindValue(Lexeme& token)
 } // namespace
 
 Cursor::Cursor(const ParserBase& parser)
-    : m_token(parser.m_token)
-    , m_previous(&s_nonePassed)
-    , m_passed(&s_nonePassed)
-    , m_p(parser.m_str.m_p1)
-    , m_end(parser.m_str.m_p2)
+    : m_token(parser.m_token), m_previous(&s_nonePassed), m_p(parser.m_str.m_p1), m_end(parser.m_str.m_p2)
 {
     if (TOKEN_INTEGER <= m_token.m_kind && m_token.m_kind <= TOKEN_FLOAT)
         FindValue(m_token);
@@ -62,9 +58,8 @@ LSToken Cursor::GetPreviousToken(const ParserBase& parser) const
 // Of a token that has been passed, and was scanned here.
 [[gnu::always_inline]] inline LSToken Cursor::FindPreviousToken() const
 {
-    LSToken token(m_passedKind, {m_passed, m_passedEnd});
-    if (m_previous != m_passed)
-        FindTokenHere(m_previous, m_end, false, token);
+    LSToken token;
+    FindTokenHere(m_previous, m_end, false, token);
     return token;
 }
 

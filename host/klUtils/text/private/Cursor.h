@@ -73,59 +73,6 @@ public:
     // From the current token, an operator, to the text that is not scanned yet.
     SubString GetOperator() const { return {m_token.m_start, m_p}; }
 
-    // The same, with the end inlined too, behind an operand.
-    [[gnu::always_inline]] void NextInExpression()
-    {
-        const char* const start = SkipSpace(m_p, m_end);
-        if (start == m_end)
-            return SetEnd(m_token.m_kind, m_token.m_start, m_token.m_past);
-        const char* const before = m_token.m_start;
-        if (!TryScanHere(start, m_end, m_token))
-            return Next();
-        m_previous = before;
-        m_p = m_token.m_past;
-    }
-
-    // To the next token, and where that is a number that `take` takes, past it as well: whether it was. The number does
-    // not become the current token on the way unless there is a need.
-    template <class Take>
-    [[gnu::always_inline]] bool NextPastNumber(Take take)
-    {
-        const char* const start = SkipSpace(m_p, m_end);
-        if (start == m_end || StartOf(*start) != Start::Digit)
-        {
-            Next();
-            return false;
-        }
-        const ScannedNumber number = ScanNumberHere(start, m_end);
-        if (number.m_past != nullptr && take(number, SubString(start, number.m_past))) [[likely]]
-        {
-            const char* const behind = SkipSpace(number.m_past, m_end);
-            if (behind == m_end)
-            {
-                SetEnd(number.m_kind, start, number.m_past);
-                return true;
-            }
-            if (TryScanHere(behind, m_end, m_token))
-            {
-                m_previous = start;
-                m_p = m_token.m_past;
-                return true;
-            }
-            if (IsLongOperator(*behind))
-            {
-                m_previous = start;
-                return TryOperator(behind);
-            }
-            m_token.SetNumber(start, number);
-            m_p = number.m_past;
-            Next();
-            return true;
-        }
-        Next();
-        return false;
-    }
-
     // The same without throwing: false where there is no next token, which GetScanFailure then tells of.
     [[gnu::noinline]] bool TryNext() { return TryNextHere(); }
 
@@ -231,23 +178,10 @@ public:
         m_p = past;
         return true;
     }
+
     KLUTILS_API bool TryAnyNext();
 
     LSToken FindPreviousToken() const;
-
-    // To the end of the text from a token that is at hand: the cursor is soon given back then, with it as the
-    // previous one.
-    void SetEnd(EToken kind, const char* start, const char* past)
-    {
-        m_previous = start;
-        m_passed = start;
-        m_passedEnd = past;
-        m_passedKind = kind;
-        m_token.m_kind = TOKEN_END;
-        m_token.m_start = m_end;
-        m_token.m_past = m_end;
-        m_p = m_end;
-    }
 
     // The scanner has found no token: the current one is the previous one from now on.
     bool Stay()
@@ -258,10 +192,7 @@ public:
 
     Lexeme m_token;         // the current token
     const char* m_previous; // the first character of the one before it, which is scanned again where it is asked for
-    const char* m_passed;   // unless it is this: the last one of the text
-    const char* m_passedEnd;
-    EToken m_passedKind;
-    const char* m_p; // the text not yet scanned
+    const char* m_p;        // the text not yet scanned
     const char* m_end;
 };
 

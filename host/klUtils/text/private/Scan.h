@@ -13,6 +13,7 @@
 //                     where they are asked for; the rest (comments, quoted literals, long operators) is one call away
 //  6. Cursor.h        how a reader goes through lexemes, one ahead, in place of the parser's public members
 //     FastCursor.h    where tokens begin, in registers, for bodies and lists
+//     ExpressionCursor.h  where operands and operators take turns
 //     ExpectingCursor.h  for a reader that knows which token is likely
 //  7. Number.h, Quoted.h  the value, when it is asked for: an integer, the nearest float (NearestDouble.h), a text
 //                     without its escapes
