@@ -79,13 +79,19 @@ FieldStart StartOf(const Whole& whole)
 template <class T, class Whole>
 Result<T> TryGet(const Whole& whole, std::string_view path)
 {
-    static_assert(!std::is_same_v<T, std::string_view> && !std::is_pointer_v<T>,
-                  "Get gives copies: ask for a std::string");
-    T value{};
-    const Result<void> result =
-        GetField(StartOf(whole), path, s_typeOf<T>, &value,
-                 [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); });
-    return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
+    if constexpr (std::is_same_v<T, std::string_view> || std::is_pointer_v<T>)
+    {
+        static_assert(s_isNever<T>, "Get gives copies: ask for a std::string");
+        return GetErrorOfNone();
+    }
+    else
+    {
+        T value{};
+        const Result<void> result =
+            GetField(StartOf(whole), path, s_typeOf<T>, &value,
+                     [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); });
+        return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
+    }
 }
 
 template <class T, class Whole>

@@ -213,6 +213,21 @@ TEST(Structs, HaveErrorsAtTheirPlaces)
     EXPECT_EQ(Read<Config>("{ host = 'h' tcpPort = 8080 }").port, 8080);
 }
 
+TEST(Structs, NestedTooDeepAreErrorsWithTheInnerEndOfTheirPath)
+{
+    std::string text;
+    for (int i = 0; i < 2000; ++i)
+        text += "{ parts = [";
+    const Error error = TryRead<Part>(text).GetError();
+    EXPECT_THAT(error.GetMessage(), ::testing::HasSubstr("nested more than"));
+    EXPECT_THAT(error.GetFieldPath(), ::testing::StartsWith("...[0].parts[0].parts"));
+    std::string unknown = "{ nosuch = ";
+    unknown.append(1000000, '[');
+    EXPECT_FALSE(TryRead<Part>(unknown, UnknownMembers::PassOver));
+    unknown.append(1000000, ']').append("}");
+    EXPECT_TRUE(TryRead<Part>(unknown, UnknownMembers::PassOver));
+}
+
 TEST(Structs, PassOverUnknownMembersWhole)
 {
     for (const char* value : {"5", "-5", "+0x1f", "'text'", "true", "null", "red", "a.b::c", "int32 5",
