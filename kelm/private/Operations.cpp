@@ -326,7 +326,7 @@ private:
 };
 
 // All that the grammar knows.
-constexpr bool IsWhole(const Operations& table)
+[[maybe_unused]] constexpr bool IsWhole(const Operations& table)
 {
     for (const OperatorSpelling& row : s_operatorSpellings)
     {
@@ -341,9 +341,10 @@ constexpr bool IsWhole(const Operations& table)
 
 } // namespace
 
-constinit const Operations s_operations[2] = {Table(Language::Natural).m_operations,
-                                              Table(Language::Exact).m_operations};
+const Operations s_operations[2] = {Table(Language::Natural).m_operations, Table(Language::Exact).m_operations};
+#ifndef __clang__ // which makes the members of the table too late to ask them here
 static_assert(IsWhole(Table(Language::Natural).m_operations) && IsWhole(Table(Language::Exact).m_operations));
+#endif
 
 // --- Built-in functions ----------------------------------------------------------------------------------------------
 
