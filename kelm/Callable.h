@@ -33,6 +33,7 @@ struct Callable
     void* m_function = nullptr;
     int32 m_min = 0;            // so many arguments,
     int32 m_max = 0;            // and at most so many; -1 for any number
+    bool m_takesValues = false; // some of them as they are
     bool m_isMember = false;    // the first argument is the object
     ReflectionByteCode m_class; // whose type this is
 };
@@ -168,6 +169,7 @@ template <class... Ps>
 struct Parameters
 {
     static constexpr bool s_isVariadic = (s_isSpan<Ps> || ...);
+    static constexpr bool s_hasValues = s_isVariadic || (std::same_as<std::remove_cvref_t<Ps>, Value> || ...);
     static constexpr int32 s_count = static_cast<int32>(sizeof...(Ps)) - (s_isVariadic ? 1 : 0);
 };
 
@@ -202,6 +204,7 @@ Callable MakeCallable(F function)
     callable.m_destroy = [](void* f) noexcept { delete static_cast<F*>(f); };
     callable.m_min = List::s_count;
     callable.m_max = List::s_isVariadic ? -1 : List::s_count;
+    callable.m_takesValues = List::s_hasValues;
     callable.m_function = new F(std::move(function));
     return callable;
 }

@@ -316,6 +316,20 @@ Result<void> SetField(const FieldStart& start, std::string_view path, const Used
                    });
 }
 
+Scalar ScalarOf(const Value& value)
+{
+    switch (value.GetKind())
+    {
+    case Value::Kind::Bool: return Scalar(value.As<bool>());
+    case Value::Kind::Integer: return Scalar(value.As<int64>());
+    case Value::Kind::Float: return Scalar(value.As<float64>());
+    case Value::Kind::Text: return Scalar(value.As<std::string_view>());
+    case Value::Kind::None:
+    case Value::Kind::Object: break;
+    }
+    return Scalar();
+}
+
 Result<void> SetFieldToNull(const FieldStart& start, std::string_view path)
 {
     return AtField(start, path, EAccess::Write,

@@ -19,6 +19,7 @@
 #include <kelm/Result.h>
 #include <kelm/Scalar.h>
 #include <kelm/UsedType.h>
+#include <kelm/Value.h>
 #include <kelm/api.h>
 
 #include <cstddef>
@@ -61,6 +62,8 @@ struct FieldStart
 KELM_API Result<void> GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
                                void (*copy)(void* to, const void* from));
 KELM_API Result<void> SetField(const FieldStart& start, std::string_view path, const Scalar& value);
+// What an expression gave; none of an object. A text lies in the value.
+KELM_API Scalar ScalarOf(const Value& value);
 // `swap` exchanges the value with a field of the same type.
 KELM_API Result<void> SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,
                                void (*swap)(void* a, void* b));
@@ -108,7 +111,10 @@ Result<void> TrySet(Whole&& whole, std::string_view path, const V& value)
                       (std::is_lvalue_reference_v<Whole> && !std::is_const_v<W>),
                   "Set changes a field of a variable, which must neither be constant nor a temporary");
     const FieldStart start = StartOf(std::as_const(whole));
-    if constexpr (Number<V> || std::is_same_v<V, bool>)
+    if constexpr (std::is_same_v<V, Value>)
+        return value.GetKind() == Value::Kind::None ? SetFieldToNull(start, path)
+                                                    : SetField(start, path, ScalarOf(value));
+    else if constexpr (Number<V> || std::is_same_v<V, bool>)
         return SetField(start, path, Scalar(value));
     else if constexpr (std::is_same_v<V, std::nullptr_t> || std::is_same_v<V, std::nullopt_t>)
         return SetFieldToNull(start, path);

@@ -1,6 +1,7 @@
 #include <kelm/Value.h>
 
 #include <kelm/private/Operations.h>
+#include <klObject/values/WriteVariable.h>
 #include <klUtils/MessageOf.h>
 
 #include <limits>
@@ -42,7 +43,19 @@ std::string_view Value::GetText() const
 
 std::string Value::ToText() const
 {
-    return evaluation::Written(m_slot);
+    if (m_slot.m_kind != evaluation::Kind::Place)
+        return evaluation::Written(m_slot);
+    try
+    {
+        StringStream os(256);
+        WriteVariable(os, m_slot.GetType(), m_slot.m_address);
+        const xstring text = os.GetString();
+        return std::string(std::string_view(text));
+    }
+    catch (const WriteException& e)
+    {
+        throw Error({.m_kind = ErrorKind::Type, .m_message = e.what()});
+    }
 }
 
 std::ostream& operator<<(std::ostream& os, const Value& value)

@@ -223,7 +223,7 @@ std::string TextOf(const Scalar& scalar)
     };
     switch (scalar.m_kind)
     {
-    case Scalar::Kind::None: return {};
+    case Scalar::Kind::None: return "an object";
     case Scalar::Kind::Bool: return scalar.m_bool ? "true" : "false";
     case Scalar::Kind::Int64: return text(NumberText(scalar.m_int64));
     case Scalar::Kind::UInt64: return text(NumberText(scalar.m_uint64));

@@ -401,6 +401,8 @@ private:
             (function.m_max >= 0 && static_cast<std::size_t>(function.m_max) < count)) [[unlikely]]
             return FailCount(function, name, count, numObjects);
         Slot* const arguments = m_stack.m_top - count;
+        if (function.m_takesValues && !LoadArguments(arguments, count)) [[unlikely]]
+            return false;
         Slot result;
         result.SetNone();
         CallFrame frame{arguments, count, &result, &m_failure, -1};
@@ -409,6 +411,15 @@ private:
         if (result.m_kind == Kind::Place) [[unlikely]]
             KeepFrom(arguments, count, result);
         Return(arguments, count, result);
+        return true;
+    }
+
+    // A function that takes values sees variables of numbers and texts as these.
+    [[gnu::noinline]] bool LoadArguments(Slot* arguments, std::size_t count)
+    {
+        for (std::size_t i = 0; i < count; ++i)
+            if (arguments[i].m_kind == Kind::Place && IsThere(arguments[i]) && !LoadPlace(arguments[i], m_failure))
+                return false;
         return true;
     }
 

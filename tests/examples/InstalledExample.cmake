@@ -15,7 +15,7 @@ endfunction()
 
 # run_example(PROGRAM): what it must print.
 function(run_example program)
-    run("Roof: 70.7 degrees Fahrenheit\n" ${program} "weather.Reading { station = \"Roof\" celsius = 21.5 }")
+    run("Roof: 69.8 degrees Fahrenheit\n" ${program} "weather.Reading { station = \"Roof\" celsius = 21.0 }")
 endfunction()
 
 file(REMOVE_RECURSE ${WORK_DIR})
@@ -23,12 +23,16 @@ run("*" ${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${WORK_DIR}/installed)
 set(prefix ${WORK_DIR}/moved)
 file(RENAME ${WORK_DIR}/installed ${prefix})
 
-# By its package.
-set(project ${WORK_DIR}/project)
-run("*" ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${project} -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${prefix}
-        -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER} -DCMAKE_CXX_FLAGS=${FLAGS})
-run("*" ${CMAKE_COMMAND} --build ${project})
-run_example(${project}/thermometer)
+# build_project(SOURCE_DIR BINARY_DIR): by its package.
+function(build_project source binary)
+    run("*" ${CMAKE_COMMAND} -S ${source} -B ${binary} -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${prefix}
+            -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_COMPILER_LAUNCHER=${LAUNCHER} -DCMAKE_CXX_FLAGS=${FLAGS})
+    run("*" ${CMAKE_COMMAND} --build ${binary})
+endfunction()
+build_project(${SOURCE_DIR} ${WORK_DIR}/project)
+run_example(${WORK_DIR}/project/thermometer)
+build_project(${PROGRAMS_DIR} ${WORK_DIR}/programs)
+run("*" ${CMAKE_CTEST_COMMAND} --test-dir ${WORK_DIR}/programs --output-on-failure)
 
 # By pkg-config.
 set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)

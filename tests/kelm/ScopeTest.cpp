@@ -128,6 +128,23 @@ TEST(Scope, FunctionsOfEverySignature)
     EXPECT_EQ(Evaluate<std::string>("same('a' + 'b')", scope), "ab");
     EXPECT_EQ(Evaluate<int>("number() + number(1) + number(1, 'a', true)", scope), 4);
     EXPECT_EQ(Evaluate<std::string>("first('>', literal(), 2)", scope), ">text");
+
+    // Variables are numbers and texts for whoever takes values.
+    const std::string name = "roof";
+    const int floors = 3;
+    scope.Bind("name", name).Bind("floors", floors);
+    scope.Define("kind", [](const Value& v) { return static_cast<int>(v.GetKind()); });
+    scope.Define("joined",
+                 [](std::span<const Value> values)
+                 {
+                     std::string all;
+                     for (const Value& v : values)
+                         all += v.ToText();
+                     return all;
+                 });
+    EXPECT_EQ(Evaluate<std::string>("joined(name, ':', floors, 'a' + name)", scope), "roof:3aroof");
+    EXPECT_EQ(Evaluate<int>("kind(name) * 10 + kind(floors)", scope),
+              static_cast<int>(Value::Kind::Text) * 10 + static_cast<int>(Value::Kind::Integer));
     EXPECT_EQ(Evaluate<int>("counter() * 10 + counter()", scope), 12);
     EXPECT_EQ(Evaluate<bool>("false && negate(true)", scope), false);
 }
