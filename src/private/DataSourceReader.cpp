@@ -372,6 +372,15 @@ template <class Rules>
         return true;
     }
     case FT_VECTOR:
+        // Deep nesting is most often of these: a frame less.
+        if (const ReflectionByteCode elementType = type.GetTypeBehindByte();
+            !Rules::s_isRuled && bracket == '[' && elementType.GetCode() == FT_CLASS)
+            if (const ReflectedClass* const rc = elementType.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
+            {
+                cursor.Load(ReadInstances(op, *rc, *reinterpret_cast<VectorOfByte*>(data)));
+                return true;
+            }
+        [[fallthrough]];
     case FT_DYNARRAY:
         if (bracket != '[') [[unlikely]]
             return false;
@@ -390,12 +399,13 @@ template <class Rules>
 [[gnu::always_inline]] inline void BasicDataSourceReader<Rules>::ReadBehind(FastCursor& cursor,
                                                                             const ReflectionByteCode& type, char* data)
 {
-    const bool isRead =
-        type.m_bc != nullptr &&
-        WithSimpleType(
-            type.GetCode(),
-            [&](auto simple) { return simple.TryRead(cursor, [data] { return static_cast<void*>(data); }); },
-            [&] { return TryReadNesting(cursor, type, data); });
+    const bool isRead = type.m_bc != nullptr &&
+                        WithSimpleType(
+                            type.GetCode(),
+                            [&](auto simple) __attribute__((always_inline)) {
+                                return simple.TryRead(cursor, [data] { return static_cast<void*>(data); });
+                            },
+                            [&]() __attribute__((always_inline)) { return TryReadNesting(cursor, type, data); });
     if (!isRead) [[unlikely]]
         cursor.Load(ReadUnusual(cursor.GetOperator(), type, data));
 }
@@ -685,11 +695,8 @@ template <class Rules>
                                                                                   VectorOfByte& vector)
 {
     FastCursor cursor(m_cursor, bracket);
-    if (const char* const next = cursor.FindNext(); next != cursor.GetEnd() && *next == ']')
-    {
-        cursor.Move(next, next + 1);
+    if (cursor.TryPassEmpty<']'>())
         return cursor.GetPlace();
-    }
     ReflectionByteCode type = elementType;
     if (!IsSimple(type.GetCode()) && !IsUnderlying(type.GetCode()))
     {
@@ -729,10 +736,12 @@ Place BasicDataSourceReader<Rules>::ReadInstances(SubString bracket, const Refle
 {
     const ClassShape shape(rc);
     FastCursor cursor(m_cursor, bracket);
+    if (cursor.TryPassEmpty<']'>())
+        return cursor.GetPlace();
     do
     {
         cursor.GoHomeToNext();
-        m_cursor.Show();
+        m_cursor.ShowBehind(cursor.GetOperator());
         char* const instance = static_cast<char*>(PushBackDefaultConstructedInstance(rc, vector));
         if (m_cursor.Is(TOKEN_LEFT_CURLY)) [[likely]]
             cursor.Load(ReadMembers(m_cursor.GetOperator(), shape, instance));

@@ -208,6 +208,15 @@ public:
     // Writes the parser's members, for foreign code that is called now.
     void Show() const { StoreIn(m_parser); }
 
+    // The same where the previous token is known to be an operator of one character.
+    void ShowBehind(SubString op) const
+    {
+        const LSToken previous(s_operatorTrie.TokenOf(*op.m_p1), {op.m_p1, op.m_p1 + 1});
+        m_parser.m_prevToken = op.m_p1 == m_parser.m_token.m_str.m_p1 ? m_parser.m_token : previous;
+        m_parser.m_token = GetToken();
+        m_parser.m_str.m_p1 = m_p;
+    }
+
     ParserBase& GetParser() const { return m_parser; }
 
 private:

@@ -92,6 +92,19 @@ struct DigitRun
     return AppendOneByOne(p, end, number);
 }
 
+// The same where there are often more than sixteen, but seldom more than nineteen.
+[[gnu::always_inline]] inline DigitRun AppendManyDigits(const char* p, const char* end, uint64 number)
+{
+    if (end - p < s_blockSize + 4)
+        return AppendDigits(p, end, number);
+    const int count = FirstNotOf(Block(p).AreBetween('0', '9'));
+    if (count == 0)
+        return {p, number};
+    number = s_integerPowersOfTen[count] * number + ValueOfDigits(p, count);
+    const DigitRun run = AppendUpToThree(p + count, number); // of none where the block has told all
+    return run.m_past != nullptr ? run : AppendOneByOne(p + count, end, number);
+}
+
 // The same where there are often no more than three.
 [[gnu::always_inline]] inline DigitRun AppendFewDigits(const char* p, const char* end, uint64 number)
 {

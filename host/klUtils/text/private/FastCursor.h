@@ -139,6 +139,17 @@ public:
         return false;
     }
 
+    // At the opening bracket of a list: past the list, if it is empty.
+    template <char Bracket>
+    [[gnu::always_inline]] bool TryPassEmpty()
+    {
+        const char* const next = FindNext();
+        if (next == m_end || *next != Bracket) [[likely]]
+            return false;
+        Move(next, next + 1);
+        return true;
+    }
+
     // --- Home and back
 
     // The home cursor, gone to the current token.

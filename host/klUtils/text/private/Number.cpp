@@ -129,13 +129,46 @@ bool ReadByLibrary(Number number, SubString literal, Float& value)
     return CountSignificantDigits(literal) + number.m_exponent <= 0;
 }
 
+// The first digits of a literal that are not zero, as many as a number holds.
+uint64 FirstDigits(SubString literal)
+{
+    const char* p = literal.m_p1;
+    while (*p == '0' || *p == '.')
+        ++p;
+    uint64 digits = 0;
+    for (int i = 0; i < Number::s_maxDigits; ++p)
+        if (*p != '.')
+        {
+            digits = 10 * digits + DigitValue(*p);
+            ++i;
+        }
+    return digits;
+}
+
+// A number of more digits lies between that of its first ones and the next: where both are nearest to the same float,
+// it is too.
+template <class Float>
+bool ReadLong(Number number, SubString literal, int32 count, Float& value)
+{
+    constexpr int32 manyDigits = 1 << 20;
+    if (count > manyDigits)
+        return ReadByLibrary(number, literal, value);
+    const uint64 digits = FirstDigits(literal);
+    const int32 power = number.m_exponent + count - Number::s_maxDigits;
+    value = NearestFloat<Float>(digits, power);
+    if (value != NearestFloat<Float>(digits + 1, power))
+        return ReadByLibrary(number, literal, value);
+    return value <= std::numeric_limits<Float>::max();
+}
+
 template <class Float>
 bool ReadFloating(Number number, SubString literal, Float& value)
 {
     if (number.IsMalformed())
         return false;
-    if (!number.HasAllDigits() && CountSignificantDigits(literal) > Number::s_maxDigits)
-        return ReadByLibrary(number, literal, value);
+    if (!number.HasAllDigits())
+        if (const int32 count = CountSignificantDigits(literal); count > Number::s_maxDigits)
+            return ReadLong(number, literal, count, value);
     value = number.m_digits != 0 ? NearestFloat<Float>(number.m_digits, number.m_exponent) : Float(0);
     return value <= std::numeric_limits<Float>::max();
 }

@@ -92,7 +92,7 @@ KLUTILS_API void ScanRestOfNumber(const char* start, const char* end, ScannedNum
         // Found in any case: whether there is a whole part is as hard to foresee as how many zeros there are.
         const char* const notZero = SkipRun<Only<'0'>>(fraction, end);
         significant = scanned.m_digits == 0 ? notZero : fraction;
-        run = AppendDigits(significant, end, scanned.m_digits);
+        run = AppendManyDigits(significant, end, scanned.m_digits);
     }
     constexpr ssize_t farthest = std::numeric_limits<int32>::max() / 2;
     ssize_t places = run.m_past - fraction;

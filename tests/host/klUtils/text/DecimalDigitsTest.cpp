@@ -26,7 +26,8 @@ RC_GTEST_PROP(DecimalDigits, AreAppendedUpToTheFirstOtherByte, ())
     for (; size < text.size() && text[size] >= '0' && text[size] <= '9'; ++size)
         expected = 10 * expected + static_cast<uint64>(text[size] - '0');
 
-    for (const auto append : {text::AppendDigits, text::AppendFewDigits, text::AppendSomeDigits, text::AppendOneByOne})
+    for (const auto append : {text::AppendDigits, text::AppendFewDigits, text::AppendSomeDigits, text::AppendManyDigits,
+                              text::AppendOneByOne})
     {
         const text::DigitRun run = append(exact.data(), exact.data() + exact.size(), before);
         RC_ASSERT(run.m_past - exact.data() == static_cast<ssize_t>(size));
