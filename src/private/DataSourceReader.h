@@ -134,6 +134,7 @@ private:
 
     text::ParserCursor m_cursor;
     int m_foreignDepth = 0; // how many foreign values are being read, one in the other
+    VectorOfByte m_copies;  // elements of the one foreign list of scalars that is being read
     [[no_unique_address]] Rules m_rules;
 };
 

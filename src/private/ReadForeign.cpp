@@ -132,18 +132,32 @@ void BasicDataSourceReader<Rules>::ReadForeignList(const ForeignType& type, void
         return m_cursor.Pass(TOKEN_RIGHT_SQUARE, "]");
     }
     const ReflectionByteCode elementType = type.GetElementType(0);
-    m_cursor.Show();
-    fns.Clear(list);
+    if (fns.Count(list) > 0)
+    {
+        m_cursor.Show();
+        fns.Clear(list);
+    }
     if (fns.AppendCopies != nullptr)
     {
-        VectorOfByte elements;
-        ReadVector(elementType, elements);
-        if (!elements.empty())
-            fns.AppendCopies(list, elements.data(), elements.size() / elementType.GetTypeSize());
+        m_copies.clear();
+        ReadVector(elementType, m_copies);
+        if (!m_copies.empty())
+            fns.AppendCopies(list, m_copies.data(), m_copies.size() / elementType.GetTypeSize());
         return;
     }
     if (!PassListStart())
         return;
+    if (const ReflectedClass* const rc = elementType.GetReflectedClass())
+    {
+        const ClassShape shape(*rc);
+        do
+        {
+            m_cursor.Show();
+            auto* const element = static_cast<char*>(fns.Append(list));
+            m_rules.AtIndex([&] { return fns.Count(list) - 1; }, [&] { ReadInstance(shape, element); });
+        } while (!PassEndOrComma(m_cursor));
+        return;
+    }
     do
     {
         m_cursor.Show();

@@ -2,6 +2,7 @@
 
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ClassModel.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/Utf16FromUtf8.h>
@@ -113,6 +114,7 @@ public:
         case FT_INTERFACE_POINTER: return Object(Load<ptr<IObject>>(data));
         case FT_PREF:
         case FT_CREF: return Object(static_cast<const prefbase*>(data)->Get());
+        case FT_FOREIGN: return Foreign(type.GetForeignType(), data);
         case FT_INT128:
         case FT_UINT128: throw JsonException("JSON has no form for a 128-bit integer");
         default: break;
@@ -231,6 +233,57 @@ private:
         Elements(type, vector.data(), vector.size() / size);
     }
 
+    // An optional is what it holds or null, a variant an object of one member.
+    void Foreign(const ForeignType& type, const void* data)
+    {
+        switch (type.GetForm())
+        {
+        case FF_TEXT:
+        {
+            char buffer[ForeignTextFns::BufferSize];
+            const SubString text = type.m_text->Get(data, buffer);
+            if (type.m_text->m_isIdentifier && text.empty())
+                return m_json.Integer(type.m_text->GetNumber(data));
+            return m_json.Text({text.data(), static_cast<std::size_t>(text.size())});
+        }
+        case FF_LIST:
+            m_json.BeginArray();
+            for (ssize_t i = 0; i < type.m_list->Count(data); ++i)
+                Variable(type.GetElementType(i), type.m_list->At(const_cast<void*>(data), i));
+            return m_json.EndArray();
+        case FF_MAP: return ForeignMap(type, data);
+        case FF_CHOICE: return ForeignChoice(type, data);
+        }
+    }
+
+    void ForeignChoice(const ForeignType& type, const void* choice)
+    {
+        const int32 index = type.m_choice->GetIndex(choice);
+        if (index < 0)
+            return m_json.Null();
+        if (type.m_choice->m_names != nullptr)
+        {
+            m_json.BeginObject();
+            m_json.Name(type.m_choice->m_names[index]);
+        }
+        Variable(type.GetPartType(index), type.m_choice->GetValue(choice));
+        if (type.m_choice->m_names != nullptr)
+            m_json.EndObject();
+    }
+
+    void ForeignMap(const ForeignType& type, const void* map)
+    {
+        const bool isSet = type.m_numParts == 1;
+        ReflectionByteCode keyType = type.GetPartType(0);
+        keyType.AdvanceToUnderlyingType2();
+        const bool hasTextKeys =
+            !isSet && keyType.GetCode() == FT_FOREIGN && keyType.GetForeignType().GetForm() == FF_TEXT;
+        Walk walk{*this, keyType, isSet ? ReflectionByteCode() : type.GetPartType(1), hasTextKeys};
+        hasTextKeys ? m_json.BeginObject() : m_json.BeginArray();
+        Entries(walk, *type.m_map, map);
+        hasTextKeys ? m_json.EndObject() : m_json.EndArray();
+    }
+
     // A walk over the entries of a map or set calls back without exceptions, which wait until it is over.
     struct Walk
     {
@@ -239,6 +292,15 @@ private:
         ReflectionByteCode m_payloadType; // none for a set
         bool m_hasTextKeys;
         std::exception_ptr m_failure = nullptr;
+
+        std::string GetKeyText(const void* key) const
+        {
+            if (m_keyType.GetCode() != FT_FOREIGN)
+                return std::string(static_cast<const xstring*>(key)->view());
+            char buffer[ForeignTextFns::BufferSize];
+            const SubString text = m_keyType.GetForeignType().m_text->Get(key, buffer);
+            return std::string(text.begin(), text.end());
+        }
 
         bool TryWrite(const void* key, const void* payload)
         {
@@ -260,7 +322,7 @@ private:
                 return m_writer.Variable(m_keyType, key);
             if (m_hasTextKeys)
             {
-                m_writer.m_json.Name(static_cast<const xstring*>(key)->view());
+                m_writer.m_json.Name(GetKeyText(key));
                 return m_writer.Variable(m_payloadType, payload);
             }
             m_writer.m_json.BeginArray();
@@ -290,7 +352,7 @@ private:
         payloadType.ScanType();
         ReflectionByteCode underlyingKeyType = keyType;
         underlyingKeyType.AdvanceToUnderlyingType2();
-        Walk walk{*this, keyType, payloadType, underlyingKeyType.GetCode() == FT_STRING8};
+        Walk walk{*this, underlyingKeyType, payloadType, underlyingKeyType.GetCode() == FT_STRING8};
         walk.m_hasTextKeys ? m_json.BeginObject() : m_json.BeginArray();
         Entries(walk, *type.m_mapOrSetFns->mapFns, map);
         walk.m_hasTextKeys ? m_json.EndObject() : m_json.EndArray();

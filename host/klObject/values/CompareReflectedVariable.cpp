@@ -407,7 +407,7 @@ int CompareForeignTypes(const ForeignType& a, const ForeignType& b)
     if (const int order = Order(a.m_numParts, b.m_numParts))
         return order;
     if (a.m_form == FF_TEXT)
-        return CompareTexts(a.m_text->m_what, b.m_text->m_what);
+        return Order(a.m_name.compare(b.m_name), 0);
     const auto isNamed = [](const ForeignType& type)
     { return type.m_form == FF_CHOICE && type.m_choice->m_names != nullptr; };
     if (const int order = Order(isNamed(a), isNamed(b)))

@@ -135,6 +135,7 @@ private:
     char* WriteForeign(char* p, const ForeignType& type, const void* data, Before before);
     char* WriteForeignText(char* p, const ForeignTextFns& fns, const void* text);
     char* WriteForeignList(char* p, const ForeignType& type, const char* list, Before before);
+    char* WriteContiguous(char* p, const WrittenElement& element, const ForeignListFns& fns, const char* list);
     char* WriteForeignMap(char* p, const ForeignType& type, const void* map);
     char* WriteForeignChoice(char* p, const ForeignType& type, const void* choice);
     char* WriteForeignAlternative(char* p, const ForeignType& type, int32 index, const void* value);
@@ -372,7 +373,12 @@ char* Writer::WriteOtherMember(char* p, const WrittenMember& member, const char*
         return WriteVector(p, *member.m_element, *reinterpret_cast<const VectorOfByte*>(data),
                            before.At(member.m_offset));
     if (member.m_kind == VK_FOREIGN)
-        return WriteForeign(p, member.m_type.GetForeignType(), data, before.At(member.m_offset));
+    {
+        const ForeignType& type = member.m_type.GetForeignType();
+        if (member.m_element)
+            return WriteContiguous(p, *member.m_element, *type.m_list, data);
+        return WriteForeign(p, type, data, before.At(member.m_offset));
+    }
     return WriteUnderlying(p, member.m_type, data, before.At(member.m_offset));
 }
 
@@ -461,14 +467,16 @@ char* Writer::WriteVector(char* p, const WrittenElement& element, const VectorOf
 {
     const ssize_t size = element.m_size;
     KELM_ASSERT(size > 0 || vector.empty()); // elements without bytes leave no trace of their number
-    static const VectorOfByte s_none;
-    const auto& kept = m_isWhole ? s_none : *static_cast<const VectorOfByte*>(before.Get());
-    if (!kept.empty() && !BeginsWith(vector, kept, element.m_type, size))
-        Throw({"it does not begin with the ", NumberText(kept.size() / size),
-               " elements that are there before reading, which only appends"});
-
+    ssize_t first = 0;
+    if (!m_isWhole)
+    {
+        const auto& kept = *static_cast<const VectorOfByte*>(before.Get());
+        if (!kept.empty() && !BeginsWith(vector, kept, element.m_type, size))
+            Throw({"it does not begin with the ", NumberText(kept.size() / size),
+                   " elements that are there before reading, which only appends"});
+        first = kept.empty() ? 0 : kept.size() / size;
+    }
     const ssize_t count = vector.empty() ? 0 : vector.size() / size;
-    const ssize_t first = kept.empty() ? 0 : kept.size() / size;
     return element.m_kind == VK_SCALAR ? WriteScalars(p, element.m_code, vector.data(), first, count)
                                        : WriteElements(p, element, vector.data(), first, count, nullptr);
 }
@@ -645,11 +653,18 @@ char* Writer::WriteForeignList(char* p, const ForeignType& type, const char* lis
     }
     const WrittenElement element(type.GetElementType(0));
     if (fns.m_isContiguous)
-        return WriteElements(p, element, count > 0 ? at(0) : nullptr, 0, count, nullptr);
+        return WriteContiguous(p, element, fns, list);
     DefaultVariable newElement(element.m_type);
     return WriteEach(p, 0, count, IsShort(element),
                      [&](char* end, ssize_t i)
                      { return WriteUnderlying(end, element.m_type, at(i), Before(newElement)); });
+}
+
+char* Writer::WriteContiguous(char* p, const WrittenElement& element, const ForeignListFns& fns, const char* list)
+{
+    const ssize_t count = fns.Count(list);
+    const void* const elements = count > 0 ? fns.At(const_cast<char*>(list), 0) : nullptr;
+    return WriteElements(p, element, static_cast<const char*>(elements), 0, count, nullptr);
 }
 
 char* Writer::WriteForeignMap(char* p, const ForeignType& type, const void* map)

@@ -129,6 +129,10 @@ WrittenMember::WrittenMember(ReflectionByteCode type, ssize_t offset, ConstStrin
 {
     if (m_kind == VK_VECTOR)
         m_element.emplace(m_type.GetElementType());
+    if (m_kind == VK_FOREIGN)
+        if (const ForeignType& foreign = m_type.GetForeignType();
+            foreign.GetForm() == FF_LIST && foreign.m_list->m_isContiguous)
+            m_element.emplace(foreign.GetElementType(0));
 }
 
 SubString LastIdentifier(SubString name)

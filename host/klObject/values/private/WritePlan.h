@@ -45,7 +45,7 @@ struct WrittenMember : WrittenType
     const char* m_lineText;  // "name = ": on a line of its own
     ssize_t m_offset;        // from the start of the instance
     ConstStringZ m_name;
-    std::optional<WrittenElement> m_element; // of a vector
+    std::optional<WrittenElement> m_element; // of a vector, or of a foreign list whose elements lie side by side
 };
 
 struct WritePlan
