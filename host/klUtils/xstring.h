@@ -20,7 +20,6 @@
 #include <compare>
 #include <cstring>
 #include <iosfwd>
-#include <iterator>
 #include <limits>
 #include <new>
 #include <string_view>

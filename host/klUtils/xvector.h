@@ -14,7 +14,6 @@
 #include <concepts>
 #include <cstring>
 #include <initializer_list>
-#include <iterator>
 #include <limits>
 #include <new>
 #include <type_traits>

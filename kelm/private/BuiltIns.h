@@ -6,14 +6,14 @@ namespace kelm
 {
 
 // The names that expressions know, for help, completion and suggestions.
-struct BuiltIn
+struct BuiltInSummary
 {
     ConstStringZ m_name;
     ConstStringZ m_parameter; // null for the constants
     ConstStringZ m_summary;
 };
 
-inline constexpr BuiltIn s_builtIns[] = {
+inline constexpr BuiltInSummary s_builtIns[] = {
     {"false", nullptr, "the bool false"},
     {"true", nullptr, "the bool true"},
     {"len", "x", "refused for every value"},

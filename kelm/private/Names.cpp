@@ -29,7 +29,7 @@ std::string_view LastPart(std::string_view qualifiedName)
 std::vector<std::string> BuiltInNames()
 {
     std::vector<std::string> names;
-    for (const BuiltIn& builtIn : s_builtIns)
+    for (const BuiltInSummary& builtIn : s_builtIns)
         names.emplace_back(builtIn.m_name);
     return names;
 }

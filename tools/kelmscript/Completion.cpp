@@ -78,7 +78,7 @@ std::vector<std::string> StartingWith(const std::string& beginning, const std::v
 std::vector<std::string> CompleteBuiltIn(const std::string& beginning)
 {
     std::vector<std::string> names;
-    for (const BuiltIn& builtIn : s_builtIns)
+    for (const BuiltInSummary& builtIn : s_builtIns)
         names.push_back(std::string(builtIn.m_name) + (builtIn.m_parameter != nullptr ? "(" : ""));
     return StartingWith(beginning, names);
 }

@@ -361,7 +361,7 @@ bool Repl::Help(const std::string&)
     for (const Command& command : s_commands)
         PutRow(command.m_synopsis, command.m_summary);
     PutLine("\nNames in expressions:\n");
-    for (const BuiltIn& builtIn : s_builtIns)
+    for (const BuiltInSummary& builtIn : s_builtIns)
     {
         const std::string parameters = builtIn.m_parameter ? "(" + std::string(builtIn.m_parameter) + ")" : "";
         PutRow(builtIn.m_name + parameters, builtIn.m_summary);

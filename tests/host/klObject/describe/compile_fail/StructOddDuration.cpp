@@ -1,4 +1,5 @@
-// error: shop::Article::frames cannot be described: it is or holds a long double, a wchar_t, or a duration of no whole number of nanoseconds
+// error: shop::Article::frames cannot be described: it is or holds a long double
+// error: , a wchar_t, or a duration of no whole number of nanoseconds
 #include <klObject/describe/Describe.h>
 
 #include <chrono>

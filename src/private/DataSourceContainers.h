@@ -1,0 +1,276 @@
+#pragma once
+
+// Lists, maps and variants of data sources, for DataSourceReader.cpp, which includes this behind all that they need.
+
+#include <klKelmScript/private/DataSourceReader.h>
+
+namespace kelm
+{
+
+// --- Lists -----------------------------------------------------------------------------------------------------------
+
+// Opens a bracketed list; false where it is empty, which is consumed.
+template <class Rules>
+bool BasicDataSourceReader<Rules>::PassListStart()
+{
+    m_cursor.Pass(TOKEN_LEFT_SQUARE, "[");
+    if (!m_cursor.Is(TOKEN_RIGHT_SQUARE))
+        return true;
+    m_cursor.Next();
+    return false;
+}
+
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadArray(const ReflectionByteCode& elementType, ssize_t count, void* data)
+{
+    const ssize_t size = count;
+    KELM_ASSERT(size >= 0);
+    if (size > 0)
+        KELM_ASSERT(data);
+    const ssize_t elementSize = elementType.GetTypeSize();
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    FastCursor cursor(m_cursor, m_cursor.GetOperator());
+    for (ssize_t i = 0; i < size; ++i)
+    {
+        if (i > 0)
+            cursor.TakeOperatorOrThrow<','>();
+        char* const element = static_cast<char*>(data) + i * elementSize;
+        if constexpr (Rules::s_isRuled)
+            cursor.Load(m_rules.AtIndex([i] { return i; },
+                                        [&, cursor] { return ReadOneBehind(cursor, elementType, element); }));
+        else
+            cursor.Load(ReadOneBehind(cursor, elementType, element));
+    }
+    if (size == 0)
+        cursor.MovePastOperator();
+    cursor.TakeOperatorOrThrow<']'>();
+    cursor.MovePastOperator();
+    cursor.GoHome();
+}
+
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadVector(const ReflectionByteCode& elementType, VectorOfByte& vector)
+{
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    m_cursor.MoveTo(ReadElements(m_cursor.GetOperator(), elementType, vector));
+}
+
+// Each kind of element has a loop that looks at its type once.
+template <class Rules>
+[[gnu::always_inline]] inline Place BasicDataSourceReader<Rules>::ReadAllElements(SubString bracket,
+                                                                                  const ReflectionByteCode& elementType,
+                                                                                  VectorOfByte& vector)
+{
+    FastCursor cursor(m_cursor, bracket);
+    if (cursor.TryPassEmpty<']'>())
+        return cursor.GetPlace();
+    ReflectionByteCode type = elementType;
+    if (!IsSimple(type.GetCode()) && !IsUnderlying(type.GetCode()))
+    {
+        cursor.GoHomeToNext();
+        type.AdvanceToUnderlyingType2();
+    }
+    return WithSimpleType(
+        type.GetCode(), [&](auto simple) { return ReadElementsOf<decltype(simple)>(m_cursor, bracket, vector); },
+        [&]
+        {
+            if (const ReflectedClass* const rc = type.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
+                return ReadInstances(bracket, *rc, vector);
+            if (const ReflectedEnum* const r = type.GetReflectedEnum())
+                return ReadEnumerators(bracket, *r, vector);
+            return ReadOthers(bracket, type, vector);
+        });
+}
+
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadElements(SubString bracket, const ReflectionByteCode& elementType,
+                                                 VectorOfByte& vector)
+{
+    if constexpr (Rules::s_isRuled)
+    {
+        Clear(elementType, vector);
+        return m_rules.AtIndex([&] { return vector.size() / elementType.GetTypeSize() - 1; },
+                               [&] { return ReadAllElements(bracket, elementType, vector); });
+    }
+    else
+    {
+        return ReadAllElements(bracket, elementType, vector);
+    }
+}
+
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector)
+{
+    const ClassShape shape(rc);
+    FastCursor cursor(m_cursor, bracket);
+    if (cursor.TryPassEmpty<']'>())
+        return cursor.GetPlace();
+    do
+    {
+        cursor.GoHomeToNext();
+        m_cursor.ShowBehind(cursor.GetOperator());
+        char* const instance = static_cast<char*>(PushBackDefaultConstructedInstance(rc, vector));
+        if (m_cursor.Is(TOKEN_LEFT_CURLY)) [[likely]]
+            cursor.Load(ReadMembers(m_cursor.GetOperator(), shape, instance));
+        else
+        {
+            ReadInstance(shape, instance);
+            cursor.Load();
+        }
+    } while (cursor.TakeCommaOrPassEnd<']'>());
+    return cursor.GetPlace();
+}
+
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector)
+{
+    FastCursor cursor(m_cursor, bracket);
+    do
+    {
+        int32 value = 0;
+        if (TryReadEnumerator(cursor, r, &value)) [[likely]]
+            Store(vector.Extend(sizeof value), value);
+        else
+        {
+            cursor.GoHomeToNext();
+            char* const element = vector.Extend(sizeof value);
+            Store(element, value);
+            ReadEnumerator(r, element);
+            cursor.Load();
+        }
+    } while (cursor.TakeCommaOrPassEnd<']'>());
+    return cursor.GetPlace();
+}
+
+// Lists in lists need nothing to be constructed; whatever else there is comes seldom.
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector)
+{
+    if (IsStackLow())
+    {
+        Place behind;
+        CallOnFreshSegment([=, this, &vector, &behind] { behind = ReadOthers(bracket, type, vector); });
+        return behind;
+    }
+    FastCursor cursor(m_cursor, bracket);
+    do
+    {
+        const char* const next = cursor.FindNext();
+        if (type.GetCode() == FT_VECTOR && next != cursor.GetEnd() && *next == '[')
+        {
+            auto* const element = ::new (static_cast<void*>(vector.Extend(sizeof(VectorOfByte)))) VectorOfByte;
+            cursor.Load(ReadElements({next, next + 1}, type.GetTypeBehindByte(), *element));
+            continue;
+        }
+        cursor.GoHomeToNext();
+        m_cursor.Show();
+        ReadValue(type, PushBackDefaultConstructedElementOntoReflectedVector(type, &vector));
+        cursor.Load();
+    } while (cursor.TakeCommaOrPassEnd<']'>());
+    return cursor.GetPlace();
+}
+
+// --- Maps ------------------------------------------------------------------------------------------------------------
+
+namespace
+{
+
+// Room for bytes of any number: on the stack unless they are many. They are zero, and nothing in them is destroyed.
+class ByteBuffer
+{
+public:
+    explicit ByteBuffer(ssize_t size)
+    {
+        if (size > static_cast<ssize_t>(sizeof m_small))
+            m_large.resize(size);
+    }
+    void* Get() { return m_large.empty() ? m_small : m_large.data(); }
+
+private:
+    alignas(std::max_align_t) char m_small[64] = {};
+    VectorOfByte m_large;
+};
+
+} // namespace
+
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, void* map)
+{
+    const ReflectionByteCode rbc = mapType;
+    // The key goes with the map's own function table; those of maps in the payload follow it.
+    ReflectionByteCode keyType = rbc.GetElementType();
+    keyType.m_mapOrSetFns = rbc.m_mapOrSetFns;
+    ReflectionByteCode payloadType = keyType;
+    payloadType.ScanType();
+    KELM_ASSERT(rbc.m_mapOrSetFns);
+    KELM_ASSERT(rbc.m_mapOrSetFns->mapFns);
+    payloadType.m_mapOrSetFns = rbc.m_mapOrSetFns + 1;
+    const MapFns& mapFns = *rbc.m_mapOrSetFns->mapFns;
+
+    const ssize_t keySize = keyType.GetTypeSize();
+    KELM_ASSERT(keySize > 0);
+    ByteBuffer buffer(keySize);
+    void* const key = buffer.Get(); // one key variable for the whole map, which is not destroyed at the end
+    m_cursor.Show();
+    if constexpr (!Rules::s_isRuled)
+        ConstructReflectedVariable(keyType, key);
+    else if (mapFns.Count(map) > 0)
+        Renew(rbc, map);
+
+    if (!PassListStart())
+        return;
+    while (true)
+    {
+        [[maybe_unused]] const typename Rules::KeyScope fresh(keyType, key);
+        [[maybe_unused]] const char* const keyPlace = m_cursor.GetText().m_p1;
+        ReadValue(keyType, key);
+        [[maybe_unused]] const SubString writtenKey(keyPlace, m_cursor.GetText().m_p1);
+        m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
+        m_cursor.Show();
+        if constexpr (Rules::s_isRuled)
+        {
+            const ssize_t count = mapFns.Count(map);
+            void* const payload = mapFns.Insert(map, key);
+            if (mapFns.Count(map) == count)
+                Renew(payloadType, payload);
+            m_rules.AtKey(writtenKey, [&] { ReadValue(payloadType, payload); });
+        }
+        else
+        {
+            ReadValue(payloadType, mapFns.Insert(map, key));
+        }
+        if (m_cursor.Is(TOKEN_RIGHT_SQUARE))
+            return m_cursor.Next();
+        m_cursor.Pass(TOKEN_COMMA, ",");
+    }
+}
+
+// --- Variants --------------------------------------------------------------------------------------------------------
+
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadVariant(const ReflectedVariant& rv, void* data)
+{
+    const char* const place = m_cursor.GetText().m_p1;
+    const xstring written = text::ReadPath(m_cursor);
+    const int32 i = FindAlternative(rv, written, IsPathSuffix);
+    if (i < 0)
+        ThrowUnknown("member", written, "variant", rv.m_name, place);
+    m_cursor.Show();
+    void* value = nullptr;
+    if constexpr (Rules::s_isRuled)
+    {
+        ByteBuffer before(rv.m_size); // variants move as bytes
+        std::memcpy(before.Get(), data, static_cast<std::size_t>(rv.m_size));
+        value = SwitchAlternative(rv, i, data);
+        DestroyAlternative(rv, before.Get());
+    }
+    else
+    {
+        value = SwitchAlternative(rv, i, data);
+    }
+    ReadValue({rv.m_fields[i].m_bc, rv.m_stringTable}, value);
+}
+
+} // namespace kelm
