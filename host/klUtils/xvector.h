@@ -151,7 +151,15 @@ public:
         try
         {
             if constexpr (std::forward_iterator<Iterator>)
-                m_bytes.MakeRoom(ToBytes(static_cast<ssize_t>(std::ranges::distance(first, last))));
+            {
+                ssize_t count = 0;
+                if constexpr (std::sized_sentinel_for<Sentinel, Iterator>)
+                    count = static_cast<ssize_t>(last - first);
+                else
+                    for (Iterator i = first; i != last; ++i)
+                        ++count;
+                m_bytes.MakeRoom(ToBytes(count));
+            }
             for (; first != last; ++first)
                 emplace_back(*first);
         }
