@@ -39,6 +39,9 @@ if(KELM_SANITIZE)
         # A script value's payload lies at an offset of 4 by design, so its 8-octet members are not naturally aligned.
         # Scalars are read through byte copies; strings and reflected values are used where they lie. x86-64 allows it.
         add_compile_options(-fno-sanitize=alignment -fno-sanitize-recover=all)
+        # With its checks for null g++ takes no address for a constant, and described types' tables are made of addresses
+        # at compile time. A null that is used is found by the address sanitizer.
+        add_compile_options(-fno-sanitize=null,nonnull-attribute,returns-nonnull-attribute)
         # The type check of virtual calls needs one copy of every type's description, which hidden visibility forbids.
         add_compile_options(-fno-sanitize=vptr)
     endif()
