@@ -362,8 +362,8 @@ TEST(Library, ExportsItsRegistrationByTheirPlainNames)
 
 TEST(Library, IsLoadedWithAllThatItStandsOn)
 {
-    for (const char* name :
-         {"libklKelmScript.so", "libklUtils.so", "libklObject.so", "libklPersistStore.so", "libklMacroExpander.so"})
+    for (const char* name : {"libklKelmScript.so.0", "libklUtils.so.0", "libklObject.so.0", "libklPersistStore.so.0",
+                             "libklMacroExpander.so.0"})
     {
         void* const library = dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
         EXPECT_NE(library, nullptr) << name;
