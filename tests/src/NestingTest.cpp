@@ -233,8 +233,7 @@ template <class T>
 class DeepCopies : public DeepValues<T>
 {
 };
-using CopiedKinds = testing::Types<nesting::ByVector>;
-TYPED_TEST_SUITE(DeepCopies, CopiedKinds);
+TYPED_TEST_SUITE(DeepCopies, Kinds);
 
 TYPED_TEST(DeepCopies, AreEqual)
 {
