@@ -57,12 +57,14 @@ if(KELM_COVERAGE)
     add_link_options(--coverage)
 endif()
 
-# The tree's own include root: build/<preset>/include/klKelmScript stands for src/ and include/kelm for kelm/, so that the
-# include lines <kelm/kelm.h> and <klKelmScript/KSValue.h> are the same here and after installation.
+# The tree's own include root: build/<preset>/include/klKelmScript stands for src/, include/kelm for kelm/ and
+# include/kelmDocument for document/, so that the include lines <kelm/kelm.h> and <klKelmScript/KSValue.h> are the same
+# here and after installation.
 set(KELM_INCLUDE_DIR ${PROJECT_BINARY_DIR}/include)
 file(MAKE_DIRECTORY ${KELM_INCLUDE_DIR})
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src ${KELM_INCLUDE_DIR}/klKelmScript SYMBOLIC)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/kelm ${KELM_INCLUDE_DIR}/kelm SYMBOLIC)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/document ${KELM_INCLUDE_DIR}/kelmDocument SYMBOLIC)
 
 # kelm_library(NAME SOURCES... [DEPENDS libs...]): a library of the house with its headers' include root.
 function(kelm_library name)
