@@ -30,29 +30,34 @@ char* PutWideDecimal(char* p, uint128 number)
     return PutEightDigits(PutEightDigits(PutDecimal(p, upper), lower / 100'000'000), lower % 100'000'000);
 }
 
-// Seventeen digits of a float, the first one not zero. The functions that share them are called last and take them by
-// value, so that everything stays in registers.
-struct Digits
+// All bits, or none.
+constexpr uint64 MaskOf(bool isSet)
 {
-    uint64 m_first;
-    SixteenDigits m_others;
-};
-
-inline void PutDigits(char* p, Digits digits)
-{
-    *p = static_cast<char>('0' + digits.m_first);
-    digits.m_others.Put(p + 1);
+    return 0 - static_cast<uint64>(isSet);
 }
 
-// Of `count` digits the first counts ten to the `exponent`: "12.5", "0.00125", "100.0".
-[[gnu::noinline]] char* PutFixed(char* p, Digits digits, int count, int exponent)
+// The digits of a float, seventeen with at most one zero before the others. The functions that share them are called
+// last and take them by value, so that everything stays in registers.
+struct Digits
 {
-    if (exponent < 0)
-    {
-        PutLiteral(p, "0.000");
-        PutDigits(p + 1 - exponent, digits);
-        return p + 1 - exponent + count;
-    }
+    SixteenDigits m_upper;
+    uint64 m_last;
+    int m_leadingZeros;
+};
+
+// From the first that is not zero on.
+inline void PutDigits(char* p, Digits digits)
+{
+    constexpr std::size_t upperDigits = 16;
+    digits.m_upper.Put(p);
+    p[upperDigits] = static_cast<char>('0' + digits.m_last);
+    if (digits.m_leadingZeros != 0)
+        std::memmove(p, p + 1, upperDigits);
+}
+
+// Of `count` digits the first counts ten to the `exponent`, and the point stands behind more than seven: "12500000.0".
+[[gnu::noinline]] char* PutLongFixed(char* p, Digits digits, int count, int exponent)
+{
     if (exponent >= count - 1)
     {
         PutDigits(p, digits);
@@ -68,8 +73,8 @@ inline void PutDigits(char* p, Digits digits)
 [[gnu::noinline]] char* PutScientific(char* p, Digits digits, int count, int exponent)
 {
     PutDigits(p + 1, digits);
-    *p++ = static_cast<char>('0' + digits.m_first);
-    *p = '.';
+    *p = p[1];
+    *++p = '.';
     p += count == 1 ? 0 : count;
     *p++ = 'e';
     *p++ = exponent < 0 ? '-' : '+';
@@ -85,38 +90,60 @@ inline void PutDigits(char* p, Digits digits)
     return PutLiteral(PutWideDecimal(p, uint128(parts.m_significand) << parts.m_exponent), ".0");
 }
 
-// The shorter of the fixed and the scientific form, or the fixed one.
+// Where the fixed form is longer than the scientific one.
+bool IsScientific(int count, int exponent)
+{
+    constexpr int maxZeros = 5;
+    constexpr int minExponent = -4;
+    const bool isOneDigit = count == 1;
+    return exponent - count + 1 > maxZeros - isOneDigit || exponent < minExponent + isOneDigit;
+}
+
+// The shorter of the fixed and the scientific form, or the fixed one. What nobody can foresee of a number decides no
+// branch.
 template <class Bits>
 [[gnu::noinline]] char* PutDecimal(char* p, Decimal decimal, Bits magnitude)
 {
     constexpr uint32 eightDigits = 100'000'000;
-    constexpr uint64 lastPlace = uint64(eightDigits) * eightDigits;
-    for (; decimal.m_digits < lastPlace; decimal.m_digits *= 10)
-        --decimal.m_exponent;
-    const int exponent = decimal.m_exponent + 16;
-    const auto upper = static_cast<uint32>(decimal.m_digits / eightDigits);
-    const uint32 first = upper / eightDigits;
-    const SixteenDigits others(upper % eightDigits, decimal.m_digits % eightDigits);
-    const int count = 1 + others.Count();
-
-    const int whole = exponent + 1;
-    if (0 < whole && whole < count && whole < 8) [[likely]]
+    constexpr uint64 fifteenDigits = uint64(10'000'000) * eightDigits;
+    if constexpr (sizeof(Bits) == sizeof(uint32))
     {
-        // The point between the digits that fill the first word.
-        others.Put(p + 2);
-        const uint64 firstEight = others.GetFirstEight() << 8 | first | s_eightZeros;
-        const uint64 behind = firstEight >> 8 * whole << 8 * whole;
-        PutWord(p, (firstEight ^ behind) | uint64('.') << 8 * whole | behind << 8);
-        return p + count + 1;
+        const uint64 number = 10 * decimal.m_tens + decimal.m_ones; // seven digits to nine
+        const bool isLong = number >= eightDigits;
+        decimal = {number * (isLong ? eightDigits / 10 : eightDigits), 0, decimal.m_exponent - 9 + isLong};
     }
-    const bool isOneDigit = count == 1;
-    constexpr int maxZeros = 5;
-    constexpr int minExponent = -4;
-    if (exponent - count + 1 > maxZeros - isOneDigit || exponent < minExponent + isOneDigit)
-        return PutScientific(p, {first, others}, count, exponent);
-    if (whole >= count && TakeApart(magnitude).m_exponent > 0)
-        return PutWhole(p, TakeApart(magnitude));
-    return PutFixed(p, {first, others}, count, exponent);
+    for (; decimal.m_tens < fifteenDigits / 10; decimal.m_ones = 0)
+        [[unlikely]] // subnormal
+        {
+            decimal.m_tens = 10 * decimal.m_tens + decimal.m_ones;
+            --decimal.m_exponent;
+        }
+    const SixteenDigits upper(decimal.m_tens / eightDigits, decimal.m_tens % eightDigits);
+    const int leading = decimal.m_tens < fifteenDigits;
+    const int count = upper.CountWith(decimal.m_ones) - leading;
+    const int exponent = decimal.m_exponent + 16 - leading;
+
+    if (exponent < -3 || exponent > 4) [[unlikely]] // else it is fixed however many there are
+    {
+        if (IsScientific(count, exponent))
+            return PutScientific(p, {upper, decimal.m_ones, leading}, count, exponent);
+        if (exponent >= count - 1 && TakeApart(magnitude).m_exponent > 0)
+            return PutWhole(p, TakeApart(magnitude));
+        if (exponent > 6)
+            return PutLongFixed(p, {upper, decimal.m_ones, leading}, count, exponent);
+    }
+
+    // The point goes between characters of the first word, zeros that stand before the digits among them.
+    const int zeros = -exponent & static_cast<int>(MaskOf(exponent < 0));
+    const int whole = exponent + zeros + 1;
+    char* const behindFirst = p + zeros + 1 - leading;
+    upper.Put(behindFirst);
+    behindFirst[16] = static_cast<char>('0' + decimal.m_ones);
+    const uint64 word = upper.GetFirstEight() >> 8 * leading << 8 * zeros | s_eightZeros;
+    const uint64 behind = word >> 8 * whole << 8 * whole;
+    PutWord(p, (word ^ behind) | uint64('.') << 8 * whole | behind << 8);
+    const int behindPoint = zeros + count - whole - 1; // digits but the first, which is there in any case
+    return p + whole + 2 + (behindPoint & static_cast<int>(MaskOf(behindPoint > 0)));
 }
 
 template <class Bits>
@@ -131,7 +158,7 @@ char* PutZeroInfiniteOrNan(char* p, bool isZero, bool isInfinite)
 }
 
 template <class Float>
-inline char* PutFloat(char* p, Float value)
+[[gnu::always_inline]] inline char* PutFloat(char* p, Float value)
 {
     using Bits = std::conditional_t<sizeof value == sizeof(uint64), uint64, uint32>;
     const auto bits = std::bit_cast<Bits>(value);

@@ -3,18 +3,14 @@
 #include <klObject/containers/private/MapEntry.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/EnumIndex.h>
-#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klObject/types/private/TypeCodes.h>
-#include <klObject/values/private/Before.h>
 #include <klObject/values/private/CheckedType.h>
-#include <klObject/values/private/ForeignEntries.h>
 #include <klObject/values/private/QuotedText.h>
 #include <klObject/values/private/ScalarTypes.h>
-#include <klObject/values/private/TextRoom.h>
-#include <klObject/values/private/WritePlan.h>
+#include <klObject/values/private/Writer.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/MessageOf.h>
 #include <klUtils/StackSegment.h>
@@ -22,14 +18,10 @@
 #include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/text/QualifiedName.h>
 #include <klUtils/text/private/WriteDigits.h>
-#include <klUtils/xvector.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cstring>
-#include <map>
 #include <memory>
-#include <set>
 #include <vector>
 
 // Everything is collected in memory and passed on at the end.
@@ -42,123 +34,10 @@ namespace
 
 constexpr ConstStringZ s_sourceFile = "host/klObject/values/WriteVariable";
 
-constexpr ConstStringZ s_null = "null"; // what stands for a null handle
-
 // Lines are not indented further behind so many levels: deep data would be blanks for the most part.
 constexpr int s_maxIndentedDepth = 16;
 
-// Lists of these fill lines; lists of everything else have a line for each element.
-bool IsShort(const WrittenType& type)
-{
-    const EVariableKind kind = type.m_kind;
-    return kind == VK_SCALAR || kind == VK_ENUM || kind == VK_STRING8 || kind == VK_STRING16 ||
-           (kind == VK_FOREIGN && type.m_type.GetForeignType().GetForm() == FF_TEXT);
-}
-
-// The functions that write take the end of the text and return it, as TextRoom wants it.
-class Writer
-{
-public:
-    explicit Writer(const WriteOptions& options) : m_indent(options.m_indent), m_isWhole(options.m_isWhole) {}
-
-    char* Begin() { return m_room.Begin(); }
-    SubString GetText(const char* p) const { return m_room.GetText(p); }
-
-    char* WriteVariable(char* p, ReflectionByteCode type, const void* data, Before before);
-    char* WriteObject(char* p, ptr<IObject> object);
-
-private:
-    // A step of the way from the start to the value that is being written: a member, or an element when m_name is null.
-    class Step
-    {
-    public:
-        explicit Step(Writer& writer, ConstStringZ name = nullptr)
-            : m_name(name), m_outer(writer.m_step), m_writer(writer)
-        {
-            m_writer.m_step = this;
-        }
-        Step(const Step&) = delete;
-        Step& operator=(const Step&) = delete;
-        ~Step() { m_writer.m_step = m_outer; }
-
-        ConstStringZ m_name;
-        ssize_t m_index = 0;
-        const Step* const m_outer;
-
-    private:
-        Writer& m_writer;
-    };
-
-    static xstring GetText(const Step& step);
-
-    char* Put(char* p, SubString text) { return m_room.Put(p, text); }
-    char* PutSpace(char* p)
-    {
-        *p = ' ';
-        return p + (m_indent > 0);
-    }
-    // Between a key and its payload.
-    char* PutArrow(char* p)
-    {
-        p = PutSpace(p);
-        *p++ = '-';
-        *p++ = '>';
-        return PutSpace(p);
-    }
-    char* BreakLine(char* p);
-
-    [[noreturn]] void Throw(std::initializer_list<SubString> message) const;
-
-    template <class T>
-    char* WriteScalar(char* p, const void* data);
-    char* WriteUnderlying(char* p, ReflectionByteCode type, const void* data, Before before);
-    char* WriteEnum(char* p, const ReflectedEnum* r, int32 value);
-    char* PutEnumerator(char* p, const ReflectedEnum& r, int32 i);
-    char* WriteString16(char* p, const xstring16& text);
-    char* WriteClass(char* p, const WritePlan& plan, const char* data, Before before);
-    char* WriteClassBody(char* p, const WritePlan& plan, const char* data, Before before);
-    char* PutMemberName(char* p, const WrittenMember& member);
-    char* WriteOtherMember(char* p, const WrittenMember& member, const char* data, Before before);
-    bool IsLeftOut(const WrittenMember& member, const char* data, Before before) const;
-    char* WriteVariant(char* p, const ReflectedVariant* rv, const char* data);
-    SubString AlternativeName(const ReflectedVariant& rv, int32 index) const;
-    char* WriteArray(char* p, ReflectionByteCode type, const char* data, Before before);
-    char* WriteVector(char* p, const WrittenElement& element, const VectorOfByte& vector, Before before);
-    char* WriteScalars(char* p, ETypeByteCode code, const char* data, ssize_t first, ssize_t count);
-    char* WriteElements(char* p, const WrittenElement& element, const char* data, ssize_t first, ssize_t count,
-                        const Before* array);
-    template <class WriteElement>
-    char* WriteEach(char* p, ssize_t first, ssize_t count, bool isShort, const WriteElement& writeElement);
-    char* PutBreakBetween(char* p, bool isFirst, bool isShort);
-    char* WriteMap(char* p, ReflectionByteCode type, const void* map, Before before);
-    char* WriteReference(char* p, const prefbase& reference);
-    char* WriteForeign(char* p, const ForeignType& type, const void* data, Before before);
-    char* WriteForeignText(char* p, const ForeignTextFns& fns, const void* text);
-    char* WriteForeignList(char* p, const ForeignType& type, const char* list, Before before);
-    char* WriteContiguous(char* p, const WrittenElement& element, const ForeignListFns& fns, const char* list);
-    char* WriteForeignMap(char* p, const ForeignType& type, const void* map);
-    char* WriteForeignChoice(char* p, const ForeignType& type, const void* choice);
-    char* WriteForeignAlternative(char* p, const ForeignType& type, int32 index, const void* value);
-    DefaultVariable& DefaultOf(const ReflectedClass& createdClass);
-
-    // The name of an enumerator that has been looked at, by where it stands in its enumeration.
-    struct CheckedName
-    {
-        const ConstStringZ* m_place = nullptr;
-        SubString m_name;
-    };
-    static constexpr std::size_t s_numCheckedNames = 16;
-
-    TextRoom m_room;
-    const int m_indent;
-    const bool m_isWhole;
-    int m_depth = 0;
-    ssize_t m_lineStart = 0; // behind the indentation
-    const Step* m_step = nullptr;
-    CheckedName m_checkedNames[s_numCheckedNames];
-    std::set<const void*> m_objects; // that are being written
-    std::map<const ReflectedClass*, DefaultVariable> m_defaults;
-};
+} // namespace
 
 char* Writer::BreakLine(char* p)
 {
@@ -234,17 +113,35 @@ char* Writer::WriteUnderlying(char* p, ReflectionByteCode type, const void* data
     return p;
 }
 
+namespace
+{
+
+// Numbers and bools have a text whatever they are, for which there is always room.
+template <class T>
+constexpr bool s_isNumber = std::is_arithmetic_v<T> && sizeof(T) <= sizeof(int64);
+
+template <class T>
+[[gnu::always_inline]] inline char* PutNumberOrBool(char* p, T value)
+{
+    if constexpr (std::is_same_v<T, bool>)
+    {
+        std::memcpy(p, value ? "true\0" : "false", 5);
+        return p + (value ? 4 : 5);
+    }
+    else if constexpr (std::is_floating_point_v<T>)
+        return PutNumber(p, value);
+    else
+        return PutDecimal(p, static_cast<std::conditional_t<std::is_signed_v<T>, int64, uint64>>(value));
+}
+
+} // namespace
+
 template <class T>
 inline char* Writer::WriteScalar(char* p, const void* data)
 {
     const T value = LoadScalar<T>(data);
-    if constexpr (std::is_same_v<T, bool>)
-    {
-        std::memcpy(p, value ? "true\0" : "false", 5);
-        return m_room.MakeRoom(p + (value ? 4 : 5));
-    }
-    else if constexpr (std::is_floating_point_v<T>)
-        return m_room.MakeRoom(PutNumber(p, value));
+    if constexpr (s_isNumber<T>)
+        return m_room.MakeRoom(PutNumberOrBool(p, value));
     else if constexpr (sizeof(T) > sizeof(int64))
         Throw({"data sources have no form for a 128-bit integer"});
     else if constexpr (std::is_same_v<T, Char8>)
@@ -252,17 +149,13 @@ inline char* Writer::WriteScalar(char* p, const void* data)
         const auto c = static_cast<char>(value);
         return PutQuoted(m_room, p, {&c, &c + 1}, '\'');
     }
-    else if constexpr (std::is_same_v<T, Char16>)
+    else
     {
+        static_assert(std::is_same_v<T, Char16>);
         const auto c = static_cast<char>(value); // which reading sign-extends
         if (static_cast<uint16>(c) != value)
             Throw({"data sources have no form for the 16-bit character ", NumberText(static_cast<long>(value))});
         return PutQuoted(m_room, p, {&c, &c + 1}, '\'');
-    }
-    else
-    {
-        using Wide = std::conditional_t<std::is_signed_v<T>, int64, uint64>;
-        return m_room.MakeRoom(PutDecimal(p, static_cast<Wide>(value)));
     }
 }
 
@@ -382,6 +275,9 @@ char* Writer::WriteOtherMember(char* p, const WrittenMember& member, const char*
     return WriteUnderlying(p, member.m_type, data, before.At(member.m_offset));
 }
 
+namespace
+{
+
 // What is nothing: a null persistent reference and an empty set, which have no form, and an empty optional.
 bool IsNothing(ReflectionByteCode type, const void* data)
 {
@@ -396,6 +292,8 @@ bool IsNothing(ReflectionByteCode type, const void* data)
     KELM_ASSERT(type.m_mapOrSetFns->setFns);
     return type.m_mapOrSetFns->setFns->Count(data) == 0;
 }
+
+} // namespace
 
 bool Writer::IsLeftOut(const WrittenMember& member, const char* data, Before before) const
 {
@@ -450,6 +348,9 @@ char* Writer::WriteArray(char* p, ReflectionByteCode type, const char* data, Bef
     return WriteElements(p, WrittenElement(type.GetElementType()), data, 0, type.GetArrayCount(), &before);
 }
 
+namespace
+{
+
 // Whether the first elements of a vector are the kept ones. Scalars are compared as bytes: a NaN is kept as well.
 bool BeginsWith(const VectorOfByte& vector, const VectorOfByte& kept, ReflectionByteCode elementType, ssize_t size)
 {
@@ -463,10 +364,18 @@ bool BeginsWith(const VectorOfByte& vector, const VectorOfByte& kept, Reflection
     return true;
 }
 
+// Elements without bytes leave no trace of their number.
+void RequireElementSize(const WrittenElement& element, const VectorOfByte& vector)
+{
+    Require(element.m_size > 0 || vector.empty(), "size > 0 || vector.empty()", s_sourceFile, __LINE__);
+}
+
+} // namespace
+
 char* Writer::WriteVector(char* p, const WrittenElement& element, const VectorOfByte& vector, Before before)
 {
     const ssize_t size = element.m_size;
-    KELM_ASSERT(size > 0 || vector.empty()); // elements without bytes leave no trace of their number
+    RequireElementSize(element, vector);
     ssize_t first = 0;
     if (!m_isWhole)
     {
@@ -476,22 +385,82 @@ char* Writer::WriteVector(char* p, const WrittenElement& element, const VectorOf
                    " elements that are there before reading, which only appends"});
         first = kept.empty() ? 0 : kept.size() / size;
     }
-    const ssize_t count = vector.empty() ? 0 : vector.size() / size;
-    return element.m_kind == VK_SCALAR ? WriteScalars(p, element.m_code, vector.data(), first, count)
-                                       : WriteElements(p, element, vector.data(), first, count, nullptr);
+    return WriteList(p, element, vector, first);
+}
+
+inline char* Writer::WriteList(char* p, const WrittenElement& element, const VectorOfByte& vector, ssize_t first)
+{
+    RequireElementSize(element, vector);
+    const ssize_t count = vector.empty() ? 0 : vector.size() / element.m_size;
+    return WriteElements(p, element, vector.data(), first, count, nullptr);
 }
 
 char* Writer::WriteScalars(char* p, ETypeByteCode code, const char* data, ssize_t first, ssize_t count)
 {
     return VisitScalarType(
-        code,
+        code, [&]<class T>(std::type_identity<T>) { return WriteScalarsOf<T>(p, data, first, count); },
+        [&] { return p; });
+}
+
+template <class T>
+inline char* Writer::WriteScalarsOf(char* p, const char* data, ssize_t first, ssize_t count)
+{
+    if constexpr (s_isNumber<T>)
+        return WriteNumbers<T>(p, data, first, count);
+    else
+        return WriteEach(p, first, count, true,
+                         [this, data](char* end, ssize_t i)
+                         { return WriteScalar<T>(end, data + i * static_cast<ssize_t>(sizeof(T))); });
+}
+
+// As WriteEach, which nothing needs to know here of the way to an element, since none can fail.
+template <class T>
+char* Writer::WriteNumbers(char* p, const char* data, ssize_t first, ssize_t count)
+{
+    const bool isIndented = m_indent > 0;
+    *p++ = '[';
+    ++m_depth;
+    ssize_t blank = 0;
+    for (ssize_t i = first; i < count; ++i)
+    {
+        p = m_room.MakeRoom(p);
+        *p = ' ';
+        if (isIndented && IsLineFull(p)) [[unlikely]]
+            p = BreakLine(p);
+        else
+            p += blank;
+        blank = isIndented;
+        p = PutNumberOrBool(p, LoadScalar<T>(data + i * static_cast<ssize_t>(sizeof(T))));
+        *p++ = ',';
+    }
+    --m_depth;
+    p -= first < count;
+    *p++ = ']';
+    return m_room.MakeRoom(p);
+}
+
+// Lists of what nothing is there of before reading.
+char* Writer::WriteLists(char* p, const WrittenElement& inner, const char* data, ssize_t first, ssize_t count)
+{
+    const auto vectorAt = [data](ssize_t i) -> const VectorOfByte&
+    { return *reinterpret_cast<const VectorOfByte*>(data + i * static_cast<ssize_t>(sizeof(VectorOfByte))); };
+    return VisitScalarType(
+        inner.m_code,
         [&]<class T>(std::type_identity<T>)
         {
-            return WriteEach(p, first, count, true,
-                             [this, data](char* end, ssize_t i)
-                             { return WriteScalar<T>(end, data + i * static_cast<ssize_t>(sizeof(T))); });
+            return WriteEach(p, first, count, false,
+                             [&](char* end, ssize_t i)
+                             {
+                                 const VectorOfByte& vector = vectorAt(i);
+                                 return WriteScalarsOf<T>(end, vector.data(), 0,
+                                                          vector.size() / static_cast<ssize_t>(sizeof(T)));
+                             });
         },
-        [&] { return p; });
+        [&]
+        {
+            return WriteEach(p, first, count, false,
+                             [&](char* end, ssize_t i) { return WriteList(end, inner, vectorAt(i), 0); });
+        });
 }
 
 // The element's type is looked at once. What is there before reading are the elements of an array, or none.
@@ -523,10 +492,12 @@ char* Writer::WriteElements(char* p, const WrittenElement& element, const char* 
             return p;
         }
         const WrittenElement inner(element.m_type.GetElementType());
+        if (array == nullptr)
+            return WriteLists(p, inner, data, first, count);
         return WriteEach(p, first, count, false,
                          [&](char* end, ssize_t i) {
                              return WriteVector(end, inner, *reinterpret_cast<const VectorOfByte*>(data + i * size),
-                                                beforeElement(i));
+                                                array->At(i * size));
                          });
     }
     return WriteEach(p, first, count, IsShort(element),
@@ -534,36 +505,9 @@ char* Writer::WriteElements(char* p, const WrittenElement& element, const char* 
                      { return WriteUnderlying(end, element.m_type, data + i * size, beforeElement(i)); });
 }
 
-// The elements from `first` to `count` in brackets.
-template <class WriteElement>
-inline char* Writer::WriteEach(char* p, ssize_t first, ssize_t count, bool isShort, const WriteElement& writeElement)
-{
-    *p++ = '[';
-    p = m_room.MakeRoom(p); // lists may begin side by side
-    ++m_depth;
-    {
-        Step step(*this);
-        for (ssize_t i = first; i < count; ++i)
-        {
-            step.m_index = i;
-            *p = ',';
-            p += i > first;
-            if (m_indent > 0)
-                p = PutBreakBetween(p, i == first, isShort);
-            p = writeElement(p, i);
-        }
-    }
-    --m_depth;
-    if (count > first && !isShort)
-        p = BreakLine(p);
-    *p++ = ']';
-    return m_room.MakeRoom(p);
-}
-
 char* Writer::PutBreakBetween(char* p, bool isFirst, bool isShort)
 {
-    constexpr ssize_t width = 100;
-    if (!isShort || m_room.GetSize(p) - m_lineStart > width)
+    if (!isShort || IsLineFull(p))
         return BreakLine(p);
     *p = ' ';
     return p + !isFirst;
@@ -612,116 +556,6 @@ char* Writer::WriteReference(char* p, const prefbase& reference)
     return WriteObject(p, object);
 }
 
-// --- foreign types, whose lists and maps are written whole and whose optionals are made anew: reading replaces them
-
-char* Writer::WriteForeign(char* p, const ForeignType& type, const void* data, Before before)
-{
-    switch (type.GetForm())
-    {
-    case FF_TEXT: return WriteForeignText(p, *type.m_text, data);
-    case FF_LIST: return WriteForeignList(p, type, static_cast<const char*>(data), before);
-    case FF_MAP: return WriteForeignMap(p, type, data);
-    case FF_CHOICE: return WriteForeignChoice(p, type, data);
-    }
-    return p;
-}
-
-char* Writer::WriteForeignText(char* p, const ForeignTextFns& fns, const void* text)
-{
-    char buffer[ForeignTextFns::BufferSize];
-    const SubString characters = fns.Get(text, buffer);
-    if (!fns.m_isIdentifier)
-        return PutQuoted(m_room, p, characters, '"');
-    if (characters.empty())
-        Throw({NumberText(static_cast<long>(fns.GetNumber(text))), " is no value of enum ", fns.m_what});
-    return Put(p, characters);
-}
-
-char* Writer::WriteForeignList(char* p, const ForeignType& type, const char* list, Before before)
-{
-    const ForeignListFns& fns = *type.m_list;
-    const ssize_t count = fns.Count(list);
-    const auto at = [&](ssize_t i) { return static_cast<const char*>(fns.At(const_cast<char*>(list), i)); };
-    if (fns.m_isFixed)
-    {
-        bool isShort = true;
-        for (ssize_t i = 0; i < count; ++i)
-            isShort = isShort && IsShort(WrittenType(type.GetElementType(i)));
-        return WriteEach(p, 0, count, isShort,
-                         [&](char* end, ssize_t i)
-                         { return WriteVariable(end, type.GetElementType(i), at(i), before.At(at(i) - list)); });
-    }
-    const WrittenElement element(type.GetElementType(0));
-    if (fns.m_isContiguous)
-        return WriteContiguous(p, element, fns, list);
-    DefaultVariable newElement(element.m_type);
-    return WriteEach(p, 0, count, IsShort(element),
-                     [&](char* end, ssize_t i)
-                     { return WriteUnderlying(end, element.m_type, at(i), Before(newElement)); });
-}
-
-char* Writer::WriteContiguous(char* p, const WrittenElement& element, const ForeignListFns& fns, const char* list)
-{
-    const ssize_t count = fns.Count(list);
-    const void* const elements = count > 0 ? fns.At(const_cast<char*>(list), 0) : nullptr;
-    return WriteElements(p, element, static_cast<const char*>(elements), 0, count, nullptr);
-}
-
-char* Writer::WriteForeignMap(char* p, const ForeignType& type, const void* map)
-{
-    const ReflectionByteCode keyType = type.GetPartType(0);
-    const bool isSet = type.m_numParts == 1;
-    const ReflectionByteCode payloadType = isSet ? keyType : type.GetPartType(1);
-    DefaultVariable newKey(keyType);
-    DefaultVariable newPayload(payloadType);
-    const std::vector<MapEntry> entries = ListForeignEntries(type, map);
-    return WriteEach(p, 0, static_cast<ssize_t>(entries.size()), isSet && IsShort(WrittenType(keyType)),
-                     [&](char* end, ssize_t i)
-                     {
-                         const MapEntry& entry = entries[static_cast<std::size_t>(i)];
-                         end = WriteVariable(end, keyType, entry.m_key, Before(newKey));
-                         if (isSet)
-                             return end;
-                         end = PutArrow(end);
-                         return WriteVariable(end, payloadType, entry.m_payload, Before(newPayload));
-                     });
-}
-
-char* Writer::WriteForeignChoice(char* p, const ForeignType& type, const void* choice)
-{
-    const int32 index = type.m_choice->GetIndex(choice);
-    if (index < 0 && !type.IsOptional())
-        Throw({"this variant holds no value"});
-    if (index < 0)
-        return Put(p, s_null);
-    const void* const value = type.m_choice->GetValue(choice);
-    if (type.m_choice->m_names != nullptr)
-        return WriteForeignAlternative(p, type, index, value);
-    DefaultVariable newValue(type.GetPartType(0));
-    if (!type.m_choice->m_isPointer)
-        return WriteVariable(p, type.GetPartType(0), value, Before(newValue));
-    const auto [place, isNew] = m_objects.insert(value);
-    if (!isNew)
-        Throw({"what is pointed to here is reached from within itself"});
-    p = WriteVariable(p, type.GetPartType(0), value, Before(newValue));
-    m_objects.erase(place);
-    return p;
-}
-
-char* Writer::WriteForeignAlternative(char* p, const ForeignType& type, int32 index, const void* value)
-{
-    const Step step(*this, type.m_choice->m_names[index]);
-    p = Put(p, GetForeignAlternativeName(type, index));
-    ReflectionByteCode part = type.GetPartType(index);
-    part.AdvanceToUnderlyingType2();
-    DefaultVariable newAlternative(part);
-    if (part.GetCode() != FT_VOID)
-        *p++ = ' ';
-    if (const ReflectedClass* const rc = part.GetReflectedClass()) // the alternative's name stands for the class's
-        return WriteClassBody(p, GetWritePlan(*rc), static_cast<const char*>(value), Before(newAlternative));
-    return WriteUnderlying(p, part, value, Before(newAlternative));
-}
-
 char* Writer::WriteObject(char* p, ptr<IObject> object)
 {
     if (!object)
@@ -747,8 +581,6 @@ DefaultVariable& Writer::DefaultOf(const ReflectedClass& createdClass)
 {
     return m_defaults.try_emplace(&createdClass, createdClass).first->second;
 }
-
-} // namespace
 
 WriteException::~WriteException() = default;
 

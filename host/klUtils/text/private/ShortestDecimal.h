@@ -19,10 +19,11 @@
 namespace kelm
 {
 
-// digits * 10 ^ exponent. The digits may end in zeros.
+// (10 * tens + ones) * 10 ^ exponent, which may end in zeros. It comes apart like that, and is written like that.
 struct Decimal
 {
-    uint64 m_digits;
+    uint64 m_tens;
+    uint64 m_ones; // less than ten
     int m_exponent;
 };
 
@@ -77,16 +78,17 @@ inline Decimal ShortestDecimalExactly(BinaryFloat parts)
     const uint64 high = scale(4 * significand + 2) - isOdd;
 
     const uint64 whole = value / 4;
-    const uint64 tens = whole / 10 * 10;
-    if (low <= 4 * tens)
-        return {tens, exponent};
-    if (4 * tens + 40 <= high)
-        return {tens + 10, exponent};
+    const uint64 tens = whole / 10;
+    if (low <= 40 * tens)
+        return {tens, 0, exponent};
+    if (40 * tens + 40 <= high)
+        return {tens + 1, 0, exponent};
     const bool isLowerIn = low <= 4 * whole;
     const bool isUpperIn = 4 * whole + 4 <= high;
     const uint64 half = 4 * whole + 2;
     const bool isUpperNearer = value > half || (value == half && (whole & 1) != 0);
-    return {whole + (isLowerIn && isUpperIn ? isUpperNearer : isUpperIn), exponent};
+    const uint64 nearest = whole + (isLowerIn && isUpperIn ? isUpperNearer : isUpperIn);
+    return {nearest / 10, nearest % 10, exponent};
 }
 
 // Almost always the same, at a third of the cost; false where it does not decide.
@@ -104,25 +106,25 @@ inline bool TryShortestDecimal(BinaryFloat parts, Decimal& decimal)
     const auto whole = static_cast<uint64>(product >> 64);
     const auto fraction = static_cast<uint64>(product); // at most two too small or too large
 
-    // In units of 2 ^ -60: how far the value lies above a multiple of ten and below the next, and half the width.
-    const uint64 tens = whole / 10 * 10;
-    const uint64 above = (whole - tens) << 60 | fraction >> 4;
-    const uint64 below = (uint64(10) << 60) - above;
-    const uint64 halfWidth = upperPower >> (4 - shift);
+    // In units of 2 ^ -60: how far the value lies from the nearest multiple of ten, and half the interval's width,
+    // which is less than five. Nobody can foresee which is more, so that it decides no branch.
+    const uint64 tens = whole / 10;
+    const uint64 ones = whole - 10 * tens;
+    const auto allBitsWhere = [](int64 isNegative) { return static_cast<uint64>(isNegative >> 63); };
+    const uint64 isNextNearer = allBitsWhere(4 - static_cast<int64>(ones));
+    const uint64 above = ones << 60 | fraction >> 4;
+    const uint64 distance = (above ^ isNextNearer) + (((uint64(10) << 60) + 1) & isNextNearer);
+    const auto beyond = static_cast<int64>(distance - (upperPower >> (4 - shift)));
 
     constexpr uint64 error = 4;
-    const auto isNear = [](uint64 a, uint64 b) { return a - b + error <= 2 * error; };
-    if (isNear(above, halfWidth) || isNear(below, halfWidth) || parts.m_isNarrowBelow) [[unlikely]]
+    const auto isNearZero = [](uint64 difference) { return difference + error <= 2 * error; };
+    const bool isTie = isNearZero(fraction - (uint64(1) << 63));
+    if (isNearZero(static_cast<uint64>(beyond)) | isTie | parts.m_isNarrowBelow) [[unlikely]]
         return false;
+    const uint64 isWithin = allBitsWhere(beyond);
     decimal.m_exponent = exponent;
-    if (above < halfWidth)
-        decimal.m_digits = tens;
-    else if (below < halfWidth)
-        decimal.m_digits = tens + 10;
-    else if (isNear(fraction, uint64(1) << 63)) [[unlikely]]
-        return false;
-    else
-        decimal.m_digits = whole + (fraction >> 63);
+    decimal.m_tens = tens + (1 & isNextNearer & isWithin);
+    decimal.m_ones = (ones + (fraction >> 63)) & ~isWithin;
     return true;
 }
 

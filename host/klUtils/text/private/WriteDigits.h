@@ -49,19 +49,20 @@ public:
         const __m128i halves = _mm_or_si128(byTenThousand, _mm_slli_epi64(lowerHalves, 32));
 
         const __m128i byHundred = _mm_srli_epi16(_mm_mulhi_epu16(halves, _mm_set1_epi16(5243)), 3);
-        const __m128i lowerPairs = _mm_sub_epi16(halves, _mm_mullo_epi16(byHundred, _mm_set1_epi16(100)));
+        const __m128i lowerPairs = _mm_sub_epi16(halves, _mm_madd_epi16(byHundred, _mm_set1_epi32(100)));
         const __m128i pairs = _mm_or_si128(byHundred, _mm_slli_epi32(lowerPairs, 16));
 
+        // byTen, and what is left of the pair in the upper byte.
         const __m128i byTen = _mm_mulhi_epu16(pairs, _mm_set1_epi16(6554));
-        const __m128i lowerDigits = _mm_sub_epi16(pairs, _mm_mullo_epi16(byTen, _mm_set1_epi16(10)));
-        m_digits = _mm_or_si128(byTen, _mm_slli_epi16(lowerDigits, 8));
+        m_digits = _mm_add_epi16(_mm_slli_epi16(pairs, 8), _mm_mullo_epi16(byTen, _mm_set1_epi16(1 - (10 << 8))));
     }
 
-    // How many there are without zeros at the end.
-    int Count() const
+    // How many there are, with the one behind them, without zeros at the end.
+    int CountWith(uint64 next) const
     {
         const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(m_digits, _mm_setzero_si128()));
-        return 32 - std::countl_zero(static_cast<uint32>(zeros ^ 0xFFFF));
+        const uint32 others = static_cast<uint32>(zeros ^ 0xFFFF) | static_cast<uint32>(next != 0) << 16;
+        return std::bit_width(others << 1 | 1) - 1; // so that it is of something in any case
     }
     void Put(char* p) const
     {
@@ -77,9 +78,10 @@ private:
 #else
     SixteenDigits(uint64 upper, uint64 lower) : m_upper(EightDigitsOf(upper)), m_lower(EightDigitsOf(lower)) {}
 
-    // How many there are without zeros at the end.
-    int Count() const
+    int CountWith(uint64 next) const
     {
+        if (next != 0)
+            return 17;
         const int zeroBits = m_lower != 0 ? std::countl_zero(m_lower) : 64 + std::countl_zero(m_upper);
         return 16 - (zeroBits >> 3);
     }
