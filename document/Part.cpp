@@ -5,34 +5,16 @@
 namespace kelm
 {
 
-const char* SkipWrong(const char* start, const char* end)
-{
-    switch (text::StartOf(*start))
-    {
-    case text::Start::Digit:
-    case text::Start::Dot:
-        while (start != end && text::HasProperty(*start, text::CHAR_IN_NUMBER))
-            ++start;
-        return start;
-    case text::Start::Quote: return text::SkipLine(start, end); // no literal goes on in the next line
-    case text::Start::Operator: return end;                     // a comment that does not end
-    default:
-        while (start != end && text::StartOf(*start) == text::Start::Illegal)
-            ++start;
-        return start;
-    }
-}
-
 [[gnu::noinline]] ScannedPart ScanAnyPart(const char* begin, const char* p, const char* end)
 {
-    const std::string_view text(begin, static_cast<std::size_t>(end - begin));
-    const bool hasMark = text.starts_with(s_byteOrderMark);
+    const std::string_view all(begin, static_cast<std::size_t>(end - begin));
+    const bool hasMark = all.starts_with(s_byteOrderMark);
     const char* const behindMark = begin + (hasMark ? s_byteOrderMark.size() : 0);
     if (p == begin && hasMark)
         return {PartKind::Mark, TOKEN_UNDEF, behindMark};
     text::Lexeme lexeme;
     if (!text::Scan(p, end, p == behindMark || p[-1] == '\n', lexeme))
-        return {PartKind::Wrong, TOKEN_UNDEF, SkipWrong(p, end)};
+        return {PartKind::Wrong, TOKEN_UNDEF, text::SkipWrong(p, end)};
     if (text::IsComment(lexeme.m_kind))
         return {PartKind::Comment, TOKEN_UNDEF, lexeme.m_past};
     return {PartKind::Token, lexeme.m_kind, lexeme.m_past};

@@ -14,9 +14,6 @@ inline constexpr std::string_view s_byteOrderMark = "\xEF\xBB\xBF";
 // So many octets behind a part can decide where it ends, at most: of "1" those of "e+5".
 inline constexpr std::size_t s_longestLook = 4;
 
-// Where characters form no token: as many of them as are wrong for the same reason.
-KELM_DOCUMENT_API const char* SkipWrong(const char* start, const char* end);
-
 // Of a part what is not its beginning.
 struct ScannedPart
 {

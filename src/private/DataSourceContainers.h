@@ -30,6 +30,13 @@ void BasicDataSourceReader<Rules>::ReadArray(const ReflectionByteCode& elementTy
     const ssize_t elementSize = elementType.GetTypeSize();
     if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
         m_cursor.ThrowExpected("[");
+    if constexpr (Rules::s_goesOn)
+        return ReadItems(TOKEN_LEFT_SQUARE, size,
+                         [&](ssize_t i, const char*& item)
+                         {
+                             item = nullptr;
+                             ReadValue(elementType, static_cast<char*>(data) + i * elementSize);
+                         });
     FastCursor cursor(m_cursor, m_cursor.GetOperator());
     for (ssize_t i = 0; i < size; ++i)
     {
@@ -54,6 +61,8 @@ void BasicDataSourceReader<Rules>::ReadVector(const ReflectionByteCode& elementT
 {
     if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
         m_cursor.ThrowExpected("[");
+    if constexpr (Rules::s_goesOn)
+        return ReadList(elementType, vector);
     m_cursor.MoveTo(ReadElements(m_cursor.GetOperator(), elementType, vector));
 }
 
@@ -219,6 +228,22 @@ void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, vo
     else if (mapFns.Count(map) > 0)
         Renew(rbc, map);
 
+    if constexpr (Rules::s_goesOn)
+    {
+        if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+            m_cursor.ThrowExpected("[");
+        return ReadItems(
+            TOKEN_LEFT_SQUARE, s_anyNumber,
+            [&](ssize_t, const char*& item)
+            {
+                item = nullptr;
+                ReadValue(keyType, key);
+                m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
+                m_cursor.Show();
+                ReadValue(payloadType, mapFns.Insert(map, key));
+            },
+            true);
+    }
     if (!PassListStart())
         return;
     while (true)

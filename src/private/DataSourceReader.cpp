@@ -3,6 +3,7 @@
 
 #include <klKelmScript/private/DataSourceReader.h>
 
+#include <klKelmScript/private/ReadingErrors.h>
 #include <klKelmScript/private/SimpleValues.h>
 #include <klObject/objects/Collector.h>
 #include <klObject/objects/prefbase.h>
@@ -56,6 +57,8 @@ template <class Rules>
 template <class... Parts>
 void BasicDataSourceReader<Rules>::ThrowAbout([[maybe_unused]] const char* place, const Parts&... parts) const
 {
+    if constexpr (Rules::s_goesOn)
+        m_rules.m_errors->SetAbout(place);
     if constexpr (Rules::s_isRuled)
         throw LexScannerException(MessageOf(parts...), LSToken(TOKEN_IDENTIFIER, {place, m_cursor.m_end}));
     else
@@ -475,6 +478,9 @@ void BasicDataSourceReader<Rules>::ReadInstance(const ClassShape& shape, char* d
 {
     if (m_cursor.Is(TOKEN_IDENTIFIER))
         ReadClassName(shape.m_rc);
+    if constexpr (Rules::s_goesOn)
+        if (m_cursor.Is(TOKEN_LEFT_CURLY) || m_cursor.Is(TOKEN_LEFT_PAREN))
+            return ReadBody(shape, data);
     if (m_cursor.Is(TOKEN_LEFT_CURLY))
         m_cursor.MoveTo(ReadMembers(m_cursor.GetOperator(), shape, data));
     else if (m_cursor.Is(TOKEN_LEFT_PAREN))
@@ -641,11 +647,20 @@ typename BasicDataSourceReader<Rules>::FoundField BasicDataSourceReader<Rules>::
 } // namespace kelm
 
 #include <klKelmScript/private/DataSourceContainers.h>
+#include <klKelmScript/private/DataSourceGoingOn.h>
 
 namespace kelm
 {
 
 template class BasicDataSourceReader<ExactRules>;
 template class BasicDataSourceReader<ProgramRules>;
+template class BasicDataSourceReader<GoingOnRules>;
+
+ptr<IObject> ReadGoingOn(ExpressionParser& parser, ReadingErrors& errors)
+{
+    GoingOnRules rules;
+    rules.m_errors = &errors;
+    return BasicDataSourceReader<GoingOnRules>(parser, rules).ReadDataSource();
+}
 
 } // namespace kelm

@@ -98,6 +98,15 @@ private:
     void ReadClassName(const ReflectedClass& rc);
     bool PassListStart();
 
+    // --- The same for one that goes on behind errors
+
+    static constexpr ssize_t s_anyNumber = -1;
+
+    template <class ReadItem>
+    void ReadItems(EToken opening, ssize_t count, const ReadItem& readItem, bool isMap = false);
+    void ReadBody(const ClassShape& shape, char* data);
+    void ReadList(const ReflectionByteCode& elementType, VectorOfByte& vector);
+
     // --- From an operator on that the cursor need not have come to, and back to the place behind what is read
     //
     // (Attributes stand here: of a template's definition they are lost.)
@@ -144,5 +153,6 @@ using ProgramDataReader = BasicDataSourceReader<ProgramRules>;
 // Defined in ReadForeign.cpp.
 extern template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
 extern template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
+extern template void BasicDataSourceReader<GoingOnRules>::ReadForeign(const ForeignType&, void*);
 
 } // namespace kelm

@@ -215,5 +215,6 @@ void BasicDataSourceReader<Rules>::ReadForeignChoice(const ForeignType& type, vo
 
 template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
 template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
+template void BasicDataSourceReader<GoingOnRules>::ReadForeign(const ForeignType&, void*);
 
 } // namespace kelm

@@ -26,6 +26,7 @@ struct ReadingRules
 struct ExactRules
 {
     static constexpr bool s_isRuled = false;
+    static constexpr bool s_goesOn = false; // behind errors
 
     struct FieldFacts
     {
@@ -58,10 +59,22 @@ struct ExactRules
     }
 };
 
+class ReadingErrors;
+
+// The same, going on behind errors, which are noted (ReadingErrors.h).
+struct GoingOnRules : ExactRules
+{
+    static constexpr bool s_goesOn = true;
+
+    ReadingErrors* m_errors;
+    bool m_isBehind = false; // brackets have just ended without their closing one
+};
+
 // Those of RuledReading.h.
 struct ProgramRules
 {
     static constexpr bool s_isRuled = true;
+    static constexpr bool s_goesOn = false;
 
     // What reading takes to know of a field beside its type.
     struct FieldFacts

@@ -157,6 +157,23 @@ ScanFailure DescribeScanFailure(const char* p, const char* end, bool atLineStart
     return DescribeIllegalCharacter(start);
 }
 
+const char* SkipWrong(const char* start, const char* end)
+{
+    switch (StartOf(*start))
+    {
+    case Start::Digit:
+    case Start::Dot: return std::find_if_not(start, end, [](char c) { return HasProperty(c, CHAR_IN_NUMBER); });
+    case Start::Quote: return SkipLine(start, end); // no literal goes on in the next line
+    case Start::Operator: return end;               // a comment that does not end
+    case Start::Space:
+    case Start::Identifier:
+    case Start::SingleOperator:
+    case Start::Hash: // these are lexemes always
+    case Start::Illegal: break;
+    }
+    return std::find_if(start, end, [](char c) { return StartOf(c) != Start::Illegal; });
+}
+
 void ThrowScanFailure(const char* p, const char* end, bool atLineStart)
 {
     const ScanFailure failure = DescribeScanFailure(p, end, atLineStart);

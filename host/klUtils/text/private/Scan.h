@@ -152,6 +152,10 @@ struct ScanFailure
 };
 KLUTILS_API ScanFailure DescribeScanFailure(const char* p, const char* end, bool atLineStart);
 
+// Where Scan finds no lexeme at `start`: past the characters that are wrong for the same reason. Scanning may go on
+// there.
+KLUTILS_API const char* SkipWrong(const char* start, const char* end);
+
 // Throws it as a LexScannerException.
 [[noreturn]] KLUTILS_API void ThrowScanFailure(const char* p, const char* end, bool atLineStart);
 
