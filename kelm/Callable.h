@@ -52,7 +52,7 @@ struct CallArgument
 };
 
 template <class P>
-requires Scalar<std::remove_cvref_t<P>> &&
+requires NumberOrBool<std::remove_cvref_t<P>> &&
     (!std::is_lvalue_reference_v<P> || std::is_const_v<std::remove_reference_t<P>>)struct CallArgument<P>
 {
     bool Read(const Slot& slot, Failure& failure) { return Convert(slot, m_value, failure); }
@@ -148,7 +148,8 @@ template <class R>
 void StoreResult(Slot& slot, R&& result)
 {
     using Type = std::remove_cvref_t<R>;
-    if constexpr (std::same_as<Type, bool> || (Integer<Type> && !(std::is_unsigned_v<Type> && sizeof(Type) == 8)))
+    if constexpr (std::same_as<Type, bool> ||
+                  (Integer<Type> && !IsCharacter<Type> && !(std::is_unsigned_v<Type> && sizeof(Type) == 8)))
         slot.Set(static_cast<std::conditional_t<std::same_as<Type, bool>, bool, int64>>(result));
     else if constexpr (Floating<Type>)
         slot.Set(static_cast<float64>(result));

@@ -1,24 +1,17 @@
 #pragma once
 
-// What a value becomes in C++: the one table of conversions, which results, arguments, fields and assignments share.
-//
-//     to               from
-//     integers         integers and whole-numbered floats; what does not fit is Range, a fraction Type
-//     floating point   integers and floats; a float64 beyond float32 is Range
-//     bool             bool
-//     texts            texts
-//     a described type a variable of that type
-//
-// Everything else is Type: a text becomes no number, nor a bool one, nor a number a bool.
+// What a value becomes in C++, by the table of Scalar.h; what the templates of results and arguments share.
 
+#include <kelm/Scalar.h>
 #include <kelm/Slot.h>
+#include <klObject/describe/FieldType.h>
 #include <klObject/describe/TypeOf.h>
 
 #include <concepts>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 namespace kelm
 {
@@ -36,63 +29,50 @@ concept Integer = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T,
 template <class T>
 concept Floating = std::same_as<T, float> || std::same_as<T, double>;
 template <class T>
-concept Scalar = Integer<T> || Floating<T> || std::same_as<T, bool>;
+concept NumberOrBool = Integer<T> || Floating<T> || std::same_as<T, bool>;
 template <class T>
 concept Text = std::same_as<T, std::string> || std::same_as<T, std::string_view>;
 template <class T>
-concept Object = !Scalar<T> && !Text<T> && !std::is_pointer_v<T> && !std::is_array_v<T> && !std::is_void_v<T> &&
+concept Object = !NumberOrBool<T> && !Text<T> && !std::is_pointer_v<T> && !std::is_array_v<T> && !std::is_void_v<T> &&
                  !std::same_as<T, Value> && !std::same_as<T, long double> && !std::same_as<T, wchar_t>;
 
-template <Integer T>
-constexpr ConstStringZ NameOfInteger()
-{
-    constexpr ConstStringZ names[2][4] = {{"uint8", "uint16", "uint32", "uint64"}, {"int8", "int16", "int32", "int64"}};
-    return names[std::is_signed_v<T>][sizeof(T) == 1 ? 0 : sizeof(T) == 2 ? 1 : sizeof(T) == 4 ? 2 : 3];
-}
-
-// False, and why, where the value is of another kind or does not fit. The first for all types of at most 64 bits that
-// have a sign; the second for the others.
-KELM_API bool ToInteger(const Slot& slot, int64 min, int64 max, ConstStringZ name, int64& x, Failure& failure);
-KELM_API bool ToUnsigned(const Slot& slot, uint64 max, ConstStringZ name, uint64& x, Failure& failure);
-KELM_API bool ToFloat64(const Slot& slot, float64& x, Failure& failure);
-KELM_API bool ToFloat32(const Slot& slot, float32& x, Failure& failure);
+// Each is false, with why, where the value does not become one of the type. Into a variable, which is unchanged then:
+KELM_API bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable, Failure& failure);
+// `copy` is for a value of the very type.
+KELM_API bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable,
+                         void (*copy)(void* to, const void* from), Failure& failure);
 KELM_API bool ToBool(const Slot& slot, bool& x, Failure& failure);
 // The text is the value's, or in `room` where the value has none of its own.
 KELM_API bool ToText(const Slot& slot, std::string_view& text, std::string& room, Failure& failure);
+// The object itself.
 KELM_API bool ToObject(const Slot& slot, const ReflectionByteCode& type, bool isWritten, void*& object,
                        Failure& failure);
 
-template <Scalar T>
+template <NumberOrBool T>
+inline constexpr uint8 s_codeOf = s_scalarCode<T>;
+
+template <NumberOrBool T>
 bool Convert(const Slot& slot, T& x, Failure& failure)
 {
     if constexpr (std::same_as<T, bool>)
         return ToBool(slot, x, failure);
-    else if constexpr (std::same_as<T, float>)
-        return ToFloat32(slot, x, failure);
-    else if constexpr (std::same_as<T, double>)
-    {
-        if (slot.m_kind != Kind::Float) [[unlikely]]
-            return ToFloat64(slot, x, failure);
-        x = slot.m_float;
-        return true;
-    }
-    else if constexpr (std::is_signed_v<T>)
-    {
-        using Limits = std::numeric_limits<T>;
-        int64 wide = slot.m_integer;
-        if (slot.m_kind != Kind::Integer || wide < Limits::min() || wide > Limits::max()) [[unlikely]]
-            if (!ToInteger(slot, Limits::min(), Limits::max(), NameOfInteger<T>(), wide, failure))
-                return false;
-        x = static_cast<T>(wide);
-        return true;
-    }
     else
     {
-        uint64 wide = 0;
-        if (!ToUnsigned(slot, std::numeric_limits<T>::max(), NameOfInteger<T>(), wide, failure))
-            return false;
-        x = static_cast<T>(wide);
-        return true;
+        if constexpr (std::same_as<T, double>)
+        {
+            if (slot.m_kind == Kind::Float) [[likely]]
+            {
+                x = slot.m_float;
+                return true;
+            }
+        }
+        else if constexpr (Number<T> && Integer<T>)
+            if (slot.m_kind == Kind::Integer && std::in_range<T>(slot.m_integer)) [[likely]]
+            {
+                x = static_cast<T>(slot.m_integer);
+                return true;
+            }
+        return ToVariable(slot, {&s_codeOf<T>, nullptr}, &x, failure);
     }
 }
 
@@ -107,14 +87,13 @@ inline bool Convert(const Slot& slot, std::string& x, Failure& failure)
     return true;
 }
 
+// Of what cannot be copied, a reference can be had.
 template <Object T>
 bool Convert(const Slot& slot, T& x, Failure& failure)
 {
-    void* object = nullptr;
-    if (!ToObject(slot, TypeOf<T>(), false, object, failure))
-        return false;
-    x = *static_cast<const T*>(object);
-    return true;
+    return ToVariable(
+        slot, TypeOf<T>(), &x, [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); },
+        failure);
 }
 
 } // namespace evaluation

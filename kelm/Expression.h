@@ -69,7 +69,13 @@ Slot ArgumentOf(T&& x)
     else if constexpr (Floating<Type>)
         slot.Set(static_cast<float64>(x));
     else if constexpr (Integer<Type>)
-        slot = ValueAccess::Of(static_cast<const Value&>(Value(x)));
+    {
+        // A character is a text, and what is no int64 an error where it is used.
+        if (!IsCharacter<Type> && (std::is_signed_v<Type> || static_cast<int64>(x) >= 0))
+            slot.Set(static_cast<int64>(x));
+        else
+            slot.SetPlace(&x, {&s_codeOf<Type>, nullptr}, true);
+    }
     else if constexpr (std::is_convertible_v<T, std::string_view>)
         slot.SetText(x, nullptr);
     else

@@ -1,10 +1,11 @@
 #include <kelm/Fields.h>
 
-#include <kelm/private/Conversions.h>
+#include <kelm/Convert.h>
 #include <kelm/private/ErrorOf.h>
-#include <kelm/private/FieldWalk.h>
-#include <kelm/private/TypeText.h>
-#include <klObject/types/ForeignType.h>
+#include <kelm/private/Failures.h>
+#include <kelm/private/PlaceSteps.h>
+#include <klKelmScript/private/PathWalk.h>
+#include <klObject/types/private/TypeCodes.h>
 #include <klUtils/text/ExpressionParser.h>
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/text/private/TypedReads.h>
@@ -15,116 +16,111 @@ namespace kelm
 namespace
 {
 
-// --- the walk along a path
+using evaluation::Assigned;
+using evaluation::Failure;
+using evaluation::Slot;
+using Way = PathSteps::Way;
 
-FieldWalk BeginWalk(const FieldStart& start, EAccess access)
-{
-    if (start.m_type != nullptr)
-        return {start.m_type->Get(), start.m_data, access};
-    if (start.m_reached != nullptr)
-        return {*start.m_reached, start.m_data, access};
-    return {start.m_object, access};
-}
-
-// A path that has been walked to its end.
-class WalkedPath
+// The walk along the text of a path, to its end.
+class PathText
 {
 public:
-    WalkedPath(const FieldStart& start, std::string_view path, EAccess access)
-        : m_path(path), m_access(access), m_walk(BeginWalk(start, access))
+    explicit PathText(std::string_view path) : m_path(path) {}
+
+    // To the field.
+    bool Reach(const FieldStart& start) { return Begin(start) && Walk(false); }
+
+    // The same for an assignment, which an element may be made for.
+    bool Store(const FieldStart& start, const Assigned& value)
     {
-        ExpressionParser parser;
-        parser.Init(SubString(path));
-        text::Cursor cursor(parser);
-        Walk(cursor);
+        if (!Begin(start) || !Walk(true))
+            return false;
+        if (!m_isAtElement)
+            return evaluation::StorePlace(m_slot, value, m_checks, m_failure);
+        bool isIndexWrong = false;
+        return evaluation::StoreElement(m_slot, m_index, value, m_checks, isIndexWrong, m_failure);
     }
 
-    FieldWalk& GetWalk() { return m_walk; }
-
-    // An error about the value at the end: at the last step.
-    Error ErrorAtEnd(ErrorKind kind, std::string message) const
-    {
-        return ErrorAt(kind, std::move(message), {s_textName, m_path},
-                       m_last.m_p1 != nullptr ? static_cast<std::size_t>(m_last.m_p1 - m_path.data()) : 0,
-                       static_cast<std::size_t>(m_last.size()), std::string(m_path));
-    }
+    const Slot& GetSlot() const { return m_slot; }
+    Failure& GetFailure() { return m_failure; }
+    Error MakeError() const { return evaluation::MakeError(m_path, m_failure, m_place, std::string(m_path)); }
 
 private:
-    void Walk(text::Cursor& cursor)
+    bool Begin(const FieldStart& start)
     {
-        if (m_walk.GetData() == nullptr)
-            cursor.ThrowAtToken("null dereference");
-        while (!cursor.Is(TOKEN_END))
+        if (start.m_type != nullptr)
+            m_slot.SetPlace(start.m_data, start.m_type->Get(), false);
+        else if (start.m_reached != nullptr)
+            m_slot.SetPlace(start.m_data, *start.m_reached, false);
+        else
         {
-            if (cursor.Is(TOKEN_DOT))
-                WalkToField(cursor);
-            else if (cursor.Is(TOKEN_LEFT_SQUARE))
-                WalkToElement(cursor);
-            else
-                cursor.ThrowExpected("end of text");
+            m_slot.SetPlace(start.m_object.self(), {}, false);
+            m_slot.SetOwner(start.m_object);
         }
+        return m_slot.m_address != nullptr || evaluation::FailNothing(m_failure);
     }
 
-    void WalkToField(text::Cursor& cursor)
+    bool Walk(bool staysBeforeLastElement)
+    {
+        ExpressionParser parser;
+        parser.Init(SubString(m_path));
+        text::Cursor cursor(parser);
+        while (!cursor.Is(TOKEN_END))
+        {
+            if (cursor.Is(TOKEN_DOT) ? !StepToMember(cursor) : !StepToElement(cursor, staysBeforeLastElement))
+                return false;
+        }
+        return true;
+    }
+
+    // The place of what goes wrong is the last token of a step, which stands for what it has led to from then on.
+    bool StepToMember(text::Cursor& cursor)
     {
         cursor.Next();
         if (!cursor.Is(TOKEN_IDENTIFIER))
             cursor.ThrowExpected("identifier");
-        Require(cursor, m_walk.TryStepToField(cursor.GetText()));
-        Pass(cursor);
+        const SubString name = cursor.GetText();
+        m_place = PlaceOf(name);
+        cursor.Next();
+        return evaluation::StepToMember(m_slot, {name.m_p1, static_cast<std::size_t>(name.size())}, m_checks,
+                                        m_failure);
     }
 
-    // Optionals and handles are entered where a list or a map is wanted.
-    void WalkToElement(text::Cursor& cursor)
+    bool StepToElement(text::Cursor& cursor, bool staysBeforeLast)
     {
-        if (m_walk.IsEnterable())
-            Require(cursor, m_walk.TryEnter());
-        const bool isDynamic = m_walk.GetType().m_bc != nullptr && m_walk.GetType().GetCode() == FT_DYNARRAY;
+        if (!cursor.Is(TOKEN_LEFT_SQUARE))
+            cursor.ThrowExpected("end of text");
+        ReflectionByteCode type;
+        m_place = PlaceOf(cursor.GetText());
+        if (!EnterChoices(m_slot, type))
+            return evaluation::FailNothing(m_failure);
         cursor.Next();
-        if (isDynamic && cursor.Is(TOKEN_LEFT_SQUARE))
+        if (type.m_bc != nullptr && type.GetCode() == FT_DYNARRAY && cursor.Is(TOKEN_LEFT_SQUARE))
             cursor.Next();
-        if (m_walk.TakesKeys())
-            WalkToKey(cursor);
-        else
-            Require(cursor, m_walk.TryStepToElement(text::ReadNumber<int32>(cursor)));
+        m_index = evaluation::GetWay(m_slot) == Way::Keys ? ReadKey(cursor) : Scalar(text::ReadNumber<int32>(cursor));
         if (!cursor.Is(TOKEN_RIGHT_SQUARE))
             cursor.ThrowExpected("]");
-        Pass(cursor);
-    }
-
-    void WalkToKey(text::Cursor& cursor)
-    {
-        xstring room;
-        const Scalar key = ReadKey(cursor, room);
-        const bool isThere = m_walk.TryStepToKey(key);
-        if (isThere || m_access == EAccess::Read || !m_walk.IsKeyMissing() || !IsLastStep(cursor))
-            return Require(cursor, isThere);
-        Require(cursor, m_walk.TryInsertKey(key));
-    }
-
-    static bool IsLastStep(text::Cursor cursor)
-    {
-        if (!cursor.Is(TOKEN_RIGHT_SQUARE))
-            return false;
+        m_place = PlaceOf(cursor.GetText());
         cursor.Next();
-        return cursor.Is(TOKEN_END);
+        m_isAtElement = staysBeforeLast && cursor.Is(TOKEN_END);
+        return m_isAtElement || evaluation::StepToElement(m_slot, m_index, m_failure);
     }
 
     // A number, a text, a bool or the name of an enumerator.
-    static Scalar ReadKey(text::Cursor& cursor, xstring& room)
+    Scalar ReadKey(text::Cursor& cursor)
     {
         if (cursor.IsQuoted())
         {
-            text::ReadString(cursor, room);
-            return Scalar(room.view());
+            text::ReadString(cursor, m_room);
+            return Scalar(m_room.view());
         }
         if (cursor.Is(TOKEN_IDENTIFIER))
         {
             if (cursor.IsText("true") || cursor.IsText("false"))
                 return Scalar(text::ReadBool(cursor));
-            room.assign(cursor.GetText().m_p1, cursor.GetText().size());
+            m_room.assign(cursor.GetText().m_p1, cursor.GetText().size());
             cursor.Next();
-            return Scalar(room.view());
+            return Scalar(m_room.view());
         }
         const bool isNegative = text::PassSign(cursor);
         if (cursor.Is(TOKEN_FLOAT))
@@ -134,225 +130,133 @@ private:
         return isNegative ? Scalar(text::ReadNumber<int64>(cursor, true)) : Scalar(text::ReadNumber<uint64>(cursor));
     }
 
-    void Require(const text::Cursor& cursor, bool isDone) const
-    {
-        if (!isDone)
-            cursor.ThrowAtToken(m_walk.GetFault());
-    }
-
-    void Pass(text::Cursor& cursor)
-    {
-        m_last = cursor.GetText();
-        cursor.Next();
-    }
+    std::size_t PlaceOf(SubString token) const { return static_cast<std::size_t>(token.m_p1 - m_path.data()); }
 
     std::string_view m_path;
-    EAccess m_access;
-    FieldWalk m_walk;
-    SubString m_last;
+    std::size_t m_place = 0;
+    Slot m_slot;
+    evaluation::Checks m_checks;
+    Failure m_failure;
+
+    // Of the last step, where that has not been taken.
+    bool m_isAtElement = false;
+    Scalar m_index;
+    xstring m_room;
 };
 
-// Calls use(walked path) at the end of a path.
+// Most paths go along what is known of classes; null for the others, and where one does not lead to its end.
+[[gnu::always_inline]] inline PathEnd FindSoon(const FieldStart& start, std::string_view path, bool stopsAtChecks)
+{
+    if (start.m_type != nullptr)
+    {
+        if (start.m_type->m_class == nullptr)
+            return {};
+        start.m_type->m_ensureRegistered();
+        return FindAlongLeads(*start.m_type->m_class, start.m_data, path, stopsAtChecks);
+    }
+    if (!start.m_object)
+        return {};
+    return FindAlongLeads(*start.m_object.GetReflectedClass(), start.m_object.self(), path, stopsAtChecks);
+}
+
+bool IsSameScalar(const ReflectionByteCode& a, const uint8* b)
+{
+    return *a.m_bc == *b && GetTypeCode(a).m_kind == VK_SCALAR;
+}
+
+bool Finish(Error error, Result<void>* result)
+{
+    if (result == nullptr)
+        throw error;
+    *result = std::move(error);
+    return false;
+}
+
+// What `use` of a path does, or how it fails.
 template <class F>
-Result<void> AtField(const FieldStart& start, std::string_view path, EAccess access, const F& use)
+bool AlongPath(std::string_view path, Result<void>* result, const F& use)
 {
-    const SourceText source = {s_textName, path};
-    const Result<Result<void>> result = Attempt(source, {},
-                                                [&]
-                                                {
-                                                    WalkedPath walked(start, path, access);
-                                                    return use(walked);
-                                                });
-    return result ? *result : Result<void>(result.GetError());
-}
-
-Error MisfitError(const WalkedPath& path, Fit fit, const std::string& wanted, const std::string& value)
-{
-    return path.ErrorAtEnd(KindOfMisfit(fit), MisfitMessage(fit, wanted, value));
-}
-
-std::string TypeTextOf(const FieldWalk& walk)
-{
-    return walk.GetClass() != nullptr ? walk.GetClass()->m_name : TypeText(walk.GetType());
-}
-
-bool IsSameForeignType(const FieldWalk& walk, ReflectionByteCode type)
-{
-    type.AdvanceToUnderlyingType2();
-    return type.GetCode() == FT_FOREIGN && walk.GetType().m_bc != nullptr && walk.GetType().GetCode() == FT_FOREIGN &&
-           type.GetForeignType().m_name == walk.GetType().GetForeignType().m_name;
-}
-
-bool IsSameType(const FieldWalk& walk, ReflectionByteCode type)
-{
-    type.AdvanceToUnderlyingType2();
-    if (type.GetCode() == FT_FOREIGN)
-        return IsSameForeignType(walk, type);
-    return TypeText(type) == TypeTextOf(walk);
-}
-
-// --- checks
-
-// Asks all checks that a changed value concerns; where one refuses, or throws, the change is undone.
-template <class Undo>
-Result<void> CheckChange(WalkedPath& path, const std::string& value, const Undo& undo)
-{
-    const FieldWalk& walk = path.GetWalk();
-    const FieldWalk::CheckedMember* refusing = nullptr;
+    PathText text(path);
     try
     {
-        for (const FieldWalk::CheckedMember& member : walk.GetCheckedMembers())
-            if (!member.m_rule->m_check(member.m_data))
-            {
-                refusing = &member;
-                break;
-            }
+        if (use(text)) [[likely]]
+            return true;
     }
-    catch (...)
+    catch (const std::exception&)
     {
-        undo();
-        throw;
+        return Finish(ErrorInFlight({s_textName, path}, {}), result);
     }
-    if (refusing == nullptr)
-    {
-        path.GetWalk().Commit();
-        return {};
-    }
-    undo();
-    return path.ErrorAtEnd(ErrorKind::Check, std::string("Member '") + refusing->m_name + "' of class " +
-                                                 refusing->m_class->m_name + " refuses " + value);
-}
-
-// Stores a scalar in the field at the end of a path.
-Result<void> StoreAtEnd(WalkedPath& walked, const Scalar& value)
-{
-    FieldWalk& walk = walked.GetWalk();
-    if (walk.GetClass() != nullptr)
-        return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TextOf(value));
-    if (walk.IsConst())
-        return walked.ErrorAtEnd(ErrorKind::Type, "The field is constant");
-    std::string room;
-    Scalar old = walk.GetCheckedMembers().empty() ? Scalar() : LoadScalar(walk.GetType(), walk.GetData(), room);
-    if (old.m_kind == Scalar::Kind::Text) // which may lie in the field
-    {
-        room = std::string(old.m_text);
-        old.m_text = room;
-    }
-    const Fit fit = StoreScalar(walk.GetType(), walk.GetData(), value);
-    if (fit != Fit::Fits)
-        return MisfitError(walked, fit, TypeText(walk.GetType()), TextOf(value));
-    return CheckChange(walked, TextOf(value),
-                       [&]
-                       {
-                           if (old.m_kind == Scalar::Kind::None)
-                               walk.TrySetToNull();
-                           else
-                               StoreScalar(walk.GetType(), walk.GetData(), old);
-                       });
+    return Finish(text.MakeError(), result);
 }
 
 } // namespace
 
-Result<void> GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
-                      void (*copy)(void* to, const void* from))
+bool GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
+              void (*copy)(void* to, const void* from), Result<void>* result)
 {
-    return AtField(start, path, EAccess::Read,
-                   [&](WalkedPath& walked) -> Result<void>
-                   {
-                       FieldWalk& walk = walked.GetWalk();
-                       const ReflectionByteCode type = wanted.Get();
-                       std::string room;
-                       while (true)
-                       {
-                           if (walk.GetClass() == nullptr && !IsSameForeignType(walk, type))
-                           {
-                               const Scalar scalar = LoadScalar(walk.GetType(), walk.GetData(), room);
-                               if (scalar.m_kind != Scalar::Kind::None)
-                               {
-                                   const Fit fit = StoreScalar(type, value, scalar);
-                                   if (fit == Fit::Fits)
-                                       return {};
-                                   return MisfitError(walked, fit, TypeText(type), TextOf(scalar));
-                               }
-                           }
-                           if (IsSameType(walk, type))
-                           {
-                               copy(value, walk.GetData());
-                               return {};
-                           }
-                           if (!walk.IsEnterable())
-                               return MisfitError(walked, Fit::OtherType, TypeText(type), TypeTextOf(walk));
-                           if (!walk.TryEnter())
-                               return walked.ErrorAtEnd(ErrorKind::Range, std::string(walk.GetFault().view()));
-                       }
-                   });
-}
-
-Result<void> SetField(const FieldStart& start, std::string_view path, const Scalar& value)
-{
-    return AtField(start, path, EAccess::Write, [&](WalkedPath& walked) { return StoreAtEnd(walked, value); });
-}
-
-Result<void> SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,
-                      void (*swap)(void* a, void* b))
-{
-    return AtField(start, path, EAccess::Write,
-                   [&](WalkedPath& walked) -> Result<void>
-                   {
-                       FieldWalk& walk = walked.GetWalk();
-                       const ReflectionByteCode valueType = type.Get();
-                       if (!IsSameType(walk, valueType))
-                       {
-                           std::string room;
-                           const Scalar scalar = LoadScalar(valueType, value, room);
-                           if (scalar.m_kind != Scalar::Kind::None)
-                               return StoreAtEnd(walked, scalar);
-                           return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), TypeText(valueType));
-                       }
-                       if (walk.IsConst())
-                           return walked.ErrorAtEnd(ErrorKind::Type, "The field is constant");
-                       swap(walk.GetData(), value);
-                       return CheckChange(walked, "this " + TypeText(valueType), [&] { swap(walk.GetData(), value); });
-                   });
-}
-
-Scalar ScalarOf(const Value& value)
-{
-    switch (value.GetKind())
+    if (const PathEnd end = FindSoon(start, path, false); end.m_data != nullptr) [[likely]]
     {
-    case Value::Kind::Bool: return Scalar(value.As<bool>());
-    case Value::Kind::Integer: return Scalar(value.As<int64>());
-    case Value::Kind::Float: return Scalar(value.As<float64>());
-    case Value::Kind::Text: return Scalar(value.As<std::string_view>());
-    case Value::Kind::None:
-    case Value::Kind::Object: break;
+        if (IsSameScalar(end.m_type, wanted.m_bc)) [[likely]]
+        {
+            copy(value, end.m_data);
+            return true;
+        }
+        std::string room;
+        const Scalar scalar = LoadScalar(end.m_type, end.m_data, room);
+        if (scalar.m_kind != Scalar::Kind::None && StoreScalar(wanted.Get(), value, scalar) == Fit::Fits)
+            return true;
     }
-    return Scalar();
+    return AlongPath(path, result,
+                     [&](PathText& text) {
+                         return text.Reach(start) &&
+                                evaluation::ToVariable(text.GetSlot(), wanted.Get(), value, copy, text.GetFailure());
+                     });
 }
 
-Result<void> SetFieldToNull(const FieldStart& start, std::string_view path)
+bool SetField(const FieldStart& start, std::string_view path, const Scalar& value, Result<void>* result)
 {
-    return AtField(start, path, EAccess::Write,
-                   [&](WalkedPath& walked) -> Result<void>
-                   {
-                       FieldWalk& walk = walked.GetWalk();
-                       if (!walk.TrySetToNull())
-                           return MisfitError(walked, Fit::OtherType, TypeTextOf(walk), "null");
-                       return {};
-                   });
+    if (const PathEnd end = FindSoon(start, path, true); end.m_data != nullptr) [[likely]]
+        if (GetTypeCode(end.m_type).m_passedAs == 0 && StoreScalar(end.m_type, end.m_data, value) == Fit::Fits)
+            return true;
+    return AlongPath(path, result, [&](PathText& text) { return text.Store(start, {.m_scalar = value}); });
+}
+
+bool SetField(const FieldStart& start, std::string_view path, const Value& value, Result<void>* result)
+{
+    return AlongPath(path, result,
+                     [&](PathText& text)
+                     {
+                         std::string room;
+                         Assigned assigned;
+                         return evaluation::ToAssigned(ValueAccess::Of(value), assigned, room, text.GetFailure()) &&
+                                text.Store(start, assigned);
+                     });
+}
+
+bool SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,
+              void (*exchange)(void* a, void* b), Result<void>* result)
+{
+    return AlongPath(path, result,
+                     [&](PathText& text)
+                     {
+                         Assigned assigned{.m_exchange = exchange};
+                         assigned.m_object.SetPlace(value, type.Get(), false);
+                         return text.Store(start, assigned);
+                     });
 }
 
 bool HasField(const FieldStart& start, std::string_view path)
 {
     bool isThere = false;
-    const Result<void> result = AtField(start, path, EAccess::Read,
-                                        [&](WalkedPath& walked) -> Result<void>
-                                        {
-                                            FieldWalk& walk = walked.GetWalk();
-                                            isThere = !walk.IsEnterable() || walk.TryEnter();
-                                            return {};
-                                        });
-    if (result)
+    Result<void> result;
+    if (AlongPath(path, &result,
+                  [&](PathText& text)
+                  {
+                      if (!text.Reach(start))
+                          return false;
+                      isThere = evaluation::IsThere(text.GetSlot());
+                      return true;
+                  }))
         return isThere;
     const ErrorKind kind = result.GetError().GetKind();
     if (kind != ErrorKind::Range && kind != ErrorKind::Name)

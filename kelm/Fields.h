@@ -58,17 +58,70 @@ struct FieldStart
     ptr<IObject> m_object = nullptr;
 };
 
+// Each is false where it fails: with the error in the result, or thrown where there is no result.
+
 // Into a variable of another type or of the same, which `copy` copies.
-KELM_API Result<void> GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
-                               void (*copy)(void* to, const void* from));
-KELM_API Result<void> SetField(const FieldStart& start, std::string_view path, const Scalar& value);
-// What an expression gave; none of an object. A text lies in the value.
-KELM_API Scalar ScalarOf(const Value& value);
-// `swap` exchanges the value with a field of the same type.
-KELM_API Result<void> SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,
-                               void (*swap)(void* a, void* b));
-KELM_API Result<void> SetFieldToNull(const FieldStart& start, std::string_view path);
+KELM_API bool GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
+                       void (*copy)(void* to, const void* from), Result<void>* result);
+// A scalar; null where it is none.
+KELM_API bool SetField(const FieldStart& start, std::string_view path, const Scalar& value, Result<void>* result);
+KELM_API bool SetField(const FieldStart& start, std::string_view path, const Value& value, Result<void>* result);
+// `exchange` exchanges the value with a field of the same type.
+KELM_API bool SetField(const FieldStart& start, std::string_view path, const UsedType& type, void* value,
+                       void (*exchange)(void* a, void* b), Result<void>* result);
 KELM_API bool HasField(const FieldStart& start, std::string_view path);
+
+template <class T>
+void CopyField(void* to, const void* from)
+{
+    *static_cast<T*>(to) = *static_cast<const T*>(from);
+}
+
+template <class T>
+T GetFieldAs(const FieldStart& start, std::string_view path)
+{
+    static_assert(!std::is_same_v<T, std::string_view> && !std::is_pointer_v<T>,
+                  "Get gives copies: ask for a std::string");
+    T value{};
+    GetField(start, path, s_typeOf<T>, &value, CopyField<T>, nullptr);
+    return value;
+}
+template <class T>
+Result<T> TryGetFieldAs(const FieldStart& start, std::string_view path)
+{
+    static_assert(!std::is_same_v<T, std::string_view> && !std::is_pointer_v<T>,
+                  "Get gives copies: ask for a std::string");
+    T value{};
+    Result<void> result;
+    if (GetField(start, path, s_typeOf<T>, &value, CopyField<T>, &result))
+        return Result<T>(std::move(value));
+    return Result<T>(result.GetError());
+}
+
+template <class V>
+bool SetFieldTo(const FieldStart& start, std::string_view path, const V& value, Result<void>* result)
+{
+    if constexpr (std::is_same_v<V, Value>)
+        return SetField(start, path, value, result);
+    else if constexpr (Number<V> || std::is_same_v<V, bool>)
+        return SetField(start, path, Scalar(value), result);
+    else if constexpr (std::is_same_v<V, std::nullptr_t> || std::is_same_v<V, std::nullopt_t>)
+        return SetField(start, path, Scalar(), result);
+    else if constexpr (std::is_convertible_v<const V&, std::string_view>)
+        return SetField(start, path, Scalar(static_cast<std::string_view>(value)), result);
+    else
+    {
+        V copy(value);
+        return SetField(
+            start, path, s_typeOf<V>, &copy,
+            [](void* a, void* b)
+            {
+                using std::swap;
+                swap(*static_cast<V*>(a), *static_cast<V*>(b));
+            },
+            result);
+    }
+}
 
 template <class Whole>
 FieldStart StartOf(const Whole& whole)
@@ -80,62 +133,39 @@ FieldStart StartOf(const Whole& whole)
 }
 
 template <class T, class Whole>
-Result<T> TryGet(const Whole& whole, std::string_view path)
+T Get(const Whole& whole, std::string_view path)
 {
-    if constexpr (std::is_same_v<T, std::string_view> || std::is_pointer_v<T>)
-    {
-        static_assert(s_isNever<T>, "Get gives copies: ask for a std::string");
-        return GetErrorOfNone();
-    }
-    else
-    {
-        T value{};
-        const Result<void> result =
-            GetField(StartOf(whole), path, s_typeOf<T>, &value,
-                     [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); });
-        return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
-    }
+    return GetFieldAs<T>(StartOf(whole), path);
 }
 
 template <class T, class Whole>
-T Get(const Whole& whole, std::string_view path)
+Result<T> TryGet(const Whole& whole, std::string_view path)
 {
-    return *TryGet<T>(whole, path);
+    return TryGetFieldAs<T>(StartOf(whole), path);
 }
 
-template <class Whole, class V>
-Result<void> TrySet(Whole&& whole, std::string_view path, const V& value)
+template <class Whole>
+FieldStart StartOfSet(const std::remove_reference_t<Whole>& whole)
 {
     using W = std::remove_reference_t<Whole>;
     static_assert(std::is_same_v<std::remove_const_t<W>, Object> || IsRoot<std::remove_const_t<W>> ||
                       (std::is_lvalue_reference_v<Whole> && !std::is_const_v<W>),
                   "Set changes a field of a variable, which must neither be constant nor a temporary");
-    const FieldStart start = StartOf(std::as_const(whole));
-    if constexpr (std::is_same_v<V, Value>)
-        return value.GetKind() == Value::Kind::None ? SetFieldToNull(start, path)
-                                                    : SetField(start, path, ScalarOf(value));
-    else if constexpr (Number<V> || std::is_same_v<V, bool>)
-        return SetField(start, path, Scalar(value));
-    else if constexpr (std::is_same_v<V, std::nullptr_t> || std::is_same_v<V, std::nullopt_t>)
-        return SetFieldToNull(start, path);
-    else if constexpr (std::is_convertible_v<const V&, std::string_view>)
-        return SetField(start, path, Scalar(static_cast<std::string_view>(value)));
-    else
-    {
-        V copy(value);
-        return SetField(start, path, s_typeOf<V>, &copy,
-                        [](void* a, void* b)
-                        {
-                            using std::swap;
-                            swap(*static_cast<V*>(a), *static_cast<V*>(b));
-                        });
-    }
+    return StartOf<std::remove_const_t<W>>(whole);
 }
 
 template <class Whole, class V>
 void Set(Whole&& whole, std::string_view path, const V& value)
 {
-    *TrySet(std::forward<Whole>(whole), path, value);
+    SetFieldTo(StartOfSet<Whole>(whole), path, value, nullptr);
+}
+
+template <class Whole, class V>
+Result<void> TrySet(Whole&& whole, std::string_view path, const V& value)
+{
+    Result<void> result;
+    SetFieldTo(StartOfSet<Whole>(whole), path, value, &result);
+    return result;
 }
 
 template <class Whole>

@@ -21,9 +21,6 @@
 namespace kelm
 {
 
-template <class T>
-concept DescribedClass = Described<T> && std::is_base_of_v<ClassDescription, Description<T>>;
-
 // Registers classes that the program itself does not name again, but its texts do.
 template <class... Ts>
 void Register();

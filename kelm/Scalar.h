@@ -1,13 +1,17 @@
 #pragma once
 
-// Scalar: a number, a bool or a text on its way between a program and its objects; and the one table of what becomes
-// what:
+// Scalar: a number, a bool or a text on its way between a program, its objects and expressions; and the one table of
+// what becomes what, by which results, arguments, fields and assignments go:
 //
 //     an integer          takes integers in its range, and floats with an integral value in it
 //     a float             takes numbers; a double beyond its range is refused by a 32-bit one
 //     a bool              takes bools
 //     a text              takes texts; so do characters (texts of one), enumerations (the names of their enumerators),
 //                         durations and paths
+//     an optional         takes what the type that it holds takes
+//
+// An object takes objects of its own type. A number that does not fit is an error of kind Range, an enumerator that
+// does not exist one of kind Name, everything else one of kind Type.
 
 #include <kelm/api.h>
 #include <klObject/types/ReflectionByteCode.h>
@@ -77,6 +81,7 @@ enum class Fit : uint8
     Fits,
     OtherType,
     OutOfRange,
+    UnknownName, // of an enumerator
 };
 
 template <std::integral T>

@@ -46,7 +46,7 @@ public:
         static_assert(std::is_lvalue_reference_v<T>,
                       "Bind takes a variable, which must outlive the scope; Set takes a value");
         constexpr bool isConst = std::is_const_v<std::remove_reference_t<T>>;
-        if constexpr (evaluation::Scalar<Type>)
+        if constexpr (evaluation::NumberOrBool<Type>)
             return BindScalar(name, &variable, s_scalarCode<Type>, isConst);
         else if constexpr (std::is_same_v<Type, std::string>)
             return BindText(name, &variable, isConst);

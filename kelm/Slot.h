@@ -61,6 +61,13 @@ struct Slot
     void* m_owner; // of a place, the object that it lies in, where there is one
     const IObjectFns* m_ownerFns;
 
+    static Slot OfNothing()
+    {
+        Slot slot;
+        slot.SetNone();
+        return slot;
+    }
+
     bool IsScalar() const { return m_kind <= Kind::Float; }
     std::string_view GetText() const { return {m_text, m_size}; }
     ReflectionByteCode GetType() const { return {m_bc, m_stringTable, m_mapOrSetFns}; }

@@ -12,6 +12,9 @@
 namespace kelm
 {
 
+template <class T>
+concept DescribedClass = Described<T> && std::is_base_of_v<ClassDescription, Description<T>>;
+
 // A type that is registered on first use. Constant data but for that.
 struct UsedType
 {
@@ -26,11 +29,21 @@ struct UsedType
     const ConstStringZ* m_stringTable;
     const PtrMapOrSetFns* m_mapOrSetFns;
     void (*m_ensureRegistered)();
+    const ReflectedClass* m_class; // which this program describes; null for others
 };
 
 template <class T>
+constexpr const ReflectedClass* ClassOf()
+{
+    if constexpr (DescribedClass<T>)
+        return &RecordOf<T>::s_record;
+    else
+        return nullptr;
+}
+
+template <class T>
 inline constexpr UsedType s_typeOf = {s_tablesOfType<T>.ByteCode(0), s_tablesOfType<T>.m_names.data(),
-                                      s_tablesOfType<T>.Functions(0), EnsureRegistered<T>};
+                                      s_tablesOfType<T>.Functions(0), EnsureRegistered<T>, ClassOf<T>()};
 
 // --- handles
 

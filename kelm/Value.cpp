@@ -1,6 +1,7 @@
 #include <kelm/Value.h>
 
 #include <kelm/private/Operations.h>
+#include <kelm/private/Places.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/MessageOf.h>
 
@@ -16,6 +17,14 @@ void Value::SetUnsigned(uint64 x)
         throw Error(
             {.m_kind = ErrorKind::Range, .m_message = "Value " + std::to_string(x) + " is out of range of int64"});
     m_slot.Set(static_cast<int64>(x));
+}
+
+void Value::SetCharacter(const uint8& code, const void* character)
+{
+    evaluation::Failure failure;
+    m_slot.SetPlace(character, {&code, nullptr}, true);
+    evaluation::LoadPlace(m_slot, failure);
+    Keep();
 }
 
 void Value::Keep()

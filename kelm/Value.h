@@ -38,11 +38,13 @@ public:
     };
 
     Value() noexcept { m_slot.SetNone(); }
-    template <evaluation::Scalar T>
+    template <evaluation::NumberOrBool T>
     Value(T x)
     {
         if constexpr (std::is_same_v<T, bool>)
             m_slot.Set(x);
+        else if constexpr (IsCharacter<T>)
+            SetCharacter(evaluation::s_codeOf<T>, &x);
         else if constexpr (std::is_floating_point_v<T>)
             m_slot.Set(static_cast<float64>(x));
         else if constexpr (std::is_unsigned_v<T> && sizeof(T) == sizeof(uint64))
@@ -126,6 +128,7 @@ private:
         return slot;
     }
     void SetUnsigned(uint64 x);
+    void SetCharacter(const uint8& code, const void* character);
     std::string_view GetText() const;
     void Keep();
 

@@ -33,16 +33,12 @@ public:
     template <class T>
     T Get() const
     {
-        return *TryGet<T>();
+        return GetFieldAs<T>({.m_reached = &m_type, .m_data = m_data}, {});
     }
     template <class T>
     Result<T> TryGet() const
     {
-        T value{};
-        const Result<void> result =
-            GetField({.m_reached = &m_type, .m_data = m_data}, {}, s_typeOf<T>, &value,
-                     [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); });
-        return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
+        return TryGetFieldAs<T>({.m_reached = &m_type, .m_data = m_data}, {});
     }
 
 private:

@@ -86,6 +86,18 @@ inline void PathStride::TellWhereItIs(PathWalk& walk) const
         walk.m_position.m_rbc = m_lead->m_type;
 }
 
+namespace
+{
+
+bool HasCheck(const FieldIndex& model, const FieldEntry& entry)
+{
+    const ReflectedClass& rc = *model.m_class;
+    return rc.m_rules != nullptr && rc.m_rules[entry.m_field - rc.m_modelFields].m_check != nullptr;
+}
+
+} // namespace
+
+template <bool StopsAtChecks>
 inline PathState PathStride::Go(const ReflectedClass* rc)
 {
     m_class = rc;
@@ -108,7 +120,8 @@ inline PathState PathStride::Go(const ReflectedClass* rc)
             entry = found.m_entry;
             past = found.m_past;
         }
-        if (entry == nullptr || entry->m_lead == nullptr) [[unlikely]]
+        if (entry == nullptr || entry->m_lead == nullptr || (StopsAtChecks && HasCheck(m_index->GetModel(), *entry)))
+            [[unlikely]]
         {
             m_class = m_index->m_class;
             return EndWith(State::AtField, TOKEN_DOT);
@@ -601,6 +614,19 @@ void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteC
     }
     rbc = stride.m_lead->m_type;
     return stride.m_data;
+}
+
+PathEnd FindAlongLeads(const ReflectedClass& rc, void* instance, SubString path, bool stopsAtChecks)
+{
+    text::ExpectingCursor cursor(path);
+    if (IsReadBarrierInstalled() || !cursor.TryOperator<'.'>()) [[unlikely]]
+        return {};
+    PathStride stride(cursor, nullptr, static_cast<char*>(instance), false, nullptr);
+    const PathState state = stopsAtChecks ? stride.Go<true>(&rc) : stride.Go(&rc);
+    const bool isAtVariable = state == PathState::Over || state == PathState::AtVariable;
+    if (!isAtVariable || !stride.m_cursor.Is(TOKEN_END)) [[unlikely]]
+        return {};
+    return {stride.m_data, stride.m_lead->m_type};
 }
 
 // --- Registration ----------------------------------------------------------------------------------------------------

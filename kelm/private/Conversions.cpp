@@ -4,8 +4,10 @@
 #include <klObject/types/EnumIndex.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/WriteVariable.h>
 #include <klObject/values/private/ScalarTypes.h>
+#include <klUtils/MessageOf.h>
 #include <klUtils/ToString.h>
 #include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/xostream.h>
@@ -16,6 +18,13 @@ namespace kelm
 
 namespace
 {
+
+// Before most types there are none.
+void PassQualifiers(ReflectionByteCode& type)
+{
+    if (GetTypeCode(type).m_passedAs != 0) [[unlikely]]
+        type.AdvanceToUnderlyingType2();
+}
 
 // --- characters and texts
 
@@ -41,7 +50,7 @@ Scalar LoadChar16(const void* data, std::string& room)
 Scalar LoadEnumerator(const ReflectedEnum* r, int32 value)
 {
     const int32 i = r != nullptr ? FindEnumeratorByValue(*r, value) : -1;
-    return i >= 0 ? Scalar(std::string_view(r->m_strings[i])) : Scalar();
+    return i >= 0 ? Scalar(std::string_view(r->m_strings[i])) : Scalar(value);
 }
 
 Fit StoreChar8(void* data, std::string_view text)
@@ -70,7 +79,7 @@ Fit StoreEnumerator(const ReflectedEnum* r, void* data, std::string_view name)
 {
     const int32 i = r != nullptr ? FindEnumerator(*r, name) : -1;
     if (i < 0)
-        return Fit::OtherType;
+        return Fit::UnknownName;
     const int32 value = r->GetValue(i);
     std::memcpy(data, &value, sizeof value);
     return Fit::Fits;
@@ -107,7 +116,7 @@ Scalar LoadForeign(const ForeignType& type, const void* data, std::string& room)
     if (text.m_p1 < buffer || buffer + sizeof buffer <= text.m_p1)
         return Scalar(std::string_view(text.m_p1, static_cast<std::size_t>(text.size())));
     if (text.empty() && type.m_text->m_isIdentifier)
-        return Scalar(); // none of the enumerators
+        return Scalar(type.m_text->GetNumber(data)); // none of the enumerators
     room.assign(text.begin(), text.end());
     return Scalar(std::string_view(room));
 }
@@ -125,8 +134,9 @@ Fit StoreForeign(const ForeignType& type, void* data, const Scalar& scalar)
     }
     if (type.GetForm() != FF_TEXT || scalar.m_kind != Scalar::Kind::Text)
         return Fit::OtherType;
-    const std::string_view text = scalar.m_text;
-    return type.m_text->Set(data, {text.data(), text.data() + text.size()}) ? Fit::Fits : Fit::OtherType;
+    if (type.m_text->Set(data, scalar.m_text))
+        return Fit::Fits;
+    return type.m_text->m_names != nullptr ? Fit::UnknownName : Fit::OtherType;
 }
 
 template <class T>
@@ -150,19 +160,29 @@ public:
 
 std::string Quoted(std::string_view text)
 {
-    constexpr std::size_t maxShown = 64;
     static constexpr uint8 s_stringType[] = {FT_STRING8};
-    const xstring shown(text.substr(0, maxShown));
+    const xstring shown(text);
     TextOutput quoted;
     WriteVariable(quoted, {s_stringType, nullptr}, &shown);
-    return text.size() > maxShown ? quoted.m_text + "..." : quoted.m_text;
+    return quoted.m_text;
+}
+
+std::vector<std::string> EnumeratorsOf(const ReflectionByteCode& type)
+{
+    std::vector<std::string> names;
+    if (const ReflectedEnum* const r = type.GetReflectedEnum())
+        names.assign(r->m_strings, r->m_strings + r->m_count);
+    else if (type.GetCode() == FT_FOREIGN && type.GetForeignType().GetForm() == FF_TEXT)
+        names.assign(type.GetForeignType().m_text->m_names,
+                     type.GetForeignType().m_text->m_names + type.GetForeignType().m_text->m_numNames);
+    return names;
 }
 
 } // namespace
 
 Scalar LoadScalar(ReflectionByteCode type, const void* data, std::string& room)
 {
-    type.AdvanceToUnderlyingType2();
+    PassQualifiers(type);
     switch (type.GetCode())
     {
     case FT_BOOL: return Scalar(LoadScalar<bool>(data));
@@ -188,7 +208,7 @@ Scalar LoadScalar(ReflectionByteCode type, const void* data, std::string& room)
 
 Fit StoreScalar(ReflectionByteCode type, void* data, const Scalar& scalar)
 {
-    type.AdvanceToUnderlyingType2();
+    PassQualifiers(type);
     switch (type.GetCode())
     {
     case FT_BOOL:
@@ -223,7 +243,7 @@ std::string TextOf(const Scalar& scalar)
     };
     switch (scalar.m_kind)
     {
-    case Scalar::Kind::None: return "an object";
+    case Scalar::Kind::None: return "null";
     case Scalar::Kind::Bool: return scalar.m_bool ? "true" : "false";
     case Scalar::Kind::Int64: return text(NumberText(scalar.m_int64));
     case Scalar::Kind::UInt64: return text(NumberText(scalar.m_uint64));
@@ -243,15 +263,46 @@ std::string TextOf(ReflectionByteCode type, const void* data)
     return TypeText(type);
 }
 
-std::string MisfitMessage(Fit fit, const std::string& wanted, const std::string& value)
+namespace evaluation
 {
-    return fit == Fit::OutOfRange ? "Value " + value + " is out of range of " + wanted
-                                  : "Expected " + wanted + " when read " + value;
+
+std::string Written(const Scalar& scalar)
+{
+    constexpr std::size_t maxShown = 64;
+    if (scalar.m_kind != Scalar::Kind::Text)
+        return TextOf(scalar);
+    return std::string(scalar.m_text.substr(0, maxShown)) + (scalar.m_text.size() > maxShown ? "..." : "");
 }
 
-ErrorKind KindOfMisfit(Fit fit)
+bool FailMisfit(Failure& failure, Fit fit, ReflectionByteCode wanted, const Scalar& value)
 {
-    return fit == Fit::OutOfRange ? ErrorKind::Range : ErrorKind::Type;
+    wanted.AdvanceToUnderlyingType2();
+    // What an optional holds is what the value does not become.
+    while (wanted.GetCode() == FT_FOREIGN && wanted.GetForeignType().IsOptional())
+    {
+        wanted = wanted.GetForeignType().GetPartType(0);
+        wanted.AdvanceToUnderlyingType2();
+    }
+    const std::string type = TypeText(wanted);
+    switch (fit)
+    {
+    case Fit::Fits:
+    case Fit::OtherType: break;
+    case Fit::OutOfRange:
+        return Fail(failure, ErrorKind::Range, "Value " + Written(value) + " is out of range of " + type);
+    case Fit::UnknownName:
+        return FailUnknown(failure, "Unknown member '" + Written(value) + "' of enum " + type, value.m_text,
+                           EnumeratorsOf(wanted));
+    }
+    return FailOtherType(failure, Written(value), type);
 }
+
+bool FailOtherType(Failure& failure, const std::string& written, std::string_view wanted)
+{
+    return Fail(failure, ErrorKind::Type,
+                "No implicit conversion from value " + written + " to " + std::string(wanted));
+}
+
+} // namespace evaluation
 
 } // namespace kelm

@@ -62,7 +62,7 @@ std::size_t PlaceOfArgument(std::string_view text, std::size_t function, std::si
     return function;
 }
 
-Error MakeError(std::string_view text, const Failure& failure, std::size_t place)
+Error MakeError(std::string_view text, const Failure& failure, std::size_t place, std::string fieldPath)
 {
     const Failure::Details& details = *failure.m_details;
     const SourceText source{s_textName, text};
@@ -81,6 +81,7 @@ Error MakeError(std::string_view text, const Failure& failure, std::size_t place
                   .m_line = at.m_line,
                   .m_column = at.m_column,
                   .m_excerpt = excerpt.m_line + "\n" + excerpt.m_blanks + excerpt.m_caret,
+                  .m_fieldPath = std::move(fieldPath),
                   .m_suggestions = NearestNames(details.m_unknown, details.m_existing)});
 }
 

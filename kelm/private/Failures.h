@@ -30,6 +30,6 @@ std::string CountMessage(std::string_view name, std::size_t count, int32 min, in
 std::size_t PlaceOfArgument(std::string_view text, std::size_t function, std::size_t index);
 
 // With the place, its line, and the nearest names.
-Error MakeError(std::string_view text, const Failure& failure, std::size_t place);
+Error MakeError(std::string_view text, const Failure& failure, std::size_t place, std::string fieldPath = {});
 
 } // namespace kelm::evaluation

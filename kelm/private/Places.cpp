@@ -1,24 +1,21 @@
 #include <kelm/private/Places.h>
 
-#include <kelm/Convert.h>
+#include <kelm/private/Conversions.h>
 #include <kelm/private/Operations.h>
-#include <kelm/private/ScopeNames.h>
+#include <kelm/private/PlaceSteps.h>
 #include <kelm/private/Texts.h>
+#include <kelm/private/TypeText.h>
+#include <kelm/private/Variable.h>
 #include <klObject/objects/prefbase.h>
-#include <klObject/types/ClassModel.h>
-#include <klObject/types/EnumIndex.h>
 #include <klObject/types/ForeignType.h>
-#include <klObject/types/ReflectedTypes.h>
-#include <klObject/values/ReflectedVariable.h>
-#include <klUtils/MessageOf.h>
+#include <klUtils/KelmAssertionError.h>
 #include <klUtils/VectorOfByte.h>
 #include <klUtils/xstring.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
-#include <memory>
-#include <utility>
 
 namespace kelm::evaluation
 {
@@ -26,14 +23,7 @@ namespace kelm::evaluation
 namespace
 {
 
-// The type that a place has behind qualifiers; const ones make the place const.
-ReflectionByteCode Underlying(Slot& slot)
-{
-    ReflectionByteCode type = slot.GetType();
-    if ((type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0)
-        slot.m_isConst = true;
-    return type;
-}
+constexpr ConstStringZ s_sourceFile = "kelm/Places";
 
 template <class T>
 T Read(const Slot& slot)
@@ -43,34 +33,26 @@ T Read(const Slot& slot)
     return x;
 }
 
-void Become(Slot& slot, Slot value)
+bool Become(Slot& slot, const Slot& value)
 {
     slot.Release();
     slot = value;
-}
-
-template <class T>
-bool LoadScalar(Slot& slot, Failure& failure)
-{
-    const T x = Read<T>(slot);
-    Slot value;
-    if constexpr (std::is_same_v<T, bool>)
-        value.Set(x);
-    else if constexpr (std::is_floating_point_v<T>)
-        value.Set(static_cast<float64>(x));
-    else
-    {
-        if constexpr (std::is_same_v<T, uint64>)
-            if (x > static_cast<uint64>(std::numeric_limits<int64>::max()))
-                return Fail(failure, ErrorKind::Range, "Value " + std::to_string(x) + " is out of range of int64");
-        value.Set(static_cast<int64>(x));
-    }
-    Become(slot, value);
     return true;
 }
 
+template <class T>
+bool BecomeNumber(Slot& slot)
+{
+    Slot value;
+    if constexpr (std::is_floating_point_v<T>)
+        value.Set(static_cast<float64>(Read<T>(slot)));
+    else
+        value.Set(static_cast<int64>(Read<T>(slot)));
+    return Become(slot, value);
+}
+
 // A text that lies in what the slot keeps alive goes on to be kept.
-bool LoadText(Slot& slot, std::string_view text)
+bool BecomeText(Slot& slot, std::string_view text)
 {
     slot.m_kind = Kind::Text;
     slot.m_text = text.data();
@@ -78,64 +60,11 @@ bool LoadText(Slot& slot, std::string_view text)
     return true;
 }
 
-template <class T>
-bool StoreScalar(const Slot& place, const Slot& value, Failure& failure)
+bool BecomeOwnText(Slot& slot, std::string_view text)
 {
-    T x{};
-    if (!Convert(value, x, failure))
-        return false;
-    std::memcpy(place.m_address, &x, sizeof x);
-    return true;
-}
-
-// Calls f with a value of the C++ type that a code describes; `isScalar` says whether there is one.
-template <class F>
-bool WithScalar(ETypeByteCode code, F f, bool& isScalar)
-{
-    isScalar = true;
-    switch (static_cast<int>(code))
-    {
-    case FT_BOOL: return f(bool());
-    case FT_INT8: return f(int8());
-    case FT_INT16: return f(int16());
-    case FT_INT32: return f(int32());
-    case FT_INT64: return f(int64());
-    case FT_UINT8: return f(uint8());
-    case FT_UINT16: return f(uint16());
-    case FT_UINT32: return f(uint32());
-    case FT_UINT64: return f(uint64());
-    case FT_FLOAT32: return f(float32());
-    case FT_FLOAT64: return f(float64());
-    default: isScalar = false; return false;
-    }
-}
-
-void MoveTo(Slot& slot, const ReflectionByteCode& type, void* address)
-{
-    slot.m_address = address;
-    slot.SetType(type);
-}
-
-// What an optional, pointer or variant holds, in place of it; the type is that of what is reached. False where there is
-// nothing.
-bool Enter(Slot& slot, ReflectionByteCode& type)
-{
-    type = Underlying(slot);
-    while (type.GetCode() == FT_FOREIGN && type.GetForeignType().GetForm() == FF_CHOICE)
-    {
-        const ForeignType& choice = type.GetForeignType();
-        const int32 part = choice.m_choice->GetIndex(slot.m_address);
-        if (part < 0)
-            return false;
-        MoveTo(slot, choice.GetPartType(part), choice.m_choice->GetValue(slot.m_address));
-        type = Underlying(slot);
-    }
-    return true;
-}
-
-bool FailNothing(Failure& failure)
-{
-    return Fail(failure, ErrorKind::Range, "null dereference");
+    Slot value;
+    SetOwnText(value, text);
+    return Become(slot, value);
 }
 
 } // namespace
@@ -145,503 +74,85 @@ bool FailNothing(Failure& failure)
 bool LoadPlace(Slot& slot, Failure& failure)
 {
     ReflectionByteCode type;
-    if (!Enter(slot, type))
+    if (!EnterChoices(slot, type))
         return FailNothing(failure);
-    bool isScalar = false;
-    const bool isLoaded = WithScalar(
-        type.GetCode(), [&]<class T>(T) { return LoadScalar<T>(slot, failure); }, isScalar);
-    if (isScalar)
-        return isLoaded;
-    if (type.GetCode() == FT_CHAR8)
-        return LoadText(slot, {static_cast<const char*>(slot.m_address), 1});
-    if (type.GetCode() == FT_STRING8)
-        return LoadText(slot, static_cast<const xstring*>(slot.m_address)->operator std::string_view());
-    if (type.GetCode() == FT_ENUM)
-    {
-        const ReflectedEnum* const re = type.GetReflectedEnum();
-        const int32 i = re != nullptr ? FindEnumeratorByValue(*re, Read<int32>(slot)) : -1;
-        if (i >= 0)
-            return LoadText(slot, re->m_strings[i]);
-        return LoadScalar<int32>(slot, failure);
-    }
-    if (type.GetCode() == FT_FOREIGN && type.GetForeignType().GetForm() == FF_TEXT)
-    {
-        char buffer[ForeignTextFns::BufferSize];
-        const SubString text = type.GetForeignType().m_text->Get(slot.m_address, buffer);
-        const bool isInBuffer = buffer <= text.m_p1 && text.m_p1 <= buffer + sizeof buffer;
-        if (!isInBuffer)
-            return LoadText(slot, {text.m_p1, static_cast<std::size_t>(text.size())});
-        Slot value;
-        SetOwnText(value, {text.m_p1, static_cast<std::size_t>(text.size())});
-        Become(slot, value);
-    }
-    return true;
-}
-
-namespace
-{
-
-bool FailAssignment(Failure& failure, const Slot& place)
-{
-    return Fail(failure, ErrorKind::Type, "Can't assign to " + NameOfType(place));
-}
-
-bool StoreText(const Slot& target, const ReflectionByteCode& type, const Slot& value, Failure& failure)
-{
-    const bool isForeign = type.GetCode() == FT_FOREIGN;
-    if (type.GetCode() != FT_STRING8 && type.GetCode() != FT_ENUM &&
-        !(isForeign && type.GetForeignType().GetForm() == FF_TEXT))
-        return FailAssignment(failure, target);
-    std::string_view text;
-    std::string room;
-    if (!ToText(value, text, room, failure))
-        return false;
-    if (type.GetCode() == FT_STRING8)
-    {
-        *static_cast<xstring*>(target.m_address) = xstring(text);
+    if (type.m_bc == nullptr)
         return true;
-    }
-    if (isForeign)
-    {
-        const ForeignTextFns& fns = *type.GetForeignType().m_text;
-        if (fns.Set(target.m_address, text))
-            return true;
-        return Fail(failure, fns.m_names != nullptr ? ErrorKind::Name : ErrorKind::Type,
-                    std::string_view(MessageOf("Expected ", fns.m_what, " when read \"", SubString(text), "\"")));
-    }
-    const ReflectedEnum* const re = type.GetReflectedEnum();
-    const int32 i = re != nullptr ? FindEnumerator(*re, text) : -1;
-    if (i < 0)
-        return Fail(failure, ErrorKind::Name,
-                    std::string_view(
-                        MessageOf("Expected ", SubString(NameOfType(target)), " when read \"", SubString(text), "\"")));
-    const int32 number = re->GetValue(i);
-    std::memcpy(target.m_address, &number, sizeof number);
-    return true;
-}
-
-bool StoreUnchecked(Slot target, const Slot& value, Failure& failure)
-{
-    const ReflectionByteCode type = Underlying(target);
-    if (target.m_isConst)
-        return Fail(failure, ErrorKind::Type, "Can't assign to const " + NameOfType(target));
-    if (type.GetCode() == FT_FOREIGN && type.GetForeignType().IsOptional())
-    {
-        const ForeignType& optional = type.GetForeignType();
-        const bool wasEmpty = optional.m_choice->GetIndex(target.m_address) < 0;
-        void* const held =
-            wasEmpty ? optional.m_choice->Emplace(target.m_address, 0) : optional.m_choice->GetValue(target.m_address);
-        Slot payload = target;
-        MoveTo(payload, optional.GetPartType(0), held);
-        const bool isStored = StoreUnchecked(payload, value, failure);
-        if (wasEmpty && !isStored)
-            optional.m_choice->Reset(target.m_address);
-        return isStored;
-    }
-    ReflectionByteCode held;
-    if (!Enter(target, held))
-        return FailNothing(failure);
-    bool isScalar = false;
-    const bool isStored = WithScalar(
-        held.GetCode(), [&]<class T>(T) { return StoreScalar<T>(target, value, failure); }, isScalar);
-    return isScalar ? isStored : StoreText(target, held, value, failure);
-}
-
-// Undoes what StoreUnchecked does.
-class OldValue
-{
-public:
-    explicit OldValue(const Slot& place) : m_place(place), m_value(place)
-    {
-        m_place.m_holder = m_value.m_holder = nullptr;
-        Failure failure;
-        ReflectionByteCode type;
-        m_wasEmpty = !Enter(m_value, type) || !LoadPlace(m_value, failure);
-        if (!m_wasEmpty && m_value.m_kind == Kind::Text && m_value.m_holder == nullptr)
-            SetOwnText(m_value, m_value.GetText());
-    }
-    ~OldValue() { m_value.Release(); }
-    OldValue(const OldValue&) = delete;
-    OldValue& operator=(const OldValue&) = delete;
-
-    void Restore() const
-    {
-        Failure failure;
-        Slot place = m_place;
-        const ReflectionByteCode type = Underlying(place);
-        if (m_wasEmpty && type.GetCode() == FT_FOREIGN && type.GetForeignType().IsOptional())
-            type.GetForeignType().m_choice->Reset(place.m_address);
-        else
-            StoreUnchecked(m_place, m_value, failure);
-    }
-
-private:
-    Slot m_place;
-    Slot m_value;
-    bool m_wasEmpty = false;
-};
-
-bool Check(const Slot& place, const Slot& value, const Checks& checks, Failure& failure)
-{
-    for (uint32 i = place.m_checks; i != 0; i = checks[i - 1].m_outer)
-    {
-        const CheckedMember& member = checks[i - 1];
-        if (!member.m_rule->m_check(member.m_data))
-            return Fail(failure, ErrorKind::Check,
-                        std::string_view(MessageOf("Member '", member.m_name, "' of class ", member.m_class->m_name,
-                                                   " refuses ", SubString(Written(value)))));
-    }
-    return true;
-}
-
-} // namespace
-
-bool StorePlace(const Slot& place, const Slot& value, const Checks& checks, Failure& failure)
-{
-    if (place.m_checks == 0)
-        return StoreUnchecked(place, value, failure);
-    const OldValue old(place);
-    if (!StoreUnchecked(place, value, failure))
-        return false;
-    try
-    {
-        if (Check(place, value, checks, failure))
-            return true;
-    }
-    catch (...) // the program's
-    {
-        old.Restore();
-        throw;
-    }
-    old.Restore();
-    return false;
-}
-
-// --- Steps -----------------------------------------------------------------------------------------------------------
-
-namespace
-{
-
-// Through handles, to an instance of a class: whether it is one.
-bool GoToInstance(Slot& slot, ReflectionByteCode& type, Failure& failure)
-{
-    if (!Enter(slot, type))
-        return FailNothing(failure);
-    ptr<IObject> target;
     switch (static_cast<int>(type.GetCode()))
     {
-    case FT_CLASS: return true;
-    case FT_PREF:
-    case FT_CREF: target = static_cast<const prefbase*>(slot.m_address)->Get(); break;
-    case FT_INTERFACE_POINTER: target = Read<ptr<IObject>>(slot); break;
-    default: return Fail(failure, ErrorKind::Type, ". not available on " + NameOfType(slot));
+    case FT_FLOAT64: return BecomeNumber<float64>(slot);
+    case FT_INT32: return BecomeNumber<int32>(slot);
+    case FT_INT64: return BecomeNumber<int64>(slot);
+    default: break;
     }
-    if (!target)
-        return FailNothing(failure);
-    slot.SetOwner(target);
-    slot.m_address = target.self();
-    slot.m_isConst = false;
-    return true;
+    std::string room;
+    const Scalar scalar = LoadScalar(type, slot.m_address, room);
+    Slot value;
+    switch (scalar.m_kind)
+    {
+    case Scalar::Kind::None: return true;
+    case Scalar::Kind::UInt64: return FailMisfit(failure, Fit::OutOfRange, TypeOfCode(FT_INT64), scalar);
+    case Scalar::Kind::Bool: value.Set(scalar.m_bool); break;
+    case Scalar::Kind::Int64: value.Set(scalar.m_int64); break;
+    case Scalar::Kind::Float64: value.Set(scalar.m_float64); break;
+    case Scalar::Kind::Text:
+        return scalar.m_text.data() == room.data() ? BecomeOwnText(slot, room) : BecomeText(slot, scalar.m_text);
+    }
+    return Become(slot, value);
 }
 
-} // namespace
-
-const ReflectedClass* GoToObject(Slot& slot, Failure& failure)
+bool Load(Slot& slot, Failure& failure)
 {
+    return slot.m_kind != Kind::Place || LoadPlace(slot, failure);
+}
+
+bool ToScalar(const Slot& slot, Scalar& scalar, std::string& room, Failure& failure)
+{
+    switch (slot.m_kind)
+    {
+    case Kind::None: scalar = {}; return true;
+    case Kind::Bool: scalar = Scalar(slot.m_bool); return true;
+    case Kind::Integer: scalar = Scalar(slot.m_integer); return true;
+    case Kind::Float: scalar = Scalar(slot.m_float); return true;
+    case Kind::Text: scalar = Scalar(slot.GetText()); return true;
+    case Kind::Place: break;
+    }
+    Slot place = slot;
     ReflectionByteCode type;
-    if (slot.m_kind != Kind::Place)
-        Fail(failure, ErrorKind::Type, ". not available on " + NameOfType(slot));
-    else if (GoToInstance(slot, type, failure))
-    {
-        const ReflectedClass* const rc =
-            type.GetCode() == FT_CLASS ? type.GetReflectedClass() : slot.GetOwner().GetReflectedClass();
-        if (rc != nullptr)
-            return rc;
-        Fail(failure, ErrorKind::Internal, "The class " + NameOfType(slot) + " is not registered");
-    }
-    return nullptr;
-}
-
-ReflectionByteCode TypeOfCode(ETypeByteCode code)
-{
-    static constexpr auto codes = []
-    {
-        std::array<uint8, 256> all{};
-        for (std::size_t i = 0; i < all.size(); ++i)
-            all[i] = static_cast<uint8>(i);
-        return all;
-    }();
-    return {&codes[code], nullptr};
-}
-
-bool StepToMember(Slot& slot, std::string_view name, Checks& checks, Failure& failure)
-{
-    const ReflectedClass* const rc = GoToObject(slot, failure);
-    if (rc == nullptr)
-        return false;
-    const ClassModel model = FindClassModel(*rc);
-    const ssize_t i = model.m_class != nullptr ? FindPresentModelField(*model.m_class, name, 0) : -1;
-    if (i < 0)
-    {
-        std::vector<std::string> existing;
-        for (ssize_t k = 0; model.m_class != nullptr && k < GetModelFieldCount(*model.m_class); ++k)
-            if (IsPresent(model.m_class->m_modelFields[k]))
-                existing.emplace_back(model.m_class->m_modelFields[k].m_name);
-        return FailUnknown(
-            failure,
-            std::string_view(MessageOf("Identifier ", SubString(name), " is not a model field of class ", rc->m_name)),
-            name, std::move(existing));
-    }
-    const ReflectedModelField& field = model.m_class->m_modelFields[i];
-    MoveTo(slot, {field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns},
-           static_cast<char*>(slot.m_address) + model.m_offset + field.m_offset);
-    const FieldRule* const rule = model.m_class->m_rules != nullptr ? &model.m_class->m_rules[i] : nullptr;
-    if (rule != nullptr && rule->m_check != nullptr)
-    {
-        checks.push_back({rule, rc, field.m_name, slot.m_address, slot.m_checks});
-        slot.m_checks = static_cast<uint32>(checks.size());
-    }
+    if (!EnterChoices(place, type))
+        return FailNothing(failure);
+    scalar = type.m_bc != nullptr ? LoadScalar(type, place.m_address, room) : Scalar();
     return true;
 }
 
-namespace
+bool TryGoToType(Slot& slot, const ReflectionByteCode& type)
 {
-
-// A variable of a type that is known at run time.
-class Variable
-{
-public:
-    explicit Variable(const ReflectionByteCode& type)
-        : m_type(type), m_memory(new char[static_cast<std::size_t>(type.GetTypeSize())])
+    if (slot.m_kind != Kind::Place)
+        return false;
+    slot.m_holder = nullptr;
+    Failure failure;
+    while (!IsOfType(slot, type))
     {
-        ConstructReflectedVariable(m_type, m_memory.get());
-    }
-    ~Variable() { DestructReflectedVariable(m_type, m_memory.get()); }
-    Variable(const Variable&) = delete;
-    Variable& operator=(const Variable&) = delete;
-
-    void* Get() const { return m_memory.get(); }
-    Slot GetPlace() const
-    {
-        Slot place;
-        place.SetPlace(m_memory.get(), m_type, false);
-        return place;
-    }
-
-private:
-    ReflectionByteCode m_type;
-    std::unique_ptr<char[]> m_memory;
-};
-
-// A map, its types, and its entries by key.
-class Map
-{
-public:
-    // Of the map that a place is, if it is one.
-    explicit Map(const ReflectionByteCode& type)
-    {
-        if (type.GetCode() == FT_MAP)
-        {
-            m_fns = type.m_mapOrSetFns->mapFns;
-            m_key = type.GetElementType();
-            m_payload = m_key;
-            m_payload.ScanType();
-            m_payload.m_mapOrSetFns = type.m_mapOrSetFns + 1;
-        }
-        else if (type.GetCode() == FT_FOREIGN && type.GetForeignType().GetForm() == FF_MAP &&
-                 type.GetForeignType().m_numParts == 2)
-        {
-            m_foreign = type.GetForeignType().m_map;
-            m_key = type.GetForeignType().GetPartType(0);
-            m_payload = type.GetForeignType().GetPartType(1);
-        }
-    }
-
-    explicit operator bool() const { return m_fns != nullptr || m_foreign != nullptr; }
-    const ReflectionByteCode& GetKeyType() const { return m_key; }
-    const ReflectionByteCode& GetPayloadType() const { return m_payload; }
-
-    void* Find(void* map, const void* key) const
-    {
-        if (m_foreign != nullptr)
-            return m_foreign->Find(map, key);
-        struct Search
-        {
-            const Map* m_map;
-            const void* m_key;
-            void* m_found;
-        } search{this, key, nullptr};
-        m_fns->ForEach(
-            map,
-            [](void* context, const void* k, void* payload)
-            {
-                Search& s = *static_cast<Search*>(context);
-                if (CompareEqReflectedVariable(s.m_map->m_key, k, s.m_map->m_key, s.m_key))
-                    s.m_found = payload;
-                return s.m_found == nullptr;
-            },
-            &search);
-        return search.m_found;
-    }
-
-    // The key may be moved from.
-    void* Insert(void* map, void* key) const
-    {
-        return m_foreign != nullptr ? m_foreign->Insert(map, key) : m_fns->Insert(map, key);
-    }
-
-private:
-    const MapFns* m_fns = nullptr;
-    const ForeignMapFns* m_foreign = nullptr;
-    ReflectionByteCode m_key;
-    ReflectionByteCode m_payload;
-};
-
-bool FailIndex(Failure& failure, ConstStringZ what, int64 i)
-{
-    return Fail(failure, ErrorKind::Range, std::string_view(MessageOf(what, " index ", i, " out of range")));
-}
-
-bool ToIndex(const Slot& slot, int64& i, Failure& failure)
-{
-    Slot index = slot;
-    if (index.m_kind == Kind::Place)
-    {
-        index.m_holder = nullptr;
-        const bool isLoaded = LoadPlace(index, failure);
-        if (index.m_kind == Kind::Text)
-            index.Release();
-        if (!isLoaded)
+        ReflectionByteCode there = Underlying(slot);
+        if (there.m_bc == nullptr)
+            return false;
+        const ETypeByteCode code = there.GetCode();
+        const bool isChoice = code == FT_FOREIGN && there.GetForeignType().GetForm() == FF_CHOICE;
+        const bool isHandle = code == FT_INTERFACE_POINTER || code == FT_PREF || code == FT_CREF;
+        if (isChoice ? !EnterChoice(slot) : !isHandle || GoToObject(slot, failure) == nullptr)
             return false;
     }
-    if (index.m_kind != Kind::Integer)
-        return FailConversion(failure, slot, "int64");
-    i = index.m_integer;
     return true;
-}
-
-bool StepInText(Slot& slot, int64 i, Failure& failure)
-{
-    const auto size = static_cast<int64>(slot.m_size);
-    if (i < 0 || i >= size)
-        return Fail(failure, ErrorKind::Range,
-                    std::string_view(MessageOf("Index ", i, " out of range [0,", size, ") on string")));
-    slot.m_text += i; // what held the text holds its part
-    slot.m_size = 1;
-    return true;
-}
-
-bool StepInList(Slot& slot, const ReflectionByteCode& type, int64 i, Failure& failure)
-{
-    if (type.GetCode() == FT_FOREIGN && type.GetForeignType().GetForm() == FF_LIST)
-    {
-        const ForeignType& list = type.GetForeignType();
-        if (i < 0 || i >= list.m_list->Count(slot.m_address))
-            return FailIndex(failure, list.m_list->m_isFixed ? "Array" : "Vector", i);
-        // Elements without an address of their own can be read alone.
-        slot.m_isConst = slot.m_isConst || (!list.m_list->m_isFixed && list.m_list->Append == nullptr);
-        MoveTo(slot, list.GetElementType(i), list.m_list->At(slot.m_address, i));
-        return true;
-    }
-    const bool isArray = type.GetCode() == FT_ARRAY;
-    if (!isArray && type.GetCode() != FT_VECTOR && type.GetCode() != FT_DYNARRAY)
-        return Fail(failure, ErrorKind::Type, "[] not available on " + NameOfType(slot));
-    const ReflectionByteCode element = isArray ? type.GetElementType() : type.GetTypeBehindByte();
-    const ssize_t size = element.GetTypeSize();
-    VectorOfByte* const bytes = isArray ? nullptr : static_cast<VectorOfByte*>(slot.m_address);
-    if (i < 0 || i >= (isArray ? type.GetArrayCount() : bytes->size() / size))
-        return FailIndex(failure, type.GetCode() == FT_VECTOR ? "Vector" : "Array", i);
-    MoveTo(slot, element, (isArray ? static_cast<char*>(slot.m_address) : bytes->data()) + i * size);
-    return true;
-}
-
-// The key as a variable of the map's own.
-bool StoreKey(const Variable& key, const Slot& index, Failure& failure)
-{
-    return StoreUnchecked(key.GetPlace(), index, failure);
-}
-
-} // namespace
-
-bool StepToElement(Slot& slot, const Slot& index, Failure& failure)
-{
-    ReflectionByteCode type;
-    if (slot.m_kind == Kind::Place && !Enter(slot, type))
-        return FailNothing(failure);
-    if (slot.m_kind == Kind::Place)
-        if (const Map map(type); map)
-        {
-            const Variable key(map.GetKeyType());
-            if (!StoreKey(key, index, failure))
-                return false;
-            void* const payload = map.Find(slot.m_address, key.Get());
-            if (payload == nullptr)
-                return Fail(failure, ErrorKind::Range, "Key " + Written(index) + " is not there");
-            MoveTo(slot, map.GetPayloadType(), payload);
-            return true;
-        }
-    const bool isTextPlace =
-        slot.m_kind == Kind::Place &&
-        (type.GetCode() == FT_STRING8 || (type.GetCode() == FT_FOREIGN && type.GetForeignType().GetForm() == FF_TEXT));
-    if (isTextPlace && !LoadPlace(slot, failure))
-        return false;
-    if (slot.m_kind != Kind::Text && slot.m_kind != Kind::Place)
-        return Fail(failure, ErrorKind::Type, "[] not available on " + NameOfType(slot));
-    int64 i = 0;
-    if (!ToIndex(index, i, failure))
-        return false;
-    return slot.m_kind == Kind::Text ? StepInText(slot, i, failure) : StepInList(slot, type, i, failure);
-}
-
-bool StoreElement(const Slot& place, const Slot& index, const Slot& value, const Checks& checks, bool& isIndexWrong,
-                  Failure& failure)
-{
-    Slot element = place;
-    element.m_holder = nullptr;
-    ReflectionByteCode type;
-    isIndexWrong = true;
-    if (element.m_kind == Kind::Place && !Enter(element, type))
-        return FailNothing(failure);
-    if (element.m_kind == Kind::Place)
-        if (const Map map(type); map)
-        {
-            const Variable key(map.GetKeyType());
-            if (!StoreKey(key, index, failure))
-                return false;
-            isIndexWrong = false;
-            void* payload = map.Find(element.m_address, key.Get());
-            if (payload == nullptr)
-            {
-                // Whether the value becomes one of the type is found out before there is an entry.
-                const Variable trial(map.GetPayloadType());
-                if (element.m_isConst)
-                    return Fail(failure, ErrorKind::Type, "Can't assign to const " + NameOfType(element));
-                if (!StoreUnchecked(trial.GetPlace(), value, failure))
-                    return false;
-                payload = map.Insert(element.m_address, key.Get());
-            }
-            MoveTo(element, map.GetPayloadType(), payload);
-            return StorePlace(element, value, checks, failure);
-        }
-    if (!StepToElement(element, index, failure))
-        return false;
-    isIndexWrong = false;
-    if (element.m_kind != Kind::Place)
-    {
-        element.Release();
-        return Fail(failure, ErrorKind::Type, "Can't assign to string r-value");
-    }
-    return StorePlace(element, value, checks, failure);
 }
 
 bool GetLength(const Slot& slot, std::size_t& length, Failure& failure)
 {
     Slot list = slot;
     ReflectionByteCode type;
-    if (!Enter(list, type))
+    if (!EnterChoices(list, type))
         return FailNothing(failure);
     ssize_t count = -1;
-    switch (static_cast<int>(type.GetCode()))
+    switch (type.m_bc != nullptr ? static_cast<int>(type.GetCode()) : FT_CLASS)
     {
     case FT_ARRAY: count = type.GetArrayCount(); break;
     case FT_VECTOR:
@@ -670,9 +181,9 @@ bool IsThere(const Slot& slot)
         return slot.m_kind != Kind::None;
     Slot place = slot;
     ReflectionByteCode type;
-    if (!Enter(place, type))
+    if (!EnterChoices(place, type))
         return false;
-    switch (static_cast<int>(type.GetCode()))
+    switch (type.m_bc != nullptr ? static_cast<int>(type.GetCode()) : FT_CLASS)
     {
     case FT_PREF:
     case FT_CREF: return static_cast<bool>(static_cast<const prefbase*>(place.m_address)->Get());
@@ -681,9 +192,321 @@ bool IsThere(const Slot& slot)
     }
 }
 
-bool Load(Slot& slot, Failure& failure)
+bool FailNothing(Failure& failure)
 {
-    return slot.m_kind != Kind::Place || LoadPlace(slot, failure);
+    return Fail(failure, ErrorKind::Range, "null dereference");
+}
+
+ReflectionByteCode TypeOfCode(ETypeByteCode code)
+{
+    static constexpr auto codes = []
+    {
+        std::array<uint8, 256> all{};
+        for (std::size_t i = 0; i < all.size(); ++i)
+            all[i] = static_cast<uint8>(i);
+        return all;
+    }();
+    return {&codes[code], nullptr};
+}
+
+// --- Assignment ------------------------------------------------------------------------------------------------------
+
+namespace
+{
+
+std::string TextOf(const Assigned& value)
+{
+    return value.m_exchange != nullptr ? "this " + TypeText(value.m_object.GetType()) : Written(value.m_scalar);
+}
+
+bool Check(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
+{
+    for (uint32 i = place.m_checks; i != 0; i = checks[i - 1].m_outer)
+    {
+        const CheckedMember& member = checks[i - 1];
+        if (!member.m_rule->m_check(member.m_data))
+            return Fail(failure, ErrorKind::Check,
+                        std::string("Member '") + member.m_name + "' of class " + member.m_class->m_name + " refuses " +
+                            TextOf(value));
+    }
+    return true;
+}
+
+// What has been changed is so again where a check refuses it, or throws.
+template <class Undo>
+bool KeepOrUndo(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure, const Undo& undo)
+{
+    if (place.m_checks == 0)
+        return true;
+    try
+    {
+        if (Check(place, value, checks, failure))
+            return true;
+    }
+    catch (...) // the program's
+    {
+        undo();
+        throw;
+    }
+    undo();
+    return false;
+}
+
+// Two variables of a type, which is no class.
+void Exchange(const ReflectionByteCode& type, void* a, void* b)
+{
+    if (type.GetCode() == FT_FOREIGN)
+    {
+        KELM_ASSERT(type.GetForeignType().Exchange);
+        return type.GetForeignType().Exchange(a, b);
+    }
+    constexpr ssize_t most = 24;
+    const auto size = static_cast<std::size_t>(std::min(type.GetTypeSize(), most));
+    char bytes[most];
+    std::memcpy(bytes, a, size);
+    std::memcpy(a, b, size);
+    std::memcpy(b, bytes, size);
+}
+
+bool FailConst(const Slot& place, Failure& failure)
+{
+    return Fail(failure, ErrorKind::Type, "Can't assign to const " + NameOfType(place));
+}
+
+bool IsEmptyOptional(const ReflectionByteCode& type, const void* data)
+{
+    return type.GetCode() == FT_FOREIGN && type.GetForeignType().IsOptional() &&
+           type.GetForeignType().m_choice->GetIndex(data) < 0;
+}
+
+bool StoreNull(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
+{
+    Slot target = place;
+    const ReflectionByteCode type = Underlying(target);
+    const ETypeByteCode code = type.m_bc != nullptr ? type.GetCode() : FT_CLASS;
+    if (code != FT_INTERFACE_POINTER && code != FT_PREF && code != FT_CREF &&
+        !(code == FT_FOREIGN && type.GetForeignType().IsOptional()))
+        return FailOtherType(failure, TextOf(value), TextOfType(target));
+    if (target.m_isConst)
+        return FailConst(target, failure);
+    const Variable null(type);
+    Exchange(type, target.m_address, null.Get());
+    return KeepOrUndo(place, value, checks, failure, [&] { Exchange(type, target.m_address, null.Get()); });
+}
+
+bool StoreScalar(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
+{
+    Slot target = place;
+    ReflectionByteCode type = Underlying(target);
+    while (type.m_bc != nullptr && !IsEmptyOptional(type, target.m_address) && EnterChoice(target))
+        type = Underlying(target);
+    if (type.m_bc == nullptr)
+        return FailOtherType(failure, TextOf(value), TextOfType(target));
+    if (target.m_isConst)
+        return FailConst(target, failure);
+    const auto store = [&](void* variable)
+    {
+        const Fit fit = kelm::StoreScalar(type, variable, value.m_scalar);
+        return fit == Fit::Fits || FailMisfit(failure, fit, type, value.m_scalar);
+    };
+    if (place.m_checks == 0)
+        return store(target.m_address);
+    const Variable changed(type);
+    if (!store(changed.Get()))
+        return false;
+    Exchange(type, target.m_address, changed.Get());
+    return KeepOrUndo(place, value, checks, failure, [&] { Exchange(type, target.m_address, changed.Get()); });
+}
+
+bool StoreObject(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
+{
+    Slot target = place;
+    const ReflectionByteCode type = Underlying(target);
+    if (IsOfType(target, value.m_object.GetType()))
+    {
+        if (target.m_isConst)
+            return FailConst(target, failure);
+        value.m_exchange(target.m_address, value.m_object.m_address);
+        return KeepOrUndo(place, value, checks, failure,
+                          [&] { value.m_exchange(target.m_address, value.m_object.m_address); });
+    }
+    std::string room;
+    const Scalar scalar = LoadScalar(value.m_object.GetType(), value.m_object.m_address, room);
+    if (scalar.m_kind != Scalar::Kind::None)
+        return StoreScalar(place, {.m_scalar = scalar}, checks, failure);
+    if (type.m_bc != nullptr && !IsEmptyOptional(type, target.m_address) && EnterChoice(target))
+        return StoreObject(target, value, checks, failure);
+    Slot held;
+    if (type.m_bc != nullptr && IsEmptyOptional(type, target.m_address))
+    {
+        const ForeignType& optional = type.GetForeignType();
+        const Variable changed(type);
+        held.SetPlace(optional.m_choice->Emplace(changed.Get(), 0), optional.GetPartType(0), false);
+        if (IsOfType(held, value.m_object.GetType()))
+        {
+            if (target.m_isConst)
+                return FailConst(target, failure);
+            value.m_exchange(held.m_address, value.m_object.m_address);
+            Exchange(type, target.m_address, changed.Get());
+            return KeepOrUndo(place, value, checks, failure, [&] { Exchange(type, target.m_address, changed.Get()); });
+        }
+    }
+    return FailConversion(failure, value.m_object, TextOfType(target).c_str());
+}
+
+} // namespace
+
+bool StorePlace(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
+{
+    if (value.m_exchange != nullptr)
+        return StoreObject(place, value, checks, failure);
+    if (value.m_object.m_kind == Kind::Place)
+        return FailConversion(failure, value.m_object, TextOfType(place).c_str());
+    return value.m_scalar.m_kind != Scalar::Kind::None ? StoreScalar(place, value, checks, failure)
+                                                       : StoreNull(place, value, checks, failure);
+}
+
+bool ToAssigned(const Slot& value, Assigned& assigned, std::string& room, Failure& failure)
+{
+    if (!ToScalar(value, assigned.m_scalar, room, failure))
+        return false;
+    if (value.m_kind == Kind::Place && assigned.m_scalar.m_kind == Scalar::Kind::None)
+        assigned.m_object = value;
+    return true;
+}
+
+bool StorePlace(const Slot& place, const Slot& value, const Checks& checks, Failure& failure)
+{
+    std::string room;
+    Assigned assigned;
+    return ToAssigned(value, assigned, room, failure) && StorePlace(place, assigned, checks, failure);
+}
+
+// --- Elements --------------------------------------------------------------------------------------------------------
+
+namespace
+{
+
+// An entry that is new, and gone again unless it is kept.
+class NewEntry
+{
+public:
+    // The key is copied for later; the other one may be moved from.
+    NewEntry(const ReflectionByteCode& mapType, void* map, const ReflectionByteCode& keyType, const Scalar& key)
+        : m_type(mapType), m_map(map), m_key(keyType)
+    {
+        kelm::StoreScalar(keyType, m_key.Get(), key);
+    }
+    ~NewEntry()
+    {
+        if (m_isMade)
+            (m_type.GetCode() == FT_FOREIGN ? m_type.GetForeignType().m_map->Erase
+                                            : m_type.m_mapOrSetFns->mapFns->Erase)(m_map, m_key.Get());
+    }
+    NewEntry(const NewEntry&) = delete;
+    NewEntry& operator=(const NewEntry&) = delete;
+
+    void Made() { m_isMade = true; }
+    void Keep() { m_isMade = false; }
+
+private:
+    ReflectionByteCode m_type;
+    void* m_map;
+    Variable m_key;
+    bool m_isMade = false;
+};
+
+bool StoreEntry(const Slot& map, const Scalar& index, const Assigned& value, const Checks& checks, bool& isIndexWrong,
+                Failure& failure)
+{
+    PathSteps steps = StepsFrom(map, PathSteps::Access::Alter);
+    const ReflectionByteCode keyType = steps.GetKeyType();
+    const Variable key(keyType);
+    if (const Fit fit = kelm::StoreScalar(keyType, key.Get(), index); fit != Fit::Fits)
+        return FailMisfit(failure, fit, keyType, index);
+    Slot entry = map;
+    if (steps.TryStepToPayload(key.Get()))
+    {
+        isIndexWrong = false;
+        TakeOver(entry, steps);
+        return StorePlace(entry, value, checks, failure);
+    }
+    Slot whole = map;
+    const ReflectionByteCode type = Underlying(whole);
+    const bool isSet = type.GetCode() == FT_FOREIGN && type.GetForeignType().m_numParts == 1;
+    if (isSet)
+        return FailKey(failure, index);
+    isIndexWrong = false;
+    if (whole.m_isConst)
+        return FailConst(whole, failure);
+    NewEntry made(type, map.m_address, keyType, index);
+    PathSteps adding = StepsFrom(map, PathSteps::Access::Write);
+    adding.TryStepToPayload(key.Get());
+    made.Made();
+    TakeOver(entry, adding);
+    const bool isStored = StorePlace(entry, value, checks, failure);
+    if (isStored)
+        made.Keep();
+    return isStored;
+}
+
+// Elements that have no address, such as bits.
+bool StoreCopy(const Slot& list, const ForeignType& type, const Slot& element, int64 i, const Assigned& value,
+               const Checks& checks, Failure& failure)
+{
+    Slot old = element;
+    const ReflectionByteCode elementType = Underlying(old);
+    const Variable copy(elementType);
+    Slot place;
+    place.SetPlace(copy.Get(), elementType, false);
+    if (!StorePlace(place, value, {}, failure))
+        return false;
+    type.m_list->Assign(list.m_address, i, copy.Get());
+    return KeepOrUndo(list, value, checks, failure, [&] { type.m_list->Assign(list.m_address, i, old.m_address); });
+}
+
+} // namespace
+
+bool StoreElement(const Slot& place, const Scalar& index, const Assigned& value, const Checks& checks,
+                  bool& isIndexWrong, Failure& failure)
+{
+    isIndexWrong = true;
+    Slot element = place;
+    element.m_holder = nullptr;
+    ReflectionByteCode type;
+    if (element.m_kind == Kind::Place && !EnterChoices(element, type))
+        return FailNothing(failure);
+    const Slot list = element;
+    if (list.m_kind == Kind::Place && GetWay(list) == PathSteps::Way::Keys)
+        return StoreEntry(list, index, value, checks, isIndexWrong, failure);
+    if (!StepToElement(element, index, failure))
+        return false;
+    isIndexWrong = false;
+    if (element.m_kind != Kind::Place)
+    {
+        element.Release();
+        return Fail(failure, ErrorKind::Type, "Can't assign to string r-value");
+    }
+    if (type.m_bc != nullptr && type.GetCode() == FT_FOREIGN && type.GetForeignType().m_list->Assign != nullptr &&
+        !list.m_isConst)
+        return StoreCopy(list, type.GetForeignType(), element, index.m_int64, value, checks, failure);
+    return StorePlace(element, value, checks, failure);
+}
+
+bool StoreElement(const Slot& place, const Slot& index, const Slot& value, const Checks& checks, bool& isIndexWrong,
+                  Failure& failure)
+{
+    std::string roomOfKey;
+    std::string room;
+    Scalar key;
+    Assigned assigned;
+    isIndexWrong = true;
+    if (!ToScalar(index, key, roomOfKey, failure))
+        return false;
+    isIndexWrong = false;
+    if (!ToAssigned(value, assigned, room, failure))
+        return false;
+    return StoreElement(place, key, assigned, checks, isIndexWrong, failure);
 }
 
 } // namespace kelm::evaluation

@@ -1,9 +1,11 @@
 // Types of values: what messages call them, and whether two are the same.
 
 #include <kelm/private/Operations.h>
+#include <kelm/private/PlaceSteps.h>
 #include <kelm/private/ScopeNames.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
+#include <klObject/types/private/TypeCodes.h>
 #include <klUtils/MessageOf.h>
 
 #include <cstring>
@@ -72,7 +74,7 @@ std::string NameOfType(const Slot& slot)
     case Kind::Text: return "string";
     case Kind::Place: break;
     }
-    return NameOf(slot.GetType());
+    return slot.m_bc != nullptr ? NameOf(slot.GetType()) : slot.GetOwner().GetReflectedClass()->m_name;
 }
 
 std::string Written(const Slot& slot)
@@ -87,30 +89,19 @@ std::string Written(const Slot& slot)
     case Kind::Text: return std::string(slot.GetText());
     case Kind::Place: break;
     }
-    return "of " + NameOfType(slot);
+    return "of " + TextOfType(slot);
 }
 
 bool IsSameType(ReflectionByteCode a, ReflectionByteCode b)
 {
-    a.AdvanceToUnderlyingType2();
-    b.AdvanceToUnderlyingType2();
+    for (ReflectionByteCode* const type : {&a, &b})
+        if (GetTypeCode(*type).m_passedAs != 0) [[unlikely]]
+            type->AdvanceToUnderlyingType2();
     if (a.GetCode() != b.GetCode())
         return false;
     switch (static_cast<int>(a.GetCode()))
     {
-    case FT_FOREIGN:
-    {
-        const ForeignType& x = a.GetForeignType();
-        const ForeignType& y = b.GetForeignType();
-        if (&x == &y)
-            return true;
-        if (x.m_form != y.m_form || x.m_size != y.m_size || x.m_numParts != y.m_numParts)
-            return false;
-        for (int32 i = 0; i < x.m_numParts; ++i)
-            if (!IsSameType(x.GetPartType(i), y.GetPartType(i)))
-                return false;
-        return true;
-    }
+    case FT_FOREIGN: return a.GetForeignType().m_name == b.GetForeignType().m_name;
     case FT_CLASS:
     case FT_INTERFACE:
     case FT_ENUM:

@@ -4,7 +4,6 @@
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/private/TypeCodes.h>
-#include <klObject/values/ReflectedVariable.h>
 #include <klPersistStore/ReadBarrier.h>
 #include <klUtils/KelmAssertionError.h>
 
@@ -40,38 +39,23 @@ PathSteps::Way GetWayFrom(const ReflectionByteCode& type)
     switch (foreign.GetForm())
     {
     case FF_LIST: return PathSteps::Way::Elements;
-    case FF_MAP: return foreign.m_numParts > 1 ? PathSteps::Way::Keys : PathSteps::Way::Nowhere;
+    case FF_MAP: return PathSteps::Way::Keys;
     case FF_TEXT:
     case FF_CHOICE: break;
     }
     return PathSteps::Way::Nowhere;
 }
 
-// A map cannot be asked for a key, so its entries are looked through.
-struct Search
-{
-    ReflectionByteCode m_keyType;
-    const void* m_key;
-    void* m_payload = nullptr;
-};
-
-bool IsOther(void* context, const void* key, void* payload)
-{
-    Search& search = *static_cast<Search*>(context);
-    if (!CompareEqReflectedVariable(search.m_keyType, search.m_key, search.m_keyType, key))
-        return true;
-    search.m_payload = payload;
-    return false;
-}
-
 // The payload of a key that is there, or null.
 void* FindPayload(const ReflectionByteCode& type, const void* map, const void* key)
 {
-    if (type.GetCode() == FT_FOREIGN)
-        return type.GetForeignType().m_map->Find(map, key);
-    Search search{type.GetElementType(), key};
-    type.m_mapOrSetFns->mapFns->ForEach(map, IsOther, &search);
-    return search.m_payload;
+    return type.GetCode() == FT_FOREIGN ? type.GetForeignType().m_map->Find(map, key)
+                                        : type.m_mapOrSetFns->mapFns->Find(map, key);
+}
+
+bool IsForeignSet(const ReflectionByteCode& type)
+{
+    return type.GetCode() == FT_FOREIGN && type.GetForeignType().m_numParts == 1;
 }
 
 // The payload of a key, which is there afterwards.
@@ -84,10 +68,10 @@ void* InsertPayload(const ReflectionByteCode& type, void* map, void* key)
 ReflectionByteCode GetPayloadType(const ReflectionByteCode& type)
 {
     if (type.GetCode() == FT_FOREIGN)
-        return type.GetForeignType().GetPartType(1);
+        return type.GetForeignType().GetPartType(type.GetForeignType().m_numParts - 1);
     ReflectionByteCode payload = type.GetElementType();
     payload.ScanType();
-    return payload;
+    return {payload.m_bc, payload.m_stringTable, type.m_mapOrSetFns + 1};
 }
 
 } // namespace
@@ -95,7 +79,7 @@ ReflectionByteCode GetPayloadType(const ReflectionByteCode& type)
 ReflectionByteCode PathSteps::GetUnderlyingType() const
 {
     ReflectionByteCode type = m_position.m_rbc;
-    if (type.m_bc != nullptr)
+    if (type.m_bc != nullptr && GetTypeCode(type).m_passedAs != 0) [[unlikely]]
         type.AdvanceToUnderlyingType2();
     return type;
 }
@@ -103,7 +87,8 @@ ReflectionByteCode PathSteps::GetUnderlyingType() const
 bool PathSteps::IsConst() const
 {
     ReflectionByteCode type = m_position.m_rbc;
-    return m_isPartOfConst || (type.m_bc != nullptr && (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0);
+    return m_isPartOfConst || (type.m_bc != nullptr && GetTypeCode(type).m_passedAs != 0 &&
+                               (type.AdvanceToUnderlyingType2() & PASSED_CONST) != 0);
 }
 
 PathSteps::Way PathSteps::GetWay() const
@@ -121,6 +106,7 @@ bool PathSteps::TryEnterChoices()
          type = GetUnderlyingType())
     {
         m_isPartOfConst = IsConst() && !type.GetForeignType().m_choice->m_isPointer;
+        m_lead = nullptr;
         if (!m_position.TryEnterChoice(type.GetForeignType()))
             return Fail(PathFault::NullDereference);
     }
@@ -140,40 +126,66 @@ bool PathSteps::Arrive()
     return true;
 }
 
-bool PathSteps::TryStepToField(SubString name)
+const ReflectedClass* PathSteps::TryEnterInstance()
 {
     if (!TryEnterChoices())
-        return false;
+        return nullptr;
     const ReflectionByteCode type = GetUnderlyingType();
-    const ReflectedClass* rc = nullptr;
     if (type.m_bc == nullptr)
     {
-        rc = m_position.m_obj.GetReflectedClass();
+        const ReflectedClass* const rc = m_position.m_obj.GetReflectedClass();
         KELM_ASSERT(rc);
+        return rc;
     }
-    else if (type.GetCode() == FT_CLASS)
+    m_isPartOfConst = IsConst();
+    if (type.GetCode() == FT_CLASS)
     {
-        m_isPartOfConst = IsConst();
-        rc = &GetPathClass(type);
+        const FieldIndex* const index = m_lead != nullptr ? m_lead->GetIndex() : nullptr;
+        return index != nullptr ? index->m_class : &GetPathClass(type);
     }
-    else if (GetWayFrom(type) == Way::Fields)
+    if (GetWayFrom(type) != Way::Fields)
     {
-        const bool isPersistent = GetTypeCode(type).m_kind == VK_PREF;
-        rc = m_position.FollowHandle(
-            type, isPersistent ? ptr<IObject>(reinterpret_cast<const prefbase*>(m_position.m_data)->Get())
-                               : *reinterpret_cast<const ptr<IObject>*>(m_position.m_data));
-        if (rc == nullptr)
-            return Fail(PathFault::NullDereference);
-        m_isPartOfConst = false; // whoever holds a handle that is const may write the object
+        Fail(PathFault::NoFields);
+        return nullptr;
+    }
+    const bool isPersistent = GetTypeCode(type).m_kind == VK_PREF;
+    const ReflectedClass* const rc = m_position.FollowHandle(
+        type, isPersistent ? ptr<IObject>(reinterpret_cast<const prefbase*>(m_position.m_data)->Get())
+                           : *reinterpret_cast<const ptr<IObject>*>(m_position.m_data));
+    if (rc == nullptr)
+    {
+        Fail(PathFault::NullDereference);
+        return nullptr;
+    }
+    m_position.m_rbc = {};
+    m_lead = nullptr;
+    m_isPartOfConst = false; // whoever holds a handle that is const may write the object
+    return rc;
+}
+
+bool PathSteps::TryStepToField(SubString name)
+{
+    const ReflectedClass* const rc = TryEnterInstance();
+    return rc != nullptr && TryStepTo(*rc, name);
+}
+
+bool PathSteps::TryStepTo(const ReflectedClass& rc, SubString name)
+{
+    const FieldIndex* const index = GetFieldIndex(rc);
+    const FieldEntry* const entry = index != nullptr ? index->GetModel().m_fields.Find(name) : nullptr;
+    if (entry != nullptr && entry->m_lead != nullptr) [[likely]]
+    {
+        m_field = {entry->m_field, {index->GetModel().m_class, index->m_modelOffset}};
+        m_lead = entry->m_lead;
     }
     else
     {
-        return Fail(PathFault::NoFields);
+        m_field = rc.m_modelFields != nullptr ? FindPathField(rc, name) : PathField();
+        m_lead = nullptr;
+        if (m_field.m_field == nullptr || !IsPresent(*m_field.m_field))
+            return Fail(PathFault::UnknownField, rc.m_name);
     }
-    const PathField found = rc->m_modelFields != nullptr ? FindPathField(*rc, name) : PathField();
-    if (found.m_field == nullptr || !IsPresent(*found.m_field))
-        return Fail(PathFault::UnknownField, rc->m_name);
-    m_position.StepTo(found);
+    m_position.StepTo(m_field);
     return Arrive();
 }
 
@@ -202,8 +214,9 @@ bool PathSteps::TryStepToElement(int64 index)
     if (type.m_bc == nullptr || GetWayFrom(type) != Way::Elements)
         return Fail(PathFault::NoElements);
     m_isPartOfConst = IsConst();
+    m_lead = m_lead != nullptr && IsContainer(m_lead->m_kind) ? m_lead + 1 : nullptr;
     PathElements elements = EnterContainer(m_position, type);
-    if (m_access == Access::Read || m_isPartOfConst)
+    if (m_access != Access::Write || m_isPartOfConst)
         elements.m_growing = nullptr;
     if (!elements.Has(index))
         return Fail(PathFault::IndexOutOfRange, elements.m_kind, index);
@@ -231,7 +244,8 @@ bool PathSteps::TryStepToPayload(void* key)
     KELM_ASSERT(m_position.m_data);
     KELM_ASSERT(GetWay() == Way::Keys);
     const ReflectionByteCode type = GetUnderlyingType();
-    m_isPartOfConst = IsConst();
+    m_isPartOfConst = IsConst() || IsForeignSet(type);
+    m_lead = nullptr;
     void* const map = m_position.m_data;
     void* const payload =
         m_access == Access::Write && !m_isPartOfConst ? InsertPayload(type, map, key) : FindPayload(type, map, key);

@@ -13,6 +13,7 @@
 // assertions, as in a walk.
 
 #include <klKelmScript/private/PathPosition.h>
+#include <klObject/types/FieldIndex.h>
 
 namespace kelm
 {
@@ -23,12 +24,14 @@ public:
     enum class Access : uint8
     {
         Read,  // raises the read barrier where a step has led, if an object owns it
+        Alter, // to what will be written, if it is there
         Write, // lets dynamic arrays grow and inserts the keys of maps
     };
 
     // From a variable. The owner may be null, of what lies in no object. The address must not be.
-    PathSteps(const ptr<IObject>& owner, const ReflectionByteCode& type, void* address, Access access)
-        : m_position{owner, type, static_cast<char*>(address)}, m_access(access)
+    PathSteps(const ptr<IObject>& owner, const ReflectionByteCode& type, void* address, Access access,
+              bool isPartOfConst = false)
+        : m_position{owner, type, static_cast<char*>(address)}, m_access(access), m_isPartOfConst(isPartOfConst)
     {
     }
 
@@ -49,14 +52,22 @@ public:
     };
     Way GetWay() const;
 
+    // From a handle to the object that it designates, which has no byte code then; from an instance nowhere. The class
+    // of either; null where there is none.
+    const ReflectedClass* TryEnterInstance();
+
     // To a model field of the instance there, or of the object that the handle there designates.
     bool TryStepToField(SubString name);
+
+    // The field to which the last step has led, and the class that lists it.
+    const PathField& GetField() const { return m_field; }
 
     // To an element of the container there; GetElementCount tells how many there are.
     bool TryStepToElement(int64 index);
     ssize_t GetElementCount() const;
 
-    // To what is stored in the map there under a key, a variable of GetKeyType, which may be moved from.
+    // To what is stored in the map there under a key, a variable of GetKeyType, which may be moved from. In a set to
+    // the key itself, which must not be written.
     bool TryStepToPayload(void* key);
     ReflectionByteCode GetKeyType() const;
 
@@ -72,13 +83,16 @@ public:
 private:
     // The type there without what stands before it; null for an object itself.
     ReflectionByteCode GetUnderlyingType() const;
+    bool TryStepTo(const ReflectedClass& rc, SubString name);
     bool Fail(PathFault fault, ConstStringZ subject = nullptr, int64 index = 0);
     bool Arrive();
 
     PathPosition m_position;
+    const TypeLead* m_lead = nullptr; // of the field there, if that is where the last step has led
+    PathField m_field;
     PathProblem m_problem{};
     Access m_access;
-    bool m_isPartOfConst = false;
+    bool m_isPartOfConst;
 };
 
 } // namespace kelm

@@ -51,6 +51,8 @@ public:
     {
     }
 
+    // Up to a member that has a check, if those are wanted.
+    template <bool StopsAtChecks = false>
     [[gnu::always_inline]] State Go(const ReflectedClass* rc);
     [[gnu::always_inline]] void TellWhereItIs(PathWalk& walk) const;
 
@@ -82,6 +84,18 @@ private:
 
     PathProblem m_problem;
 };
+
+// A variable inside an object, of a type that may be const.
+struct PathEnd
+{
+    void* m_data = nullptr;
+    ReflectionByteCode m_type;
+};
+
+// The end of a path from an instance of that class, where all of the path goes along leads; a null address where it
+// does not, for whatever reason. Nothing is changed, read barriers are left to others. `stopsAtChecks`: so are members
+// that have a check.
+KLKELMSCRIPT_API PathEnd FindAlongLeads(const ReflectedClass& rc, void* instance, SubString path, bool stopsAtChecks);
 
 class PathWalk
 {

@@ -145,7 +145,7 @@ TEST(BoundObjects, AreReadAndCalled)
         {"name(order)", "2 6 name(), argument 1: No implicit conversion from value of booth::Order to booth::Line"},
         {"order.Missing()", "1 7 Unknown name Missing"},
         {"sum(order, x, 1)", "2 1 No list but booth::Order"},
-        {"order = 1", "2 7 Can't assign to booth::Order"},
+        {"order = 1", "2 7 No implicit conversion from value 1 to booth::Order"},
     };
     for (const Row& row : rows)
     {
@@ -177,7 +177,7 @@ TEST(BoundObjects, AreAssignedTo)
     scope.Bind("order", order).Bind("fixed", fixed);
     for (const char* text : {"order.lines[1].quantity = 5", "order.lines[1].price += 0.5", "order.customer = 'Bob'",
                              "order.discount = 0.25", "order.rates['USD'] = 2", "order.rates['EUR'] += 1",
-                             "order.state = 'paid'", "order.port = 8080.0"})
+                             "order.state = 'paid'", "order.port = 8080.0", "order.flags[1] = true"})
         EXPECT_TRUE(TryEvaluate(text, scope)) << text << ": " << Shown(TryEvaluate(text, scope));
     EXPECT_EQ(order.lines[1].quantity, 5);
     EXPECT_EQ(order.lines[1].price, 8.5);
@@ -186,6 +186,7 @@ TEST(BoundObjects, AreAssignedTo)
     EXPECT_EQ(order.rates, (std::map<std::string, double>{{"EUR", 2.5}, {"USD", 2.0}}));
     EXPECT_EQ(order.state, booth::State::paid);
     EXPECT_EQ(order.port, 8080);
+    EXPECT_EQ(order.flags, (std::vector<bool>{true, true}));
 
     order = MakeOrder();
     constexpr Row rows[] = {
@@ -197,10 +198,12 @@ TEST(BoundObjects, AreAssignedTo)
         {"order.rates['USD'] = 'a'", "2 20 No implicit conversion from value a to float64"},
         {"order.rates['USD'] += 1", "3 18 Key USD is not there"},
         {"order.lines[9] = 1", "3 14 Vector index 9 out of range"},
-        {"order.flags[0] = false", "2 16 Can't assign to const bool"},
+        {"order.flags[0] = 1", "2 16 No implicit conversion from value 1 to bool"},
+        {"order.flags[2] = true", "3 14 Vector index 2 out of range"},
+        {"fixed.flags[0] = true", "2 16 Can't assign to const bool"},
         {"fixed.port = 1", "2 12 Can't assign to const integer"},
         {"fixed.rates['USD'] = 1", "2 20 Can't assign to const map"},
-        {"order.lines = 1", "2 13 Can't assign to list of booth::Line"},
+        {"order.lines = 1", "2 13 No implicit conversion from value 1 to vector<booth::Line>"},
     };
     for (const Row& row : rows)
         EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;

@@ -268,7 +268,7 @@ TEST(Structs, FieldsAreReachedByPaths)
     EXPECT_EQ(TryGet<double>(order, ".gift.price").GetError().GetMessage(), "null dereference");
     EXPECT_EQ(TryGet<int>(order, ".gift").GetError().GetKind(), ErrorKind::Range);
     EXPECT_EQ(TryGet<std::vector<int>>(order, ".lines").GetError().GetMessage(),
-              "Expected vector<int32> when read vector<shop::Line>");
+              "No implicit conversion from value of vector<shop::Line> to vector<int32>");
     EXPECT_FALSE(Has(order, ".gift"));
     EXPECT_TRUE(Has(order, ".discount"));
     EXPECT_TRUE(Has(order, ".marks[3]"));
@@ -310,7 +310,15 @@ TEST(Structs, FieldsAreSet)
     EXPECT_FALSE(TrySet(order, ".size", "medium"));
     EXPECT_FALSE(TrySet(order, ".discount", "half"));
     EXPECT_EQ(order.discount, 0.75);
-    EXPECT_FALSE(TrySet(order, ".flags[0]", false)); // there is no bool to set
+
+    const std::size_t numFlags = order.flags.size();
+    Set(order, ".flags[0]", false);
+    EXPECT_FALSE(order.flags[0]);
+    Set(order, ".flags[0]", true);
+    EXPECT_TRUE(order.flags[0]);
+    EXPECT_EQ(TrySet(order, ".flags[0]", 1).GetError().GetMessage(), "No implicit conversion from value 1 to bool");
+    EXPECT_EQ(TrySet(order, ".flags[7]", true).GetError().GetMessage(), "Vector index 7 out of range");
+    EXPECT_EQ(order.flags.size(), numFlags);
 }
 
 TEST(Structs, ARefusedValueChangesNothing)

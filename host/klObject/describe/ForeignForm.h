@@ -86,6 +86,13 @@ struct ForeignPartTables<ForeignParts<>>
 };
 
 template <class T>
+void ExchangeTwo(void* a, void* b)
+{
+    using std::swap;
+    swap(*static_cast<T*>(a), *static_cast<T*>(b));
+}
+
+template <class T>
 inline constexpr ForeignType s_foreignType = []
 {
     using Form = ForeignForm<T>;
@@ -95,6 +102,8 @@ inline constexpr ForeignType s_foreignType = []
     type.m_size = sizeof(T);
     type.Construct = ConstructOne<T>;
     type.Destruct = DestroyOne<T>;
+    if constexpr (std::is_swappable_v<T>)
+        type.Exchange = ExchangeTwo<T>;
     type.m_parts = ForeignPartTables<typename Form::Parts>::s_parts.data();
     type.m_numParts = static_cast<int32>(ForeignPartTables<typename Form::Parts>::s_parts.size());
     if constexpr (Form::Form == FF_TEXT)
@@ -328,6 +337,8 @@ struct ForeignForm<T>
         {
             fns.At = [](void* list, ssize_t i) -> void*
             { return const_cast<bool*>(&s_bits[(*static_cast<T*>(list))[static_cast<std::size_t>(i)] ? 1 : 0]); };
+            fns.Assign = [](void* list, ssize_t i, const void* value)
+            { (*static_cast<T*>(list))[static_cast<std::size_t>(i)] = *static_cast<const Element*>(value); };
         }
         else
         {
@@ -625,6 +636,13 @@ struct ForeignForm<T> : ForeignFormOf<FF_CHOICE, FieldType<typename T::element_t
 {
     using Payload = typename T::element_type;
     static constexpr EObstacle Obstacle = FindObstacleToOptional<Payload>();
+    static constexpr auto FindIsShared() -> bool (*)(const void*)
+    {
+        if constexpr (requires(const T& pointer) { pointer.use_count(); })
+            return [](const void* pointer) { return static_cast<const T*>(pointer)->use_count() > 1; };
+        else
+            return nullptr;
+    }
     static constexpr ForeignChoiceFns s_fns = {
         [](const void* pointer) { return static_cast<const T*>(pointer)->get() != nullptr ? 0 : -1; },
         [](const void* pointer) -> void* { return static_cast<const T*>(pointer)->get(); },
@@ -635,7 +653,8 @@ struct ForeignForm<T> : ForeignFormOf<FF_CHOICE, FieldType<typename T::element_t
         },
         [](void* pointer) { static_cast<T*>(pointer)->reset(); },
         nullptr,
-        true};
+        true,
+        FindIsShared()};
 };
 
 template <template <class...> class V, class... As>

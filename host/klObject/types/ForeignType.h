@@ -53,6 +53,8 @@ struct ForeignListFns
     void (*Clear)(void* list);
     bool m_isFixed;      // as many elements as parts, each with a type of its own; otherwise part 0 is that of all
     bool m_isContiguous; // elements lie side by side
+    // Of elements that have no address: gives an existing one a value. Null for others.
+    void (*Assign)(void* list, ssize_t i, const void* value) = nullptr;
 };
 
 struct ForeignMapFns
@@ -69,12 +71,13 @@ struct ForeignMapFns
 
 struct ForeignChoiceFns
 {
-    int32 (*GetIndex)(const void* choice);       // of the part that is there; -1 for none
-    void* (*GetValue)(const void* choice);       // of a choice that is not empty
-    void* (*Emplace)(void* choice, int32 index); // a new value of that part
-    void (*Reset)(void* choice);                 // null for a variant
-    const ConstStringZ* m_names;                 // of a variant's alternatives; null for an optional
-    bool m_isPointer;                            // the value lies elsewhere, and may be shared
+    int32 (*GetIndex)(const void* choice);          // of the part that is there; -1 for none
+    void* (*GetValue)(const void* choice);          // of a choice that is not empty
+    void* (*Emplace)(void* choice, int32 index);    // a new value of that part
+    void (*Reset)(void* choice);                    // null for a variant
+    const ConstStringZ* m_names;                    // of a variant's alternatives; null for an optional
+    bool m_isPointer;                               // the value lies elsewhere, and may be shared
+    bool (*IsShared)(const void* choice) = nullptr; // whether others point there too; null where none can
 };
 
 // A type inside a foreign type.
@@ -93,7 +96,8 @@ struct ForeignType
     ssize_t m_size;
     void (*Construct)(void* variable);
     void (*Destruct)(void* variable);
-    const ForeignPart* m_parts; // of a map: the key, then the payload where there is one
+    void (*Exchange)(void* a, void* b); // two variables; null where the type does not allow it
+    const ForeignPart* m_parts;         // of a map: the key, then the payload where there is one
     int32 m_numParts;
     const ForeignTextFns* m_text;
     const ForeignListFns* m_list;
