@@ -1,7 +1,6 @@
 #include <kelm/private/Names.h>
 
-#include <kelm/private/BuiltIns.h>
-
+#include <klKelmScript/private/BuiltIns.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/Registry.h>
 
@@ -29,8 +28,8 @@ std::string_view LastPart(std::string_view qualifiedName)
 std::vector<std::string> BuiltInNames()
 {
     std::vector<std::string> names;
-    for (const BuiltInSummary& builtIn : s_builtIns)
-        names.emplace_back(builtIn.m_name);
+    for (const BuiltIn& builtIn : GetBuiltIns())
+        names.emplace_back(builtIn.m_name.begin(), builtIn.m_name.end());
     return names;
 }
 

@@ -56,23 +56,23 @@ void ConvertToString(KSValue& literal)
 }
 
 constexpr BuiltIn s_builtIns[] = {
-    {"false", Argument::None, false},
-    {"true", Argument::None, true},
-    {"len", Argument::Any, false, ApplyLen},
-    {"is_bool", Argument::Any, false, TestType<KSV_BOOL>},
-    {"is_int", Argument::Any, false, TestType<KSV_INT64>},
-    {"is_double", Argument::Any, false, TestType<KSV_FLOAT64>},
-    {"is_string", Argument::Any, false, TestType<KSV_STRING8>},
-    {"bool", Argument::Any, false, ConvertToBool},
-    {"char", Argument::Any, false, ConvertToChar},
-    {"int", Argument::Any, false, ConvertToInt},
-    {"double", Argument::Any, false, ConvertToDouble},
-    {"string", Argument::Any, false, ConvertToString},
-    {"sin", Argument::Float, false, nullptr, ::sin},
-    {"cos", Argument::Float, false, nullptr, ::cos},
-    {"tan", Argument::Float, false, nullptr, ::tan},
-    {"exp", Argument::Float, false, nullptr, ::exp},
-    {"log", Argument::PositiveFloat, false, nullptr, ::log},
+    {"false", "the bool false", Argument::None, false},
+    {"true", "the bool true", Argument::None, true},
+    {"len", "refused for every value", Argument::Any, false, ApplyLen},
+    {"is_bool", "whether x is a bool", Argument::Any, false, TestType<KSV_BOOL>},
+    {"is_int", "whether x is an int64", Argument::Any, false, TestType<KSV_INT64>},
+    {"is_double", "whether x is a float64", Argument::Any, false, TestType<KSV_FLOAT64>},
+    {"is_string", "whether x is a string", Argument::Any, false, TestType<KSV_STRING8>},
+    {"bool", "x as a bool", Argument::Any, false, ConvertToBool},
+    {"char", "x as an int64 from 0 to 255", Argument::Any, false, ConvertToChar},
+    {"int", "x as an int64, truncated", Argument::Any, false, ConvertToInt},
+    {"double", "x as a float64", Argument::Any, false, ConvertToDouble},
+    {"string", "x as a string", Argument::Any, false, ConvertToString},
+    {"sin", "the sine of a float64", Argument::Float, false, nullptr, ::sin},
+    {"cos", "the cosine of a float64", Argument::Float, false, nullptr, ::cos},
+    {"tan", "the tangent of a float64", Argument::Float, false, nullptr, ::tan},
+    {"exp", "e to the power of a float64", Argument::Float, false, nullptr, ::exp},
+    {"log", "the natural logarithm of a float64 above 0.0", Argument::PositiveFloat, false, nullptr, ::log},
 };
 
 // A perfect hash of the names' first eight characters, which tell them apart.
@@ -136,6 +136,11 @@ private:
 constexpr BuiltInTable s_builtInTable;
 
 } // namespace
+
+std::span<const BuiltIn> GetBuiltIns()
+{
+    return s_builtIns;
+}
 
 const BuiltIn* FindBuiltIn(SubString name)
 {

@@ -2,8 +2,8 @@
 
 #include "GrowthLimit.h"
 
-#include <kelm/private/BuiltIns.h>
 #include <kelm/private/Names.h>
+#include <klKelmScript/private/BuiltIns.h>
 #include <klObject/objects/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
 
@@ -78,8 +78,9 @@ std::vector<std::string> StartingWith(const std::string& beginning, const std::v
 std::vector<std::string> CompleteBuiltIn(const std::string& beginning)
 {
     std::vector<std::string> names;
-    for (const BuiltInSummary& builtIn : s_builtIns)
-        names.push_back(std::string(builtIn.m_name) + (builtIn.m_parameter != nullptr ? "(" : ""));
+    for (const BuiltIn& builtIn : GetBuiltIns())
+        names.push_back(std::string(builtIn.m_name.begin(), builtIn.m_name.end()) +
+                        (builtIn.m_argument != Argument::None ? "(" : ""));
     return StartingWith(beginning, names);
 }
 

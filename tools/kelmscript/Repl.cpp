@@ -10,8 +10,8 @@
 #include "Suggest.h"
 #include "Types.h"
 
-#include <kelm/private/BuiltIns.h>
 #include <kelm/private/Names.h>
+#include <klKelmScript/private/BuiltIns.h>
 #include <klObject/objects/Collector.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/Version.h>
@@ -190,7 +190,7 @@ private:
         {
             std::vector<std::string> nearest = NearestNames(words.m_word, CommandNames());
             for (std::string& name : nearest)
-                name.insert(0, ":");
+                name.insert(name.begin(), ':');
             const std::string question = DidYouMean(nearest);
             ReportError("unknown command :" + words.m_word);
             ReportNote(question.empty() ? ":help lists the commands" : question);
@@ -361,10 +361,12 @@ bool Repl::Help(const std::string&)
     for (const Command& command : s_commands)
         PutRow(command.m_synopsis, command.m_summary);
     PutLine("\nNames in expressions:\n");
-    for (const BuiltInSummary& builtIn : s_builtIns)
+    for (const BuiltIn& builtIn : GetBuiltIns())
     {
-        const std::string parameters = builtIn.m_parameter ? "(" + std::string(builtIn.m_parameter) + ")" : "";
-        PutRow(builtIn.m_name + parameters, builtIn.m_summary);
+        std::string name(builtIn.m_name.begin(), builtIn.m_name.end());
+        if (builtIn.m_argument != Argument::None)
+            name += builtIn.m_argument == Argument::Any ? "(x)" : "(f)";
+        PutRow(name, builtIn.m_summary);
     }
     return true;
 }
