@@ -9,6 +9,7 @@
 #include <klUtils/StackSegment.h>
 #include <klUtils/VectorOfByte.h>
 
+#include <unordered_set>
 #include <vector>
 
 namespace kelm
@@ -156,28 +157,21 @@ private:
             if (part < 0)
                 return;
             void* const value = type.m_choice->GetValue(data);
-            if (type.m_choice->m_isPointer && IsBeingVisited(value))
+            // Shared pointers may form a circle.
+            const bool isShared = type.m_choice->IsShared != nullptr && type.m_choice->IsShared(data);
+            if (isShared && !m_targets.insert(value).second)
                 return;
-            m_targets.push_back(value);
             VisitInside(field, type.GetPartType(part), value);
-            m_targets.pop_back();
+            if (isShared)
+                m_targets.erase(value);
             return;
         }
         }
     }
 
-    // Shared pointers may form a circle.
-    bool IsBeingVisited(const void* value) const
-    {
-        for (const void* target : m_targets)
-            if (target == value)
-                return true;
-        return false;
-    }
-
     void (*m_visit)(void* context, const Field& field);
     void* m_context;
-    std::vector<const void*> m_targets; // of the pointers on the way
+    std::unordered_set<const void*> m_targets; // of the shared pointers on the way
 };
 
 std::string Field::GetPath() const

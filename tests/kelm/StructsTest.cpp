@@ -1,6 +1,7 @@
 // Structs of the standard library's types, with checks and required members, at the front door.
 
 #include <kelm/kelm.h>
+#include <klObject/values/ReflectedVariable.h>
 
 #include <support/TemporaryFolder.h>
 
@@ -12,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <unordered_map>
 #include <variant>
@@ -71,6 +73,26 @@ inline bool IsPort(const int& port)
     return port > 0 && port < 65536;
 }
 
+// Which may lead back to itself.
+struct Ring
+{
+    int number = 0;
+    std::shared_ptr<Ring> next;
+    kelm::ptr<kelm::IObject> kept;
+};
+
+// What is checked here must have a value of each; a number of 13 throws.
+struct Strict
+{
+    std::optional<double> rate = 1;
+    std::optional<Line> line = Line{};
+    std::unique_ptr<int> number = std::make_unique<int>(1);
+    std::map<std::string, int> counts = {{"a", 1}};
+    std::vector<bool> flags = {true, true};
+    Size size = Size::large;
+    std::string name = "a name that is too long to be stored in place";
+};
+
 } // namespace shop
 
 KELM_DESCRIBE_ENUM(shop::Size, small, large)
@@ -81,6 +103,20 @@ KELM_DESCRIBE(shop::Order, customer, lines, discount, gift, rates, notes, marks,
 KELM_CLASS(shop::Config, KELM_MODEL(host).Required(), KELM_MODEL(port).Named("tcpPort").Check(shop::IsPort),
            KELM_MODEL(range).Check([](const std::vector<int>& range)
                                    { return range.size() == 2 && range[0] <= range[1]; }))
+KELM_DESCRIBE(shop::Ring, number, next, kept)
+KELM_CLASS(shop::Strict, KELM_MODEL(rate).Check([](const std::optional<double>& x) { return x && *x < 2; }),
+           KELM_MODEL(line).Check([](const std::optional<shop::Line>& x) { return x && x->quantity < 9; }),
+           KELM_MODEL(number).Check(
+               [](const std::unique_ptr<int>& x)
+               {
+                   if (x != nullptr && *x == 13)
+                       throw std::out_of_range("13");
+                   return x != nullptr;
+               }),
+           KELM_MODEL(counts).Check([](const std::map<std::string, int>& x) { return x.size() < 2 && x.count("a"); }),
+           KELM_MODEL(flags).Check([](const std::vector<bool>& x) { return x[0]; }),
+           KELM_MODEL(size).Check([](const shop::Size& x) { return x == shop::Size::large; }),
+           KELM_MODEL(name).Check([](const std::string& x) { return x.size() > 9; }))
 
 namespace kelm
 {
@@ -337,6 +373,90 @@ TEST(Structs, ARefusedValueChangesNothing)
     Set(config, ".range[1]", 7);
     EXPECT_EQ(config.port, 8080);
     EXPECT_EQ(config.range[1], 7);
+}
+
+// Whatever the form of the member, and whether the check says no or throws.
+TEST(Structs, WhatACheckRefusesIsUndone)
+{
+    shop::Strict strict;
+    const std::string before = Write(strict);
+    const std::pair<const char*, Value> rows[] = {
+        {".rate", 3},       {".rate", Value()},     {".line", Value()},      {".line.quantity", 9},
+        {".number", 13},    {".number", Value()},   {".counts['b']", 1},     {".flags[0]", false},
+        {".size", "small"}, {".name", "short one"}, {".line.quantity", 9.0},
+    };
+    Scope scope;
+    scope.Bind("strict", strict);
+    for (const auto& [path, value] : rows)
+    {
+        scope.Set("value", value);
+        for (const bool isSet : {true, false})
+            try
+            {
+                const Result<void> set = isSet ? TrySet(strict, path, value) : Result<void>();
+                const Error error =
+                    isSet ? set.GetError() : TryEvaluate("strict" + std::string(path) + " = value", scope).GetError();
+                EXPECT_EQ(error.GetKind(), ErrorKind::Check) << path << ": " << error.what();
+            }
+            catch (const std::out_of_range&)
+            {
+                EXPECT_STREQ(path, ".number");
+            }
+        EXPECT_EQ(Write(strict), before) << path;
+    }
+    EXPECT_FALSE(TrySet(strict, ".line", Line{"much", 9, 0}));
+    EXPECT_EQ(Write(strict), before);
+    Set(strict, ".line", Line{"some", 8, 0});
+    Set(strict, ".rate", 0.5);
+    Set(strict, ".flags[1]", false);
+    Set(strict, ".counts['a']", 7);
+    EXPECT_EQ(strict.line->item, "some");
+    EXPECT_EQ(strict.rate, 0.5);
+    EXPECT_FALSE(strict.flags[1]);
+    EXPECT_EQ(strict.counts["a"], 7);
+}
+
+std::shared_ptr<shop::Ring> MakeRing(int size)
+{
+    const auto first = std::make_shared<shop::Ring>();
+    std::shared_ptr<shop::Ring> last = first;
+    for (int i = 1; i < size; ++i)
+    {
+        last->next = std::make_shared<shop::Ring>();
+        last = last->next;
+    }
+    last->next = first;
+    return first;
+}
+
+// Compared, visited, collected and written; reading makes none.
+TEST(Structs, CirclesOfSharedPointersEnd)
+{
+    const std::shared_ptr<shop::Ring> rings[] = {MakeRing(1), MakeRing(2), MakeRing(6), MakeRing(6)};
+    rings[3]->next->next->number = 7;
+    const auto isEqual = [&](int a, int b)
+    { return CompareEqReflectedVariable(TypeOf<shop::Ring>(), rings[a].get(), TypeOf<shop::Ring>(), rings[b].get()); };
+    EXPECT_TRUE(isEqual(0, 0));
+    EXPECT_TRUE(isEqual(0, 1)); // nothing in them tells them apart
+    EXPECT_TRUE(isEqual(1, 2));
+    EXPECT_FALSE(isEqual(2, 3));
+    EXPECT_FALSE(isEqual(3, 1));
+
+    int count = 0;
+    Visit(*rings[2], [&](const Field& field) { count += field.GetPath().ends_with("number"); });
+    EXPECT_EQ(count, 12); // each once more, from the first that a pointer leads to
+    EXPECT_THROW(Write(*rings[2]), Error);
+
+    Root<shop::Ring> root;
+    root->next = MakeRing(3);
+    root->next->next->kept = CreateGcObject<Line>();
+    RegisterGcObject(root->next->next->kept);
+    Set(root, ".next.next.kept.item", "here");
+    CollectGarbage();
+    EXPECT_EQ(Get<std::string>(root, ".next.next.next.next.next.kept.item"), "here");
+    for (const std::shared_ptr<shop::Ring>& first : rings)
+        first->next = nullptr;
+    root->next->next = nullptr;
 }
 
 TEST(Structs, FieldsAreVisited)

@@ -11,6 +11,7 @@
 #include <klObject/values/private/CompareTypes.h>
 #include <klObject/values/private/ForeignEntries.h>
 #include <klObject/values/private/ScalarTypes.h>
+#include <klObject/values/private/SharedTargets.h>
 #include <klUtils/Compare.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
@@ -18,6 +19,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 // One walk over two variables serves all questions (Compare.h). It ends at the first difference; the sign of its result
@@ -314,9 +316,18 @@ int CompareForeignChoices(EComparison question, const ForeignType& typeOfA, cons
     const int order = Order(index, typeOfB.m_choice->GetIndex(b.m_data));
     if (order != 0 || index < 0)
         return order;
-    return CompareElements(
-        question, {typeOfA.GetPartType(index), static_cast<const char*>(typeOfA.m_choice->GetValue(a.m_data))},
-        {typeOfB.GetPartType(index), static_cast<const char*>(typeOfB.m_choice->GetValue(b.m_data))}, 1);
+    const auto* const valueOfA = static_cast<const char*>(typeOfA.m_choice->GetValue(a.m_data));
+    const auto* const valueOfB = static_cast<const char*>(typeOfB.m_choice->GetValue(b.m_data));
+    const auto compare = [&]
+    {
+        return CompareElements(question, {typeOfA.GetPartType(index), valueOfA}, {typeOfB.GetPartType(index), valueOfB},
+                               1);
+    };
+    if (!IsShared(typeOfA, a.m_data) && !IsShared(typeOfB, b.m_data)) [[likely]]
+        return compare();
+    // Two that are being compared already differ, if they do, in what is found there.
+    SharedTargets<std::tuple<EComparison, const void*, const void*>> pairs;
+    return pairs.Add({question, valueOfA, valueOfB}) ? compare() : 0;
 }
 
 // The records of two libraries may differ where the types are the same.

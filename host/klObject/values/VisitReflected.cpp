@@ -6,6 +6,7 @@
 #include <klObject/types/ReflectionByteCode.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/private/CheckedType.h>
+#include <klObject/values/private/SharedTargets.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/StackSegment.h>
 #include <klUtils/xvector.h>
@@ -424,9 +425,18 @@ void VisitForeign(const HandlePlan& plan, const char* p, Visitor& visitor)
         return type.m_map->ForEach(p, EntryWalk<Visitor>::VisitEntry, &walk);
     }
     case FF_CHOICE:
-        if (const int32 index = type.m_choice->GetIndex(p); index >= 0)
-            visitPart(index, type.m_choice->GetValue(p));
+    {
+        const int32 index = type.m_choice->GetIndex(p);
+        if (index < 0)
+            return;
+        const void* const value = type.m_choice->GetValue(p);
+        if (!IsShared(type, p)) [[likely]]
+            return visitPart(index, value);
+        SharedTargets<std::pair<const void*, const HandlePlan*>> targets;
+        if (targets.Add({value, plan.m_parts[0].m_plan}))
+            visitPart(index, value);
         return;
+    }
     }
 }
 
