@@ -1,5 +1,6 @@
 #include <kelm/Scope.h>
 
+#include <kelm/private/Names.h>
 #include <kelm/private/ScopeNames.h>
 #include <klKelmScript/private/BuiltIns.h>
 #include <klObject/types/private/TextHash.h>
@@ -73,13 +74,22 @@ namespace
     throw Error({.m_kind = ErrorKind::Name, .m_message = message});
 }
 
-void CheckName(std::string_view name)
+bool IsIdentifier(std::string_view name)
 {
     const char* const end = name.data() + name.size();
     text::Lexeme token;
-    const bool isIdentifier = !name.empty() && text::Scan(name.data(), end, false, token) &&
-                              token.m_kind == TOKEN_IDENTIFIER && token.m_start == name.data() && token.m_past == end;
-    if (!isIdentifier)
+    return !name.empty() && text::Scan(name.data(), end, false, token) && token.m_kind == TOKEN_IDENTIFIER &&
+           token.m_start == name.data() && token.m_past == end;
+}
+
+bool CanBeName(std::string_view name)
+{
+    return IsIdentifier(name) && FindBuiltIn(name) == nullptr;
+}
+
+void CheckName(std::string_view name)
+{
+    if (!IsIdentifier(name))
         ThrowName("\"" + std::string(name) + "\" is no name");
     if (FindBuiltIn(name) != nullptr)
         ThrowName("\"" + std::string(name) + "\" is a built-in name");
@@ -143,6 +153,24 @@ Scope& Scope::BindPlace(std::string_view name, const void* variable, const Refle
     record.m_is = Record::Is::Place;
     record.m_isConst = isConst;
     record.m_slot.SetPlace(variable, type, isConst);
+    return *this;
+}
+
+Scope& Scope::BindMembersOf(const Value& object)
+{
+    const ReflectedClass* const rc = evaluation::ClassOf(ValueAccess::Of(object));
+    if (rc != nullptr && rc != m_names->m_objectClass)
+    {
+        for (const std::string& name : ModelFieldNames(*rc))
+            if (evaluation::CanBeName(name)) // others are reached through the object alone
+            {
+                Record& record = evaluation::NewRecord(m_names->m_table, name);
+                record.m_is = Record::Is::Member;
+                record.m_object = &m_names->m_object;
+            }
+        m_names->m_objectClass = rc;
+    }
+    m_names->m_object = object;
     return *this;
 }
 

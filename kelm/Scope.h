@@ -54,6 +54,24 @@ public:
             return BindPlace(name, &variable, TypeOf<Type>(), isConst);
     }
 
+    // The members of an object, each as a name: expressions see and assign to them as they do to object.member. The
+    // object must outlive the scope. It takes the place of the one given before: members that it does not have are
+    // errors then. What has no members, a null handle or a number, gives no names.
+    template <class T>
+    Scope& BindMembers(T&& object)
+    {
+        using Type = std::remove_cvref_t<T>;
+        if constexpr (std::is_same_v<Type, Value>)
+            return BindMembersOf(object);
+        else
+        {
+            static_assert(std::is_lvalue_reference_v<T>, "BindMembers takes a variable, which must outlive the scope");
+            Value place;
+            ValueAccess::Of(place).SetPlace(&object, TypeOf<Type>(), std::is_const_v<std::remove_reference_t<T>>);
+            return BindMembersOf(place);
+        }
+    }
+
     // A value of the scope's own.
     Scope& Set(std::string_view name, Value value);
 
@@ -86,6 +104,7 @@ private:
     Scope& BindScalar(std::string_view name, const void* variable, ETypeByteCode type, bool isConst);
     Scope& BindText(std::string_view name, const std::string* variable, bool isConst);
     Scope& BindPlace(std::string_view name, const void* variable, const ReflectionByteCode& type, bool isConst);
+    Scope& BindMembersOf(const Value& object);
     Scope& DefineCallable(std::string_view name, evaluation::Callable callable);
     Scope& SetResolver(Resolver resolver, void (*destroy)(void*) noexcept, void* function);
 

@@ -1,5 +1,6 @@
 #include <kelm/Value.h>
 
+#include <kelm/private/Names.h>
 #include <kelm/private/Operations.h>
 #include <kelm/private/Places.h>
 #include <klObject/values/WriteVariable.h>
@@ -48,6 +49,12 @@ std::string_view Value::GetText() const
     evaluation::Failure failure;
     evaluation::FailConversion(failure, m_slot, "string");
     evaluation::ThrowWithoutPlace(failure);
+}
+
+std::vector<std::string> Value::GetMemberNames() const
+{
+    const ReflectedClass* const rc = evaluation::ClassOf(m_slot);
+    return rc != nullptr ? ModelFieldNames(*rc) : std::vector<std::string>();
 }
 
 std::string Value::ToText() const

@@ -20,6 +20,7 @@
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 namespace kelm
 {
@@ -113,6 +114,9 @@ public:
             return x;
         }
     }
+
+    // Of an object, the members that expressions can name; of anything else, and where there is no object, none.
+    std::vector<std::string> GetMemberNames() const;
 
     // As text, for people: true, 12, 1.5, a text as its characters; an object as its data source text.
     std::string ToText() const;

@@ -211,29 +211,34 @@ constexpr auto s_values = OwnFunction::Form::Values;
 constexpr auto s_list = OwnFunction::Form::List;
 
 constexpr OwnFunction s_functions[] = {
-    {"min", s_values, {}, 1, -1, Extreme<true>},
-    {"max", s_values, {}, 1, -1, Extreme<false>},
-    {"abs", s_values, {}, 1, 1, Abs},
-    {"floor", s_values, {}, 1, 1, OfFloat<::floor>},
-    {"ceil", s_values, {}, 1, 1, OfFloat<::ceil>},
-    {"round", s_values, {}, 1, 1, OfFloat<::round>},
-    {"sqrt", s_values, {}, 1, 1, Sqrt},
-    {"pow", s_values, {}, 2, 2, Pow},
-    {"clamp", s_values, {}, 3, 3, Clamp},
-    {"contains", s_values, {}, 2, 2, OfTwoTexts<Contains>},
-    {"starts_with", s_values, {}, 2, 2, OfTwoTexts<StartsWith>},
-    {"ends_with", s_values, {}, 2, 2, OfTwoTexts<EndsWith>},
-    {"lower", s_values, {}, 1, 1, Letters<ToLower>},
-    {"upper", s_values, {}, 1, 1, Letters<ToUpper>},
-    {"trim", s_values, {}, 1, 1, Trim},
-    {"has", OwnFunction::Form::Has, {}, 1, 1, nullptr},
-    {"sum", s_list, ListFunction::Sum, 3, 3, nullptr},
-    {"any", s_list, ListFunction::Any, 3, 3, nullptr},
-    {"all", s_list, ListFunction::All, 3, 3, nullptr},
-    {"count", s_list, ListFunction::Count, 3, 3, nullptr},
+    {"min", s_values, {}, 1, -1, Extreme<true>, "x, ...", "the least of numbers"},
+    {"max", s_values, {}, 1, -1, Extreme<false>, "x, ...", "the greatest of numbers"},
+    {"abs", s_values, {}, 1, 1, Abs, "x", "a number without its sign"},
+    {"floor", s_values, {}, 1, 1, OfFloat<::floor>, "x", "the next whole number below, a float"},
+    {"ceil", s_values, {}, 1, 1, OfFloat<::ceil>, "x", "the next whole number above, a float"},
+    {"round", s_values, {}, 1, 1, OfFloat<::round>, "x", "the nearest whole number, a float"},
+    {"sqrt", s_values, {}, 1, 1, Sqrt, "x", "the square root"},
+    {"pow", s_values, {}, 2, 2, Pow, "x, y", "x to the power of y, a float"},
+    {"clamp", s_values, {}, 3, 3, Clamp, "x, a, b", "x within limits"},
+    {"contains", s_values, {}, 2, 2, OfTwoTexts<Contains>, "s, t", "whether a text has another within"},
+    {"starts_with", s_values, {}, 2, 2, OfTwoTexts<StartsWith>, "s, t", "whether a text begins with another"},
+    {"ends_with", s_values, {}, 2, 2, OfTwoTexts<EndsWith>, "s, t", "whether a text ends with another"},
+    {"lower", s_values, {}, 1, 1, Letters<ToLower>, "s", "in lower case"},
+    {"upper", s_values, {}, 1, 1, Letters<ToUpper>, "s", "in upper case"},
+    {"trim", s_values, {}, 1, 1, Trim, "s", "without white space at its ends"},
+    {"has", OwnFunction::Form::Has, {}, 1, 1, nullptr, "path", "whether a path leads to something"},
+    {"sum", s_list, ListFunction::Sum, 3, 3, nullptr, "list, e, x", "the sum of x over the elements e"},
+    {"any", s_list, ListFunction::Any, 3, 3, nullptr, "list, e, c", "whether c holds of any element e"},
+    {"all", s_list, ListFunction::All, 3, 3, nullptr, "list, e, c", "whether c holds of all elements e"},
+    {"count", s_list, ListFunction::Count, 3, 3, nullptr, "list, e, c", "of how many elements e c holds"},
 };
 
 } // namespace
+
+std::span<const OwnFunction> GetOwnFunctions()
+{
+    return s_functions;
+}
 
 const OwnFunction* FindOwnFunction(std::string_view name)
 {

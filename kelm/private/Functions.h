@@ -7,6 +7,7 @@
 #include <klUtils/types.h>
 
 #include <cstddef>
+#include <span>
 #include <string_view>
 
 namespace kelm::evaluation
@@ -28,7 +29,12 @@ struct OwnFunction
     int32 m_max; // -1 for any number
     // The arguments have been loaded; where one is refused, `failed` is its index.
     bool (*m_apply)(const Slot* arguments, std::size_t count, Slot& result, std::size_t& failed, Failure& failure);
+    ConstStringZ m_parameters; // for help, and so the summary
+    ConstStringZ m_summary;
 };
+
+// All of them, in an order for readers.
+KELM_API std::span<const OwnFunction> GetOwnFunctions();
 
 const OwnFunction* FindOwnFunction(std::string_view name);
 uint32 IndexOfOwnFunction(const OwnFunction& function);

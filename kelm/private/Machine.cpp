@@ -362,7 +362,8 @@ private:
     {
         // Bound since, perhaps.
         if (const Record* const record = ScopeAccess::Find(m_evaluation.m_scope, use.m_name))
-            return PushName(*record, slot, m_failure);
+            return PushName(*record, slot, m_failure) &&
+                   (record->m_is != Record::Is::Member || StepToMember(slot, record->m_name, m_checks, m_failure));
         std::optional<Value> value = ScopeAccess::Resolve(m_evaluation.m_scope, use.m_name);
         if (!value)
         {

@@ -150,6 +150,13 @@ const ReflectedClass* GoToObject(Slot& slot, Failure& failure)
     return rc;
 }
 
+const ReflectedClass* ClassOf(Slot slot)
+{
+    Failure failure;
+    slot.m_holder = nullptr;
+    return slot.m_kind == Kind::Place ? GoToObject(slot, failure) : nullptr;
+}
+
 bool StepToMember(Slot& slot, std::string_view name, Checks& checks, Failure& failure)
 {
     if (slot.m_kind != Kind::Place)

@@ -86,4 +86,7 @@ PathSteps::Way GetWay(const Slot& slot);
 // From a place to the object that it is or that its handle designates: the object's class, null where there is none.
 const ReflectedClass* GoToObject(Slot& slot, Failure& failure);
 
+// The same without going there, of any value; null where there is none.
+const ReflectedClass* ClassOf(Slot slot);
+
 } // namespace kelm::evaluation

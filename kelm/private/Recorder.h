@@ -277,6 +277,12 @@ public:
         operand.m_is = Operand::Is::Name;
         operand.m_index = AddUse(name, record, place, false);
         operand.m_place = place;
+        if (record != nullptr && record->m_is == Record::Is::Member) [[unlikely]]
+        {
+            Push(operand); // the object
+            Emit(Code::Member, TOKEN_END, AddText(name), place);
+            operand.m_is = Operand::Is::Place;
+        }
     }
 
     // --- A whole text ------------------------------------------------------------------------------------------------

@@ -33,6 +33,10 @@ bool PushAny(const Record& record, Slot& slot, Failure& failure)
         slot.Retain();
         return true;
     case Record::Is::Place: slot = record.m_slot; return true;
+    case Record::Is::Member:
+        slot = ValueAccess::Of(*record.m_object);
+        slot.Retain();
+        return true;
     case Record::Is::Float64:
     case Record::Is::Int64:
     case Record::Is::Int32:
@@ -53,6 +57,7 @@ bool StoreInName(const Record& record, const Slot& value, const Checks& checks, 
     {
     case Record::Is::Function:
     case Record::Is::Value:
+    case Record::Is::Member:
     case Record::Is::Nothing:
         return Fail(failure, ErrorKind::Type, "Can't assign to " + record.m_name + ", which is no variable");
     case Record::Is::Text:

@@ -92,13 +92,23 @@ bool CopyAttributes(int from, int to)
 
 // --- The replacement
 
+std::string FolderOf(const std::string& path)
+{
+    const std::size_t separator = path.rfind('/');
+    return separator == std::string::npos ? "." : path.substr(0, separator + 1);
+}
+
 // A file beside the one that it will replace; removed where it did not.
 class Beside
 {
 public:
-    // Nobody else may look into it.
+    // Nobody else may look into it. Where the file system can, it has no name until it is whole, so that whoever kills
+    // the process leaves nothing behind.
     static Beside MakeSecret(const std::string& target)
     {
+        if (access(s_openFiles, X_OK) == 0)
+            if (const int file = open(FolderOf(target).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600); file >= 0)
+                return Beside(target, file, true);
         std::string path = target + ".XXXXXX";
         const int file = mkostemp(path.data(), O_CLOEXEC);
         return Beside(std::move(path), file);
@@ -107,10 +117,9 @@ public:
     // With the permissions that new files have here.
     static Beside MakeOrdinary(const std::string& target)
     {
-        static std::atomic<unsigned> s_number = 0;
         while (true)
         {
-            std::string path = target + "." + std::to_string(getpid()) + "-" + std::to_string(s_number++);
+            std::string path = NewName(target);
             const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
             if (file >= 0 || errno != EEXIST)
                 return Beside(std::move(path), file);
@@ -119,7 +128,7 @@ public:
 
     ~Beside()
     {
-        if (IsOpen() || m_isLeft)
+        if ((IsOpen() || m_isLeft) && !m_isUnnamed)
             unlink(m_path.c_str());
     }
     Beside(const Beside&) = delete;
@@ -130,6 +139,8 @@ public:
 
     bool TakePlaceOf(const std::string& target)
     {
+        if (m_isUnnamed && !TakeName())
+            return false;
         m_isLeft = true;
         if (!m_file.Close() || std::rename(m_path.c_str(), target.c_str()) != 0)
             return false;
@@ -138,10 +149,36 @@ public:
     }
 
 private:
-    Beside(std::string path, int file) : m_path(std::move(path)), m_file(file) {}
+    static constexpr const char* s_openFiles = "/proc/self/fd";
 
-    std::string m_path;
+    Beside(std::string path, int file, bool isUnnamed = false)
+        : m_path(std::move(path)), m_file(file), m_isUnnamed(isUnnamed)
+    {
+    }
+
+    bool TakeName()
+    {
+        const std::string unnamed = std::string(s_openFiles) + "/" + std::to_string(get());
+        const std::string target = std::move(m_path);
+        while (m_isUnnamed)
+        {
+            m_path = NewName(target);
+            m_isUnnamed = linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, m_path.c_str(), AT_SYMLINK_FOLLOW) != 0;
+            if (m_isUnnamed && errno != EEXIST)
+                return false;
+        }
+        return true;
+    }
+
+    static std::string NewName(const std::string& target)
+    {
+        static std::atomic<unsigned> s_number = 0;
+        return target + "." + std::to_string(getpid()) + "-" + std::to_string(s_number++);
+    }
+
+    std::string m_path; // of an unnamed one that of what it will replace
     FileDescriptor m_file;
+    bool m_isUnnamed;
     bool m_isLeft = false;
 };
 
@@ -175,12 +212,6 @@ std::string FillLike(int original, const struct stat& status, std::string_view c
     if (fchmod(file, status.st_mode & s_permissions) != 0)
         return "its permissions cannot be kept: " + ErrnoText();
     return fsync(file) == 0 ? "" : ErrnoText();
-}
-
-std::string FolderOf(const std::string& path)
-{
-    const std::size_t separator = path.rfind('/');
-    return separator == std::string::npos ? "." : path.substr(0, separator + 1);
 }
 
 // The new name reaches the disk. Some file systems cannot be asked for that.

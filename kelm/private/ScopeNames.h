@@ -38,6 +38,7 @@ struct Record
         Place,
         Value,
         Function,
+        Member, // of the object that m_object holds, to which a step of this name is recorded
     };
 
     explicit Record(std::string_view name, uint64 hash) : m_name(name), m_hash(hash) { m_slot.SetNone(); }
@@ -51,6 +52,7 @@ struct Record
     ETypeByteCode m_type = FT_VOID;
     const void* m_variable = nullptr;
     Slot m_slot; // a place, or the scope's own value
+    const kelm::Value* m_object = nullptr;
     Callable m_function;
     std::vector<Callable> m_members; // in the table of member functions: one for each class
     std::string m_name;
@@ -93,6 +95,8 @@ struct Scope::Names
     const Scope* m_parent = nullptr;
     evaluation::NameTable m_table;
     evaluation::NameTable m_members;
+    Value m_object; // whose members are names, and its class
+    const ReflectedClass* m_objectClass = nullptr;
     Resolver m_resolver = nullptr;
     void (*m_destroyResolver)(void*) noexcept = nullptr;
     void* m_resolverFunction = nullptr;

@@ -230,6 +230,103 @@ TEST(BoundObjects, AreParameters)
               ErrorKind::Type);
 }
 
+// --- Members as names
+
+TEST(BoundMembers, AreNames)
+{
+    booth::Order order = MakeOrder();
+    double vat = 0.5;
+    int port = 1;
+    Scope outer;
+    outer.Bind("vat", vat).Bind("port", port);
+    Scope scope(&outer);
+    scope.BindMembers(order);
+    constexpr Row rows[] = {
+        {"customer", "Ada"},
+        {"lines[2].price * (1 + vat)", "30.0"},
+        {"len(lines) + port", "83"},
+        {"sum(lines, line, line.quantity * line.price)", "75.0"},
+        {"has(discount)", "false"},
+        {"rates['EUR']", "1.5"},
+        {"state == 'open' && port == 80", "true"},
+        {"discount", "3 1 null dereference"},
+        {"port = 70000", "4 6 Member 'port' of class booth::Order refuses 70000"},
+        {"port(1)", "2 1 port is not a function"},
+        {"cutomer", "1 1 Unknown name cutomer"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;
+    EXPECT_EQ(TryEvaluate("cutomer", scope).GetError().GetSuggestions(), std::vector<std::string>{"customer"});
+
+    for (const char* text : {"port = 8080", "lines[0].quantity += 1", "discount = 0.25", "customer = 'Bob'"})
+        EXPECT_TRUE(TryEvaluate(text, scope)) << text;
+    EXPECT_EQ(order.port, 8080);
+    EXPECT_EQ(order.lines[0].quantity, 3);
+    EXPECT_EQ(order.discount, 0.25);
+    EXPECT_EQ(order.customer, "Bob");
+    EXPECT_EQ(port, 1);
+
+    const booth::Order fixed = MakeOrder();
+    scope.BindMembers(fixed);
+    EXPECT_EQ(Shown(TryEvaluate("port = 1", scope)), "2 6 Can't assign to const integer");
+}
+
+// What an expression that is kept has looked up stays right.
+TEST(BoundMembers, FollowTheObject)
+{
+    const booth::Order order = MakeOrder();
+    Scope lists;
+    lists.Bind("order", order);
+    const Expression element("order.lines[i]", lists, {"i"});
+    Scope scope;
+    scope.BindMembers(element.Evaluate(0));
+    const Expression total("quantity * price", scope);
+    std::string totals;
+    for (int i = 0; i < 3; ++i)
+    {
+        scope.BindMembers(element.Evaluate(i));
+        totals += Shown(total.TryEvaluate()) + " ";
+    }
+    EXPECT_EQ(totals, "7.0 8.0 60.0 ");
+    scope.BindMembers(order);
+    EXPECT_EQ(Shown(total.TryEvaluate()), "1 1 Identifier quantity is not a model field of class booth::Order");
+    EXPECT_EQ(Evaluate<std::string>("customer", scope), "Ada");
+
+    scope.BindMembers(order.extra); // of nothing
+    EXPECT_EQ(Shown(total.TryEvaluate()), "3 1 null dereference");
+    scope.BindMembers(Value(3));
+    EXPECT_EQ(Shown(total.TryEvaluate()), "2 1 . not available on int64");
+
+    Scope other;
+    other.BindMembers(order.lines[1]);
+    EXPECT_EQ(total.Evaluate<double>(other), 8.0);
+}
+
+TEST(BoundMembers, AreFoundWhereAResolverIsAsked)
+{
+    const booth::Order order = MakeOrder();
+    Scope scope;
+    scope.Resolve([](std::string_view) { return std::optional<Value>(7); });
+    const Expression port("port", scope);
+    EXPECT_EQ(port.Evaluate<int>(), 7);
+    scope.BindMembers(order);
+    EXPECT_EQ(port.Evaluate<int>(), 80);
+}
+
+TEST(Values, TellTheirMembers)
+{
+    booth::Order order = MakeOrder();
+    Scope scope;
+    scope.Bind("order", order);
+    const auto names = [&](std::string_view text) { return Evaluate(text, scope).GetMemberNames(); };
+    EXPECT_EQ(names("order.lines[0]"), (std::vector<std::string>{"item", "quantity", "price"}));
+    order.extra = std::make_unique<booth::Line>();
+    EXPECT_EQ(names("order.extra").size(), 3u);
+    for (const char* text : {"order.lines", "order.port", "order.customer", "1"})
+        EXPECT_TRUE(names(text).empty()) << text;
+    EXPECT_TRUE(Value().GetMemberNames().empty());
+}
+
 } // namespace
 
 } // namespace kelm
