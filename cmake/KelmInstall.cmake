@@ -11,6 +11,12 @@ if(TARGET kelmscript)
     install(TARGETS kelmscript kelmscriptPrompt
             RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Tool
             LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/kelmscript COMPONENT Tool)
+    get_target_property(share kelmscript KELM_SHARE)
+    if(share)
+        install(DIRECTORY ${share}/man/ DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT Tool)
+        install(DIRECTORY ${share}/bash-completion ${share}/zsh ${share}/fish
+                DESTINATION ${CMAKE_INSTALL_DATADIR} COMPONENT Tool)
+    endif()
 endif()
 
 foreach(library klUtils klObject klPersistStore klMacroExpander)

@@ -27,14 +27,15 @@ TEST(CommandLine, HelpNamesTheSubcommandsAndExitCodes)
     const ProgramResult result = RunTool({"--help"});
     EXPECT_EQ(result.m_exitCode, 0);
     EXPECT_EQ(result.m_errors, "");
-    for (const char* part : {"eval ", "repl ", "check ", "print ", "get ", "set ", "types ", "--module LIB.so",
+    for (const char* part : {"eval ", "each ", "repl ", "check ", "print ", "get ", "set ", "types ", "--module LIB.so",
                              "--version", "KELMSCRIPT_MODULES", "Exit codes: 0 ", "Examples:\n"})
         EXPECT_THAT(result.m_output, HasSubstr(part));
 }
 
 TEST(CommandLine, EachSubcommandHasHelpWithExamples)
 {
-    for (const std::string command : {"eval", "repl", "check", "print", "get", "set", "types"})
+    for (const std::string command :
+         {"eval", "each", "repl", "check", "print", "get", "set", "types", "completion", "manual"})
     {
         const ProgramResult result = RunTool({command, "--help"});
         EXPECT_EQ(RunTool({command, "-h"}), result);
@@ -71,6 +72,14 @@ const UsageRow s_usages[] = {
     {{"eval", "-x"}, "The following argument was not expected: -x"},
     {{"eval", "-f", "a", "1"}, "EXPR excludes --file"},
     {{"eval", "--json", "--type", "1"}, "--type excludes --json"},
+    {{"eval", "--json", "--raw", "1"}, "--json excludes --raw"},
+    {{"eval", "--raw", "--type", "1"}, "--raw excludes --type"},
+    {{"eval", "--set"}, "--set: 1 required NAME=EXPR missing"},
+    {{"each", "it"}, "FILE is required"},
+    {{"each"}, "EXPR is required"},
+    {{"each", "it", "a", "b"}, "The following argument was not expected: b"},
+    {{"set", "file", ".x", "1", "-i", "--json"}, "--json excludes --in-place"},
+    {{"completion"}, "SHELL is required"},
     {{"repl", "1"}, "The following argument was not expected: 1"},
     {{"check"}, "FILE is required"},
     {{"get", "file"}, "PATH is required"},

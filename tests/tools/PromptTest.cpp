@@ -364,6 +364,66 @@ TEST_F(Prompt, CompletesNothingInPathsThatLeadNowhere)
     EXPECT_EQ(Leave(*terminal), 0);
 }
 
+TEST_F(Prompt, CompletesTheNamesOfDataInExpressions)
+{
+    m_state.MakeFile("scene.kds",
+                     "tool::Scene { notes = [tool::Note { text = \"x\" next = tool::Note { text = \"y\" } }] "
+                     "note = tool::Note { text = \"z\" } title = \"t\" tiny = 5 }");
+    Terminal terminal(ToolCommand({"repl", "--data", m_state.GetPath() / "scene.kds", "--data",
+                                   "whole=" + (m_state.GetPath() / "scene.kds").string(), "--set", "wholly=tiny"}),
+                      Changes());
+    terminal.ReadUntil(s_prompt);
+    const std::pair<const char*, const char*> rows[] = {
+        {"tit\t\r", "title\r\nt\r\nkelm> "},
+        {"1 + tin\t\r", "1 + tiny\r\n6\r\nkelm> "},
+        {"notes[0].te\t\r", "notes[0].text\r\nx\r\nkelm> "},
+        {"'a' + notes[0].ne\t.te\t\r", "'a' + notes[0].next.text\r\nay\r\nkelm> "},
+        {"whole.no\t\t\x15whole.note.te\t\r", "whole.note.text\r\nz\r\nkelm> "},
+        {"wholl\t\r", "wholly\r\n5\r\nkelm> "},
+        {"starts\t'abc', 'ab')\r", "starts_with('abc', 'ab')\r\ntrue\r\nkelm> "},
+        {":type note.te\t\r", ":type note.text\r\nstring\r\nkelm> "},
+    };
+    for (const auto& [keys, answer] : rows)
+        EXPECT_THAT(Answer(terminal, keys), ::testing::EndsWith(answer)) << keys;
+    // Completing evaluates nothing but paths.
+    terminal.Type("sqrt(4).\t");
+    EXPECT_THAT(Answer(terminal, s_ctrlC), HasSubstr("^C\r\n"));
+    EXPECT_EQ(Leave(terminal), 0);
+}
+
+// --- Pasted blocks, which arrive between marks
+
+std::string Pasted(const std::string& text)
+{
+    return "\033[200~" + text + "\033[201~\r";
+}
+
+TEST_F(Prompt, TakesAPastedExpressionAsOne)
+{
+    EnvironmentChanges changes = Changes();
+    changes["TERM"] = "xterm";
+    Terminal terminal(ToolCommand({"repl"}), changes);
+    terminal.ReadUntil(s_prompt);
+    terminal.Type(Pasted("1 +\n\t2 *\n3"));
+    EXPECT_THAT(terminal.ReadUntil("\r7\r\n"), HasSubstr("1 +"));
+    terminal.ReadUntil(s_prompt);
+    EXPECT_EQ(Leave(terminal), 0);
+    EXPECT_THAT(TextOfFile(HistoryFile()), HasSubstr("1 +\n\t2 *\n3\n"));
+}
+
+TEST_F(Prompt, TakesOtherPastedLinesAsIfTyped)
+{
+    EnvironmentChanges changes = Changes();
+    changes["TERM"] = "xterm";
+    Terminal terminal(ToolCommand({"repl"}), changes);
+    terminal.ReadUntil(s_prompt);
+    terminal.Type(Pasted("40 + 1\n:type 'a'\n(1 +\n41)\n$\n"));
+    const std::string shown = terminal.ReadUntil("\n$\r\n^\r\n");
+    EXPECT_THAT(shown, HasSubstr("\r41\r\nstring\r\n42\r\n<prompt>:1:1: error: Unexpected $ after start of text"));
+    terminal.ReadUntil(s_prompt);
+    EXPECT_EQ(Leave(terminal), 0);
+}
+
 TEST_F(Prompt, CompletesNothingInPathsWithoutAnObject)
 {
     const auto terminal = Start();

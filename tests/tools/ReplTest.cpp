@@ -86,6 +86,27 @@ TEST(Repl, HelpNamesBuiltInsAlone)
     EXPECT_THAT(RunTool({"eval"}, input).m_errors, ::testing::Not(HasSubstr("Unexpected")));
 }
 
+// And the functions that stand before them, where there is data.
+TEST(Repl, HelpNamesFunctionsAlone)
+{
+    const std::string help = RunTool({"repl"}, ":help\n").m_output;
+    const std::size_t begin = help.find("Functions, ");
+    std::istringstream lines(help.substr(begin, help.find("\nNames in expressions:") - begin));
+    std::string line;
+    std::getline(lines, line);
+    std::getline(lines, line);
+    int numFunctions = 0;
+    while (std::getline(lines, line) && !line.empty())
+    {
+        const std::string name = line.substr(2, line.find('(') - 2);
+        // Each complains of its arguments, and not of its name.
+        EXPECT_THAT(RunTool({"eval", "--natural", name + "()"}).m_errors, ::testing::Not(HasSubstr("Unknown name")))
+            << name;
+        ++numFunctions;
+    }
+    EXPECT_EQ(numFunctions, 20);
+}
+
 TEST(Repl, NeverPromptsInAPipe)
 {
     EXPECT_EQ(RunTool({"repl"}, "1\n(2\n)\n").m_output, "1\n2\n");

@@ -21,7 +21,7 @@ Failure FailureOfDivision(const SourceText& source, const LSToken& place);
 template <class F>
 std::optional<Failure> Attempt(const SourceText& source, const ParserBase& parser, const F& f)
 {
-    const DivisionWatch watch(parser);
+    const DivisionWatch watch(&parser);
     std::optional<Failure> failure;
     try
     {

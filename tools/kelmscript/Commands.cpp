@@ -1,9 +1,15 @@
 #include "Commands.h"
 
+#include "CompletionScripts.h"
 #include "DataSources.h"
+#include "Each.h"
 #include "Eval.h"
+#include "Manual.h"
 #include "Repl.h"
 #include "Types.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace kelm::tool
 {
@@ -19,7 +25,38 @@ constexpr OptionRow s_commonOptions[] = {
      "Colour errors: always, never, or (auto) on a terminal without NO_COLOR"},
 };
 
+// Those that tell of the tool, and do nothing else.
+constexpr OptionRow s_everywhereOptions[] = {
+    {'h', "--help", "", static_cast<bool Options::*>(nullptr), "Write this help"},
+    {'V', "--version", "", static_cast<bool Options::*>(nullptr), "Write the version"},
+};
+
+// What may be given where help has these names.
+constexpr ValueRow s_values[] = {
+    {"FILE", VALUES_FILES, {}},
+    {"[NAME=]FILE", VALUES_FILES, {}},
+    {"LIB.so", VALUES_FILES, {}},
+    {"NAME", VALUES_TYPES, {}},
+    {"WHEN", VALUES_WORDS, "auto always never"},
+    {"SHELL", VALUES_WORDS, "bash zsh fish"},
+    {"SUBCOMMAND", VALUES_SUBCOMMANDS, {}},
+};
+
 constexpr OptionRow s_raw = {0, "--raw", "", &Options::m_raw, "Write the value alone, of a string its characters"};
+
+// How the values of expressions are written.
+constexpr OptionRow s_valueType = {0, "--type", "", &Options::m_type, "Write the kind before each value", "--json"};
+constexpr OptionRow s_valueJson = {
+    0, "--json", "", &Options::m_json, "Write one JSON object a line: value and kind, or error", "--raw"};
+constexpr OptionRow s_valueRaw = {
+    0, "--raw", "", &Options::m_raw, "Write the value alone, of a string its characters: the default", "--type"};
+
+// What expressions are evaluated with.
+constexpr OptionRow s_data = {0, "--data", "[NAME=]FILE", &Options::m_data,
+                              "Take the members of a data source as names, or NAME for all of it (repeatable)"};
+constexpr OptionRow s_set = {0, "--set", "NAME=EXPR", &Options::m_settings, "Give a value a name (repeatable)"};
+constexpr OptionRow s_natural = {0, "--natural", "", &Options::m_natural,
+                                 "Let floats stay floats, and evaluate only what is needed"};
 
 constexpr ArgumentRow s_file = {"FILE", &Options::m_file, true, "A data source; - is standard input"};
 constexpr ArgumentRow s_path = {"PATH", &Options::m_path, true, "The field, as in .items[3].name"};
@@ -33,8 +70,32 @@ constexpr ArgumentRow s_evalArguments[] = {
 constexpr OptionRow s_evalOptions[] = {
     {'f', "--file", "FILE", &Options::m_file, "Evaluate a file, one expression a line; - is standard input"},
     {0, "--whole", "", &Options::m_whole, "Take what is read as one expression, not one a line"},
-    {0, "--type", "", &Options::m_type, "Write the kind before each value", "--json"},
-    {0, "--json", "", &Options::m_json, "Write one JSON object a line: value and kind, or error"},
+    s_data,
+    s_set,
+    s_natural,
+    s_valueType,
+    s_valueJson,
+    s_valueRaw,
+};
+
+// --- each, repl
+
+constexpr ArgumentRow s_eachArguments[] = {
+    {"EXPR", &Options::m_expression, true, "An expression, in which the element's members are names"},
+    s_file,
+};
+constexpr OptionRow s_eachOptions[] = {
+    {0, "--in", "LIST", &Options::m_list, "The list, as in .order.lines; needed where FILE has several"},
+    {0, "--where", "EXPR", &Options::m_where, "Pass over the elements of which this is not true"},
+    s_data,
+    s_set,
+    s_natural,
+    s_valueType,
+    s_valueJson,
+    s_valueRaw,
+};
+constexpr OptionRow s_replOptions[] = {
+    s_data, s_set, s_natural, s_valueType, s_valueJson, s_valueRaw,
 };
 
 // --- print, get, set
@@ -59,6 +120,7 @@ constexpr OptionRow s_setOptions[] = {
     {'i', "--in-place", "", &Options::m_inPlace, "Write to the file itself, whole or not at all"},
     {0, "--replace", "", &Options::m_replace, "Empty the field first"},
     {0, "--compact", "", &Options::m_compact, "Write one line"},
+    {0, "--json", "", &Options::m_json, "Write JSON, which is no data source any longer", "--in-place"},
 };
 
 // --- check, types
@@ -70,25 +132,49 @@ constexpr ArgumentRow s_typesArguments[] = {
     {"NAME", &Options::m_name, false, "A type or function, qualified or the last part of its name"},
 };
 
+constexpr ArgumentRow s_completionArguments[] = {
+    {"SHELL", &Options::m_name, true, "bash, zsh or fish"},
+};
+constexpr ArgumentRow s_manualArguments[] = {
+    {"SUBCOMMAND", &Options::m_name, false, "Its page; that of the tool where none is named"},
+};
+
 const CommandRow s_commands[] = {
-    {"eval", "Evaluate expressions", RunEval, s_evalArguments, s_evalOptions,
+    {"eval", "Evaluate expressions",
+     "Evaluates each expression and writes its value on a line. Without names they are those of the exact language; "
+     "--data and --set give names to data, --natural asks for the language in which floats stay floats.",
+     RunEval, s_evalArguments, s_evalOptions,
      R"(  kelmscript eval '1 + 2 * 3' 'sin(0.5)'
   kelmscript eval --type '7 / 2' '7 / 2.5'
   kelmscript eval --json '1 / 0'
   kelmscript eval -f expressions.ks
   echo '2 ^^ 10' | kelmscript eval
+  kelmscript eval --natural --data garden.kds --set vat=0.19 'dotsPerMetre * (1 + vat)'
+)"},
+    {"each", "Evaluate an expression for every element of a list",
+     "Reads a data source and evaluates an expression for every element of a list in it. The element's members are "
+     "names, \"it\" is the element itself and \"index\" its number, from 0; the members of the data source are names "
+     "too, where the element has none of the same name.",
+     RunEach, s_eachArguments, s_eachOptions,
+     R"(  kelmscript each name garden.kds --in .shapes
+  kelmscript each 'quantity * price' order.kds --where 'quantity > 1'
+  kelmscript each --json it garden.kds --in .margins
 )"},
     {"repl",
      "Evaluate expressions at a prompt",
+     "Reads expressions and commands, line by line, from a terminal with editing, completion and a history, or from "
+     "whatever standard input is. :help lists the commands.",
      RunRepl,
      {},
-     {},
+     s_replOptions,
      R"(  kelmscript repl
-  kelmscript repl --module ./libklExampleShapes.so
+  kelmscript repl --module ./libklExampleShapes.so --data garden.kds
   printf '1 + 2\n:type 1.5\n' | kelmscript repl
 )"},
     {"check",
      "Read data sources and report their errors",
+     "Reads every file and reports what is wrong with it, with the place and the nearest names. A member that is "
+     "written twice, and text behind the data source, are warnings.",
      RunCheck,
      s_checkArguments,
      {},
@@ -96,28 +182,50 @@ const CommandRow s_commands[] = {
 )"},
     {"print",
      "Read a data source and write it back",
+     "Writes the object with all its members, those that the file leaves out too. Comments are lost.",
      RunPrint,
      {&s_file, 1},
      s_printOptions,
      R"(  kelmscript print --module ./libklExampleShapes.so scene.kds
   kelmscript print --json scene.kds | jq .
 )"},
-    {"get", "Write the type and value of a field", RunGet, s_getArguments, s_getOptions,
+    {"get", "Write the type and value of a field", "Follows a path through the object, and changes nothing on the way.",
+     RunGet, s_getArguments, s_getOptions,
      R"(  kelmscript get scene.kds .title
   kelmscript get --json scene.kds '.shapes[1].position'
 )"},
-    {"set", "Change a field and write the whole data source", RunSet, s_setArguments, s_setOptions,
+    {"set", "Change a field and write the whole data source",
+     "Reads a value into a field and writes the whole data source, to standard output or, whole or not at all, to the "
+     "file itself. Comments are lost.",
+     RunSet, s_setArguments, s_setOptions,
      R"(  kelmscript set scene.kds .title '"Harbour"'
   kelmscript set -i scene.kds '.shapes[1].position.x' -2.5
   kelmscript set -i --replace scene.kds .shapes '[]'
 )"},
     {"types",
      "List what is registered, or show one type",
+     "Lists classes, variants, enumerations, typedefs, interfaces and functions, or shows one as C++ would declare it.",
      RunTypes,
      s_typesArguments,
      {},
      R"(  kelmscript types --module ./libklExampleShapes.so
   kelmscript types KSValue
+)"},
+    {"completion",
+     "Write a shell's completion script",
+     "Writes what a shell completes subcommands, options and their values by. It is installed with the tool.",
+     RunCompletion,
+     s_completionArguments,
+     {},
+     R"(  source <(kelmscript completion bash)
+)"},
+    {"manual",
+     "Write a manual page",
+     "Writes the manual page of the tool or of a subcommand, for man. They are installed with the tool.",
+     RunManual,
+     s_manualArguments,
+     {},
+     R"(  kelmscript manual eval | man -l -
 )"},
 };
 
@@ -131,6 +239,18 @@ std::span<const CommandRow> GetCommands()
 std::span<const OptionRow> GetCommonOptions()
 {
     return s_commonOptions;
+}
+
+std::span<const OptionRow> GetEverywhereOptions()
+{
+    return s_everywhereOptions;
+}
+
+ValueRow GetValues(std::string_view name)
+{
+    const auto* const row = std::find_if(std::begin(s_values), std::end(s_values),
+                                         [&](const ValueRow& candidate) { return candidate.m_name == name; });
+    return row != std::end(s_values) ? *row : ValueRow{name, VALUES_ANY, {}};
 }
 
 } // namespace kelm::tool

@@ -47,6 +47,7 @@ struct CommandRow
 {
     std::string_view m_name;
     std::string_view m_summary;
+    std::string_view m_description; // for the manual
     int (*m_run)(const Options&);
     std::span<const ArgumentRow> m_arguments;
     std::span<const OptionRow> m_options;
@@ -57,6 +58,29 @@ std::span<const CommandRow> GetCommands();
 
 // Options that go with every subcommand, before it or behind.
 std::span<const OptionRow> GetCommonOptions();
+
+// Options that ask for no work.
+std::span<const OptionRow> GetEverywhereOptions();
+
+// What can be given for an argument or for the value of an option, by the name that help has for it.
+enum EValues
+{
+    VALUES_ANY,
+    VALUES_FILES,
+    VALUES_TYPES, // registered names
+    VALUES_WORDS,
+    VALUES_SUBCOMMANDS,
+};
+struct ValueRow
+{
+    std::string_view m_name;
+    EValues m_values;
+    std::string_view m_words; // with blanks between them
+};
+ValueRow GetValues(std::string_view name);
+
+// An argument as a usage line has it.
+std::string UsageOf(const ArgumentRow& argument);
 
 // Writes what --help tells: of the tool, or of a subcommand.
 void PutHelp(const CommandRow* command);

@@ -1,11 +1,14 @@
 #include "Completion.h"
 
 #include "GrowthLimit.h"
+#include "Workspace.h"
 
+#include <kelm/private/Functions.h>
 #include <kelm/private/Names.h>
 #include <klKelmScript/private/BuiltIns.h>
 #include <klObject/objects/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/text/QualifiedName.h>
 
 #include <cstring>
 
@@ -75,12 +78,49 @@ std::vector<std::string> StartingWith(const std::string& beginning, const std::v
     return matches;
 }
 
-std::vector<std::string> CompleteBuiltIn(const std::string& beginning)
+namespace
 {
-    std::vector<std::string> names;
+
+// Of a text that ends with a dot the path before that, such as "order.lines[0]"; empty where there is none that can be
+// followed without evaluating anything else.
+std::string_view PathAtEnd(std::string_view text)
+{
+    text.remove_suffix(1);
+    std::size_t begin = text.size();
+    while (begin > 0)
+    {
+        const char c = text[begin - 1];
+        if (c == ']')
+        {
+            const std::size_t open = text.rfind('[', begin - 1);
+            const bool isIndex = open != std::string_view::npos &&
+                                 text.substr(open, begin - open).find_first_of("=()") == std::string_view::npos;
+            if (!isIndex)
+                break;
+            begin = open;
+        }
+        else if (IsIdentifierCharacter(c) || c == '.')
+            --begin;
+        else
+            break;
+    }
+    return text.substr(begin);
+}
+
+} // namespace
+
+std::vector<std::string> CompleteInExpression(const Workspace& workspace, std::string_view before,
+                                              const std::string& beginning)
+{
+    if (before.ends_with('.'))
+        return StartingWith(beginning, workspace.MemberNamesAt(PathAtEnd(before)));
+    std::vector<std::string> names = workspace.GetNames();
     for (const BuiltIn& builtIn : GetBuiltIns())
         names.push_back(std::string(builtIn.m_name.begin(), builtIn.m_name.end()) +
                         (builtIn.m_argument != Argument::None ? "(" : ""));
+    if (workspace.GetScope() != nullptr)
+        for (const evaluation::OwnFunction& function : evaluation::GetOwnFunctions())
+            names.push_back(std::string(function.m_name) + "(");
     return StartingWith(beginning, names);
 }
 

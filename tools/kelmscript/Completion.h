@@ -3,16 +3,21 @@
 #include <klObject/objects/IObject.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kelm::tool
 {
 
+class Workspace;
+
 // Those of `names` that begin with `beginning`.
 std::vector<std::string> StartingWith(const std::string& beginning, const std::vector<std::string>& names);
 
-// The built-in names of expressions that begin with `beginning`; functions with their bracket.
-std::vector<std::string> CompleteBuiltIn(const std::string& beginning);
+// The names that can stand in an expression behind `before` and begin with `beginning`: members behind a path and its
+// dot, elsewhere the names of the data and those that expressions know, functions with their bracket.
+std::vector<std::string> CompleteInExpression(const Workspace& workspace, std::string_view before,
+                                              const std::string& beginning);
 
 // The registered names that begin with `beginning`, or whose last parts do: then these alone.
 std::vector<std::string> CompleteTypeName(const std::string& beginning);

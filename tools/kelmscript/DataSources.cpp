@@ -6,6 +6,8 @@
 #include "GrowthLimit.h"
 #include "JsonVariable.h"
 #include "Output.h"
+#include "Progress.h"
+#include "Repeats.h"
 
 #include <kelm/private/TypeText.h>
 #include <klKelmScript/ParseDataSource.h>
@@ -125,30 +127,6 @@ bool IsVariant(ReflectionByteCode type)
 
 constexpr int s_indent = 4;
 
-// False, after the error was reported, where `write` finds that a value has no form.
-template <class F>
-bool TryWrite(const F& write)
-{
-    try
-    {
-        write();
-        return true;
-    }
-    catch (const WriteException& e)
-    {
-        ReportError(std::string("cannot write the object: ") + e.what());
-    }
-    catch (const JsonException& e)
-    {
-        ReportError(std::string("cannot write the object as JSON: ") + e.what());
-    }
-    catch (const KelmAssertionError& e)
-    {
-        ReportError(e.what());
-    }
-    return false;
-}
-
 // A stream into a text.
 class StringOutput : public xostream
 {
@@ -213,8 +191,31 @@ bool CheckFile(const std::string& path)
 
 } // namespace
 
+bool TryWrite(const std::function<void()>& write)
+{
+    try
+    {
+        write();
+        return true;
+    }
+    catch (const WriteException& e)
+    {
+        ReportError(std::string("cannot write the object: ") + e.what());
+    }
+    catch (const JsonException& e)
+    {
+        ReportError(std::string("cannot write the object as JSON: ") + e.what());
+    }
+    catch (const KelmAssertionError& e)
+    {
+        ReportError(e.what());
+    }
+    return false;
+}
+
 bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object)
 {
+    const Progress progress("reading " + std::string(source.m_name));
     ExpressionParser parser;
     const bool isLoaded = Read(source, parser,
                                [&]
@@ -223,14 +224,23 @@ bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& ob
                                    if (trailing == TRAILING_FAILS)
                                        RequireEnd(parser);
                                });
-    if (isLoaded && parser.m_token.m_type != TOKEN_END)
-        Report(SEV_WARNING, source, static_cast<std::size_t>(parser.m_token.m_str.m_p1 - source.View().m_p1),
-               "the text after the data source is not read");
-    return isLoaded;
+    if (!isLoaded)
+        return false;
+    const auto end = static_cast<std::size_t>(parser.m_token.m_str.m_p1 - source.View().m_p1);
+    WarnOfRepeats(source, end);
+    if (parser.m_token.m_type != TOKEN_END)
+        Report(SEV_WARNING, source, end, "the text after the data source is not read");
+    return true;
+}
+
+EForm FormOf(const Options& options)
+{
+    return options.m_json ? FORM_JSON : options.m_compact ? FORM_COMPACT : FORM_INDENTED;
 }
 
 bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form)
 {
+    const Progress progress("writing");
     return TryWrite(
         [&]
         {
@@ -240,6 +250,11 @@ bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form)
             WriteJson(json, object);
             os.put(json.GetText().data(), static_cast<long>(json.GetText().size()));
         });
+}
+
+EFieldForm FieldFormOf(const Options& options)
+{
+    return options.m_json ? FIELD_JSON : options.m_raw ? FIELD_RAW : FIELD_TYPED;
 }
 
 std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, EFieldForm form)
@@ -302,10 +317,16 @@ bool SetField(ptr<IObject> object, const std::string& path, const std::string& v
 int RunCheck(const Options& options)
 {
     int exitCode = EXIT_OK;
+    std::optional<Progress> progress;
+    if (options.m_files.size() > 1)
+        progress.emplace("checking");
+    std::size_t numDone = 0;
     for (const std::string& path : options.m_files)
     {
         if (!CheckFile(path))
             exitCode = EXIT_FAILED;
+        if (progress)
+            progress->Tell(++numDone, options.m_files.size());
         CollectGarbage();
     }
     return exitCode;
@@ -316,11 +337,7 @@ int RunPrint(const Options& options)
     GcRoot object;
     if (!LoadFile(options, TRAILING_WARNS, object))
         return EXIT_FAILED;
-    return PutObject(object.get(), options.m_json      ? FORM_JSON
-                                   : options.m_compact ? FORM_COMPACT
-                                                       : FORM_INDENTED)
-               ? EXIT_OK
-               : EXIT_FAILED;
+    return PutObject(object.get(), FormOf(options)) ? EXIT_OK : EXIT_FAILED;
 }
 
 int RunGet(const Options& options)
@@ -328,10 +345,7 @@ int RunGet(const Options& options)
     GcRoot object;
     if (!LoadFile(options, TRAILING_WARNS, object))
         return EXIT_FAILED;
-    const std::optional<std::string> text = FieldText(object.get(), options.m_path,
-                                                      options.m_json  ? FIELD_JSON
-                                                      : options.m_raw ? FIELD_RAW
-                                                                      : FIELD_TYPED);
+    const std::optional<std::string> text = FieldText(object.get(), options.m_path, FieldFormOf(options));
     if (text)
         PutLine(*text);
     return text ? EXIT_OK : EXIT_FAILED;
@@ -349,7 +363,7 @@ int RunSet(const Options& options)
     if (!LoadFile(options, TRAILING_FAILS, object) ||
         !SetField(object.get(), options.m_path, options.m_value, options.m_replace))
         return EXIT_FAILED;
-    const EForm form = options.m_compact ? FORM_COMPACT : FORM_INDENTED;
+    const EForm form = FormOf(options);
     if (!options.m_inPlace)
         return PutObject(object.get(), form) ? EXIT_OK : EXIT_FAILED;
     StringOutput text;

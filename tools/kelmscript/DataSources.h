@@ -7,11 +7,15 @@
 #include <klObject/objects/IObject.h>
 #include <klUtils/xostream.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
 namespace kelm::tool
 {
+
+// Calls what writes a value. False, after the error was reported, where it finds that the value has no form.
+bool TryWrite(const std::function<void()>& write);
 
 enum ETrailingText
 {
@@ -29,6 +33,7 @@ enum EForm
     FORM_COMPACT,
     FORM_JSON,
 };
+EForm FormOf(const Options& options);
 
 // Writes an object. Writes nothing and gives false, after the error was reported, where it has no such form.
 bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form);
@@ -42,6 +47,7 @@ enum EFieldForm
     FIELD_RAW,   // the value alone, of a string its characters
     FIELD_JSON,  // an object of type and value
 };
+EFieldForm FieldFormOf(const Options& options);
 
 // A field on one line. Nothing, after the error was reported, where there is none.
 std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, EFieldForm form);

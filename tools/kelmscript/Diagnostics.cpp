@@ -1,6 +1,7 @@
 #include "Diagnostics.h"
 
 #include "Output.h"
+#include "Progress.h"
 
 #include <kelm/private/Excerpt.h>
 #include <kelm/private/FileDescriptor.h>
@@ -69,6 +70,7 @@ public:
     void Write() const
     {
         FlushOutput();
+        const Progress::Pause pause;
         static_cast<void>(WriteAll(STDERR_FILENO, m_text)); // there is nobody else to tell
     }
 
@@ -82,6 +84,15 @@ void PutLineWithCaret(Message& text, const Excerpt& excerpt)
     text.Put("\n");
     text.Put(excerpt.m_blanks);
     text.PutColoured(s_green, excerpt.m_caret);
+    text.Put("\n");
+}
+
+// One that is made already: a line, and below it blanks and carets.
+void PutExcerpt(Message& text, std::string_view excerpt)
+{
+    const std::size_t caret = excerpt.rfind('^');
+    text.Put(excerpt.substr(0, caret));
+    text.PutColoured(s_green, excerpt.substr(caret));
     text.Put("\n");
 }
 
@@ -108,22 +119,37 @@ void SetColour(EColour colour)
     s_colour = colour;
 }
 
-void Report(ESeverity severity, const SourceText& source, std::size_t offset, std::string_view message)
+namespace
+{
+
+void ReportWith(std::string_view excerpt, ESeverity severity, const SourceText& source, std::size_t offset,
+                std::string_view message)
 {
     const Place place = PlaceOf(source, offset);
     Message text;
     PutHeading(text, severity,
                Shown(source.m_name) + ":" + std::to_string(place.m_line) + ":" + std::to_string(place.m_column) + ": ",
                message);
-    PutLineWithCaret(text, ExcerptAt(source, offset));
+    if (excerpt.empty())
+        PutLineWithCaret(text, ExcerptAt(source, offset));
+    else
+        PutExcerpt(text, excerpt);
     text.Write();
+}
+
+} // namespace
+
+void Report(ESeverity severity, const SourceText& source, std::size_t offset, std::string_view message)
+{
+    ReportWith({}, severity, source, offset, message);
 }
 
 void Report(const SourceText& source, const Failure& failure)
 {
-    Report(SEV_ERROR, source, failure.m_offset, failure.m_message);
+    ReportWith(failure.m_excerpt, SEV_ERROR, source, failure.m_offset, failure.m_message);
     for (const Note& note : failure.m_notes)
-        Report(SEV_NOTE, source, note.m_offset, note.m_message);
+        ReportWith(note.m_offset == failure.m_offset ? failure.m_excerpt : std::string(), SEV_NOTE, source,
+                   note.m_offset, note.m_message);
 }
 
 void ReportError(std::string_view message)

@@ -16,14 +16,16 @@ namespace kelm::tool
 class DivisionWatch
 {
 public:
-    explicit DivisionWatch(const ParserBase& parser)
+    // The parser, where there is one, tells where the fault is.
+    explicit DivisionWatch(const ParserBase* parser)
     {
         if (!s_isInstalled) [[unlikely]]
             Install();
         s_hasFaulted = false;
-        s_parser = &parser;
+        s_parser = parser;
+        s_isWatching = true;
     }
-    ~DivisionWatch() { s_parser = nullptr; }
+    ~DivisionWatch() { s_isWatching = false; }
     DivisionWatch(const DivisionWatch&) = delete;
     DivisionWatch& operator=(const DivisionWatch&) = delete;
 
@@ -38,6 +40,7 @@ private:
 
     // All that the signal handler touches. The signal is raised by the watched code itself, never asynchronously.
     static inline constinit const ParserBase* s_parser = nullptr;
+    static inline constinit volatile bool s_isWatching = false;
     static inline constinit volatile bool s_hasFaulted = false;
     static inline LSToken s_place;
     static inline constinit bool s_isInstalled = false;

@@ -1,13 +1,13 @@
 #include "Eval.h"
 
-#include "Attempt.h"
 #include "Diagnostics.h"
 #include "Files.h"
-#include "JsonText.h"
 #include "LineInput.h"
-#include "Output.h"
+#include "Progress.h"
+#include "Values.h"
+#include "Workspace.h"
 
-#include <klKelmScript/KSParser.h>
+#include <algorithm>
 
 namespace kelm::tool
 {
@@ -19,20 +19,15 @@ namespace
 class Evaluator
 {
 public:
-    explicit Evaluator(const Options& options) : m_options(options) {}
+    Evaluator(const Workspace& workspace, const Options& options) : m_workspace(workspace), m_form(ValueFormOf(options))
+    {
+    }
 
     void EvaluateExpression(const SourceText& source, EBlankText blank)
     {
-        const Outcome outcome = Evaluate(source, blank);
-        if (outcome.m_isBlank)
-            return;
-        m_hasFailed |= outcome.m_failure.has_value();
-        if (m_options.m_json)
-            PutJson(outcome, source);
-        else if (outcome.m_failure)
-            Report(source, *outcome.m_failure);
-        else
-            PutValue(outcome.m_value, m_options.m_type);
+        const Outcome outcome = m_workspace.Evaluate(source, blank);
+        if (!outcome.m_isBlank)
+            m_hasFailed |= !PutOutcome(source, outcome, m_form);
     }
 
     // One expression a line; lines of white space and comments pass.
@@ -40,10 +35,16 @@ public:
     {
         LineInput lines(path);
         SourceText source{lines.GetName(), {}, 0};
+        // What does not come from a file may have to be waited for, and that is no work.
+        std::optional<Progress> progress;
+        if (lines.GetSize() > 0)
+            progress.emplace(lines.GetName());
         while (lines.Read(source.m_text))
         {
             ++source.m_firstLine;
             EvaluateExpression(source, BLANK_PASSES);
+            if (progress)
+                progress->Tell(lines.GetNumRead(), lines.GetSize());
         }
         m_hasFailed |= lines.HasFailed();
     }
@@ -60,92 +61,40 @@ public:
     int GetExitCode() const { return m_hasFailed ? EXIT_FAILED : EXIT_OK; }
 
 private:
-    static void PutJson(const Outcome& outcome, const SourceText& source)
-    {
-        JsonText json(JSON_COMPACT);
-        json.BeginObject();
-        if (outcome.m_failure)
-        {
-            json.Name("error");
-            json.Failure(*outcome.m_failure, source);
-        }
-        else
-        {
-            json.Name("value");
-            json.Value(outcome.m_value);
-            json.Name("kind");
-            json.Text(TypeToString(outcome.m_value.GetTag()));
-        }
-        json.EndObject();
-        PutLine(json.GetText());
-    }
-
-    const Options& m_options;
+    const Workspace& m_workspace;
+    const EValueForm m_form;
     bool m_hasFailed = false;
 };
 
-} // namespace
-
-Outcome Evaluate(const SourceText& source, EBlankText blank)
+// Whether the expressions themselves come from a file.
+bool ReadsExpressions(const Options& options)
 {
-    Outcome outcome;
-    KSParser parser;
-    outcome.m_failure = Attempt(source, parser,
-                                [&]
-                                {
-                                    parser.Init(source.View());
-                                    outcome.m_isBlank = blank == BLANK_PASSES && parser.m_token.m_type == TOKEN_END;
-                                    if (outcome.m_isBlank)
-                                        return;
-                                    parser.ParseExpression(outcome.m_value);
-                                    if (parser.m_token.m_type != TOKEN_END)
-                                        parser.ThrowExpectedException("end of text");
-                                });
-    return outcome;
-}
-
-bool IsBlank(const SourceText& source)
-{
-    ParserBase parser;
-    return !Attempt(source, parser, [&] { parser.Init(source.View()); }) && parser.m_token.m_type == TOKEN_END;
-}
-
-void PutValue(const KSValue& value, bool withKind)
-{
-    if (withKind)
-    {
-        Put(TypeToString(value.GetTag()));
-        Put(" ");
-    }
-    OutputStream os;
-    os << value;
-    Put("\n");
-}
-
-namespace
-{
-
-bool IsStandardInput(const std::vector<std::string>& expressions)
-{
-    return expressions.size() == 1 && expressions.front() == "-";
+    return options.m_expressions.empty() || (options.m_expressions.size() == 1 && options.m_expressions.front() == "-");
 }
 
 } // namespace
 
 int RunEval(const Options& options)
 {
-    Evaluator evaluator(options);
-    if (options.m_expressions.empty() || IsStandardInput(options.m_expressions))
+    const bool readsExpressions = ReadsExpressions(options);
+    const std::string path = options.m_file.empty() ? "-" : options.m_file;
+    if (readsExpressions && path == "-" && Workspace::ReadsStandardInput(options))
     {
-        const std::string path = options.m_file.empty() ? "-" : options.m_file;
+        ReportError("standard input holds the data, and no expressions");
+        return EXIT_USAGE;
+    }
+    Workspace workspace(options);
+    if (const int exitCode = workspace.Open(); exitCode != EXIT_OK)
+        return exitCode;
+    Evaluator evaluator(workspace, options);
+    if (readsExpressions)
         options.m_whole ? evaluator.EvaluateWhole(path) : evaluator.EvaluateLines(path);
-        return evaluator.GetExitCode();
-    }
-    for (std::size_t i = 0; i < options.m_expressions.size(); ++i)
-    {
-        const std::string name = "<argument " + std::to_string(i + 1) + ">";
-        evaluator.EvaluateExpression({name, options.m_expressions[i]}, BLANK_FAILS);
-    }
+    else
+        for (std::size_t i = 0; i < options.m_expressions.size(); ++i)
+        {
+            const std::string name = "<argument " + std::to_string(i + 1) + ">";
+            evaluator.EvaluateExpression({name, options.m_expressions[i]}, BLANK_FAILS);
+        }
     return evaluator.GetExitCode();
 }
 

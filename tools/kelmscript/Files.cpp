@@ -15,6 +15,9 @@ namespace kelm::tool
 namespace
 {
 
+// Of a file, to find out whether it is a text.
+constexpr std::size_t s_numOctetsLookedAt = 65536;
+
 std::size_t s_sizeLimit = std::size_t{1} << 30;
 
 // What is wrong with a file that is open; empty where it can be read.
@@ -74,9 +77,10 @@ std::optional<NamedText> ReadFile(const std::string& path)
         return std::nullopt;
     std::string why;
     std::optional<FileText> text = ReadRest(file.get(), s_sizeLimit, why);
-    if (text)
+    const bool isText = text && !IsBinary(text->View().substr(0, s_numOctetsLookedAt));
+    if (isText)
         return NamedText{NameOfFile(path), std::move(*text)};
-    ReportUnreadable(NameOfFile(path), why.empty() ? "it is longer than " + SizeLimitText() : why);
+    ReportUnreadable(NameOfFile(path), text ? s_isNoText : why.empty() ? "it is longer than " + SizeLimitText() : why);
     return std::nullopt;
 }
 

@@ -37,6 +37,9 @@ FileDescriptor OpenFile(const std::string& path);
 // The whole of a file. Nothing, after an error was reported, where it cannot be read.
 std::optional<NamedText> ReadFile(const std::string& path);
 
+// Why a file that is none is not read as a text.
+inline constexpr char s_isNoText[] = "it is no text";
+
 // Errors about files: "cannot read FILE: why".
 void ReportUnreadable(const std::string& name, const std::string& why);
 

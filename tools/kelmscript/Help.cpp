@@ -64,15 +64,6 @@ std::string Left(char letter, std::string_view name, std::string_view argument)
     return text;
 }
 
-// An argument as a usage line has it.
-std::string Usage(const ArgumentRow& argument)
-{
-    std::string text(argument.m_name);
-    if (argument.m_destination.m_texts != nullptr)
-        text += "...";
-    return argument.m_isRequired ? text : "[" + text + "]";
-}
-
 void PutOptions(const CommandRow* command)
 {
     Section options("Options:");
@@ -81,8 +72,8 @@ void PutOptions(const CommandRow* command)
             options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
     for (const OptionRow& row : GetCommonOptions())
         options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
-    options.Add(Left('h', "--help", ""), "Write this help");
-    options.Add(Left('V', "--version", ""), "Write the version");
+    for (const OptionRow& row : GetEverywhereOptions())
+        options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
     options.Write();
 }
 
@@ -106,7 +97,7 @@ void PutHelpOf(const CommandRow& command)
     Section arguments("Arguments:");
     for (const ArgumentRow& row : command.m_arguments)
     {
-        usage += " " + Usage(row);
+        usage += " " + UsageOf(row);
         arguments.Add(std::string(row.m_name), row.m_summary);
     }
     PutLine(usage);
@@ -117,6 +108,14 @@ void PutHelpOf(const CommandRow& command)
 }
 
 } // namespace
+
+std::string UsageOf(const ArgumentRow& argument)
+{
+    std::string text(argument.m_name);
+    if (argument.m_destination.m_texts != nullptr)
+        text += "...";
+    return argument.m_isRequired ? text : "[" + text + "]";
+}
 
 void PutHelp(const CommandRow* command)
 {

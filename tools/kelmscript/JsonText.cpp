@@ -181,19 +181,6 @@ void JsonText::Quoted(std::string_view text)
 
 // --- What the tool speaks of
 
-void JsonText::Value(const KSValue& value)
-{
-    switch (value.GetTag())
-    {
-    case KSV_BOOL: return Bool(value.as<bool>());
-    case KSV_INT64: return Integer(static_cast<int64>(value.as<int64>()));
-    case KSV_FLOAT64: return Float(static_cast<float64>(value.as<float64>()));
-    case KSV_STRING8: return Text(value.as<string8>().view());
-    case KSV_VOID:
-    case KSV_REFLECTED_VALUE: return Null(); // no expression has such a value
-    }
-}
-
 void JsonText::Failure(const tool::Failure& failure, const SourceText& source)
 {
     const Place place = PlaceOf(source, failure.m_offset);

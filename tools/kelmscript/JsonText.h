@@ -3,7 +3,7 @@
 #include "Failure.h"
 
 #include <kelm/private/Source.h>
-#include <klKelmScript/KSValue.h>
+#include <klUtils/types.h>
 
 #include <string>
 #include <string_view>
@@ -43,7 +43,6 @@ public:
     void Float(float32 value); // in its own shortest digits: 0.1 stays 0.1
     void Text(std::string_view text);
 
-    void Value(const KSValue& value);
     void Failure(const tool::Failure& failure, const SourceText& source);
 
 private:

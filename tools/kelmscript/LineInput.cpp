@@ -6,6 +6,8 @@
 
 #include <kelm/private/Source.h>
 
+#include <sys/stat.h>
+
 namespace kelm::tool
 {
 
@@ -19,6 +21,9 @@ constexpr std::size_t s_blockSize = 65536;
 LineInput::LineInput(const std::string& path)
     : m_name(NameOfFile(path)), m_file(OpenFile(path)), m_hasFailed(!m_file.IsOpen())
 {
+    struct stat status = {};
+    if (!m_hasFailed && fstat(m_file.get(), &status) == 0 && S_ISREG(status.st_mode))
+        m_size = static_cast<std::size_t>(status.st_size);
 }
 
 bool LineInput::ReadAcrossBlocks(std::string_view& line)
@@ -55,6 +60,7 @@ bool LineInput::ReadBlock()
     if (count < 0)
         return Fail(ErrnoText());
     m_end += count;
+    m_numRead += static_cast<std::size_t>(count);
     if (count == 0)
         m_file.Close();
     if (std::exchange(m_isAtStart, false) && !BeginText())
@@ -69,7 +75,7 @@ bool LineInput::BeginText()
     if (IsBinary(text))
     {
         m_p = m_end;
-        return Fail("it is no text"); // one error, and not one for each line
+        return Fail(s_isNoText); // one error, and not one for each line
     }
     m_p = m_end - WithoutByteOrderMark(text).size();
     return true;

@@ -32,6 +32,10 @@ public:
         return true;
     }
 
+    // How many octets have been given, and how many the file has; 0 where that is not known.
+    std::size_t GetNumRead() const { return m_numRead - static_cast<std::size_t>(m_end - m_p); }
+    std::size_t GetSize() const { return m_size; }
+
     // Whether the file or a line of it could not be read, which was reported.
     bool HasFailed() const { return m_hasFailed; }
 
@@ -48,6 +52,8 @@ private:
     std::size_t m_capacity = 0;
     const char* m_p = ""; // what is read and not yet given
     const char* m_end = m_p;
+    std::size_t m_size = 0;
+    std::size_t m_numRead = 0;
     bool m_hasFailed = false;
     bool m_isAtStart = true;
 };

@@ -46,7 +46,8 @@ public:
 
     virtual bool IsInteractive() const = 0;
 
-    // Reads a line, without its line break; it stays until the next call. A prompt is shown where a person reads it.
+    // Reads a line, without its line break, or several that were pasted; they stay until the next call. A prompt is
+    // shown where a person reads it.
     virtual ERead Read(ConstStringZ prompt, std::string_view& line) = 0;
 
     // Enters what was typed, in one or several lines, into the history.

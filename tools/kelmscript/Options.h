@@ -14,6 +14,11 @@ struct Options
     std::vector<std::string> m_modules;
     std::vector<std::string> m_expressions;
     std::vector<std::string> m_files;
+    std::vector<std::string> m_data;
+    std::vector<std::string> m_settings;
+    std::string m_expression;
+    std::string m_list;
+    std::string m_where;
     std::string m_file;
     std::string m_path;
     std::string m_value;
@@ -24,6 +29,7 @@ struct Options
     bool m_raw = false;
     bool m_type = false;
     bool m_whole = false;
+    bool m_natural = false;
     bool m_compact = false;
     bool m_inPlace = false;
     bool m_replace = false;

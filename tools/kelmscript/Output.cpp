@@ -1,5 +1,7 @@
 #include "Output.h"
 
+#include "Progress.h"
+
 #include <kelm/private/FileDescriptor.h>
 
 #include <cerrno>
@@ -16,6 +18,7 @@ int s_error = 0;
 
 void Write(std::string_view text)
 {
+    const Progress::Pause pause;
     if (s_error == 0 && !WriteAll(STDOUT_FILENO, text))
         s_error = errno;
 }

@@ -3,19 +3,22 @@
 #include "Completion.h"
 #include "DataSources.h"
 #include "Diagnostics.h"
-#include "Eval.h"
-#include "Files.h"
 #include "LineReader.h"
 #include "Output.h"
 #include "Suggest.h"
 #include "Types.h"
+#include "Values.h"
+#include "Workspace.h"
 
+#include <kelm/private/Functions.h>
 #include <kelm/private/Names.h>
 #include <klKelmScript/private/BuiltIns.h>
 #include <klObject/objects/Collector.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/Version.h>
 #include <klUtils/text/LsScanToken.h>
+
+#include <deque>
 
 namespace kelm::tool
 {
@@ -90,10 +93,18 @@ WordAndRest SplitFirstWord(const std::string& text)
 class Repl : private CompletionSource
 {
 public:
-    Repl() : m_reader(MakeLineReader(*this)) {}
+    explicit Repl(const Options& options) : m_options(options), m_workspace(options) {}
 
     int Run()
     {
+        if (Workspace::ReadsStandardInput(m_options))
+        {
+            ReportError("standard input holds the data, and no expressions");
+            return EXIT_USAGE;
+        }
+        if (const int exitCode = m_workspace.Open(); exitCode != EXIT_OK)
+            return exitCode;
+        m_reader = MakeLineReader(*this);
         if (m_reader->IsInteractive())
             PutLine("kelmscript " KELM_VERSION_TEXT ", :help for help");
         while (!m_isLeaving)
@@ -123,6 +134,48 @@ private:
     };
     static const Command s_commands[];
 
+    // The next line, of what was pasted or of what is typed.
+    ERead ReadLine(ConstStringZ prompt, std::string& line)
+    {
+        if (!m_pasted.empty())
+        {
+            line = std::move(m_pasted.front());
+            m_pasted.pop_front();
+            return READ_LINE;
+        }
+        std::string_view read;
+        const ERead result = m_reader->Read(prompt, read);
+        if (result == READ_LINE)
+            line = read;
+        return result;
+    }
+
+    // A block that was pasted comes at once. Where it is not one expression, its lines are taken as if typed.
+    void SplitPasted(std::string& block)
+    {
+        const std::size_t end = block.find('\n');
+        for (std::size_t begin = end + 1; begin < block.size();)
+        {
+            const std::size_t lineEnd = std::min(block.find('\n', begin), block.size());
+            m_pasted.push_back(block.substr(begin, lineEnd - begin));
+            begin = lineEnd + 1;
+        }
+        block.resize(end);
+    }
+
+    static bool IsExpression(const std::string& text)
+    {
+        try
+        {
+            static_cast<void>(Expression(text));
+            return true;
+        }
+        catch (const Error&)
+        {
+            return false;
+        }
+    }
+
     // Reads one expression or command, several lines while a bracket is open, and runs it.
     void ReadEntry()
     {
@@ -133,13 +186,15 @@ private:
         while (isOpen)
         {
             FlushOutput(); // what is known is shown before input is waited for
-            std::string_view line;
-            const ERead read = m_reader->Read(numLines == 0 ? s_prompt : s_continuation, line);
+            std::string line;
+            const ERead read = ReadLine(numLines == 0 ? s_prompt : s_continuation, line);
             if (read == READ_INTERRUPTED)
                 return;
             m_isLeaving = read == READ_END;
             if (m_isLeaving)
                 break;
+            if (line.find('\n') != std::string::npos && (numLines > 0 || !IsExpression(line)))
+                SplitPasted(line);
             if (numLines++ > 0)
                 entry += '\n';
             entry += line;
@@ -169,17 +224,9 @@ private:
         return {};
     }
 
-    static bool EvaluateExpression(const SourceText& source) { return WriteOutcome(source, Evaluate(source), false); }
-
-    static bool WriteOutcome(const SourceText& source, const Outcome& outcome, bool onlyKind)
+    bool EvaluateExpression(const SourceText& source) const
     {
-        if (outcome.m_failure)
-            Report(source, *outcome.m_failure);
-        else if (onlyKind)
-            PutLine(TypeToString(outcome.m_value.GetTag()));
-        else
-            PutValue(outcome.m_value, false);
-        return !outcome.m_failure;
+        return PutOutcome(source, m_workspace.Evaluate(source), ValueFormOf(m_options));
     }
 
     bool RunCommand(const std::string& text)
@@ -211,33 +258,34 @@ private:
     bool Type(const std::string& expression)
     {
         const SourceText source{"<expression>", expression};
-        return WriteOutcome(source, Evaluate(source), true);
+        const Outcome outcome = m_workspace.Evaluate(source);
+        if (outcome.m_failure)
+            return PutOutcome(source, outcome, ValueFormOf(m_options));
+        PutLine(KindOf(outcome.m_value));
+        return true;
     }
 
     bool Load(const std::string& file)
     {
-        const std::optional<NamedText> text = ReadFile(file);
-        GcRoot object;
-        const bool isLoaded = text && LoadDataSource(text->Source(), TRAILING_WARNS, object);
+        const bool isLoaded = m_workspace.Load(file);
         if (isLoaded)
-            m_object = object;
-        CollectGarbage(); // what was there before, or what a failure has left
-        if (!isLoaded)
-            return false;
-        PutLine(m_object.get() ? m_object.get().GetReflectedClass()->m_name : "null");
-        return true;
+            PutLine(GetObject() ? GetObject().GetReflectedClass()->m_name : "null");
+        return isLoaded;
     }
 
-    bool Get(const std::string& path) { return HasObject() && PutIfAny(FieldText(m_object.get(), path, FIELD_TYPED)); }
+    bool Get(const std::string& path)
+    {
+        return HasObject() && PutIfAny(FieldText(GetObject(), path, FieldFormOf(m_options)));
+    }
 
     bool Set(const std::string& argument)
     {
         const WordAndRest words = SplitFirstWord(argument);
-        return HasObject() && SetField(m_object.get(), words.m_word, words.m_rest, false) &&
-               PutIfAny(FieldText(m_object.get(), words.m_word, FIELD_TYPED));
+        return HasObject() && SetField(GetObject(), words.m_word, words.m_rest, false) &&
+               PutIfAny(FieldText(GetObject(), words.m_word, FieldFormOf(m_options)));
     }
 
-    bool Print(const std::string&) { return HasObject() && PutObject(m_object.get(), FORM_INDENTED); }
+    bool Print(const std::string&) { return HasObject() && PutObject(GetObject(), FormOf(m_options)); }
 
     bool Types(const std::string& name)
     {
@@ -253,11 +301,13 @@ private:
         return true;
     }
 
+    ptr<IObject> GetObject() const { return m_workspace.GetObject(); }
+
     bool HasObject() const
     {
-        if (!m_object.get())
+        if (!GetObject())
             ReportError("no object is loaded: :load FILE loads one");
-        return static_cast<bool>(m_object.get());
+        return static_cast<bool>(GetObject());
     }
 
     static bool PutIfAny(const std::optional<std::string>& text)
@@ -298,20 +348,22 @@ private:
         std::size_t begin = 0;
         switch (ArgumentOf(line, begin))
         {
-        case ARG_EXPRESSION: return {CompleteBuiltIn(word)};
+        case ARG_EXPRESSION: return {CompleteInExpression(m_workspace, line.substr(begin, start - begin), word)};
         case ARG_FILE: return {{}, true};
         case ARG_TYPE: return {CompleteTypeName(word)};
         case ARG_PATH:
             if (begin < start)
-                return {StartingWith(word, FieldNamesAt(m_object.get(), line.substr(begin, start - begin)))};
+                return {StartingWith(word, FieldNamesAt(GetObject(), line.substr(begin, start - begin)))};
             return {};
         case ARG_NONE: return {};
         }
         return {};
     }
 
+    const Options& m_options;
+    Workspace m_workspace;
     std::unique_ptr<LineReader> m_reader;
-    GcRoot m_object; // what :load loaded
+    std::deque<std::string> m_pasted; // lines that are still to be taken
     int64 m_nextLine = 1;
     bool m_isLeaving = false;
     bool m_hasFailed = false;
@@ -320,7 +372,7 @@ private:
 const Repl::Command Repl::s_commands[] = {
     {"help", ":help", ARG_NONE, false, &Repl::Help, "this text"},
     {"type", ":type EXPR", ARG_EXPRESSION, true, &Repl::Type, "the kind of an expression's value"},
-    {"load", ":load FILE", ARG_FILE, true, &Repl::Load, "read a data source"},
+    {"load", ":load FILE", ARG_FILE, true, &Repl::Load, "read a data source, whose members are names then"},
     {"get", ":get PATH", ARG_PATH, true, &Repl::Get, "the type and value of a field of what is loaded"},
     {"set", ":set PATH VALUE", ARG_PATH, true, &Repl::Set, "read a value into a field of what is loaded"},
     {"print", ":print", ARG_NONE, false, &Repl::Print, "write what is loaded"},
@@ -360,6 +412,9 @@ bool Repl::Help(const std::string&)
     PutLine("An expression is evaluated; while a bracket is open, it goes on in the next line.\n");
     for (const Command& command : s_commands)
         PutRow(command.m_synopsis, command.m_summary);
+    PutLine("\nFunctions, with --natural, --data or --set, or when a data source is loaded:\n");
+    for (const evaluation::OwnFunction& function : evaluation::GetOwnFunctions())
+        PutRow(std::string(function.m_name) + "(" + function.m_parameters + ")", function.m_summary);
     PutLine("\nNames in expressions:\n");
     for (const BuiltIn& builtIn : GetBuiltIns())
     {
@@ -373,9 +428,9 @@ bool Repl::Help(const std::string&)
 
 } // namespace
 
-int RunRepl(const Options&)
+int RunRepl(const Options& options)
 {
-    return Repl().Run();
+    return Repl(options).Run();
 }
 
 } // namespace kelm::tool

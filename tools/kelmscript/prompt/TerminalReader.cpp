@@ -109,7 +109,7 @@ public:
         rl_catch_sigwinch = 0;
         rl_attempted_completion_function = CompleteWord;
         rl_completion_word_break_hook = WordBreaks;
-        rl_variable_bind("enable-bracketed-paste", "off"); // pasted lines are evaluated one by one
+        rl_variable_bind("enable-bracketed-paste", "on"); // a block is pasted whole, tabs and all
     }
 
     bool IsInteractive() const override { return true; }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Options.h"
+#include "Workspace.h"
+
+#include <kelm/Value.h>
+#include <kelm/private/Source.h>
+
+#include <optional>
+#include <string>
+
+namespace kelm::tool
+{
+
+// How the values of expressions are written, each on a line.
+enum EValueForm
+{
+    VALUE_PLAIN, // a string as its characters alone, an object as its text; nothing where there is no value
+    VALUE_TYPED, // the same behind the name of its kind
+    VALUE_JSON,  // an object of value and kind, or of the error
+};
+EValueForm ValueFormOf(const Options& options);
+
+// "int64" and the like; of an object its type.
+std::string KindOf(const Value& value);
+
+// Writes what a text came to, errors included; `index` tells of which element of a list. False where it failed.
+bool PutOutcome(const SourceText& source, const Outcome& outcome, EValueForm form,
+                std::optional<int64> index = std::nullopt);
+
+} // namespace kelm::tool
