@@ -2,6 +2,7 @@
 
 #include <kelm/private/Excerpt.h>
 #include <kelm/private/Suggest.h>
+#include <klKelmScript/private/UnknownNameException.h>
 #include <klObject/describe/RegisterUsed.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/text/LsScanToken.h>
@@ -83,6 +84,15 @@ std::size_t TokenSize(SubString text)
     return static_cast<std::size_t>(past - begin);
 }
 
+// Of what the type itself knows.
+std::vector<std::string> NamesNear(const LexScannerException& exception)
+{
+    const auto* const unknown = dynamic_cast<const UnknownNameException*>(&exception);
+    if (unknown == nullptr)
+        return {};
+    return NearestNames(unknown->m_name.view(), {unknown->m_existing.begin(), unknown->m_existing.end()});
+}
+
 // Its message begins with the path of the value that has no text.
 Error ErrorOfWriting(const WriteException& exception)
 {
@@ -107,7 +117,7 @@ ErrorKind KindOfMessage(std::string_view message)
 }
 
 Error ErrorAt(ErrorKind kind, std::string message, const SourceText& source, std::size_t offset, std::size_t numOctets,
-              std::string fieldPath)
+              std::string fieldPath, std::vector<std::string> suggestions)
 {
     const Place place = PlaceOf(source, offset);
     const Excerpt excerpt = ExcerptAt(source, offset, numOctets);
@@ -118,7 +128,9 @@ Error ErrorAt(ErrorKind kind, std::string message, const SourceText& source, std
     details.m_column = place.m_column;
     details.m_excerpt = excerpt.m_line + "\n" + excerpt.m_blanks + excerpt.m_caret;
     details.m_fieldPath = std::move(fieldPath);
-    if (const std::optional<UnknownName> unknown = FindUnknownName(message))
+    if (!suggestions.empty())
+        details.m_suggestions = std::move(suggestions);
+    else if (const std::optional<UnknownName> unknown = FindUnknownName(message))
         details.m_suggestions = NearestNames(unknown->m_name, unknown->m_existing);
     details.m_message = std::move(message);
     return Error(std::move(details));
@@ -141,7 +153,7 @@ Error ErrorOf(const LexScannerException& exception, const SourceText& source, st
     if (exception.m_pos < text.m_p1 || text.m_p2 < exception.m_pos)
         return ErrorWithoutPlace(kind, std::move(message), std::string(source.m_name));
     return ErrorAt(kind, std::move(message), source, static_cast<std::size_t>(exception.m_pos - text.m_p1),
-                   TokenSize({exception.m_pos, text.m_p2}), std::move(fieldPath));
+                   TokenSize({exception.m_pos, text.m_p2}), std::move(fieldPath), NamesNear(exception));
 }
 
 Error ErrorOf(const KelmAssertionError& exception)

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 namespace kelm
 {
@@ -23,7 +24,7 @@ KELM_API ErrorKind KindOfMessage(std::string_view message);
 
 // An error about so many octets of a text.
 KELM_API Error ErrorAt(ErrorKind kind, std::string message, const SourceText& source, std::size_t offset,
-                       std::size_t numOctets, std::string fieldPath = {});
+                       std::size_t numOctets, std::string fieldPath = {}, std::vector<std::string> suggestions = {});
 
 // An error that no text is wrong in.
 KELM_API Error ErrorWithoutPlace(ErrorKind kind, std::string message, std::string source = {});

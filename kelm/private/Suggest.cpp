@@ -98,6 +98,7 @@ constexpr Explanation s_explanations[] = {
     {"rc.m_modelFields", "src/ParseFieldPath", "the class has no model, so no path leads into it"},
     {"0", "src/KSValue", "the language refuses subscripts and len of strings"},
     {"p", "src/ParseDataSource", "a persistent reference takes an object, not null"},
+    {"Utf16FromUtf8(dst,src)", "src/ParseDataSource", "the text of a 16-bit string is not UTF-8"},
 };
 
 std::string Listed(const std::vector<std::string>& names, std::string_view beforeLast)

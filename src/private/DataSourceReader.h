@@ -11,6 +11,8 @@
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/xvector.h>
 
+#include <span>
+
 namespace kelm::text
 {
 class FastCursor;
@@ -87,6 +89,9 @@ private:
     void ReadNested(ReflectionByteCode type, void* data);
     inline void ReadUnderlying(const ReflectionByteCode& type, void* data);
     void ReadForeign(const ForeignType& type, void* data);
+    template <class... Parts>
+    [[noreturn, gnu::cold]] void ThrowUnknownOf(std::span<const ConstStringZ> existing, SubString name,
+                                                const text::Cursor& at, const Parts&... parts) const;
     void ReadForeignText(const ForeignTextFns& fns, void* text);
     void ReadForeignList(const ForeignType& type, void* list);
     void ReadForeignMap(const ForeignType& type, void* map);

@@ -3,6 +3,8 @@
 
 #include <klKelmScript/private/DataSourceReader.h>
 
+#include <klKelmScript/private/ReadingErrors.h>
+#include <klKelmScript/private/UnknownNameException.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
 #include <klUtils/VectorOfByte.h>
@@ -12,6 +14,8 @@
 
 namespace kelm
 {
+
+UnknownNameException::~UnknownNameException() = default;
 
 namespace
 {
@@ -84,6 +88,17 @@ void BasicDataSourceReader<Rules>::ReadForeign(const ForeignType& type, void* da
     }
 }
 
+// At a token of the text.
+template <class Rules>
+template <class... Parts>
+void BasicDataSourceReader<Rules>::ThrowUnknownOf(std::span<const ConstStringZ> existing, SubString name,
+                                                  const text::Cursor& at, const Parts&... parts) const
+{
+    if constexpr (Rules::s_goesOn)
+        m_rules.m_errors->SetAbout(at.GetText().m_p1);
+    throw UnknownNameException(MessageOf(parts...), at.GetToken(), name, existing);
+}
+
 template <class Rules>
 void BasicDataSourceReader<Rules>::ReadForeignText(const ForeignTextFns& fns, void* data)
 {
@@ -93,7 +108,8 @@ void BasicDataSourceReader<Rules>::ReadForeignText(const ForeignTextFns& fns, vo
             m_cursor.ThrowExpected("identifier");
         const SubString name = m_cursor.GetText();
         if (!fns.Set(data, name))
-            ThrowUnknown("member", name, "enum", fns.m_what, name.m_p1);
+            ThrowUnknownOf({fns.m_names, static_cast<std::size_t>(fns.m_numNames)}, name, m_cursor, "Unknown member '",
+                           name, "' of enum ", fns.m_what);
         return m_cursor.Next();
     }
     if (!m_cursor.IsQuoted()) [[unlikely]]
@@ -201,7 +217,8 @@ void BasicDataSourceReader<Rules>::ReadForeignChoice(const ForeignType& type, vo
         const xstring written = text::ReadPath(m_cursor);
         index = FindForeignAlternative(type, written);
         if (index < 0)
-            before.Throw("Unknown alternative '", written, "' of a variant");
+            ThrowUnknownOf({type.m_choice->m_names, static_cast<std::size_t>(type.m_numParts)}, written, before,
+                           "Unknown alternative '", written, "' of a variant");
     }
     else if (m_cursor.IsText("null"))
     {

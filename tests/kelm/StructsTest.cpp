@@ -1,6 +1,7 @@
 // Structs of the standard library's types, with checks and required members, at the front door.
 
 #include <kelm/kelm.h>
+#include <klObject/containers/xmap.h>
 #include <klObject/values/ReflectedVariable.h>
 
 #include <support/TemporaryFolder.h>
@@ -81,6 +82,19 @@ struct Ring
     kelm::ptr<kelm::IObject> kept;
 };
 
+struct Cell
+{
+    int row = 1;
+    int column = 1;
+    friend bool operator<(const Cell& a, const Cell& b) { return a.row != b.row ? a.row < b.row : a.column < b.column; }
+};
+
+struct Sheet
+{
+    kelm::xmap<Cell, int> cells;
+    kelm::xstring16 title;
+};
+
 // What is checked here must have a value of each; a number of 13 throws.
 struct Strict
 {
@@ -103,6 +117,8 @@ KELM_DESCRIBE(shop::Order, customer, lines, discount, gift, rates, notes, marks,
 KELM_CLASS(shop::Config, KELM_MODEL(host).Required(), KELM_MODEL(port).Named("tcpPort").Check(shop::IsPort),
            KELM_MODEL(range).Check([](const std::vector<int>& range)
                                    { return range.size() == 2 && range[0] <= range[1]; }))
+KELM_DESCRIBE(shop::Cell, row, column)
+KELM_DESCRIBE(shop::Sheet, cells, title)
 KELM_DESCRIBE(shop::Ring, number, next, kept)
 KELM_CLASS(shop::Strict, KELM_MODEL(rate).Check([](const std::optional<double>& x) { return x && *x < 2; }),
            KELM_MODEL(line).Check([](const std::optional<shop::Line>& x) { return x && x->quantity < 9; }),
@@ -280,6 +296,42 @@ TEST(Structs, PassOverUnknownMembersWhole)
 }
 
 // --- fields
+
+// Each key is read into a new one.
+TEST(Structs, KeysThatResembleOneAnotherAreWrittenWhole)
+{
+    shop::Sheet sheet;
+    for (const shop::Cell& cell : {shop::Cell{1, 2}, shop::Cell{2, 2}, shop::Cell{2, 3}, shop::Cell{3, 3}})
+        sheet.cells[cell] = 10 * cell.row + cell.column;
+    const auto again = Read<shop::Sheet>(Write(sheet));
+    EXPECT_EQ(Write(again), Write(sheet));
+    EXPECT_EQ(again.cells.size(), 4);
+}
+
+TEST(Structs, NamesThatOnlyTheTypeKnowsAreSuggested)
+{
+    const auto suggestions = [](const Error& error)
+    {
+        EXPECT_EQ(error.GetKind(), ErrorKind::Name) << error.what();
+        return error.GetSuggestions();
+    };
+    Order order;
+    EXPECT_THAT(suggestions(TryRead<Order>("{ size = larg }").GetError()), ::testing::ElementsAre("large"));
+    EXPECT_THAT(suggestions(TryRead<Order>("{ extra = strin 'x' }").GetError()), ::testing::ElementsAre("string"));
+    EXPECT_THAT(suggestions(TrySet(order, ".size", "smal").GetError()), ::testing::ElementsAre("small"));
+}
+
+TEST(Structs, TextThatIsNoUtf8IsRefused)
+{
+    for (const char* text : {"{ title = \"\xff\" }", "{ title = '\xc3' }"})
+    {
+        const Error error = TryRead<shop::Sheet>(text).GetError();
+        EXPECT_EQ(error.GetKind(), ErrorKind::Type) << error.what();
+        EXPECT_EQ(error.GetMessage(), "the text of a 16-bit string is not UTF-8");
+    }
+    shop::Sheet sheet;
+    EXPECT_EQ(TrySet(sheet, ".title", "\xff").GetError().GetKind(), ErrorKind::Type);
+}
 
 TEST(Structs, FieldsAreReachedByPaths)
 {

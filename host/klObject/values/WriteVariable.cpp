@@ -531,8 +531,9 @@ char* Writer::WriteMap(char* p, ReflectionByteCode type, const void* map, Before
     const auto writeEntry = [&](char* end, ssize_t i)
     {
         const MapEntry& entry = entries[static_cast<std::size_t>(i)];
-        // Keys are read into one variable, which keeps what the one before left in it.
-        end = WriteVariable(end, keyType, entry.m_key, previousKey != nullptr ? Before(previousKey) : Before(firstKey));
+        // Keys are read into one variable, which keeps what the one before left in it; or each into a new one.
+        const bool isNew = m_isWhole || previousKey == nullptr;
+        end = WriteVariable(end, keyType, entry.m_key, isNew ? Before(firstKey) : Before(previousKey));
         previousKey = entry.m_key;
         end = PutArrow(end);
         const bool isKept =
