@@ -155,13 +155,14 @@ void StoreResult(Slot& slot, R&& result)
         slot.Set(static_cast<float64>(result));
     else if constexpr (Object<Type> && std::is_lvalue_reference_v<R>)
         slot.SetPlace(&result, TypeOf<Type>(), std::is_const_v<std::remove_reference_t<R>>);
-    else
+    else if constexpr (std::is_constructible_v<Value, R>)
     {
-        static_assert(std::is_constructible_v<Value, R>, "the result of a function in a Scope is nothing, a number, "
-                                                         "bool, text, kelm::Value or described type");
         Value value(std::forward<R>(result));
         std::swap(slot, ValueAccess::Of(value));
     }
+    else
+        static_assert(s_never<R>, "the result of a function in a Scope is nothing, a number, bool, text, kelm::Value "
+                                  "or described type");
 }
 
 // --- Signatures ------------------------------------------------------------------------------------------------------

@@ -78,22 +78,30 @@ void CopyField(void* to, const void* from)
 }
 
 template <class T>
+bool GetFieldInto(T& value, const FieldStart& start, std::string_view path, Result<void>* result)
+{
+    if constexpr (std::is_same_v<T, std::string_view> || std::is_pointer_v<T>)
+    {
+        static_assert(s_isNever<T>, "Get gives copies: ask for a std::string");
+        return false;
+    }
+    else
+        return GetField(start, path, s_typeOf<T>, &value, CopyField<T>, result);
+}
+
+template <class T>
 T GetFieldAs(const FieldStart& start, std::string_view path)
 {
-    static_assert(!std::is_same_v<T, std::string_view> && !std::is_pointer_v<T>,
-                  "Get gives copies: ask for a std::string");
     T value{};
-    GetField(start, path, s_typeOf<T>, &value, CopyField<T>, nullptr);
+    GetFieldInto(value, start, path, nullptr);
     return value;
 }
 template <class T>
 Result<T> TryGetFieldAs(const FieldStart& start, std::string_view path)
 {
-    static_assert(!std::is_same_v<T, std::string_view> && !std::is_pointer_v<T>,
-                  "Get gives copies: ask for a std::string");
     T value{};
     Result<void> result;
-    if (GetField(start, path, s_typeOf<T>, &value, CopyField<T>, &result))
+    if (GetFieldInto(value, start, path, &result))
         return Result<T>(std::move(value));
     return Result<T>(result.GetError());
 }

@@ -32,6 +32,9 @@
 #include <array>
 #include <cstddef>
 
+// As ForEach.h says.
+#pragma GCC system_header
+
 // offsetof of a class that is not of standard layout works where no virtual base is in the way, which the compiler
 // refuses by itself.
 #define KELM_DESCRIPTION(TYPE, KIND, ...)                                                                              \
@@ -119,9 +122,11 @@ KLOBJECT_API void RegisterDescriptor(const ReflectedInterface& descriptor, XTarg
 template <class T>
 void Register(XTarget* target)
 {
-    static_assert(Described<T> || HandDescribed<T>,
-                  "this type is not described: KELM_CLASS, KELM_ENUM, KELM_VARIANT or KELM_TYPEDEF must stand before");
-    RegisterDescriptor(_GetReflected(static_cast<const T*>(nullptr)), target);
+    if constexpr (!Described<T> && !HandDescribed<T>)
+        static_assert(s_isNever<T>, "this type is not described: KELM_CLASS, KELM_ENUM, KELM_VARIANT or KELM_TYPEDEF "
+                                    "must stand before");
+    else
+        RegisterDescriptor(_GetReflected(static_cast<const T*>(nullptr)), target);
 }
 
 template <class... Ts>

@@ -1,4 +1,6 @@
 #pragma once
+// Compilers do not show how the macros of such a header are expanded, so that an error is its one message.
+#pragma GCC system_header
 
 // KELM_FOR_EACH(F, X, a, b, c) is F(X, a), F(X, b), F(X, c), for up to 64 arguments.
 

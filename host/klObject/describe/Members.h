@@ -62,10 +62,12 @@ struct ModelField : Member
     template <class G>
     constexpr auto Check([[maybe_unused]] G function) const
     {
-        static_assert(
-            requires(const T& value) { static_cast<bool>(function(value)); },
-            "a check takes the field's value and returns whether it may be");
-        if constexpr (StatelessFunction<G>)
+        if constexpr (!requires(const T& value) { static_cast<bool>(function(value)); })
+        {
+            static_assert(s_isNever<G>, "a check takes the field's value and returns whether it may be");
+            return *this;
+        }
+        else if constexpr (StatelessFunction<G>)
         {
             ModelField field = *this;
             field.m_rule.m_check = [](const void* value)

@@ -7,6 +7,9 @@
 #include <cstddef>
 #include <type_traits>
 
+// As ForEach.h says.
+#pragma GCC system_header
+
 // Decided where the description is used, when all types that it needs have been described. The messages are whole
 // here, so that the line which the compiler writes says all.
 #define KELM_STRUCT_MEMBER(TYPE, NAME)                                                                                 \

@@ -1,4 +1,5 @@
-# Compiles SOURCE with COMPILER and FLAGS, which must fail with every text that SOURCE states in a line "// error: ...".
+# Compiles SOURCE with COMPILER and FLAGS, which must fail with every text that SOURCE states in a line "// error: ...",
+# in no more lines than people read; a line "// lines: ..." allows more of the longer forms.
 file(STRINGS ${SOURCE} expected REGEX "^// error: ")
 if(NOT expected)
     message(FATAL_ERROR "${SOURCE} does not say which error it expects")
@@ -10,6 +11,17 @@ if(result EQUAL 0)
 endif()
 # Compilers differ in how they write quotes and break lines.
 string(REPLACE "\\\"" "\"" output "${output}")
+string(REGEX MATCHALL "\n" lines "${output}")
+list(LENGTH lines count)
+file(STRINGS ${SOURCE} most REGEX "^// lines: ")
+string(REGEX REPLACE "^// lines: " "" most "${most}")
+if(NOT most)
+    set(most 20)
+endif()
+# clang shows each macro on the way as well.
+if(count GREATER most AND NOT COMPILER MATCHES "clang")
+    message(FATAL_ERROR "${count} lines, and not ${most}:\n${output}")
+endif()
 foreach(line IN LISTS expected)
     string(REGEX REPLACE "^// error: " "" text "${line}")
     string(FIND "${output}" "${text}" position)

@@ -1,4 +1,5 @@
 // error: the keys of an xmap and the elements of an xset need an operator<
+// lines: 32
 #include <klObject/describe/Describe.h>
 
 namespace shop

@@ -1,4 +1,5 @@
 // error: an ordinary field cannot hold a map or set, at any depth: only model fields carry the functions that it needs
+// lines: 25
 #include <klObject/describe/Describe.h>
 
 namespace shop

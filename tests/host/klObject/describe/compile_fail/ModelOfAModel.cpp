@@ -1,4 +1,5 @@
 // error: KELM_MODEL_OF takes a member whose class lists model fields itself (KELM_MODEL)
+// lines: 28
 #include <klObject/describe/Describe.h>
 
 namespace shop

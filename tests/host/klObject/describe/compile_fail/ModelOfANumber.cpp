@@ -1,4 +1,5 @@
 // error: KELM_MODEL_OF takes a member whose type is a described class
+// lines: 45
 #include <klObject/describe/Describe.h>
 
 namespace shop

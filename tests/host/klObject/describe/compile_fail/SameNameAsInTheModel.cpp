@@ -1,4 +1,5 @@
 // error: a field has the same name as one of the embedded model
+// lines: 32
 #include <klObject/describe/Describe.h>
 
 namespace shop
