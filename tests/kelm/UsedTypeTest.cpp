@@ -1,0 +1,114 @@
+// Types are registered by whoever uses them first: of many threads, of several libraries.
+
+#include <kelm/kelm.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <dlfcn.h>
+#include <map>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace first
+{
+
+// Made of each other.
+struct Branch;
+struct Leaf
+{
+    std::string name;
+    std::map<std::string, std::shared_ptr<Branch>> branches;
+};
+struct Branch
+{
+    std::vector<Leaf> leaves;
+    double weight = 0;
+};
+
+} // namespace first
+
+KELM_DESCRIBE(first::Leaf, name, branches)
+KELM_DESCRIBE(first::Branch, leaves, weight)
+
+namespace kelm
+{
+
+namespace
+{
+
+// Each thread does something else with the types first.
+TEST(UsedTypes, AreRegisteredByWhicheverThreadIsFirst)
+{
+    constexpr int numThreads = 8;
+    std::atomic<int> waiting = numThreads;
+    std::atomic<int> numGood = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < numThreads; ++i)
+        threads.emplace_back(
+            [&, i]
+            {
+                first::Branch branch;
+                branch.leaves.resize(2);
+                --waiting;
+                while (waiting > 0)
+                    std::this_thread::yield();
+                switch (i % 4)
+                {
+                case 0: Set(branch, ".weight", 2.5); break;
+                case 1: branch = Read<first::Branch>("{ leaves = [{ name = 'a' }, {}] weight = 2.5 }"); break;
+                case 2:
+                {
+                    Scope scope;
+                    Evaluate("branch.weight = 2.5", scope.Bind("branch", branch));
+                    break;
+                }
+                default: branch.weight = 2.5; break;
+                }
+                numGood += Write(branch).find("weight = 2.5") != std::string::npos;
+                numGood += Get<double>(branch, ".weight") == 2.5;
+                numGood += Get<std::string>(branch, ".leaves[1].name").empty();
+            });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(numGood, 3 * numThreads);
+}
+
+class TwinLibrary
+{
+public:
+    explicit TwinLibrary(const char* path) : m_library(dlopen(path, RTLD_NOW | RTLD_LOCAL))
+    {
+        EXPECT_NE(m_library, nullptr) << dlerror();
+    }
+
+    // Libraries whose types are registered stay.
+    std::string Read(const char* text) const
+    {
+        using ReadTwin = const char* (*)(const char*);
+        return m_library != nullptr ? reinterpret_cast<ReadTwin>(dlsym(m_library, "ReadTwin"))(text) : "no library";
+    }
+
+private:
+    void* m_library;
+};
+
+TEST(UsedTypes, AreOneInTwoLibraries)
+{
+    const TwinLibrary a(KELM_TWIN_A);
+    const TwinLibrary b(KELM_TWIN_B);
+    const TwinLibrary other(KELM_TWIN_OTHER);
+    const std::string ofA = a.Read("{ nodes = [{ number = 3 }] number = 7 }");
+    EXPECT_TRUE(ofA.starts_with("Node {")) << ofA;
+    EXPECT_EQ(b.Read(ofA.c_str()), ofA);
+    EXPECT_EQ(a.Read(ofA.c_str()), ofA);
+    EXPECT_NE(other.Read("{ number = 'x' }").find("Another type is registered under the name 'twins::Node'"),
+              std::string::npos)
+        << other.Read("{}");
+}
+
+} // namespace
+
+} // namespace kelm
