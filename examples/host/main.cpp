@@ -54,6 +54,6 @@ int main(int argc, char** argv)
     *static_cast<double*>(grams) = parser.ParseValue<double>(true);
     kelm::StringStream out(4096);
     kelm::WriteObject(out, recipe.get(), {4});
-    static_cast<kitchen::Recipe*>(recipe.get().self())->sideDish = nullptr;
+    kelm::CastObject<kitchen::Recipe>(recipe.get())->sideDish = nullptr;
     std::cout << out.GetString().c_str() << "\nfreed: " << kelm::CollectGarbage().m_lastFreed << "\n";
 }

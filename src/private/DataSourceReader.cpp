@@ -5,7 +5,6 @@
 
 #include <klKelmScript/private/ReadingErrors.h>
 #include <klKelmScript/private/SimpleValues.h>
-#include <klObject/objects/Collector.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/EnumIndex.h>
 #include <klObject/types/FieldIndex.h>
@@ -86,6 +85,8 @@ ptr<IObject> BasicDataSourceReader<Rules>::ReadObject(ConstStringZ className, co
     if (rc->m_createFn == nullptr)
         ThrowAbout(namePlace, "'", className, "' doesn't support dynamic creation");
     m_cursor.Show();
+    if (!m_newObjects)
+        m_newObjects.emplace();
     const ptr<IObject> obj = rc->m_createFn();
     RegisterGcObject(obj);
     KELM_ASSERT(obj);

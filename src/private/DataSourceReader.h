@@ -5,6 +5,7 @@
 
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/private/ReadingRules.h>
+#include <klObject/objects/Collector.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ReflectionByteCode.h>
@@ -12,6 +13,7 @@
 #include <klUtils/xvector.h>
 
 #include <span>
+#include <optional>
 
 namespace kelm::text
 {
@@ -147,8 +149,9 @@ private:
                                    const char* place) const;
 
     text::ParserCursor m_cursor;
-    int m_foreignDepth = 0; // how many foreign values are being read, one in the other
-    VectorOfByte m_copies;  // elements of the one foreign list of scalars that is being read
+    std::optional<NewObjectsScope> m_newObjects; // from the first object on
+    int m_foreignDepth = 0;                      // how many foreign values are being read, one in the other
+    VectorOfByte m_copies;                       // elements of the one foreign list of scalars that is being read
     [[no_unique_address]] Rules m_rules;
 };
 

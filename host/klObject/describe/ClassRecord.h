@@ -164,6 +164,16 @@ class ClassRecord : DescribedRecord<T>
                 });
         return fields;
     }();
+    static constexpr auto s_bases = []
+    {
+        std::array<ReflectedBase, Count(MEMBER_BASE)> bases{};
+        auto end = bases.begin();
+        ForEach(MEMBER_BASE,
+                [&](const Member& member, std::size_t) {
+                    *end++ = {member.m_name, member.m_fromDerived};
+                });
+        return bases;
+    }();
     static_assert(HaveDistinctNames(s_fields, s_modelFields), "two fields have the same name");
     static_assert(decltype(s_list)::CheckEmbeddedModel(
                       [](const auto& members)
@@ -248,6 +258,8 @@ public:
         else
             record.m_ops = &s_typeOps<T>;
         record.m_rules = DataOrNull(s_rules);
+        record.m_bases = DataOrNull(s_bases);
+        record.m_numBases = s_bases.size();
         return record;
     }();
 };

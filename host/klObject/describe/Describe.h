@@ -88,6 +88,9 @@
 // An ordinary field.
 #define KELM_FIELD(MEMBER) ::kelm::MakeOrdinaryField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER))
 
+// A base class, described: an object of the class can be had as one of the base (CastObject, pref).
+#define KELM_BASE(BASE) ::kelm::MakeBase<BASE, Self>()
+
 // In place of model fields: the class has the model of its member, a described class.
 #define KELM_MODEL_OF(MEMBER) ::kelm::MakeEmbeddedModel<decltype(Self::MEMBER)>(offsetof(Self, MEMBER))
 

@@ -65,6 +65,7 @@ enum EMember : int32
     MEMBER_EMBEDDED_MODEL,
     MEMBER_PERSISTABLE,
     MEMBER_NOT_CREATABLE,
+    MEMBER_BASE,
 };
 
 // The checking function of a member that has none, or one that is called without an object.
@@ -83,6 +84,7 @@ struct Member
     int64 m_rsn1 = 0;  // the release that added a model field
     int64 m_rsn2 = -1; // the release that dropped it; -1 while it is present
     FieldRule m_rule = {};
+    void* (*m_fromDerived)(void* derived) = nullptr; // of a base class
 
     // An embedded model has its own (MemberList::CheckEmbeddedModel).
     template <class Check>

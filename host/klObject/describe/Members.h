@@ -137,6 +137,21 @@ constexpr EmbeddedModel<T> MakeEmbeddedModel(std::size_t offset)
     return {{MEMBER_EMBEDDED_MODEL, nullptr, static_cast<ssize_t>(offset)}};
 }
 
+// A base class of the class described: objects of the class are seen as its objects, too.
+struct BaseClass : Member
+{
+    using FieldTypeOf = NoFieldType;
+};
+template <class Base, class Derived>
+constexpr BaseClass MakeBase()
+{
+    static_assert(std::is_base_of_v<Base, Derived>, "KELM_BASE takes a base class");
+    static_assert(Described<Base>, "KELM_BASE takes a described class");
+    BaseClass base{{MEMBER_BASE, Description<Base>::s_name}};
+    base.m_fromDerived = [](void* derived) -> void* { return static_cast<Base*>(static_cast<Derived*>(derived)); };
+    return base;
+}
+
 // All members of a description. Their types only matter for the tables, which a plain loop can follow.
 template <class... Ms>
 struct MemberList

@@ -78,12 +78,12 @@ constexpr auto MakeStructField(ConstStringZ name, std::size_t offset)
         return MakeModelField<int>(name, offset);
 }
 
-// The members of a base class, at their places in the class S.
+// A base class, and its members at their places in the class S.
 template <class Base, class S>
 constexpr auto ListBase()
 {
     if constexpr (requires { Description<Base>::template Members<S>(); })
-        return Description<Base>::template Members<S>();
+        return ListMembers(MakeBase<Base, S>(), Description<Base>::template Members<S>());
     else
         return MemberList<>{};
 }

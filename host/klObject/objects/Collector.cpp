@@ -1,7 +1,5 @@
 #include <klObject/objects/Collector.h>
 
-#include <klUtils/KelmAssertionError.h>
-
 #include <atomic>
 #include <mutex>
 #include <type_traits>
@@ -28,11 +26,15 @@ namespace kelm
 // the new list and not looked at.
 //
 // An object that is reached but was never registered is traced like any other, and left alone.
+//
+// Objects that are being made, by a data source that is being read for one, may be held by nothing yet but local
+// variables. Making goes on while there is a NewObjectsScope, and has a number, which every object that is registered
+// then bears: those that bear the present one are roots. So making costs a scope two atomic operations and an object
+// none, and a collection looks through all objects only where it runs amid making. The 15 bits that objects keep of the
+// number come again; the worst of that is garbage that stays until the making ends.
 
 namespace
 {
-
-constexpr ConstStringZ s_sourceFile = "host/klObject/objects/Collector";
 
 // A list linked through SysState::m_next.
 struct ObjectList
@@ -111,14 +113,21 @@ public:
     void RemoveRoot(GcRoot& root);
     void SetRoot(GcRoot& root, ptr<IObject> object);
 
+    void BeginMaking();
+    void EndMaking();
+
 private:
     void Push(ObjectList objects);
     void VisitRoots(IObjectVisitor& visitor);
+    void VisitNewObjects(IObjectVisitor& visitor);
+    uint16 GetMaking() const;
     ObjectList TakeUnreached(const Marker& marker);
     void Free(ObjectList garbage) noexcept;
     uint32 NextMark() { return ++m_lastMark != 0 ? m_lastMark : ++m_lastMark; } // 0 marks what was never reached
 
     std::atomic<SysState*> m_objects = nullptr; // all registered objects, newest first
+
+    std::atomic<uint64> m_making = 0; // the number of the present or last making, above how many scopes there are
 
     std::mutex m_rootsMutex;
     GcRoot* m_firstRoot = nullptr;
@@ -146,6 +155,7 @@ void Collector::Register(ptr<IObject> object)
     if (std::exchange(state.m_isRegistered, true))
         return;
     state.m_object = object;
+    state.m_making = GetMaking();
     m_live.fetch_add(1, std::memory_order_relaxed);
     Push({&state, &state});
 }
@@ -184,6 +194,51 @@ void Collector::SetRoot(GcRoot& root, ptr<IObject> object)
     root.m_object = object;
 }
 
+namespace
+{
+
+constexpr int s_scopeBits = 32;
+
+uint32 CountScopes(uint64 making)
+{
+    return static_cast<uint32>(making);
+}
+
+} // namespace
+
+// The first scope begins a new making.
+void Collector::BeginMaking()
+{
+    uint64 before = m_making.load(std::memory_order_relaxed);
+    uint64 after;
+    do
+        after = CountScopes(before) > 0 ? before + 1 : before + (uint64(1) << s_scopeBits) + 1;
+    while (!m_making.compare_exchange_weak(before, after, std::memory_order_relaxed));
+}
+
+void Collector::EndMaking()
+{
+    m_making.fetch_sub(1, std::memory_order_relaxed);
+}
+
+// What an object bears that is registered now: never 0 while objects are being made.
+uint16 Collector::GetMaking() const
+{
+    constexpr uint16 isMaking = 0x8000;
+    const uint64 making = m_making.load(std::memory_order_relaxed);
+    return CountScopes(making) > 0 ? static_cast<uint16>(making >> s_scopeBits | isMaking) : 0;
+}
+
+void Collector::VisitNewObjects(IObjectVisitor& visitor)
+{
+    const uint16 making = GetMaking();
+    if (making == 0)
+        return;
+    for (const SysState* state = m_objects.load(std::memory_order_acquire); state != nullptr; state = state->m_next)
+        if (state->m_making == making)
+            visitor.Visit(state->m_object);
+}
+
 // The lock is not held while objects are traced or freed: these may own roots.
 void Collector::VisitRoots(IObjectVisitor& visitor)
 {
@@ -194,12 +249,14 @@ void Collector::VisitRoots(IObjectVisitor& visitor)
 
 void Collector::Collect()
 {
-    KELM_ASSERT(!t_isCollecting);
+    if (t_isCollecting)
+        return;
     const std::lock_guard lock(m_collectionMutex);
     const CollectingScope collecting;
 
     Marker marker(NextMark());
     VisitRoots(marker);
+    VisitNewObjects(marker);
     marker.TraceAll();
     Free(TakeUnreached(marker));
 }
@@ -257,6 +314,16 @@ GcCounts CollectGarbage()
 GcCounts GetGcCounts()
 {
     return s_collector.GetCounts();
+}
+
+NewObjectsScope::NewObjectsScope()
+{
+    s_collector.BeginMaking();
+}
+
+NewObjectsScope::~NewObjectsScope()
+{
+    s_collector.EndMaking();
 }
 
 GcRoot::GcRoot() : GcRoot(nullptr) {}

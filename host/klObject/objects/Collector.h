@@ -21,6 +21,7 @@ struct SysState
     SysState* m_nextGrey = nullptr; // in the list of objects reached but not yet traced, while it is there
     ptr<IObject> m_object;          // the object that this is the record of
     uint32 m_mark = 0;              // the last collection that reached it
+    uint16 m_making = 0;            // during which making it was registered (NewObjectsScope); 0: during none
     bool m_isRegistered = false;
 };
 
@@ -49,6 +50,18 @@ private:
     GcRoot* m_next;
 };
 
+// While one lives, every object that is registered counts as a root, whoever registers it on whatever thread, until
+// none of those that live together is left. Whoever makes objects that nothing reaches yet holds one: reading a data
+// source does, so that a host's function that it calls may collect.
+class KLOBJECT_API NewObjectsScope
+{
+public:
+    NewObjectsScope();
+    NewObjectsScope(const NewObjectsScope&) = delete;
+    NewObjectsScope& operator=(const NewObjectsScope&) = delete;
+    ~NewObjectsScope();
+};
+
 // What the last collection did, and what there is.
 struct GcCounts
 {
@@ -60,7 +73,8 @@ struct GcCounts
 
 // Frees every registered object that no root reaches. What tracing throws (std::bad_alloc where values are nested so
 // deeply that a stack segment is needed, or what an object's own VisitObjects throws) passes through, with nothing
-// freed. Not to be called from a finaliser.
+// freed. Called from inside a collection (from a finaliser, a destructor or a VisitObjects) it does nothing and returns
+// the counts as they are.
 KLOBJECT_API GcCounts CollectGarbage();
 
 KLOBJECT_API GcCounts GetGcCounts();

@@ -10,10 +10,13 @@
 //
 //     ptr<IObject> object = CreateGcObject<Point>();
 //     RegisterGcObject(object);
-//     static_cast<Point*>(object.self())->m_x = 1;
+//     CastObject<Point>(object)->m_x = 1;
+//
+// T's constructor may hand its object out, as ptr<IObject>(this, &GcObjectFns<T>), and may collect.
 
 #include <klObject/api.h>
 #include <klObject/describe/Description.h>
+#include <klObject/objects/CastObject.h>
 #include <klObject/objects/Collector.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/types/ReflectedTypes.h>

@@ -1,6 +1,9 @@
 #include <klObject/objects/IObject.h>
 
+#include <klObject/objects/CastObject.h>
 #include <klObject/objects/GcObject.h>
+#include <klUtils/KelmAssertionError.h>
+#include <klUtils/MessageOf.h>
 
 #include <cstring>
 #include <new>
@@ -57,6 +60,23 @@ InterfaceHandle QueryGcObjectInterface(void* self, const IPersistableFns& fns, c
     return {};
 }
 
+void* FindInstance(const ptr<IObject>& object, const ReflectedClass& wanted)
+{
+    const ReflectedClass& rc = *object.GetReflectedClass();
+    if (std::strcmp(rc.m_name, wanted.m_name) == 0)
+        return object.self();
+    for (ssize_t i = 0; i < rc.m_numBases; ++i)
+        if (std::strcmp(rc.m_bases[i].m_name, wanted.m_name) == 0)
+            return rc.m_bases[i].m_fromDerived(object.self());
+    return nullptr;
+}
+
+void ThrowOtherClass(const ptr<IObject>& object, const ReflectedClass& wanted)
+{
+    const xstring message = MessageOf("the object is a ", object.GetReflectedClass()->m_name, ", no ", wanted.m_name);
+    ThrowKelmAssertionError(message.c_str(), "host/klObject/objects/CastObject", __LINE__);
+}
+
 namespace
 {
 
@@ -90,6 +110,29 @@ void FreeBlock(char* block, std::size_t alignment)
         ::operator delete(block);
 }
 
+// An object whose constructor has registered it and has thrown after that: a block that the collector frees.
+constexpr IObjectFns s_remainsFns = {
+    .QueryInterface = [](void*, const ReflectedInterface&) { return InterfaceHandle(); },
+    .BindInterface = [](void*, const ReflectedInterface&) { return InterfaceHandle(); },
+    .GetReflectedClass = [](const void*) -> const ReflectedClass* { return nullptr; },
+    .VisitObjects = [](const void*, IObjectVisitor&) {},
+    .OnGarbageCollect = [](void*) {},
+    .Destroy =
+        [](void* self)
+    {
+        const auto alignment = static_cast<std::size_t>(GetHeader(self).m_id);
+        FreeBlock(static_cast<char*>(self) - GetObjectOffset(alignment), alignment);
+    },
+    .GetSysState = GetGcObjectState,
+};
+
+void LeaveToCollector(void* self, std::size_t alignment)
+{
+    GcObjectHeader& header = GetHeader(self);
+    header.m_id = static_cast<ObjectId>(alignment); // it has no other identity any more
+    header.m_state.m_object = {self, &s_remainsFns};
+}
+
 } // namespace
 
 SysState& GetGcObjectState(void* self)
@@ -116,16 +159,19 @@ ptr<IObject> NewGcObject(std::size_t size, std::size_t alignment, void (*constru
         static_cast<char*>(IsOveraligned(alignment) ? ::operator new(offset + size, std::align_val_t(alignment))
                                                     : ::operator new(offset + size));
     char* const self = block + offset;
+    auto& header = *::new (static_cast<void*>(self - sizeof(GcObjectHeader))) GcObjectHeader();
     try
     {
-        construct(self);
+        construct(self); // which may hand the object out
     }
     catch (...)
     {
-        FreeBlock(block, alignment);
+        if (header.m_state.m_isRegistered)
+            LeaveToCollector(self, alignment);
+        else
+            FreeBlock(block, alignment);
         throw;
     }
-    ::new (static_cast<void*>(self - sizeof(GcObjectHeader))) GcObjectHeader();
     return {self, &fns};
 }
 

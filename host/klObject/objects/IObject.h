@@ -60,7 +60,7 @@ struct IObjectFns
     // Passes every object handle inside the object to the visitor.
     void (*VisitObjects)(const void* self, IObjectVisitor& visitor);
     // Called once, before Destroy, on an object that the collector found unreachable; other unreachable objects are
-    // still whole then. Must not throw.
+    // still whole then. It is destroyed all the same. Must not throw.
     void (*OnGarbageCollect)(void* self);
     // Destroys the object and frees its memory. Must not throw.
     void (*Destroy)(void* self);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <klObject/api.h>
+#include <klObject/objects/CastObject.h>
 #include <klObject/objects/IObject.h>
 
 namespace kelm
@@ -39,8 +40,10 @@ template <class T>
 class pref : public prefbase
 {
 public:
-    // The object's data; null as Get is.
-    T* operator->() const { return static_cast<T*>(Get().self()); }
+    // The object's data; null as Get is. An object that is no T, which a text may have named, fails an assertion that
+    // tells both classes; of TryGet it is null.
+    T* operator->() const { return CastObject<T>(Get()); }
+    T* TryGet() const { return TryCastObject<T>(Get()); }
 };
 
 // Finds the object of an identity, from any thread; null when there is none.

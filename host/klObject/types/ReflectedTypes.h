@@ -110,6 +110,13 @@ struct FieldRule
     bool (*m_check)(const void* value) = nullptr; // whether the value is one that the field may have; null: any
 };
 
+// A base class, whose instance lies in those of the class: whoever knows an object as one of the base may have it.
+struct ReflectedBase
+{
+    ConstStringZ m_name;
+    void* (*m_fromDerived)(void* derived);
+};
+
 // A class. One with a model lists its model fields, or embeds the model of another class: then m_numModelFields is 0
 // and the one record at m_modelFields gives that class's name and its offset. A class without a model has null there.
 struct ReflectedClass
@@ -133,6 +140,8 @@ struct ReflectedClass
     ptr<IObject> (*m_createFn)() = nullptr; // creates an object that nobody owns yet; null when it cannot be created
     const TypeOps* m_ops = nullptr;
     const FieldRule* m_rules = nullptr; // one for each model field; null where there are none
+    const ReflectedBase* m_bases = nullptr;
+    ssize_t m_numBases = 0;
 
     // Made by registration: finds fields by name. Null before; nothing but speed depends on it.
     mutable const FieldIndex* m_fieldIndex = nullptr;

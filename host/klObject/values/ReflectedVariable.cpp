@@ -288,6 +288,9 @@ void* SwitchAlternative(const ReflectedVariant& rv, int32 index, void* variant)
     std::memcpy(before, p, ToSize(rv.m_size));
     try
     {
+        // Zero bytes are a value of any type that a variant may hold: what was there before is none of the new one,
+        // should a collection come by.
+        SetZero(p, rv.m_size);
         std::memcpy(p, &index, sizeof index);
         ConstructReflectedVariable(type, p + alternative.m_offset);
     }

@@ -5,6 +5,8 @@
 #include <klUtils/text/LSToken.h>
 #include <klUtils/text/LsScanToken.h>
 
+#include <concepts>
+
 namespace kelm
 {
 
@@ -22,6 +24,10 @@ class KLUTILS_API ParserBase
 public:
     // Binds the stream to `text` and reads the first token. Throws LexScannerException where it cannot be scanned.
     void Init(SubString text);
+
+    // A string that is gone with the statement is no text to parse: what owns it must outlive the parser.
+    template <std::same_as<xstring> S>
+    void Init(const S&&) = delete;
 
     // Makes the current token the previous one and reads the next, past white space and comments; TOKEN_END at the end
     // of the text, however often it is asked. Throws LexScannerException at characters that form no token; the current

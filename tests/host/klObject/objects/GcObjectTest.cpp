@@ -62,6 +62,36 @@ const ReflectedClass& _GetReflected(const Unconstructible*)
     return s_class;
 }
 
+// Hands itself out before it is whole, as its mode says.
+template <std::size_t Alignment>
+struct alignas(Alignment) Early
+{
+    Early()
+    {
+        const ptr<IObject> self(this, &GcObjectFns<Early>);
+        EXPECT_EQ(self.fns()->GetSysState(this).m_mark, 0u);
+        RegisterGcObject(self);
+        if (s_throws)
+            throw std::runtime_error("no");
+        const GcRoot root(self);
+        CollectGarbage();
+        self.fns()->GetSysState(this);
+    }
+    ~Early() { ++s_destroyed; }
+
+    xstring m_text = "a text that does not fit into the string itself";
+
+    static inline bool s_throws = false;
+    static inline int s_destroyed = 0;
+};
+
+template <std::size_t Alignment>
+const ReflectedClass& _GetReflected(const Early<Alignment>*)
+{
+    static const ReflectedClass s_class = {.m_name = "test::Early", .m_size = sizeof(Early<Alignment>)};
+    return s_class;
+}
+
 template <class T>
 T& ObjectOf(const ptr<IObject>& object)
 {
@@ -164,6 +194,41 @@ TEST(GcObject, IsAlignedAsTNeeds)
 TEST(GcObject, IsFreedWhereItsConstructorThrows)
 {
     EXPECT_THROW(CreateGcObject<Unconstructible>(), std::runtime_error);
+}
+
+template <class T>
+void TestThatAConstructorMayHandItsObjectOut()
+{
+    CollectGarbage();
+    T::s_throws = false;
+    T::s_destroyed = 0;
+    const GcRoot root(CreateGcObject<T>());
+    EXPECT_TRUE(root.get().fns()->GetSysState(root.get().self()).m_isRegistered);
+    EXPECT_EQ(CollectGarbage().m_lastFreed, 0);
+    EXPECT_EQ(ObjectOf<T>(root.get()).m_text, "a text that does not fit into the string itself");
+}
+
+template <class T>
+void TestThatARegisteredObjectMayFailToBeMade()
+{
+    CollectGarbage();
+    T::s_throws = true;
+    T::s_destroyed = 0;
+    EXPECT_THROW(CreateGcObject<T>(), std::runtime_error);
+    EXPECT_EQ(CollectGarbage().m_lastFreed, 1);
+    EXPECT_EQ(T::s_destroyed, 0);
+}
+
+TEST(GcObject, MayBeHandedOutByItsConstructor)
+{
+    TestThatAConstructorMayHandItsObjectOut<Early<8>>();
+    TestThatAConstructorMayHandItsObjectOut<Early<128>>();
+}
+
+TEST(GcObject, LeavesABlockToTheCollectorWhereARegisteredOneIsNotMade)
+{
+    TestThatARegisteredObjectMayFailToBeMade<Early<8>>();
+    TestThatARegisteredObjectMayFailToBeMade<Early<128>>();
 }
 
 TEST(GcObject, IsNotMadeWithoutMemory)

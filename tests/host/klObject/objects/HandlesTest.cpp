@@ -177,6 +177,26 @@ TEST_F(PersistentReference, OfATypeReachesTheObjectsData)
     EXPECT_EQ(typed->m_value, 170);
 }
 
+struct NoNode
+{
+};
+
+const ReflectedClass& _GetReflected(const NoNode*)
+{
+    static const ReflectedClass s_class = {.m_name = "test::NoNode", .m_size = sizeof(NoNode)};
+    return s_class;
+}
+
+TEST_F(PersistentReference, OfATypeRefusesAnObjectOfAnotherClass)
+{
+    pref<NoNode> typed;
+    EXPECT_EQ(typed.TryGet(), nullptr);
+    typed.SetObjectId(17);
+    EXPECT_TRUE(FailsAssertion([&] { typed.operator->(); }, "the object is a test::GraphNode, no test::NoNode",
+                               "host/klObject/objects/CastObject"));
+    EXPECT_EQ(typed.TryGet(), nullptr);
+}
+
 TEST_F(PersistentReference, KeepsNothingAliveThatIsNotLoaded)
 {
     CollectGarbage();
