@@ -2,6 +2,7 @@
 
 #include <klPersistStore/private/XTarget.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/private/KeepMapped.h>
 
 #include <deque>
 #include <mutex>
@@ -46,6 +47,7 @@ XTarget* RegisterTarget(const dsTarget& target)
     const std::lock_guard lock(registry.m_mutex);
     if (XTarget* const known = registry.FindByName(target.m_targetName))
         return known;
+    KeepMapped(&target);
     return &registry.m_targets.emplace_back(static_cast<TIN>(registry.m_targets.size()), target);
 }
 

@@ -124,11 +124,12 @@ private:
 // The index of a class that has fields or embeds a model, null for others.
 std::unique_ptr<const FieldIndex> MakeFieldIndex(const ReflectedClass& rc);
 
-// The index of a registered class that has one, null for others. The class may be registered by another thread just
-// now.
+// The index of a registered class that has one, null for others, such as a copy of a registered descriptor, whose
+// fields may have become others. The class may be registered by another thread just now.
 inline const FieldIndex* GetFieldIndex(const ReflectedClass& rc)
 {
-    return std::atomic_ref<const FieldIndex*>(rc.m_fieldIndex).load(std::memory_order_acquire);
+    const FieldIndex* const index = std::atomic_ref<const FieldIndex*>(rc.m_fieldIndex).load(std::memory_order_acquire);
+    return index != nullptr && index->m_class == &rc ? index : nullptr;
 }
 
 } // namespace kelm

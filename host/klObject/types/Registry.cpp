@@ -3,8 +3,10 @@
 #include <klObject/types/EnumIndex.h>
 #include <klObject/types/FieldIndex.h>
 #include <klObject/types/VariantIndex.h>
+#include <klObject/types/private/DescriptionChecks.h>
 #include <klObject/types/private/TextHash.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/private/KeepMapped.h>
 #include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
@@ -112,6 +114,7 @@ private:
     Table& MakeRoomFor(std::size_t added);
 
     mutable std::mutex m_mutex; // held while registering
+    DescriptionChecks m_checks;
     std::vector<std::unique_ptr<Entry>> m_entries;
     std::vector<std::unique_ptr<Table>> m_tables = MakeFirstTable(); // the last one is in use
     std::atomic<const Table*> m_table = m_tables.back().get();
@@ -154,11 +157,8 @@ SubString GetNamespaceOf(SubString name)
 ENameSpaceError Registry::CheckNamespacesOf(SubString name) const
 {
     for (SubString outer = GetNamespaceOf(name); !outer.empty(); outer = GetNamespaceOf(outer))
-    {
-        const Entry* entry = Find(outer);
-        if (entry != nullptr && entry->m_kind != ENTRY_NAMESPACE)
-            return NSE_NOT_A_NAMESPACE;
-    }
+        if (const Entry* entry = Find(outer)) // with all that are around it
+            return entry->m_kind == ENTRY_NAMESPACE ? NSE_OK : NSE_NOT_A_NAMESPACE;
     return NSE_OK;
 }
 
@@ -177,6 +177,13 @@ ENameSpaceError Registry::Register(const Descriptor* descriptor, XTarget* target
     if (Find(name) != nullptr)
         return NSE_NAME_ALREADY_IN_USE;
 
+    constexpr bool isChecked = requires
+    {
+        m_checks.Check(*descriptor);
+    };
+    if constexpr (isChecked)
+        m_checks.Check(*descriptor);
+    KeepMapped(descriptor);
     if constexpr (KindOf<Descriptor> == ENTRY_CLASS)
         AddWithIndex(*descriptor, MakeFieldIndex(*descriptor), descriptor->m_fieldIndex, target);
     else if constexpr (KindOf<Descriptor> == ENTRY_ENUM)
@@ -185,6 +192,8 @@ ENameSpaceError Registry::Register(const Descriptor* descriptor, XTarget* target
         AddWithIndex(*descriptor, MakeVariantIndex(*descriptor), descriptor->m_index, target);
     else
         Add(name, KindOf<Descriptor>, descriptor, target, nullptr);
+    if constexpr (isChecked)
+        m_checks.Commit();
     return NSE_OK;
 }
 
@@ -208,7 +217,8 @@ void Registry::Add(SubString name, EEntryKind kind, const void* descriptor, XTar
         fresh.push_back(std::make_unique<Entry>(Entry{outer, ENTRY_NAMESPACE, nullptr, nullptr, nullptr}));
     fresh.push_back(std::make_unique<Entry>(Entry{name, kind, descriptor, target, std::move(index)}));
 
-    m_entries.reserve(m_entries.size() + fresh.size());
+    if (const std::size_t size = m_entries.size() + fresh.size(); size > m_entries.capacity())
+        m_entries.reserve(2 * size);
     Table& table = MakeRoomFor(fresh.size());
     for (std::unique_ptr<Entry>& entry : fresh)
     {

@@ -64,6 +64,7 @@ struct HandlePlan
     PtrMapOrSetFns m_fns = {};
     const TypeOps* m_ops = nullptr;
     const ForeignType* m_foreign = nullptr;
+    const ReflectedClass* m_class = nullptr; // of a class's plan: the descriptor that keeps it
     std::vector<PlanPart> m_parts = {};
 };
 
@@ -76,6 +77,13 @@ const HandlePlan s_pref = {.m_kind = HP_PREF, .m_holds = true};
 const HandlePlan s_unknown = {.m_kind = HP_UNKNOWN, .m_holds = true};
 
 const HandlePlan& PlanOfClass(const ReflectedClass& rc);
+
+// The plan that the descriptor keeps; null before there is one, and for a copy of a descriptor that has one.
+const HandlePlan* GetKeptPlan(const ReflectedClass& rc)
+{
+    const HandlePlan* const plan = std::atomic_ref(rc.m_handlePlan).load(std::memory_order_acquire);
+    return plan != nullptr && plan->m_class == &rc ? plan : nullptr;
+}
 
 // Makes the plan of one type and of all that it is made of.
 class PlanMaker
@@ -134,12 +142,13 @@ const HandlePlan& PlanMaker::OfClass(const ReflectedClass& rc)
 {
     if (m_classes == LOOK_UP_CLASSES)
         return PlanOfClass(rc);
-    if (const HandlePlan* const known = std::atomic_ref(rc.m_handlePlan).load(std::memory_order_acquire))
+    if (const HandlePlan* const known = GetKeptPlan(rc))
         return *known;
     if (const auto begun = m_byDescriptor.find(&rc); begun != m_byDescriptor.end())
         return *begun->second;
 
     HandlePlan& plan = Make(HP_INSTANCE);
+    plan.m_class = &rc;
     m_byDescriptor.emplace(&rc, &plan);
     m_madeClasses.push_back(&rc);
     if (rc.m_modelFields == nullptr && GetOrdinaryFieldCount(rc) == 0)
@@ -281,14 +290,28 @@ const HandlePlan& PlanMaker::OfNoVariable(ReflectionByteCode rbc)
 
 void PlanMaker::Prune()
 {
-    bool isNews = true;
-    while (isNews)
+    // Each plan that holds handles tells those that it is a part of, once.
+    std::unordered_map<const HandlePlan*, std::vector<HandlePlan*>> wholes;
+    std::vector<const HandlePlan*> news;
+    for (const std::unique_ptr<HandlePlan>& plan : m_made)
     {
-        isNews = false;
-        for (const std::unique_ptr<HandlePlan>& plan : m_made)
-            for (const PlanPart& part : plan->m_parts)
-                if (part.m_plan->m_holds && !plan->m_holds)
-                    plan->m_holds = isNews = true;
+        if (plan->m_holds)
+            news.push_back(plan.get());
+        for (const PlanPart& part : plan->m_parts)
+            wholes[part.m_plan].push_back(plan.get());
+    }
+    for (const auto& [part, itsWholes] : wholes)
+        if (part->m_holds)
+            news.push_back(part);
+    while (!news.empty())
+    {
+        const auto found = wholes.find(news.back());
+        news.pop_back();
+        if (found == wholes.end())
+            continue;
+        for (HandlePlan* const whole : found->second)
+            if (!std::exchange(whole->m_holds, true))
+                news.push_back(whole);
     }
     for (const std::unique_ptr<HandlePlan>& plan : m_made)
     {
@@ -320,7 +343,8 @@ const HandlePlan& MakePlanOfClass(const ReflectedClass& rc)
     PlanMaker maker(PlanMaker::MAKE_CLASSES);
     const HandlePlan& plan = maker.OfClass(rc);
     maker.Prune();
-    published.m_plans.reserve(published.m_plans.size() + maker.m_made.size());
+    if (const std::size_t size = published.m_plans.size() + maker.m_made.size(); size > published.m_plans.capacity())
+        published.m_plans.reserve(2 * size);
     for (std::unique_ptr<HandlePlan>& made : maker.m_made)
         published.m_plans.push_back(std::move(made));
     for (const ReflectedClass* const made : maker.m_madeClasses)
@@ -330,7 +354,7 @@ const HandlePlan& MakePlanOfClass(const ReflectedClass& rc)
 
 const HandlePlan& PlanOfClass(const ReflectedClass& rc)
 {
-    const HandlePlan* const plan = std::atomic_ref(rc.m_handlePlan).load(std::memory_order_acquire);
+    const HandlePlan* const plan = GetKeptPlan(rc);
     return plan != nullptr ? *plan : MakePlanOfClass(rc);
 }
 

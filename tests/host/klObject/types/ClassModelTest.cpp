@@ -144,6 +144,21 @@ TEST(FindField, AnswersTheSameWithAndWithoutAnIndexWhateverTheHint)
         }
 }
 
+// A copy may be given other fields; it has the index of what it was copied from.
+TEST(FindField, LooksIntoACopiedDescriptorItself)
+{
+    static constexpr ReflectedField s_one[] = {{"alone", 0, s_int32Bc}};
+    ReflectedClass copy = RegisteredFieldsClass();
+    EXPECT_EQ(FindOrdinaryField(copy, "plain", 0), 1);
+    copy.m_fields = s_one;
+    copy.m_numFields = 1;
+    EXPECT_EQ(FindOrdinaryField(copy, "plain", 1), -1);
+    EXPECT_EQ(FindOrdinaryField(copy, "alone", 7), 0);
+    copy.m_modelFields = nullptr;
+    EXPECT_EQ(FindModelField(copy, "a"), -1);
+    EXPECT_EQ(FindPresentModelField(copy, "a", 0), -1);
+}
+
 TEST(FindField, ComparesTheWholeView)
 {
     const char text[] = "aX";
@@ -226,14 +241,16 @@ TEST(PresentModelName, IsThatOfTheFieldThatTheNameFinds)
 
 TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
 {
-    static constexpr ConstStringZ s_strings[] = {"classModelTest::Led", "classModelTest::NoSuchClass"};
+    static constexpr ConstStringZ s_strings[] = {"classModelTest::Led", "classModelTest::NoSuchClass",
+                                                 "classModelTest::Fields"};
+    RegisteredFieldsClass();
     static constexpr uint8 s_int32[] = {FT_INT32};
     static constexpr uint8 s_string[] = {FT_STRING8};
     static constexpr uint8 s_enum[] = {FT_ENUM, 0, 0};
-    static constexpr uint8 s_class[] = {FT_CLASS, 0, 0};
+    static constexpr uint8 s_class[] = {FT_CLASS, 2, 0};
     static constexpr uint8 s_classes[] = {FT_VECTOR, FT_CLASS, 0, 0};
     static constexpr uint8 s_unknown[] = {FT_CLASS, 1, 0};
-    static constexpr uint8 s_constClass[] = {FT_CONST, FT_CLASS, 0, 0};
+    static constexpr uint8 s_constClass[] = {FT_CONST, FT_CLASS, 2, 0};
     static constexpr uint8 s_vector[] = {FT_VECTOR, FT_INT32};
     static constexpr uint8 s_void[] = {FT_VOID};
     static constexpr uint8 s_matrix[] = {FT_ARRAY,     3, 0, 0, 0, FT_DYNARRAY, FT_VECTOR, FT_INTERFACE_POINTER,

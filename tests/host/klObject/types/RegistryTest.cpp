@@ -1,5 +1,7 @@
 #include <klObject/types/Registry.h>
 
+#include <klObject/objects/IObject.h>
+#include <klObject/types/ClassModel.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
@@ -9,6 +11,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <dlfcn.h>
 
 namespace kelm
 {
@@ -207,6 +211,38 @@ TEST(Registry, ListsTheDescriptorsOfAKindOrderedByName)
         hasEnum = hasEnum || r == &s_enum;
     EXPECT_TRUE(hasEnum);
 }
+
+#ifdef KELM_TEST_MODULE
+template <class T>
+T& FindInModule(void* module, const char* name)
+{
+    return *static_cast<T*>(dlsym(module, name));
+}
+
+TEST(Registry, KeepsTheModulesOfWhatItHoldsMapped)
+{
+    void* const module = dlopen(KELM_TEST_MODULE, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(module, nullptr) << dlerror();
+    reinterpret_cast<void (*)()>(dlsym(module, "RegisterOfModule"))();
+    int& state = FindInModule<int>(module, "s_stateOfModule");
+    EXPECT_EQ(state, 1);
+    state = 7;
+    EXPECT_EQ(dlclose(module), 0);
+
+    const ReflectedClass* const rc = TryFindReflectedClass("ofModule::Thing");
+    ASSERT_NE(rc, nullptr);
+    EXPECT_STREQ(rc->m_name, "ofModule::Thing");
+    EXPECT_EQ(FindModelField(*rc, "m_number"), 0);
+    const ptr<IObject> object = rc->m_createFn();
+    EXPECT_EQ(object.GetReflectedClass(), rc);
+    object.fns()->Destroy(object.self());
+
+    void* const again = dlopen(KELM_TEST_MODULE, RTLD_NOW | RTLD_LOCAL);
+    EXPECT_EQ(&FindInModule<int>(again, "s_stateOfModule"), &state);
+    EXPECT_EQ(state, 7);
+    EXPECT_EQ(dlclose(again), 0);
+}
+#endif
 
 TEST(Registry, FindsEachOfManyThousandClasses)
 {
