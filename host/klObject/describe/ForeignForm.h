@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <new>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -683,11 +684,46 @@ struct ForeignForm<V<As...>> : ForeignFormOf<FF_CHOICE, FieldType<As>...>
         ((variant.index() == Is ? void(value = AddressOf(get<Is>(variant))) : void()), ...);
         return value;
     }
+    // Where the new value cannot be made the old one stays, as far as its kind allows; a variant is never left without.
+    template <std::size_t I>
+    static void* Emplace(Variant& variant)
+    {
+        using A = std::tuple_element_t<I, std::tuple<As...>>;
+        if constexpr (!std::is_nothrow_default_constructible_v<A> && std::is_nothrow_move_constructible_v<A>)
+        {
+            A fresh{};
+            return AddressOf(variant.template emplace<I>(std::move(fresh)));
+        }
+        else
+        {
+            try
+            {
+                return AddressOf(variant.template emplace<I>());
+            }
+            catch (...)
+            {
+                if (variant.valueless_by_exception())
+                    FillAgain(variant, std::index_sequence_for<As...>());
+                throw;
+            }
+        }
+    }
+    template <std::size_t... Is>
+    static void FillAgain(Variant& variant, std::index_sequence<Is...>)
+    {
+        [[maybe_unused]] const auto fill = [&variant]<std::size_t I>(std::integral_constant<std::size_t, I>)
+        {
+            if constexpr (std::is_nothrow_default_constructible_v<std::tuple_element_t<I, std::tuple<As...>>>)
+                if (variant.valueless_by_exception())
+                    variant.template emplace<I>();
+        };
+        (fill(std::integral_constant<std::size_t, Is>()), ...);
+    }
     template <std::size_t... Is>
     static void* EmplaceAt(Variant& variant, int32 index, std::index_sequence<Is...>)
     {
         void* value = nullptr;
-        ((index == static_cast<int32>(Is) ? void(value = AddressOf(variant.template emplace<Is>())) : void()), ...);
+        ((index == static_cast<int32>(Is) ? void(value = Emplace<Is>(variant)) : void()), ...);
         return value;
     }
 

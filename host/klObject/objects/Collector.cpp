@@ -1,5 +1,7 @@
 #include <klObject/objects/Collector.h>
 
+#include <klObject/objects/private/Making.h>
+
 #include <atomic>
 #include <mutex>
 #include <type_traits>
@@ -35,6 +37,9 @@ namespace kelm
 
 namespace
 {
+
+// What an object whose constructor runs has in the place of the number of a making, which is none of those.
+constexpr uint16 s_isBeingMade = 1;
 
 // A list linked through SysState::m_next.
 struct ObjectList
@@ -115,6 +120,7 @@ public:
 
     void BeginMaking();
     void EndMaking();
+    void EndMakingOf(SysState& state);
 
 private:
     void Push(ObjectList objects);
@@ -127,7 +133,8 @@ private:
 
     std::atomic<SysState*> m_objects = nullptr; // all registered objects, newest first
 
-    std::atomic<uint64> m_making = 0; // the number of the present or last making, above how many scopes there are
+    std::atomic<int64> m_numEarly = 0; // objects that are registered, and whose constructors still run
+    std::atomic<uint64> m_making = 0;  // the number of the present or last making, above how many scopes there are
 
     std::mutex m_rootsMutex;
     GcRoot* m_firstRoot = nullptr;
@@ -155,7 +162,10 @@ void Collector::Register(ptr<IObject> object)
     if (std::exchange(state.m_isRegistered, true))
         return;
     state.m_object = object;
-    state.m_making = GetMaking();
+    if (state.m_making == s_isBeingMade)
+        ++m_numEarly;
+    else
+        state.m_making = GetMaking();
     m_live.fetch_add(1, std::memory_order_relaxed);
     Push({&state, &state});
 }
@@ -221,6 +231,13 @@ void Collector::EndMaking()
     m_making.fetch_sub(1, std::memory_order_relaxed);
 }
 
+void Collector::EndMakingOf(SysState& state)
+{
+    state.m_making = GetMaking();
+    if (state.m_isRegistered)
+        --m_numEarly;
+}
+
 // What an object bears that is registered now: never 0 while objects are being made.
 uint16 Collector::GetMaking() const
 {
@@ -232,10 +249,10 @@ uint16 Collector::GetMaking() const
 void Collector::VisitNewObjects(IObjectVisitor& visitor)
 {
     const uint16 making = GetMaking();
-    if (making == 0)
+    if (making == 0 && m_numEarly == 0)
         return;
     for (const SysState* state = m_objects.load(std::memory_order_acquire); state != nullptr; state = state->m_next)
-        if (state->m_making == making)
+        if (state->m_making != 0 && (state->m_making == making || state->m_making == s_isBeingMade))
             visitor.Visit(state->m_object);
 }
 
@@ -314,6 +331,16 @@ GcCounts CollectGarbage()
 GcCounts GetGcCounts()
 {
     return s_collector.GetCounts();
+}
+
+void BeginMakingOf(SysState& state)
+{
+    state.m_making = s_isBeingMade;
+}
+
+void EndMakingOf(SysState& state)
+{
+    s_collector.EndMakingOf(state);
 }
 
 NewObjectsScope::NewObjectsScope()

@@ -2,6 +2,7 @@
 
 #include <klObject/objects/CastObject.h>
 #include <klObject/objects/GcObject.h>
+#include <klObject/objects/private/Making.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/MessageOf.h>
 
@@ -160,18 +161,21 @@ ptr<IObject> NewGcObject(std::size_t size, std::size_t alignment, void (*constru
                                                     : ::operator new(offset + size));
     char* const self = block + offset;
     auto& header = *::new (static_cast<void*>(self - sizeof(GcObjectHeader))) GcObjectHeader();
+    BeginMakingOf(header.m_state);
     try
     {
         construct(self); // which may hand the object out
     }
     catch (...)
     {
+        EndMakingOf(header.m_state);
         if (header.m_state.m_isRegistered)
             LeaveToCollector(self, alignment);
         else
             FreeBlock(block, alignment);
         throw;
     }
+    EndMakingOf(header.m_state);
     return {self, &fns};
 }
 
