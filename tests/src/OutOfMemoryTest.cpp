@@ -204,7 +204,8 @@ TEST_F(Scarce, TextsThatEndAnywhereLeaveWholeObjects)
             {
                 EXPECT_EQ(e.m_condition, "Utf16FromUtf8(dst,src)"); // half a character
             }
-            EXPECT_EQ(isRead, error.empty() && text.size() > 20) << text.c_str();
+            EXPECT_TRUE(!isRead || error.empty()) << text.c_str();
+            EXPECT_TRUE(isRead || size < whole.size()) << text.c_str();
             ExpectAllWhole(text.c_str());
         }
 }
@@ -309,9 +310,9 @@ const Operation s_operations[] = {
      []
      {
          ReflectedValue value;
-         value.m_rbc = TypeOf<scarce::Large>();
          value.m_data.resize(sizeof(scarce::Large));
-         ConstructReflectedVariable(value.m_rbc, value.m_data.begin());
+         ConstructReflectedVariable(TypeOf<scarce::Large>(), value.m_data.begin());
+         value.m_rbc = TypeOf<scarce::Large>();
          const ReflectedValue copy(value);
          return std::string(value == copy ? "same" : "other");
      }},
