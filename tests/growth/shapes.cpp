@@ -1,0 +1,374 @@
+// Texts of hostile shapes, of any size. One is read in this program, whose instructions growth.py counts.
+//
+//     growthShapes                 the shapes' names, one a line
+//     growthShapes NAME SIZE       makes the text of about so many bytes, and reads it
+
+#include <klKelmScript/KSParser.h>
+#include <klKelmScript/ParseDataSource.h>
+#include <klKelmScript/ParseFieldPath.h>
+#include <klKelmScript/klKelmScript.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xset.h>
+#include <klObject/containers/xvariant.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/objects/GcObject.h>
+#include <klObject/values/WriteVariable.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace growth
+{
+
+struct Nested
+{
+    kelm::xvector<Nested> inner;
+};
+
+struct Record
+{
+    kelm::int32 number = 0;
+    kelm::xstring text;
+    kelm::xvector<kelm::int64> numbers;
+    kelm::xvector<kelm::xstring> texts;
+    kelm::xmap<kelm::int64, kelm::int32> counts;
+    kelm::xmap<kelm::xstring, kelm::int32> names;
+    Nested nested;
+    kelm::ptr<kelm::IObject> next;
+};
+
+} // namespace growth
+
+KELM_CLASS(growth::Nested, KELM_MODEL(inner))
+KELM_CLASS(growth::Record, KELM_MODEL(number), KELM_MODEL(text), KELM_MODEL(numbers), KELM_MODEL(texts),
+           KELM_MODEL(counts), KELM_MODEL(names), KELM_MODEL(nested), KELM_MODEL(next))
+
+// What is counted is what this calls.
+extern "C" [[gnu::noinline, gnu::visibility("default")]] void RunShape(void (*run)(const std::string& text),
+                                                                       const std::string& text)
+{
+    run(text);
+    asm volatile("" ::: "memory");
+}
+
+namespace kelm
+{
+namespace
+{
+
+// --- Texts
+
+std::string Repeat(std::size_t bytes, const std::string& part)
+{
+    std::string text;
+    text.reserve(bytes + part.size());
+    while (text.size() < bytes)
+        text += part;
+    return text;
+}
+
+// An opening and a closing for each level.
+std::string Nest(std::size_t bytes, const std::string& open, const std::string& innermost, const std::string& close)
+{
+    const std::size_t levels = bytes / (open.size() + close.size());
+    return Repeat(levels * open.size(), open) + innermost + Repeat(levels * close.size(), close);
+}
+
+// What make(i) makes, with commas between.
+template <class Make>
+std::string List(std::size_t bytes, Make make)
+{
+    std::string text;
+    for (std::size_t i = 0; text.size() < bytes; ++i)
+        text += (i == 0 ? "" : ", ") + make(i);
+    return text;
+}
+
+std::string InRecord(const std::string& members)
+{
+    return "growth::Record { " + members + " }";
+}
+
+// --- Readers
+
+xstring ToXString(const std::string& text)
+{
+    return xstring(text.data(), static_cast<ssize_t>(text.size()));
+}
+
+void Evaluate(const std::string& text)
+{
+    KSParser parser;
+    parser.Init({text.data(), text.data() + text.size()});
+    KSValue value;
+    parser.ParseExpression(value);
+}
+
+// Errors are shapes, too.
+template <void (*Read)(const std::string&)>
+void Fail(const std::string& text)
+{
+    try
+    {
+        Read(text);
+    }
+    catch (const std::exception&)
+    {
+        return;
+    }
+    throw std::runtime_error("is read");
+}
+
+void ReadAny(const std::string& text)
+{
+    xstring error;
+    const GcRoot root(ParseDataSourceFromString(ToXString(text), error));
+    if (!root.get())
+        throw std::runtime_error(error.c_str());
+}
+
+void ReadAndWrite(const std::string& text)
+{
+    xstring error;
+    const GcRoot root(ParseDataSourceFromString(ToXString(text), error));
+    StringStream os(4096);
+    WriteObject(os, root.get());
+    CollectGarbage();
+}
+
+void Navigate(const std::string& text)
+{
+    const GcRoot root(CreateGcObject<growth::Record>());
+    RegisterGcObject(root.get());
+    CastObject<growth::Record>(root.get())->next = root.get(); // goes round
+    ReflectionByteCode type;
+    xstring error;
+    if (NavigatePathToField(root.get(), ToXString(text), type, false, error) == nullptr)
+        throw std::runtime_error(error.c_str());
+}
+
+// --- Descriptors by the thousand
+
+std::size_t CountFor(std::size_t bytes)
+{
+    return bytes / 64;
+}
+
+ConstStringZ Keep(const std::string& text)
+{
+    static std::deque<std::string> s_texts;
+    return s_texts.emplace_back(text).c_str();
+}
+
+const uint8 s_int32[] = {FT_INT32};
+
+struct Numbered
+{
+    int32 m_number = 0;
+};
+const ReflectedClass& _GetReflected(const Numbered*)
+{
+    static const ReflectedClass s_class = {.m_name = "growth::Numbered", .m_size = sizeof(Numbered)};
+    return s_class;
+}
+
+// So many classes, the names of which have several segments.
+void RegisterClasses(std::size_t count)
+{
+    static std::deque<ReflectedClass> s_classes;
+    static const ReflectedField s_fields[] = {{"number", 0, s_int32}};
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const std::string n = std::to_string(i);
+        s_classes.push_back({.m_name = Keep("many::a" + n + "::b::c::d::e::f::Class"),
+                             .m_size = sizeof(Numbered),
+                             .m_fields = s_fields,
+                             .m_numFields = 1,
+                             .m_createFn = CreateGcObject<Numbered>});
+        if (RegisterReflectedClass(&s_classes.back(), nullptr) != NSE_OK)
+            throw std::runtime_error("a class is refused");
+    }
+}
+
+// Each contains the one before it; the last one is visited, read and written.
+void RegisterChain(std::size_t count)
+{
+    static std::deque<ReflectedClass> s_classes;
+    static std::deque<ReflectedModelField> s_fields;
+    static std::deque<std::vector<ConstStringZ>> s_names;
+    static const uint8 s_class[] = {FT_CLASS, 0, 0};
+    static const uint8 s_handle[] = {FT_INTERFACE_POINTER, FT_INTERFACE, 0, 0};
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        s_names.push_back({i == 0 ? "kelm::IObject" : s_classes.back().m_name, nullptr});
+        s_fields.push_back({"in", 0, i == 0 ? s_handle : s_class, 0, -1, nullptr});
+        s_classes.push_back({.m_name = Keep("chained::Class" + std::to_string(i)),
+                             .m_size = 16,
+                             .m_modelFields = &s_fields.back(),
+                             .m_numModelFields = 1,
+                             .m_stringTable = s_names.back().data()});
+        if (RegisterReflectedClass(&s_classes.back(), nullptr) != NSE_OK)
+            throw std::runtime_error("a class is refused");
+    }
+    struct Visitor : IObjectVisitor
+    {
+        void Visit(const ptr<IObject>&) override {}
+    } visitor;
+    const ptr<IObject> null;
+    VisitObjectsInClassInstance(s_classes.back(), &null, visitor);
+}
+
+// A class of so many members, an enumeration of so many enumerators.
+void RegisterWide(std::size_t count)
+{
+    static std::vector<ReflectedModelField> s_fields;
+    static std::vector<ConstStringZ> s_names;
+    static const uint8 s_enum[] = {FT_ENUM, 0, 0};
+    static const ConstStringZ s_table[] = {"wide::Enum", nullptr};
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        s_names.push_back(Keep("name" + std::to_string(i)));
+        s_fields.push_back({s_names.back(), 0, s_enum, 0, -1, nullptr});
+    }
+    static const ReflectedEnum s_wideEnum = {
+        .m_name = "wide::Enum", .m_count = static_cast<int32>(count), .m_strings = s_names.data()};
+    static const ReflectedClass s_wide = {.m_name = "wide::Class",
+                                          .m_size = sizeof(Numbered),
+                                          .m_modelFields = s_fields.data(),
+                                          .m_numModelFields = static_cast<ssize_t>(count),
+                                          .m_stringTable = s_table,
+                                          .m_createFn = CreateGcObject<Numbered>};
+    if (RegisterReflectedEnum(&s_wideEnum, nullptr) != NSE_OK || RegisterReflectedClass(&s_wide, nullptr) != NSE_OK)
+        throw std::runtime_error("a type is refused");
+}
+
+// --- The shapes
+
+struct Shape
+{
+    const char* m_name;
+    std::string (*m_text)(std::size_t bytes);
+    void (*m_run)(const std::string& text);
+};
+
+const Shape s_shapes[] = {
+    {"chain of operators", [](std::size_t n) { return Repeat(n, "1+2*") + "1"; }, Evaluate},
+    {"prefix operators", [](std::size_t n) { return Repeat(n / 4, "-~+ ") + "1"; }, Evaluate},
+    {"parentheses", [](std::size_t n) { return Nest(n / 4, "(", "1", ")"); }, Evaluate},
+    {"conditionals", [](std::size_t n) { return Repeat(n / 4, "false?1:") + "2"; }, Evaluate},
+    {"additions of texts", [](std::size_t n) { return Repeat(n, "'text'+") + "''"; }, Evaluate},
+    {"texts in texts", [](std::size_t n) { return Nest(n / 4, "string('a'+", "''", ")"); }, Evaluate},
+    {"one name", [](std::size_t n) { return Repeat(n, "a"); }, Fail<Evaluate>},
+    {"one number", [](std::size_t n) { return Repeat(n, "7") + ".5"; }, Evaluate},
+    {"one text", [](std::size_t n) { return '"' + Repeat(n, "text ") + '"'; }, Evaluate},
+    {"one text of escapes", [](std::size_t n) { return '"' + Repeat(n, "\\n\\x41\\u00e9") + '"'; }, Evaluate},
+    {"a text without an end", [](std::size_t n) { return '"' + Repeat(n, "text\\n"); }, Fail<Evaluate>},
+    {"white space", [](std::size_t n) { return Repeat(n, " \t\n") + "1"; }, Evaluate},
+    {"comments", [](std::size_t n) { return Repeat(n, "/* * */ // *\n") + "1"; }, Evaluate},
+    {"a comment without an end", [](std::size_t n) { return "1 /*" + Repeat(n, " * /"); }, Fail<Evaluate>},
+    {"an error at the far end", [](std::size_t n) { return Repeat(n, "1+2*"); }, Fail<Evaluate>},
+    {"lines before an error", [](std::size_t n) { return InRecord(Repeat(n, "number = 1\n") + "oops = 1"); },
+     Fail<ReadAny>},
+    {"a qualified name", [](std::size_t n) { return Repeat(n, "name::") + "Last {}"; }, Fail<ReadAny>},
+    {"members", [](std::size_t n) { return InRecord(Repeat(n, "number = 12 text = 'abc' ")); }, ReadAny},
+    {"a wide list",
+     [](std::size_t n)
+     { return InRecord("numbers = [" + List(n, [](std::size_t i) { return std::to_string(i * 7919); }) + ']'); },
+     ReadAny},
+    {"a list of texts",
+     [](std::size_t n)
+     { return InRecord("texts = [" + List(n, [](std::size_t i) { return '"' + std::to_string(i) + '"'; }) + ']'); },
+     ReadAny},
+    {"values in values", [](std::size_t n) { return InRecord("nested = {" + Nest(n / 4, "inner=[{", "", "}]") + '}'); },
+     ReadAny},
+    {"objects in objects", [](std::size_t n) { return Nest(n / 4, "growth::Record{next=", "null", "}"); }, ReadAny},
+    {"objects that are written", [](std::size_t n) { return Nest(n / 4, "growth::Record{next=", "null", "}"); },
+     ReadAndWrite},
+    {"keys in order",
+     [](std::size_t n)
+     { return InRecord("counts = [" + List(n, [](std::size_t i) { return std::to_string(i) + "->1"; }) + ']'); },
+     ReadAny},
+    {"keys in reverse",
+     [](std::size_t n)
+     {
+         return InRecord("counts = [" +
+                         List(n, [](std::size_t i) { return std::to_string(1'000'000'000 - i) + "->1"; }) + ']');
+     },
+     ReadAny},
+    {"keys that begin alike",
+     [](std::size_t n)
+     {
+         return InRecord("names = [" +
+                         List(n, [](std::size_t i)
+                              { return "'a name that begins as all others do " + std::to_string(i) + "'->1"; }) +
+                         ']');
+     },
+     ReadAny},
+    {"a path", [](std::size_t n) { return Repeat(n, ".next"); }, Navigate},
+    {"a path that fails", [](std::size_t n) { return Repeat(n, ".next") + ".oops"; }, Fail<Navigate>},
+    {"classes by the thousand", [](std::size_t n) { return std::string(n, ' '); },
+     [](const std::string& text)
+     {
+         RegisterClasses(CountFor(text.size()));
+         std::string all;
+         for (std::size_t i = 0; i < CountFor(text.size()); ++i)
+         {
+             xstring error;
+             ParseDataSourceFromString(
+                 ToXString("many::a" + std::to_string(i) + "::b::c::d::e::f::Class { number = 1 }"), error);
+         }
+     }},
+    {"a chain of classes", [](std::size_t n) { return std::string(n, ' '); },
+     [](const std::string& text) { RegisterChain(CountFor(text.size())); }},
+    {"a class of many members", [](std::size_t n) { return std::string(n, ' '); },
+     [](const std::string& text)
+     {
+         const std::size_t count = CountFor(text.size());
+         RegisterWide(count);
+         std::string members = "wide::Class { ";
+         for (std::size_t i = count; i-- > 0;) // against their order
+             members += "name" + std::to_string(i) + " = name" + std::to_string(count - 1 - i) + ' ';
+         ReadAndWrite(members + '}');
+     }},
+};
+
+int Run(const char* name, const char* size)
+{
+    Register_Project_klKelmScript();
+    RegisterTypes<growth::Nested, growth::Record>(nullptr);
+    for (const Shape& shape : s_shapes)
+        if (std::strcmp(shape.m_name, name) == 0)
+        {
+            const std::string text = shape.m_text(std::strtoull(size, nullptr, 10));
+            RunShape(shape.m_run, text);
+            return 0;
+        }
+    std::fprintf(stderr, "growthShapes: there is no shape '%s'\n", name);
+    return 2;
+}
+
+} // namespace
+} // namespace kelm
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        if (argc == 3)
+            return kelm::Run(argv[1], argv[2]);
+        for (const kelm::Shape& shape : kelm::s_shapes)
+            std::puts(shape.m_name);
+        return 0;
+    }
+    catch (const std::exception& e)
+    {
+        std::fprintf(stderr, "growthShapes: %s\n", e.what());
+        return 1;
+    }
+}
