@@ -273,7 +273,7 @@ TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
     };
     static constexpr ReflectedField s_ordinary[] = {{"ordinary", 0, s_int32}};
     static const ReflectedClass s_led = {.m_name = "classModelTest::Led",
-                                         .m_size = 40,
+                                         .m_size = 80,
                                          .m_fields = s_ordinary,
                                          .m_numFields = 1,
                                          .m_modelFields = s_model,
@@ -326,9 +326,9 @@ TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
     EXPECT_EQ(leadOf("matrix")[2].GetElementSize(), 16);
     for (int look = 0; look < 2; ++look)
     {
-        EXPECT_EQ(leadOf("instance")->GetIndex(), &index);
+        EXPECT_EQ(leadOf("instance")->GetIndex(), GetFieldIndex(RegisteredFieldsClass()));
         EXPECT_EQ(leadOf("instances")[1].GetIndex(), &index);
-        EXPECT_EQ(leadOf("instances")->GetElementSize(), 40);
+        EXPECT_EQ(leadOf("instances")->GetElementSize(), 80);
         EXPECT_EQ(leadOf("unknown")->GetIndex(), nullptr);
         EXPECT_EQ(leadOf("unknowns")->GetElementSize(), 0);
     }
