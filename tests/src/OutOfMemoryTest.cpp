@@ -128,7 +128,7 @@ const char* const s_theirs =
     "bits = [true, false] map = ['a' -> {}, 'a key that does not fit into the string itself' -> { name = 'y' }] "
     "set = ['b', 'an element that does not fit into the string'] maybe = { name = 'z' } pointer = {} "
     "choice = string 'an alternative that does not fit into the string' "
-    "choices = [1 -> vector<scarce::Large> [{}, {}], 2 -> double 1.5] next = scarce::Ours { name = 'last' } }";
+    "choices = [1 -> list [{}, {}], 2 -> float64 1.5] next = scarce::Ours { name = 'last' } }";
 
 void RegisterOnce()
 {
@@ -205,7 +205,7 @@ TEST_F(Scarce, TextsThatEndAnywhereLeaveWholeObjects)
                 EXPECT_EQ(e.m_condition, "Utf16FromUtf8(dst,src)"); // half a character
             }
             EXPECT_TRUE(!isRead || error.empty()) << text.c_str();
-            EXPECT_TRUE(isRead || size < whole.size()) << text.c_str();
+            EXPECT_TRUE(isRead || size < whole.size()) << error.c_str();
             ExpectAllWhole(text.c_str());
         }
 }
