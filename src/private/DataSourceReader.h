@@ -12,8 +12,8 @@
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/xvector.h>
 
-#include <span>
 #include <optional>
+#include <span>
 
 namespace kelm::text
 {
