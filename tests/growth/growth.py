@@ -22,7 +22,7 @@ def count(program, shape, size):
              "--max-stackframe=100000000", program, shape, str(size)],
             capture_output=True, text=True)
         if run.returncode != 0:
-            sys.exit(f"{shape}: {run.stderr[-2000:]}")
+            sys.exit(f"{shape} of {size} bytes: " + "\n".join(l for l in run.stderr.splitlines() if not l.startswith("==")))
         return int(re.search(r"Collected : (\d+)", run.stderr).group(1))
 
 
