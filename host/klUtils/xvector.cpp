@@ -91,9 +91,11 @@ void VectorOfByte::reserve(ssize_t newCapacity)
     if (newCapacity > s_maxCapacity)
         throw std::bad_alloc();
     char* const moved = static_cast<char*>(::operator new(ToSize(newCapacity)));
-    if (m_size > 0)
+    if (m_data != nullptr)
+    {
         std::memcpy(moved, m_data, ToSize(m_size));
-    ::operator delete(m_data);
+        ::operator delete(m_data);
+    }
     m_data = moved;
     m_capacity = newCapacity;
 }

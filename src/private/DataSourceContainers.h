@@ -110,26 +110,14 @@ Place BasicDataSourceReader<Rules>::ReadElements(SubString bracket, const Reflec
 }
 
 template <class Rules>
+template <ssize_t MostLists>
 Place BasicDataSourceReader<Rules>::ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector)
 {
     const ClassShape shape(rc);
     FastCursor cursor(m_cursor, bracket);
     if (cursor.TryPassEmpty<']'>())
         return cursor.GetPlace();
-    do
-    {
-        cursor.GoHomeToNext();
-        m_cursor.ShowBehind(cursor.GetOperator());
-        char* const instance = static_cast<char*>(PushBackDefaultConstructedInstance(rc, vector));
-        if (m_cursor.Is(TOKEN_LEFT_CURLY)) [[likely]]
-            cursor.Load(ReadMembers(m_cursor.GetOperator(), shape, instance));
-        else
-        {
-            ReadInstance(shape, instance);
-            cursor.Load();
-        }
-    } while (cursor.TakeCommaOrPassEnd<']'>());
-    return cursor.GetPlace();
+    return ReadBodies<MostLists>(bracket, shape, &vector);
 }
 
 template <class Rules>

@@ -120,8 +120,8 @@ void BasicDataSourceReader<Rules>::ReadBody(const ClassShape& shape, char* data)
     for (ssize_t i = 0; model != nullptr && i < GetModelFieldCount(*model); ++i)
         if (const ReflectedModelField& field = model->m_modelFields[i]; IsPresent(field))
             fields.emplace_back(shape.GetModelType(i), shape.m_model.m_offset + field.m_offset);
-    for (ssize_t i = 0; i < GetOrdinaryFieldCount(shape.m_rc); ++i)
-        fields.emplace_back(shape.GetOrdinaryType(i), shape.m_rc.m_fields[i].m_offset);
+    for (ssize_t i = 0; i < GetOrdinaryFieldCount(*shape.m_rc); ++i)
+        fields.emplace_back(shape.GetOrdinaryType(i), shape.m_rc->m_fields[i].m_offset);
     ReadItems(TOKEN_LEFT_PAREN, static_cast<ssize_t>(fields.size()),
               [&](ssize_t i, const char*& item)
               {

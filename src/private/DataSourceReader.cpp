@@ -304,8 +304,8 @@ void BasicDataSourceReader<Rules>::NoteMember([[maybe_unused]] Members& written,
         {
             const ssize_t numModelFields = CountModelFields(shape.m_model);
             const ConstStringZ name = member < numModelFields ? shape.m_model.m_class->m_modelFields[member].m_name
-                                                              : shape.m_rc.m_fields[member - numModelFields].m_name;
-            ThrowAbout(place, "Member '", name, "' of class ", shape.m_rc.m_name, " is written twice");
+                                                              : shape.m_rc->m_fields[member - numModelFields].m_name;
+            ThrowAbout(place, "Member '", name, "' of class ", shape.m_rc->m_name, " is written twice");
         }
         written.Add(member);
     }
@@ -324,7 +324,7 @@ void BasicDataSourceReader<Rules>::RequireMembers([[maybe_unused]] const Members
             return;
         for (ssize_t i = 0; i < GetModelFieldCount(*model); ++i)
             if (model->m_rules[i].m_isRequired && !written.Has(i))
-                ThrowAbout(place, "Member '", model->m_modelFields[i].m_name, "' of class ", shape.m_rc.m_name,
+                ThrowAbout(place, "Member '", model->m_modelFields[i].m_name, "' of class ", shape.m_rc->m_name,
                            " is required");
     }
 }
@@ -376,15 +376,6 @@ template <class Rules>
         return true;
     }
     case FT_VECTOR:
-        // Deep nesting is most often of these: a frame less.
-        if (const ReflectionByteCode elementType = type.GetTypeBehindByte();
-            !Rules::s_isRuled && bracket == '[' && elementType.GetCode() == FT_CLASS)
-            if (const ReflectedClass* const rc = elementType.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
-            {
-                cursor.Load(ReadInstances(op, *rc, *reinterpret_cast<VectorOfByte*>(data)));
-                return true;
-            }
-        [[fallthrough]];
     case FT_DYNARRAY:
         if (bracket != '[') [[unlikely]]
             return false;
@@ -403,16 +394,40 @@ template <class Rules>
 [[gnu::always_inline]] inline void BasicDataSourceReader<Rules>::ReadBehind(FastCursor& cursor,
                                                                             const ReflectionByteCode& type, char* data)
 {
-    const bool isRead = type.m_bc != nullptr &&
-                        WithSimpleType(
-                            type.GetCode(),
-                            [&](auto simple) __attribute__((always_inline)) {
-                                return simple.TryRead(cursor, [data] { return static_cast<void*>(data); });
-                            },
-                            [&]() __attribute__((always_inline)) { return TryReadNesting(cursor, type, data); });
+    bool isRead = false;
+    if (type.m_bc != nullptr) [[likely]]
+    {
+        if (const auto code = static_cast<std::size_t>(type.GetCode()); code < s_simpleReads.size())
+        {
+            const Place behind = s_simpleReads[code](m_cursor, cursor.GetOperator(), data);
+            isRead = behind.m_start != nullptr;
+            if (isRead)
+                cursor.Load(behind);
+        }
+        else
+            isRead = TryReadNesting(cursor, type, data);
+    }
     if (!isRead) [[unlikely]]
         cursor.Load(ReadUnusual(cursor.GetOperator(), type, data));
 }
+
+namespace
+{
+
+// The class of the elements where a list of instances follows; null where anything else does.
+inline const ReflectedClass* FindListedClass(const FastCursor& cursor, const ReflectionByteCode& type)
+{
+    if (type.m_bc == nullptr || type.GetCode() != FT_VECTOR)
+        return nullptr;
+    const char* const next = cursor.FindNext();
+    const ReflectionByteCode elementType = type.GetTypeBehindByte();
+    if (next == cursor.GetEnd() || *next != '[' || elementType.GetCode() != FT_CLASS)
+        return nullptr;
+    const ReflectedClass* const rc = elementType.GetReflectedClass();
+    return rc != nullptr && rc->m_size > 0 ? rc : nullptr;
+}
+
+} // namespace
 
 // The same where it need not be inlined.
 template <class Rules>
@@ -437,7 +452,7 @@ inline Place BasicDataSourceReader<Rules>::ReadMember(FastCursor cursor, const R
                              [&]
                              {
                                  if (!facts.m_check(data))
-                                     ThrowAbout(begin, "Member '", facts.m_name, "' of class ", shape.m_rc.m_name,
+                                     ThrowAbout(begin, "Member '", facts.m_name, "' of class ", shape.m_rc->m_name,
                                                 " refuses ", ShownValue({begin, behind.m_start}));
                              });
         return behind;
@@ -451,7 +466,7 @@ inline Place BasicDataSourceReader<Rules>::ReadMember(FastCursor cursor, const R
 // --- Class bodies ----------------------------------------------------------------------------------------------------
 
 template <class Rules>
-BasicDataSourceReader<Rules>::ClassShape::ClassShape(const ReflectedClass& rc) : m_rc(rc), m_model(FindClassModel(rc))
+BasicDataSourceReader<Rules>::ClassShape::ClassShape(const ReflectedClass& rc) : m_rc(&rc), m_model(FindClassModel(rc))
 {
     static constexpr KnownText s_noName;
     const FieldIndex* const index = m_model.m_class != nullptr ? GetFieldIndex(*m_model.m_class) : nullptr;
@@ -478,7 +493,7 @@ template <class Rules>
 void BasicDataSourceReader<Rules>::ReadInstance(const ClassShape& shape, char* data)
 {
     if (m_cursor.Is(TOKEN_IDENTIFIER))
-        ReadClassName(shape.m_rc);
+        ReadClassName(*shape.m_rc);
     if constexpr (Rules::s_goesOn)
         if (m_cursor.Is(TOKEN_LEFT_CURLY) || m_cursor.Is(TOKEN_LEFT_PAREN))
             return ReadBody(shape, data);
@@ -523,8 +538,8 @@ Place BasicDataSourceReader<Rules>::ReadFields(SubString parenthesis, const Clas
             if (const ReflectedModelField& field = shape.m_model.m_class->m_modelFields[i]; IsPresent(field))
                 read(shape.GetModelType(i), data + shape.m_model.m_offset + field.m_offset,
                      FieldFacts(*shape.m_model.m_class, i));
-    for (ssize_t i = 0; i < GetOrdinaryFieldCount(shape.m_rc); ++i)
-        read(shape.GetOrdinaryType(i), data + shape.m_rc.m_fields[i].m_offset, FieldFacts(shape.m_rc.m_fields[i]));
+    for (ssize_t i = 0; i < GetOrdinaryFieldCount(*shape.m_rc); ++i)
+        read(shape.GetOrdinaryType(i), data + shape.m_rc->m_fields[i].m_offset, FieldFacts(shape.m_rc->m_fields[i]));
     if (isFirst)
         cursor.MovePastOperator();
     cursor.TakeOperatorOrThrow<')'>();
@@ -532,47 +547,89 @@ Place BasicDataSourceReader<Rules>::ReadFields(SubString parenthesis, const Clas
     return cursor.GetPlace();
 }
 
-// A named body. Members are looked for behind the last one first: in declaration order each is found with one
-// comparison, and where its name ends is known with it.
 template <class Rules>
 Place BasicDataSourceReader<Rules>::ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data)
 {
-    if (IsStackLow())
-    {
-        Place behind;
-        CallOnFreshSegment([=, this, &shape, &behind] { behind = ReadMembers(curlyBracket, shape, data); });
-        return behind;
-    }
-    FastCursor cursor(m_cursor, curlyBracket);
-    cursor.MovePastOperator();
-    const KnownText* expected = shape.m_names;
-    ssize_t nextField = 0;
+    return ReadBodies<s_listsInBody>(curlyBracket, shape, data);
+}
+
+template <class Rules>
+template <ssize_t MostLists>
+[[gnu::noinline]] Place BasicDataSourceReader<Rules>::ReadBodiesOnFreshSegment(SubString bracket,
+                                                                               const ClassShape& shape, void* target)
+{
+    Place behind;
+    CallOnFreshSegment([=, this, &shape, &behind] { behind = ReadBodies<MostLists>(bracket, shape, target); });
+    return behind;
+}
+
+// A named body, or the list of instances behind a square bracket, which is not empty; and the lists of instances
+// inside, with a call for every so many of them that nest. Members are looked for behind the last one first: in
+// declaration order each is found with one comparison, and where its name ends is known with it.
+template <class Rules>
+template <ssize_t MostLists>
+Place BasicDataSourceReader<Rules>::ReadBodies(SubString bracket, const ClassShape& shape, void* target)
+{
+    if (IsStackLow()) [[unlikely]]
+        return ReadBodiesOnFreshSegment<MostLists>(bracket, shape, target);
+    FastCursor cursor(m_cursor, bracket);
+    Body body(shape, static_cast<char*>(target));
+    OpenLists<MostLists> lists;
     [[maybe_unused]] Members written;
+    const bool isList = *bracket.m_p1 == '[';
+    if (isList)
+    {
+        lists.Push({static_cast<VectorOfByte*>(target), body});
+        EnterElement(cursor, body, lists);
+        if (lists.IsEmpty())
+            return cursor.GetPlace();
+    }
+    else
+        cursor.MovePastOperator();
     while (true)
     {
-        const char* const past = expected->FindEnd(cursor.GetStart(), cursor.GetEnd());
+        const char* const past = body.m_expected->FindEnd(cursor.GetStart(), cursor.GetEnd());
         if (past != nullptr && (past == cursor.GetEnd() || !HasProperty(*past, text::CHAR_IDENTIFIER))) [[likely]]
         {
+            const ssize_t i = body.m_expected - body.m_shape.m_names;
             if constexpr (Rules::s_isRuled)
-                NoteMember(written, expected - shape.m_names, shape, cursor.GetStart());
+                NoteMember(written, i, body.m_shape, cursor.GetStart());
             if (!cursor.template TryTakeOperatorBehind<'='>(past)) [[unlikely]]
             {
                 PassName(cursor);
                 cursor.LoadOperator();
             }
-            const ssize_t i = expected++ - shape.m_names;
-            const ReflectedModelField& field = shape.m_model.m_class->m_modelFields[i];
-            char* const member = data + shape.m_model.m_offset + field.m_offset;
+            ++body.m_expected;
+            const ReflectedClass& model = *body.m_shape.m_model.m_class;
+            char* const member = body.m_data + body.m_shape.m_model.m_offset + model.m_modelFields[i].m_offset;
+            const ReflectionByteCode type = body.m_shape.GetModelType(i);
             if constexpr (Rules::s_isRuled)
-                cursor.Load(
-                    ReadMember(cursor, shape.GetModelType(i), member, shape, FieldFacts(*shape.m_model.m_class, i)));
+                cursor.Load(ReadMember(cursor, type, member, body.m_shape, FieldFacts(model, i)));
+            else if (const ReflectedClass* const rc = FindListedClass(cursor, type))
+                ReadListOf(*rc, *reinterpret_cast<VectorOfByte*>(member), cursor, body, lists);
             else
-                ReadBehind(cursor, shape.GetModelType(i), member);
+                ReadBehind(cursor, type, member);
             continue;
         }
         if (cursor.IsAt<'}'>())
-            break;
-        const FoundField found = FindField(cursor, shape, expected - shape.m_names, nextField, written);
+        {
+            if constexpr (Rules::s_isRuled)
+                RequireMembers(written, body.m_shape, cursor.GetStart());
+            cursor.TakeOperator<'}'>();
+            cursor.MovePastOperator();
+            if (lists.IsEmpty())
+                break;
+            if (cursor.template TakeCommaOrPassEnd<']'>())
+                EnterElement(cursor, body, lists);
+            else
+                body = lists.Pop().m_outer;
+            if (isList && lists.IsEmpty())
+                break;
+            written = {};
+            continue;
+        }
+        const FoundField found =
+            FindField(cursor, body.m_shape, body.m_expected - body.m_shape.m_names, body.m_nextField, written);
         if constexpr (Rules::s_isRuled)
             if (found.m_type.m_bc == nullptr)
             {
@@ -580,16 +637,57 @@ Place BasicDataSourceReader<Rules>::ReadMembers(SubString curlyBracket, const Cl
                 continue;
             }
         cursor.LoadOperator();
-        if (found.m_nextModelField <= shape.m_numNames)
-            expected = shape.m_names + found.m_nextModelField;
-        nextField = found.m_nextField;
-        cursor.Load(ReadMember(cursor, found.m_type, data + found.m_offset, shape, found.m_facts));
+        if (found.m_nextModelField <= body.m_shape.m_numNames)
+            body.m_expected = body.m_shape.m_names + found.m_nextModelField;
+        body.m_nextField = found.m_nextField;
+        cursor.Load(ReadMember(cursor, found.m_type, body.m_data + found.m_offset, body.m_shape, found.m_facts));
     }
-    if constexpr (Rules::s_isRuled)
-        RequireMembers(written, shape, cursor.GetStart());
-    cursor.TakeOperator<'}'>();
-    cursor.MovePastOperator();
     return cursor.GetPlace();
+}
+
+// The list of instances that follows: up to its first body, or past it.
+template <class Rules>
+template <class Lists>
+[[gnu::always_inline]] inline void BasicDataSourceReader<Rules>::ReadListOf(const ReflectedClass& rc,
+                                                                            VectorOfByte& vector, FastCursor& cursor,
+                                                                            Body& body, Lists& lists)
+{
+    const char* const bracket = cursor.FindNext();
+    if (lists.IsFull())
+        return cursor.Load(ReadInstances<s_listsInList>({bracket, bracket + 1}, rc, vector));
+    lists.Push({&vector, body});
+    if (&rc != body.m_shape.m_rc)
+        body.m_shape = ClassShape(rc);
+    cursor.template TakeOperatorAt<'['>(bracket);
+    if (cursor.template TryPassEmpty<']'>())
+        body = lists.Pop().m_outer;
+    else
+        EnterElement(cursor, body, lists);
+}
+
+// From the operator before an element of the innermost list into its body. Where no body follows any more: past the
+// list, back to the body in which it stands.
+template <class Rules>
+template <class Lists>
+[[gnu::always_inline]] inline void BasicDataSourceReader<Rules>::EnterElement(FastCursor& cursor, Body& body,
+                                                                              Lists& lists)
+{
+    do
+    {
+        cursor.GoHomeToNext();
+        m_cursor.ShowBehind(cursor.GetOperator());
+        char* const instance =
+            static_cast<char*>(PushBackDefaultConstructedInstance(*body.m_shape.m_rc, *lists.GetLast().m_vector));
+        if (m_cursor.Is(TOKEN_LEFT_CURLY)) [[likely]]
+        {
+            cursor.LoadOperator();
+            cursor.MovePastOperator();
+            return body.Begin(instance);
+        }
+        ReadInstance(body.m_shape, instance);
+        cursor.Load();
+    } while (cursor.template TakeCommaOrPassEnd<']'>());
+    body = lists.Pop().m_outer;
 }
 
 // To the equals sign behind the name at which the cursor is.
@@ -621,7 +719,7 @@ typename BasicDataSourceReader<Rules>::FoundField BasicDataSourceReader<Rules>::
     }
     else
     {
-        const ssize_t f = FindOrdinaryField(shape.m_rc, name, nextField);
+        const ssize_t f = FindOrdinaryField(*shape.m_rc, name, nextField);
         if constexpr (Rules::s_isRuled)
         {
             if (f < 0 && m_rules.m_options.m_passesUnknown)
@@ -634,10 +732,10 @@ typename BasicDataSourceReader<Rules>::FoundField BasicDataSourceReader<Rules>::
                 NoteMember(written, CountModelFields(shape.m_model) + f, shape, name.m_p1);
         }
         if (f < 0)
-            ThrowUnknown("member", name, "class", shape.m_rc.m_name, name.m_p1);
-        found.m_facts = FieldFacts(shape.m_rc.m_fields[f]);
+            ThrowUnknown("member", name, "class", shape.m_rc->m_name, name.m_p1);
+        found.m_facts = FieldFacts(shape.m_rc->m_fields[f]);
         found.m_type = shape.GetOrdinaryType(f);
-        found.m_offset = shape.m_rc.m_fields[f].m_offset;
+        found.m_offset = shape.m_rc->m_fields[f].m_offset;
         found.m_nextField = f + 1;
     }
     if (!m_cursor.Is(TOKEN_EQUAL))

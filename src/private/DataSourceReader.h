@@ -12,6 +12,7 @@
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/xvector.h>
 
+#include <memory>
 #include <optional>
 #include <span>
 
@@ -60,7 +61,7 @@ private:
     {
         explicit ClassShape(const ReflectedClass& rc);
 
-        const ReflectedClass& m_rc;
+        const ReflectedClass* m_rc;
         ClassModel m_model;
         const KnownText* m_names; // of the model's fields, and one that is none behind them
         ssize_t m_numNames;
@@ -68,8 +69,58 @@ private:
         ReflectionByteCode GetModelType(ssize_t i) const;
         ReflectionByteCode GetOrdinaryType(ssize_t i) const
         {
-            return {m_rc.m_fields[i].m_bc, m_rc.m_stringTable, nullptr};
+            return {m_rc->m_fields[i].m_bc, m_rc->m_stringTable, nullptr};
         }
+    };
+
+    // A class body that is being read: of which class, into what, and the members that are expected next.
+    struct Body
+    {
+        ClassShape m_shape;
+        char* m_data;
+        const KnownText* m_expected;
+        ssize_t m_nextField;
+
+        Body(const ClassShape& shape, char* data) : m_shape(shape) { Begin(data); }
+
+        // Another one of the same class.
+        void Begin(char* data)
+        {
+            m_data = data;
+            m_expected = m_shape.m_names;
+            m_nextField = 0;
+        }
+    };
+
+    // A list of instances that is being read, and the body in which it stands.
+    struct OpenList
+    {
+        VectorOfByte* m_vector;
+        Body m_outer;
+    };
+
+    // Those of one call, the innermost last: one, or many where lists nest in lists, so that all else has small frames.
+    static constexpr ssize_t s_listsInBody = 1;
+    static constexpr ssize_t s_listsInList = Rules::s_isRuled ? 1 : 16;
+
+    template <ssize_t Most>
+    class OpenLists
+    {
+    public:
+        OpenLists() {} // nothing is initialised
+
+        bool IsEmpty() const { return m_count == 0; }
+        bool IsFull() const { return m_count == Most; }
+        void Push(const OpenList& list) { std::construct_at(&m_lists[m_count++], list); }
+        const OpenList& GetLast() const { return m_lists[m_count - 1]; }
+        const OpenList& Pop() { return m_lists[--m_count]; }
+
+    private:
+        ssize_t m_count = 0;
+        union
+        {
+            OpenList m_lists[Most];
+        };
     };
 
     using FieldFacts = typename Rules::FieldFacts;
@@ -129,6 +180,15 @@ private:
 
     text::Place ReadFields(SubString parenthesis, const ClassShape& shape, char* data);
     text::Place ReadMembers(SubString curlyBracket, const ClassShape& shape, char* data);
+    template <ssize_t MostLists>
+    text::Place ReadBodies(SubString bracket, const ClassShape& shape, void* target);
+    template <ssize_t MostLists>
+    text::Place ReadBodiesOnFreshSegment(SubString bracket, const ClassShape& shape, void* target);
+    template <class Lists>
+    [[gnu::always_inline]] inline void ReadListOf(const ReflectedClass& rc, VectorOfByte& vector,
+                                                  text::FastCursor& cursor, Body& body, Lists& lists);
+    template <class Lists>
+    [[gnu::always_inline]] inline void EnterElement(text::FastCursor& cursor, Body& body, Lists& lists);
     void PassName(const text::FastCursor& cursor);
     void NoteMember(Members& written, ssize_t member, const ClassShape& shape, const char* place) const;
     void RequireMembers(const Members& written, const ClassShape& shape, const char* place) const;
@@ -138,6 +198,7 @@ private:
     [[gnu::always_inline]] inline text::Place ReadAllElements(SubString bracket, const ReflectionByteCode& elementType,
                                                               VectorOfByte& vector);
     text::Place ReadElements(SubString bracket, const ReflectionByteCode& elementType, VectorOfByte& vector);
+    template <ssize_t MostLists = s_listsInBody>
     text::Place ReadInstances(SubString bracket, const ReflectedClass& rc, VectorOfByte& vector);
     text::Place ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector);
     text::Place ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector);

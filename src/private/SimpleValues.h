@@ -13,6 +13,8 @@
 #include <klUtils/text/private/TypedReads.h>
 #include <klUtils/xstring.h>
 
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <new>
 
@@ -129,7 +131,7 @@ void ReadText16(text::Cursor& cursor, xstring16& dst);
 
 // Calls use(a type of those above) for the type of a code, and returns what it does; of any other code useNone().
 template <class Use, class UseNone>
-[[gnu::always_inline]] inline auto WithSimpleType(ETypeByteCode code, Use use, UseNone useNone)
+[[gnu::always_inline]] constexpr auto WithSimpleType(ETypeByteCode code, Use use, UseNone useNone)
 {
     switch (code)
     {
@@ -156,6 +158,28 @@ constexpr bool IsSimple(ETypeByteCode code)
 {
     return FT_BOOL <= code && code <= FT_STRING16 && code != FT_INT128 && code != FT_UINT128;
 }
+
+// A value behind an operator, read in registers: the place behind it, or null where something is unusual. These are
+// functions of their own, so that what nests has small frames.
+using SimpleRead = text::Place (*)(text::Cursor& home, SubString op, void* data);
+
+template <class Type>
+text::Place TryReadBehind(text::Cursor& home, SubString op, void* data)
+{
+    text::FastCursor cursor(home, op);
+    return Type::TryRead(cursor, [data] { return data; }) ? cursor.GetPlace() : text::Place();
+}
+
+// By the types' codes, of which those up to the last simple one that are not simple are always unusual.
+inline constexpr auto s_simpleReads = []
+{
+    std::array<SimpleRead, FT_STRING16 + 1> reads{};
+    for (std::size_t code = 0; code < reads.size(); ++code)
+        reads[code] = WithSimpleType(
+            static_cast<ETypeByteCode>(code), [](auto type) -> SimpleRead { return TryReadBehind<decltype(type)>; },
+            []() -> SimpleRead { return [](text::Cursor&, SubString, void*) { return text::Place(); }; });
+    return reads;
+}();
 
 // The elements of a list that is not empty, behind its bracket, in a loop that does not look at the type again. An
 // element is there, and as it is by default, before its value is looked at.

@@ -32,7 +32,19 @@ std::size_t ToSize(ssize_t bytes)
 // An array without elements may have no address.
 void SetZero(char* p, ssize_t bytes)
 {
-    if (bytes > 0)
+    // Most elements are of few bytes: blocks that overlap.
+    constexpr ssize_t block = 16;
+    if (block <= bytes && bytes <= 4 * block)
+    {
+        std::memset(p, 0, block);
+        std::memset(p + bytes - block, 0, block);
+        if (bytes > 2 * block)
+        {
+            std::memset(p + block, 0, block);
+            std::memset(p + bytes - 2 * block, 0, block);
+        }
+    }
+    else if (bytes > 0)
         std::memset(p, 0, ToSize(bytes));
 }
 

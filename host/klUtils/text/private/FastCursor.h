@@ -99,6 +99,14 @@ public:
         m_past = m_start + 1;
     }
 
+    // The same for one that begins at `op`.
+    template <char C>
+    void TakeOperatorAt(const char* op)
+    {
+        m_start = m_previous = op;
+        TakeOperator<C>();
+    }
+
     // The same where another token may be; throws there.
     template <char C>
     [[gnu::always_inline]] void TakeOperatorOrThrow()
