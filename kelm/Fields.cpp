@@ -10,6 +10,8 @@
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/text/private/TypedReads.h>
 
+#include <cstring>
+
 namespace kelm
 {
 
@@ -97,7 +99,7 @@ private:
         cursor.Next();
         if (type.m_bc != nullptr && type.GetCode() == FT_DYNARRAY && cursor.Is(TOKEN_LEFT_SQUARE))
             cursor.Next();
-        m_index = evaluation::GetWay(m_slot) == Way::Keys ? ReadKey(cursor) : Scalar(text::ReadNumber<int32>(cursor));
+        m_index = evaluation::GetWayFrom(type) == Way::Keys ? ReadKey(cursor) : Scalar(text::ReadNumber<int32>(cursor));
         if (!cursor.Is(TOKEN_RIGHT_SQUARE))
             cursor.ThrowExpected("]");
         m_place = PlaceOf(cursor.GetText());
@@ -164,6 +166,27 @@ bool IsSameScalar(const ReflectionByteCode& a, const uint8* b)
     return *a.m_bc == *b && GetTypeCode(a).m_kind == VK_SCALAR;
 }
 
+template <class T>
+bool TryStoreNumber(void* data, const Scalar& value)
+{
+    T number;
+    if (Convert(value, number) != Fit::Fits)
+        return false;
+    std::memcpy(data, &number, sizeof number);
+    return true;
+}
+
+// Of what may be written.
+bool TryStore(const PathEnd& end, const Scalar& value)
+{
+    switch (static_cast<int>(end.m_type.GetCode()))
+    {
+    case FT_INT32: return TryStoreNumber<int32>(end.m_data, value);
+    case FT_FLOAT64: return TryStoreNumber<float64>(end.m_data, value);
+    default: return GetTypeCode(end.m_type).m_passedAs == 0 && StoreScalar(end.m_type, end.m_data, value) == Fit::Fits;
+    }
+}
+
 bool Finish(Error error, Result<void>* result)
 {
     if (result == nullptr)
@@ -216,7 +239,7 @@ bool GetField(const FieldStart& start, std::string_view path, const UsedType& wa
 bool SetField(const FieldStart& start, std::string_view path, const Scalar& value, Result<void>* result)
 {
     if (const PathEnd end = FindSoon(start, path, true); end.m_data != nullptr) [[likely]]
-        if (GetTypeCode(end.m_type).m_passedAs == 0 && StoreScalar(end.m_type, end.m_data, value) == Fit::Fits)
+        if (TryStore(end, value)) [[likely]]
             return true;
     return AlongPath(path, result, [&](PathText& text) { return text.Store(start, {.m_scalar = value}); });
 }

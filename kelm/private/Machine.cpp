@@ -277,6 +277,8 @@ public:
         std::size_t length = 0;
         if (list->m_kind != Kind::Place)
             return Fail(m_failure, ErrorKind::Type, "No list but " + NameOfType(*list));
+        if (!GoToList(*list, m_failure))
+            return false;
         if (!GetLength(*list, length, m_failure))
             return Fail(m_failure, ErrorKind::Type, "No list but " + NameOfType(*list));
         const auto function = static_cast<ListFunction>(op.m_count);

@@ -126,9 +126,9 @@ bool EnterChoices(Slot& slot, ReflectionByteCode& type)
     return !IsChoice(type);
 }
 
-PathSteps::Way GetWay(const Slot& slot)
+PathSteps::Way GetWayFrom(const ReflectionByteCode& type)
 {
-    return StepsFrom(slot, PathSteps::Access::Alter).GetWay();
+    return type.m_bc != nullptr ? PathSteps::GetWayFrom(type) : PathSteps::Way::Fields;
 }
 
 const ReflectedClass* GoToObject(Slot& slot, Failure& failure)
@@ -230,11 +230,12 @@ bool StepToElement(Slot& slot, const Scalar& index, Failure& failure)
     ReflectionByteCode type;
     if (slot.m_kind == Kind::Place && !EnterChoices(slot, type))
         return FailNothing(failure);
-    if (IsText(type) && !LoadPlace(slot, failure))
+    const auto way = slot.m_kind == Kind::Place ? GetWayFrom(type) : PathSteps::Way::Nowhere;
+    if (way == PathSteps::Way::Nowhere && IsText(type) && !LoadPlace(slot, failure))
         return false;
-    if (slot.m_kind == Kind::Place && GetWay(slot) == PathSteps::Way::Keys)
+    if (way == PathSteps::Way::Keys)
         return Try(failure, [&] { return StepToKey(slot, index, failure); });
-    if (slot.m_kind != Kind::Text && (slot.m_kind != Kind::Place || GetWay(slot) != PathSteps::Way::Elements))
+    if (slot.m_kind != Kind::Text && way != PathSteps::Way::Elements)
         return Fail(failure, ErrorKind::Type, "[] not available on " + NameOfType(slot));
     if (index.m_kind != Scalar::Kind::Int64)
         return FailMisfit(failure, index.m_kind == Scalar::Kind::UInt64 ? Fit::OutOfRange : Fit::OtherType,

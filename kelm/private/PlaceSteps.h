@@ -24,6 +24,9 @@ bool EnterChoice(Slot& slot);
 // Through all of them; the type is the underlying one of what is reached. False where there is nothing.
 bool EnterChoices(Slot& slot, ReflectionByteCode& type);
 
+// What can be done with that, which a place is then.
+PathSteps::Way GetWayFrom(const ReflectionByteCode& type);
+
 PathSteps StepsFrom(const Slot& slot, PathSteps::Access access);
 void TakeOver(Slot& slot, const PathSteps& steps);
 

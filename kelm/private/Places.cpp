@@ -477,7 +477,7 @@ bool StoreElement(const Slot& place, const Scalar& index, const Assigned& value,
     if (element.m_kind == Kind::Place && !EnterChoices(element, type))
         return FailNothing(failure);
     const Slot list = element;
-    if (list.m_kind == Kind::Place && GetWay(list) == PathSteps::Way::Keys)
+    if (list.m_kind == Kind::Place && GetWayFrom(type) == PathSteps::Way::Keys)
         return StoreEntry(list, index, value, checks, isIndexWrong, failure);
     if (!StepToElement(element, index, failure))
         return false;

@@ -39,6 +39,9 @@ bool ToScalar(const Slot& slot, Scalar& scalar, std::string& room, Failure& fail
 // then owns nothing, is where the way ends.
 bool TryGoToType(Slot& slot, const ReflectionByteCode& type);
 
+// A map becomes a list of its payloads, a set one of its elements, in their own order; every other value stays.
+bool GoToList(Slot& slot, Failure& failure);
+
 // How many elements a list or map has.
 bool GetLength(const Slot& slot, std::size_t& length, Failure& failure);
 
@@ -79,9 +82,6 @@ bool StoreElement(const Slot& place, const Slot& index, const Slot& value, const
 bool StepToMember(Slot& slot, std::string_view name, Checks& checks, Failure& failure);
 bool StepToElement(Slot& slot, const Slot& index, Failure& failure);
 bool StepToElement(Slot& slot, const Scalar& index, Failure& failure);
-
-// What can be done with a place, whose optionals have been entered.
-PathSteps::Way GetWay(const Slot& slot);
 
 // From a place to the object that it is or that its handle designates: the object's class, null where there is none.
 const ReflectedClass* GoToObject(Slot& slot, Failure& failure);

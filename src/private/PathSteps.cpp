@@ -15,37 +15,6 @@ namespace
 
 constexpr ConstStringZ s_sourceFile = "src/PathSteps";
 
-PathSteps::Way GetWayFrom(const ReflectionByteCode& type)
-{
-    switch (GetTypeCode(type).m_kind)
-    {
-    case VK_CLASS:
-    case VK_HANDLE:
-    case VK_PREF: return PathSteps::Way::Fields;
-    case VK_ARRAY:
-    case VK_VECTOR: return PathSteps::Way::Elements;
-    case VK_MAP: return PathSteps::Way::Keys;
-    case VK_NONE:
-    case VK_VOID:
-    case VK_SCALAR:
-    case VK_ENUM:
-    case VK_STRING8:
-    case VK_STRING16:
-    case VK_VARIANT:
-    case VK_SET: return PathSteps::Way::Nowhere;
-    case VK_FOREIGN: break;
-    }
-    const ForeignType& foreign = type.GetForeignType();
-    switch (foreign.GetForm())
-    {
-    case FF_LIST: return PathSteps::Way::Elements;
-    case FF_MAP: return PathSteps::Way::Keys;
-    case FF_TEXT:
-    case FF_CHOICE: break;
-    }
-    return PathSteps::Way::Nowhere;
-}
-
 // The payload of a key that is there, or null.
 void* FindPayload(const ReflectionByteCode& type, const void* map, const void* key)
 {
@@ -75,6 +44,37 @@ ReflectionByteCode GetPayloadType(const ReflectionByteCode& type)
 }
 
 } // namespace
+
+PathSteps::Way PathSteps::GetWayFrom(const ReflectionByteCode& type)
+{
+    switch (GetTypeCode(type).m_kind)
+    {
+    case VK_CLASS:
+    case VK_HANDLE:
+    case VK_PREF: return Way::Fields;
+    case VK_ARRAY:
+    case VK_VECTOR: return Way::Elements;
+    case VK_MAP: return Way::Keys;
+    case VK_NONE:
+    case VK_VOID:
+    case VK_SCALAR:
+    case VK_ENUM:
+    case VK_STRING8:
+    case VK_STRING16:
+    case VK_VARIANT:
+    case VK_SET: return Way::Nowhere;
+    case VK_FOREIGN: break;
+    }
+    const ForeignType& foreign = type.GetForeignType();
+    switch (foreign.GetForm())
+    {
+    case FF_LIST: return Way::Elements;
+    case FF_MAP: return Way::Keys;
+    case FF_TEXT:
+    case FF_CHOICE: break;
+    }
+    return Way::Nowhere;
+}
 
 ReflectionByteCode PathSteps::GetUnderlyingType() const
 {

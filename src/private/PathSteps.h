@@ -51,6 +51,7 @@ public:
         Keys,
     };
     Way GetWay() const;
+    static Way GetWayFrom(const ReflectionByteCode& type); // of that type, without what stands before it
 
     // From a handle to the object that it designates, which has no byte code then; from an instance nowhere. The class
     // of either; null where there is none.

@@ -1,5 +1,7 @@
 #include <kelm/Expression.h>
 #include <kelm/Scope.h>
+#include <klObject/containers/xmap.h>
+#include <klObject/containers/xset.h>
 #include <klObject/describe/Describe.h>
 
 #include <gtest/gtest.h>
@@ -7,7 +9,10 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace booth
@@ -55,12 +60,23 @@ bool IsPort(int port)
     return 0 < port && port < 65536;
 }
 
+struct Shelf
+{
+    std::map<std::string, double> prices = {{"a", 1.5}, {"b", 4.5}};
+    std::unordered_map<int, Line> byItem = {{1, {"tea", 2, 3}}, {2, {"pot", 2, 8}}};
+    std::set<int> marks = {3, 5};
+    kelm::xmap<kelm::xstring, kelm::int32> ours = {{"a", 10}, {"b", 20}};
+    kelm::xset<kelm::int32> ourMarks = {1, 2};
+    std::optional<std::map<int, int>> more;
+};
+
 } // namespace booth
 
 KELM_DESCRIBE_ENUM(booth::State, open, paid)
 KELM_DESCRIBE(booth::Line, item, quantity, price)
 KELM_CLASS(booth::Order, KELM_MODEL(customer), KELM_MODEL(lines), KELM_MODEL(discount), KELM_MODEL(rates),
            KELM_MODEL(state), KELM_MODEL(extra), KELM_MODEL(port).Check(booth::IsPort), KELM_MODEL(flags))
+KELM_DESCRIBE(booth::Shelf, prices, byItem, marks, ours, ourMarks, more)
 
 namespace kelm
 {
@@ -212,6 +228,30 @@ TEST(BoundObjects, AreAssignedTo)
     EXPECT_EQ(order.rates.size(), 1u);
     EXPECT_EQ(TryEvaluate("order.state = 'closed'", scope).GetError().GetKind(), ErrorKind::Name);
     EXPECT_EQ(TryEvaluate("order.prot", scope).GetError().GetSuggestions(), std::vector<std::string>{"port"});
+}
+
+// Of maps the payloads, of sets the elements.
+TEST(BoundObjects, OfEveryContainerAreGoneThrough)
+{
+    booth::Shelf shelf;
+    Scope scope;
+    scope.Bind("shelf", shelf).Bind("fixed", std::as_const(shelf));
+    scope.Define("copy", [&] { return shelf; });
+    constexpr Row rows[] = {
+        {"sum(shelf.prices, p, p)", "6.0"},
+        {"sum(shelf.byItem, l, l.quantity * l.price)", "22.0"},
+        {"sum(shelf.marks, m, m)", "8"},
+        {"any(shelf.marks, m, m == 5) && !any(shelf.marks, m, m == 4)", "true"},
+        {"count(fixed.prices, p, p > 1.5)", "1"},
+        {"sum(shelf.ours, x, x)", "30"},
+        {"all(shelf.ourMarks, x, x > 0)", "true"},
+        {"sum(shelf.byItem, l, count(shelf.prices, p, p < l.price))", "3"},
+        {"sum(copy().prices, p, p)", "6.0"},
+        {"sum(shelf.more, p, p)", "3 1 null dereference"},
+        {"sum(shelf.marks, m, m.x)", "2 23 . not available on integer"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;
 }
 
 TEST(BoundObjects, AreParameters)
