@@ -502,6 +502,28 @@ TEST_F(DataSource, SetRefusesTrailingText)
     EXPECT_EQ(TextOfFile(File()), text);
 }
 
+TEST_F(DataSource, SetWritesJson)
+{
+    EXPECT_EQ(RunOn("tool::Note {}", {"set", "FILE", ".text", "\"x\"", "--json"}),
+              (ProgramResult{0, "{\n  \"$class\": \"tool::Note\",\n  \"text\": \"x\",\n  \"next\": null\n}\n", ""}));
+    EXPECT_EQ(TextOfFile(File()), "tool::Note {}");
+}
+
+// --- What is no text
+
+TEST_F(DataSource, RefusesWhatIsNoText)
+{
+    const std::string binary("tool::Note { \xFF\xFE\0 and more", 25);
+    const std::vector<std::vector<std::string>> commands = {
+        {"check", "FILE"},        {"print", "FILE"},
+        {"get", "FILE", ".text"}, {"set", "FILE", ".text", "\"\""},
+        {"each", "it", "FILE"},   {"eval", "1", "--data", "FILE"},
+    };
+    for (const std::vector<std::string>& arguments : commands)
+        EXPECT_EQ(RunOn(binary, arguments),
+                  (ProgramResult{1, "", "kelmscript: error: cannot read FILE: it is no text\n"}));
+}
+
 // --- get --raw
 
 TEST_F(DataSource, GetWritesRawValues)

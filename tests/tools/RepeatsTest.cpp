@@ -38,6 +38,7 @@ TEST(Repeats, AreThoseOfOneBodyOutsideQuotesAndComments)
              "tool::Note { text = \"text = \\\" { text = \" next = null }",
              "tool::Note { text = \"\\\\\" next = null }",
              "tool::Note { text = \"a\" // text = {\n /* text = \"b\" */ next = null\n# text = 1\n}",
+             "tool::Note { text /* of the note */ = \"a\" next /* one */ = null }",
              "tool::Scene { letter = '\"' title = \"'\" tags = [\"tags = \"] }",
              "tool::Scene { letter = '{' notes = [tool::Note { text = \"\" }, tool::Note { text = \"\" }] }",
              "tool::Note { text = \"a\" } tool::Note { text = \"a\" text = \"b\" }",

@@ -6,6 +6,8 @@
 #include <klUtils/text/private/Space.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -55,17 +57,44 @@ const char* PastComment(const char* p, const char* end)
     return past != nullptr ? past : end;
 }
 
-// The identifier that ends before an equals sign, white space aside; comments there hide it.
-std::string_view NameBefore(const char* begin, const char* equal)
+// A member's name, known by where it ends: most are told apart by their last letters.
+struct Name
 {
-    const char* past = equal;
-    while (past != begin && text::Spaces::In(past[-1]))
-        --past;
-    const char* start = past;
-    while (start != begin && IsIdentifierCharacter(start[-1]))
-        --start;
-    return {start, static_cast<std::size_t>(past - start)};
-}
+    // The identifier before an equals sign, white space aside; comments there hide it.
+    Name(const char* begin, const char* equal) : m_begin(begin), m_past(equal)
+    {
+        while (m_past != begin && text::Spaces::In(m_past[-1]))
+            --m_past;
+    }
+
+    // Of the text in which it is.
+    bool HasBefore(std::ptrdiff_t i) const { return m_past - m_begin > i && IsIdentifierCharacter(m_past[-1 - i]); }
+
+    std::string_view Get() const
+    {
+        std::ptrdiff_t size = 0;
+        while (HasBefore(size))
+            ++size;
+        return {m_past - size, static_cast<std::size_t>(size)};
+    }
+
+    friend bool operator==(const Name& a, const Name& b)
+    {
+        if (a.m_past[-1] != b.m_past[-1]) // a bracket stands before every member
+            return false;
+        std::ptrdiff_t i = 0;
+        while (a.HasBefore(i) && b.HasBefore(i))
+        {
+            if (a.m_past[-1 - i] != b.m_past[-1 - i])
+                return false;
+            ++i;
+        }
+        return i > 0 && a.HasBefore(i) == b.HasBefore(i);
+    }
+
+    const char* m_begin; // of the text
+    const char* m_past;
+};
 
 // The members of the bodies that are open, the innermost last.
 class Bodies
@@ -75,9 +104,9 @@ public:
 
     void Open() { m_begins.push_back(m_members.size()); }
 
-    void Add(std::string_view member)
+    void Add(const Name& member)
     {
-        if (!m_begins.empty() && !member.empty())
+        if (!m_begins.empty())
             m_members.push_back(member);
     }
 
@@ -85,9 +114,9 @@ public:
     {
         if (m_begins.empty())
             return;
-        const auto begin = m_members.begin() + static_cast<std::ptrdiff_t>(m_begins.back());
+        const Iterator begin = m_members.begin() + static_cast<std::ptrdiff_t>(m_begins.back());
         constexpr std::ptrdiff_t few = 12;
-        if (m_members.end() - begin <= few)
+        if (m_members.cend() - begin <= few)
             CompareAll(begin);
         else
             SortAndCompare(begin);
@@ -104,22 +133,24 @@ public:
     }
 
 private:
-    using Iterator = std::vector<std::string_view>::iterator;
+    using Iterator = std::vector<Name>::const_iterator;
 
     void CompareAll(Iterator begin)
     {
-        for (Iterator i = begin; i != m_members.end(); ++i)
+        for (Iterator i = begin; i != m_members.cend(); ++i)
             if (const Iterator former = std::find(begin, i, *i); former != i)
-                Warn(*former, *i);
+                Warn(former->Get(), i->Get());
     }
 
     void SortAndCompare(Iterator begin)
     {
-        std::vector<std::string_view> sorted(begin, m_members.end());
+        std::vector<std::string_view> sorted;
+        std::transform(begin, m_members.cend(), std::back_inserter(sorted),
+                       [](const Name& name) { return name.Get(); });
         std::stable_sort(sorted.begin(), sorted.end());
         std::vector<std::pair<std::string_view, std::string_view>> repeats;
         for (std::size_t i = 1, first = 0; i < sorted.size(); ++i)
-            if (sorted[i] == sorted[first])
+            if (sorted[i] == sorted[first] && !sorted[i].empty())
                 repeats.emplace_back(sorted[first], sorted[i]);
             else
                 first = i;
@@ -146,7 +177,7 @@ private:
 
     const SourceText& m_source;
     std::size_t m_numRepeats = 0;
-    std::vector<std::string_view> m_members;
+    std::vector<Name> m_members;
     std::vector<std::size_t> m_begins;
 };
 
@@ -160,7 +191,7 @@ void WarnOfRepeats(const SourceText& source, std::size_t size)
     for (const char* p = begin; (p = text::FindFirst<Marks>(p, end)) != end;)
         switch (*p)
         {
-        case '=': bodies.Add(NameBefore(begin, p++)); break;
+        case '=': bodies.Add(Name(begin, p++)); break;
         case '{':
             bodies.Open();
             ++p;
