@@ -1,7 +1,6 @@
 #include <klKelmScript/private/ReadingErrors.h>
 
 #include <klKelmScript/private/DataSourceReader.h>
-#include <klUtils/KelmAssertionError.h>
 #include <klUtils/text/private/Scan.h>
 
 #include <algorithm>
@@ -96,22 +95,22 @@ private:
 
 void ReadingErrors::Add(const LexScannerException& error)
 {
-    Add(std::string(error.m_description.view()), error.m_pos, false);
+    Add(std::string(error.m_description.view()), error.m_pos, std::nullopt);
 }
 
 void ReadingErrors::Add(const KelmAssertionError& error, const char* previous)
 {
     m_about = nullptr;
-    Add(error.what(), previous != nullptr ? previous : m_text.m_p1, true);
+    Add(error.what(), previous != nullptr ? previous : m_text.m_p1, error);
 }
 
-void ReadingErrors::Add(std::string message, const char* place, bool isAssertion)
+void ReadingErrors::Add(std::string message, const char* place, std::optional<KelmAssertionError> assertion)
 {
     const SubString token = TokenAt(place);
     m_about = nullptr;
     const bool isNew = m_errors.empty() || place > m_errors.back().m_place;
     if (isNew)
-        m_errors.push_back({std::move(message), place, token, isAssertion});
+        m_errors.push_back({std::move(message), place, token, std::move(assertion)});
     if (m_errors.size() == m_most || (!isNew && ++m_numRepeated == s_mostRepeated))
         throw Done();
 }
@@ -178,6 +177,16 @@ const char* ReadingErrors::FindMisfit(Brackets brackets, const char* from) const
     }
 }
 
+// Whether the innermost brackets may end before that token: it can be what follows a value in those around them.
+bool ReadingErrors::MayBeBehind(const char* from) const
+{
+    Tokens tokens(m_text, from);
+    const EToken kind = tokens.Next().m_kind;
+    if (IsClosing(kind) || m_open.size() < 2 || m_open[m_open.size() - 2] != TOKEN_LEFT_CURLY)
+        return true;
+    return kind == TOKEN_IDENTIFIER && tokens.Next().m_kind == TOKEN_EQUAL;
+}
+
 ReadingErrors::Resumption ReadingErrors::FindResumption(const Failure& failure) const
 {
     const text::Lexeme token = Tokens(m_text, failure.m_at).Next();
@@ -209,13 +218,14 @@ ReadingErrors::Resumption ReadingErrors::FindResumption(const Failure& failure) 
     const char* furthest = nullptr;
     for (const Guess& guess : guesses)
     {
-        if (guess.m_from == nullptr)
+        if (guess.m_from == nullptr || (guess.m_numKept < numOpen && !MayBeBehind(guess.m_from)))
             continue;
         Brackets brackets(m_open, guess.m_numKept);
         if (guess.m_missing != TOKEN_UNDEF)
             brackets.Push(guess.m_missing);
         const char* const misfit = FindMisfit(std::move(brackets), guess.m_from);
-        if (best == nullptr || misfit > furthest)
+        const bool isWorth = guess.m_missing == TOKEN_UNDEF || misfit > m_text.m_p2; // what is missing, fits wholly
+        if (best == nullptr || (isWorth && misfit > furthest))
         {
             best = &guess;
             furthest = misfit;

@@ -10,6 +10,7 @@
 #include <klKelmScript/api.h>
 #include <klObject/objects/IObject.h>
 #include <klUtils/BasicSubString.h>
+#include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
 #include <klUtils/text/EToken.h>
 #include <klUtils/text/ExpressionParser.h>
@@ -18,20 +19,19 @@
 #include <klUtils/xstring.h>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace kelm
 {
 
-class KelmAssertionError;
-
 struct ReadingError
 {
     std::string m_message;
     const char* m_place; // where the readers tell it
     SubString m_token;   // what is wrong
-    bool m_isAssertion;
+    std::optional<KelmAssertionError> m_assertion;
 };
 
 // The whole text as a data source, as ParseDataSource reads it. Gives its errors, the first of which is
@@ -109,9 +109,10 @@ private:
     class Tokens;
     class Brackets;
 
-    void Add(std::string message, const char* place, bool isAssertion);
+    void Add(std::string message, const char* place, std::optional<KelmAssertionError> assertion);
     SubString TokenAt(const char* place) const;
     const char* FindMisfit(Brackets brackets, const char* from) const;
+    bool MayBeBehind(const char* from) const;
     bool IsEntry(const char* item) const;
     Resumption Skip(const Failure& failure, const char* from, std::size_t depth) const;
 

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Check.h"
 #include "CompletionScripts.h"
 #include "DataSources.h"
 #include "Each.h"
@@ -128,6 +129,12 @@ constexpr OptionRow s_setOptions[] = {
 constexpr ArgumentRow s_checkArguments[] = {
     {"FILE", &Options::m_files, true, "Data sources; - is standard input"},
 };
+constexpr OptionRow s_checkOptions[] = {
+    {0, "--all", "", &Options::m_whole, "Warn of octets that are not UTF-8 too, and in files that fail"},
+    {0, "--json", "", &Options::m_json, "Write a JSON object a line for each file: all that is wrong with it",
+     "--sarif"},
+    {0, "--sarif", "", &Options::m_sarif, "Write all of it as SARIF 2.1.0, for code review"},
+};
 constexpr ArgumentRow s_typesArguments[] = {
     {"NAME", &Options::m_name, false, "A type or function, qualified or the last part of its name"},
 };
@@ -171,14 +178,12 @@ const CommandRow s_commands[] = {
   kelmscript repl --module ./libklExampleShapes.so --data garden.kds
   printf '1 + 2\n:type 1.5\n' | kelmscript repl
 )"},
-    {"check",
-     "Read data sources and report their errors",
-     "Reads every file and reports what is wrong with it, with the place and the nearest names. A member that is "
+    {"check", "Read data sources and report their errors",
+     "Reads every file and reports all that is wrong with it, with the place and the nearest names. A member that is "
      "written twice, and text behind the data source, are warnings.",
-     RunCheck,
-     s_checkArguments,
-     {},
+     RunCheck, s_checkArguments, s_checkOptions,
      R"(  kelmscript check --module ./libklExampleShapes.so scene.kds people.kds
+  kelmscript check --sarif *.kds > kelmscript.sarif
 )"},
     {"print",
      "Read a data source and write it back",

@@ -179,16 +179,6 @@ bool LoadFile(const Options& options, ETrailingText trailing, GcRoot& object)
     return file && LoadDataSource(file->Source(), trailing, object);
 }
 
-bool CheckFile(const std::string& path)
-{
-    const std::optional<NamedText> file = ReadFile(path);
-    GcRoot object;
-    const bool isRight = file && LoadDataSource(file->Source(), TRAILING_WARNS, object);
-    if (isRight)
-        PutLine(NameOfFile(path) + ": ok");
-    return isRight;
-}
-
 } // namespace
 
 bool TryWrite(const std::function<void()>& write)
@@ -213,24 +203,33 @@ bool TryWrite(const std::function<void()>& write)
     return false;
 }
 
-bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object)
+std::optional<Failure> TryLoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object)
 {
     const Progress progress("reading " + std::string(source.m_name));
     ExpressionParser parser;
-    const bool isLoaded = Read(source, parser,
-                               [&]
-                               {
-                                   object = ParseDataSource(parser);
-                                   if (trailing == TRAILING_FAILS)
-                                       RequireEnd(parser);
-                               });
-    if (!isLoaded)
-        return false;
+    std::optional<Failure> failure = Attempt(source, parser,
+                                             [&]
+                                             {
+                                                 parser.Init(source.View());
+                                                 object = ParseDataSource(parser);
+                                                 if (trailing == TRAILING_FAILS)
+                                                     RequireEnd(parser);
+                                             });
+    if (failure)
+        return failure;
     const auto end = static_cast<std::size_t>(parser.m_token.m_str.m_p1 - source.View().m_p1);
     WarnOfRepeats(source, end);
     if (parser.m_token.m_type != TOKEN_END)
         Report(SEV_WARNING, source, end, "the text after the data source is not read");
-    return true;
+    return std::nullopt;
+}
+
+bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object)
+{
+    const std::optional<Failure> failure = TryLoadDataSource(source, trailing, object);
+    if (failure)
+        Report(source, *failure);
+    return !failure;
 }
 
 EForm FormOf(const Options& options)
@@ -312,24 +311,6 @@ bool SetField(ptr<IObject> object, const std::string& path, const std::string& v
     if (isRead)
         fresh.Swap(field->m_data);
     return isRead;
-}
-
-int RunCheck(const Options& options)
-{
-    int exitCode = EXIT_OK;
-    std::optional<Progress> progress;
-    if (options.m_files.size() > 1)
-        progress.emplace("checking");
-    std::size_t numDone = 0;
-    for (const std::string& path : options.m_files)
-    {
-        if (!CheckFile(path))
-            exitCode = EXIT_FAILED;
-        if (progress)
-            progress->Tell(++numDone, options.m_files.size());
-        CollectGarbage();
-    }
-    return exitCode;
 }
 
 int RunPrint(const Options& options)

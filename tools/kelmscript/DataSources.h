@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Failure.h"
 #include "Options.h"
 
 #include <kelm/private/Source.h>
@@ -26,6 +27,9 @@ enum ETrailingText
 // Reads a data source; `object` then holds what it describes, which is null for the text "null". False, after the error
 // was reported, where it cannot be read.
 bool LoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object);
+
+// The same, where nothing is reported but warnings: how it failed, if it did.
+std::optional<Failure> TryLoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object);
 
 enum EForm
 {
@@ -56,8 +60,7 @@ std::optional<std::string> FieldText(ptr<IObject> object, const std::string& pat
 // with `replaces`, in place of that. False, after the error was reported, where it cannot be read.
 bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces);
 
-// `kelmscript check`, `print`, `get` and `set`
-int RunCheck(const Options& options);
+// `kelmscript print`, `get` and `set`
 int RunPrint(const Options& options);
 int RunGet(const Options& options);
 int RunSet(const Options& options);

@@ -33,6 +33,7 @@ struct Options
     bool m_compact = false;
     bool m_inPlace = false;
     bool m_replace = false;
+    bool m_sarif = false;
 };
 
 // The exit codes of the tool.

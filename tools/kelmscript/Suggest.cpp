@@ -7,14 +7,6 @@
 namespace kelm::tool
 {
 
-namespace
-{
-
-constexpr char s_noClasses[] =
-    "no class is registered yet: name the module that describes it by --module or in KELMSCRIPT_MODULES";
-
-} // namespace
-
 std::vector<Note> SuggestNames(const SourceText& source, const ParserBase& parser, const std::string& message,
                                std::size_t offset)
 {

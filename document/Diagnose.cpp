@@ -1,0 +1,142 @@
+#include <kelmDocument/Diagnose.h>
+
+#include <kelmDocument/private/ScanPartHere.h>
+
+#include <kelm/private/Source.h>
+#include <kelm/private/Suggest.h>
+#include <klKelmScript/private/ReadingErrors.h>
+
+#include <algorithm>
+#include <unordered_map>
+#include <utility>
+
+namespace kelm
+{
+
+namespace
+{
+
+class Diagnosis
+{
+public:
+    Diagnosis(std::string_view text, std::size_t most) : m_text(text), m_most(most) {}
+
+    std::vector<Diagnostic> Make()
+    {
+        FindErrors();
+        FindRepeatedMembers();
+        FindNoCharacters();
+        std::stable_sort(m_found.begin(), m_found.end(),
+                         [](const Diagnostic& a, const Diagnostic& b) { return a.m_place < b.m_place; });
+        return std::move(m_found);
+    }
+
+private:
+    std::size_t OffsetOf(const char* p) const { return static_cast<std::size_t>(p - m_text.data()); }
+    bool IsFull() const { return m_found.size() >= m_most; }
+
+    void Warn(std::string message, Span token, std::string note = {}, std::size_t notePlace = 0)
+    {
+        m_found.push_back({Severity::Warning, std::move(message), token.m_begin, token, std::move(note), notePlace});
+    }
+
+    void FindErrors()
+    {
+        const std::size_t begin = m_text.size() - WithoutByteOrderMark(m_text).size();
+        ptr<IObject> object;
+        SubString rest;
+        const SubString all{m_text.data() + begin, m_text.data() + m_text.size()};
+        for (const ReadingError& error : ReadAllErrors(all, m_most, object, rest))
+        {
+            Diagnostic diagnostic{Severity::Error,
+                                  error.m_message,
+                                  OffsetOf(error.m_place),
+                                  {OffsetOf(error.m_token.m_p1), OffsetOf(error.m_token.m_p2)},
+                                  {},
+                                  OffsetOf(error.m_token.m_p1)};
+            if (error.m_assertion)
+                diagnostic.m_note = Explain(*error.m_assertion);
+            else if (const auto unknown = FindUnknownName(error.m_message))
+            {
+                diagnostic.m_note = unknown->GetHint();
+                diagnostic.m_notePlace = LastPartOf(diagnostic.m_token);
+            }
+            m_found.push_back(std::move(diagnostic));
+        }
+        if (m_found.empty() && rest.m_p1 != rest.m_p2)
+        {
+            const Part part = ScanPart(m_text, OffsetOf(rest.m_p1));
+            Warn("the text after the data source is not read", part.m_span);
+        }
+    }
+
+    // Of a name, where its last part begins.
+    std::size_t LastPartOf(Span name) const
+    {
+        std::size_t last = name.m_begin;
+        for (std::size_t at = name.m_begin; at < name.m_end;)
+        {
+            const Part part = ScanPart(m_text, at);
+            if (part.Is(TOKEN_IDENTIFIER))
+                last = at;
+            at = part.m_span.m_end;
+        }
+        return last;
+    }
+
+    void FindRepeatedMembers()
+    {
+        using Places = std::unordered_map<std::string_view, std::size_t>;
+        std::vector<Places> open; // of members, in each of the open brackets
+        Span name;
+        for (std::size_t at = 0; at < m_text.size() && !IsFull();)
+        {
+            const Part part = ScanPart(m_text, at);
+            at = part.m_span.m_end;
+            if (part.IsPassed())
+                continue;
+            if (IsOpeningBracket(part.m_token))
+                open.emplace_back();
+            else if (IsClosingBracket(part.m_token) && !open.empty())
+                open.pop_back();
+            else if (part.Is(TOKEN_EQUAL) && !name.IsEmpty() && !open.empty())
+            {
+                const std::string_view member = name.In(m_text);
+                if (const auto [former, isNew] = open.back().emplace(member, name.m_begin); !isNew)
+                    Warn("member '" + std::string(member) + "' is written twice", name, "it is written here already",
+                         former->second);
+            }
+            name = part.Is(TOKEN_IDENTIFIER) ? part.m_span : Span();
+        }
+    }
+
+    // Once is enough.
+    void FindNoCharacters()
+    {
+        for (std::size_t at = 0; at < m_text.size() && !IsFull();)
+        {
+            if (static_cast<unsigned char>(m_text[at]) < 0x80)
+            {
+                ++at;
+                continue;
+            }
+            const Character character = FirstCharacter(m_text.substr(at));
+            if (character.m_codePoint < 0)
+                return Warn("the text is not valid UTF-8", {at, at + 1});
+            at += character.m_octets.size();
+        }
+    }
+
+    std::string_view m_text;
+    std::size_t m_most;
+    std::vector<Diagnostic> m_found;
+};
+
+} // namespace
+
+std::vector<Diagnostic> Diagnose(std::string_view text, std::size_t most)
+{
+    return Diagnosis(text, most).Make();
+}
+
+} // namespace kelm

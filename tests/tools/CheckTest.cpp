@@ -1,0 +1,110 @@
+// check: all that is wrong with files, in each of its forms, on the types of modules/ToolTypes.h.
+
+#include "Tool.h"
+
+#include <gmock/gmock.h>
+
+namespace kelm
+{
+
+namespace
+{
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class Check : public ::testing::Test
+{
+protected:
+    // What the tool writes for a file that holds `text`; the file's own name is "a b.kds" there.
+    ProgramResult RunOn(const std::string& text, std::vector<std::string> options)
+    {
+        const std::string file = m_folder.MakeFile("a b.kds", text);
+        options.insert(options.begin(), "check");
+        options.push_back(file);
+        ProgramResult result = RunToolWithTypes(options);
+        for (std::string* stream : {&result.m_output, &result.m_errors})
+            for (std::size_t at = stream->find(file); at != std::string::npos; at = stream->find(file))
+                stream->replace(at, file.size(), "a b.kds");
+        return result;
+    }
+
+    TemporaryFolder m_folder;
+};
+
+constexpr char s_wrong[] = "tool::Scene {\n"
+                           "    titel = 'ä'\n"
+                           "    title = 'ä' tiny = 1000\n"
+                           "    scores = [1, x, 3\n"
+                           "    note = null\n"
+                           "    area = 1\n"
+                           "}\n";
+
+TEST_F(Check, TellsEveryError)
+{
+    const ProgramResult result = RunOn(s_wrong, {});
+    EXPECT_EQ(result.m_exitCode, 1);
+    EXPECT_EQ(result.m_output, "");
+    EXPECT_THAT(result.m_errors, HasSubstr("a b.kds:2:11: error: Unknown member 'titel' of class tool::Scene\n"));
+    EXPECT_THAT(result.m_errors, HasSubstr("a b.kds:2:5: note: did you mean title?\n"));
+    EXPECT_THAT(result.m_errors, HasSubstr("a b.kds:3:24: error: Value 1000 is out of range of int8\n"));
+    EXPECT_THAT(result.m_errors, HasSubstr("a b.kds:4:18: error: Expected int32 when read x\n"));
+    EXPECT_THAT(result.m_errors, HasSubstr("a b.kds:5:5: error: Expected ] when read note\n"));
+    EXPECT_THAT(result.m_errors, HasSubstr("error: assertion failed: p (src/ParseDataSource:"));
+    std::size_t count = 0;
+    for (std::size_t at = 0; (at = result.m_errors.find(" error: ", at)) != std::string::npos; ++at)
+        ++count;
+    EXPECT_EQ(count, 5u) << result.m_errors;
+}
+
+TEST_F(Check, WarnsWhereItLooksAtAll)
+{
+    const std::string text = "tool::Scene { late = 1 late = 2 title = '\xff' } rest";
+    const ProgramResult plain = RunOn(text, {});
+    EXPECT_EQ(plain.m_output, "a b.kds: ok\n");
+    EXPECT_THAT(plain.m_errors, HasSubstr("a b.kds:1:24: warning: member 'late' is written twice\n"));
+    EXPECT_THAT(plain.m_errors, Not(HasSubstr("UTF-8")));
+    const ProgramResult all = RunOn(text, {"--all"});
+    EXPECT_EQ(all.m_exitCode, 0);
+    EXPECT_THAT(all.m_errors, HasSubstr("a b.kds:1:24: warning: member 'late' is written twice\n"));
+    EXPECT_THAT(all.m_errors, HasSubstr("a b.kds:1:42: warning: the text is not valid UTF-8\n"));
+    EXPECT_THAT(all.m_errors, HasSubstr("a b.kds:1:47: warning: the text after the data source is not read\n"));
+}
+
+TEST_F(Check, WritesJson)
+{
+    EXPECT_EQ(RunOn("tool::Scene { late = 1 }", {"--json"}),
+              (ProgramResult{0, "{\"file\":\"a b.kds\",\"ok\":true,\"diagnostics\":[]}\n", ""}));
+    EXPECT_EQ(RunOn("tool::Scene {\n  title = 'ä' tiny = 1000 laet = 1 }", {"--json"}),
+              (ProgramResult{1,
+                             "{\"file\":\"a b.kds\",\"ok\":false,\"diagnostics\":["
+                             "{\"severity\":\"error\",\"message\":\"Value 1000 is out of range of int8\",\"line\":2,"
+                             "\"column\":22,\"endLine\":2,\"endColumn\":26},"
+                             "{\"severity\":\"error\",\"message\":\"Unknown member 'laet' of class tool::Scene\","
+                             "\"line\":2,\"column\":27,\"endLine\":2,\"endColumn\":31,"
+                             "\"note\":\"did you mean late?\"}]}\n",
+                             ""}));
+    EXPECT_EQ(RunTool({"check", "--json", "--sarif", "x"}).m_exitCode, 2);
+}
+
+TEST_F(Check, WritesSarif)
+{
+    const ProgramResult result = RunOn("tool::Scene {\n  title = 'ä' tiny = 1000 }", {"--sarif"});
+    EXPECT_EQ(result.m_exitCode, 1);
+    EXPECT_THAT(result.m_output, HasSubstr("\"version\": \"2.1.0\""));
+    EXPECT_THAT(result.m_output, HasSubstr("\"columnKind\": \"unicodeCodePoints\""));
+    EXPECT_THAT(result.m_output, HasSubstr("          \"level\": \"error\",\n"
+                                           "          \"message\": {\n"
+                                           "            \"text\": \"Value 1000 is out of range of int8\"\n"));
+    EXPECT_THAT(result.m_output, HasSubstr("/a%20b.kds\"\n"));
+    EXPECT_THAT(result.m_output, HasSubstr("                  \"startLine\": 2,\n"
+                                           "                  \"startColumn\": 22,\n"
+                                           "                  \"endLine\": 2,\n"
+                                           "                  \"endColumn\": 26\n"));
+    EXPECT_THAT(RunOn("tool::Scene", {"--sarif"}).m_output, HasSubstr("\"results\": [],\n"));
+    EXPECT_THAT(RunTool({"check", "--sarif", "none.kds"}).m_output, HasSubstr("\"executionSuccessful\": false"));
+}
+
+} // namespace
+
+} // namespace kelm

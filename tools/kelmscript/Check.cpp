@@ -1,0 +1,305 @@
+// Files are read plainly. One that fails, or is asked to be looked at whole, is diagnosed; in one of three forms.
+
+#include "Check.h"
+
+#include "DataSources.h"
+#include "Diagnostics.h"
+#include "Files.h"
+#include "JsonText.h"
+#include "Output.h"
+#include "Progress.h"
+#include "Suggest.h"
+
+#include <kelm/private/Suggest.h>
+#include <kelmDocument/Diagnose.h>
+#include <klObject/objects/Collector.h>
+#include <klUtils/Version.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelm::tool
+{
+
+namespace
+{
+
+// What is wrong with a file.
+struct Findings
+{
+    std::string m_name;
+    std::vector<Diagnostic> m_diagnostics;
+    bool m_isRight = true;
+};
+
+std::vector<Note> NotesOf(const Diagnostic& diagnostic)
+{
+    if (const auto unknown = FindUnknownName(diagnostic.m_message);
+        unknown && unknown->m_isClass && unknown->m_existing.empty())
+        return {{std::string(s_noClasses), diagnostic.m_notePlace}};
+    if (diagnostic.m_note.empty())
+        return {};
+    return {{diagnostic.m_note, diagnostic.m_notePlace}};
+}
+
+// The diagnostics of a file, none where it need not be diagnosed; of one that is merely read, warnings are reported.
+std::vector<Diagnostic> DiagnosticsOf(const SourceText& source, bool isWhole)
+{
+    if (isWhole)
+        return Diagnose(source.m_text);
+    GcRoot object;
+    const std::optional<Failure> failure = TryLoadDataSource(source, TRAILING_WARNS, object);
+    if (!failure)
+        return {};
+    CollectGarbage();
+    std::vector<Diagnostic> diagnostics = Diagnose(source.m_text);
+    std::erase_if(diagnostics, [](const Diagnostic& d) { return d.m_severity == Severity::Warning; });
+    if (diagnostics.empty()) // there was no memory for it
+        diagnostics.push_back({Severity::Error, failure->m_message, failure->m_offset, {}, {}, 0});
+    return diagnostics;
+}
+
+// --- Forms
+
+class TextForm
+{
+public:
+    void Add(const Findings& findings, const SourceText& source) const
+    {
+        for (const Diagnostic& diagnostic : findings.m_diagnostics)
+        {
+            Report(diagnostic.m_severity == Severity::Error ? SEV_ERROR : SEV_WARNING, source, diagnostic.m_place,
+                   diagnostic.m_message);
+            for (const Note& note : NotesOf(diagnostic))
+                Report(SEV_NOTE, source, note.m_offset, note.m_message);
+        }
+        if (findings.m_diagnostics.size() >= s_mostDiagnostics)
+            ReportNote("what else is wrong with " + findings.m_name + " is not shown");
+        if (findings.m_isRight)
+            PutLine(findings.m_name + ": ok");
+    }
+    void AddUnreadable(const std::string&) const {}
+    void End() const {}
+};
+
+void PutSpan(JsonText& json, const SourceText& source, const Diagnostic& diagnostic, bool isSarif)
+{
+    const bool isAtEnd = diagnostic.m_token.IsEmpty();
+    const Place begin = PlaceOf(source, isAtEnd ? diagnostic.m_place : diagnostic.m_token.m_begin);
+    const Place end = isAtEnd ? begin : PlaceOf(source, diagnostic.m_token.m_end);
+    json.Name(isSarif ? "startLine" : "line");
+    json.Integer(begin.m_line);
+    json.Name(isSarif ? "startColumn" : "column");
+    json.Integer(begin.m_column);
+    json.Name("endLine");
+    json.Integer(end.m_line);
+    json.Name("endColumn");
+    json.Integer(end.m_column);
+}
+
+std::string_view LevelOf(const Diagnostic& diagnostic)
+{
+    return diagnostic.m_severity == Severity::Error ? "error" : "warning";
+}
+
+// One object a line for each file.
+class JsonForm
+{
+public:
+    void Add(const Findings& findings, const SourceText& source) const
+    {
+        JsonText json(JSON_COMPACT);
+        Begin(json, findings.m_name, findings.m_isRight);
+        for (const Diagnostic& diagnostic : findings.m_diagnostics)
+        {
+            json.BeginObject();
+            json.Name("severity");
+            json.Text(LevelOf(diagnostic));
+            json.Name("message");
+            json.Text(diagnostic.m_message);
+            PutSpan(json, source, diagnostic, false);
+            for (const Note& note : NotesOf(diagnostic))
+            {
+                json.Name("note");
+                json.Text(note.m_message);
+            }
+            json.EndObject();
+        }
+        End(json);
+    }
+    void AddUnreadable(const std::string& name) const
+    {
+        JsonText json(JSON_COMPACT);
+        Begin(json, name, false);
+        End(json);
+    }
+    void End() const {}
+
+private:
+    static void Begin(JsonText& json, const std::string& name, bool isRight)
+    {
+        json.BeginObject();
+        json.Name("file");
+        json.Text(name);
+        json.Name("ok");
+        json.Bool(isRight);
+        json.Name("diagnostics");
+        json.BeginArray();
+    }
+    static void End(JsonText& json)
+    {
+        json.EndArray();
+        json.EndObject();
+        PutLine(json.GetText());
+    }
+};
+
+// A log of SARIF 2.1.0, which code review shows beside the lines.
+class SarifForm
+{
+public:
+    SarifForm()
+    {
+        m_json.BeginObject();
+        Put("$schema", "https://json.schemastore.org/sarif-2.1.0.json");
+        Put("version", "2.1.0");
+        m_json.Name("runs");
+        m_json.BeginArray();
+        m_json.BeginObject();
+        m_json.Name("tool");
+        m_json.BeginObject();
+        m_json.Name("driver");
+        m_json.BeginObject();
+        Put("name", "kelmscript");
+        Put("version", KELM_VERSION_TEXT);
+        m_json.EndObject();
+        m_json.EndObject();
+        Put("columnKind", "unicodeCodePoints");
+        m_json.Name("results");
+        m_json.BeginArray();
+    }
+
+    void Add(const Findings& findings, const SourceText& source)
+    {
+        for (const Diagnostic& diagnostic : findings.m_diagnostics)
+        {
+            m_json.BeginObject();
+            Put("level", LevelOf(diagnostic));
+            std::string message = diagnostic.m_message;
+            for (const Note& note : NotesOf(diagnostic))
+                message += " (" + note.m_message + ")";
+            m_json.Name("message");
+            m_json.BeginObject();
+            Put("text", message);
+            m_json.EndObject();
+            m_json.Name("locations");
+            m_json.BeginArray();
+            m_json.BeginObject();
+            m_json.Name("physicalLocation");
+            m_json.BeginObject();
+            m_json.Name("artifactLocation");
+            m_json.BeginObject();
+            Put("uri", UriOf(findings.m_name));
+            m_json.EndObject();
+            m_json.Name("region");
+            m_json.BeginObject();
+            PutSpan(m_json, source, diagnostic, true);
+            m_json.EndObject();
+            m_json.EndObject();
+            m_json.EndObject();
+            m_json.EndArray();
+            m_json.EndObject();
+        }
+    }
+    void AddUnreadable(const std::string&) { m_isExecuted = false; }
+
+    void End()
+    {
+        m_json.EndArray();
+        m_json.Name("invocations");
+        m_json.BeginArray();
+        m_json.BeginObject();
+        m_json.Name("executionSuccessful");
+        m_json.Bool(m_isExecuted);
+        m_json.EndObject();
+        m_json.EndArray();
+        m_json.EndObject();
+        m_json.EndArray();
+        m_json.EndObject();
+        PutLine(m_json.GetText());
+    }
+
+private:
+    void Put(std::string_view name, std::string_view text)
+    {
+        m_json.Name(name);
+        m_json.Text(text);
+    }
+
+    // A path as a reference relative to wherever the log is read, or a whole one.
+    static std::string UriOf(const std::string& path)
+    {
+        constexpr std::string_view plain = "-._~/";
+        constexpr std::string_view digits = "0123456789ABCDEF";
+        std::string uri = path.starts_with('/') ? "file://" : "";
+        for (const char c : path)
+        {
+            const auto octet = static_cast<unsigned char>(c);
+            const bool isLetter = ('a' <= (c | 0x20) && (c | 0x20) <= 'z') || ('0' <= c && c <= '9');
+            if (isLetter || plain.find(c) != std::string_view::npos)
+                uri += c;
+            else
+                uri += {'%', digits[octet >> 4], digits[octet & 15]};
+        }
+        return uri;
+    }
+
+    JsonText m_json{JSON_INDENTED};
+    bool m_isExecuted = true;
+};
+
+template <class Form>
+int CheckAll(const Options& options, Form form)
+{
+    int exitCode = EXIT_OK;
+    std::optional<Progress> progress;
+    if (options.m_files.size() > 1)
+        progress.emplace("checking");
+    std::size_t numDone = 0;
+    const bool isWhole = options.m_whole || options.m_json || options.m_sarif;
+    for (const std::string& path : options.m_files)
+    {
+        Findings findings{NameOfFile(path), {}, true};
+        if (const std::optional<NamedText> file = ReadFile(path))
+        {
+            findings.m_diagnostics = DiagnosticsOf(file->Source(), isWhole);
+            for (const Diagnostic& diagnostic : findings.m_diagnostics)
+                findings.m_isRight &= diagnostic.m_severity != Severity::Error;
+            form.Add(findings, file->Source());
+        }
+        else
+        {
+            findings.m_isRight = false;
+            form.AddUnreadable(findings.m_name);
+        }
+        if (!findings.m_isRight)
+            exitCode = EXIT_FAILED;
+        if (progress)
+            progress->Tell(++numDone, options.m_files.size());
+        CollectGarbage();
+    }
+    form.End();
+    return exitCode;
+}
+
+} // namespace
+
+int RunCheck(const Options& options)
+{
+    if (options.m_sarif)
+        return CheckAll(options, SarifForm());
+    return options.m_json ? CheckAll(options, JsonForm()) : CheckAll(options, TextForm());
+}
+
+} // namespace kelm::tool
