@@ -66,6 +66,19 @@ file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src ${KELM_INCLUDE_DIR}/klKelmScript SYMB
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/kelm ${KELM_INCLUDE_DIR}/kelm SYMBOLIC)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/document ${KELM_INCLUDE_DIR}/kelmDocument SYMBOLIC)
 
+# Where a program is wrong after all, its mistakes are hard to use: at a price, which docs/reliability.md tells.
+function(kelm_harden name)
+    target_compile_options(${name} PRIVATE -fstack-protector-strong)
+    if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
+        target_compile_options(${name} PRIVATE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    endif()
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+        target_compile_options(${name} PRIVATE -fcf-protection)
+    elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+        target_compile_options(${name} PRIVATE -mbranch-protection=standard)
+    endif()
+endfunction()
+
 # kelm_library(NAME SOURCES... [DEPENDS libs...]): a library of the house with its headers' include root.
 function(kelm_library name)
     cmake_parse_arguments(ARG "" "INCLUDE_ROOT" "SOURCES;DEPENDS" ${ARGN})
@@ -82,9 +95,12 @@ function(kelm_library name)
     # Calls inside a library need no detour through its symbol table. --no-as-needed keeps libraries that are loaded
     # with a module although nothing of them is called.
     target_compile_options(${name} PRIVATE -fno-semantic-interposition -fno-plt)
-    target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions -Wl,--no-as-needed -Wl,-z,now)
+    target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions -Wl,--no-as-needed -Wl,-z,relro,-z,now)
     if(NOT KELM_SANITIZE)
         target_link_options(${name} PRIVATE -Wl,-z,defs)
+    endif()
+    if(KELM_HARDEN)
+        kelm_harden(${name})
     endif()
     set_property(GLOBAL APPEND PROPERTY KELM_LIBRARIES ${name})
 endfunction()
