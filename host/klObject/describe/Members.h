@@ -167,26 +167,29 @@ struct MemberList
         return (Ms::CheckModel(check) && ...);
     }
 
+    // Of what a member takes in the class. No lambda inside of what asks: clang 14 would find it undefined there.
+    struct Extent
+    {
+        ssize_t m_size;
+        ssize_t m_alignment;
+        bool m_isRelocatable;
+    };
+    template <class M>
+    static constexpr Extent ExtentOf()
+    {
+        if constexpr (requires { typename M::FieldTypeOf::Value; })
+        {
+            using Type = std::remove_cv_t<typename M::FieldTypeOf::Value>;
+            return {sizeof(Type), alignof(Type), IsRelocatable<Type>};
+        }
+        return {0, 1, true};
+    }
+
     // Whether the class T has no members but these (and a virtual table, and padding), and all can be moved as bytes.
     template <class T>
     static constexpr bool IsRelocatableClass(const std::array<Member, NumMembers>& members)
     {
-        struct Extent
-        {
-            ssize_t m_size;
-            ssize_t m_alignment;
-            bool m_isRelocatable;
-        };
-        constexpr auto extentOf = []<class M>(const M*) -> Extent
-        {
-            if constexpr (requires { typename M::FieldTypeOf::Value; })
-            {
-                using Type = std::remove_cv_t<typename M::FieldTypeOf::Value>;
-                return {sizeof(Type), alignof(Type), IsRelocatable<Type>};
-            }
-            return {0, 1, true};
-        };
-        constexpr std::array<Extent, NumMembers> extents = {extentOf(static_cast<const Ms*>(nullptr))...};
+        constexpr std::array<Extent, NumMembers> extents = {ExtentOf<Ms>()...};
 
         ssize_t end = std::is_polymorphic_v<T> ? sizeof(void*) : 0;
         for (;;) // from member to member, by their offsets
