@@ -85,10 +85,10 @@ void Require(bool holds)
         std::abort();
 }
 
-// In the text, with the whole line shown.
-void CheckError(const Error& error, std::string_view text)
+// In the text, with the whole line shown. The exact language refuses subscripts and len of texts by failing assertions.
+void CheckError(const Error& error, std::string_view text, Language language = Language::Natural)
 {
-    Require(error.GetKind() != ErrorKind::Internal);
+    Require(error.GetKind() != ErrorKind::Internal || language == Language::Exact);
     Require(!error.GetMessage().empty());
     if (error.GetLine() == 0)
         return;
@@ -98,10 +98,10 @@ void CheckError(const Error& error, std::string_view text)
 }
 
 template <class T>
-void Check(const Result<T>& result, std::string_view text)
+void Check(const Result<T>& result, std::string_view text, Language language = Language::Natural)
 {
     if (!result)
-        CheckError(result.GetError(), text);
+        CheckError(result.GetError(), text, language);
 }
 
 // All that calls and assignments could take too long for.
@@ -131,16 +131,16 @@ void EvaluateIt(std::string_view text)
         try
         {
             const Result<Value> once = TryEvaluate(text, scope, language);
-            Check(once, text);
+            Check(once, text, language);
             if (once)
                 static_cast<void>(once->ToText());
             const Expression kept(text, scope, {"p"}, language);
-            Check(kept.TryEvaluate(7), text);
-            Check(kept.TryEvaluate(order.lines.empty() ? Line{} : order.lines[0]), text);
+            Check(kept.TryEvaluate(7), text, language);
+            Check(kept.TryEvaluate(order.lines.empty() ? Line{} : order.lines[0]), text, language);
         }
         catch (const Error& e)
         {
-            CheckError(e, text);
+            CheckError(e, text, language);
         }
         catch (const std::out_of_range&) // a function of the program
         {
