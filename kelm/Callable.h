@@ -29,12 +29,15 @@ struct CallFrame
 struct Callable
 {
     bool (*m_call)(void* function, CallFrame& frame) = nullptr;
+    // Of a function of nothing but float64s that gives one, the same where all arguments are floats.
+    float64 (*m_ofFloats)(void* function, const Slot* arguments) = nullptr;
     void (*m_destroy)(void* function) noexcept = nullptr;
     void* m_function = nullptr;
     int32 m_min = 0;            // so many arguments,
     int32 m_max = 0;            // and at most so many; -1 for any number
     bool m_takesValues = false; // some of them as they are
     bool m_isMember = false;    // the first argument is the object
+    Kind m_result = Kind::None; // where it is always a number or bool, which
     ReflectionByteCode m_class; // whose type this is
 };
 
@@ -165,6 +168,21 @@ void StoreResult(Slot& slot, R&& result)
                                   "or described type");
 }
 
+// The kind of value that a result always is; None where that is not known, or no scalar.
+template <class R>
+constexpr Kind KindOfResult()
+{
+    using Type = std::remove_cvref_t<R>;
+    if constexpr (std::same_as<Type, bool>)
+        return Kind::Bool;
+    else if constexpr (Integer<Type>)
+        return Kind::Integer;
+    else if constexpr (Floating<Type>)
+        return Kind::Float;
+    else
+        return Kind::None;
+}
+
 // --- Signatures ------------------------------------------------------------------------------------------------------
 
 template <class... Ps>
@@ -183,7 +201,17 @@ struct Caller
         return CallWith(*static_cast<F*>(function), frame, std::index_sequence_for<Ps...>(), CallArgument<Ps>()...);
     }
 
+    static float64 CallOfFloats(void* function, const Slot* arguments)
+    {
+        return CallWithFloats(*static_cast<F*>(function), arguments, std::index_sequence_for<Ps...>());
+    }
+
 private:
+    template <std::size_t... Is>
+    static float64 CallWithFloats(F& function, const Slot* arguments, std::index_sequence<Is...>)
+    {
+        return function(arguments[Is].m_float...);
+    }
     template <std::size_t... Is>
     static bool CallWith(F& function, CallFrame& frame, std::index_sequence<Is...>, CallArgument<Ps>... arguments)
     {
@@ -203,10 +231,13 @@ Callable MakeCallable(F function)
     using List = Parameters<Ps...>;
     Callable callable;
     callable.m_call = Caller<F, R, Ps...>::Call;
+    if constexpr (sizeof...(Ps) > 0 && (std::same_as<Ps, float64> && ...) && std::same_as<R, float64>)
+        callable.m_ofFloats = Caller<F, R, Ps...>::CallOfFloats;
     callable.m_destroy = [](void* f) noexcept { delete static_cast<F*>(f); };
     callable.m_min = List::s_count;
     callable.m_max = List::s_isVariadic ? -1 : List::s_count;
     callable.m_takesValues = List::s_hasValues;
+    callable.m_result = KindOfResult<R>();
     callable.m_function = new F(std::move(function));
     return callable;
 }

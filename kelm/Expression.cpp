@@ -8,6 +8,10 @@
 #include <klUtils/LexScannerException.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
@@ -27,30 +31,57 @@ bool IsOutOfRange(std::string_view message)
     return message.find(" is out of range of ") != std::string_view::npos;
 }
 
-// False, with why and where, where the text is no expression of the language, or has names that the scope has not.
-bool TryRecord(Program& program, const Scope* scope, bool hasScope, std::span<const std::string_view> parameters,
-               Failure& failure, std::size_t& place)
+// How a text has been recorded.
+enum class Recorded : uint8
+{
+    AsAsked,
+    Wrongly, // a typed program, of what needs the general form
+    Refused, // the text is no expression of the language, or has names that the scope has not
+};
+
+// Typed where `isTyped`: the types of its parameters are known then. With why and where, where the text is refused.
+Recorded RecordText(Program& program, const Scope* scope, bool hasScope, bool isTyped, const ParameterType* types,
+                    Failure& failure, std::size_t& place)
 {
     try
     {
         ParserBase parser;
         parser.Init(program.m_text);
-        RecordingEvaluator evaluator(parser, program, scope, hasScope, parameters);
+        RecordingEvaluator evaluator(parser, program, scope, hasScope, isTyped, types);
         evaluator.GetSemantics().RecordText(evaluator);
-        return true;
+        return evaluator.GetSemantics().NeedsGeneralForm() ? Recorded::Wrongly : Recorded::AsAsked;
     }
     catch (const LexScannerException& e)
     {
         const std::string_view message(e.m_description);
         place = static_cast<std::size_t>(e.m_pos - program.m_text.data());
-        return Fail(failure, IsOutOfRange(message) ? ErrorKind::Range : ErrorKind::Syntax, message);
+        Fail(failure, IsOutOfRange(message) ? ErrorKind::Range : ErrorKind::Syntax, message);
     }
     catch (Rejected& e)
     {
         failure = std::move(e.m_failure);
         place = e.m_place;
-        return false;
     }
+    return Recorded::Refused;
+}
+
+Error ErrorOf(const Machine& machine)
+{
+    return MakeError(machine.m_program->m_text, machine.m_failure, machine.m_failedPlace);
+}
+
+bool TryRun(const Evaluation& evaluation, const Receiver& receiver, std::optional<Error>& error)
+{
+    Machine machine(evaluation, receiver);
+    if (machine.Run()) [[likely]]
+        return true;
+    error = ErrorOf(machine);
+    return false;
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void ThrowErrorOf(const Machine& machine)
+{
+    throw ErrorOf(machine);
 }
 
 } // namespace
@@ -80,9 +111,8 @@ bool EvaluateText(std::string_view text, const Scope* scope, Language language, 
     program.m_language = language;
     Failure failure;
     std::size_t place = 0;
-    if (TryRecord(program, scope, true, {}, failure, place)) [[likely]]
-        if (Execute({&program, program.m_records.data(), scope, nullptr}, receiver, failure, place)) [[likely]]
-            return true;
+    if (RecordText(program, scope, true, false, nullptr, failure, place) != Recorded::Refused) [[likely]]
+        return TryRun({&program, program.m_records.data(), nullptr, scope, nullptr}, receiver, error);
     error = MakeError(text, failure, place);
     return false;
 }
@@ -91,28 +121,162 @@ bool EvaluateText(std::string_view text, const Scope* scope, Language language, 
 
 using namespace evaluation; // NOLINT
 
+namespace
+{
+
+// A program for one scope as it was, and parameters of certain types.
+struct TypedProgram
+{
+    const Scope* m_scope;
+    std::vector<ParameterType> m_types;
+    TypedProgram* m_next;
+    Program m_program;
+
+    Evaluation GetEvaluation(const Program& generalForm, const Slot* arguments) const
+    {
+        return {&m_program, m_program.m_records.data(), &generalForm, m_scope, arguments};
+    }
+    bool IsFor(const Scope* scope, const Slot* arguments) const
+    {
+        if (scope != m_scope || ScopeAccess::VersionOf(scope) != m_program.m_version)
+            return false;
+        for (const ParameterType& type : m_types)
+            if (!type.Matches(*arguments++))
+                return false;
+        return true;
+    }
+};
+
+} // namespace
+
+// The general form, and typed ones for what it has been evaluated with: the first few, which stay for good, so that any
+// number of evaluations may go on in them.
 struct Expression::Kept
 {
     Kept(std::string_view text, const Scope* scope, bool hasScope, std::span<const std::string_view> parameters,
          Language language)
-        : m_text(text), m_scope(scope), m_parameters(parameters.begin(), parameters.end())
+        : m_text(text)
+        , m_scope(scope)
+        , m_ownParameters(parameters.begin(), parameters.end())
+        , m_parameters(m_ownParameters.begin(), m_ownParameters.end())
+        , m_hasTypedForm(language == Language::Natural)
     {
-        m_program.m_text = m_text;
-        m_program.m_language = language;
+        m_general.m_text = m_text;
+        m_general.m_language = language;
+        m_general.m_parameters = m_parameters;
+        m_version = ScopeAccess::VersionOf(scope);
         Failure failure;
         std::size_t place = 0;
-        if (!TryRecord(m_program, scope, hasScope, parameters, failure, place))
+        if (RecordText(m_general, scope, hasScope, false, nullptr, failure, place) == Recorded::Refused)
             throw MakeError(m_text, failure, place);
-        for (const NameUse& use : m_program.m_names)
+        for (const NameUse& use : m_general.m_names)
             if (!use.m_isMember && std::find(m_names.begin(), m_names.end(), use.m_name) == m_names.end())
                 m_names.emplace_back(use.m_name);
+        if (hasScope && parameters.empty())
+            FindTyped(scope, nullptr); // with parameters, when their types are known
+    }
+    ~Kept()
+    {
+        for (TypedProgram* program = m_typed; program != nullptr;)
+            delete std::exchange(program, program->m_next);
+    }
+    Kept(const Kept&) = delete;
+    Kept& operator=(const Kept&) = delete;
+
+    // The newest fits nearly always. Null where there is none and none is to be made.
+    const TypedProgram* FindNewest() const { return m_typed.load(std::memory_order_acquire); }
+    const TypedProgram* FindTyped(const Scope* scope, const Slot* arguments)
+    {
+        const TypedProgram* const newest = FindNewest();
+        for (const TypedProgram* program = newest; program != nullptr; program = program->m_next)
+            if (program->IsFor(scope, arguments))
+                return program;
+        return m_hasTypedForm.load(std::memory_order_relaxed) ? MakeTyped(scope, arguments, newest) : nullptr;
+    }
+
+    void TryExecute(const Scope* scope, const Slot* arguments, std::size_t numArguments, const Receiver& receiver,
+                    std::optional<Error>& error)
+    {
+        if (numArguments != m_parameters.size())
+        {
+            const auto count = static_cast<int32>(m_parameters.size());
+            error =
+                Error({.m_kind = ErrorKind::Call, .m_message = CountMessage("Evaluate", numArguments, count, count)});
+            return;
+        }
+        if (const TypedProgram* const typed = FindTyped(scope, arguments))
+        {
+            TryRun(typed->GetEvaluation(m_general, arguments), receiver, error);
+            return;
+        }
+        const Record* const* records = m_general.m_records.data();
+        std::array<const Record*, 16> near;
+        std::vector<const Record*> far;
+        if (scope != m_scope || ScopeAccess::VersionOf(scope) != m_version)
+        {
+            const std::size_t size = m_general.m_names.size();
+            if (size > near.size())
+                far.resize(size);
+            const Record** const found = size > near.size() ? far.data() : near.data();
+            FindRecords(m_general, scope, found);
+            records = found;
+        }
+        TryRun({&m_general, records, nullptr, scope, arguments}, receiver, error);
+    }
+
+    // Whatever is not commonest.
+    [[gnu::noinline]] void Execute(const Scope* scope, const Slot* arguments, std::size_t numArguments,
+                                   const Receiver& receiver)
+    {
+        std::optional<Error> error;
+        TryExecute(scope, arguments, numArguments, receiver, error);
+        if (error)
+            throw *std::move(error);
     }
 
     const std::string m_text;
     const Scope* const m_scope;
-    const std::vector<std::string> m_parameters;
-    Program m_program;
+    const std::vector<std::string> m_ownParameters;
+    const std::vector<std::string_view> m_parameters;
+    Program m_general;
+    uint64 m_version; // of the scope, when the general form was recorded
     std::vector<std::string> m_names;
+
+private:
+    static constexpr int s_maxTyped = 8;
+
+    // Unless another thread has made one meanwhile.
+    [[gnu::noinline]] const TypedProgram* MakeTyped(const Scope* scope, const Slot* arguments,
+                                                    const TypedProgram* newest)
+    {
+        const std::lock_guard lock(m_making);
+        if (m_typed.load(std::memory_order_relaxed) != newest)
+            return nullptr; // which is right as well
+        auto typed = std::make_unique<TypedProgram>();
+        typed->m_scope = scope;
+        typed->m_types = std::vector<ParameterType>(arguments, arguments + m_parameters.size());
+        Program& program = typed->m_program;
+        program.m_text = m_text;
+        program.m_language = m_general.m_language;
+        program.m_isTyped = true;
+        program.m_parameters = m_parameters;
+        program.m_version = ScopeAccess::VersionOf(scope);
+        Failure failure;
+        std::size_t place = 0;
+        const Recorded recorded = RecordText(program, scope, true, true, typed->m_types.data(), failure, place);
+        if (recorded == Recorded::Wrongly || ++m_numTried == s_maxTyped)
+            m_hasTypedForm = false;
+        if (recorded != Recorded::AsAsked)
+            return nullptr;
+        typed->m_next = m_typed.load(std::memory_order_relaxed);
+        m_typed.store(typed.get(), std::memory_order_release);
+        return typed.release();
+    }
+
+    std::atomic<TypedProgram*> m_typed = nullptr;
+    std::atomic<bool> m_hasTypedForm;
+    int m_numTried = 0;
+    std::mutex m_making;
 };
 
 Expression::Expression(std::string_view text, Language language)
@@ -148,32 +312,24 @@ const std::vector<std::string>& Expression::GetNames() const
     return m_kept->m_names;
 }
 
-bool Expression::Execute(const Scope* scope, const Slot* arguments, std::size_t numArguments, const Receiver& receiver,
-                         std::optional<Error>& error) const
+void Expression::Execute(const Scope* scope, const Slot* arguments, std::size_t numArguments,
+                         const Receiver& receiver) const
 {
-    const Kept& kept = *m_kept;
-    if (numArguments != kept.m_parameters.size()) [[unlikely]]
-    {
-        const auto count = static_cast<int32>(kept.m_parameters.size());
-        error = Error({.m_kind = ErrorKind::Call, .m_message = CountMessage("Evaluate", numArguments, count, count)});
-        return false;
-    }
-    Failure failure;
-    std::size_t place = 0;
-    const Record* const* records = kept.m_program.m_records.data();
-    SmallArray<const Record*, 12> others;
-    if (scope != nullptr)
-    {
-        for (const NameUse& use : kept.m_program.m_names)
-            others.Add(use.m_isMember ? ScopeAccess::FindMember(scope, use.m_name)
-                                      : ScopeAccess::Find(scope, use.m_name));
-        records = others.data();
-    }
-    if (evaluation::Execute({&kept.m_program, records, scope != nullptr ? scope : kept.m_scope, arguments}, receiver,
-                            failure, place)) [[likely]]
-        return true;
-    error = MakeError(kept.m_text, failure, place);
-    return false;
+    Kept& kept = *m_kept;
+    if (scope == nullptr)
+        scope = kept.m_scope;
+    const TypedProgram* const newest = kept.FindNewest();
+    if (newest == nullptr || numArguments != kept.m_parameters.size() || !newest->IsFor(scope, arguments)) [[unlikely]]
+        return kept.Execute(scope, arguments, numArguments, receiver);
+    Machine machine(newest->GetEvaluation(kept.m_general, arguments), receiver);
+    if (!machine.Run()) [[unlikely]]
+        ThrowErrorOf(machine);
+}
+
+void Expression::TryExecute(const Scope* scope, const Slot* arguments, std::size_t numArguments,
+                            const Receiver& receiver, std::optional<Error>& error) const
+{
+    m_kept->TryExecute(scope != nullptr ? scope : m_kept->m_scope, arguments, numArguments, receiver, error);
 }
 
 } // namespace kelm

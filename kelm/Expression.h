@@ -195,9 +195,11 @@ private:
     T EvaluateWith(const Scope* scope, Args&&... arguments) const
     {
         T result{};
-        std::optional<Error> error;
-        if (!Run<T>(scope, result, error, std::forward<Args>(arguments)...)) [[unlikely]]
-            throw *std::move(error);
+        WithArguments(
+            [&](const evaluation::Slot* slots, std::size_t count) {
+                Execute(scope, slots, count, {evaluation::Receive<T>, &result});
+            },
+            std::forward<Args>(arguments)...);
         return result;
     }
     template <class T, class... Args>
@@ -205,23 +207,30 @@ private:
     {
         T result{};
         std::optional<Error> error;
-        if (!Run<T>(scope, result, error, std::forward<Args>(arguments)...))
+        const auto evaluate = [&](const evaluation::Slot* slots, std::size_t count) {
+            TryExecute(scope, slots, count, {evaluation::Receive<T>, &result}, error);
+        };
+        WithArguments(evaluate, std::forward<Args>(arguments)...);
+        if (error)
             return *std::move(error);
         return result;
     }
-    template <class T, class... Args>
-    bool Run(const Scope* scope, T& result, std::optional<Error>& error, Args&&... arguments) const
+    template <class F, class... Args>
+    static void WithArguments(const F& evaluate, Args&&... arguments)
     {
         if constexpr (sizeof...(Args) == 0)
-            return Execute(scope, nullptr, 0, {evaluation::Receive<T>, &result}, error);
+            evaluate(nullptr, 0);
         else
         {
             const evaluation::Slot slots[] = {evaluation::ArgumentOf(std::forward<Args>(arguments))...};
-            return Execute(scope, slots, sizeof...(Args), {evaluation::Receive<T>, &result}, error);
+            evaluate(slots, sizeof...(Args));
         }
     }
-    bool Execute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,
-                 const evaluation::Receiver& receiver, std::optional<Error>& error) const;
+    // Throws the error where there is one.
+    void Execute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,
+                 const evaluation::Receiver& receiver) const;
+    void TryExecute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,
+                    const evaluation::Receiver& receiver, std::optional<Error>& error) const;
 
     std::unique_ptr<Kept> m_kept;
 };

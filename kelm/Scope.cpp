@@ -8,6 +8,7 @@
 #include <klUtils/text/private/Scan.h>
 
 #include <algorithm>
+#include <atomic>
 #include <string>
 
 namespace kelm
@@ -95,20 +96,17 @@ void CheckName(std::string_view name)
         ThrowName("\"" + std::string(name) + "\" is a built-in name");
 }
 
-// The record for a name that is given now.
-Record& NewRecord(NameTable& table, std::string_view name)
-{
-    CheckName(name);
-    Record& record = table.FindOrAdd(name);
-    record.Clear();
-    return record;
-}
-
 } // namespace
 
 } // namespace evaluation
 
 using evaluation::Record;
+
+void Scope::Names::Touch()
+{
+    static std::atomic<uint64> s_last = 0;
+    m_version = s_last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
 
 Scope::Names::~Names()
 {
@@ -122,12 +120,29 @@ Scope::Scope(const Scope* parent) : m_names(std::make_unique<Names>())
 }
 
 Scope::Scope(Scope&& other) noexcept = default;
-Scope& Scope::operator=(Scope&& other) noexcept = default;
+Scope& Scope::operator=(Scope&& other) noexcept
+{
+    m_names = std::move(other.m_names);
+    if (m_names != nullptr)
+        m_names->Touch();
+    return *this;
+}
 Scope::~Scope() = default;
+
+// The record for a name that is given now.
+Record& Scope::NewRecord(std::string_view name)
+{
+    evaluation::CheckName(name);
+    Record& record = m_names->m_table.FindOrAdd(name);
+    if (record.m_is != Record::Is::Nothing)
+        m_names->Touch();
+    record.Clear();
+    return record;
+}
 
 Scope& Scope::BindScalar(std::string_view name, const void* variable, ETypeByteCode type, bool isConst)
 {
-    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    Record& record = NewRecord(name);
     record.m_is = type == FT_FLOAT64 ? Record::Is::Float64
                   : type == FT_INT64 ? Record::Is::Int64
                   : type == FT_INT32 ? Record::Is::Int32
@@ -140,7 +155,7 @@ Scope& Scope::BindScalar(std::string_view name, const void* variable, ETypeByteC
 
 Scope& Scope::BindText(std::string_view name, const std::string* variable, bool isConst)
 {
-    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    Record& record = NewRecord(name);
     record.m_is = Record::Is::Text;
     record.m_isConst = isConst;
     record.m_variable = variable;
@@ -149,12 +164,25 @@ Scope& Scope::BindText(std::string_view name, const std::string* variable, bool 
 
 Scope& Scope::BindPlace(std::string_view name, const void* variable, const ReflectionByteCode& type, bool isConst)
 {
-    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    Record& record = NewRecord(name);
     record.m_is = Record::Is::Place;
     record.m_isConst = isConst;
     record.m_slot.SetPlace(variable, type, isConst);
     return *this;
 }
+
+namespace
+{
+
+// Whether what is known of one place is right for the other.
+bool HaveSameForm(const evaluation::Slot& a, const evaluation::Slot& b)
+{
+    return a.m_kind == b.m_kind &&
+           (a.m_kind != evaluation::Kind::Place ||
+            (a.m_bc == b.m_bc && a.m_stringTable == b.m_stringTable && a.m_isConst == b.m_isConst));
+}
+
+} // namespace
 
 Scope& Scope::BindMembersOf(const Value& object)
 {
@@ -164,19 +192,29 @@ Scope& Scope::BindMembersOf(const Value& object)
         for (const std::string& name : ModelFieldNames(*rc))
             if (evaluation::CanBeName(name)) // others are reached through the object alone
             {
-                Record& record = evaluation::NewRecord(m_names->m_table, name);
+                Record& record = NewRecord(name);
                 record.m_is = Record::Is::Member;
                 record.m_object = &m_names->m_object;
             }
         m_names->m_objectClass = rc;
     }
+    if (!HaveSameForm(ValueAccess::Of(object), ValueAccess::Of(m_names->m_object)))
+        m_names->Touch();
     m_names->m_object = object;
     return *this;
 }
 
 Scope& Scope::Set(std::string_view name, Value value)
 {
-    Record& record = evaluation::NewRecord(m_names->m_table, name);
+    // A number in place of another changes nothing else.
+    Record* const former = m_names->m_table.Find({name.data(), name.data() + name.size()}, HashOfText(name));
+    if (former != nullptr && former->m_is == Record::Is::Value && former->m_slot.IsScalar() &&
+        former->m_slot.m_kind == ValueAccess::Of(value).m_kind)
+    {
+        former->m_slot = ValueAccess::Of(value);
+        return *this;
+    }
+    Record& record = NewRecord(name);
     record.m_is = Record::Is::Value;
     record.m_isConst = true;
     std::swap(record.m_slot, ValueAccess::Of(value));
@@ -210,7 +248,7 @@ Scope& Scope::DefineCallable(std::string_view name, evaluation::Callable callabl
     }
     else
     {
-        Record& record = evaluation::NewRecord(m_names->m_table, name);
+        Record& record = NewRecord(name);
         record.m_is = Record::Is::Function;
         record.m_function = callable;
     }

@@ -27,6 +27,11 @@
 namespace kelm
 {
 
+namespace evaluation
+{
+struct Record;
+}
+
 class KELM_API Scope
 {
 public:
@@ -101,6 +106,7 @@ private:
     struct Names;
     using Resolver = std::optional<Value> (*)(void* function, std::string_view name);
 
+    evaluation::Record& NewRecord(std::string_view name);
     Scope& BindScalar(std::string_view name, const void* variable, ETypeByteCode type, bool isConst);
     Scope& BindText(std::string_view name, const std::string* variable, bool isConst);
     Scope& BindPlace(std::string_view name, const void* variable, const ReflectionByteCode& type, bool isConst);

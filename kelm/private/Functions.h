@@ -22,8 +22,17 @@ struct OwnFunction
         List,   // of a list, a name and an expression
     };
 
+    enum class Result : uint8
+    {
+        Any,
+        Float,
+        Bool,
+        AsArguments, // an integer where all of them are, else a float
+    };
+
     std::string_view m_name;
     Form m_form;
+    Result m_result;
     ListFunction m_list;
     int32 m_min; // arguments
     int32 m_max; // -1 for any number
@@ -31,6 +40,9 @@ struct OwnFunction
     bool (*m_apply)(const Slot* arguments, std::size_t count, Slot& result, std::size_t& failed, Failure& failure);
     ConstStringZ m_parameters; // for help, and so the summary
     ConstStringZ m_summary;
+    bool m_isExtreme = false;
+    double (*m_function)(double) = nullptr; // the same of one float, in its domain
+    Domain m_domain = Domain::Any;
 };
 
 // All of them, in an order for readers.

@@ -4,23 +4,186 @@
 
 #include <kelm/Expression.h>
 #include <kelm/Slot.h>
+#include <kelm/private/Operations.h>
+#include <kelm/private/Places.h>
 #include <kelm/private/Program.h>
+#include <kelm/private/ScopeNames.h>
 
 #include <cstddef>
+#include <memory>
+#include <optional>
+#include <string_view>
 
 namespace kelm::evaluation
 {
 
+// What is evaluated, of what.
 struct Evaluation
 {
     const Program* m_program;
-    const Record* const* m_records; // the program's own, or those of the same names in another scope
+    const Record* const* m_records; // of its names, in the scope
+    const Program* m_generalForm;   // of a typed program
     const Scope* m_scope;
     const Slot* m_parameters;
 };
 
-// False, with why and where, where the expression has no value or the receiver refuses it. What a program's functions
-// throw passes through.
-bool Execute(const Evaluation& evaluation, const Receiver& receiver, Failure& failure, std::size_t& place);
+// What the names of a program stand for in a scope.
+void FindRecords(const Program& program, const Scope* scope, const Record** records);
+
+// The operation at `op`, with what it needs.
+[[gnu::always_inline]] inline const Op* GoOnAt(const Op* op, Machine& machine, Slot* top, int64 i = 0, float64 f = 0.0)
+{
+    return op->m_step(op, machine, top, i, f);
+}
+
+// One evaluation. Slots from m_base to m_top are alive, whenever something is called that can throw. The functions that
+// are general operations take values from the stack's top and leave the result there; they are false where they fail.
+struct Machine
+{
+    [[gnu::always_inline]] Machine(const Evaluation& evaluation, const Receiver& receiver)
+        : m_program(evaluation.m_program)
+        , m_records(evaluation.m_records)
+        , m_generalForm(evaluation.m_generalForm)
+        , m_scope(evaluation.m_scope)
+        , m_parameters(evaluation.m_parameters)
+        , m_receiver(receiver)
+        , m_base(reinterpret_cast<Slot*>(m_room))
+        , m_top(m_base)
+    {
+        if (m_program->m_depth > s_size - s_spare) [[unlikely]]
+            MakeRoom(m_program->m_depth);
+    }
+    [[gnu::always_inline]] ~Machine()
+    {
+        while (m_top != m_base)
+            (--m_top)->Release();
+    }
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    // False, with why and where, where the expression has no value or the receiver refuses it. What a program's
+    // functions throw passes through.
+    [[gnu::always_inline]] bool Run()
+    {
+        const Op* op = GetOp(0);
+        do
+            op = GoOnAt(op, *this, m_top, m_integer, m_float);
+        while (op != nullptr);
+        return m_isDone;
+    }
+
+    // --- General operations
+
+    bool PushNone(const Op& op);
+    bool PushBool(const Op& op);
+    bool PushText(const Op& op);
+    bool PushName(const Op& op);
+    bool PushParameter(const Op& op);
+    bool PushLocal(const Op& op);
+    bool Binary(const Op& op);
+    bool Prefix(const Op& op);
+    bool BuiltInFunction(const Op& op);
+    bool Member(const Op& op);
+    bool Subscript(const Op& op);
+    bool CallOwn(const Op& op);
+    bool CallName(const Op& op);
+    bool CallMember(const Op& op);
+    bool Select(const Op& op);
+    bool CheckBool(const Op& op);
+    bool Store(const Op& op);
+    bool StoreName(const Op& op);
+    bool StoreElement(const Op& op);
+    bool BeginPath(const Op& op);
+    bool EndPath(const Op& op);
+    // Whether there is an element, which has been pushed with what counts them; otherwise the result is there.
+    bool ListBegin(const Op& op, bool& hasElement);
+    bool ListNext(const Op& op, bool& hasElement);
+    // Whether a bool is there, and which.
+    bool TakeBool(bool& x);
+
+    // --- The way through the program
+
+    // Where to go on when an operation has failed: null where the evaluation has.
+    [[gnu::cold, gnu::noinline]] const Op* Failed(const Op* op);
+    // The same where that is known to fail in its general form, whose operands are at the top.
+    [[gnu::cold, gnu::noinline]] const Op* FailAs(bool (Machine::*operation)(const Op&), const Op* op, Slot* top);
+
+    // From behind a call of a typed program, whose scope has changed since it was recorded, on in the general form. All
+    // values are in slots.
+    [[gnu::cold, gnu::noinline]] const Op* GoOnGenerally(const Op* call);
+
+    bool FailArgument(const Op& op, std::string_view name, std::size_t index);
+
+    const Op* GetOp(std::size_t i) const { return m_program->m_ops.data() + i; }
+
+    // The function's first arguments are objects, which its caller does not count. The result is at the top.
+    bool Call(const Op& op, const Callable& function, std::string_view name, std::size_t numObjects);
+
+    // --- State
+
+    const Program* m_program;
+    const Record* const* m_records;
+    const Program* const m_generalForm;
+    const Scope* const m_scope;
+    const Slot* m_parameters;
+    const Receiver& m_receiver;
+    Failure m_failure;
+    std::size_t m_failedPlace = s_noPlace;
+
+    Slot* m_base;
+    Slot* m_top;
+    int64 m_integer = 0; // registers during a Pause
+    float64 m_float = 0.0;
+    bool m_isDone = false;
+
+private:
+    static constexpr std::size_t s_noPlace = ~std::size_t(0);
+    static constexpr std::size_t s_size = 16;
+    static constexpr std::size_t s_spare = 2; // for operands that go from registers to the general form
+
+    Checks& GetChecks() { return GetRest().m_checks; }
+    [[gnu::cold, gnu::noinline]] void MakeRoom(std::size_t depth);
+    const Operations& GetOperations() const { return OperationsOf(m_program->m_language); }
+    bool PushResolved(const NameUse& use, Slot& slot);
+    bool CombineWith(const Op& op);
+    bool PushElement(bool& hasElement);
+    bool GoOnBehindPath(const Op*& op);
+    bool AtArgument(const Op& op, std::size_t index);
+    void Return(Slot* arguments, std::size_t count, const Slot& result);
+    bool LoadArguments(Slot* arguments, std::size_t count);
+    bool FailCount(const Callable& function, std::string_view name, std::size_t count, std::size_t numObjects);
+
+    // What few evaluations have.
+    struct Rest
+    {
+        Checks m_checks;
+        int64 m_path = 0; // where the innermost path that is asked for begins
+        std::unique_ptr<const Record*[]> m_changedRecords;
+        std::unique_ptr<unsigned char[]> m_slots;
+    };
+    Rest& GetRest()
+    {
+        if (m_rest == nullptr)
+            MakeRest();
+        return *m_rest;
+    }
+    [[gnu::noinline]] void MakeRest();
+
+    std::unique_ptr<Rest> m_rest;
+    alignas(Slot) unsigned char m_room[s_size * sizeof(Slot)];
+};
+
+// The steps of general operations.
+extern const Step s_steps[static_cast<std::size_t>(Code::Scalar)]; // by their codes
+inline Step StepOf(Code code)
+{
+    return s_steps[static_cast<std::size_t>(code)];
+}
+
+Step BinaryStepOf(Language language, EToken token);
+
+// The step of a call of a function (m_left, a Record) that takes no Values and whose result is always of a kind, which
+// goes to the register (None: any, which goes to a slot). the operator says whether any argument owns something.
+Step CallStep(const Callable& function, bool areFloats);
 
 } // namespace kelm::evaluation

@@ -5,6 +5,8 @@
 
 #include <kelm/private/Failures.h>
 #include <kelm/private/Functions.h>
+#include <kelm/private/KnownTypes.h>
+#include <kelm/private/OperandRecorder.h>
 #include <kelm/private/Operations.h>
 #include <kelm/private/Program.h>
 #include <kelm/private/ScopeNames.h>
@@ -13,91 +15,47 @@
 #include <klUtils/StackSegment.h>
 #include <klUtils/text/private/ExpressionCursor.h>
 
-#include <span>
+#include <cstddef>
 #include <string_view>
+#include <utility>
 
 namespace kelm::evaluation
 {
 
-// An operand of the grammar: what is known of it, or that it has been pushed.
-struct RecordedOperand
-{
-    enum class Is : uint8
-    {
-        Nothing,
-        Bool,
-        Integer,
-        Float,
-        Text,
-        Name,
-        Parameter,
-        Local,
-        Pushed, // a value
-        Place,  // pushed, and can be assigned to where it is a variable
-    };
-
-    Is m_is = Is::Nothing;
-    uint32 m_index = 0;
-    union
-    {
-        int64 m_integer = 0;
-        float64 m_float;
-        std::size_t m_place; // of the name
-    };
-};
-
-// How the evaluator sets one: it owns nothing.
-struct RecordedAccess
-{
-    static constexpr bool IsReflected(const RecordedOperand&) { return false; }
-    static constexpr bool OwnsMemory(const RecordedOperand&) { return false; }
-    static void SetVoid(RecordedOperand& operand) { operand.m_is = RecordedOperand::Is::Nothing; }
-    static void Construct(RecordedOperand& operand, int64 x)
-    {
-        operand.m_is = RecordedOperand::Is::Integer;
-        operand.m_integer = x;
-    }
-    static void Construct(RecordedOperand& operand, float64 x)
-    {
-        operand.m_is = RecordedOperand::Is::Float;
-        operand.m_float = x;
-    }
-};
-
-class Recorder
+class Recorder : private OperandRecorder
 {
 public:
     using Operand = RecordedOperand;
     using Access = RecordedAccess;
     static constexpr bool s_isRecording = true;
 
-    Recorder(Program& program, const Scope* scope, bool hasScope, std::span<const std::string_view> parameters)
-        : m_codes(&s_codes[static_cast<int>(program.m_language)])
-        , m_program(&program)
-        , m_scope(scope)
-        , m_hasScope(hasScope)
-        , m_parameters(parameters)
+    // The types of the parameters may be known; then the program is typed.
+    Recorder(Program& program, const Scope* scope, bool hasScope, bool isTyped, const ParameterType* types)
+        : OperandRecorder(program, isTyped), m_scope(scope), m_types(types), m_hasScope(hasScope)
     {
     }
 
+    // Whether something has been recorded that a typed program cannot have, which must be recorded in the general form.
+    bool NeedsGeneralForm() const { return m_needsGeneralForm; }
+
     // --- What the grammar calls --------------------------------------------------------------------------------------
 
-    // An operator and its place, until its right operand has been read; of one that may skip it, where it jumps.
-    struct Operator
-    {
-        EToken m_token;
-        uint32 m_jump;
-        std::size_t m_place;
-    };
+    using Operator = OperandRecorder::Operator;
 
     template <class Tokens>
     Operator BeginOperator(const Tokens& tokens, Operand& left, EToken token)
     {
         const std::size_t place = PlaceOf(tokens);
-        Push(left);
         uint32 jump = s_noJump;
         if (token == TOKEN_DBL_AMPERSAND || token == TOKEN_DBL_VLINE) [[unlikely]]
-            jump = BeginLogical(token, place);
+            jump = BeginLogical(token, left, place);
+        else if (m_isTyped && left.m_kind != Kind::None)
+        {
+            if (left.m_is != Operand::Is::Pushed)
+                ToRegister(left);
+        }
+        else
+            Push(left);
         return {token, jump, place};
     }
 
@@ -105,27 +63,21 @@ public:
     {
         if (op.m_jump != s_noJump) [[unlikely]]
             return EndLogical(op, left, right);
-        const Code hot = m_codes->m_codes[IndexOfToken(op.m_token)];
-        if (hot != Code::Binary && IsNumberOrName(right))
+        if (!m_isTyped || !TryCombine(op, left, right))
         {
-            Emit(NextForm(hot), op.m_token, 0, op.m_place);
-            EmitPush(right);
-            Raise(1); // where it has to be pushed after all
-            --m_depth;
-        }
-        else
-        {
+            Push(left);
             Push(right);
             --m_depth;
-            Emit(hot, op.m_token, 0, op.m_place);
+            Add(BinaryStepOf(m_program->m_language, op.m_token), Code::Binary, op.m_token, op.m_place);
+            SetPushed(left, KindOfGeneral(op.m_token, left.m_kind, right.m_kind));
         }
-        left.m_is = Operand::Is::Pushed;
     }
 
     template <class E>
     void SetText(E& e, Operand& operand)
     {
         operand.m_is = Operand::Is::Text;
+        operand.m_kind = Kind::None;
         operand.m_index = AddContents(e.m_tokens);
         e.m_tokens.NextBehindOperand();
     }
@@ -137,12 +89,15 @@ public:
         {
             const EToken token = e.m_tokens.GetKind();
             const std::size_t place = PlaceOf(e.m_tokens);
-            const Operand target = left;
-            const bool isName = target.m_is == Operand::Is::Name;
+            const bool isName = IsName(left);
+            const uint32 name = left.m_index;
             // An element is not looked for before there is a value for it.
-            const bool isElement = target.m_is == Operand::Is::Place && token == TOKEN_EQUAL &&
-                                   m_program->m_ops.back().m_code == Code::Subscript;
-            const Op subscript = isElement ? m_program->m_ops.back() : Op();
+            const bool isElement = left.m_is == Operand::Is::Place && token == TOKEN_EQUAL &&
+                                   m_program->m_ops.back().GetCode() == Code::Subscript;
+            m_needsGeneralForm = m_needsGeneralForm || (m_isTyped && !isName);
+            Op subscript{};
+            if (isElement)
+                subscript = m_program->m_ops.back();
             if (isElement)
             {
                 m_program->m_ops.Shrink(m_program->m_ops.size() - 1);
@@ -156,10 +111,10 @@ public:
             Push(right);
             m_depth -= isElement ? 2 : isName ? 0 : 1;
             const Code store = isElement ? Code::StoreElement : isName ? Code::StoreName : Code::Store;
-            Emit(store, token, isName ? target.m_index : 0, place);
+            Emit(store, token, isName ? name : 0, place);
             if (isElement)
                 m_program->m_ops.Add(subscript);
-            left.m_is = Operand::Is::Pushed;
+            SetPushed(left, Kind::None);
         } while (e.IsNow(ROLE_ASSIGNMENT));
     }
 
@@ -167,34 +122,45 @@ public:
     void Branch(E& e, Operand& condition)
     {
         const std::size_t place = PlaceOf(e.m_tokens);
-        const bool isLazy = m_program->m_language == Language::Natural;
-        Push(condition);
-        const uint32 toSecond = isLazy ? Emit(Code::JumpIfNot, TOKEN_QUESTION, 0, place) : s_noJump;
-        if (isLazy)
+        if (m_program->m_language == Language::Exact)
+            return Choice(e, condition, place);
+        uint32 toSecond = 0;
+        if (TryTakeBool(condition))
+            toSecond = EmitStep(JumpIfNotStep(), place);
+        else
+        {
+            toSecond = Emit(Code::JumpIfNot, TOKEN_QUESTION, 0, place);
             --m_depth;
+        }
         Operand first;
         e.EvaluateNextSafely(first);
         if (!e.m_tokens.Is(TOKEN_COLON))
             e.m_tokens.ThrowExpected(":");
-        Push(first);
-        const uint32 toEnd = isLazy ? Emit(Code::Jump, TOKEN_QUESTION, 0, place) : s_noJump;
-        if (isLazy)
-        {
+        const bool isFirstKnown = TryToRegister(first);
+        const Kind kind = first.m_kind;
+        if (!isFirstKnown)
+            Push(first);
+        TakeRegister();
+        const uint32 toEnd = Emit(Code::Jump, TOKEN_QUESTION, 0, place);
+        if (!isFirstKnown)
             --m_depth;
-            JumpHere(toSecond);
-        }
+        JumpHere(toSecond);
         Operand second;
         e.EvaluateNextOperand(second);
         e.FinishConditional(second);
-        Push(second);
-        if (isLazy)
-            JumpHere(toEnd);
+        if (isFirstKnown && second.m_kind == kind)
+        {
+            ToRegister(second);
+            SetRegister(condition, kind);
+        }
         else
         {
-            m_depth -= 2;
-            Emit(Code::Select, TOKEN_QUESTION, 0, place);
+            if (isFirstKnown)
+                m_program->m_ops[toEnd].m_step = SpillAndJumpStep(kind);
+            Push(second);
+            SetPushed(condition, Kind::None);
         }
-        condition.m_is = Operand::Is::Pushed;
+        JumpHere(toEnd);
     }
 
     template <class E>
@@ -203,30 +169,47 @@ public:
         const EToken token = e.m_tokens.GetKind();
         const std::size_t place = PlaceOf(e.m_tokens);
         e.EvaluateNextOperand(operand);
-        if (token == TOKEN_MINUS && m_program->m_language == Language::Natural)
+        const bool isNatural = m_program->m_language == Language::Natural;
+        if (token == TOKEN_MINUS && isNatural)
         {
             if (operand.m_is == Operand::Is::Integer)
                 return Access::Construct(operand, static_cast<int64>(0 - static_cast<uint64>(operand.m_integer)));
             if (operand.m_is == Operand::Is::Float)
                 return Access::Construct(operand, -operand.m_float);
         }
+        if (m_isTyped && TryPrefix(operand, token, place))
+            return;
         Push(operand);
         Emit(Code::Prefix, token, 0, place);
-        operand.m_is = Operand::Is::Pushed;
+        SetPushed(operand, Kind::None);
     }
 
     template <class E>
     void Subscript(E& e, Operand& operand)
     {
-        Push(operand);
+        KnownPlace list;
+        KnownVariable element;
+        const bool isKnown = IsKnownVariable(operand) && FindKnownElements(operand.m_variable, list, element);
+        const bool isObject = operand.m_is == Operand::Is::Object;
+        if (isKnown)
+            PushList(operand, list);
+        else
+            Push(operand);
+        const std::size_t pushed = m_program->m_ops.size();
         Operand index;
         e.EvaluateNextSafely(index);
-        Push(index);
         const std::size_t place = PlaceOf(e.m_tokens);
+        if (isKnown && index.m_kind == Kind::Integer)
+        {
+            StepToElement(operand, index, isObject && pushed == m_program->m_ops.size(), place);
+            SetAddress(operand, element);
+            return e.m_tokens.PassBehindOperand(TOKEN_RIGHT_SQUARE, "]");
+        }
+        Push(index);
         e.m_tokens.PassBehindOperand(TOKEN_RIGHT_SQUARE, "]");
         --m_depth;
         Emit(Code::Subscript, TOKEN_END, 0, place);
-        operand.m_is = Operand::Is::Place;
+        SetPlace(operand);
     }
 
     template <class E>
@@ -237,17 +220,17 @@ public:
             e.m_tokens.ThrowExpected("identifier");
         const std::string_view name = TextOf(e.m_tokens);
         const std::size_t place = PlaceOf(e.m_tokens);
-        Push(operand);
         e.m_tokens.NextBehindOperand();
         if (e.m_tokens.Is(TOKEN_LEFT_PAREN))
         {
+            Push(operand);
             const uint32 use = UseMember(name, place);
-            const std::size_t count = 1 + Arguments(e);
+            ArgumentKinds kinds;
+            const std::size_t count = 1 + Arguments(e, kinds);
             EmitCall(Code::CallMember, use, count, place);
+            return SetPlace(operand);
         }
-        else
-            Emit(Code::Member, TOKEN_END, AddText(name), place);
-        operand.m_is = Operand::Is::Place;
+        StepToMember(operand, name, place);
     }
 
     // What stands before the bracket is no name.
@@ -275,14 +258,22 @@ public:
         if (record == nullptr && m_hasScope && !ScopeAccess::HasResolver(m_scope))
             ThrowUnknown(name, place, ScopeAccess::AllNames(m_scope));
         operand.m_is = Operand::Is::Name;
+        operand.m_kind = Kind::None;
         operand.m_index = AddUse(name, record, place, false);
         operand.m_place = place;
         if (record != nullptr && record->m_is == Record::Is::Member) [[unlikely]]
         {
-            Push(operand); // the object
-            Emit(Code::Member, TOKEN_END, AddText(name), place);
-            operand.m_is = Operand::Is::Place;
+            if (m_isTyped)
+                LookAtObject(operand, *record);
+            if (!IsKnownVariable(operand))
+            {
+                Push(operand);
+                m_program->m_ops.back().m_bits = Op::BitsOf(place, s_ofMember, Code::PushName);
+            }
+            StepToMember(operand, name, place);
         }
+        else if (m_isTyped)
+            LookAtRecord(operand, record);
     }
 
     // --- A whole text ------------------------------------------------------------------------------------------------
@@ -294,18 +285,23 @@ public:
         e.EvaluateSafely(result);
         if (m_program->m_language == Language::Natural && !e.m_tokens.Is(TOKEN_END))
             e.ThrowUnexpected();
-        Push(result);
-        Emit(Code::End, TOKEN_END, 0, 0);
+        if (TryToRegister(result))
+            EmitStep(EndStep(result.m_kind), 0);
+        else
+        {
+            Push(result);
+            Emit(Code::End, TOKEN_END, 0, 0);
+        }
         m_program->m_depth = m_maxDepth;
     }
 
 private:
-    static constexpr uint32 s_noJump = 0xFFFFFFFF;
-
     struct Local
     {
         std::string_view m_name;
         uint32 m_slot; // from the stack's bottom
+        bool m_isKnown;
+        KnownVariable m_variable; // where it is known
     };
 
     // What brackets enclose may nest without limit.
@@ -317,6 +313,25 @@ private:
         record();
     }
 
+    // In the exact language both branches are evaluated.
+    template <class E>
+    void Choice(E& e, Operand& condition, std::size_t place)
+    {
+        Push(condition);
+        Operand first;
+        e.EvaluateNextSafely(first);
+        if (!e.m_tokens.Is(TOKEN_COLON))
+            e.m_tokens.ThrowExpected(":");
+        Push(first);
+        Operand second;
+        e.EvaluateNextOperand(second);
+        e.FinishConditional(second);
+        Push(second);
+        m_depth -= 2;
+        Emit(Code::Select, TOKEN_QUESTION, 0, place);
+        SetPushed(condition, Kind::None);
+    }
+
     // --- Forms that begin with a name --------------------------------------------------------------------------------
 
     template <class E>
@@ -325,31 +340,51 @@ private:
         if (builtIn.m_argument == Argument::None)
         {
             operand.m_is = Operand::Is::Bool;
+            operand.m_kind = Kind::Bool;
             operand.m_integer = builtIn.m_constant;
             return e.m_tokens.NextBehindOperand();
         }
         e.EvaluateInBrackets(operand);
-        Push(operand);
+        const std::size_t index = m_program->m_builtIns.size();
         m_program->m_builtIns.Add(&builtIn);
-        Emit(Code::BuiltIn, TOKEN_END, static_cast<uint32>(m_program->m_builtIns.size() - 1), place);
-        operand.m_is = Operand::Is::Pushed;
+        if (builtIn.m_function != nullptr && TryToFloat(operand))
+        {
+            const bool isOfPositive = builtIn.m_argument == Argument::PositiveFloat;
+            return Function(operand, builtIn.m_function, isOfPositive ? Domain::Positive : Domain::Any, Code::BuiltIn,
+                            index, place);
+        }
+        Push(operand);
+        Emit(Code::BuiltIn, TOKEN_END, index, place);
+        SetPushed(operand, builtIn.m_function != nullptr ? Kind::Float : Kind::None);
     }
 
     template <class E>
     void FunctionCall(E& e, Operand& operand, std::string_view name, std::size_t place,
                       const evaluation::Record* record)
     {
-        operand.m_is = Operand::Is::Pushed;
         const OwnFunction* const own = record == nullptr ? FindOwnFunction(name) : nullptr;
         if (own != nullptr)
             return OwnFunctionCall(e, operand, *own, place);
         if (record == nullptr && m_hasScope)
             ThrowUnknown(name, place, ScopeAccess::AllNames(m_scope));
         const uint32 use = AddUse(name, record, place, false);
-        const std::size_t count = Arguments(e);
+        ArgumentKinds kinds;
+        const std::size_t count = Arguments(e, kinds);
         if (record != nullptr)
             CheckCall(*record, count, place);
         EmitCall(Code::CallName, use, count, place);
+        SetPushed(operand, Kind::None);
+        if (!m_isTyped || record->m_function.m_takesValues)
+            return;
+        const Kind result = record->m_function.m_result;
+        Op& op = m_program->m_ops.back();
+        op.m_step = CallStep(record->m_function, kinds.m_areFloats);
+        op.m_left = record;
+        op.m_bits = Op::BitsOf(place, !kinds.m_areScalars, Code::CallName);
+        if (result == Kind::None)
+            return;
+        --m_depth;
+        SetRegister(operand, result);
     }
 
     template <class E>
@@ -359,21 +394,56 @@ private:
             return HasPath(e, operand, place);
         if (own.m_form == OwnFunction::Form::List)
             return OverList(e, operand, own, place);
-        const std::size_t count = Arguments(e);
+        ArgumentKinds kinds;
+        const std::size_t count = Arguments(e, kinds);
         CheckCount(own.m_name, count, own.m_min, own.m_max, place);
-        EmitCall(Code::CallOwn, IndexOfOwnFunction(own), count, place);
+        const uint32 index = IndexOfOwnFunction(own);
+        if (m_isTyped && count == 1 && own.m_function != nullptr && kinds.m_areNumbers &&
+            (kinds.m_areFloats || own.m_domain == Domain::Any))
+        {
+            SetPushed(operand, kinds.m_areFloats ? Kind::Float : Kind::Integer);
+            TryToFloat(operand);
+            return Function(operand, own.m_function, own.m_domain, Code::CallOwn, index, place);
+        }
+        if (m_isTyped && own.m_isExtreme && (kinds.m_areIntegers || kinds.m_areFloats))
+        {
+            const Kind kind = kinds.m_areFloats ? Kind::Float : Kind::Integer;
+            m_program->m_ops[EmitStep(ExtremeStep(own.m_name == "min", kind), place)].m_count = count;
+            m_depth -= count;
+            return SetRegister(operand, kind);
+        }
+        EmitCall(Code::CallOwn, index, count, place);
+        const bool isAsArguments = own.m_result == OwnFunction::Result::AsArguments;
+        SetPushed(operand, own.m_result == OwnFunction::Result::Float  ? Kind::Float
+                           : own.m_result == OwnFunction::Result::Bool ? Kind::Bool
+                           : isAsArguments && kinds.m_areIntegers      ? Kind::Integer
+                           : isAsArguments && kinds.m_areNumbers       ? Kind::Float
+                                                                       : Kind::None);
+    }
+
+    // A function of the float in the register.
+    void Function(Operand& operand, double (*function)(double), Domain domain, Code general, std::size_t index,
+                  std::size_t place)
+    {
+        Op& op = m_program->m_ops[EmitStep(FunctionStep(domain), place)];
+        op.m_function = function;
+        op.m_count = index;
+        op.m_bits = Op::BitsOf(place, 0, general);
+        SetRegister(operand, Kind::Float);
     }
 
     // Everything between the brackets, pushed: how many.
     template <class E>
-    std::size_t Arguments(E& e)
+    std::size_t Arguments(E& e, ArgumentKinds& kinds)
     {
+        SpillCached();
         std::size_t count = 0;
         e.m_tokens.Next();
         while (!e.m_tokens.Is(TOKEN_RIGHT_PAREN))
         {
             Operand argument;
             e.EvaluateSafely(argument);
+            kinds.Look(argument.m_kind);
             Push(argument);
             ++count;
             if (e.m_tokens.Is(TOKEN_COMMA))
@@ -385,9 +455,12 @@ private:
         return count;
     }
 
+    // In general operations, whose failures are looked at.
     template <class E>
     void HasPath(E& e, Operand& operand, std::size_t place)
     {
+        SpillCached();
+        const bool isTyped = std::exchange(m_isTyped, false);
         const uint32 begin = Emit(Code::HasBegin, TOKEN_END, 0, place);
         Raise(1);
         Operand path;
@@ -397,10 +470,11 @@ private:
             ThrowAt(ErrorKind::Type, "has() takes a path", place);
         Push(path);
         e.m_tokens.PassBehindOperand(TOKEN_RIGHT_PAREN, ")");
-        JumpHere(begin);
-        Emit(Code::HasEnd, TOKEN_END, 0, place);
+        const uint32 end = Emit(Code::HasEnd, TOKEN_END, 0, place);
+        m_program->m_ops[begin].m_target = end + 1;
         --m_depth;
-        operand.m_is = Operand::Is::Pushed;
+        m_isTyped = isTyped;
+        SetPushed(operand, Kind::Bool);
     }
 
     template <class E>
@@ -408,6 +482,9 @@ private:
     {
         Operand list;
         e.EvaluateNextSafely(list);
+        Local local{{}, 0, false, {}};
+        KnownPlace known;
+        local.m_isKnown = IsKnownVariable(list) && FindKnownElements(list.m_variable, known, local.m_variable);
         Push(list);
         e.m_tokens.Pass(TOKEN_COMMA, ",");
         if (!e.m_tokens.Is(TOKEN_IDENTIFIER))
@@ -420,41 +497,148 @@ private:
             e.m_tokens.ThrowExpected(",");
         // On the stack: the list, the result so far, the number of the element, the element.
         const uint32 begin = Emit(Code::ListBegin, TOKEN_END, 0, place);
-        m_program->m_ops[begin].m_count = static_cast<uint8>(function.m_list);
+        m_program->m_ops[begin].m_index = static_cast<uint64>(function.m_list);
         Raise(3);
-        m_locals.Add({name, static_cast<uint32>(m_depth - 1)});
+        local.m_name = name;
+        local.m_slot = static_cast<uint32>(m_depth - 1);
+        m_locals.Add(local);
         const auto body = static_cast<uint32>(m_program->m_ops.size());
         Operand each;
         e.EvaluateNextSafely(each);
         Push(each);
         m_locals.Shrink(m_locals.size() - 1);
         e.m_tokens.PassBehindOperand(TOKEN_RIGHT_PAREN, ")");
-        const uint32 next = Emit(Code::ListNext, TOKEN_END, body, place);
-        m_program->m_ops[next].m_count = static_cast<uint8>(function.m_list);
+        Op& next = m_program->m_ops[Emit(Code::ListNext, TOKEN_END, static_cast<uint64>(function.m_list), place)];
+        next.m_target = body;
         JumpHere(begin);
         m_depth -= 4;
-        operand.m_is = Operand::Is::Pushed;
+        SetPushed(operand, IsOfBools(function.m_list)               ? Kind::Bool
+                           : function.m_list == ListFunction::Count ? Kind::Integer
+                                                                    : Kind::None);
     }
 
     // --- Names -------------------------------------------------------------------------------------------------------
 
-    bool FindLocal(std::string_view name, Operand& operand) const
+    bool FindLocal(std::string_view name, Operand& operand)
     {
         for (std::size_t i = m_locals.size(); i-- > 0;)
             if (m_locals[i].m_name == name)
             {
                 operand.m_is = Operand::Is::Local;
+                operand.m_kind = Kind::None;
                 operand.m_index = m_locals[i].m_slot;
+                if (m_isTyped && m_locals[i].m_isKnown)
+                {
+                    SpillCached();
+                    m_program->m_ops[EmitStep(LocalAddressStep(), 0)].m_index = operand.m_index;
+                    SetAddress(operand, m_locals[i].m_variable);
+                }
                 return true;
             }
-        for (std::size_t i = 0; i < m_parameters.size(); ++i)
-            if (m_parameters[i] == name)
+        for (std::size_t i = 0; i < m_program->m_parameters.size(); ++i)
+            if (m_program->m_parameters[i] == name)
             {
                 operand.m_is = Operand::Is::Parameter;
+                operand.m_kind = Kind::None;
                 operand.m_index = static_cast<uint32>(i);
+                if (m_isTyped)
+                    LookAtParameter(operand, m_types[i]);
                 return true;
             }
         return false;
+    }
+
+    static bool IsName(const Operand& operand)
+    {
+        return operand.m_is == Operand::Is::Name ||
+               ((operand.m_is == Operand::Is::Scalar || operand.m_is == Operand::Is::Object) &&
+                operand.m_from == From::Memory && operand.m_index != Operand::s_noName);
+    }
+
+    void StepToMember(Operand& operand, std::string_view name, std::size_t place)
+    {
+        if (IsKnownVariable(operand) && StepToKnownMember(operand.m_variable, name))
+            return Settle(operand);
+        Push(operand);
+        Emit(Code::Member, TOKEN_END, AddText(name), place);
+        SetPlace(operand);
+    }
+
+    // The object whose members are names, which is another one at each evaluation, but of the same type.
+    void LookAtObject(Operand& operand, const Record& record)
+    {
+        const Slot& object = ValueAccess::Of(*record.m_object);
+        if (object.m_kind != Kind::Place || object.m_bc == nullptr)
+            return;
+        SpillCached();
+        m_program->m_ops[EmitStep(ObjectAddressStep(), 0)].m_left = record.m_object;
+        SetAddress(operand, KnownVariable::Of(object.GetType(), object.m_isConst, 0));
+    }
+
+    // What the name of an operand stands for, if that is known.
+    void LookAtRecord(Operand& operand, const Record* record)
+    {
+        if (record == nullptr)
+        {
+            m_needsGeneralForm = true;
+            return;
+        }
+        operand.m_from = From::Memory;
+        const auto set = [&](ETypeByteCode type, const void* variable)
+        {
+            if (KindOfScalar(type) == Kind::None)
+                return;
+            operand.m_is = Operand::Is::Scalar;
+            operand.m_kind = KindOfScalar(type);
+            operand.m_at = variable;
+            operand.m_code = type;
+        };
+        switch (record->m_is)
+        {
+        case Record::Is::Float64: return set(FT_FLOAT64, record->m_variable);
+        case Record::Is::Int64: return set(FT_INT64, record->m_variable);
+        case Record::Is::Int32: return set(FT_INT32, record->m_variable);
+        case Record::Is::Scalar: return set(record->m_type, record->m_variable);
+        case Record::Is::Value: return set(TypeOfKind(record->m_slot.m_kind), &record->m_slot.m_integer);
+        case Record::Is::Place:
+            if (record->m_slot.m_bc == nullptr) // an object of a class that only it tells
+                return;
+            operand.m_is = Operand::Is::Object;
+            operand.m_at = record->m_slot.m_address;
+            operand.m_variable = KnownVariable::Of(record->m_slot.GetType(), record->m_slot.m_isConst, 0);
+            return;
+        case Record::Is::Nothing:
+        case Record::Is::Text:
+        case Record::Is::Function:
+        case Record::Is::Member: return;
+        }
+    }
+
+    void LookAtParameter(Operand& operand, const ParameterType& type)
+    {
+        operand.m_from = From::Parameter;
+        if (type.m_kind == Kind::Place && type.m_type.m_bc != nullptr)
+        {
+            SpillCached();
+            m_program->m_ops[EmitStep(ParameterAddressStep(), 0)].m_index = operand.m_index;
+            SetAddress(operand, KnownVariable::Of(type.m_type, type.m_isConst, 0));
+        }
+        else if (type.m_kind == Kind::Bool || type.m_kind == Kind::Integer || type.m_kind == Kind::Float)
+        {
+            const std::size_t offset = operand.m_index * sizeof(Slot) + offsetof(Slot, m_integer);
+            operand.m_is = Operand::Is::Scalar;
+            operand.m_kind = type.m_kind;
+            operand.m_at = reinterpret_cast<const void*>(offset);
+            operand.m_code = TypeOfKind(type.m_kind);
+        }
+    }
+
+    static ETypeByteCode TypeOfKind(Kind kind)
+    {
+        return kind == Kind::Bool      ? FT_BOOL
+               : kind == Kind::Integer ? FT_INT64
+               : kind == Kind::Float   ? FT_FLOAT64
+                                       : FT_VOID;
     }
 
     uint32 AddUse(std::string_view name, const Record* record, std::size_t place, bool isMember)
@@ -485,153 +669,11 @@ private:
             ThrowAt(ErrorKind::Call, CountMessage(name, count, min, max), place);
     }
 
-    // --- Operations --------------------------------------------------------------------------------------------------
-
-    template <class Tokens>
-    std::size_t PlaceOf(const Tokens& tokens) const
-    {
-        return static_cast<std::size_t>(tokens.GetText().m_p1 - m_program->m_text.data());
-    }
-    template <class Tokens>
-    static std::string_view TextOf(const Tokens& tokens)
-    {
-        const SubString text = tokens.GetText();
-        return {text.m_p1, static_cast<std::size_t>(text.size())};
-    }
-
-    // Of the quoted literal at the cursor.
-    template <class Tokens>
-    uint32 AddContents(const Tokens& tokens)
-    {
-        if (tokens.IsVerbatim())
-        {
-            const SubString contents = tokens.GetContents();
-            return AddText({contents.m_p1, static_cast<std::size_t>(contents.size())});
-        }
-        xstring contents;
-        tokens.GetString(contents);
-        return AddText(m_program->m_ownTexts.emplace_front(std::string_view(contents)));
-    }
-    uint32 AddText(std::string_view text)
-    {
-        m_program->m_texts.Add(text);
-        return static_cast<uint32>(m_program->m_texts.size() - 1);
-    }
-
-    void Raise(std::size_t count)
-    {
-        m_depth += count;
-        if (m_depth > m_maxDepth)
-            m_maxDepth = m_depth;
-    }
-
-    uint32 Emit(Code code, EToken token, uint32 arg, std::size_t place)
-    {
-        Op op;
-        op.m_code = code;
-        op.m_count = 0;
-        op.m_token = static_cast<uint16>(token - TOKEN_END);
-        op.m_arg = arg;
-        op.m_place = place;
-        m_program->m_ops.Add(op);
-        return static_cast<uint32>(m_program->m_ops.size() - 1);
-    }
-
-    // The operation, a jump, goes behind the last one.
-    void JumpHere(uint32 jump) { m_program->m_ops[jump].m_arg = static_cast<uint32>(m_program->m_ops.size()); }
-
-    static Code NextForm(Code hot) { return static_cast<Code>(static_cast<int>(hot) + s_toNext); }
-    static bool IsNumberOrName(const Operand& operand)
-    {
-        return operand.m_is == Operand::Is::Name || operand.m_is == Operand::Is::Integer ||
-               operand.m_is == Operand::Is::Float;
-    }
-
-    void Push(Operand& operand)
-    {
-        if (operand.m_is >= Operand::Is::Pushed)
-            return;
-        EmitPush(operand);
-        Raise(1);
-        operand.m_is = Operand::Is::Pushed;
-    }
-
-    void EmitPush(const Operand& operand)
-    {
-        constexpr Code codes[] = {Code::PushNone, Code::PushBool, Code::PushInteger,   Code::PushFloat,
-                                  Code::PushText, Code::PushName, Code::PushParameter, Code::PushLocal};
-        const uint32 op = Emit(codes[static_cast<std::size_t>(operand.m_is)], TOKEN_END, operand.m_index, 0);
-        m_program->m_ops[op].m_integer = operand.m_integer;
-    }
-
-    void EmitCall(Code code, uint32 arg, std::size_t count, std::size_t place)
-    {
-        if (count > s_maxArguments) [[unlikely]]
-            ThrowAt(ErrorKind::Call, "Too many arguments", place);
-        Op& op = m_program->m_ops[Emit(code, TOKEN_END, arg, place)];
-        op.m_token = static_cast<uint16>(count);
-        op.m_count = static_cast<uint8>(count >> 16);
-        m_depth -= count;
-        Raise(1);
-    }
-
-    static constexpr std::size_t s_maxArguments = 0xFFFFFF;
-
-    // --- Logic -------------------------------------------------------------------------------------------------------
-
-    // In the natural language a right operand that is not needed is jumped over.
-    uint32 BeginLogical(EToken token, std::size_t place)
-    {
-        if (m_program->m_language == Language::Exact)
-            return s_noJump;
-        --m_depth;
-        return Emit(token == TOKEN_DBL_AMPERSAND ? Code::AndJump : Code::OrJump, token, 0, place);
-    }
-
-    void EndLogical(const Operator& op, Operand& left, Operand& right)
-    {
-        Push(right);
-        Emit(Code::CheckBool, op.m_token, 0, op.m_place);
-        JumpHere(op.m_jump);
-        left.m_is = Operand::Is::Pushed;
-    }
-
-    // The code of each binary operator.
-    struct Codes
-    {
-        Code m_codes[s_numTokenIndices];
-
-        explicit constexpr Codes(Language language) : m_codes()
-        {
-            for (Code& code : m_codes)
-                code = Code::Binary;
-            if (language == Language::Exact)
-                return;
-            const auto set = [this](EToken token, Code code) { m_codes[IndexOfToken(token)] = code; };
-            set(TOKEN_PLUS, Code::Add);
-            set(TOKEN_MINUS, Code::Subtract);
-            set(TOKEN_ASTERISK, Code::Multiply);
-            set(TOKEN_FORWARD_SLASH, Code::Divide);
-            set(TOKEN_LESS, Code::Less);
-            set(TOKEN_LESS_EQUAL, Code::LessOrEqual);
-            set(TOKEN_GREATER, Code::Greater);
-            set(TOKEN_GREATER_EQUAL, Code::GreaterOrEqual);
-            set(TOKEN_DBL_EQUAL, Code::Equal);
-            set(TOKEN_EXCLAM_EQUAL, Code::NotEqual);
-        }
-    };
-    static const Codes s_codes[2]; // by Language
-
-    const Codes* m_codes;
-    Program* m_program;
     const Scope* m_scope;
+    const ParameterType* m_types;
     bool m_hasScope;
-    std::span<const std::string_view> m_parameters;
+    bool m_needsGeneralForm = false;
     SmallArray<Local, 4> m_locals;
-    std::size_t m_depth = 0;
-    std::size_t m_maxDepth = 0;
 };
-
-inline constexpr Recorder::Codes Recorder::s_codes[2] = {Codes(Language::Natural), Codes(Language::Exact)};
 
 } // namespace kelm::evaluation

@@ -90,8 +90,13 @@ private:
 
 struct Scope::Names
 {
+    Names() { Touch(); }
     ~Names();
 
+    // Whenever a name stands for something else than before, or is somewhere else; no two versions are the same.
+    void Touch();
+
+    uint64 m_version;
     const Scope* m_parent = nullptr;
     evaluation::NameTable m_table;
     evaluation::NameTable m_members;
@@ -106,6 +111,15 @@ struct Scope::Names
 struct ScopeAccess
 {
     static void CheckName(std::string_view name);
+    // Of all of them: another one when any has changed.
+    static uint64 VersionOf(const Scope* scope)
+    {
+        uint64 version = 0;
+        for (; scope != nullptr; scope = scope->m_names->m_parent)
+            if (scope->m_names->m_version > version)
+                version = scope->m_names->m_version;
+        return version;
+    }
     static const evaluation::Record* Find(const Scope* scope, SubString name);
     static const evaluation::Record* FindMember(const Scope* scope, SubString name);
     static bool HasResolver(const Scope* scope);

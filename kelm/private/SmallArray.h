@@ -37,6 +37,13 @@ public:
             Grow();
         return *::new (static_cast<void*>(m_data + m_size++)) T(x);
     }
+    // One that is as it is.
+    T& Add()
+    {
+        if (m_size == m_capacity) [[unlikely]]
+            Grow();
+        return m_data[m_size++];
+    }
     void Shrink(std::size_t size) { m_size = size; }
 
 private:
