@@ -451,5 +451,23 @@ RC_GTEST_PROP(String, DoesWhatAStandardStringDoes, (const std::vector<std::pair<
     }
 }
 
+TEST(Strings, AreAssignedFromATextWhateverIsBehindIt)
+{
+    // Lengths and surroundings on either side of what is kept inline, in memory that holds nothing else.
+    for (ssize_t length = 0; length <= 40; ++length)
+        for (ssize_t behind = 0; behind <= 40; ++behind)
+            for (const char* const before : {"", "short", "a text that is too long to be kept inline"})
+            {
+                const Text<char> text = Pattern<char>(length + behind);
+                xstring string(before);
+                string.AssignFrom(text.data(), length, text.data() + text.size());
+                const std::string expected(text.data(), static_cast<std::size_t>(length));
+                ASSERT_EQ(ToStdString(string), expected) << length << ' ' << behind << ' ' << before;
+                ASSERT_EQ(string.c_str()[length], '\0') << length << ' ' << behind << ' ' << before;
+                string.append("tail", 4);
+                ASSERT_EQ(ToStdString(string), expected + "tail") << length << ' ' << behind << ' ' << before;
+            }
+}
+
 } // namespace
 } // namespace kelm
