@@ -24,9 +24,9 @@ int DepthChange(EToken token)
 constexpr std::array<int8, 256> s_depthChanges = []
 {
     std::array<int8, 256> changes{};
-    for (const unsigned char opening : {'(', '[', '{'})
+    for (const uint8 opening : {uint8{'('}, uint8{'['}, uint8{'{'}})
         changes[opening] = 1;
-    for (const unsigned char closing : {')', ']', '}'})
+    for (const uint8 closing : {uint8{')'}, uint8{']'}, uint8{'}'}})
         changes[closing] = -1;
     return changes;
 }();

@@ -134,7 +134,7 @@ Result<Object> TextPlace::ReadObject(UnknownMembers unknown) const
                           return ReadWhole(source,
                                            [&](ExpressionParser& parser, std::string& fieldPath)
                                            {
-                                               const Object object(ReadObjectByRules(parser, rules, fieldPath));
+                                               Object object(ReadObjectByRules(parser, rules, fieldPath));
                                                RequireEnd(parser);
                                                return object;
                                            });

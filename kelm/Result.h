@@ -66,7 +66,7 @@ public:
     void operator*() const
     {
         if (m_error) [[unlikely]]
-            throw *m_error;
+            throw Error(*m_error);
     }
 
     const Error& GetError() const noexcept { return m_error ? *m_error : GetErrorOfNone(); }

@@ -119,7 +119,8 @@ Fit Convert(const Scalar& scalar, T& out)
                 return Fit::OutOfRange;
             if (std::trunc(value) != value) // nor is a NaN the same as anything
                 return Fit::OtherType;
-            constexpr float64 end = 2 * static_cast<float64>(std::numeric_limits<T>::max() / 2 + 1);
+            constexpr T half = std::numeric_limits<T>::max() / 2 + 1;
+            constexpr float64 end = 2 * static_cast<float64>(half);
             constexpr float64 begin = std::is_signed_v<T> ? -end : 0;
             if (value < begin || value >= end)
                 return Fit::OutOfRange;

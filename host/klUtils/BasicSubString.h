@@ -60,8 +60,7 @@ inline int strcmp(SubString a, ConstStringZ b)
 
 inline bool operator==(SubString a, SubString b)
 {
-    return a.size() == b.size() &&
-           (a.size() == 0 || std::memcmp(a.m_p1, b.m_p1, static_cast<std::size_t>(a.size())) == 0);
+    return a.size() == b.size() && (a.empty() || std::memcmp(a.m_p1, b.m_p1, static_cast<std::size_t>(a.size())) == 0);
 }
 
 } // namespace kelm

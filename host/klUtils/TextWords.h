@@ -36,12 +36,12 @@ protected:
     uint64 Word(int i) const noexcept
     {
         uint64 word;
-        std::memcpy(&word, reinterpret_cast<const char*>(m_units) + 8 * i, sizeof word);
+        std::memcpy(&word, reinterpret_cast<const char*>(m_units) + std::ptrdiff_t{8} * i, sizeof word);
         return word;
     }
     void SetWord(int i, uint64 word) noexcept
     {
-        std::memcpy(reinterpret_cast<char*>(m_units) + 8 * i, &word, sizeof word);
+        std::memcpy(reinterpret_cast<char*>(m_units) + std::ptrdiff_t{8} * i, &word, sizeof word);
     }
 
     // One byte, which is written by itself as well: a wider load would wait for that store.

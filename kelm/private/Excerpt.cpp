@@ -6,7 +6,7 @@
 #include <clocale>
 #include <cwchar>
 
-#include <locale.h>
+#include <locale.h> // NOLINT(modernize-deprecated-headers): newlocale is not of the standard library
 
 namespace kelm
 {

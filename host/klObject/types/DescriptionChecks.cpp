@@ -333,7 +333,7 @@ public:
         if (isSought && !m_path.empty())
             Refuse(m_sought.GetKind(), " ", m_sought.GetName(),
                    " contains itself: ", CircleText(m_path, m_sought.GetName()));
-        if (m_whole.count(composite.GetDescriptor()) != 0)
+        if (m_whole.contains(composite.GetDescriptor()))
             return true;
         if (!m_visited.insert(composite.GetDescriptor()).second)
             return false;

@@ -74,7 +74,7 @@ private:
     static constexpr ssize_t s_width = 100;        // of lines that lists fill
 
     char* Put(char* p, SubString text) { return m_room.Put(p, text); }
-    char* PutSpace(char* p)
+    char* PutSpace(char* p) const
     {
         *p = ' ';
         return p + (m_indent > 0);

@@ -91,9 +91,7 @@ const char* SkipComments(const char* p, const char* end)
     while (p != end)
     {
         const char* past = nullptr;
-        if (*p == '#' && p[-1] == '\n')
-            past = SkipLine(p, end);
-        else if (*p == '/' && end - p > 1 && p[1] == '/')
+        if ((*p == '#' && p[-1] == '\n') || (*p == '/' && end - p > 1 && p[1] == '/'))
             past = SkipLine(p, end);
         else if (*p == '/' && end - p > 1 && p[1] == '*')
             past = SkipBlockComment(p, end);

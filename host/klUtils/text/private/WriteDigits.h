@@ -60,8 +60,8 @@ public:
     // How many there are, with the one behind them, without zeros at the end.
     int CountWith(uint64 next) const
     {
-        const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(m_digits, _mm_setzero_si128()));
-        const uint32 others = static_cast<uint32>(zeros ^ 0xFFFF) | static_cast<uint32>(next != 0) << 16;
+        const auto zeros = static_cast<uint32>(_mm_movemask_epi8(_mm_cmpeq_epi8(m_digits, _mm_setzero_si128())));
+        const uint32 others = (zeros ^ 0xFFFF) | static_cast<uint32>(next != 0) << 16;
         return static_cast<int>(std::bit_width(others << 1 | 1)) - 1; // so that it is of something in any case
     }
     void Put(char* p) const
