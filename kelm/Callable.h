@@ -22,10 +22,10 @@ struct CallFrame
     std::size_t m_count;
     Slot* m_result; // holds nothing before
     Failure* m_failure;
-    int32 m_failed; // the argument that does not convert, where one does not
+    int32 m_failed; // the argument that does not convert; -1 where what is given does not
 };
 
-// The record of a function. False from m_call where an argument does not convert.
+// The record of a function. False from m_call where an argument, or what is given, does not convert.
 struct Callable
 {
     bool (*m_call)(void* function, CallFrame& frame) = nullptr;
@@ -147,13 +147,16 @@ decltype(auto) GetArgument(CallArgument<P>& argument, const CallFrame& frame, st
 
 // --- Results ---------------------------------------------------------------------------------------------------------
 
+// False where it is beyond the integers of expressions.
 template <class R>
-void StoreResult(Slot& slot, R&& result)
+bool StoreResult(Slot& slot, R&& result, Failure& failure)
 {
     using Type = std::remove_cvref_t<R>;
     if constexpr (std::same_as<Type, bool> ||
                   (Integer<Type> && !IsCharacter<Type> && !(std::is_unsigned_v<Type> && sizeof(Type) == 8)))
         slot.Set(static_cast<std::conditional_t<std::same_as<Type, bool>, bool, int64>>(result));
+    else if constexpr (Integer<Type> && !IsCharacter<Type>)
+        return FromUnsigned(result, slot, failure);
     else if constexpr (Floating<Type>)
         slot.Set(static_cast<float64>(result));
     else if constexpr (Object<Type> && std::is_lvalue_reference_v<R>)
@@ -166,6 +169,7 @@ void StoreResult(Slot& slot, R&& result)
     else
         static_assert(s_never<R>, "the result of a function in a Scope is nothing, a number, bool, text, kelm::Value "
                                   "or described type");
+    return true;
 }
 
 // The kind of value that a result always is; None where that is not known, or no scalar.
@@ -175,7 +179,7 @@ constexpr Kind KindOfResult()
     using Type = std::remove_cvref_t<R>;
     if constexpr (std::same_as<Type, bool>)
         return Kind::Bool;
-    else if constexpr (Integer<Type>)
+    else if constexpr (Integer<Type> && !IsCharacter<Type>)
         return Kind::Integer;
     else if constexpr (Floating<Type>)
         return Kind::Float;
@@ -220,7 +224,8 @@ private:
         if constexpr (std::is_void_v<R>)
             function(GetArgument<Ps>(arguments, frame, Is)...);
         else
-            StoreResult<R>(*frame.m_result, function(GetArgument<Ps>(arguments, frame, Is)...));
+            return StoreResult<R>(*frame.m_result, function(GetArgument<Ps>(arguments, frame, Is)...),
+                                  *frame.m_failure);
         return true;
     }
 };

@@ -5,6 +5,9 @@
 #include <kelm/private/Places.h>
 #include <kelm/private/TypeText.h>
 
+#include <string>
+#include <utility>
+
 namespace kelm::evaluation
 {
 
@@ -25,6 +28,14 @@ bool FailUnknown(Failure& failure, std::string_view message, std::string_view na
 void ThrowWithoutPlace(Failure& failure)
 {
     throw Error({.m_kind = failure.m_details->m_kind, .m_message = std::move(failure.m_details->m_message)});
+}
+
+bool FromUnsigned(uint64 x, Slot& slot, Failure& failure)
+{
+    if (!std::in_range<int64>(x))
+        return Fail(failure, ErrorKind::Range, "Value " + std::to_string(x) + " is out of range of int64");
+    slot.Set(static_cast<int64>(x));
+    return true;
 }
 
 bool FailConversion(Failure& failure, const Slot& slot, ConstStringZ name)

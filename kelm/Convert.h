@@ -48,6 +48,9 @@ KELM_API bool ToText(const Slot& slot, std::string_view& text, std::string& room
 KELM_API bool ToObject(const Slot& slot, const ReflectionByteCode& type, bool isWritten, void*& object,
                        Failure& failure);
 
+// False where it is beyond the integers of expressions.
+KELM_API bool FromUnsigned(uint64 x, Slot& slot, Failure& failure);
+
 template <NumberOrBool T>
 inline constexpr uint8 s_codeOf = s_scalarCode<T>;
 

@@ -1,6 +1,7 @@
 #include <kelm/Expression.h>
 
 #include <kelm/private/Failures.h>
+#include <kelm/private/Functions.h>
 #include <kelm/private/Machine.h>
 #include <kelm/private/Recorder.h>
 #include <klKelmScript/private/Evaluator.h>
@@ -131,10 +132,20 @@ struct TypedProgram
     std::vector<ParameterType> m_types;
     TypedProgram* m_next;
     Program m_program;
+    std::unique_ptr<Program> m_general; // for the same scope, where that is not what the expression was made with
 
     Evaluation GetEvaluation(const Program& generalForm, const Slot* arguments) const
     {
-        return {&m_program, m_program.m_records.data(), &generalForm, m_scope, arguments};
+        return {&m_program, m_program.m_records.data(), m_general != nullptr ? m_general.get() : &generalForm, m_scope,
+                arguments};
+    }
+
+    // Places in what an argument holds are made by the general form, which holds it too.
+    bool CanTake(const Slot* arguments) const
+    {
+        return m_program.m_places.size() == 0 ||
+               std::none_of(arguments, arguments + m_types.size(),
+                            [](const Slot& x) { return x.m_kind == Kind::Place && x.m_holder != nullptr; });
     }
     bool IsFor(const Scope* scope, const Slot* arguments) const
     {
@@ -165,6 +176,7 @@ struct Expression::Kept
         m_general.m_language = language;
         m_general.m_parameters = m_parameters;
         m_version = ScopeAccess::VersionOf(scope);
+        m_hidesOwnFunction = HidesOwnFunction(scope);
         Failure failure;
         std::size_t place = 0;
         if (RecordText(m_general, scope, hasScope, false, nullptr, failure, place) == Recorded::Refused)
@@ -190,7 +202,7 @@ struct Expression::Kept
         const TypedProgram* const newest = FindNewest();
         for (const TypedProgram* program = newest; program != nullptr; program = program->m_next)
             if (program->IsFor(scope, arguments))
-                return program;
+                return program->CanTake(arguments) ? program : nullptr;
         return m_hasTypedForm.load(std::memory_order_relaxed) ? MakeTyped(scope, arguments, newest) : nullptr;
     }
 
@@ -219,6 +231,8 @@ struct Expression::Kept
                 far.resize(size);
             const Record** const found = size > near.size() ? far.data() : near.data();
             FindRecords(m_general, scope, found);
+            if (!FitsGeneralForm(scope, found)) [[unlikely]]
+                return ExecuteAnew(scope, arguments, receiver, error);
             records = found;
         }
         TryRun({&m_general, records, nullptr, scope, arguments}, receiver, error);
@@ -239,11 +253,53 @@ struct Expression::Kept
     const std::vector<std::string> m_ownParameters;
     const std::vector<std::string_view> m_parameters;
     Program m_general;
-    uint64 m_version; // of the scope, when the general form was recorded
+    uint64 m_version;        // of the scope, when the general form was recorded
+    bool m_hidesOwnFunction; // the scope did then
     std::vector<std::string> m_names;
 
 private:
     static constexpr int s_maxTyped = 8;
+
+    static bool HidesOwnFunction(const Scope* scope)
+    {
+        const auto& own = GetOwnFunctions();
+        return std::any_of(own.begin(), own.end(),
+                           [scope](const OwnFunction& function)
+                           { return ScopeAccess::Find(scope, function.m_name) != nullptr; });
+    }
+
+    // Whether names stand for what they stood for when the general form was recorded: functions of the library, members
+    // of the scope's object, others.
+    bool FitsGeneralForm(const Scope* scope, const Record* const* records) const
+    {
+        for (const NameUse& use : m_general.m_names)
+        {
+            const Record* const record = *records++;
+            if (use.m_isOfObject != (record != nullptr && record->m_is == Record::Is::Member))
+                return false;
+        }
+        return !m_hidesOwnFunction && !HidesOwnFunction(scope);
+    }
+
+    void ExecuteAnew(const Scope* scope, const Slot* arguments, const Receiver& receiver, std::optional<Error>& error)
+    {
+        Program program;
+        Failure failure;
+        std::size_t place = 0;
+        if (RecordFor(program, scope, failure, place) == Recorded::Refused)
+            error = MakeError(m_text, failure, place);
+        else
+            TryRun({&program, program.m_records.data(), nullptr, scope, arguments}, receiver, error);
+    }
+
+    // The general form for another scope.
+    Recorded RecordFor(Program& program, const Scope* scope, Failure& failure, std::size_t& place) const
+    {
+        program.m_text = m_text;
+        program.m_language = m_general.m_language;
+        program.m_parameters = m_parameters;
+        return RecordText(program, scope, true, false, nullptr, failure, place);
+    }
 
     // Unless another thread has made one meanwhile.
     [[gnu::noinline]] const TypedProgram* MakeTyped(const Scope* scope, const Slot* arguments,
@@ -268,9 +324,16 @@ private:
             m_hasTypedForm = false;
         if (recorded != Recorded::AsAsked)
             return nullptr;
+        if (scope != m_scope || program.m_version != m_version)
+        {
+            typed->m_general = std::make_unique<Program>();
+            if (RecordFor(*typed->m_general, scope, failure, place) == Recorded::Refused)
+                return nullptr;
+        }
         typed->m_next = m_typed.load(std::memory_order_relaxed);
         m_typed.store(typed.get(), std::memory_order_release);
-        return typed.release();
+        const TypedProgram* const made = typed.release();
+        return made->CanTake(arguments) ? made : nullptr;
     }
 
     std::atomic<TypedProgram*> m_typed = nullptr;
@@ -319,7 +382,8 @@ void Expression::Execute(const Scope* scope, const Slot* arguments, std::size_t 
     if (scope == nullptr)
         scope = kept.m_scope;
     const TypedProgram* const newest = kept.FindNewest();
-    if (newest == nullptr || numArguments != kept.m_parameters.size() || !newest->IsFor(scope, arguments)) [[unlikely]]
+    if (newest == nullptr || numArguments != kept.m_parameters.size() || !newest->IsFor(scope, arguments) ||
+        !newest->CanTake(arguments)) [[unlikely]]
         return kept.Execute(scope, arguments, numArguments, receiver);
     Machine machine(newest->GetEvaluation(kept.m_general, arguments), receiver);
     if (!machine.Run()) [[unlikely]]

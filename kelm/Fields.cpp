@@ -94,7 +94,7 @@ private:
             cursor.ThrowExpected("end of text");
         ReflectionByteCode type;
         m_place = PlaceOf(cursor.GetText());
-        if (!EnterChoices(m_slot, type))
+        if (m_slot.m_kind == evaluation::Kind::Place && !EnterChoices(m_slot, type))
             return evaluation::FailNothing(m_failure);
         cursor.Next();
         if (type.m_bc != nullptr && type.GetCode() == FT_DYNARRAY && cursor.Is(TOKEN_LEFT_SQUARE))
@@ -187,11 +187,11 @@ bool TryStore(const PathEnd& end, const Scalar& value)
     }
 }
 
-bool Finish(Error error, Result<void>* result)
+bool Finish(const Error& error, Result<void>* result)
 {
     if (result == nullptr)
         throw error;
-    *result = std::move(error);
+    *result = error;
     return false;
 }
 

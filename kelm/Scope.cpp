@@ -134,8 +134,7 @@ Record& Scope::NewRecord(std::string_view name)
 {
     evaluation::CheckName(name);
     Record& record = m_names->m_table.FindOrAdd(name);
-    if (record.m_is != Record::Is::Nothing)
-        m_names->Touch();
+    m_names->Touch(); // a new name too: it may hide another scope's, or a function of the library
     record.Clear();
     return record;
 }
@@ -177,9 +176,9 @@ namespace
 // Whether what is known of one place is right for the other.
 bool HaveSameForm(const evaluation::Slot& a, const evaluation::Slot& b)
 {
-    return a.m_kind == b.m_kind &&
-           (a.m_kind != evaluation::Kind::Place ||
-            (a.m_bc == b.m_bc && a.m_stringTable == b.m_stringTable && a.m_isConst == b.m_isConst));
+    return a.m_kind == b.m_kind && (a.m_kind != evaluation::Kind::Place ||
+                                    (a.m_bc == b.m_bc && a.m_stringTable == b.m_stringTable &&
+                                     a.m_isConst == b.m_isConst && (a.m_holder == nullptr) == (b.m_holder == nullptr)));
 }
 
 } // namespace

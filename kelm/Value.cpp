@@ -6,7 +6,6 @@
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/MessageOf.h>
 
-#include <limits>
 #include <ostream>
 
 namespace kelm
@@ -14,10 +13,9 @@ namespace kelm
 
 void Value::SetUnsigned(uint64 x)
 {
-    if (x > static_cast<uint64>(std::numeric_limits<int64>::max()))
-        throw Error(
-            {.m_kind = ErrorKind::Range, .m_message = "Value " + std::to_string(x) + " is out of range of int64"});
-    m_slot.Set(static_cast<int64>(x));
+    evaluation::Failure failure;
+    if (!evaluation::FromUnsigned(x, m_slot, failure))
+        evaluation::ThrowWithoutPlace(failure);
 }
 
 void Value::SetCharacter(const uint8& code, const void* character)

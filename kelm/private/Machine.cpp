@@ -30,6 +30,14 @@ namespace
     }
 }
 
+// What a function is free to change are the texts of variables that wait below its arguments.
+void OwnTexts(Slot* first, const Slot* last)
+{
+    for (; first != last; ++first)
+        if (first->m_kind == Kind::Text && first->m_holder == nullptr)
+            SetOwnText(*first, first->GetText());
+}
+
 // A part of an object that only the call kept alive goes on to be kept.
 void KeepFrom(const Slot* arguments, std::size_t count, Slot& result)
 {
@@ -233,11 +241,12 @@ bool Machine::Call(const Op& op, const Callable& function, std::string_view name
     Slot* const arguments = m_top - count;
     if (function.m_takesValues && !LoadArguments(arguments, count)) [[unlikely]]
         return false;
+    OwnTexts(m_base, arguments);
     Slot result;
     result.SetNone();
     CallFrame frame{arguments, count, &result, &m_failure, -1};
     if (!function.m_call(function.m_function, frame)) [[unlikely]]
-        return FailArgument(op, name, static_cast<std::size_t>(frame.m_failed) - numObjects);
+        return FailCall(op, name, frame.m_failed < 0 ? -1 : frame.m_failed - static_cast<int32>(numObjects));
     if (result.m_kind == Kind::Place) [[unlikely]]
         KeepFrom(arguments, count, result);
     Return(arguments, count, result);
@@ -285,11 +294,11 @@ bool Machine::AtArgument(const Op& op, std::size_t index)
     return false;
 }
 
-bool Machine::FailArgument(const Op& op, std::string_view name, std::size_t index)
+bool Machine::FailCall(const Op& op, std::string_view name, int32 argument)
 {
-    const std::string prefix = std::string(name) + "(), argument " + std::to_string(index + 1) + ": ";
-    m_failure.m_details->m_message.insert(0, prefix);
-    return AtArgument(op, index);
+    const std::string part = argument < 0 ? "" : ", argument " + std::to_string(argument + 1);
+    m_failure.m_details->m_message.insert(0, std::string(name) + "()" + part + ": ");
+    return argument >= 0 && AtArgument(op, static_cast<std::size_t>(argument));
 }
 
 bool Machine::FailCount(const Callable& function, std::string_view name, std::size_t count, std::size_t numObjects)
@@ -497,30 +506,6 @@ const Op* Machine::FailAs(bool (Machine::*operation)(const Op&), const Op* op, S
 namespace
 {
 
-bool IsCall(const Op& op)
-{
-    return op.GetCode() == Code::CallName || op.GetCode() == Code::CallMember;
-}
-
-} // namespace
-
-const Op* Machine::GoOnGenerally(const Op* call)
-{
-    const auto numCalls = std::count_if(GetOp(0), call, IsCall);
-    m_program = m_generalForm;
-    std::unique_ptr<const Record*[]>& records = GetRest().m_changedRecords;
-    records = std::make_unique<const Record*[]>(m_program->m_names.size());
-    FindRecords(*m_program, m_scope, records.get());
-    m_records = records.get();
-    const Op* op = std::find_if(m_program->m_ops.begin(), m_program->m_ops.end(), IsCall);
-    for (auto i = numCalls; i > 0; --i)
-        op = std::find_if(op + 1, m_program->m_ops.end(), IsCall);
-    return op + 1;
-}
-
-namespace
-{
-
 template <bool (Machine::*Operation)(const Op&), int Size = 1>
 const Op* Do(const Op* op, Machine& machine, Slot* top, int64, float64)
 {
@@ -550,7 +535,7 @@ const Op* DoCall(const Op* op, Machine& machine, Slot* top, int64, float64)
 
 [[gnu::cold, gnu::noinline]] const Op* FailCall(const Op* op, Machine& machine, const Record& record, int32 argument)
 {
-    machine.FailArgument(*op, record.m_name, static_cast<std::size_t>(argument));
+    machine.FailCall(*op, record.m_name, argument);
     return machine.Failed(op);
 }
 
@@ -559,11 +544,12 @@ const Op* CallKnown(const Op* op, Machine& machine, Slot* top, int64, float64)
 {
     const Record& record = *static_cast<const Record*>(op->m_left);
     Slot* const arguments = top - op->m_count;
+    machine.m_top = top;
+    OwnTexts(machine.m_base, arguments);
     Slot result;
     if constexpr (Result == Kind::None)
         result.SetNone();
     CallFrame frame{arguments, op->m_count, &result, &machine.m_failure, -1};
-    machine.m_top = top;
     if (!record.m_function.m_call(record.m_function.m_function, frame)) [[unlikely]]
         return FailCall(op, machine, record, frame.m_failed);
     if (Result == Kind::None && result.m_kind == Kind::Place)
@@ -594,6 +580,7 @@ const Op* CallOfFloats(const Op* op, Machine& machine, Slot* top, int64, float64
     const Callable& function = static_cast<const Record*>(op->m_left)->m_function;
     Slot* const arguments = top - op->m_count;
     machine.m_top = top;
+    OwnTexts(machine.m_base, arguments);
     const float64 result = function.m_ofFloats(function.m_function, arguments);
     if (HasScopeChanged(machine)) [[unlikely]]
     {

@@ -112,7 +112,8 @@ struct Machine
     // values are in slots.
     [[gnu::cold, gnu::noinline]] const Op* GoOnGenerally(const Op* call);
 
-    bool FailArgument(const Op& op, std::string_view name, std::size_t index);
+    // What an argument is converted to; what the call gives where `argument` is negative.
+    bool FailCall(const Op& op, std::string_view name, int32 argument);
 
     const Op* GetOp(std::size_t i) const { return m_program->m_ops.data() + i; }
 

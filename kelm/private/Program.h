@@ -145,7 +145,8 @@ struct NameUse
 {
     std::string_view m_name;
     std::size_t m_place;
-    bool m_isMember; // a member function
+    bool m_isMember;   // a member function
+    bool m_isOfObject; // a member of the scope's object
 };
 
 enum class ListFunction : uint8

@@ -568,8 +568,8 @@ private:
     void LookAtObject(Operand& operand, const Record& record)
     {
         const Slot& object = ValueAccess::Of(*record.m_object);
-        if (object.m_kind != Kind::Place || object.m_bc == nullptr)
-            return;
+        if (object.m_kind != Kind::Place || object.m_bc == nullptr || object.m_holder != nullptr)
+            return; // places in what is held are made by the general operations, which hold it
         SpillCached();
         m_program->m_ops[EmitStep(ObjectAddressStep(), 0)].m_left = record.m_object;
         SetAddress(operand, KnownVariable::Of(object.GetType(), object.m_isConst, 0));
@@ -643,7 +643,8 @@ private:
 
     uint32 AddUse(std::string_view name, const Record* record, std::size_t place, bool isMember)
     {
-        m_program->m_names.Add({name, place, isMember});
+        const bool isOfObject = record != nullptr && record->m_is == Record::Is::Member;
+        m_program->m_names.Add({name, place, isMember, isOfObject});
         m_program->m_records.Add(record);
         return static_cast<uint32>(m_program->m_names.size() - 1);
     }

@@ -99,6 +99,8 @@ TEST_F(Fields, AreGivenByTheTableOfConversions)
     }
     EXPECT_EQ(Get<uint64>(m_order, ".big"), std::numeric_limits<uint64>::max());
     EXPECT_EQ(Get<char>(m_order, ".letter"), 'a');
+    EXPECT_EQ(Get<std::string>(m_order, ".customer[0][0]"), "A");
+    EXPECT_EQ(TryGet<int>(m_order, ".customer[0][1]").GetError().GetKind(), ErrorKind::Range);
     EXPECT_EQ(Get<Colour>(m_order, ".colour"), Colour::DEEP_BLUE);
     EXPECT_EQ(Get<float>(m_order, ".ratio"), 0.5F);
 }

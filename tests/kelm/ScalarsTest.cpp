@@ -76,6 +76,7 @@ struct World
         m_scope.Define("half", [](double x) { return x / 2; });
         m_scope.Define("mix", [](double x, double y) { return x + 2 * y; });
         m_scope.Define("whole", [](int x) { return x + 1; });
+        m_scope.Define("vast", [](int x) { return static_cast<std::uint64_t>(x) * 2; });
         m_scope.Define("is", [](bool x) { return !x; });
         m_scope.Define("same", [](const Value& v) { return v; });
         m_scope.Define("word", [](std::string_view text) { return std::string(text) + "!"; });
@@ -197,9 +198,9 @@ private:
     }
     std::string Function(int depth)
     {
-        static constexpr const char* ofOne[] = {"half",   "whole",  "is",  "same", "word",  "narrow", "sqrt",
-                                                "floor",  "round",  "abs", "sin",  "log",   "exp",    "int",
-                                                "double", "string", "len", "bool", "is_int"};
+        static constexpr const char* ofOne[] = {"half", "whole",  "vast",   "is",  "same", "word",  "narrow",
+                                                "sqrt", "floor",  "round",  "abs", "sin",  "log",   "exp",
+                                                "int",  "double", "string", "len", "bool", "is_int"};
         static constexpr const char* ofTwo[] = {"mix", "min", "max", "pow", "min", "max"};
         switch (Pick(8))
         {
@@ -370,12 +371,26 @@ TEST(Scalars, NamesMayChangeDuringAnEvaluation)
         int m_calls = 0;
         Scope m_scope;
     };
-    for (const char* text :
-         {"x + change(1.0) + x", "change(x) * (x + 2)", "x * (change(2.0) - x)", "id(x) + change(1.0) + id(x)",
-          "x < 2 && change(1.0) == 1 && x > 2", "x > 2 || change(1.0) > 0 ? x : 5", "text() == 't' ? x : 0",
-          "sum(list, e, e * change(1.0) + id(0))", "list[change(1.0)] + x", "id(change(1.0)) + x",
-          "id(id(change(x)) + x) * id(1)", "min(x, change(4.0)) + x", "change(change(1.0)) == 1 ? x : x",
-          "has(list[change(0.0)]) ? x : 1", "-(x + change(2.0)) * -x", "x = change(3.0)", "change(1.0) + (x = 4)"})
+    for (const char* text : {"x + change(1.0) + x",
+                             "change(x) * (x + 2)",
+                             "x * (change(2.0) - x)",
+                             "id(x) + change(1.0) + id(x)",
+                             "x < 2 && change(1.0) == 1 && x > 2",
+                             "x > 2 || change(1.0) > 0 ? x : 5",
+                             "text() == 't' ? x : 0",
+                             "sum(list, e, e * change(1.0) + id(0))",
+                             "list[change(1.0)] + x",
+                             "id(change(1.0)) + x",
+                             "id(id(change(x)) + x) * id(1)",
+                             "min(x, change(4.0)) + x",
+                             "change(change(1.0)) == 1 ? x : x",
+                             "has(list[change(0.0)]) ? x : 1",
+                             "has(list[change(0.0) + 7])",
+                             "x + x * 2 > 0 && has(list[change(0.0) + 7])",
+                             "(x + x + x + x) * 2 == 0 || has(list[change(0.0) + 7]) ? 11 : 22",
+                             "-(x + change(2.0)) * -x",
+                             "x = change(3.0)",
+                             "change(1.0) + (x = 4)"})
     {
         Changing once;
         Changing kept;
@@ -384,6 +399,92 @@ TEST(Scalars, NamesMayChangeDuringAnEvaluation)
         EXPECT_EQ(kept.m_calls, once.m_calls) << text;
         EXPECT_EQ(kept.m_i, once.m_i) << text;
     }
+}
+
+TEST(Scalars, FunctionsGiveWhatIsNoRegister)
+{
+    Box box;
+    Scope scope;
+    scope.Bind("box", box);
+    scope.Define("size", [](const Box& x) { return x.parts.size(); });
+    scope.Define("letter", [] { return 'a'; });
+    scope.Define("vast", [] { return 18446744073709551615U; });
+    for (const char* text : {"box.count + size(box) * 2", "size(box)", "letter()", "letter() + 'x'", "1 + vast()"})
+        EXPECT_EQ(Outcome(Expression(text, scope).TryEvaluate()), Outcome(TryEvaluate(text, scope))) << text;
+}
+
+// What a name stands for in another scope, or since: a function of the library, a member of the scope's object, a name
+// of an outer scope, or of this one.
+TEST(Scalars, KeptOnesFollowWhatNamesStandFor)
+{
+    Part part;
+    double weight = 100;
+    double x = 1;
+    double y = 2;
+    for (const char* text : {"min(1, 2) + weight", "weight = 8", "weight + x", "x + min(x, 2)", "weight"})
+    {
+        using Change = void (*)(Scope&, Part&, double&, double&);
+        for (const Change change :
+             std::initializer_list<Change>{[](Scope&s, Part&, double&, double&)
+                                           { s.Define("min", [](int, int) { return 50; }); },
+                                           [](Scope&s, Part&p, double&, double&) { s.BindMembers(p); },
+                                           [](Scope&s, Part&, double&w, double&) { s.Bind("weight", w); },
+                                           [](Scope&s, Part&, double&, double&b) { s.Bind("x", b); }})
+        {
+            Scope outer;
+            outer.Bind("weight", weight).Bind("x", x);
+            Scope scope(&outer);
+            const Expression kept(text, scope);
+            EXPECT_TRUE(kept.TryEvaluate()) << text;
+            for (int round = 0; round < 12; ++round)
+            {
+                Scope other(&outer);
+                change(other, part, weight, y);
+                EXPECT_EQ(Outcome(kept.TryEvaluate(other)), Outcome(TryEvaluate(text, other))) << text;
+            }
+            change(scope, part, weight, y);
+            EXPECT_EQ(Outcome(kept.TryEvaluate()), Outcome(TryEvaluate(text, scope))) << text;
+        }
+    }
+}
+
+TEST(Scalars, TextsThatWaitForACallStayWhatTheyWere)
+{
+    const std::string before(100, 'a');
+    std::string x = before;
+    Scope scope;
+    scope.Bind("x", x).Define("change", [&x] { return x = std::string(1000, 'b'); });
+    scope.Define("turn", [&x](double y) { return x.assign(1000, 'b'), y; });
+    for (const char* text : {"x + change()", "string(turn(1.0)) + x", "x + string(turn(2.0))"})
+    {
+        x = before;
+        const std::string once = Evaluate<std::string>(text, scope);
+        x = before;
+        EXPECT_EQ(Expression(text, scope).Evaluate<std::string>(), once) << text;
+    }
+    x = before;
+    EXPECT_EQ(Evaluate<std::string>("x + change()", scope), before + std::string(1000, 'b'));
+}
+
+TEST(Scalars, PlacesHoldWhatTheyLieIn)
+{
+    Scope scope;
+    for (const char* text : {"p", "p.part", "p.parts[0]", "p.parts"})
+    {
+        const Expression kept(text, scope, {"p"});
+        Value result;
+        for (int round = 0; round < 2; ++round)
+        {
+            const Value value{Box()};
+            result = kept.Evaluate(value);
+        }
+        EXPECT_NE(result.ToText(), "") << text;
+    }
+    scope.BindMembers(Value(Box()));
+    const Expression kept("parts[0]", scope);
+    const Value result = kept.Evaluate();
+    scope.BindMembers(Value(Box()));
+    EXPECT_NE(result.ToText(), "");
 }
 
 TEST(Scalars, ExpressionsEvaluateThemselves)

@@ -66,6 +66,7 @@ TEST(Scope, RefusesWithKindAndPlaceAndChangesNothing)
     scope.Set("limit", 3);
     scope.Define("twice", [](int x) { return 2 * x; });
     scope.Define("join", [](std::string_view a, const std::string& b) { return std::string(a) + b; });
+    scope.Define("vast", [huge] { return huge; });
     constexpr FailingRow rows[] = {
         {"small = 128", ErrorKind::Range, 7, "Value 128 is out of range of int8"},
         {"small = 1.5", ErrorKind::Type, 7, "No implicit conversion from value 1.5 to int8"},
@@ -83,6 +84,7 @@ TEST(Scope, RefusesWithKindAndPlaceAndChangesNothing)
         {"twice( 1.5)", ErrorKind::Type, 8, "twice(), argument 1: No implicit conversion from value 1.5 to int32"},
         {"join('a', join('b', 3 + 4))", ErrorKind::Type, 21,
          "join(), argument 2: No implicit conversion from value 7 to string"},
+        {"1 + vast()", ErrorKind::Range, 5, "vast(): Value 18446744073709551615 is out of range of int64"},
         {"true ? 1 : twice(1, 2)", ErrorKind::Call, 12, "twice() takes 1 argument, not 2"},
     };
     for (const FailingRow& row : rows)
