@@ -132,7 +132,6 @@ struct TypedProgram
     std::vector<ParameterType> m_types;
     TypedProgram* m_next;
     Program m_program;
-    bool m_makesPlaces = false;
     std::unique_ptr<Program> m_general; // for the same scope, where that is not what the expression was made with
 
     Evaluation GetEvaluation(const Program& generalForm, const Slot* arguments) const
@@ -142,7 +141,7 @@ struct TypedProgram
     }
 
     // Places in what an argument holds are made by the general form, which holds it too.
-    bool CanTake(const Slot* arguments) const { return !m_makesPlaces || !IsAnyHeld(arguments); }
+    bool CanTake(const Slot* arguments) const { return m_program.m_places.size() == 0 || !IsAnyHeld(arguments); }
     [[gnu::noinline]] bool IsAnyHeld(const Slot* arguments) const
     {
         return std::any_of(arguments, arguments + m_types.size(),
@@ -331,7 +330,6 @@ private:
             if (RecordFor(*typed->m_general, scope, failure, place) == Recorded::Refused)
                 return nullptr;
         }
-        typed->m_makesPlaces = program.m_places.size() != 0;
         typed->m_next = m_typed.load(std::memory_order_relaxed);
         m_typed.store(typed.get(), std::memory_order_release);
         const TypedProgram* const made = typed.release();

@@ -57,6 +57,25 @@ TEST_F(Check, TellsEveryError)
     EXPECT_EQ(count, 5u) << result.m_errors;
 }
 
+// A hundred at most, and a note where there are more.
+TEST_F(Check, SaysThatThereIsMore)
+{
+    constexpr char note[] = "note: what else is wrong with a b.kds is not shown\n";
+    std::string text = "tool::Scene {\n";
+    for (int i = 0; i < 100; ++i)
+        text += "    other" + std::to_string(i) + " = 1\n";
+    for (const char* option : {"--json", "--sarif"})
+        EXPECT_EQ(RunOn(text + "}", {option}).m_errors, "") << option;
+    EXPECT_THAT(RunOn(text + "}", {}).m_errors, Not(HasSubstr(note)));
+    text += "    last = 1\n}";
+    for (const std::vector<std::string>& options : {std::vector<std::string>{}, {"--json"}, {"--sarif"}})
+    {
+        const ProgramResult result = RunOn(text, options);
+        EXPECT_THAT(result.m_errors, HasSubstr(note));
+        EXPECT_THAT(result.m_output + result.m_errors, Not(HasSubstr("'last'")));
+    }
+}
+
 TEST_F(Check, WarnsWhereItLooksAtAll)
 {
     const std::string text = "tool::Scene { late = 1 late = 2 title = '\xff' } rest";

@@ -271,6 +271,10 @@ TEST(Eval, RefusesWhatIsNoText)
                                             "1\0\n\0",
                                             6)),
               (ProgramResult{1, "", "kelmscript: error: cannot read <stdin>: it is no text\n"}));
+    EXPECT_EQ(RunTool({"repl"}, std::string("\xFF\xFE"
+                                            "1\0\n\0",
+                                            6)),
+              (ProgramResult{1, "", "kelmscript: error: cannot read <stdin>: it is no text\n"}));
     // NUL alone, or octets that are no character, may stand in texts.
     EXPECT_EQ(RunTool({"eval"}, std::string("len('') == '\0'\n", 15)).m_errors.find("no text"), std::string::npos);
     EXPECT_EQ(RunTool({"eval"}, "'\xFF'\n"), (ProgramResult{0, "\xFF\n", ""}));

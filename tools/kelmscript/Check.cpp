@@ -44,16 +44,17 @@ std::vector<Note> NotesOf(const Diagnostic& diagnostic)
 }
 
 // The diagnostics of a file, none where it need not be diagnosed; of one that is merely read, warnings are reported.
+// One more than are shown tells that there are more.
 std::vector<Diagnostic> DiagnosticsOf(const SourceText& source, bool isWhole)
 {
     if (isWhole)
-        return Diagnose(source.m_text);
+        return Diagnose(source.m_text, s_mostDiagnostics + 1);
     GcRoot object;
     const std::optional<Failure> failure = TryLoadDataSource(source, TRAILING_WARNS, object);
     if (!failure)
         return {};
     CollectGarbage();
-    std::vector<Diagnostic> diagnostics = Diagnose(source.m_text);
+    std::vector<Diagnostic> diagnostics = Diagnose(source.m_text, s_mostDiagnostics + 1);
     std::erase_if(diagnostics, [](const Diagnostic& d) { return d.m_severity == Severity::Warning; });
     if (diagnostics.empty()) // there was no memory for it
         diagnostics.push_back({Severity::Error, failure->m_message, failure->m_offset, {}, {}, 0});
@@ -74,8 +75,6 @@ public:
             for (const Note& note : NotesOf(diagnostic))
                 Report(SEV_NOTE, source, note.m_offset, note.m_message);
         }
-        if (findings.m_diagnostics.size() >= s_mostDiagnostics)
-            ReportNote("what else is wrong with " + findings.m_name + " is not shown");
         if (findings.m_isRight)
             PutLine(findings.m_name + ": ok");
     }
@@ -274,9 +273,14 @@ int CheckAll(const Options& options, Form form)
         if (const std::optional<NamedText> file = ReadFile(path))
         {
             findings.m_diagnostics = DiagnosticsOf(file->Source(), isWhole);
+            const bool areThereMore = findings.m_diagnostics.size() > s_mostDiagnostics;
+            if (areThereMore)
+                findings.m_diagnostics.pop_back();
             for (const Diagnostic& diagnostic : findings.m_diagnostics)
                 findings.m_isRight &= diagnostic.m_severity != Severity::Error;
             form.Add(findings, file->Source());
+            if (areThereMore)
+                ReportNote("what else is wrong with " + findings.m_name + " is not shown");
         }
         else
         {

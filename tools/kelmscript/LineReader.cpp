@@ -25,7 +25,7 @@ public:
     {
         if (m_isInteractive)
             Put(prompt);
-        return m_lines.Read(line) ? READ_LINE : READ_END;
+        return m_lines.Read(line) ? READ_LINE : m_lines.HasFailed() ? READ_FAILED : READ_END;
     }
 
     void Remember(const std::string&) override {}

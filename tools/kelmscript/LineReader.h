@@ -16,6 +16,7 @@ enum ERead
     READ_LINE,
     READ_INTERRUPTED, // Ctrl-C: what was typed so far is dropped
     READ_END,         // Ctrl-D, or the end of the input
+    READ_FAILED,      // the end of what can be read, after the reason was reported
 };
 
 // What the word under the cursor can become.

@@ -190,7 +190,8 @@ private:
             const ERead read = ReadLine(numLines == 0 ? s_prompt : s_continuation, line);
             if (read == READ_INTERRUPTED)
                 return;
-            m_isLeaving = read == READ_END;
+            m_hasFailed |= read == READ_FAILED;
+            m_isLeaving = read == READ_END || read == READ_FAILED;
             if (m_isLeaving)
                 break;
             if (line.find('\n') != std::string::npos && (numLines > 0 || !IsExpression(line)))
