@@ -23,7 +23,7 @@ struct Diagnostic
 {
     Severity m_severity;
     std::string m_message;
-    std::size_t m_place; // where the readers tell it
+    std::size_t m_place; // where the readers tell it, in octets from the beginning
     Span m_token;        // what is wrong; empty at the end of the text
     std::string m_note;  // such as the nearest names; empty for none
     std::size_t m_notePlace;
