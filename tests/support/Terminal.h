@@ -91,7 +91,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    static constexpr std::chrono::seconds s_patience{20};
+    static constexpr std::chrono::seconds s_patience{120};
 
     static Clock::time_point Now() { return Clock::now(); }
 

@@ -4,8 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
-
 namespace kelm
 {
 
@@ -112,16 +110,14 @@ TEST(Repl, NeverPromptsInAPipe)
     EXPECT_EQ(RunTool({"repl"}, "1\n(2\n)\n").m_output, "1\n2\n");
 }
 
-// Each line was looked at again with every line behind it.
+// Where each line were looked at again with every line behind it, this would not end before the test is stopped.
 TEST(Repl, ReadsAnEntryOfManyLinesInOnePass)
 {
-    constexpr int numLines = 100000;
+    constexpr int numLines = 400000;
     std::string entry = "(0\n";
     for (int i = 0; i < numLines; ++i)
         entry += "+1\n";
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(RunTool({"repl"}, entry + ")\n"), (ProgramResult{0, std::to_string(numLines) + "\n", ""}));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 // --- With a data source

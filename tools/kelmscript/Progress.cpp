@@ -71,7 +71,8 @@ private:
 
 void Progress::OnTick(int)
 {
-    if (s_pauses != 0)
+    s_isDue = s_pauses != 0;
+    if (s_isDue)
         return;
     const int error = errno;
     Line line;
@@ -114,6 +115,7 @@ Progress::~Progress()
         return;
     SetTimer(0, 0);
     const Pause clear;
+    s_isDue = 0;
     s_what[0] = '\0';
 }
 
@@ -124,6 +126,13 @@ Progress::Pause::Pause()
         return;
     s_isShown = 0;
     static_cast<void>(WriteAll(STDERR_FILENO, s_clear));
+}
+
+Progress::Pause::~Pause()
+{
+    s_pauses = s_pauses - 1;
+    if (s_isDue != 0 && s_pauses == 0)
+        OnTick(SIGALRM);
 }
 
 } // namespace kelm::tool

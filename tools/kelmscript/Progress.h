@@ -29,12 +29,12 @@ public:
         s_total = total;
     }
 
-    // While one lives, somebody else writes to the terminal, and nothing is shown there.
+    // While one lives, somebody else writes to the terminal, and what would be shown there waits for its end.
     class Pause
     {
     public:
         Pause();
-        ~Pause() { s_pauses = s_pauses - 1; }
+        ~Pause();
         Pause(const Pause&) = delete;
         Pause& operator=(const Pause&) = delete;
     };
@@ -47,6 +47,7 @@ private:
     static inline constinit volatile std::size_t s_total = 0;
     static inline constinit volatile std::sig_atomic_t s_pauses = 0;
     static inline constinit volatile std::sig_atomic_t s_isShown = 0;
+    static inline constinit volatile std::sig_atomic_t s_isDue = 0;
 
     bool m_isShowing;
 };
