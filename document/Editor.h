@@ -1,0 +1,58 @@
+#pragma once
+
+// Changes the values of a document where they are written, and nothing else of it.
+//
+//     kelm::Document document = kelm::Document::Parse(text);
+//     kelm::DocumentEditor editor(document);
+//     *editor.Set(".shapes[1].position.x", "-2.5");
+//     *editor.Remove(".title");
+//
+// The document is a data source of registered classes, read as ParseDataSource reads it. Comments, layout, order and
+// what is not written stay as they are. A path takes any member (.name), elements ([3]), what a map has under a key
+// (["two"], the key as data sources write it), and what a variant holds (.Circle); it passes through handles and
+// optionals. Indices count the elements of the object that reading gives.
+//
+// Each call changes the document or, with one error, does not. It reads the document before and after, so that whatever
+// comes of it can be read and has the value that was asked for; what no text can say, such as that a list lacks an
+// element which creation puts there, is refused. A call returns whether the text is another one now.
+
+#include <kelm/Result.h>
+#include <kelmDocument/Document.h>
+#include <kelmDocument/api.h>
+
+#include <string_view>
+
+namespace kelm
+{
+
+class KELM_DOCUMENT_API DocumentEditor
+{
+public:
+    // The document must live as long as this, and may be changed by others between calls.
+    explicit DocumentEditor(Document& document) : m_document(document) {}
+
+    // Gives something a value, written as data sources write it, in place of what it has. A member that is not written
+    // is put where the declaration has it, a key that is not there behind the others. Nothing changes where the value
+    // is that one already. A persistent reference is removed by "null".
+    Result<bool> Set(std::string_view path, std::string_view value);
+
+    // Takes every mention of a member, an element or a key out, with the comments that belong to it: those above it on
+    // lines of their own, up to a blank line, and those behind it on the same line. A member then has the value that
+    // creation gives it.
+    Result<bool> Remove(std::string_view path);
+
+    // Puts an element before the one at an index, or behind the last one; with a list or set as the path, behind the
+    // last one. A key must not be there yet.
+    Result<bool> Insert(std::string_view path, std::string_view value);
+
+    // Gives what is written under a key or a member's name another one, which must not be there yet.
+    Result<bool> Rename(std::string_view path, std::string_view name);
+
+    // Moves a written element with its comments, to be the one at an index of the same list.
+    Result<bool> Move(std::string_view from, std::string_view to);
+
+private:
+    Document& m_document;
+};
+
+} // namespace kelm

@@ -1,0 +1,69 @@
+#pragma once
+
+// How a document is laid out where something is put into it or taken out: which comments go with an item, where lines
+// are, what stands between neighbours. Of tokens alone; each call changes the document.
+
+#include <kelmDocument/Document.h>
+#include <kelmDocument/Items.h>
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelm::editing
+{
+
+// An item that is put into brackets. A member's text is laid out like its neighbours'.
+struct NewItem
+{
+    std::string m_name = {};   // of a member
+    std::string m_text = {};   // without its name
+    std::string m_above = {};  // comments on lines of their own
+    std::string m_behind = {}; // a comment on the same line
+};
+
+class Layout
+{
+public:
+    explicit Layout(Document& document) : m_document(document) {}
+
+    // A value's tokens are replaced; comments between those of a value without brackets stay.
+    void ReplaceValue(Span value, std::string_view text);
+
+    // With its comments: those above it on lines of their own, unless a blank line parts them, and those behind it on
+    // the same line.
+    void RemoveItem(const Part& brackets, std::size_t index);
+
+    // What RemoveItem takes, as it would be put in somewhere else.
+    NewItem GetItem(const Part& brackets, std::size_t index) const;
+
+    // Before the item of that index, or behind the last one.
+    void InsertItem(const Part& brackets, std::size_t index, const NewItem& item);
+
+    // Makes "(1, 2)" "{ x = 1 y = 2 }".
+    void NameItems(const Part& brackets, std::span<const std::string_view> names);
+
+private:
+    struct Group;
+
+    std::string_view GetText() const { return m_document.GetText(); }
+    std::vector<Item> ItemsOf(const Part& brackets) const;
+    Group GroupOf(const Part& brackets, const std::vector<Item>& items, std::size_t index) const;
+    std::vector<Part> PartsOf(Span span) const;
+    std::size_t LineStart(std::size_t at) const;
+    bool IsBlank(Span span) const;
+    bool BeginsLine(std::size_t at) const { return IsBlank({LineStart(at), at}); }
+    std::string IndentAt(std::size_t at) const;
+    std::string NewLine() const;
+    bool EndsInLineComment(Span comments) const;
+    std::string LineWith(const std::string& indent, const NewItem& item) const;
+    Span WithSpace(Span removed) const;
+    std::string MemberText(const std::vector<Item>& items, std::size_t index, const NewItem& item) const;
+    void InsertFirst(const Part& brackets, const NewItem& item);
+
+    Document& m_document;
+};
+
+} // namespace kelm::editing

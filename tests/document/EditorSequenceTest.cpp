@@ -1,0 +1,357 @@
+// Sequences of edits: the document reads as the object after the same sequence, keeps its comments and the lines that
+// no edit is about.
+
+#include "EditedTypes.h"
+
+#include <kelmDocument/Editor.h>
+#include <klKelmScript/ParseDataSource.h>
+#include <klObject/objects/Collector.h>
+#include <klObject/values/WriteVariable.h>
+#include <klUtils/xostream.h>
+#include <support/ReferenceTexts.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelm
+{
+
+namespace
+{
+
+using reference::Random;
+using yard::Ship;
+
+std::string WrittenText(const ptr<IObject>& object)
+{
+    StringStream stream(4096);
+    WriteObject(stream, object);
+    return std::string(stream.GetString().view());
+}
+
+ptr<IObject> ReadShip(std::string_view text)
+{
+    LexScannerException error{xstring(), LSToken()};
+    const ptr<IObject> ship = ParseDataSource(xstring(text), error);
+    EXPECT_TRUE(ship) << text << "\n" << error.what();
+    return ship;
+}
+
+// --- Texts
+
+// Tokens of a data source, between any two of which anything may stand that readers pass over.
+constexpr std::string_view s_tokens[] = {
+    "yard", ".",     "Ship",  "{",     "title", "=",      "\"a\"",  "origin", "=",    "Point",  "(",      "1",
+    ",",    "2",     ")",     "berth", "=",     "NORTH",  "isOpen", "=",      "true", "scores", "=",      "[",
+    "1",    ",",     "2",     ",",     "3",     "]",      "tags",   "=",      "[",    "1",      ",",      "2",
+    ",",    "3",     ",",     "4",     "]",     "filled", "=",      "[",      "9",    "]",      "crates", "=",
+    "[",    "{",     "label", "=",     "\"c\"", "}",      ",",      "Crate",  "{",    "weight", "=",      "-",
+    "5",    "place", "=",     "{",     "y",     "=",      "1",      "}",      "}",    "]",      "counts", "=",
+    "[",    "\"a\"", "->",    "1",     ",",     "\"b\"",  "->",     "2",      "]",    "list",   "=",      "[",
+    "1",    ",",     "2",     "]",     "area",  "=",      "1.5",    "}",
+};
+
+// Comments have numbers, so that each can be found again.
+std::string AnyFiller(Random& random, int& number)
+{
+    const std::string name = std::to_string(number);
+    switch (random.Below(12))
+    {
+    case 0: ++number; return " // <" + name + ">\n";
+    case 1: ++number; return "\n# <" + name + ">\n";
+    case 2: ++number; return " /* <" + name + "> */ ";
+    case 3: ++number; return "\n  // <" + name + ">\n  ";
+    case 4: return "\n\n    ";
+    case 5:
+    case 6: return "\n    ";
+    case 7: return "\r\n";
+    default: return " ";
+    }
+}
+
+std::string AnyShip(Random& random, int& numComments)
+{
+    std::string text;
+    for (const std::string_view token : s_tokens)
+    {
+        text += token;
+        text += AnyFiller(random, numComments);
+    }
+    return text;
+}
+
+// A document as people lay it out, members on lines of their own.
+std::string TidyShip(Random& random, int& numComments)
+{
+    std::string text = "// <0>\nyard::Ship {\n";
+    numComments = 1;
+    const char* const members[] = {"title = \"a\"",
+                                   "origin = Point(1, 2)",
+                                   "berth = NORTH",
+                                   "isOpen = true",
+                                   "scores = [1, 2, 3]",
+                                   "tags = [1, 2, 3, 4]",
+                                   "filled = [9]",
+                                   "crates = [\n        { label = \"c\" },\n        Crate {\n            weight = -5\n "
+                                   "           place = { y = 1 }\n"
+                                   "        }\n    ]",
+                                   "counts = [\n        \"a\" -> 1,\n        \"b\" -> 2\n    ]",
+                                   "list = [1, 2]",
+                                   "area = 1.5"};
+    for (const char* const member : members)
+    {
+        if (random.OneIn(3))
+            text += "    // <" + std::to_string(numComments++) + ">\n";
+        text += "    " + std::string(member);
+        if (random.OneIn(3))
+            text += " // <" + std::to_string(numComments++) + ">";
+        text += random.OneIn(4) ? "\n\n" : "\n";
+    }
+    return text + "}\n";
+}
+
+std::size_t CountComments(std::string_view text, int numComments)
+{
+    std::size_t count = 0;
+    for (int i = 0; i < numComments; ++i)
+    {
+        const std::string name = "<" + std::to_string(i) + ">";
+        const std::size_t at = text.find(name);
+        count += at != std::string_view::npos ? 1U : 0U;
+        EXPECT_TRUE(at == std::string_view::npos || text.find(name, at + 1) == std::string_view::npos)
+            << name << " twice in\n"
+            << text;
+    }
+    return count;
+}
+
+std::vector<std::string_view> LinesOf(std::string_view text)
+{
+    std::vector<std::string_view> lines;
+    while (!text.empty())
+    {
+        const std::size_t end = std::min(text.find('\n'), text.size() - 1) + 1;
+        lines.push_back(text.substr(0, end));
+        text.remove_prefix(end);
+    }
+    return lines;
+}
+
+// How many lines stand between those with which both texts begin and end.
+std::size_t NumChangedLines(std::string_view before, std::string_view after)
+{
+    const std::vector<std::string_view> a = LinesOf(before);
+    const std::vector<std::string_view> b = LinesOf(after);
+    const std::size_t shorter = std::min(a.size(), b.size());
+    std::size_t first = 0;
+    while (first < shorter && a[first] == b[first])
+        ++first;
+    std::size_t last = 0;
+    while (last < shorter - first && a[a.size() - 1 - last] == b[b.size() - 1 - last])
+        ++last;
+    return std::max(a.size(), b.size()) - first - last;
+}
+
+// --- Edits
+
+// One of the editor's, and the same of the object; where that cannot be, the editor refuses.
+struct AnyEdit
+{
+    std::string m_verb;
+    std::string m_path;
+    std::string m_value;
+    bool m_isPossible = true;
+};
+
+template <class List, class Value>
+void InsertAt(List& list, std::size_t at, const Value& value)
+{
+    list.push_back(value);
+    std::rotate(list.begin() + static_cast<std::ptrdiff_t>(at), list.end() - 1, list.end());
+}
+
+template <class List>
+void EraseAt(List& list, std::size_t at)
+{
+    std::rotate(list.begin() + static_cast<std::ptrdiff_t>(at), list.begin() + static_cast<std::ptrdiff_t>(at) + 1,
+                list.end());
+    list.pop_back();
+}
+
+template <class List>
+void MoveAt(List& list, std::size_t from, std::size_t to)
+{
+    const auto begin = list.begin();
+    const auto at = [&](std::size_t i) { return begin + static_cast<std::ptrdiff_t>(i); };
+    if (from < to)
+        std::rotate(at(from), at(from + 1), at(to + 1));
+    else
+        std::rotate(at(to), at(from), at(from + 1));
+}
+
+// Of a list of integers, of which the first ones are not written.
+template <class List>
+AnyEdit EditList(Random& random, const std::string& path, List& list, std::size_t numMade)
+{
+    const auto size = static_cast<std::size_t>(list.size());
+    const int number = static_cast<int>(random.Below(1000));
+    const std::size_t at = random.Below(size + 1);
+    const std::string element = path + "[" + std::to_string(at) + "]";
+    const std::string value = std::to_string(number);
+    if (random.OneIn(3))
+    {
+        if (at >= numMade)
+            InsertAt(list, at, number);
+        return {"insert", element, value, at >= numMade};
+    }
+    if (random.OneIn(4))
+    {
+        list.push_back(number);
+        return {"insert", path, value};
+    }
+    const bool isThere = numMade <= at && at < size;
+    if (random.OneIn(2))
+    {
+        const auto i = static_cast<decltype(list.size())>(at);
+        const bool isSo = at < size && list[i] == number; // where nothing need be written
+        if (isThere)
+            list[i] = number;
+        return {"set", element, value, isThere || isSo};
+    }
+    const std::size_t to = random.Below(size + 1);
+    if (random.OneIn(2))
+    {
+        const bool isPossible = isThere && numMade <= to && to < size;
+        if (isPossible)
+            MoveAt(list, at, to);
+        return {"move", element, path + "[" + std::to_string(to) + "]", isPossible};
+    }
+    if (isThere)
+        EraseAt(list, at);
+    return {"remove", element, "", isThere};
+}
+
+AnyEdit EditCounts(Random& random, xmap<xstring, int32>& counts)
+{
+    const char* const names[] = {"a", "b", "c", "d"};
+    const char* const name = random.Of(names);
+    const char* const other = random.Of(names);
+    const std::string path = ".counts[\"" + std::string(name) + "\"]";
+    const bool isThere = counts.find(name) != counts.end();
+    const bool isOther = counts.find(other) != counts.end();
+    const int number = static_cast<int>(random.Below(1000));
+    switch (random.Below(4))
+    {
+    case 0: counts[name] = number; return {"set", path, std::to_string(number)};
+    case 1:
+        if (!isThere)
+            counts[name] = number;
+        return {"insert", path, std::to_string(number), !isThere};
+    case 2:
+        if (isThere && !isOther)
+        {
+            counts[other] = counts[name];
+            counts.erase(name);
+        }
+        return {"rename", path, "\"" + std::string(other) + "\"", isThere && !isOther};
+    default: counts.erase(name); return {"remove", path, "", isThere};
+    }
+}
+
+// A number that is a member, and what creation gives it.
+template <class T>
+AnyEdit EditNumber(Random& random, const std::string& path, T& number, T made)
+{
+    if (random.OneIn(4))
+    {
+        number = made;
+        return {"remove", path, ""};
+    }
+    const int value = static_cast<int>(random.Below(2000)) - 1000;
+    number = static_cast<T>(value);
+    return {"set", path, std::to_string(value)};
+}
+
+AnyEdit EditAny(Random& random, Ship& ship)
+{
+    switch (random.Below(12))
+    {
+    case 0: ship.title = "new"; return {"set", ".title", "\"new\""};
+    case 1: ship.title = Ship().title; return {"remove", ".title", ""};
+    case 2: return EditNumber(random, ".origin.x", ship.origin.x, 0.0);
+    case 3: return EditNumber(random, ".origin.y", ship.origin.y, 2.0);
+    case 4: return EditNumber(random, ".area", ship.area, 0.0);
+    case 5: return EditNumber(random, ".crates[1].weight", ship.crates[1].weight, 1);
+    case 6: return EditNumber(random, ".crates[0].place.x", ship.crates[0].place.x, 0.0);
+    case 7: return EditList(random, ".tags", ship.tags, 0);
+    case 8: return EditList(random, ".filled", ship.filled, 2);
+    case 9: return EditList(random, ".crates[0].seals", ship.crates[0].seals, 0);
+    case 10: return EditList(random, ".list", ship.list, 0);
+    default: return EditCounts(random, ship.counts);
+    }
+}
+
+Result<bool> Do(Document& document, const AnyEdit& edit)
+{
+    DocumentEditor editor(document);
+    return edit.m_verb == "set"      ? editor.Set(edit.m_path, edit.m_value)
+           : edit.m_verb == "remove" ? editor.Remove(edit.m_path)
+           : edit.m_verb == "insert" ? editor.Insert(edit.m_path, edit.m_value)
+           : edit.m_verb == "rename" ? editor.Rename(edit.m_path, edit.m_value)
+                                     : editor.Move(edit.m_path, edit.m_value);
+}
+
+std::size_t NumCases()
+{
+    const char* const given = std::getenv("KELM_DOCUMENT_CASES");
+    return (given != nullptr ? std::strtoul(given, nullptr, 10) : 8000) / 40;
+}
+
+uint64 Seed()
+{
+    const char* const given = std::getenv("KELM_DOCUMENT_SEED");
+    return given != nullptr ? std::strtoul(given, nullptr, 10) : 1;
+}
+
+TEST(EditorSequence, ReadsAsTheObjectAfterTheSameEdits)
+{
+    yard::Register();
+    Random random(Seed());
+    for (std::size_t i = 0; i < NumCases(); ++i)
+    {
+        int numComments = 0;
+        const bool isTidy = random.OneIn(2);
+        const std::string text = isTidy ? TidyShip(random, numComments) : AnyShip(random, numComments);
+        Document document = Document::Parse(text);
+        const GcRoot model(ReadShip(text));
+        ASSERT_TRUE(model.get());
+        auto& ship = *static_cast<Ship*>(model.get().self());
+        for (int n = 0; n < 12; ++n)
+        {
+            const std::string before(document.GetText());
+            const std::size_t numBefore = CountComments(before, numComments);
+            const AnyEdit edit = EditAny(random, ship);
+            const Result<bool> result = Do(document, edit);
+            const std::string after(document.GetText());
+            const std::string told = before + "\n--- " + edit.m_verb + " " + edit.m_path + " " + edit.m_value +
+                                     (result ? "" : ": " + result.GetError().GetMessage()) + "\n" + after;
+            ASSERT_EQ(static_cast<bool>(result), edit.m_isPossible) << told;
+            ASSERT_EQ(WrittenText(ReadShip(after)), WrittenText(model.get())) << told;
+            if (edit.m_verb == "remove")
+                continue;
+            ASSERT_EQ(CountComments(after, numComments), numBefore) << told;
+            const std::size_t most = edit.m_verb == "set" ? 3 : edit.m_verb == "rename" ? 1 : 4;
+            ASSERT_TRUE(!isTidy || NumChangedLines(before, after) <= most) << told;
+        }
+        CollectGarbage();
+    }
+}
+
+} // namespace
+
+} // namespace kelm
