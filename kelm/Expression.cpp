@@ -128,15 +128,22 @@ namespace
 // A program for one scope as it was, and parameters of certain types.
 struct TypedProgram
 {
-    const Scope* m_scope;
+    ScopeState m_state;
     std::vector<ParameterType> m_types;
     TypedProgram* m_next;
     Program m_program;
     std::unique_ptr<Program> m_general; // for the same scope, where that is not what the expression was made with
 
-    Evaluation GetEvaluation(const Program& generalForm, const Slot* arguments) const
+    TypedProgram(const Scope* scope, const Slot* arguments, std::size_t numArguments)
+        : m_state(scope), m_types(arguments, arguments + numArguments)
     {
-        return {&m_program, m_program.m_records.data(), m_general != nullptr ? m_general.get() : &generalForm, m_scope,
+        m_program.m_isTyped = true;
+        m_program.m_state = &m_state;
+    }
+
+    Evaluation GetEvaluation(const Program& generalForm, const Scope* scope, const Slot* arguments) const
+    {
+        return {&m_program, m_program.m_records.data(), m_general != nullptr ? m_general.get() : &generalForm, scope,
                 arguments};
     }
 
@@ -149,7 +156,7 @@ struct TypedProgram
     }
     bool IsFor(const Scope* scope, const Slot* arguments) const
     {
-        if (scope != m_scope || ScopeAccess::VersionOf(scope) != m_program.m_version)
+        if (!m_state.Is(scope))
             return false;
         for (const ParameterType& type : m_types)
             if (!type.Matches(*arguments++))
@@ -168,6 +175,7 @@ struct Expression::Kept
          Language language)
         : m_text(text)
         , m_scope(scope)
+        , m_state(scope)
         , m_ownParameters(parameters.begin(), parameters.end())
         , m_parameters(m_ownParameters.begin(), m_ownParameters.end())
         , m_hasTypedForm(language == Language::Natural)
@@ -175,7 +183,6 @@ struct Expression::Kept
         m_general.m_text = m_text;
         m_general.m_language = language;
         m_general.m_parameters = m_parameters;
-        m_version = ScopeAccess::VersionOf(scope);
         m_hidesOwnFunction = HidesOwnFunction(scope);
         Failure failure;
         std::size_t place = 0;
@@ -218,13 +225,13 @@ struct Expression::Kept
         }
         if (const TypedProgram* const typed = FindTyped(scope, arguments))
         {
-            TryRun(typed->GetEvaluation(m_general, arguments), receiver, error);
+            TryRun(typed->GetEvaluation(m_general, scope, arguments), receiver, error);
             return;
         }
         const Record* const* records = m_general.m_records.data();
         std::array<const Record*, 16> near;
         std::vector<const Record*> far;
-        if (scope != m_scope || ScopeAccess::VersionOf(scope) != m_version)
+        if (!m_state.Is(scope))
         {
             const std::size_t size = m_general.m_names.size();
             if (size > near.size())
@@ -250,10 +257,10 @@ struct Expression::Kept
 
     const std::string m_text;
     const Scope* const m_scope;
+    const ScopeState m_state; // when the general form was recorded
     const std::vector<std::string> m_ownParameters;
     const std::vector<std::string_view> m_parameters;
     Program m_general;
-    uint64 m_version;        // of the scope, when the general form was recorded
     bool m_hidesOwnFunction; // the scope did then
     std::vector<std::string> m_names;
 
@@ -308,15 +315,11 @@ private:
         const std::lock_guard lock(m_making);
         if (m_typed.load(std::memory_order_relaxed) != newest)
             return nullptr; // which is right as well
-        auto typed = std::make_unique<TypedProgram>();
-        typed->m_scope = scope;
-        typed->m_types = std::vector<ParameterType>(arguments, arguments + m_parameters.size());
+        auto typed = std::make_unique<TypedProgram>(scope, arguments, m_parameters.size());
         Program& program = typed->m_program;
         program.m_text = m_text;
         program.m_language = m_general.m_language;
-        program.m_isTyped = true;
         program.m_parameters = m_parameters;
-        program.m_version = ScopeAccess::VersionOf(scope);
         Failure failure;
         std::size_t place = 0;
         const Recorded recorded = RecordText(program, scope, true, true, typed->m_types.data(), failure, place);
@@ -324,7 +327,7 @@ private:
             m_hasTypedForm = false;
         if (recorded != Recorded::AsAsked)
             return nullptr;
-        if (scope != m_scope || program.m_version != m_version)
+        if (!m_state.Is(scope))
         {
             typed->m_general = std::make_unique<Program>();
             if (RecordFor(*typed->m_general, scope, failure, place) == Recorded::Refused)
@@ -385,7 +388,7 @@ void Expression::Execute(const Scope* scope, const Slot* arguments, std::size_t 
     if (newest == nullptr || numArguments != kept.m_parameters.size() || !newest->IsFor(scope, arguments) ||
         !newest->CanTake(arguments)) [[unlikely]]
         return kept.Execute(scope, arguments, numArguments, receiver);
-    Machine machine(newest->GetEvaluation(kept.m_general, arguments), receiver);
+    Machine machine(newest->GetEvaluation(kept.m_general, scope, arguments), receiver);
     if (!machine.Run()) [[unlikely]]
         ThrowErrorOf(machine);
 }

@@ -17,19 +17,25 @@ namespace kelm
 namespace evaluation
 {
 
+namespace
+{
+
+void Destroy(Callable& function) noexcept
+{
+    if (function.m_destroy != nullptr)
+        function.m_destroy(function.m_function);
+    function = Callable();
+}
+
+} // namespace
+
 void Record::Clear() noexcept
 {
     m_slot.Release();
     m_slot.SetNone();
-    const auto destroy = [](Callable& function)
-    {
-        if (function.m_destroy != nullptr)
-            function.m_destroy(function.m_function);
-        function = Callable();
-    };
-    destroy(m_function);
+    Destroy(m_function);
     for (Callable& member : m_members)
-        destroy(member);
+        Destroy(member);
     m_members.clear();
     m_is = Is::Nothing;
 }
@@ -108,10 +114,54 @@ void Scope::Names::Touch()
     m_version = s_last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
+constinit thread_local uint64 ScopeAccess::Running::t_running __attribute__((tls_model("initial-exec"))) = 0;
+
 Scope::Names::~Names()
 {
     if (m_destroyResolver != nullptr)
         m_destroyResolver(m_resolverFunction);
+    DestroyRetired();
+}
+
+void Scope::Names::Retire(evaluation::Callable& function)
+{
+    if (ScopeAccess::Running::IsAny() && function.m_destroy != nullptr)
+        m_retired.push_back(std::exchange(function, {}));
+    else
+        evaluation::Destroy(function);
+}
+
+void Scope::Names::RetireResolver()
+{
+    evaluation::Callable resolver;
+    resolver.m_destroy = std::exchange(m_destroyResolver, nullptr);
+    resolver.m_function = m_resolverFunction;
+    m_resolver = nullptr;
+    Retire(resolver);
+}
+
+void Scope::Names::DestroyRetired()
+{
+    const std::unique_ptr<Names> former = std::move(m_former);
+    for (evaluation::Callable& function : std::exchange(m_retired, {}))
+        evaluation::Destroy(function);
+}
+
+ScopeState::ScopeState(const Scope* scope) : m_version(ScopeAccess::VersionOf(scope))
+{
+    while ((scope = ScopeAccess::ParentOf(scope)) != nullptr)
+        m_outer.push_back(ScopeAccess::VersionOf(scope));
+}
+
+// A scope has the same parent for good.
+bool ScopeState::AreOuter(const Scope* scope) const
+{
+    return std::all_of(m_outer.begin(), m_outer.end(),
+                       [&scope](uint64 version)
+                       {
+                           scope = ScopeAccess::ParentOf(scope);
+                           return ScopeAccess::VersionOf(scope) == version;
+                       });
 }
 
 Scope::Scope(const Scope* parent) : m_names(std::make_unique<Names>())
@@ -122,9 +172,16 @@ Scope::Scope(const Scope* parent) : m_names(std::make_unique<Names>())
 Scope::Scope(Scope&& other) noexcept = default;
 Scope& Scope::operator=(Scope&& other) noexcept
 {
-    m_names = std::move(other.m_names);
-    if (m_names != nullptr)
+    std::unique_ptr<Names> former = std::exchange(m_names, std::move(other.m_names));
+    if (m_names != nullptr && this != &other)
+    {
         m_names->Touch();
+        if (ScopeAccess::Running::IsAny() && former != nullptr) // whose function may be one of those
+        {
+            former->m_former = std::move(m_names->m_former);
+            m_names->m_former = std::move(former);
+        }
+    }
     return *this;
 }
 Scope::~Scope() = default;
@@ -134,6 +191,9 @@ Record& Scope::NewRecord(std::string_view name)
 {
     evaluation::CheckName(name);
     Record& record = m_names->m_table.FindOrAdd(name);
+    if (!ScopeAccess::Running::IsAny())
+        m_names->DestroyRetired();
+    m_names->Retire(record.m_function);
     m_names->Touch(); // a new name too: it may hide another scope's, or a function of the library
     record.Clear();
     return record;
@@ -240,6 +300,7 @@ Scope& Scope::DefineCallable(std::string_view name, evaluation::Callable callabl
         for (evaluation::Callable& member : record.m_members)
             if (evaluation::IsSameType(member.m_class, callable.m_class))
             {
+                m_names->Retire(member);
                 std::swap(member, owner.m_callable);
                 return *this;
             }
@@ -257,8 +318,7 @@ Scope& Scope::DefineCallable(std::string_view name, evaluation::Callable callabl
 
 Scope& Scope::SetResolver(Resolver resolver, void (*destroy)(void*) noexcept, void* function)
 {
-    if (m_names->m_destroyResolver != nullptr)
-        m_names->m_destroyResolver(m_names->m_resolverFunction);
+    m_names->RetireResolver();
     m_names->m_resolver = resolver;
     m_names->m_destroyResolver = destroy;
     m_names->m_resolverFunction = function;

@@ -30,12 +30,14 @@ namespace
     }
 }
 
-// What a function is free to change are the texts of variables that wait below its arguments.
-void OwnTexts(Slot* first, const Slot* last)
+// A function is free to change the variables of operands and arguments that wait below its own: these are what they
+// were when their turn came.
+[[gnu::always_inline]] inline void OwnScalars(Slot* first, const Slot* last)
 {
     for (; first != last; ++first)
-        if (first->m_kind == Kind::Text && first->m_holder == nullptr)
-            SetOwnText(*first, first->GetText());
+        if ((first->m_kind == Kind::Text && first->m_holder == nullptr) ||
+            (first->m_kind == Kind::Place && !first->m_stays)) [[unlikely]]
+            OwnScalar(*first);
 }
 
 // A part of an object that only the call kept alive goes on to be kept.
@@ -111,6 +113,7 @@ bool Machine::PushParameter(const Op& op)
 bool Machine::PushLocal(const Op& op)
 {
     *m_top = m_base[op.m_index];
+    m_top->m_stays = false;
     (m_top++)->Retain();
     return true;
 }
@@ -241,10 +244,11 @@ bool Machine::Call(const Op& op, const Callable& function, std::string_view name
     Slot* const arguments = m_top - count;
     if (function.m_takesValues && !LoadArguments(arguments, count)) [[unlikely]]
         return false;
-    OwnTexts(m_base, arguments);
+    OwnScalars(m_base, arguments);
     Slot result;
     result.SetNone();
     CallFrame frame{arguments, count, &result, &m_failure, -1};
+    const ScopeAccess::Running running;
     if (!function.m_call(function.m_function, frame)) [[unlikely]]
         return FailCall(op, name, frame.m_failed < 0 ? -1 : frame.m_failed - static_cast<int32>(numObjects));
     if (result.m_kind == Kind::Place) [[unlikely]]
@@ -276,6 +280,8 @@ bool Machine::PushResolved(const NameUse& use, Slot& slot)
     if (const Record* const record = ScopeAccess::Find(m_scope, use.m_name))
         return PushRecord(*record, slot, m_failure) &&
                (record->m_is != Record::Is::Member || StepToMember(slot, record->m_name, GetChecks(), m_failure));
+    OwnScalars(m_base, m_top);
+    const ScopeAccess::Running running;
     std::optional<Value> value = ScopeAccess::Resolve(m_scope, use.m_name);
     if (!value)
     {
@@ -311,9 +317,17 @@ bool Machine::FailCount(const Callable& function, std::string_view name, std::si
 
 // --- Assignments -----------------------------------------------------------------------------------------------------
 
+// What is behind the place that a value is for.
+bool Machine::KeepPlace(const Op&)
+{
+    m_top[-1].m_stays = m_top[-1].m_kind == Kind::Place;
+    return true;
+}
+
 bool Machine::Store(const Op& op)
 {
     Slot& target = m_top[-2];
+    OwnScalars(m_base, &target);
     if (target.m_kind != Kind::Place)
         return Fail(m_failure, ErrorKind::Type,
                     "Can't assign to " + NameOfType(target) + (target.m_kind != Kind::None ? " r-value" : ""));
@@ -336,6 +350,7 @@ bool Machine::Store(const Op& op)
 bool Machine::StoreElement(const Op& op)
 {
     Slot* const top = m_top;
+    OwnScalars(m_base, top - 3);
     bool isIndexWrong = false;
     if (!evaluation::StoreElement(top[-3], top[-2], top[-1], GetChecks(), isIndexWrong, m_failure))
     {
@@ -361,6 +376,7 @@ bool Machine::StoreName(const Op& op)
         if (!PushRecord(*record, *m_top, m_failure) || !CombineWith(op))
             return false;
     Slot& value = m_top[-1];
+    OwnScalars(m_base, &value);
     if (!StoreInName(*record, value, GetChecks(), m_failure))
         return false;
     value.Release();
@@ -448,6 +464,7 @@ bool Machine::PushElement(bool& hasElement)
     list[3].m_holder = nullptr;
     if (!StepToElement(list[3], list[2], m_failure))
         return false;
+    list[3].m_stays = true;
     ++m_top;
     return true;
 }
@@ -518,7 +535,7 @@ const Op* Do(const Op* op, Machine& machine, Slot* top, int64, float64)
 // Whether what names stand for has changed since a typed program was recorded.
 bool HasScopeChanged(const Machine& machine)
 {
-    return ScopeAccess::VersionOf(machine.m_scope) != machine.m_program->m_version;
+    return !machine.m_program->m_state->Is(machine.m_scope);
 }
 
 // A call, which may change that.
@@ -545,11 +562,12 @@ const Op* CallKnown(const Op* op, Machine& machine, Slot* top, int64, float64)
     const Record& record = *static_cast<const Record*>(op->m_left);
     Slot* const arguments = top - op->m_count;
     machine.m_top = top;
-    OwnTexts(machine.m_base, arguments);
+    OwnScalars(machine.m_base, arguments);
     Slot result;
     if constexpr (Result == Kind::None)
         result.SetNone();
     CallFrame frame{arguments, op->m_count, &result, &machine.m_failure, -1};
+    const ScopeAccess::Running running;
     if (!record.m_function.m_call(record.m_function.m_function, frame)) [[unlikely]]
         return FailCall(op, machine, record, frame.m_failed);
     if (Result == Kind::None && result.m_kind == Kind::Place)
@@ -580,7 +598,8 @@ const Op* CallOfFloats(const Op* op, Machine& machine, Slot* top, int64, float64
     const Callable& function = static_cast<const Record*>(op->m_left)->m_function;
     Slot* const arguments = top - op->m_count;
     machine.m_top = top;
-    OwnTexts(machine.m_base, arguments);
+    OwnScalars(machine.m_base, arguments);
+    const ScopeAccess::Running running;
     const float64 result = function.m_ofFloats(function.m_function, arguments);
     if (HasScopeChanged(machine)) [[unlikely]]
     {
@@ -720,6 +739,7 @@ const Step s_steps[] = {
     JumpIf<true, true>,
     Do<&Machine::CheckBool>,
     Do<&Machine::Select>,
+    Do<&Machine::KeepPlace>,
     Do<&Machine::Store>,
     Do<&Machine::StoreName>,
     Do<&Machine::StoreElement, 2>,

@@ -90,6 +90,7 @@ struct Machine
     bool CallMember(const Op& op);
     bool Select(const Op& op);
     bool CheckBool(const Op& op);
+    bool KeepPlace(const Op& op);
     bool Store(const Op& op);
     bool StoreName(const Op& op);
     bool StoreElement(const Op& op);

@@ -101,6 +101,63 @@ bool LoadPlace(Slot& slot, Failure& failure)
     return Become(slot, value);
 }
 
+namespace
+{
+
+// A variable of its own.
+struct VariableHolder : Holder
+{
+    explicit VariableHolder(const ReflectionByteCode& type) : m_variable(type)
+    {
+        m_destroy = [](Holder* holder) noexcept { delete static_cast<VariableHolder*>(holder); };
+    }
+    Variable m_variable;
+};
+
+// False where such a variable does not take the scalar.
+bool TryOwn(Slot& slot, const ReflectionByteCode& type, const Scalar& scalar)
+{
+    auto holder = std::make_unique<VariableHolder>(type);
+    void* const variable = holder->m_variable.Get();
+    if (scalar.m_kind != Scalar::Kind::None && kelm::StoreScalar(type, variable, scalar) != Fit::Fits)
+        return false;
+    Slot value;
+    value.SetPlace(variable, type, slot.m_isConst, holder.release());
+    return Become(slot, value);
+}
+
+} // namespace
+
+void OwnScalar(Slot& slot)
+{
+    if (slot.m_kind == Kind::Text)
+        return SetOwnText(slot, slot.GetText());
+    Slot there = slot;
+    ReflectionByteCode type;
+    const ReflectionByteCode outer = Underlying(there);
+    const bool isAnything = EnterChoices(there, type);
+    if (isAnything && type.m_bc == nullptr)
+        return;
+    std::string room;
+    const Scalar scalar = isAnything ? LoadScalar(type, there.m_address, room) : Scalar();
+    if (isAnything && scalar.m_kind == Scalar::Kind::None)
+        return;
+    Slot value;
+    switch (outer.m_bc == type.m_bc ? scalar.m_kind : Scalar::Kind::None)
+    {
+    case Scalar::Kind::Bool: value.Set(scalar.m_bool); break;
+    case Scalar::Kind::Int64: value.Set(scalar.m_int64); break;
+    case Scalar::Kind::Float64: value.Set(scalar.m_float64); break;
+    case Scalar::Kind::None:
+    case Scalar::Kind::UInt64:
+    case Scalar::Kind::Text: // of what is more than a text, perhaps
+        if (!TryOwn(slot, outer, scalar))
+            TryOwn(slot, type, scalar);
+        return;
+    }
+    Become(slot, value);
+}
+
 bool Load(Slot& slot, Failure& failure)
 {
     return slot.m_kind != Kind::Place || LoadPlace(slot, failure);

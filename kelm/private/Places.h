@@ -32,6 +32,10 @@ using Checks = std::vector<CheckedMember>;
 // every other stays a place. What an optional or a variant holds stands for it.
 bool LoadPlace(Slot& slot, Failure& failure);
 
+// A scalar, text or enumerator that lies in a variable becomes a value, or lies in one of its own from then on: it is
+// as it is now, whatever becomes of the variable. Objects and lists stay where they are.
+void OwnScalar(Slot& slot);
+
 // The same of any value, which stays as it is: none of objects. The text may lie in `room`.
 bool ToScalar(const Slot& slot, Scalar& scalar, std::string& room, Failure& failure);
 

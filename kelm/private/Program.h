@@ -5,7 +5,7 @@
 // Each operation is a step: a function that does it and goes on to the next. Values stand on a stack of slots, which
 // say of what kind they are; but where it is known what a name stands for, so are the kinds of what is computed from
 // it, and then the topmost value is handed from step to step in registers, without its kind. Such a program is called
-// typed. It holds while the names of its scope stand for what they did (m_version) and its parameters are of the kinds
+// typed. It holds while the names of its scope stand for what they did (m_state) and its parameters are of the kinds
 // that it was recorded for; the same text recorded without that knowledge is the general form, which always holds.
 
 #include <kelm/Language.h>
@@ -23,6 +23,7 @@ namespace kelm
 {
 struct BuiltIn;
 struct ForeignListFns;
+class ScopeState;
 } // namespace kelm
 
 namespace kelm::evaluation
@@ -74,6 +75,7 @@ enum class Code : uint8
 
     // Assign: a value to what is below it, or to a name, and leave nothing in their place. its operator is what
     // combines the old value and the new, if anything does.
+    KeepPlace, // which a value is assigned to
     Store,
     StoreName,
     StoreElement, // to an element of an object, which a map may get: object, index, value; a Subscript stands behind it
@@ -230,8 +232,8 @@ struct Program
     std::string_view m_text;
     Language m_language = Language::Natural;
     bool m_isTyped = false;
-    uint64 m_version = 0;    // of the scope, of a typed program
-    std::size_t m_depth = 0; // of the stack
+    const ScopeState* m_state = nullptr; // of the scope, of a typed program
+    std::size_t m_depth = 0;             // of the stack
     std::span<const std::string_view> m_parameters;
     SmallArray<Op, 48> m_ops;
     SmallArray<NameUse, 12> m_names;

@@ -104,7 +104,10 @@ public:
                 ++m_depth;
             }
             else if (!isName)
+            {
                 Push(left);
+                Emit(Code::KeepPlace, TOKEN_END, 0, 0);
+            }
             Operand right;
             e.EvaluateNextOperand(right);
             e.FinishConditional(right);

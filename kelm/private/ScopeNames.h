@@ -96,6 +96,12 @@ struct Scope::Names
     // Whenever a name stands for something else than before, or is somewhere else; no two versions are the same.
     void Touch();
 
+    // What is no longer part of the scope is destroyed, at the latest with it: not before functions that run have
+    // returned, of which it may be one.
+    void Retire(evaluation::Callable& function);
+    void RetireResolver();
+    void DestroyRetired();
+
     uint64 m_version;
     const Scope* m_parent = nullptr;
     evaluation::NameTable m_table;
@@ -105,21 +111,46 @@ struct Scope::Names
     Resolver m_resolver = nullptr;
     void (*m_destroyResolver)(void*) noexcept = nullptr;
     void* m_resolverFunction = nullptr;
+    std::vector<evaluation::Callable> m_retired;
+    std::unique_ptr<Names> m_former; // of a scope that another one has been moved to
+};
+
+// What the names of a scope and of those outward of it stand for: the same as long as its version is, and theirs are.
+class ScopeState
+{
+public:
+    explicit ScopeState(const Scope* scope);
+
+    // Whether it is that of the scope, wherever the scope lies by now.
+    bool Is(const Scope* scope) const;
+
+private:
+    bool AreOuter(const Scope* scope) const;
+
+    uint64 m_version = 0;
+    std::vector<uint64> m_outer;
 };
 
 // The scopes from one outward, seen as a whole. A null one has no names.
 struct ScopeAccess
 {
     static void CheckName(std::string_view name);
-    // Of all of them: another one when any has changed.
-    static uint64 VersionOf(const Scope* scope)
+    static uint64 VersionOf(const Scope* scope) { return scope != nullptr ? scope->m_names->m_version : 0; }
+    static const Scope* ParentOf(const Scope* scope) { return scope != nullptr ? scope->m_names->m_parent : nullptr; }
+
+    // While a function of the program, or a resolver, runs on this thread.
+    struct Running
     {
-        uint64 version = 0;
-        for (; scope != nullptr; scope = scope->m_names->m_parent)
-            if (scope->m_names->m_version > version)
-                version = scope->m_names->m_version;
-        return version;
-    }
+        Running() { ++t_running; }
+        ~Running() { --t_running; }
+        Running(const Running&) = delete;
+        Running& operator=(const Running&) = delete;
+        static bool IsAny() { return t_running != 0; }
+
+    private:
+        static constinit thread_local uint64 t_running __attribute__((tls_model("initial-exec")));
+    };
+
     static const evaluation::Record* Find(const Scope* scope, SubString name);
     static const evaluation::Record* FindMember(const Scope* scope, SubString name);
     static bool HasResolver(const Scope* scope);
@@ -127,5 +158,10 @@ struct ScopeAccess
     static std::vector<std::string> AllNames(const Scope* scope);
     static std::vector<std::string> AllMembers(const Scope* scope);
 };
+
+inline bool ScopeState::Is(const Scope* scope) const
+{
+    return ScopeAccess::VersionOf(scope) == m_version && (m_outer.empty() || AreOuter(scope));
+}
 
 } // namespace kelm
