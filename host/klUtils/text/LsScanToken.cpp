@@ -18,7 +18,7 @@ LSToken LsScanToken(SubString& s, bool atLineStart)
 
 int64 GetLineNumber(SubString text, const char* pos)
 {
-    return 1 + text::CountIn<text::Only<'\n'>>(text.m_p1, std::clamp(pos, text.m_p1, text.m_p2));
+    return 1 + text::Count('\n', text.m_p1, std::clamp(pos, text.m_p1, text.m_p2));
 }
 
 } // namespace kelm

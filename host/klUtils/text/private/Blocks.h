@@ -9,6 +9,7 @@
 
 #include <klUtils/types.h>
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -76,7 +77,7 @@ public:
     }
 
     // character < c, which is ASCII, or the character is not.
-    Lanes AreBelow(char c) const { return Lanes(_mm_cmpgt_epi8(_mm_set1_epi8(c), m_bytes)); }
+    Lanes AreBelow(char c) const { return Lanes(_mm_or_si128(m_bytes, _mm_sub_epi8(m_bytes, _mm_set1_epi8(c)))); }
 
     // first <= character <= last, all of them ASCII.
     Lanes AreBetween(char first, char last) const { return Between(m_bytes, first, last); }
@@ -103,6 +104,8 @@ public:
     }
 
 private:
+    friend class CountOfOne;
+
     explicit Block(__m128i bytes) : m_bytes(bytes) {}
 
     static Lanes Between(__m128i bytes, char first, char last)
@@ -138,10 +141,26 @@ inline bool HasAny(Lanes lanes)
 {
     return lanes.GetMask() != 0;
 }
-inline int CountOf(Lanes lanes)
+
+// How many characters are that one, of up to s_mostBlocks blocks: each lane counts its own.
+class CountOfOne
 {
-    return std::popcount(lanes.GetMask());
-}
+public:
+    static constexpr ssize_t s_mostBlocks = 255;
+
+    void Add(const Block& block, char c)
+    {
+        m_counts = _mm_sub_epi8(m_counts, _mm_cmpeq_epi8(block.m_bytes, _mm_set1_epi8(c)));
+    }
+    ssize_t GetSum() const
+    {
+        const __m128i sums = _mm_sad_epu8(m_counts, _mm_setzero_si128());
+        return _mm_cvtsi128_si64(_mm_add_epi64(sums, _mm_unpackhi_epi64(sums, sums)));
+    }
+
+private:
+    __m128i m_counts = _mm_setzero_si128();
+};
 
 #else
 
@@ -257,10 +276,31 @@ inline bool HasAny(Lanes lanes)
 {
     return (lanes.m_low | lanes.m_high) != 0;
 }
-inline int CountOf(Lanes lanes)
+
+class CountOfOne
 {
-    return std::popcount(lanes.m_low) + std::popcount(lanes.m_high);
-}
+public:
+    static constexpr ssize_t s_mostBlocks = 255;
+
+    void Add(const Block& block, char c)
+    {
+        const Lanes lanes = block.AreEqual(c);
+        m_low += lanes.m_low >> 7;
+        m_high += lanes.m_high >> 7;
+    }
+    ssize_t GetSum() const { return SumOf(m_low) + SumOf(m_high); }
+
+private:
+    // The bytes' sum: neighbours are joined, then all four.
+    static ssize_t SumOf(uint64 bytes)
+    {
+        constexpr uint64 even = 0x00ff00ff00ff00ff;
+        return static_cast<ssize_t>(((bytes & even) + (bytes >> 8 & even)) * 0x0001000100010001 >> 48);
+    }
+
+    uint64 m_low = 0;
+    uint64 m_high = 0;
+};
 
 #endif
 
@@ -311,16 +351,22 @@ template <class Set>
     return FindFirst<Set>(p, end);
 }
 
-// How many characters of the set there are.
-template <class Set>
-inline ssize_t CountIn(const char* p, const char* end)
+// How many characters are that one.
+inline ssize_t Count(char c, const char* p, const char* end)
 {
     ssize_t count = 0;
-    for (; end - p >= s_blockSize; p += s_blockSize)
-        count += CountOf(Set::In(Block(p)));
-    for (; p != end; ++p)
-        count += Set::In(*p);
-    return count;
+    while (end - p >= 2 * s_blockSize)
+    {
+        CountOfOne counts;
+        const ssize_t pairs = std::min((end - p) / s_blockSize, CountOfOne::s_mostBlocks) / 2;
+        for (const char* const stop = p + pairs * 2 * s_blockSize; p != stop; p += 2 * s_blockSize)
+        {
+            counts.Add(Block(p), c);
+            counts.Add(Block(p + s_blockSize), c);
+        }
+        count += counts.GetSum();
+    }
+    return count + std::count(p, end, c);
 }
 
 // One character as a set.

@@ -6,6 +6,7 @@
 #include <rapidcheck.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
 #include <cctype>
 #include <string>
 #include <utility>
@@ -359,6 +360,24 @@ TEST(GetLineNumber, CountsLineFeedsFromOne)
     } rows[] = {{0, 1}, {1, 1}, {2, 1}, {3, 2}, {4, 3}, {5, 3}, {7, 3}, {8, 4}, {9, 4}};
     for (const auto& row : rows)
         EXPECT_EQ(GetLineNumber(text, text.m_p1 + row.m_offset), row.m_line) << row.m_offset;
+}
+
+// Each length and each offset in memory, beyond what is counted in one go; some texts are nothing but line feeds.
+TEST(GetLineNumber, CountsInTextsOfAnyLength)
+{
+    std::string text(8'300, '\n');
+    for (const std::size_t step : {1, 2, 3, 7, 50})
+    {
+        for (std::size_t i = 0; i < text.size(); ++i)
+            text[i] = i % step == 0 ? '\n' : static_cast<char>(i);
+        for (std::size_t size = 0; size < 200; ++size)
+            for (const std::size_t length : {size, 4'000 + size, 8'000 + size})
+            {
+                const SubString part(text.data() + size % 16, text.data() + length + 16);
+                const auto expected = 1 + std::count(part.m_p1, part.m_p2, '\n');
+                ASSERT_EQ(GetLineNumber(part, part.m_p2), expected) << step << " " << length;
+            }
+    }
 }
 
 TEST(GetLineNumber, TakesAPositionOutsideTheTextForItsNearestEnd)
