@@ -11,9 +11,9 @@
 #include <klUtils/text/private/TypedReads.h>
 #include <klUtils/xostream.h>
 
-#include <atomic>
+#include <cstring>
 #include <iterator>
-#include <limits>
+#include <utility>
 
 namespace kelm
 {
@@ -528,35 +528,57 @@ void* NavigatePathToField(ptr<IObject> obj, ExpressionParser& parser, Reflection
 namespace
 {
 
-// A stream whose text is another's string.
-class StringSink final : public xostream
+// A stream that collects its text where there is room for nearly every message, and hands it over in the end.
+class MessageStream final : public xostream
 {
 public:
-    explicit StringSink(xstring& text) : m_text(text) {}
-
     using xostream::put;
-    void put(const char* text, long length) override { m_text.append(text, length); }
+    void put(const char* text, long length) override
+    {
+        if (length > s_capacity - m_size) [[unlikely]]
+            return PutAtOnce(text, length);
+        std::memcpy(m_buffer + m_size, text, static_cast<std::size_t>(length));
+        m_size += length;
+    }
+    void MoveTo(xstring& text)
+    {
+        if (m_longText.empty()) [[likely]]
+            return text.assign(m_buffer, m_size);
+        m_longText.append(m_buffer, m_size);
+        text.swap(m_longText);
+    }
 
 private:
-    xstring& m_text;
+    static constexpr ssize_t s_capacity = 256;
+
+    [[gnu::noinline]] void PutAtOnce(const char* text, long length)
+    {
+        m_longText.append(m_buffer, std::exchange(m_size, 0));
+        m_longText.append(text, length);
+    }
+
+    char m_buffer[s_capacity];
+    ssize_t m_size = 0;
+    xstring m_longText; // what came before the buffer's
 };
 
 // As LexScannerException writes it, with the line.
 void WriteFailure(const PathWalk& walk, SubString path, xstring& text)
 {
-    constexpr ssize_t usualLength = 100;
-    text.reserve(usualLength);
-    StringSink os(text);
+    MessageStream os;
     if (walk.m_problem.m_fault == PathFault::NotScanned)
     {
         const text::ScanFailure failure = walk.m_cursor.GetScanFailure();
         text::WriteLineBefore(os, GetLineNumber(path, failure.m_token.m_str.m_p1));
         os << failure.m_message;
-        return;
     }
-    const LSToken token = walk.GetToken();
-    text::WriteLineBefore(os, GetLineNumber(path, token.m_str.m_p1));
-    WriteMessage(os, walk.m_problem, token);
+    else
+    {
+        const LSToken token = walk.GetToken();
+        text::WriteLineBefore(os, GetLineNumber(path, token.m_str.m_p1));
+        WriteMessage(os, walk.m_problem, token);
+    }
+    os.MoveTo(text);
 }
 
 // The rest of a walk along a whole text.

@@ -89,9 +89,13 @@ public:
     template <char Expected>
     [[gnu::always_inline]] EToken TryOperatorOrEnd()
     {
-        if (TryOperator<Expected>()) [[likely]]
+        const char* p = m_p;
+        if (IsOperatorNext<Expected>(p)) [[likely]]
+        {
+            Accept(s_operatorTrie.TokenOf(Expected), p, p + 1);
             return s_operatorTrie.TokenOf(Expected);
-        if (SkipSpaceHere(m_p) != m_end)
+        }
+        if (p != m_end)
             return TOKEN_UNDEF;
         Accept(TOKEN_END, m_end, m_end);
         return TOKEN_END;
@@ -99,13 +103,8 @@ public:
     template <char Expected>
     [[gnu::always_inline]] bool TryOperator()
     {
-        static_assert(Expected == '.' || StartOf(Expected) == Start::SingleOperator);
         const char* p = m_p;
-        if (!TryPassSpaceTo<Expected>(p)) [[unlikely]]
-            return false;
-        if (Expected == '.' && p + 1 != m_end && DigitValue(p[1]) <= 9) [[unlikely]]
-            return false;
-        return Accept(s_operatorTrie.TokenOf(Expected), p, p + 1);
+        return IsOperatorNext<Expected>(p) && Accept(s_operatorTrie.TokenOf(Expected), p, p + 1);
     }
 
     // Expects an identifier that the reader knows. This is a guess: the characters up to one that could end it. Where
@@ -123,13 +122,16 @@ public:
     {
         const char* start = m_p;
         uint64 word = PeekWord(start);
-        if (static_cast<uint8>(word) <= ' ') [[unlikely]]
+        if (static_cast<uint8>(word) < '0') [[unlikely]]
         {
-            start += static_cast<char>(word) == ' ';
-            word = PeekWord(start);
-            if (static_cast<uint8>(word) <= ' ')
+            if (static_cast<char>(word) == ' ')
             {
-                start = SkipSpaceHere(start);
+                ++start;
+                word = m_end - start >= s_maxShortText ? LoadWord<uint64>(start) : word >> 8;
+            }
+            if (static_cast<uint8>(word) < '0')
+            {
+                start = FindTokenBehind(start, m_end);
                 word = PeekWord(start);
             }
         }
@@ -152,18 +154,23 @@ public:
         bool isNegative = false;
         if (!IsDigitAt(start)) [[unlikely]]
         {
-            start = SkipSpaceHere(start);
-            if (start != m_end && (*start == '-' || *start == '+'))
-            {
-                isNegative = *start == '-';
-                start = SkipSpaceHere(start + 1);
-            }
+            if (start != m_end && *start == ' ')
+                ++start;
             if (!IsDigitAt(start))
-                return false;
+            {
+                start = FindTokenBehind(start, m_end);
+                if (start != m_end && (*start == '-' || *start == '+'))
+                {
+                    isNegative = *start == '-';
+                    start = FindTokenBehind(start + 1, m_end);
+                }
+                if (!IsDigitAt(start))
+                    return false;
+            }
         }
         uint64 value = DigitValue(*start);
         const char* p = start + 1;
-        if (p == m_end || *p != Behind) [[unlikely]]
+        if (!TryPassBlankTo<Behind>(p)) [[unlikely]]
         {
             if (value == 0)
             {
@@ -215,30 +222,44 @@ private:
 
     bool IsDigitAt(const char* p) const { return p != m_end && DigitValue(*p) <= 9; }
 
-    // Past white space, which most often is a blank.
-    [[gnu::always_inline]] const char* SkipSpaceHere(const char* p) const
+    // Past white space and comments, but for a hash that is there at once: whether that begins a line nobody knows
+    // here.
+    [[gnu::noinline]] static const char* FindTokenBehind(const char* p, const char* end)
     {
-        if (p != m_end && *p == ' ')
-            ++p;
-        while (p != m_end && HasProperty(*p, CHAR_SPACE))
-            ++p;
-        return p;
+        const char* const next = SkipSpace(p, end);
+        const bool isComment = next != end && (*next == '/' || (*next == '#' && next != p));
+        return isComment ? SkipComments(next, end) : next;
     }
 
-    // To that operator, with nothing but white space before it; false otherwise.
+    // To that operator, with nothing before it or one blank; false otherwise.
     template <char Operator>
-    [[gnu::always_inline]] bool TryPassSpaceTo(const char*& p) const
+    [[gnu::always_inline]] bool TryPassBlankTo(const char*& p) const
     {
         if (p == m_end)
             return false;
         if (*p == Operator) [[likely]]
             return true;
-        if (*p == ' ' && ++p == m_end)
+        if (*p != ' ' || p + 1 == m_end || p[1] != Operator)
             return false;
-        if (*p == Operator) [[likely]]
+        ++p;
+        return true;
+    }
+    // The same with any white space and comments; where something else comes, to that.
+    template <char Operator>
+    [[gnu::always_inline]] bool TryPassSpaceTo(const char*& p) const
+    {
+        if (TryPassBlankTo<Operator>(p)) [[likely]]
             return true;
-        p = SkipSpaceHere(p);
+        if (p == m_end)
+            return false;
+        p = FindTokenBehind(p, m_end);
         return p != m_end && *p == Operator;
+    }
+    template <char Operator>
+    [[gnu::always_inline]] bool IsOperatorNext(const char*& p) const
+    {
+        static_assert(Operator == '.' || StartOf(Operator) == Start::SingleOperator);
+        return TryPassSpaceTo<Operator>(p) && !(Operator == '.' && IsDigitAt(p + 1));
     }
 
     static constexpr ssize_t s_maxFewDigits = 9;
