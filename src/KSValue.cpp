@@ -277,7 +277,7 @@ void ApplySubscript(KSValue& v, const KSValue& index)
     const xstring& text = v.as<string8>();
     if (i < 0 || i >= text.size())
         ThrowValueException("Index ", i, " out of range [0,", text.size(), ") on string");
-    KSValueAccess::Set(v, static_cast<int64>(text[i]));
+    KSValueAccess::Set(v, int64(static_cast<int8>(text[i])));
     FailWithoutReturn(s_endLine);
 }
 

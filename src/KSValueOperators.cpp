@@ -6,6 +6,7 @@
 
 #include <klKelmScript/KSValue.h>
 #include <klKelmScript/private/BinaryOperations.h>
+#include <klKelmScript/private/ProcessorDivision.h>
 
 #include <cmath>
 #include <type_traits>
@@ -13,16 +14,9 @@
 namespace kelm
 {
 
-// Written as the instruction, since the language leaves the one quotient that does not fit undefined and a compiler may
-// do anything with it.
 Division DivideByProcessor(int64 a, int64 b)
 {
-    Division result;
-    __asm__ volatile("cqto\n\tidivq %[divisor]"
-                     : "=&a"(result.m_quotient), "=&d"(result.m_remainder)
-                     : "0"(a), [divisor] "r"(b)
-                     : "cc");
-    return result;
+    return DivideOrFault(a, b);
 }
 
 void ThrowDivisionError(ConstStringZ message)

@@ -444,20 +444,47 @@ TEST(ReflectedOperands, TakePartAsWhatTheyCoerceTo)
 
 // --- The pair that faults --------------------------------------------------------------------------------------------
 
-// The default action is restored because a sanitizer handles the signal otherwise.
-void DivideWithDefaultSignal(KSValue (*divide)(const KSValue& a, const KSValue& b), const KSValue& a, const KSValue& b)
+// What a program may have done with the signal; a sanitizer handles it otherwise. No way of it survives the fault, but
+// that of a handler which does not return.
+void Expect()
 {
     std::signal(SIGFPE, SIG_DFL);
-    divide(a, b);
+}
+void Ignore()
+{
+    std::signal(SIGFPE, SIG_IGN);
+}
+void Block()
+{
+    Expect();
+    sigset_t faults;
+    sigemptyset(&faults);
+    sigaddset(&faults, SIGFPE);
+    sigprocmask(SIG_BLOCK, &faults, nullptr);
+}
+void Handle()
+{
+    struct sigaction action = {};
+    action.sa_sigaction = [](int, siginfo_t* info, void*) { _exit(info->si_code == FPE_INTDIV ? 42 : 1); };
+    action.sa_flags = SA_SIGINFO;
+    sigaction(SIGFPE, &action, nullptr);
+}
+
+void DivideAfter(void (*prepare)(), KSValue (*divide)(const KSValue& a, const KSValue& b), const KSValue& divisor)
+{
+    prepare();
+    divide(I(s_minInt64), divisor);
 }
 
 TEST(DivisionDeathTest, OfTheLeastIntegerByMinusOneFaults)
 {
     for (const KSValue& divisor : {I(-1), F(-1.0)})
-    {
-        EXPECT_EXIT(DivideWithDefaultSignal(operator/, I(s_minInt64), divisor), ::testing::KilledBySignal(SIGFPE), "");
-        EXPECT_EXIT(DivideWithDefaultSignal(operator%, I(s_minInt64), divisor), ::testing::KilledBySignal(SIGFPE), "");
-    }
+        for (auto* divide : {operator/, operator%})
+        {
+            for (auto* prepare : {Expect, Ignore, Block})
+                EXPECT_EXIT(DivideAfter(prepare, divide, divisor), ::testing::KilledBySignal(SIGFPE), "");
+            EXPECT_EXIT(DivideAfter(Handle, divide, divisor), ::testing::ExitedWithCode(42), "");
+        }
 }
 
 } // namespace

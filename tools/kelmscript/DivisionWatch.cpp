@@ -1,6 +1,6 @@
 #include "DivisionWatch.h"
 
-#include "FaultedDivision.h"
+#include <klKelmScript/private/ProcessorDivision.h>
 
 namespace kelm::tool
 {

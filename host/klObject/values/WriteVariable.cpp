@@ -153,7 +153,7 @@ inline char* Writer::WriteScalar(char* p, const void* data)
     {
         static_assert(std::is_same_v<T, Char16>);
         const auto c = static_cast<char>(value); // which reading sign-extends
-        if (static_cast<uint16>(c) != value)
+        if (static_cast<uint16>(static_cast<int8>(value)) != value)
             Throw({"data sources have no form for the 16-bit character ", NumberText(static_cast<long>(value))});
         return PutQuoted(m_room, p, {&c, &c + 1}, '\'');
     }
