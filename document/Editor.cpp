@@ -141,6 +141,7 @@ public:
     explicit Edit(const Document& document) : m_document(document), m_layout(m_document) { Read(m_document, m_object); }
 
     void Set(std::string_view path, std::string_view value);
+    void Add(std::string_view path, std::string_view value);
     void Remove(std::string_view path);
     void Insert(std::string_view path, std::string_view value);
     void Rename(std::string_view path, std::string_view name);
@@ -180,6 +181,7 @@ private:
             };
     }
 
+    void AddParts(std::string_view path, const Spot& target, const std::string& text);
     void SetComposite(std::string_view path, const std::string& text);
     void SetText(std::string_view path, const std::vector<Spot>& spots, std::size_t i, const std::string& text);
     void WriteOut(std::string_view path, const std::vector<Spot>& spots, std::size_t i);
@@ -355,6 +357,66 @@ void Edit::PutMember(const Spot& outer, const std::string& name, const std::stri
         }
     }
     m_layout.InsertItem(*brackets, place, {.m_name = name, .m_text = text});
+}
+
+// --- Add -------------------------------------------------------------------------------------------------------------
+
+void Edit::Add(std::string_view path, std::string_view value)
+{
+    const std::vector<Spot> spots = Find(path, Purpose::Set);
+    const Spot& target = spots.back();
+    if (target.m_kind == SpotKind::Whole || !target.m_former.empty() || IsSaidWhole(target))
+        return Set(path, value);
+    const std::string text(WithoutMargins(value));
+    const Variable alone(target.m_type); // what is wrong with the value shows before anything is changed
+    ReadAll("<value>", text, target.m_type, alone.Get());
+    ReadAll("<value>", text, target.m_type, target.m_data);
+    ExpectObject();
+    AddParts(path, target, text);
+}
+
+// Each by an edit of its own, but for the elements of a list.
+void Edit::AddParts(std::string_view path, const Spot& target, const std::string& text)
+{
+    const Document value = Document::Parse(text);
+    const Part brackets = *BracketsOf(value, {0, text.size()});
+    std::vector<Item> items;
+    ItemWalk walk(value, brackets);
+    for (Item item; walk.Next(item);)
+        items.push_back(item);
+    if (items.empty())
+        return;
+    if (target.GetVariableKind() == VK_VECTOR)
+    {
+        if (target.m_mentions.empty())
+        {
+            const std::vector<Spot> spots = Find(path, Purpose::Set);
+            return SetText(path, spots, spots.size() - 1, text);
+        }
+        const Part list = *BracketsOf(m_document, target.m_mentions.back().m_value);
+        std::size_t count = 0;
+        ItemWalk written(m_document, list);
+        for (Item item; written.Next(item);)
+            ++count;
+        const Span all{items.front().m_span.m_begin, items.back().m_span.m_end};
+        return m_layout.InsertItem(list, count, {.m_text = std::string(all.In(text))});
+    }
+    std::vector<MemberField> members;
+    if (target.GetVariableKind() == VK_CLASS)
+        members = MembersOf(*target.GetClass());
+    for (std::size_t i = 0; i < items.size(); ++i)
+    {
+        std::string part(path);
+        if (target.GetVariableKind() == VK_CLASS)
+            part.append(".").append(items[i].m_name.IsEmpty() ? members[i].m_name : items[i].m_name.In(text));
+        else
+            part.append("[")
+                .append(items[i].m_key.IsEmpty() ? std::to_string(i) : std::string(items[i].m_key.In(text)))
+                .append("]");
+        Edit edit(m_document);
+        edit.Add(part, items[i].m_value.In(text));
+        m_document = edit.Take(part);
+    }
 }
 
 // --- Remove ----------------------------------------------------------------------------------------------------------
@@ -552,7 +614,7 @@ void Edit::Rename(std::string_view path, std::string_view name)
         if (outer.GetVariableKind() == VK_MAP && (kind == VK_CLASS || kind == VK_VECTOR))
             Refuse(path, spot.m_step, "other keys may depend on this one");
         const Variable key(keyType);
-        ReadAll("<key>", text, keyType, key.Get());
+        ReadAll("<value>", text, keyType, key.Get());
         if (outer.FindPayload(outer.m_data, key.Get()) != nullptr)
             Refuse(path, spot.m_step, "the key " + text + " is there already");
     }
@@ -578,6 +640,14 @@ void Edit::Rename(std::string_view path, std::string_view name)
 void Edit::Move(std::string_view from, std::string_view to)
 {
     const std::vector<Spot> spots = Find(from, Purpose::Find);
+    if (const std::string_view same = from.substr(0, spots.back().m_step);
+        spots.back().m_kind != SpotKind::Element && to.starts_with(same))
+    {
+        std::string_view name = to.substr(same.size());
+        if (spots.back().m_kind == SpotKind::Payload && name.ends_with(']'))
+            name.remove_suffix(1);
+        return Rename(from, name);
+    }
     const std::vector<Spot> others = Find(to, Purpose::Find);
     const Spot& spot = spots.back();
     const Spot& other = others.back();
@@ -632,6 +702,11 @@ Result<bool> Change(Document& document, std::string_view path, const F& change)
 Result<bool> DocumentEditor::Set(std::string_view path, std::string_view value)
 {
     return Change(m_document, path, [&](editing::Edit& edit) { edit.Set(path, value); });
+}
+
+Result<bool> DocumentEditor::Add(std::string_view path, std::string_view value)
+{
+    return Change(m_document, path, [&](editing::Edit& edit) { edit.Add(path, value); });
 }
 
 Result<bool> DocumentEditor::Remove(std::string_view path)

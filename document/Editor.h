@@ -36,6 +36,10 @@ public:
     // is that one already. A persistent reference is removed by "null".
     Result<bool> Set(std::string_view path, std::string_view value);
 
+    // The same where a value has parts: these are set and added, as reading the value into what is there would. Lists
+    // and maps receive what it holds in addition, of a class the members that it names are changed.
+    Result<bool> Add(std::string_view path, std::string_view value);
+
     // Takes every mention of a member, an element or a key out, with the comments that belong to it: those above it on
     // lines of their own, up to a blank line, and those behind it on the same line. A member then has the value that
     // creation gives it.
@@ -48,7 +52,8 @@ public:
     // Gives what is written under a key or a member's name another one, which must not be there yet.
     Result<bool> Rename(std::string_view path, std::string_view name);
 
-    // Moves a written element with its comments, to be the one at an index of the same list.
+    // Moves a written element with its comments, to be the one at an index of the same list. Of keys and members it is
+    // Rename, with the new name as a path.
     Result<bool> Move(std::string_view from, std::string_view to);
 
 private:

@@ -325,6 +325,13 @@ void Layout::InsertItem(const Part& brackets, std::size_t index, const NewItem& 
         added = " " + text + ownComma + behind;
     if (onLine && !endsLine && (isLast ? isLineComment : true))
         added += NewLine() + IndentAt(isLast ? brackets.m_span.m_begin : former.m_span.m_begin);
+    if (!needsLine && !hasMembers && isLast && index > 1)
+        if (const Span lead{items[index - 2].m_separator.m_begin, former.m_span.m_begin};
+            BeginsLine(lead.m_begin) && IsBlank({lead.m_begin + 1, lead.m_end})) // commas that begin lines
+        {
+            const std::size_t end = group.m_span.m_end;
+            return m_document.Edit({end, end}, NewLine() + indent + std::string(lead.In(GetText())) + text);
+        }
     if (!onLine && !hasMembers && isLast)
     {
         // Blanks behind commas as before the former item.

@@ -95,7 +95,8 @@ ssize_t Spot::CountElements() const
         return m_type.GetArrayCount();
     if (GetVariableKind() == VK_FOREIGN)
         return m_type.GetForeignType().m_list->Count(m_data);
-    return static_cast<const VectorOfByte*>(m_data)->size() / GetElementType().GetTypeSize();
+    const ssize_t size = GetElementType().GetTypeSize();
+    return size > 0 ? static_cast<const VectorOfByte*>(m_data)->size() / size : 0;
 }
 
 void* Spot::FindPayload(const void* map, const void* key) const
@@ -502,7 +503,14 @@ private:
         const Spot& map = m_spots.back();
         const ReflectionByteCode keyType = map.GetKeyType();
         Variable sought(keyType);
-        ReadAll("<key>", text, keyType, sought.Get());
+        try
+        {
+            ReadAll("<key>", text, keyType, sought.Get());
+        }
+        catch (const Error& e)
+        {
+            Refuse(m_path, step, e.GetMessage());
+        }
         void* payload = map.FindPayload(map.m_data, sought.Get());
         const bool isThere = payload != nullptr;
         // Which of the written keys are that one, a map of the same type tells, which holds nothing else.

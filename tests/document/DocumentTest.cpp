@@ -154,8 +154,10 @@ TEST(Document, KeepsAnyLevels)
 
 TEST(Document, ReadsTheFilesOfTheExamples)
 {
-    for (const auto& file : std::filesystem::directory_iterator(KELM_EXAMPLE_DATA))
+    for (const auto& file : std::filesystem::recursive_directory_iterator(KELM_EXAMPLE_DATA))
     {
+        if (!file.is_regular_file())
+            continue;
         std::stringstream stream;
         stream << std::ifstream(file.path()).rdbuf();
         const std::string text = stream.str();

@@ -20,6 +20,7 @@ namespace
 enum class Verb
 {
     Set,
+    Add,
     Remove,
     Insert,
     Rename,
@@ -32,6 +33,7 @@ Result<bool> Do(Document& document, Verb verb, std::string_view path, std::strin
     switch (verb)
     {
     case Verb::Set: return editor.Set(path, value);
+    case Verb::Add: return editor.Add(path, value);
     case Verb::Remove: return editor.Remove(path);
     case Verb::Insert: return editor.Insert(path, value);
     case Verb::Rename: return editor.Rename(path, value);
@@ -204,6 +206,31 @@ TEST(Editor, RefusesWithOneErrorAndNothingChanged)
     ExpectRows(Verb::Set, rows);
 }
 
+TEST(Editor, AddsWhatReadingTheValueIntoItWould)
+{
+    const EditRow rows[] = {
+        {"yard::Ship { title = \"a\" }", ".title", "\"b\"", "yard::Ship { title = \"b\" }"},
+        {"yard::Ship { tags = [1] }", ".tags", "[2, 3]", "yard::Ship { tags = [1, 2, 3] }"},
+        {"yard::Ship { tags = [1] }", ".tags", "[]", "="},
+        {"yard::Ship { tags = [\n  1 // one\n] }", ".tags", "[2]", "yard::Ship { tags = [\n  1, // one\n  2\n] }"},
+        {"yard::Ship {}", ".filled", "[9]", "yard::Ship { filled = [9] }"},
+        {"yard::Ship { filled = [9] }", ".filled", "[10]", "yard::Ship { filled = [9, 10] }"},
+        {"yard::Ship { origin = { x = 1 } }", ".origin", "{ y = 3 }", "yard::Ship { origin = { x = 1 y = 3 } }"},
+        {"yard::Ship { origin = (1, 2) }", ".origin", "Point { y = 3 }", "yard::Ship { origin = (1, 3) }"},
+        {"yard::Ship { origin = { x = 1 } }", ".origin", "(1, 3)", "yard::Ship { origin = { x = 1 y = 3 } }"},
+        {"yard::Ship { counts = [\"a\" -> 1] }", ".counts", "[\"b\" -> 2, \"a\" -> 3]",
+         "yard::Ship { counts = [\"a\" -> 3, \"b\" -> 2] }"},
+        {"yard::Ship { scores = [1, 2, 3] }", ".scores", "[1, 5, 3]", "yard::Ship { scores = [1, 5, 3] }"},
+        {"yard::Ship { list = [1, 2] }", ".list", "[3]", "yard::Ship { list = [3] }"},
+        {"yard::Ship { crates = [{ seals = [1] }] }", ".crates[0]", "{ weight = 2 seals = [2] }",
+         "yard::Ship { crates = [{ weight = 2 seals = [1, 2] }] }"},
+        {"yard::Ship { scores = [1, 2, 3] }", ".scores", "[1]", "error: Expected , when read ]"},
+        {"yard::Ship { marks = [] }", ".marks", "[{x=1} -> \"a\", {y=2} -> \"b\"]",
+         "error: no text can say this here: reading would give another value"},
+    };
+    ExpectRows(Verb::Add, rows);
+}
+
 TEST(Editor, RemovesEveryMentionWithItsComments)
 {
     const EditRow rows[] = {
@@ -282,6 +309,8 @@ TEST(Editor, InsertsElementsAndKeys)
         {"yard::Ship { tags = [\n  1, // one\n  // of two\n  2  // two\n] }", ".tags[1]", "3",
          "yard::Ship { tags = [\n  1, // one\n  3,\n  // of two\n  2  // two\n] }"},
         {"yard::Ship { tags = [\n  1,\n  2\n] }", ".tags[0]", "3", "yard::Ship { tags = [\n  3,\n  1,\n  2\n] }"},
+        {"yard::Ship { tags =\n  [ 1 // one\n  , 2 // two\n  ] }", ".tags", "3",
+         "yard::Ship { tags =\n  [ 1 // one\n  , 2 // two\n  , 3\n  ] }"},
         {"yard::Ship { scores = [1, 2, 3] }", ".scores[1]", "3", "error: the list has a fixed number of elements"},
         {"yard::Ship { list = [1] }", ".list", "3", "yard::Ship { list = [1, 3] }"},
         {"yard::Ship { set = [\"a\"] }", ".set", "\"b\"", "yard::Ship { set = [\"a\", \"b\"] }"},
@@ -329,12 +358,113 @@ TEST(Editor, MovesElementsWithTheirComments)
          "yard::Ship { tags = [\n  2, // two\n  // the first\n  1 // one\n] }"},
         {"yard::Ship { tags = [\n# the second\n  1,\n# the first\n  2\n] }", ".tags[1]", ".tags[0]",
          "yard::Ship { tags = [\n# the first\n  2,\n# the second\n  1\n] }"},
+        {"yard::Ship { counts = [\"a\" -> 1] }", ".counts[\"a\"]", ".counts[\"c\"]",
+         "yard::Ship { counts = [\"c\" -> 1] }"},
+        {"yard::Ship { tags = [1] }", ".tags", ".filled", "yard::Ship { filled = [1] }"},
         {"yard::Ship { list = [1, 2] }", ".list[0]", ".list[1]", "yard::Ship { list = [2, 1] }"},
         {"yard::Ship { tags = [1] filled = [1] }", ".tags[0]", ".filled[2]", "error: an element moves within its list"},
         {"yard::Ship { filled = [1, 2] }", ".filled[2]", ".filled[0]", s_made},
         {"yard::Ship { tags = [1] tags = [2] }", ".tags[0]", ".tags[1]", "error: the list is written several times"},
     };
     ExpectRows(Verb::Move, rows);
+}
+
+// --- Comments
+
+// One at every place where one can stand, each with a number.
+constexpr std::string_view s_commented =
+    "@1@ yard @2@ :: @3@ Ship @4@ { @5@ title @6@ = @7@ \"a\" @8@ origin @9@ = @10@ Point @11@ ( @12@ 1 @13@ , @14@ - "
+    "@15@ 2 @16@ ) @17@ tags = [ @18@ 1 @19@ , @20@ 2 @21@ ] @22@ counts = [ @23@ \"a\" @24@ -> @25@ 1 @26@ , @27@ "
+    "\"b\" -> 2 @28@ ] extent = @29@ radius @30@ 5 @31@ first = @32@ yard @33@ . @34@ Crate @35@ { @36@ } @37@ rows = "
+    "[ "
+    "[ @38@ ] @39@ ] @40@ } @41@";
+constexpr int s_numPlaces = 41;
+
+struct FormRow
+{
+    std::string_view m_before;
+    std::string_view m_behind;
+};
+
+// How a comment may be written there.
+constexpr FormRow s_forms[] = {
+    {"/* <", "> */"}, {"// <", ">\n"}, {"\n    // <", ">\n    "}, {"\n# <", ">\n"}, {"\n\n  /* <", ">\n */\n\n"},
+};
+
+struct CommentRow
+{
+    Verb m_verb;
+    std::string_view m_path;
+    std::string_view m_value;
+    int m_first = 0; // of those that may go with what is removed
+    int m_last = -1;
+};
+
+TEST(Editor, KeepsEveryCommentAtEveryPlace)
+{
+    const CommentRow rows[] = {
+        {Verb::Set, ".title", "\"b\""},
+        {Verb::Set, ".origin.x", "3"},
+        {Verb::Set, ".origin.y", "3"},
+        {Verb::Set, ".tags[0]", "3"},
+        {Verb::Set, ".tags[1]", "3"},
+        {Verb::Set, ".counts[\"a\"]", "3"},
+        {Verb::Set, ".counts[\"c\"]", "3"},
+        {Verb::Set, ".extent.radius", "3"},
+        {Verb::Set, ".first.label", "\"b\""},
+        {Verb::Set, ".first.weight", "3"},
+        {Verb::Set, ".berth", "NORTH"},
+        {Verb::Set, ".area", "3"},
+        {Verb::Set, ".rows[0]", "[3]", 38, 38},
+        {Verb::Set, ".origin", "(3, 4)", 11, 16},
+        {Verb::Add, ".origin", "{ x = 3 }"},
+        {Verb::Add, ".tags", "[3, 4]"},
+        {Verb::Add, ".rows[0]", "[3]"},
+        {Verb::Add, ".counts", "[\"b\" -> 3, \"c\" -> 3]"},
+        {Verb::Insert, ".tags[0]", "3"},
+        {Verb::Insert, ".tags[1]", "3"},
+        {Verb::Insert, ".tags[2]", "3"},
+        {Verb::Insert, ".rows[0][0]", "3"},
+        {Verb::Insert, ".counts[\"c\"]", "3"},
+        {Verb::Rename, ".counts[\"a\"]", "\"c\""},
+        {Verb::Rename, ".tags", "filled"},
+        {Verb::Move, ".tags[0]", ".tags[1]"},
+        {Verb::Move, ".tags[1]", ".tags[0]"},
+        {Verb::Remove, ".title", "", 5, 8},
+        {Verb::Remove, ".origin", "", 8, 17},
+        {Verb::Remove, ".origin.x", "", 12, 14},
+        {Verb::Remove, ".origin.y", "", 14, 16},
+        {Verb::Remove, ".tags[0]", "", 18, 20},
+        {Verb::Remove, ".tags[1]", "", 20, 21},
+        {Verb::Remove, ".counts[\"a\"]", "", 23, 27},
+        {Verb::Remove, ".counts[\"b\"]", "", 27, 28},
+        {Verb::Remove, ".first", "", 31, 37},
+        {Verb::Remove, ".rows[0]", "", 38, 39},
+    };
+    for (const FormRow& form : s_forms)
+    {
+        std::string text(s_commented);
+        for (int i = 1; i <= s_numPlaces; ++i)
+        {
+            const std::string mark = "@" + std::to_string(i) + "@";
+            text.replace(text.find(mark), mark.size(),
+                         std::string(form.m_before) + std::to_string(i) + std::string(form.m_behind));
+        }
+        for (const CommentRow& row : rows)
+        {
+            const std::string after = After(text, row.m_verb, row.m_path, row.m_value);
+            ASSERT_NE(after, text) << row.m_path;
+            for (int i = 1; i <= s_numPlaces; ++i)
+            {
+                const std::string comment = "<" + std::to_string(i) + ">";
+                const std::size_t at = after.find(comment);
+                EXPECT_TRUE(at != std::string::npos || (row.m_first <= i && i <= row.m_last))
+                    << comment << " is lost by " << row.m_path << " " << row.m_value << "\n"
+                    << after;
+                EXPECT_TRUE(at == std::string::npos || after.find(comment, at + 1) == std::string::npos) << after;
+            }
+        }
+    }
 }
 
 } // namespace

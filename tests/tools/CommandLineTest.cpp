@@ -27,15 +27,16 @@ TEST(CommandLine, HelpNamesTheSubcommandsAndExitCodes)
     const ProgramResult result = RunTool({"--help"});
     EXPECT_EQ(result.m_exitCode, 0);
     EXPECT_EQ(result.m_errors, "");
-    for (const char* part : {"eval ", "each ", "repl ", "check ", "print ", "get ", "set ", "types ", "--module LIB.so",
-                             "--version", "KELMSCRIPT_MODULES", "Exit codes: 0 ", "Examples:\n"})
+    for (const char* part :
+         {"eval ", "each ", "repl ", "check ", "print ", "get ", "set ", "unset ", "add ", "mv ", "types ",
+          "--module LIB.so", "--version", "KELMSCRIPT_MODULES", "Exit codes: 0 ", "Examples:\n"})
         EXPECT_THAT(result.m_output, HasSubstr(part));
 }
 
 TEST(CommandLine, EachSubcommandHasHelpWithExamples)
 {
-    for (const std::string command :
-         {"eval", "each", "repl", "check", "print", "get", "set", "types", "completion", "manual"})
+    for (const std::string command : {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv",
+                                      "types", "completion", "manual"})
     {
         const ProgramResult result = RunTool({command, "--help"});
         EXPECT_EQ(RunTool({command, "-h"}), result);
@@ -84,6 +85,9 @@ const UsageRow s_usages[] = {
     {{"check"}, "FILE is required"},
     {{"get", "file"}, "PATH is required"},
     {{"set", "file", ".x"}, "VALUE is required"},
+    {{"unset", "file"}, "PATH is required"},
+    {{"add", "file", ".x"}, "VALUE is required"},
+    {{"mv", "file", ".x"}, "TO is required"},
     {{"print", "file", "--json", "--compact"}, "--json excludes --compact"},
     {{"eval", "--module"}, "--module: 1 required LIB.so missing"},
 };
@@ -105,8 +109,13 @@ TEST(CommandLine, TellsThatNoModuleIsLoadedWhereNoClassIsKnown)
 
 TEST(CommandLine, RefusesToWriteStandardInputInPlace)
 {
-    EXPECT_EQ(RunTool({"set", "-i", "-", ".x", "1"}, "X {}"),
-              (ProgramResult{2, "", "kelmscript: error: standard input cannot be written in place\n"}));
+    const std::vector<std::vector<std::string>> commands = {{"set", "-i", "-", ".x", "1"},
+                                                            {"unset", "-i", "-", ".x"},
+                                                            {"add", "-i", "-", ".x", "1"},
+                                                            {"mv", "-i", "-", ".x", ".y"}};
+    for (const std::vector<std::string>& command : commands)
+        EXPECT_EQ(RunTool(command, "X {}"),
+                  (ProgramResult{2, "", "kelmscript: error: standard input cannot be written in place\n"}));
 }
 
 // --- Modules

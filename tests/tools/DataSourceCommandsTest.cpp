@@ -436,10 +436,10 @@ TEST_F(DataSource, SetWritesTheChangedObject)
     }
 }
 
-TEST_F(DataSource, SetWritesIndentedText)
+TEST_F(DataSource, SetWritesTheTextWithItsComments)
 {
-    EXPECT_EQ(RunOn("tool::Frame {}", {"set", "FILE", ".y", "2"}),
-              (ProgramResult{0, "tool::Frame {\n    x = 0.0\n    y = 2.0\n    width = 0.0\n}\n", ""}));
+    EXPECT_EQ(RunOn("tool::Frame {} // a frame", {"set", "FILE", ".y", "2"}),
+              (ProgramResult{0, "tool::Frame { y = 2 } // a frame", ""}));
 }
 
 const std::pair<std::vector<std::string>, std::string> s_setErrors[] = {

@@ -55,7 +55,7 @@ TEST_F(InPlace, ReplacesTheFile)
 {
     m_folder.MakeFile("scene.kds", "tool::Frame {}");
     EXPECT_EQ(RunToolWithTypes({"set", "-i", File(), ".y", "2"}), (ProgramResult{0, "", ""}));
-    EXPECT_EQ(TextOfFile(File()), "tool::Frame {\n    x = 0.0\n    y = 2.0\n    width = 0.0\n}\n");
+    EXPECT_EQ(TextOfFile(File()), "tool::Frame { y = 2 }");
     EXPECT_EQ(RunToolWithTypes({"set", "--in-place", "--compact", File(), ".x", "1"}), (ProgramResult{0, "", ""}));
     EXPECT_EQ(TextOfFile(File()), "tool::Frame{x=1.0 y=2.0 width=0.0}\n");
     ExpectNothingLeftBeside();

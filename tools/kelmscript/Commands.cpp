@@ -4,6 +4,7 @@
 #include "CompletionScripts.h"
 #include "DataSources.h"
 #include "Each.h"
+#include "Edits.h"
 #include "Eval.h"
 #include "Manual.h"
 #include "Repl.h"
@@ -99,7 +100,7 @@ constexpr OptionRow s_replOptions[] = {
     s_data, s_set, s_natural, s_valueType, s_valueJson, s_valueRaw,
 };
 
-// --- print, get, set
+// --- print, get, and what changes files
 
 constexpr OptionRow s_printOptions[] = {
     {0, "--json", "", &Options::m_json, "Write JSON", "--compact"},
@@ -112,17 +113,38 @@ constexpr OptionRow s_getOptions[] = {
     s_raw,
 };
 
+constexpr OptionRow s_inPlace = {'i', "--in-place", "", &Options::m_inPlace,
+                                 "Write to the file itself, whole or not at all"};
+constexpr ArgumentRow s_more = {"MORE", &Options::m_more, false, "Further paths and values"};
+
 constexpr ArgumentRow s_setArguments[] = {
     s_file,
     s_path,
     {"VALUE", &Options::m_value, true, "The value, as data sources write it; containers grow by it"},
+    s_more,
 };
 constexpr OptionRow s_setOptions[] = {
-    {'i', "--in-place", "", &Options::m_inPlace, "Write to the file itself, whole or not at all"},
+    s_inPlace,
     {0, "--replace", "", &Options::m_replace, "Empty the field first"},
-    {0, "--compact", "", &Options::m_compact, "Write one line"},
+    {0, "--compact", "", &Options::m_compact, "Write the object anew, as one line"},
     {0, "--json", "", &Options::m_json, "Write JSON, which is no data source any longer", "--in-place"},
 };
+constexpr ArgumentRow s_unsetArguments[] = {
+    s_file,
+    {"PATH", &Options::m_more, true, "What is no longer to be written, as in .items[3] or .counts[\"two\"]"},
+};
+constexpr ArgumentRow s_addArguments[] = {
+    s_file,
+    {"PATH", &Options::m_path, true, "A list, or where in it, as in .items[3]; or a key, as in .counts[\"two\"]"},
+    {"VALUE", &Options::m_value, true, "The element, or what is under the key, as data sources write it"},
+    s_more,
+};
+constexpr ArgumentRow s_mvArguments[] = {
+    s_file,
+    {"FROM", &Options::m_path, true, "An element, a key or a member that is written"},
+    {"TO", &Options::m_value, true, "Another index of the list, another key, another member of the class"},
+};
+constexpr OptionRow s_editOptions[] = {s_inPlace};
 
 // --- check, types
 
@@ -199,13 +221,37 @@ const CommandRow s_commands[] = {
      R"(  kelmscript get scene.kds .title
   kelmscript get --json scene.kds '.shapes[1].position'
 )"},
-    {"set", "Change a field and write the whole data source",
-     "Reads a value into a field and writes the whole data source, to standard output or, whole or not at all, to the "
-     "file itself. Comments are lost.",
+    {"set", "Change fields where they are written",
+     "Writes a data source in which fields have other values, to standard output or, whole or not at all, to the file "
+     "itself. Comments, layout and all that is not named stay as they are. Where the values are those already, the "
+     "file "
+     "is not written.",
      RunSet, s_setArguments, s_setOptions,
      R"(  kelmscript set scene.kds .title '"Harbour"'
-  kelmscript set -i scene.kds '.shapes[1].position.x' -2.5
+  kelmscript set -i scene.kds '.shapes[1].position.x' -2.5 .title '"Harbour"'
   kelmscript set -i --replace scene.kds .shapes '[]'
+)"},
+    {"unset", "Take members, elements and keys out",
+     "Writes a data source without what is named: members, which then have the values that creation gives them, "
+     "elements "
+     "of lists, and keys of maps; each with the comments that belong to it.",
+     RunUnset, s_unsetArguments, s_editOptions,
+     R"(  kelmscript unset scene.kds .title
+  kelmscript unset -i garden.kds '.shapes[2]' '.plants["thyme"]'
+)"},
+    {"add", "Put elements and keys in",
+     "Writes a data source with a further element in a list or a set, before the one at an index or behind the last "
+     "one, or with a key in a map that was not there.",
+     RunAdd, s_addArguments, s_editOptions,
+     R"(  kelmscript add -i garden.kds .margins 2.5
+  kelmscript add garden.kds '.plants["mint"]' '{ species = "Mentha" }'
+)"},
+    {"mv", "Move elements, and give keys and members other names",
+     "Writes a data source in which an element of a list stands elsewhere, with its comments, or what is written under "
+     "a key or as a member has another name.",
+     RunMove, s_mvArguments, s_editOptions,
+     R"(  kelmscript mv -i garden.kds '.shapes[2]' '.shapes[0]'
+  kelmscript mv garden.kds '.plants["thyme"]' '.plants["lemon thyme"]'
 )"},
     {"types",
      "List what is registered, or show one type",

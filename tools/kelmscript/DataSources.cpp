@@ -284,6 +284,12 @@ std::optional<std::string> FieldText(ptr<IObject> object, const std::string& pat
     return TryWrite(write) ? std::optional(std::move(text.m_text)) : std::nullopt;
 }
 
+std::optional<std::string> ObjectText(ptr<IObject> object, EForm form)
+{
+    StringOutput text;
+    return WriteObjectText(text, object, form) ? std::optional(std::move(text.m_text)) : std::nullopt;
+}
+
 bool PutObject(ptr<IObject> object, EForm form)
 {
     OutputStream os;
@@ -330,28 +336,6 @@ int RunGet(const Options& options)
     if (text)
         PutLine(*text);
     return text ? EXIT_OK : EXIT_FAILED;
-}
-
-int RunSet(const Options& options)
-{
-    if (options.m_inPlace && options.m_file == "-")
-    {
-        ReportError("standard input cannot be written in place");
-        return EXIT_USAGE;
-    }
-    GcRoot object;
-    // What follows a data source would be lost.
-    if (!LoadFile(options, TRAILING_FAILS, object) ||
-        !SetField(object.get(), options.m_path, options.m_value, options.m_replace))
-        return EXIT_FAILED;
-    const EForm form = FormOf(options);
-    if (!options.m_inPlace)
-        return PutObject(object.get(), form) ? EXIT_OK : EXIT_FAILED;
-    StringOutput text;
-    if (!WriteObjectText(text, object.get(), form))
-        return EXIT_FAILED;
-    text << "\n";
-    return ReplaceFile(options.m_file, text.m_text) ? EXIT_OK : EXIT_FAILED;
 }
 
 } // namespace kelm::tool

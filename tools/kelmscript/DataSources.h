@@ -42,6 +42,9 @@ EForm FormOf(const Options& options);
 // Writes an object. Writes nothing and gives false, after the error was reported, where it has no such form.
 bool WriteObjectText(xostream& os, ptr<IObject> object, EForm form);
 
+// The same as a text; nothing where it has no such form.
+std::optional<std::string> ObjectText(ptr<IObject> object, EForm form);
+
 // The same to standard output, with the end of a line.
 bool PutObject(ptr<IObject> object, EForm form);
 
@@ -60,9 +63,8 @@ std::optional<std::string> FieldText(ptr<IObject> object, const std::string& pat
 // with `replaces`, in place of that. False, after the error was reported, where it cannot be read.
 bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces);
 
-// `kelmscript print`, `get` and `set`
+// `kelmscript print` and `get`
 int RunPrint(const Options& options);
 int RunGet(const Options& options);
-int RunSet(const Options& options);
 
 } // namespace kelm::tool

@@ -16,6 +16,7 @@ struct Options
     std::vector<std::string> m_files;
     std::vector<std::string> m_data;
     std::vector<std::string> m_settings;
+    std::vector<std::string> m_more;
     std::string m_expression;
     std::string m_list;
     std::string m_where;
