@@ -28,6 +28,16 @@ if(KELM_STRICT)
     add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 endif()
 
+# What is built does not tell where: two builds of one state are the same, octet for octet. Those who work on the project
+# keep its paths, by which their debuggers find the sources.
+if(NOT KELM_STRICT)
+    add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+    cmake_path(IS_PREFIX PROJECT_SOURCE_DIR ${PROJECT_BINARY_DIR} NORMALIZE is_inside)
+    if(NOT is_inside)
+        add_compile_options(-ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
+    endif()
+endif()
+
 # Assertions of the system are ordinary code; NDEBUG would only affect the standard library's.
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O2 -g1")
 set(CMAKE_CXX_FLAGS_DEBUG "-O0 -g")
