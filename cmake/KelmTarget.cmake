@@ -106,6 +106,8 @@ function(kelm_library name)
     # with a module although nothing of them is called.
     target_compile_options(${name} PRIVATE -fno-semantic-interposition -fno-plt)
     target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions -Wl,--no-as-needed -Wl,-z,relro,-z,now)
+    # What registers types stays mapped, and threads that run on stack segments call back when they end, however late.
+    target_link_options(${name} PRIVATE -Wl,-z,nodelete)
     if(NOT KELM_SANITIZE)
         target_link_options(${name} PRIVATE -Wl,-z,defs)
     endif()
