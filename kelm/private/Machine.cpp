@@ -1,3 +1,4 @@
+#include <kelm/private/Interruption.h>
 #include <kelm/private/Machine.h>
 
 #include <kelm/private/Failures.h>
@@ -420,9 +421,13 @@ bool Machine::ListBegin(const Op& op, bool& hasElement)
     return PushElement(hasElement);
 }
 
+volatile std::sig_atomic_t s_isInterrupted = 0;
+
 // The body's value is at the top.
 bool Machine::ListNext(const Op& op, bool& hasElement)
 {
+    if (s_isInterrupted != 0) [[unlikely]]
+        return Fail(m_failure, ErrorKind::Internal, "Interrupted");
     Slot* const list = m_top - 5;
     const auto function = static_cast<ListFunction>(op.m_index);
     if (function == ListFunction::Sum)

@@ -106,6 +106,45 @@ TEST_F(Check, WritesJson)
     EXPECT_EQ(RunTool({"check", "--json", "--sarif", "x"}).m_exitCode, 2);
 }
 
+// Why a file cannot be read, in every form.
+TEST_F(Check, TellsWhyAFileIsUnreadable)
+{
+    const std::string why = "cannot read none.kds: No such file or directory";
+    const std::string error = "kelmscript: error: " + why + "\n";
+    EXPECT_EQ(RunTool({"check", "none.kds"}), (ProgramResult{1, "", error}));
+    EXPECT_EQ(RunTool({"check", "--json", "none.kds"}),
+              (ProgramResult{1,
+                             "{\"file\":\"none.kds\",\"ok\":false,\"diagnostics\":[{\"severity\":\"error\","
+                             "\"message\":\"" +
+                                 why + "\"}]}\n",
+                             error}));
+    const ProgramResult sarif = RunTool({"check", "--sarif", "none.kds"});
+    EXPECT_EQ(sarif.m_errors, error);
+    EXPECT_THAT(sarif.m_output, HasSubstr("          \"executionSuccessful\": false,\n"
+                                          "          \"toolExecutionNotifications\": [\n"
+                                          "            {\n"
+                                          "              \"level\": \"error\",\n"
+                                          "              \"message\": {\n"
+                                          "                \"text\": \"" +
+                                          why + "\"\n"));
+}
+
+// One error, behind those of what is a text.
+TEST_F(Check, TellsOnceOfWhatIsNoText)
+{
+    std::string text = "tool::Scene {\n titel = 1\n";
+    while (text.size() < 100000)
+        text += "// and so on\n";
+    text += std::string("\0\xFF", 2);
+    for (int i = 0; i < 50; ++i)
+        text += "\xFF\xFE = 1\n";
+    const ProgramResult result = RunOn(text, {});
+    EXPECT_EQ(result.m_exitCode, 1);
+    EXPECT_THAT(result.m_errors, HasSubstr("a b.kds:2:8: error: Unknown member 'titel' of class tool::Scene\n"));
+    EXPECT_THAT(result.m_errors, HasSubstr(": error: it is no text\n"));
+    EXPECT_LT(result.m_errors.size(), 500u);
+}
+
 TEST_F(Check, WritesSarif)
 {
     const ProgramResult result = RunOn("tool::Scene {\n  title = 'ä' tiny = 1000 }", {"--sarif"});

@@ -5,6 +5,8 @@
 
 #include <support/Terminal.h>
 
+#include <algorithm>
+#include <set>
 #include <sstream>
 
 #if defined(KELM_EXAMPLE_DATA)
@@ -120,6 +122,67 @@ TEST_F(CommandLineDoc, SessionsAreAsShown)
             ADD_FAILURE() << "a block of the unknown kind " << block.m_kind << " at line " << block.m_line;
     }
     EXPECT_GT(numSessions, 10);
+}
+
+// --- Usage lines
+
+// The words of a text that are options.
+std::set<std::string> OptionsIn(std::string text)
+{
+    std::replace_if(
+        text.begin(), text.end(), [](char c) { return std::string_view("[]|,()`").find(c) != std::string::npos; }, ' ');
+    std::istringstream words(text);
+    std::set<std::string> options;
+    for (std::string word; words >> word;)
+        if (word.size() > 1 && word[0] == '-')
+            options.insert(word);
+    return options;
+}
+
+// The options of a subcommand's help, each by its letter and its name.
+std::vector<std::set<std::string>> OptionsOfHelp(const std::vector<std::string>& arguments)
+{
+    const std::string help = RunTool(arguments).m_output;
+    std::istringstream lines(help.substr(help.find("\nOptions:\n") + 10));
+    std::vector<std::set<std::string>> options;
+    for (std::string line; std::getline(lines, line) && !line.empty();)
+        options.push_back(OptionsIn(line.substr(0, line.find("  ", line.find("--")))));
+    return options;
+}
+
+TEST(CommandLineDocUsage, NamesEveryOption)
+{
+    const std::string document = TextOfFile(KELM_COMMAND_LINE_DOC);
+    const std::vector<std::set<std::string>> common = OptionsOfHelp({"--help"});
+    EXPECT_EQ(common.size(), 5u);
+    for (const std::set<std::string>& option : common)
+        EXPECT_NE(document.find("`" + *option.rbegin()), std::string::npos) << *option.rbegin();
+    int numLines = 0;
+    for (const std::string command :
+         {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv", "types", "completion"})
+    {
+        std::string usage;
+        std::istringstream lines(document);
+        for (std::string line; std::getline(lines, line);)
+            if (line.starts_with("    ") && line.find("kelmscript " + command) != std::string::npos)
+            {
+                usage += line + (line.find("[NAMES]") != std::string::npos ? " --data --set --natural " : " ");
+                ++numLines;
+            }
+        const std::set<std::string> named = OptionsIn(usage);
+        std::set<std::string> known;
+        for (const std::set<std::string>& option : OptionsOfHelp({command, "--help"}))
+            if (std::find(common.begin(), common.end(), option) == common.end())
+            {
+                known.insert(option.begin(), option.end());
+                EXPECT_TRUE(
+                    std::any_of(option.begin(), option.end(), [&](const auto& name) { return named.count(name); }))
+                    << command << " " << *option.rbegin();
+            }
+        for (const std::string& name : named)
+            EXPECT_TRUE(known.count(name)) << command << " " << name;
+    }
+    EXPECT_GT(numLines, 9);
 }
 
 } // namespace

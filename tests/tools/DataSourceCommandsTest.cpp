@@ -356,6 +356,9 @@ const ErrorRow s_pathErrors[] = {
                     "       ^\n"},
     {"title", "<path>:1:1: error: Expected end of text when read title\n"
               "title\n"
+              "^\n"
+              "<path>:1:1: note: a path begins with a dot: .title\n"
+              "title\n"
               "^\n"},
     {".scores[3]", "<path>:1:10: error: Array index 3 out of range\n"
                    ".scores[3]\n"

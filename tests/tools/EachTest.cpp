@@ -120,14 +120,46 @@ TEST_F(Each, TellsOnceWhatIsWrongWithTheExpression)
 TEST_F(Each, GoesOnWithElementsOfOtherClasses)
 {
     EXPECT_EQ(Run({"text", m_scene, "--in", "notes"}),
-              (ProgramResult{1, "x\nz\n",
-                             "<element 1>:1:1: error: Identifier text is not a model field of class tool::Frame\n"
-                             "text\n^~~~\n"}));
+              (ProgramResult{1, "x\nz\n", "<element 1>:1:1: error: Unknown name text\ntext\n^~~~\n"}));
     EXPECT_EQ(Run({"x", m_scene, "--in", "notes"}).m_output, "5.0\n");
     const std::string holes =
         m_folder.MakeFile("holes.kds", "tool::Scene { notes = [null, tool::Note { text = \"x\" }] }");
     EXPECT_EQ(Run({"text", holes, "--in", "notes"}),
               (ProgramResult{1, "x\n", "<expression>:1:1: error: Unknown name text\ntext\n^~~~\n"}));
+}
+
+// What an element's own class calls a name comes before what the file does.
+TEST_F(Each, TakesNamesFromEachElementsClass)
+{
+    const std::string file =
+        m_folder.MakeFile("named.kds", "tool::Scene { title = \"t\" notes = [tool::Note { text = \"a\" }, "
+                                       "tool::Frame { x = 5 y = 6 }, tool::Note { text = \"b\" }] }");
+    const std::string names[] = {"text=\"set\"", "x=1"};
+    EXPECT_EQ(Run({"text", file, "--in", "notes", "--set", names[0]}), (ProgramResult{0, "a\nset\nb\n", ""}));
+    EXPECT_EQ(Run({"x", file, "--in", "notes", "--set", names[1]}), (ProgramResult{0, "1\n5.0\n1\n", ""}));
+    EXPECT_EQ(Run({"index", file, "--in", "notes", "--set", names[1], "--where", "x > 1"}),
+              (ProgramResult{0, "1\n", ""}));
+}
+
+// Errors too are for whoever reads the values.
+TEST_F(Each, WritesErrorsAsJson)
+{
+    EXPECT_EQ(Run({"1 +", m_scene, "--in", "tags", "--json"}),
+              (ProgramResult{1,
+                             "{\"error\":{\"kind\":\"syntax\",\"message\":\"Unexpected end of text after + in "
+                             "expression\",\"line\":1,\"column\":4}}\n",
+                             ""}));
+    EXPECT_EQ(Run({"it", "/nowhere", "--json"}),
+              (ProgramResult{1,
+                             "{\"error\":{\"kind\":\"file\",\"message\":\"cannot read /nowhere: No such file or "
+                             "directory\"}}\n",
+                             ""}));
+}
+
+// Whether there are elements or not.
+TEST_F(Each, TellsWhatIsNoExpressionOfAnEmptyList)
+{
+    EXPECT_EQ(Run({"1 +", m_folder.MakeFile("empty.kds", "tool::Scene {}"), "--in", "tags"}).m_exitCode, 1);
 }
 
 TEST_F(Each, RefusesWhatIsNoList)

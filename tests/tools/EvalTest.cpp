@@ -92,7 +92,13 @@ const ErrorRow s_errors[] = {
               "    ^\n"},
     {"sin(1)", "<argument 1>:1:6: error: No implicit conversion from value 1 to float64\n"
                "sin(1)\n"
+               "     ^\n"
+               "<argument 1>:1:6: note: with --natural, functions of floats take integers\n"
+               "sin(1)\n"
                "     ^\n"},
+    {"sin('1x')", "<argument 1>:1:9: error: No implicit conversion from value 1x to float64\n"
+                  "sin('1x')\n"
+                  "        ^\n"},
     {"99999999999999999999", "<argument 1>:1:1: error: Integer literal 99999999999999999999 is out of range of int64\n"
                              "99999999999999999999\n"
                              "^\n"},
@@ -275,6 +281,13 @@ TEST(Eval, RefusesWhatIsNoText)
                                             "1\0\n\0",
                                             6)),
               (ProgramResult{1, "", "kelmscript: error: cannot read <stdin>: it is no text\n"}));
+    // However much of a text stands before it.
+    std::string lines;
+    while (lines.size() < 200000)
+        lines += "1\n";
+    const ProgramResult late = RunTool({"eval"}, lines + std::string("\xFF\xFE\n\0\xFF\n\xFF\n\0", 9) + lines);
+    EXPECT_EQ(late.m_errors, "kelmscript: error: cannot read <stdin>: it is no text\n");
+    EXPECT_TRUE(lines.starts_with(late.m_output));
     // NUL alone, or octets that are no character, may stand in texts.
     EXPECT_EQ(RunTool({"eval"}, std::string("len('') == '\0'\n", 15)).m_errors.find("no text"), std::string::npos);
     EXPECT_EQ(RunTool({"eval"}, "'\xFF'\n"), (ProgramResult{0, "\xFF\n", ""}));
@@ -328,6 +341,22 @@ TEST(EvalJson, IsOneObjectOnALine)
     for (const JsonRow& row : s_json)
         EXPECT_EQ(RunTool({"eval", "--json"}, row.m_expression + "\n"),
                   (ProgramResult{row.m_exitCode, row.m_output + "\n", ""}));
+}
+
+// What is wrong with names and data, too.
+TEST(Eval, TellsOtherErrorsInJson)
+{
+    EXPECT_EQ(RunTool({"eval", "--json", "--set", "a=1/0", "a"}),
+              (ProgramResult{1,
+                             "{\"error\":{\"kind\":\"arithmetic\",\"message\":\"Division by zero error\","
+                             "\"line\":1,\"column\":2}}\n",
+                             ""}));
+    EXPECT_EQ(RunTool({"eval", "--json", "-f", "/nowhere"}),
+              (ProgramResult{1,
+                             "{\"error\":{\"kind\":\"file\",\"message\":\"cannot read /nowhere: No such file or "
+                             "directory\"}}\n",
+                             ""}));
+    EXPECT_EQ(RunTool({"eval", "--json", "--set", "1", "a"}).m_output, ""); // wrong usage is none of a value
 }
 
 TEST(Eval, CountsLinesInJson)

@@ -44,6 +44,15 @@ TEST(Files, AreNoLongerThanALimit)
     EXPECT_EQ(RunToolWithTypes({"check", "--max-size", "13", "-"}, text), (ProgramResult{0, "<stdin>: ok\n", ""}));
     EXPECT_EQ(RunToolWithTypes({"check", "--max-size", "12", "-"}, text), tooLong("<stdin>", "it"));
     EXPECT_EQ(RunTool({"eval", "--max-size", "12"}, std::string(1000000, ' ') + "1\n"), tooLong("<stdin>", "a line"));
+    // A line counts where it is shorter than what is read at once, and at the end of a text; so does a file of lines.
+    EXPECT_EQ(RunTool({"eval", "--max-size", "12"}, "1 + 1\n10000000 + 1\n1\n").m_output, "2\n10000001\n1\n");
+    for (const char* end : {"\n", "\n1\n", ""})
+    {
+        ProgramResult expected = tooLong("<stdin>", "a line");
+        expected.m_output = "2\n";
+        EXPECT_EQ(RunTool({"eval", "--max-size", "12"}, std::string("1 + 1\n100000000 + 1") + end), expected);
+    }
+    EXPECT_EQ(RunTool({"eval", "--max-size", "12", "-f", file}), tooLong(file, "it"));
     EXPECT_EQ(RunToolWithTypes({"check", "--max-size", "1K", file}), (ProgramResult{0, file + ": ok\n", ""}));
 }
 

@@ -63,6 +63,14 @@ protected:
     TemporaryFolder m_state;
 };
 
+std::string Repeated(const std::string& text, int count)
+{
+    std::string all;
+    for (int i = 0; i < count; ++i)
+        all += text;
+    return all;
+}
+
 TEST_F(Prompt, EvaluatesALine)
 {
     const auto terminal = Start();
@@ -144,6 +152,43 @@ TEST_F(Prompt, CtrlCEndsASearch)
     terminal->Type(s_ctrlC);
     terminal->ReadUntil(std::string("^C\r\n") + s_prompt);
     EXPECT_EQ(Answer(*terminal, "7\r"), "7\r\n7\r\nkelm> ");
+    EXPECT_EQ(Leave(*terminal), 0);
+}
+
+// What would go on for ever ends by a key: an evaluation, and the writing of its result.
+TEST_F(Prompt, CtrlCEndsWhatIsEvaluated)
+{
+    const std::string file =
+        m_state.MakeFile("long.kds", "tool::Scene { tags = [" + Repeated("\"x\", ", 1999) + "\"x\"] }");
+    const auto terminal = Start();
+    Answer(*terminal, ":load " + file + "\r");
+    terminal->Type("sum(tags, a, sum(tags, b, sum(tags, c, sum(tags, d, 1))))\r");
+    terminal->ReadUntil("1))))\r\n");
+    EXPECT_THAT(Answer(*terminal, s_ctrlC), HasSubstr("interrupted\r\nkelm> "));
+    EXPECT_EQ(Answer(*terminal, "count(tags, a, true)\r"), "count(tags, a, true)\r\n2000\r\nkelm> ");
+    EXPECT_EQ(Leave(*terminal), 0);
+}
+
+TEST_F(Prompt, SignalsEndWhatIsEvaluated)
+{
+    const std::string file =
+        m_state.MakeFile("long.kds", "tool::Scene { tags = [" + Repeated("\"x\", ", 1999) + "\"x\"] }");
+    const auto terminal = Start();
+    Answer(*terminal, ":load " + file + "\r");
+    terminal->Type("sum(tags, a, sum(tags, b, sum(tags, c, sum(tags, d, 1))))\r");
+    terminal->ReadUntil("1))))\r\n");
+    terminal->Send(SIGTERM);
+    EXPECT_EQ(terminal->Wait(), -SIGTERM);
+}
+
+// Wherever the cursor was.
+TEST_F(Prompt, CtrlCLeavesTheLineReadable)
+{
+    const auto terminal = Start();
+    terminal->Type("1 + 2\x01");
+    terminal->ReadUntil("\b");
+    const std::string shown = Answer(*terminal, s_ctrlC);
+    EXPECT_THAT(shown, ::testing::EndsWith("1 + 2^C\r\nkelm> "));
     EXPECT_EQ(Leave(*terminal), 0);
 }
 
@@ -315,6 +360,21 @@ TEST_F(Prompt, CompletesFileNames)
     EXPECT_EQ(Answer(*terminal, ":load " + m_state.GetPath().string() + "/onlyo\t\r"),
               ":load " + file + " \r\nnull\r\nkelm> ");
     EXPECT_EQ(Leave(*terminal), 0);
+}
+
+TEST_F(Prompt, LoadsWhatItCompletes)
+{
+    m_state.MakeFile("two words.kds", "null");
+    EnvironmentChanges changes = Changes();
+    changes["HOME"] = m_state.GetPath();
+    Terminal terminal(ToolCommand({"repl"}), changes);
+    terminal.ReadUntil(s_prompt);
+    EXPECT_THAT(Answer(terminal, ":load ~/two\t\r"), ::testing::EndsWith("two words.kds\" \r\nnull\r\nkelm> "));
+    for (const std::string& file :
+         std::vector<std::string>{"~/two words.kds", "'~/two words.kds'", "\"~/two words.kds\"",
+                                  "\"" + m_state.GetPath().string() + "/two words.kds\""})
+        EXPECT_THAT(Answer(terminal, ":load " + file + "\r"), ::testing::EndsWith("\r\nnull\r\nkelm> ")) << file;
+    EXPECT_EQ(Leave(terminal), 0);
 }
 
 TEST_F(Prompt, CompletesFieldNamesAlongAPath)

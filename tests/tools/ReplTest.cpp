@@ -84,6 +84,32 @@ TEST(Repl, HelpNamesBuiltInsAlone)
     EXPECT_THAT(RunTool({"eval"}, input).m_errors, ::testing::Not(HasSubstr("Unexpected")));
 }
 
+// What they are in the language that was asked for.
+TEST(Repl, HelpTellsOfTheLanguage)
+{
+    const std::string natural = RunTool({"repl", "--natural"}, ":help\n").m_output;
+    for (const char* part : {"\nFunctions:\n", "  len(x)             how many octets a text has, or elements a list\n",
+                             "  sin(x)             the sine of a number\n", "whether x is a float64\n"})
+        EXPECT_THAT(natural, HasSubstr(part));
+    const std::string exact = RunTool({"repl"}, ":help\n").m_output;
+    for (const char* part : {"  len(x)             refused for every value\n", "the sine of a float64\n"})
+        EXPECT_THAT(exact, HasSubstr(part));
+}
+
+TEST(Repl, WritesErrorsAsJson)
+{
+    EXPECT_EQ(RunTool({"repl", "--json"}, ":get .x\n"),
+              (ProgramResult{1,
+                             "{\"error\":{\"kind\":\"command\",\"message\":\"no object is loaded: :load FILE loads "
+                             "one\"}}\n",
+                             ""}));
+    const TemporaryFolder folder;
+    const std::string file = folder.MakeFile("note.kds", "tool::Note {}");
+    EXPECT_EQ(RunToolWithTypes({"repl", "--json"}, ":load " + file + "\n:get .txet\n").m_output,
+              "tool::Note\n{\"error\":{\"kind\":\"syntax\",\"message\":\"Identifier txet is not a model field of class "
+              "tool::Note\",\"line\":1,\"column\":2}}\n");
+}
+
 // And the functions that stand before them, where there is data.
 TEST(Repl, HelpNamesFunctionsAlone)
 {

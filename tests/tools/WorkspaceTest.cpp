@@ -194,6 +194,21 @@ TEST_F(Workspace, RefusesWhatMakesNoSense)
                   (ProgramResult{row.m_exitCode, "", "kelmscript: error: " + row.m_error + "\n"}));
 }
 
+// Notes where an error alone leaves one guessing.
+TEST_F(Workspace, TellsHowItIsWritten)
+{
+    m_folder.MakeFile("map.kds", "tool::Scene { counts = [\"a\" -> 1] title = \"t\" }");
+    EXPECT_EQ(Run({"eval", "--data", "map.kds", "1 + counts.a"}),
+              (ProgramResult{1, "",
+                             "<argument 1>:1:12: error: . not available on map\n1 + counts.a\n           ^\n"
+                             "<argument 1>:1:12: note: what a map holds is named by its key: [\"a\"]\n"
+                             "1 + counts.a\n           ^\n"}));
+    EXPECT_EQ(Run({"get", "map.kds", "title"}),
+              (ProgramResult{1, "",
+                             "<path>:1:1: error: Expected end of text when read title\ntitle\n^\n"
+                             "<path>:1:1: note: a path begins with a dot: .title\ntitle\n^\n"}));
+}
+
 TEST_F(Workspace, ReportsDataThatCannotBeRead)
 {
     m_folder.MakeFile("bad.kds", "tool::Scene { titel = 1 }");

@@ -36,7 +36,9 @@ Failure FailureOfException(const SourceText& source, const ParserBase& parser)
     {
         const std::size_t offset = OffsetOf(source, e.m_pos);
         const std::string message(e.m_description.view());
-        return {"syntax", message, offset, SuggestNames(source, parser, message, offset)};
+        Failure failure{"syntax", message, offset, SuggestNames(source, parser, message, offset)};
+        AddHint(failure, source.m_text);
+        return failure;
     }
     catch (const KSValueException& e)
     {

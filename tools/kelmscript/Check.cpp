@@ -15,6 +15,7 @@
 #include <klObject/objects/Collector.h>
 #include <klUtils/Version.h>
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -43,19 +44,38 @@ std::vector<Note> NotesOf(const Diagnostic& diagnostic)
     return {{diagnostic.m_note, diagnostic.m_notePlace}};
 }
 
+bool IsError(const Diagnostic& diagnostic)
+{
+    return diagnostic.m_severity == Severity::Error;
+}
+
+// One more than are shown tells that there are more. Where a file turns out to be no text, however late, that is one
+// error.
+std::vector<Diagnostic> Diagnosed(const SourceText& source)
+{
+    std::vector<Diagnostic> diagnostics = Diagnose(source.m_text, s_mostDiagnostics + 1);
+    if (std::any_of(diagnostics.begin(), diagnostics.end(), IsError) && IsBinary(source.m_text))
+    {
+        const std::size_t end = source.m_text.find('\0');
+        std::erase_if(diagnostics, [&](const Diagnostic& d) { return d.m_place >= end; });
+        diagnostics.push_back({Severity::Error, s_isNoText, end, {end, end + 1}, {}, 0});
+    }
+    return diagnostics;
+}
+
 // The diagnostics of a file, none where it need not be diagnosed; of one that is merely read, warnings are reported.
-// One more than are shown tells that there are more.
 std::vector<Diagnostic> DiagnosticsOf(const SourceText& source, bool isWhole)
 {
+    const Progress progress("reading " + std::string(source.m_name));
     if (isWhole)
-        return Diagnose(source.m_text, s_mostDiagnostics + 1);
+        return Diagnosed(source);
     GcRoot object;
     const std::optional<Failure> failure = TryLoadDataSource(source, TRAILING_WARNS, object);
     if (!failure)
         return {};
     CollectGarbage();
-    std::vector<Diagnostic> diagnostics = Diagnose(source.m_text, s_mostDiagnostics + 1);
-    std::erase_if(diagnostics, [](const Diagnostic& d) { return d.m_severity == Severity::Warning; });
+    std::vector<Diagnostic> diagnostics = Diagnosed(source);
+    std::erase_if(diagnostics, [](const Diagnostic& d) { return !IsError(d); });
     if (diagnostics.empty()) // there was no memory for it
         diagnostics.push_back({Severity::Error, failure->m_message, failure->m_offset, {}, {}, 0});
     return diagnostics;
@@ -70,15 +90,14 @@ public:
     {
         for (const Diagnostic& diagnostic : findings.m_diagnostics)
         {
-            Report(diagnostic.m_severity == Severity::Error ? SEV_ERROR : SEV_WARNING, source, diagnostic.m_place,
-                   diagnostic.m_message);
+            Report(IsError(diagnostic) ? SEV_ERROR : SEV_WARNING, source, diagnostic.m_place, diagnostic.m_message);
             for (const Note& note : NotesOf(diagnostic))
                 Report(SEV_NOTE, source, note.m_offset, note.m_message);
         }
         if (findings.m_isRight)
             PutLine(findings.m_name + ": ok");
     }
-    void AddUnreadable(const std::string&) const {}
+    void AddUnreadable(const std::string&, const std::string&) const {}
     void End() const {}
 };
 
@@ -99,7 +118,7 @@ void PutSpan(JsonText& json, const SourceText& source, const Diagnostic& diagnos
 
 std::string_view LevelOf(const Diagnostic& diagnostic)
 {
-    return diagnostic.m_severity == Severity::Error ? "error" : "warning";
+    return IsError(diagnostic) ? "error" : "warning";
 }
 
 // One object a line for each file.
@@ -127,10 +146,16 @@ public:
         }
         End(json);
     }
-    void AddUnreadable(const std::string& name) const
+    void AddUnreadable(const std::string& name, const std::string& message) const
     {
         JsonText json(JSON_COMPACT);
         Begin(json, name, false);
+        json.BeginObject();
+        json.Name("severity");
+        json.Text("error");
+        json.Name("message");
+        json.Text(message);
+        json.EndObject();
         End(json);
     }
     void End() const {}
@@ -211,7 +236,7 @@ public:
             m_json.EndObject();
         }
     }
-    void AddUnreadable(const std::string&) { m_isExecuted = false; }
+    void AddUnreadable(const std::string&, const std::string& message) { m_unreadable.push_back(message); }
 
     void End()
     {
@@ -220,7 +245,9 @@ public:
         m_json.BeginArray();
         m_json.BeginObject();
         m_json.Name("executionSuccessful");
-        m_json.Bool(m_isExecuted);
+        m_json.Bool(m_unreadable.empty());
+        if (!m_unreadable.empty())
+            PutNotifications();
         m_json.EndObject();
         m_json.EndArray();
         m_json.EndObject();
@@ -230,6 +257,23 @@ public:
     }
 
 private:
+    void PutNotifications()
+    {
+        m_json.Name("toolExecutionNotifications");
+        m_json.BeginArray();
+        for (const std::string& message : m_unreadable)
+        {
+            m_json.BeginObject();
+            Put("level", "error");
+            m_json.Name("message");
+            m_json.BeginObject();
+            Put("text", message);
+            m_json.EndObject();
+            m_json.EndObject();
+        }
+        m_json.EndArray();
+    }
+
     void Put(std::string_view name, std::string_view text)
     {
         m_json.Name(name);
@@ -255,7 +299,7 @@ private:
     }
 
     JsonText m_json{JSON_INDENTED};
-    bool m_isExecuted = true;
+    std::vector<std::string> m_unreadable; // why, one for each file
 };
 
 template <class Form>
@@ -270,14 +314,15 @@ int CheckAll(const Options& options, Form form)
     for (const std::string& path : options.m_files)
     {
         Findings findings{NameOfFile(path), {}, true};
-        if (const std::optional<NamedText> file = ReadFile(path))
+        std::string why;
+        if (const std::optional<NamedText> file = TryReadFile(path, why))
         {
             findings.m_diagnostics = DiagnosticsOf(file->Source(), isWhole);
             const bool areThereMore = findings.m_diagnostics.size() > s_mostDiagnostics;
             if (areThereMore)
                 findings.m_diagnostics.pop_back();
             for (const Diagnostic& diagnostic : findings.m_diagnostics)
-                findings.m_isRight &= diagnostic.m_severity != Severity::Error;
+                findings.m_isRight &= !IsError(diagnostic);
             form.Add(findings, file->Source());
             if (areThereMore)
                 ReportNote("what else is wrong with " + findings.m_name + " is not shown");
@@ -285,7 +330,8 @@ int CheckAll(const Options& options, Form form)
         else
         {
             findings.m_isRight = false;
-            form.AddUnreadable(findings.m_name);
+            ReportUnreadable(findings.m_name, why);
+            form.AddUnreadable(findings.m_name, UnreadableText(findings.m_name, why));
         }
         if (!findings.m_isRight)
             exitCode = EXIT_FAILED;

@@ -6,11 +6,15 @@
 #include "Each.h"
 #include "Edits.h"
 #include "Eval.h"
+#include "Help.h"
 #include "Manual.h"
 #include "Repl.h"
 #include "Types.h"
 
+#include <kelm/private/Suggest.h>
+
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 namespace kelm::tool
@@ -46,19 +50,21 @@ constexpr ValueRow s_values[] = {
 
 constexpr OptionRow s_raw = {0, "--raw", "", &Options::m_raw, "Write the value alone, of a string its characters"};
 
-// How the values of expressions are written.
-constexpr OptionRow s_valueType = {0, "--type", "", &Options::m_type, "Write the kind before each value", "--json"};
-constexpr OptionRow s_valueJson = {
-    0, "--json", "", &Options::m_json, "Write one JSON object a line: value and kind, or error", "--raw"};
-constexpr OptionRow s_valueRaw = {
-    0, "--raw", "", &Options::m_raw, "Write the value alone, of a string its characters: the default", "--type"};
-
-// What expressions are evaluated with.
-constexpr OptionRow s_data = {0, "--data", "[NAME=]FILE", &Options::m_data,
-                              "Take the members of a data source as names, or NAME for all of it (repeatable)"};
-constexpr OptionRow s_set = {0, "--set", "NAME=EXPR", &Options::m_settings, "Give a value a name (repeatable)"};
-constexpr OptionRow s_natural = {0, "--natural", "", &Options::m_natural,
-                                 "Let floats stay floats, and evaluate only what is needed"};
+// A subcommand's own options, then what its expressions are evaluated with, and how their values are written.
+template <class... Row>
+constexpr auto WithExpressionOptions(Row... own)
+{
+    return std::to_array<OptionRow>({
+        own...,
+        {0, "--data", "[NAME=]FILE", &Options::m_data,
+         "Take the members of a data source as names, or NAME for all of it (repeatable)"},
+        {0, "--set", "NAME=EXPR", &Options::m_settings, "Give a value a name (repeatable)"},
+        {0, "--natural", "", &Options::m_natural, "Let floats stay floats, and evaluate only what is needed"},
+        {0, "--type", "", &Options::m_type, "Write the kind before each value", "--json"},
+        {0, "--json", "", &Options::m_json, "Write one JSON object a line: value and kind, or error", "--raw"},
+        {0, "--raw", "", &Options::m_raw, "Write the value alone, of a string its characters: the default", "--type"},
+    });
+}
 
 constexpr ArgumentRow s_file = {"FILE", &Options::m_file, true, "A data source; - is standard input"};
 constexpr ArgumentRow s_path = {"PATH", &Options::m_path, true, "The field, as in .items[3].name"};
@@ -69,16 +75,9 @@ constexpr ArgumentRow s_evalArguments[] = {
     {"EXPR", &Options::m_expressions, false, "Expressions; without any, or for -, one a line of standard input",
      "--file"},
 };
-constexpr OptionRow s_evalOptions[] = {
-    {'f', "--file", "FILE", &Options::m_file, "Evaluate a file, one expression a line; - is standard input"},
-    {0, "--whole", "", &Options::m_whole, "Take what is read as one expression, not one a line"},
-    s_data,
-    s_set,
-    s_natural,
-    s_valueType,
-    s_valueJson,
-    s_valueRaw,
-};
+constexpr auto s_evalOptions = WithExpressionOptions(
+    OptionRow{'f', "--file", "FILE", &Options::m_file, "Evaluate a file, one expression a line; - is standard input"},
+    OptionRow{0, "--whole", "", &Options::m_whole, "Take what is read as one expression, not one a line"});
 
 // --- each, repl
 
@@ -86,19 +85,10 @@ constexpr ArgumentRow s_eachArguments[] = {
     {"EXPR", &Options::m_expression, true, "An expression, in which the element's members are names"},
     s_file,
 };
-constexpr OptionRow s_eachOptions[] = {
-    {0, "--in", "LIST", &Options::m_list, "The list, as in .order.lines; needed where FILE has several"},
-    {0, "--where", "EXPR", &Options::m_where, "Pass over the elements of which this is not true"},
-    s_data,
-    s_set,
-    s_natural,
-    s_valueType,
-    s_valueJson,
-    s_valueRaw,
-};
-constexpr OptionRow s_replOptions[] = {
-    s_data, s_set, s_natural, s_valueType, s_valueJson, s_valueRaw,
-};
+constexpr auto s_eachOptions = WithExpressionOptions(
+    OptionRow{0, "--in", "LIST", &Options::m_list, "The list, as in .order.lines; needed where FILE has several"},
+    OptionRow{0, "--where", "EXPR", &Options::m_where, "Pass over the elements of which this is not true"});
+constexpr auto s_replOptions = WithExpressionOptions();
 
 // --- print, get, and what changes files
 
@@ -163,6 +153,9 @@ constexpr ArgumentRow s_typesArguments[] = {
 
 constexpr ArgumentRow s_completionArguments[] = {
     {"SHELL", &Options::m_name, true, "bash, zsh or fish"},
+};
+constexpr ArgumentRow s_helpArguments[] = {
+    {"SUBCOMMAND", &Options::m_name, false, "Its help; that of the tool where none is named"},
 };
 constexpr ArgumentRow s_manualArguments[] = {
     {"SUBCOMMAND", &Options::m_name, false, "Its page; that of the tool where none is named"},
@@ -270,6 +263,14 @@ const CommandRow s_commands[] = {
      {},
      R"(  source <(kelmscript completion bash)
 )"},
+    {"help",
+     "Write this help, or that of a subcommand",
+     "Writes what --help does: of the tool, or of a subcommand.",
+     RunHelp,
+     s_helpArguments,
+     {},
+     R"(  kelmscript help each
+)"},
     {"manual",
      "Write a manual page",
      "Writes the manual page of the tool or of a subcommand, for man. They are installed with the tool.",
@@ -285,6 +286,22 @@ const CommandRow s_commands[] = {
 std::span<const CommandRow> GetCommands()
 {
     return s_commands;
+}
+
+const CommandRow* FindCommand(std::string_view name)
+{
+    const auto* const row = std::find_if(std::begin(s_commands), std::end(s_commands),
+                                         [&](const CommandRow& candidate) { return candidate.m_name == name; });
+    return row != std::end(s_commands) ? row : nullptr;
+}
+
+std::string NoSubcommand(std::string_view word)
+{
+    std::vector<std::string> names;
+    for (const CommandRow& row : s_commands)
+        names.emplace_back(row.m_name);
+    const std::string question = DidYouMean(NearestNames(word, names));
+    return std::string(word) + " is no subcommand" + (question.empty() ? "" : "; ") + question;
 }
 
 std::span<const OptionRow> GetCommonOptions()

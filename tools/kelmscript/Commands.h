@@ -56,11 +56,28 @@ struct CommandRow
 
 std::span<const CommandRow> GetCommands();
 
+// Null where there is none of that name; and what is said then.
+const CommandRow* FindCommand(std::string_view name);
+std::string NoSubcommand(std::string_view word);
+
 // Options that go with every subcommand, before it or behind.
 std::span<const OptionRow> GetCommonOptions();
 
 // Options that ask for no work.
 std::span<const OptionRow> GetEverywhereOptions();
+
+// Calls f(row) for the options of a subcommand and those of the tool, or for these alone.
+template <class F>
+void ForEachOption(const CommandRow* command, const F& f)
+{
+    if (command != nullptr)
+        for (const OptionRow& row : command->m_options)
+            f(row);
+    for (const OptionRow& row : GetCommonOptions())
+        f(row);
+    for (const OptionRow& row : GetEverywhereOptions())
+        f(row);
+}
 
 // What can be given for an argument or for the value of an option, by the name that help has for it.
 enum EValues

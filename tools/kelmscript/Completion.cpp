@@ -50,24 +50,27 @@ const ReflectedClass* ClassOf(ptr<IObject> object)
 
 const ReflectedClass* ClassAt(ptr<IObject> object, const Field& field)
 {
-    if (field.m_type.m_bc == nullptr)
-        return ClassOf(object);
-    switch (field.m_type.GetCode())
+    return field.m_type.m_bc == nullptr ? ClassOf(object) : ClassOfField(field.m_type, field.m_data);
+}
+
+} // namespace
+
+const ReflectedClass* ClassOfField(const ReflectionByteCode& type, const void* data)
+{
+    switch (type.GetCode())
     {
-    case FT_CLASS: return field.m_type.GetReflectedClass();
+    case FT_CLASS: return type.GetReflectedClass();
     case FT_PREF:
-    case FT_CREF: return ClassOf(static_cast<const prefbase*>(field.m_data)->GetLoaded());
+    case FT_CREF: return ClassOf(static_cast<const prefbase*>(data)->GetLoaded());
     case FT_INTERFACE_POINTER:
     {
         ptr<IObject> target;
-        std::memcpy(static_cast<void*>(&target), field.m_data, sizeof target);
+        std::memcpy(static_cast<void*>(&target), data, sizeof target);
         return ClassOf(target);
     }
     default: return nullptr;
     }
 }
-
-} // namespace
 
 std::vector<std::string> StartingWith(const std::string& beginning, const std::vector<std::string>& names)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
 
 #include <string>
 #include <string_view>
@@ -10,6 +11,9 @@ namespace kelm::tool
 {
 
 class Workspace;
+
+// The class of what a variable of an underlying type is or refers to; null where that is no object.
+const ReflectedClass* ClassOfField(const ReflectionByteCode& type, const void* data);
 
 // Those of `names` that begin with `beginning`.
 std::vector<std::string> StartingWith(const std::string& beginning, const std::vector<std::string>& names);

@@ -18,19 +18,6 @@ constexpr std::string_view s_typeNames = "kelmscript types 2>/dev/null | sed -n 
 
 // --- What all shells are told
 
-// Calls f(row) for the options of a subcommand, or of the tool alone.
-template <class F>
-void ForEachOption(const CommandRow* command, const F& f)
-{
-    if (command != nullptr)
-        for (const OptionRow& row : command->m_options)
-            f(row);
-    for (const OptionRow& row : GetCommonOptions())
-        f(row);
-    for (const OptionRow& row : GetEverywhereOptions())
-        f(row);
-}
-
 // "--json --raw -f"
 std::string OptionWords(const CommandRow* command)
 {
@@ -96,10 +83,7 @@ void ForEachOptionWithValue(const F& f)
           GetValues(row.m_argument));
     };
     for (const CommandRow& command : GetCommands())
-        for (const OptionRow& row : command.m_options)
-            tell(row);
-    for (const OptionRow& row : GetCommonOptions())
-        tell(row);
+        ForEachOption(&command, tell);
 }
 
 void PutBash()
@@ -283,10 +267,7 @@ void PutFish()
     for (const CommandRow& row : GetCommands())
         PutLine("complete -c kelmscript -n __fish_use_subcommand -a " + std::string(row.m_name) + " -d " +
                 FishText(row.m_summary));
-    for (const OptionRow& row : GetCommonOptions())
-        PutFishOption(row, "");
-    for (const OptionRow& row : GetEverywhereOptions())
-        PutFishOption(row, "");
+    ForEachOption(nullptr, [](const OptionRow& row) { PutFishOption(row, ""); });
     for (const CommandRow& command : GetCommands())
     {
         const std::string condition = " -n '__fish_seen_subcommand_from " + std::string(command.m_name) + "'";
@@ -316,8 +297,7 @@ int RunCompletion(const Options& options)
             shell.m_put();
             return EXIT_OK;
         }
-    ReportError("there is no completion for " + options.m_name + ", but for bash, zsh and fish");
-    return EXIT_USAGE;
+    return ReportUsage("there is no completion for " + options.m_name + ", but for bash, zsh and fish");
 }
 
 } // namespace kelm::tool

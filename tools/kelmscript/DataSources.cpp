@@ -16,6 +16,7 @@
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/text/ExpressionParser.h>
+#include <klUtils/text/QualifiedName.h>
 #include <klUtils/xostream.h>
 
 #include <algorithm>
@@ -61,20 +62,27 @@ std::optional<Field> FindField(ptr<IObject> object, const std::string& path, boo
     const SourceText source{"<path>", path};
     if (!object)
     {
-        Report(SEV_ERROR, source, 0, "the data source is null, which has no fields");
+        Report(source, {"value", "the data source is null, which has no fields", 0, {}});
         return std::nullopt;
     }
     ExpressionParser parser;
     Field field{};
     // Looking is no reason to make a dynamic array grow.
     const GrowthLimit limit(forWriting ? static_cast<ssize_t>(GetSizeLimit()) : 0);
-    const bool isFound = Read(source, parser,
-                              [&]
-                              {
-                                  field.m_data = NavigatePathToField(object, parser, field.m_type, forWriting);
-                                  RequireEnd(parser);
-                              });
-    return isFound ? std::optional(field) : std::nullopt;
+    std::optional<Failure> failure = Attempt(source, parser,
+                                             [&]
+                                             {
+                                                 parser.Init(source.View());
+                                                 field.m_data =
+                                                     NavigatePathToField(object, parser, field.m_type, forWriting);
+                                                 RequireEnd(parser);
+                                             });
+    if (!failure)
+        return field;
+    if (!path.empty() && IsIdentifierCharacter(path[0]))
+        failure->m_notes.push_back({"a path begins with a dot: ." + path, 0});
+    Report(source, *failure);
+    return std::nullopt;
 }
 
 // A variable that lies in memory of its own.
@@ -132,7 +140,11 @@ class StringOutput : public xostream
 {
 public:
     using xostream::put;
-    void put(const char* text, long length) override { m_text.append(text, static_cast<std::size_t>(length)); }
+    void put(const char* text, long length) override
+    {
+        ThrowIfInterrupted();
+        m_text.append(text, static_cast<std::size_t>(length));
+    }
 
     std::string m_text;
 };
@@ -190,15 +202,15 @@ bool TryWrite(const std::function<void()>& write)
     }
     catch (const WriteException& e)
     {
-        ReportError(std::string("cannot write the object: ") + e.what());
+        ReportError(std::string("cannot write the object: ") + e.what(), "value");
     }
     catch (const JsonException& e)
     {
-        ReportError(std::string("cannot write the object as JSON: ") + e.what());
+        ReportError(std::string("cannot write the object as JSON: ") + e.what(), "value");
     }
     catch (const KelmAssertionError& e)
     {
-        ReportError(e.what());
+        ReportError(e.what(), "assertion");
     }
     return false;
 }
@@ -329,6 +341,7 @@ int RunPrint(const Options& options)
 
 int RunGet(const Options& options)
 {
+    UseJsonErrors(options.m_json);
     GcRoot object;
     if (!LoadFile(options, TRAILING_WARNS, object))
         return EXIT_FAILED;

@@ -1,5 +1,7 @@
 #include "Diagnostics.h"
 
+#include "JsonText.h"
+#include "Options.h"
 #include "Output.h"
 #include "Progress.h"
 
@@ -40,6 +42,7 @@ std::string_view EnvironmentVariable(ConstStringZ name)
 }
 
 EColour s_colour = COLOUR_AUTO;
+bool s_areErrorsJson = false;
 
 bool UsesColour()
 {
@@ -119,6 +122,11 @@ void SetColour(EColour colour)
     s_colour = colour;
 }
 
+void UseJsonErrors(bool isJson)
+{
+    s_areErrorsJson = isJson;
+}
+
 namespace
 {
 
@@ -146,15 +154,42 @@ void Report(ESeverity severity, const SourceText& source, std::size_t offset, st
 
 void Report(const SourceText& source, const Failure& failure)
 {
+    if (s_areErrorsJson)
+    {
+        JsonText json(JSON_COMPACT);
+        json.BeginObject();
+        json.Name("error");
+        json.Failure(failure, source);
+        json.EndObject();
+        return PutLine(json.GetText());
+    }
     ReportWith(failure.m_excerpt, SEV_ERROR, source, failure.m_offset, failure.m_message);
     for (const Note& note : failure.m_notes)
         ReportWith(note.m_offset == failure.m_offset ? failure.m_excerpt : std::string(), SEV_NOTE, source,
                    note.m_offset, note.m_message);
 }
 
-void ReportError(std::string_view message)
+void ReportError(std::string_view message, ConstStringZ kind)
+{
+    if (!s_areErrorsJson)
+        return ReportAboutNoText(SEV_ERROR, message);
+    JsonText json(JSON_COMPACT);
+    json.BeginObject();
+    json.Name("error");
+    json.BeginObject();
+    json.Name("kind");
+    json.Text(kind);
+    json.Name("message");
+    json.Text(message);
+    json.EndObject();
+    json.EndObject();
+    PutLine(json.GetText());
+}
+
+int ReportUsage(std::string_view message)
 {
     ReportAboutNoText(SEV_ERROR, message);
+    return EXIT_USAGE;
 }
 
 void ReportNote(std::string_view message)

@@ -12,6 +12,7 @@
 #include "Failure.h"
 
 #include <kelm/private/Source.h>
+#include <klUtils/types.h>
 
 #include <cstddef>
 #include <string>
@@ -41,8 +42,15 @@ void Report(ESeverity severity, const SourceText& source, std::size_t offset, st
 // An error and its notes.
 void Report(const SourceText& source, const Failure& failure);
 
-// An error about no text: "kelmscript: error: message".
-void ReportError(std::string_view message);
+// An error about no text: "kelmscript: error: message". The kind is one of those that docs/command-line.md lists.
+void ReportError(std::string_view message, ConstStringZ kind = "other");
 void ReportNote(std::string_view message);
+
+// A command line that asks for nothing that can be done: always a message. Gives the exit code.
+int ReportUsage(std::string_view message);
+
+// Whoever reads values as JSON reads errors so too: the last two kinds of error above become objects on standard
+// output, a line each.
+void UseJsonErrors(bool isJson);
 
 } // namespace kelm::tool

@@ -1,5 +1,6 @@
 #include "Each.h"
 
+#include "Completion.h"
 #include "Diagnostics.h"
 #include "Progress.h"
 #include "Values.h"
@@ -8,6 +9,8 @@
 #include <klObject/types/ForeignType.h>
 
 #include <iterator>
+#include <map>
+#include <set>
 
 namespace kelm::tool
 {
@@ -43,38 +46,58 @@ std::string Listed(const std::vector<std::string>& names)
     return text;
 }
 
-// An expression that is evaluated for every element. Which names an element's members have is known with the first
-// element that has members; what is wrong with it is reported once.
+// The class whose members an element has, itself or behind its handle; null where it is nothing of the kind.
+const ReflectedClass* ClassOf(const Value& element)
+{
+    if (element.GetKind() != Value::Kind::Object)
+        return nullptr;
+    const evaluation::Slot& slot = ValueAccess::Of(element);
+    ReflectionByteCode type = slot.GetType();
+    type.AdvanceToUnderlyingType2();
+    return ClassOfField(type, slot.m_address);
+}
+
+// An expression that is evaluated for every element: for those of each class with the names of their members.
 class ElementExpression
 {
 public:
     ElementExpression(std::string_view name, const std::string& text) : m_name(name), m_text(text) {}
 
-    // False where there is something wrong with the text.
-    bool Compile(const Workspace& workspace, const Scope& scope)
+    // False, after it was reported, where the text is no expression, whatever its names stand for.
+    bool CheckSyntax() const
     {
-        if (m_expression)
-            return true;
         const SourceText source{m_name, m_text};
         const Outcome outcome = OutcomeOf(source,
                                           [&]
                                           {
-                                              m_expression.emplace(workspace.Compile(m_text, scope, s_parameters));
+                                              static_cast<void>(Expression(m_text, Language::Natural));
                                               return Value();
                                           });
-        if (outcome.m_failure &&
-            outcome.m_failure->m_message != std::exchange(m_reported, outcome.m_failure->m_message))
+        if (outcome.m_failure)
             Report(source, *outcome.m_failure);
         return !outcome.m_failure;
+    }
+
+    // Takes the names as elements of a class have them. False where no element so far has them all, which is reported
+    // once.
+    bool Choose(const Workspace& workspace, const Scope& scope, const ReflectedClass* elementClass)
+    {
+        const auto [form, isNew] = m_forms.try_emplace(elementClass);
+        m_current = &form->second;
+        if (isNew)
+            Compile(workspace, scope);
+        return m_isKnown;
     }
 
     template <class T>
     Outcome Evaluate(const SourceText& source, const Value& element, int64 index) const
     {
+        if (m_current->m_failure)
+            return {{}, m_current->m_failure, false};
         return OutcomeOf(source,
                          [&]() -> Result<Value>
                          {
-                             Result<T> result = m_expression->TryEvaluate<T>(element, index);
+                             Result<T> result = m_current->m_expression->TryEvaluate<T>(element, index);
                              return result ? Result<Value>(Value(*std::move(result))) : result.GetError();
                          });
     }
@@ -82,10 +105,34 @@ public:
     const std::string& GetText() const { return m_text; }
 
 private:
+    // For the elements of one class.
+    struct Form
+    {
+        std::optional<Expression> m_expression;
+        std::optional<Failure> m_failure;
+    };
+
+    void Compile(const Workspace& workspace, const Scope& scope)
+    {
+        const SourceText source{m_name, m_text};
+        Outcome outcome = OutcomeOf(source,
+                                    [&]
+                                    {
+                                        m_current->m_expression.emplace(workspace.Compile(m_text, scope, s_parameters));
+                                        return Value();
+                                    });
+        m_isKnown |= !outcome.m_failure;
+        if (!m_isKnown && m_reported.insert(outcome.m_failure->m_message).second)
+            Report(source, *outcome.m_failure);
+        m_current->m_failure = std::move(outcome.m_failure);
+    }
+
     std::string m_name;
     std::string m_text;
-    std::optional<Expression> m_expression;
-    std::string m_reported;
+    std::map<const ReflectedClass*, Form> m_forms;
+    Form* m_current = nullptr;
+    bool m_isKnown = false; // in one form at least
+    std::set<std::string> m_reported;
 };
 
 class Each
@@ -102,16 +149,16 @@ public:
 
     int Run()
     {
+        UseJsonErrors(m_options.m_json);
         if (const int exitCode = m_workspace.Open(); exitCode != EXIT_OK)
             return exitCode;
         Value list;
-        if (!FindList(list))
+        if (!m_result.CheckSyntax() || (!m_options.m_where.empty() && !m_where.CheckSyntax()) || !FindList(list))
             return EXIT_FAILED;
         Scope lists;
         lists.Set("list", list);
         const auto length = Evaluate<int64>("len(list)", lists);
         const Expression element("list[i]", lists, {"i"});
-        m_scope = std::make_unique<Scope>(m_workspace.GetScope());
         Progress progress("each element");
         for (int64 i = 0; i < length; ++i)
         {
@@ -141,7 +188,7 @@ private:
         list = std::move(outcome.m_value);
         if (IsList(list))
             return true;
-        ReportError(m_options.m_list + " is no list but " + KindOf(list));
+        ReportError(m_options.m_list + " is no list but " + KindOf(list), "type");
         return false;
     }
 
@@ -157,16 +204,20 @@ private:
         if (lists.size() == 1)
             return true;
         ReportError(lists.empty() ? "the data source has no list"
-                                  : "the data source has several lists: " + Listed(lists));
+                                  : "the data source has several lists: " + Listed(lists),
+                    "name");
         ReportNote("--in names the list");
         return false;
     }
 
     bool EvaluateElement(const Value& element, int64 index)
     {
-        m_scope->BindMembers(element);
+        const ReflectedClass* const elementClass = ClassOf(element);
+        Scope& scope = m_scopes.try_emplace(elementClass, m_workspace.GetScope()).first->second;
+        scope.BindMembers(element);
         const bool isWanted = !m_options.m_where.empty();
-        if (!m_result.Compile(m_workspace, *m_scope) || (isWanted && !m_where.Compile(m_workspace, *m_scope)))
+        if (!m_result.Choose(m_workspace, scope, elementClass) ||
+            (isWanted && !m_where.Choose(m_workspace, scope, elementClass)))
             return false;
         const std::string number = std::to_string(index);
         if (isWanted)
@@ -189,7 +240,8 @@ private:
     const EValueForm m_form;
     ElementExpression m_result;
     ElementExpression m_where;
-    std::unique_ptr<Scope> m_scope; // of the element's members, within those of the data
+    std::map<const ReflectedClass*, Scope>
+        m_scopes; // of the members of each class's elements, within those of the data
     bool m_hasFailed = false;
 };
 

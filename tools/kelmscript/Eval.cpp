@@ -1,6 +1,7 @@
 #include "Eval.h"
 
 #include "Diagnostics.h"
+#include "ExactEvaluation.h"
 #include "Files.h"
 #include "LineInput.h"
 #include "Progress.h"
@@ -35,16 +36,12 @@ public:
     {
         LineInput lines(path);
         SourceText source{lines.GetName(), {}, 0};
-        // What does not come from a file may have to be waited for, and that is no work.
-        std::optional<Progress> progress;
-        if (lines.GetSize() > 0)
-            progress.emplace(lines.GetName());
+        const bool isDirect = m_form == VALUE_PLAIN && m_workspace.GetScope() == nullptr;
         while (lines.Read(source.m_text))
         {
             ++source.m_firstLine;
-            EvaluateExpression(source, BLANK_PASSES);
-            if (progress)
-                progress->Tell(lines.GetNumRead(), lines.GetSize());
+            isDirect ? EvaluateWithoutNames(source, BLANK_PASSES) : EvaluateExpression(source, BLANK_PASSES);
+            Progress::Tell(lines.GetNumRead(), lines.GetSize());
         }
         m_hasFailed |= lines.HasFailed();
     }
@@ -61,6 +58,21 @@ public:
     int GetExitCode() const { return m_hasFailed ? EXIT_FAILED : EXIT_OK; }
 
 private:
+    // What most lines are, which need no more than the parser: the same without a detour.
+    void EvaluateWithoutNames(const SourceText& source, EBlankText blank)
+    {
+        KSValue value;
+        bool isBlank = false;
+        const std::optional<Failure> failure = EvaluateExactly(source, blank, value, isBlank);
+        if (failure) [[unlikely]]
+        {
+            Report(source, *failure);
+            m_hasFailed = true;
+        }
+        else if (!isBlank)
+            PutPlain(value);
+    }
+
     const Workspace& m_workspace;
     const EValueForm m_form;
     bool m_hasFailed = false;
@@ -79,14 +91,13 @@ int RunEval(const Options& options)
     const bool readsExpressions = ReadsExpressions(options);
     const std::string path = options.m_file.empty() ? "-" : options.m_file;
     if (readsExpressions && path == "-" && Workspace::ReadsStandardInput(options))
-    {
-        ReportError("standard input holds the data, and no expressions");
-        return EXIT_USAGE;
-    }
+        return ReportUsage(s_holdsData);
+    UseJsonErrors(options.m_json);
     Workspace workspace(options);
     if (const int exitCode = workspace.Open(); exitCode != EXIT_OK)
         return exitCode;
     Evaluator evaluator(workspace, options);
+    const Progress progress(readsExpressions ? NameOfFile(path) : "evaluating");
     if (readsExpressions)
         options.m_whole ? evaluator.EvaluateWhole(path) : evaluator.EvaluateLines(path);
     else

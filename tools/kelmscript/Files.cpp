@@ -15,7 +15,7 @@ namespace kelm::tool
 namespace
 {
 
-// Of a file, to find out whether it is a text.
+// Of a file, to find out whether it is a text. What comes later is looked at where it fails.
 constexpr std::size_t s_numOctetsLookedAt = 65536;
 
 std::size_t s_sizeLimit = std::size_t{1} << 30;
@@ -53,35 +53,59 @@ std::string NameOfFile(const std::string& path)
     return path == "-" ? "<stdin>" : path;
 }
 
-void ReportUnreadable(const std::string& name, const std::string& why)
+std::string UnreadableText(const std::string& name, const std::string& why)
 {
-    ReportError("cannot read " + name + ": " + why);
+    return "cannot read " + name + ": " + why;
 }
 
-FileDescriptor OpenFile(const std::string& path)
+void ReportUnreadable(const std::string& name, const std::string& why)
+{
+    ReportError(UnreadableText(name, why), "file");
+}
+
+namespace
+{
+
+FileDescriptor TryOpenFile(const std::string& path, std::string& why)
 {
     const bool isStandardInput = path == "-";
     FileDescriptor file(isStandardInput ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
                                         : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    const std::string why = !file.IsOpen() ? ErrnoText() : isStandardInput ? "" : WhyUnreadable(file.get());
-    if (why.empty())
-        return file;
-    ReportUnreadable(NameOfFile(path), why);
-    return FileDescriptor();
+    why = !file.IsOpen() ? ErrnoText() : isStandardInput ? "" : WhyUnreadable(file.get());
+    return why.empty() ? std::move(file) : FileDescriptor();
 }
 
-std::optional<NamedText> ReadFile(const std::string& path)
+} // namespace
+
+FileDescriptor OpenFile(const std::string& path)
 {
-    const FileDescriptor file = OpenFile(path);
+    std::string why;
+    FileDescriptor file = TryOpenFile(path, why);
+    if (!file.IsOpen())
+        ReportUnreadable(NameOfFile(path), why);
+    return file;
+}
+
+std::optional<NamedText> TryReadFile(const std::string& path, std::string& why)
+{
+    const FileDescriptor file = TryOpenFile(path, why);
     if (!file.IsOpen())
         return std::nullopt;
-    std::string why;
     std::optional<FileText> text = ReadRest(file.get(), s_sizeLimit, why);
     const bool isText = text && !IsBinary(text->View().substr(0, s_numOctetsLookedAt));
     if (isText)
         return NamedText{NameOfFile(path), std::move(*text)};
-    ReportUnreadable(NameOfFile(path), text ? s_isNoText : why.empty() ? "it is longer than " + SizeLimitText() : why);
+    why = text ? s_isNoText : why.empty() ? "it is longer than " + SizeLimitText() : why;
     return std::nullopt;
+}
+
+std::optional<NamedText> ReadFile(const std::string& path)
+{
+    std::string why;
+    std::optional<NamedText> text = TryReadFile(path, why);
+    if (!text)
+        ReportUnreadable(NameOfFile(path), why);
+    return text;
 }
 
 bool ReplaceFile(const std::string& path, std::string_view contents)

@@ -37,10 +37,14 @@ FileDescriptor OpenFile(const std::string& path);
 // The whole of a file. Nothing, after an error was reported, where it cannot be read.
 std::optional<NamedText> ReadFile(const std::string& path);
 
+// The same, where nothing is reported, but told why.
+std::optional<NamedText> TryReadFile(const std::string& path, std::string& why);
+
 // Why a file that is none is not read as a text.
 inline constexpr char s_isNoText[] = "it is no text";
 
 // Errors about files: "cannot read FILE: why".
+std::string UnreadableText(const std::string& name, const std::string& why);
 void ReportUnreadable(const std::string& name, const std::string& why);
 
 // Gives a file new contents, or leaves it as it was: kelm/private/FileText.h has the terms. False, after an error was

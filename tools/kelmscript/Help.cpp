@@ -1,4 +1,7 @@
+#include "Help.h"
+
 #include "Commands.h"
+#include "Diagnostics.h"
 #include "Output.h"
 
 #include <algorithm>
@@ -54,26 +57,20 @@ private:
     std::vector<Row> m_rows;
 };
 
-std::string Left(char letter, std::string_view name, std::string_view argument)
+std::string Left(const OptionRow& row)
 {
-    std::string text = letter != 0 ? std::string{'-', letter, ',', ' '} : "    ";
-    text += name;
-    if (!argument.empty())
+    std::string text = row.m_letter != 0 ? std::string{'-', row.m_letter, ',', ' '} : "    ";
+    text += row.m_name;
+    if (!row.m_argument.empty())
         text += " ";
-    text += argument;
+    text += row.m_argument;
     return text;
 }
 
 void PutOptions(const CommandRow* command)
 {
     Section options("Options:");
-    if (command != nullptr)
-        for (const OptionRow& row : command->m_options)
-            options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
-    for (const OptionRow& row : GetCommonOptions())
-        options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
-    for (const OptionRow& row : GetEverywhereOptions())
-        options.Add(Left(row.m_letter, row.m_name, row.m_argument), row.m_summary);
+    ForEachOption(command, [&](const OptionRow& row) { options.Add(Left(row), row.m_summary); });
     options.Write();
 }
 
@@ -123,6 +120,15 @@ void PutHelp(const CommandRow* command)
         PutHelpOfTool();
     else
         PutHelpOf(*command);
+}
+
+int RunHelp(const Options& options)
+{
+    const CommandRow* const command = FindCommand(options.m_name);
+    if (command == nullptr && !options.m_name.empty())
+        return ReportUsage(NoSubcommand(options.m_name));
+    PutHelp(command);
+    return EXIT_OK;
 }
 
 } // namespace kelm::tool

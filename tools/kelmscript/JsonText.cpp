@@ -1,5 +1,7 @@
 #include "JsonText.h"
 
+#include "Interruption.h"
+
 #include <klUtils/ToString.h>
 
 #include <algorithm>
@@ -83,6 +85,7 @@ void JsonText::BreakLine()
 // What stands between a value, or its name, and what is before it.
 void JsonText::BeginValue()
 {
+    ThrowIfInterrupted();
     if (!m_isBehindName && m_depth > 0)
     {
         if (m_hasElements)

@@ -3,8 +3,11 @@
 #include "Diagnostics.h"
 #include "Files.h"
 #include "Output.h"
+#include "Progress.h"
 
 #include <kelm/private/Source.h>
+
+#include <optional>
 
 #include <sys/stat.h>
 
@@ -19,11 +22,14 @@ constexpr std::size_t s_blockSize = 65536;
 } // namespace
 
 LineInput::LineInput(const std::string& path)
-    : m_name(NameOfFile(path)), m_file(OpenFile(path)), m_hasFailed(!m_file.IsOpen())
+    : m_name(NameOfFile(path)), m_file(OpenFile(path)), m_maxSize(GetSizeLimit()), m_hasFailed(!m_file.IsOpen())
 {
     struct stat status = {};
     if (!m_hasFailed && fstat(m_file.get(), &status) == 0 && S_ISREG(status.st_mode))
         m_size = static_cast<std::size_t>(status.st_size);
+    // What comes by standard input may go on for as long as it likes.
+    if (path != "-" && m_size > m_maxSize)
+        Fail("it is longer than " + SizeLimitText());
 }
 
 bool LineInput::ReadAcrossBlocks(std::string_view& line)
@@ -37,13 +43,19 @@ bool LineInput::ReadAcrossBlocks(std::string_view& line)
             static_cast<const char*>(std::memchr(m_p + size, '\n', static_cast<std::size_t>(m_end - m_p) - size));
         if (end == nullptr)
             continue;
-        line = {m_p, static_cast<std::size_t>(end - m_p)};
-        m_p = end + 1;
-        return true;
+        return TakeLine(end, line);
     }
+    if (m_p == m_end || m_hasFailed)
+        return false;
     line = {m_p, static_cast<std::size_t>(m_end - m_p)};
     m_p = m_end;
-    return !line.empty() && !m_hasFailed;
+    return line.size() <= m_maxSize || FailAtLongLine();
+}
+
+bool LineInput::FailAtLongLine()
+{
+    m_p = m_end;
+    return Fail("a line is longer than " + SizeLimitText());
 }
 
 // Reads on behind what is not yet given; false at the end.
@@ -53,32 +65,29 @@ bool LineInput::ReadBlock()
         return false;
     FlushOutput();
     const auto size = static_cast<std::size_t>(m_end - m_p);
-    if (size > GetSizeLimit())
-        return Fail("a line is longer than " + SizeLimitText());
+    if (size > m_maxSize)
+        return FailAtLongLine();
     MakeRoom(size);
+    std::optional<Progress::Wait> wait;
+    if (m_size == 0)
+        wait.emplace();
     const ssize_t count = ReadSome(m_file.get(), m_buffer.get() + size, m_capacity - size);
     if (count < 0)
         return Fail(ErrnoText());
+    wait.reset();
     m_end += count;
     m_numRead += static_cast<std::size_t>(count);
     if (count == 0)
         m_file.Close();
-    if (std::exchange(m_isAtStart, false) && !BeginText())
-        return false;
-    return count > 0;
-}
-
-// Looks at the first block; false where it is no text.
-bool LineInput::BeginText()
-{
     const std::string_view text(m_p, static_cast<std::size_t>(m_end - m_p));
-    if (IsBinary(text))
+    if (IsBinary(text)) // whatever stood before it
     {
         m_p = m_end;
         return Fail(s_isNoText); // one error, and not one for each line
     }
-    m_p = m_end - WithoutByteOrderMark(text).size();
-    return true;
+    if (std::exchange(m_isAtStart, false))
+        m_p = m_end - WithoutByteOrderMark(text).size();
+    return count > 0;
 }
 
 // Moves what is not yet given to the front of a buffer that has room for a block behind it.

@@ -27,9 +27,7 @@ public:
         const auto* const end = static_cast<const char*>(std::memchr(m_p, '\n', static_cast<std::size_t>(m_end - m_p)));
         if (end == nullptr) [[unlikely]]
             return ReadAcrossBlocks(line);
-        line = {m_p, static_cast<std::size_t>(end - m_p)};
-        m_p = end + 1;
-        return true;
+        return TakeLine(end, line);
     }
 
     // How many octets have been given, and how many the file has; 0 where that is not known.
@@ -40,9 +38,17 @@ public:
     bool HasFailed() const { return m_hasFailed; }
 
 private:
+    bool TakeLine(const char* end, std::string_view& line)
+    {
+        line = {m_p, static_cast<std::size_t>(end - m_p)};
+        if (line.size() > m_maxSize) [[unlikely]]
+            return FailAtLongLine();
+        m_p = end + 1;
+        return true;
+    }
+    bool FailAtLongLine();
     bool ReadAcrossBlocks(std::string_view& line);
     bool ReadBlock();
-    bool BeginText();
     void MakeRoom(std::size_t size);
     bool Fail(const std::string& why);
 
@@ -52,6 +58,7 @@ private:
     std::size_t m_capacity = 0;
     const char* m_p = ""; // what is read and not yet given
     const char* m_end = m_p;
+    std::size_t m_maxSize; // of a line
     std::size_t m_size = 0;
     std::size_t m_numRead = 0;
     bool m_hasFailed = false;

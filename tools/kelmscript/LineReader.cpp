@@ -1,6 +1,7 @@
 #include "LineReader.h"
 
 #include "Diagnostics.h"
+#include "Interruption.h"
 #include "LineInput.h"
 #include "Output.h"
 
@@ -58,8 +59,9 @@ std::unique_ptr<LineReader> LoadTerminalReader(const CompletionSource& completio
         ReportNote(std::string("lines cannot be edited here: ") + dlerror());
         return nullptr;
     }
-    using MakeTerminalReader = LineReader* (*)(const CompletionSource*);
-    return std::unique_ptr<LineReader>(reinterpret_cast<MakeTerminalReader>(function)(&completions));
+    using MakeTerminalReader = LineReader* (*)(const CompletionSource*, volatile std::sig_atomic_t*);
+    return std::unique_ptr<LineReader>(
+        reinterpret_cast<MakeTerminalReader>(function)(&completions, &evaluation::s_isInterrupted));
 }
 
 } // namespace

@@ -35,6 +35,9 @@ public:
     // The characters that end a word of this line.
     virtual ConstStringZ GetWordBreaks(const std::string& line) const = 0;
 
+    // Whether it takes the name of a file, which may be in quotes.
+    virtual bool TakesFile(const std::string& line) const = 0;
+
     // Completes the word that stands at [start, end) of a line.
     virtual Completions Complete(const std::string& line, std::size_t start, std::size_t end) const = 0;
 };

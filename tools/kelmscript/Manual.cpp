@@ -175,14 +175,11 @@ int RunManual(const Options& options)
         PutPageOfTool();
         return EXIT_OK;
     }
-    for (const CommandRow& row : GetCommands())
-        if (row.m_name == options.m_name)
-        {
-            PutPageOf(row);
-            return EXIT_OK;
-        }
-    ReportError(options.m_name + " is no subcommand");
-    return EXIT_USAGE;
+    const CommandRow* const command = FindCommand(options.m_name);
+    if (command == nullptr)
+        return ReportUsage(NoSubcommand(options.m_name));
+    PutPageOf(*command);
+    return EXIT_OK;
 }
 
 } // namespace kelm::tool

@@ -129,9 +129,9 @@ private:
             m_options.*row->m_destination.m_flag = true;
         }
         else if (nameEnd != argument.size())
-            Store(row->m_destination, argument.substr(nameEnd + 1));
+            Store(*row, row->m_argument, argument.substr(nameEnd + 1));
         else if (m_next != m_end && !IsOption(*m_next))
-            Store(row->m_destination, *m_next++);
+            Store(*row, row->m_argument, *m_next++);
         else
             throw UsageError{std::string(row->m_name) + ": 1 required " + std::string(row->m_argument) + " missing"};
     }
@@ -147,13 +147,19 @@ private:
             if (row.m_destination.m_texts != nullptr || !Has(row.m_name))
             {
                 m_given.push_back(row.m_name);
-                return Store(row.m_destination, argument);
+                return Store(row, row.m_name, argument);
             }
         m_unexpected.push_back(argument);
     }
 
-    void Store(const Destination& destination, std::string_view value)
+    template <class Row>
+    void Store(const Row& row, std::string_view valueName, std::string_view value)
     {
+        // It has one end.
+        const bool isInput = value == "-" || (value.ends_with("=-") && value.find('/') == std::string_view::npos);
+        if (isInput && GetValues(valueName).m_values == VALUES_FILES && std::exchange(m_namesInput, true))
+            throw UsageError{"standard input is named twice"};
+        const Destination& destination = row.m_destination;
         if (destination.m_texts != nullptr)
             (m_options.*destination.m_texts).emplace_back(value);
         else
@@ -164,16 +170,10 @@ private:
     {
         if (!m_unexpected.empty())
             ThrowUnexpected(); // before it, which may be why the word is none
-        const std::span<const CommandRow> rows = GetCommands();
-        std::vector<std::string> names;
-        for (const CommandRow& row : rows)
-        {
-            if (row.m_name == word)
-                return &row;
-            names.emplace_back(row.m_name);
-        }
-        const std::string question = DidYouMean(NearestNames(word, names));
-        throw UsageError{std::string(word) + " is no subcommand" + (question.empty() ? "" : "; ") + question};
+        const CommandRow* const row = FindCommand(word);
+        if (row == nullptr)
+            throw UsageError{NoSubcommand(word)};
+        return row;
     }
 
     bool Has(std::string_view name) const { return std::find(m_given.begin(), m_given.end(), name) != m_given.end(); }
@@ -212,6 +212,7 @@ private:
     char** m_next;
     char** m_end;
     bool m_isOnlyArguments = false;
+    bool m_namesInput = false;
     const CommandRow* m_command = nullptr;
     std::vector<std::string_view> m_given; // names of rows
     std::vector<std::string_view> m_unexpected;
@@ -253,8 +254,8 @@ Options ParseOptions(int argc, char** argv, int& exitCode)
     }
     catch (const UsageError& e)
     {
-        static_cast<void>(WriteAll(STDERR_FILENO, e.m_message + "\nRun with --help for more information.\n"));
-        exitCode = EXIT_USAGE;
+        exitCode = ReportUsage(e.m_message);
+        static_cast<void>(WriteAll(STDERR_FILENO, "Run with --help for more information.\n"));
         return {};
     }
 }

@@ -43,6 +43,11 @@ void FlushOutput()
     s_output.m_size = 0;
 }
 
+void DropOutput()
+{
+    s_output.m_size = 0;
+}
+
 int GetOutputError()
 {
     return s_error;

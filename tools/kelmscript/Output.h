@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Interruption.h"
+
 #include <klUtils/xostream.h>
 
 #include <cstddef>
@@ -15,6 +17,13 @@ inline void Put(std::string_view text);
 inline void PutLine(std::string_view text);
 void FlushOutput();
 
+// Forgets what has not been written yet.
+void DropOutput();
+
+// For what is written where it will lie: room for so many characters, few of them, and up to where they were written.
+inline char* RoomInOutput(std::size_t numCharacters);
+inline void TakeAsPut(const char* end);
+
 // Why what was put did not all arrive (a full disk): the errno of the first failure; 0 where there was none.
 int GetOutputError();
 
@@ -23,7 +32,11 @@ class OutputStream : public xostream
 {
 public:
     using xostream::put;
-    void put(const char* text, long length) override { Put({text, static_cast<std::size_t>(length)}); }
+    void put(const char* text, long length) override
+    {
+        ThrowIfInterrupted();
+        Put({text, static_cast<std::size_t>(length)});
+    }
 };
 
 // --- The inside
@@ -45,6 +58,18 @@ inline void Put(std::string_view text)
     if (!text.empty()) // which may have no address
         std::memcpy(s_output.m_text + s_output.m_size, text.data(), text.size());
     s_output.m_size += text.size();
+}
+
+inline char* RoomInOutput(std::size_t numCharacters)
+{
+    if (numCharacters > sizeof s_output.m_text - s_output.m_size) [[unlikely]]
+        FlushOutput();
+    return s_output.m_text + s_output.m_size;
+}
+
+inline void TakeAsPut(const char* end)
+{
+    s_output.m_size = static_cast<std::size_t>(end - s_output.m_text);
 }
 
 inline void PutLine(std::string_view text)

@@ -101,21 +101,43 @@ Progress::Progress(const std::string& what) : m_isShowing(s_what[0] == '\0' && I
     const std::string shown = Shown(what);
     std::strncpy(s_what, shown.c_str(), s_longestName);
     s_total = 0;
-    s_start = Now();
     struct sigaction action = {};
     action.sa_handler = OnTick;
     action.sa_flags = SA_RESTART;
     sigaction(SIGALRM, &action, nullptr);
+    Start();
+}
+
+void Progress::Start()
+{
+    s_start = Now();
     SetTimer(1, 250000);
+}
+
+void Progress::Stop()
+{
+    SetTimer(0, 0);
+    const Pause clear;
+    s_isDue = 0;
+}
+
+Progress::Wait::Wait() : m_isShowing(s_what[0] != '\0')
+{
+    if (m_isShowing)
+        Stop();
+}
+
+Progress::Wait::~Wait()
+{
+    if (m_isShowing)
+        Start();
 }
 
 Progress::~Progress()
 {
     if (!m_isShowing)
         return;
-    SetTimer(0, 0);
-    const Pause clear;
-    s_isDue = 0;
+    Stop();
     s_what[0] = '\0';
 }
 

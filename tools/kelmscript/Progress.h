@@ -23,7 +23,7 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     // How much of the work is done.
-    void Tell(std::size_t done, std::size_t total)
+    static void Tell(std::size_t done, std::size_t total)
     {
         s_done = done;
         s_total = total;
@@ -39,8 +39,23 @@ public:
         Pause& operator=(const Pause&) = delete;
     };
 
+    // While one lives, somebody else is waited for, which is no work: what was under way begins anew behind it.
+    class Wait
+    {
+    public:
+        Wait();
+        ~Wait();
+        Wait(const Wait&) = delete;
+        Wait& operator=(const Wait&) = delete;
+
+    private:
+        bool m_isShowing;
+    };
+
 private:
     static void OnTick(int);
+    static void Start();
+    static void Stop();
 
     // All that the signal handler touches.
     static inline constinit volatile std::size_t s_done = 0;

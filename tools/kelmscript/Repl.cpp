@@ -3,8 +3,10 @@
 #include "Completion.h"
 #include "DataSources.h"
 #include "Diagnostics.h"
+#include "Interruption.h"
 #include "LineReader.h"
 #include "Output.h"
+#include "Progress.h"
 #include "Suggest.h"
 #include "Types.h"
 #include "Values.h"
@@ -18,7 +20,11 @@
 #include <klUtils/Version.h>
 #include <klUtils/text/LsScanToken.h>
 
+#include <cstdlib>
 #include <deque>
+
+#include <pwd.h>
+#include <unistd.h>
 
 namespace kelm::tool
 {
@@ -90,6 +96,29 @@ WordAndRest SplitFirstWord(const std::string& text)
     return {text.substr(begin, end - begin), rest < last ? text.substr(rest, last - rest) : std::string()};
 }
 
+// Of a name as the editor completes it, in quotes and from a home folder, that of the file.
+std::string FileOfArgument(std::string_view argument)
+{
+    const char quote = argument.front();
+    if (quote == '"' || quote == '\'')
+    {
+        argument.remove_prefix(1);
+        if (argument.ends_with(quote))
+            argument.remove_suffix(1);
+    }
+    const std::size_t userEnd = std::min(argument.find('/'), argument.size());
+    if (!argument.starts_with('~'))
+        return std::string(argument);
+    const std::string user(argument.substr(1, userEnd - 1));
+    const char* home = user.empty() ? std::getenv("HOME") : nullptr;
+    if (home == nullptr)
+    {
+        const passwd* const entry = user.empty() ? getpwuid(getuid()) : getpwnam(user.c_str());
+        home = entry != nullptr ? entry->pw_dir : nullptr;
+    }
+    return home != nullptr ? home + std::string(argument.substr(userEnd)) : std::string(argument);
+}
+
 class Repl : private CompletionSource
 {
 public:
@@ -98,10 +127,8 @@ public:
     int Run()
     {
         if (Workspace::ReadsStandardInput(m_options))
-        {
-            ReportError("standard input holds the data, and no expressions");
-            return EXIT_USAGE;
-        }
+            return ReportUsage(s_holdsData);
+        UseJsonErrors(m_options.m_json);
         if (const int exitCode = m_workspace.Open(); exitCode != EXIT_OK)
             return exitCode;
         m_reader = MakeLineReader(*this);
@@ -209,7 +236,26 @@ private:
         {
             m_reader->Remember(entry);
             const std::string command = IsCommand(entry) ? entry.substr(1) : CommandOfWord(entry);
-            m_hasFailed |= !(command.empty() && !IsCommand(entry) ? EvaluateExpression(source) : RunCommand(command));
+            const bool isExpression = command.empty() && !IsCommand(entry);
+            m_hasFailed |=
+                !Interruptible([&] { return isExpression ? EvaluateExpression(source) : RunCommand(command); });
+        }
+    }
+
+    // Ctrl-C ends what runs, and what it has not written yet is forgotten.
+    template <class F>
+    static bool Interruptible(const F& run)
+    {
+        try
+        {
+            return run();
+        }
+        catch (const Interrupted&)
+        {
+            evaluation::s_isInterrupted = 0;
+            DropOutput();
+            Put("\ninterrupted\n"); // behind what the terminal shows of the key
+            return false;
         }
     }
 
@@ -227,7 +273,15 @@ private:
 
     bool EvaluateExpression(const SourceText& source) const
     {
-        return PutOutcome(source, m_workspace.Evaluate(source), ValueFormOf(m_options));
+        return PutOutcome(source, Evaluate(source), ValueFormOf(m_options));
+    }
+
+    Outcome Evaluate(const SourceText& source) const
+    {
+        const Progress progress("evaluating");
+        Outcome outcome = m_workspace.Evaluate(source);
+        ThrowIfInterrupted();
+        return outcome;
     }
 
     bool RunCommand(const std::string& text)
@@ -240,13 +294,13 @@ private:
             for (std::string& name : nearest)
                 name.insert(name.begin(), ':');
             const std::string question = DidYouMean(nearest);
-            ReportError("unknown command :" + words.m_word);
+            ReportError("unknown command :" + words.m_word, "command");
             ReportNote(question.empty() ? ":help lists the commands" : question);
             return false;
         }
         if (command->m_needsArgument && words.m_rest.empty())
         {
-            ReportError(":" + words.m_word + " takes an argument: " + command->m_synopsis);
+            ReportError(":" + words.m_word + " takes an argument: " + command->m_synopsis, "command");
             return false;
         }
         return (this->*command->m_run)(words.m_rest);
@@ -259,16 +313,16 @@ private:
     bool Type(const std::string& expression)
     {
         const SourceText source{"<expression>", expression};
-        const Outcome outcome = m_workspace.Evaluate(source);
+        const Outcome outcome = Evaluate(source);
         if (outcome.m_failure)
             return PutOutcome(source, outcome, ValueFormOf(m_options));
         PutLine(KindOf(outcome.m_value));
         return true;
     }
 
-    bool Load(const std::string& file)
+    bool Load(const std::string& argument)
     {
-        const bool isLoaded = m_workspace.Load(file);
+        const bool isLoaded = m_workspace.Load(FileOfArgument(argument));
         if (isLoaded)
             PutLine(GetObject() ? GetObject().GetReflectedClass()->m_name : "null");
         return isLoaded;
@@ -307,7 +361,7 @@ private:
     bool HasObject() const
     {
         if (!GetObject())
-            ReportError("no object is loaded: :load FILE loads one");
+            ReportError("no object is loaded: :load FILE loads one", "command");
         return static_cast<bool>(GetObject());
     }
 
@@ -332,6 +386,12 @@ private:
         const Command* const command = FindCommand(SplitFirstWord(line.substr(1)).m_word);
         begin = line.find_first_not_of(" \t", std::min(line.find_first_of(" \t"), line.size()));
         return command != nullptr ? command->m_argument : ARG_NONE;
+    }
+
+    bool TakesFile(const std::string& line) const override
+    {
+        std::size_t begin = 0;
+        return ArgumentOf(line, begin) == ARG_FILE;
     }
 
     ConstStringZ GetWordBreaks(const std::string& line) const override
@@ -408,21 +468,38 @@ void PutRow(std::string_view left, std::string_view right)
     PutLine(right);
 }
 
+// What the natural language makes of a built-in name: len has results, and functions of floats take all numbers.
+std::string InNatural(std::string_view name, std::string summary)
+{
+    if (name == "len")
+        return "how many octets a text has, or elements a list";
+    constexpr std::string_view exact = "a float64";
+    const bool isOfFloats = name != "is_double" && name != "double";
+    if (const std::size_t at = summary.find(exact); isOfFloats && at != std::string::npos)
+        summary.replace(at, exact.size(), "a number");
+    return summary;
+}
+
 bool Repl::Help(const std::string&)
 {
     PutLine("An expression is evaluated; while a bracket is open, it goes on in the next line.\n");
     for (const Command& command : s_commands)
         PutRow(command.m_synopsis, command.m_summary);
-    PutLine("\nFunctions, with --natural, --data or --set, or when a data source is loaded:\n");
+    PutLine(m_workspace.GetScope() != nullptr
+                ? "\nFunctions:\n"
+                : "\nFunctions, with --natural, --data or --set, or when a data source is loaded:\n");
     for (const evaluation::OwnFunction& function : evaluation::GetOwnFunctions())
         PutRow(std::string(function.m_name) + "(" + function.m_parameters + ")", function.m_summary);
     PutLine("\nNames in expressions:\n");
     for (const BuiltIn& builtIn : GetBuiltIns())
     {
         std::string name(builtIn.m_name.begin(), builtIn.m_name.end());
+        std::string summary(builtIn.m_summary);
+        if (m_options.m_natural)
+            summary = InNatural(name, summary);
         if (builtIn.m_argument != Argument::None)
-            name += builtIn.m_argument == Argument::Any ? "(x)" : "(f)";
-        PutRow(name, builtIn.m_summary);
+            name += builtIn.m_argument == Argument::Any || m_options.m_natural ? "(x)" : "(f)";
+        PutRow(name, summary);
     }
     return true;
 }

@@ -5,6 +5,7 @@
 
 #include <kelm/Value.h>
 #include <kelm/private/Source.h>
+#include <klKelmScript/KSValue.h>
 
 #include <optional>
 #include <string>
@@ -23,6 +24,9 @@ EValueForm ValueFormOf(const Options& options);
 
 // "int64" and the like; of an object its type.
 std::string KindOf(const Value& value);
+
+// Writes a value that an expression without names has, as VALUE_PLAIN.
+void PutPlain(const KSValue& value);
 
 // Writes what a text came to, errors included; `index` tells of which element of a list. False where it failed.
 bool PutOutcome(const SourceText& source, const Outcome& outcome, EValueForm form,

@@ -1,14 +1,14 @@
 #include "Workspace.h"
 
-#include "Attempt.h"
 #include "DataSources.h"
 #include "Diagnostics.h"
+#include "ExactEvaluation.h"
 #include "Files.h"
+#include "Suggest.h"
 
 #include <kelm/Expression.h>
 #include <kelm/private/Names.h>
 #include <kelm/private/Suggest.h>
-#include <klKelmScript/KSParser.h>
 #include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
@@ -45,6 +45,7 @@ Failure FailureOf(const SourceText& source, const Error& error)
                     error.GetExcerpt()};
     if (!error.GetSuggestions().empty())
         failure.m_notes.push_back({DidYouMean(error.GetSuggestions()), failure.m_offset});
+    AddHint(failure, source.m_text);
     return failure;
 }
 
@@ -62,27 +63,6 @@ Value ValueOf(const KSValue& value)
     return {};
 }
 
-Outcome EvaluateExactly(const SourceText& source, EBlankText blank)
-{
-    Outcome outcome;
-    KSValue value;
-    KSParser parser;
-    outcome.m_failure = Attempt(source, parser,
-                                [&]
-                                {
-                                    parser.Init(source.View());
-                                    outcome.m_isBlank = blank == BLANK_PASSES && parser.m_token.m_type == TOKEN_END;
-                                    if (outcome.m_isBlank)
-                                        return;
-                                    parser.ParseExpression(value);
-                                    if (parser.m_token.m_type != TOKEN_END)
-                                        parser.ThrowExpectedException("end of text");
-                                });
-    if (!outcome.m_failure)
-        outcome.m_value = ValueOf(value);
-    return outcome;
-}
-
 // "NAME=REST". Without a name in front, all is the rest.
 struct NameAndRest
 {
@@ -96,12 +76,6 @@ NameAndRest SplitAtEqual(const std::string& text)
     std::string name = text.substr(0, std::min(equal, text.size()));
     const bool isName = equal != std::string::npos && std::all_of(name.begin(), name.end(), IsIdentifierCharacter);
     return isName ? NameAndRest{std::move(name), text.substr(equal + 1)} : NameAndRest{{}, text};
-}
-
-int Misused(const std::string& message)
-{
-    ReportError(message);
-    return EXIT_USAGE;
 }
 
 } // namespace
@@ -156,13 +130,13 @@ int Workspace::Open()
         return EXIT_OK;
     for (const std::string& setting : m_options.m_settings)
         if (SplitAtEqual(setting).m_name.empty())
-            return Misused("--set: " + setting + " is not of the form NAME=EXPRESSION");
+            return ReportUsage("--set: " + setting + " is not of the form NAME=EXPRESSION");
     bool hasObject = false;
     for (const std::string& data : m_options.m_data)
     {
         const NameAndRest parts = SplitAtEqual(data);
         if (parts.m_name.empty() && std::exchange(hasObject, true))
-            return Misused("--data: the members of one FILE alone are names; NAME=FILE names another");
+            return ReportUsage("--data: the members of one FILE alone are names; NAME=FILE names another");
     }
     for (const std::string& data : m_options.m_data)
     {
@@ -181,7 +155,7 @@ int Workspace::Open()
     }
     catch (const Error& e) // of a name
     {
-        return Misused("--data: " + e.GetMessage());
+        return ReportUsage("--data: " + e.GetMessage());
     }
     return EvaluateSettings();
 }
@@ -234,7 +208,7 @@ int Workspace::EvaluateSettings()
         }
         catch (const Error& e)
         {
-            return Misused("--set: " + e.GetMessage());
+            return ReportUsage("--set: " + e.GetMessage());
         }
     }
     return EXIT_OK;
@@ -274,9 +248,15 @@ std::vector<std::string> Workspace::MemberNamesAt(std::string_view path) const
 
 Outcome Workspace::Evaluate(const SourceText& source, EBlankText blank) const
 {
-    if (m_scope == nullptr)
-        return EvaluateExactly(source, blank);
     Outcome outcome;
+    if (m_scope == nullptr)
+    {
+        KSValue value;
+        outcome.m_failure = EvaluateExactly(source, blank, value, outcome.m_isBlank);
+        if (!outcome.m_failure)
+            outcome.m_value = ValueOf(value);
+        return outcome;
+    }
     outcome.m_isBlank = blank == BLANK_PASSES && IsBlank(source);
     if (!outcome.m_isBlank)
         outcome = OutcomeOf(source, [&] { return Compile(source.m_text, *m_scope, {}).TryEvaluate(); });

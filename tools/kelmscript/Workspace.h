@@ -1,5 +1,6 @@
 #pragma once
 
+#include "BlankText.h"
 #include "Failure.h"
 #include "Options.h"
 
@@ -30,11 +31,8 @@ struct Outcome
     bool m_isBlank = false; // there was no expression, and that is no failure
 };
 
-enum EBlankText
-{
-    BLANK_FAILS, // a text of white space and comments is no expression
-    BLANK_PASSES,
-};
+// What is said where --data takes what expressions were expected in.
+inline constexpr char s_holdsData[] = "standard input holds the data, and no expressions";
 
 // What an evaluation of the text with names came to; `evaluate` gives a result or throws an Error.
 Outcome OutcomeOf(const SourceText& source, const std::function<Result<Value>()>& evaluate);

@@ -34,6 +34,7 @@ int Flushed(int exitCode)
     FlushOutput();
     if (GetOutputError() == 0)
         return exitCode;
+    UseJsonErrors(false); // they have gone the same way
     ReportError(std::string("cannot write standard output: ") + std::strerror(GetOutputError()));
     return EXIT_FAILED;
 }

@@ -28,8 +28,21 @@ namespace
 // Signals arrive as octets in a pipe, so that waiting for input and for signals is one wait.
 int s_signalPipe[2] = {-1, -1};
 
+volatile std::sig_atomic_t s_isReading = 0;
+volatile std::sig_atomic_t* s_isInterrupted = nullptr; // what looks now and then whether it shall end
+
 void OnSignal(int signal)
 {
+    const bool endsProcess =
+        signal == SIGTERM || signal == SIGHUP || (signal == SIGINT && *s_isInterrupted != 0); // which did not help
+    if (endsProcess && s_isReading == 0)
+    {
+        std::signal(signal, SIG_DFL);
+        static_cast<void>(raise(signal)); // held back until this returns
+        return;
+    }
+    if (signal == SIGINT)
+        *s_isInterrupted = 1;
     const int error = errno;
     const auto number = static_cast<char>(signal);
     static_cast<void>(!write(s_signalPipe[1], &number, 1)); // a full pipe holds signals enough
@@ -92,6 +105,7 @@ char** CompleteWord(const char* word, int start, int end)
 
 char* WordBreaks()
 {
+    rl_completer_quote_characters = s_editor.m_completions->TakesFile(rl_line_buffer) ? "\"'" : nullptr;
     s_editor.m_wordBreaks = s_editor.m_completions->GetWordBreaks(rl_line_buffer);
     return s_editor.m_wordBreaks.data();
 }
@@ -109,12 +123,24 @@ public:
         rl_catch_sigwinch = 0;
         rl_attempted_completion_function = CompleteWord;
         rl_completion_word_break_hook = WordBreaks;
+        rl_filename_quote_characters = " \t\"'";
         rl_variable_bind("enable-bracketed-paste", "on"); // a block is pasted whole, tabs and all
     }
 
     bool IsInteractive() const override { return true; }
 
     ERead Read(ConstStringZ prompt, std::string_view& line) override
+    {
+        s_isReading = 1;
+        const ERead read = ReadLine(prompt, line);
+        s_isReading = 0;
+        return read;
+    }
+
+    void Remember(const std::string& entry) override { m_history.Add(entry); }
+
+private:
+    ERead ReadLine(ConstStringZ prompt, std::string_view& line)
     {
         s_editor.m_isDone = false;
         rl_callback_handler_install(prompt, OnLine);
@@ -137,9 +163,6 @@ public:
         return READ_LINE;
     }
 
-    void Remember(const std::string& entry) override { m_history.Add(entry); }
-
-private:
     // Does what the next signal asks for; true when the line is to be dropped.
     static bool IsInterrupted()
     {
@@ -148,7 +171,12 @@ private:
             return false;
         switch (signal)
         {
-        case SIGINT: DropLine(); return true;
+        case SIGINT:
+            if (*s_isInterrupted == 0) // it has ended something else
+                return false;
+            *s_isInterrupted = 0;
+            DropLine();
+            return true;
         case SIGWINCH: rl_resize_terminal(); return false;
         case SIGCONT: Resume(); return false;
         default: Die(signal);
@@ -159,6 +187,8 @@ private:
     {
         rl_free_line_state();
         rl_callback_sigcleanup();
+        rl_point = rl_end; // what was typed stays readable
+        rl_redisplay();
         rl_replace_line("", 0);
         rl_callback_handler_remove();
         Show("^C\n");
@@ -190,8 +220,10 @@ private:
 
 } // namespace
 
-extern "C" [[gnu::visibility("default")]] LineReader* MakeTerminalReader(const CompletionSource* completions)
+extern "C" [[gnu::visibility("default")]] LineReader* MakeTerminalReader(const CompletionSource* completions,
+                                                                         volatile std::sig_atomic_t* isInterrupted)
 {
+    s_isInterrupted = isInterrupted;
     return new TerminalReader(*completions);
 }
 
