@@ -162,7 +162,7 @@ void ThrowIncompatibleTypeException(const KSValue& a, const char* op)
     ThrowValueException("Incompatible type (", TypeToString(a.GetTag()), ") for unary ", op, " operation");
 }
 
-template <>
+template <> // NOLINTNEXTLINE(performance-unnecessary-value-param): by value as its template
 void ThrowNoImplicitConversionFromValue<KSValue>(KSValue value, const char* typeName)
 {
     ThrowValueException("No implicit conversion from value ", value, " to ", typeName);

@@ -50,7 +50,8 @@ bool StoreLowBits(Narrow& x, int64 wide)
 template <class Narrow>
 bool AssignNarrow(Narrow& x, const KSValue& v)
 {
-    const KSValue copy(v); // a reflected value arrives as a new default variable
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): a reflected value arrives as a new default variable
+    const KSValue copy(v);
     int64 wide = 0;
     return Assign(wide, copy) && StoreLowBits(x, wide);
 }
@@ -58,7 +59,7 @@ bool AssignNarrow(Narrow& x, const KSValue& v)
 template <class Narrow>
 bool CoerceNarrow(Narrow& x, const KSValue& v, bool allowExplicitConversions)
 {
-    const KSValue copy(v);
+    const KSValue copy(v); // NOLINT(performance-unnecessary-copy-initialization): as above
     int64 wide = 0;
     if (!Coerce(wide, copy, allowExplicitConversions))
         return false;

@@ -36,7 +36,7 @@ struct Entries : Holder
             delete entries;
         };
         m_type.m_form = FF_LIST;
-        m_type.m_size = sizeof m_entries;
+        m_type.m_size = sizeof(decltype(m_entries));
         m_type.m_parts = &m_part;
         m_type.m_numParts = 1;
         m_type.m_list = &s_fns;

@@ -36,7 +36,7 @@ const Op& FindSame(const Program& general, const Op* first, const Op* op, const 
 const Op* Machine::GoOnGenerally(const Op* call)
 {
     const Op* const first = GetOp(0);
-    for (std::size_t path = m_rest != nullptr ? m_rest->m_path : 0; path != 0;
+    for (auto path = static_cast<std::size_t>(m_rest != nullptr ? m_rest->m_path : 0); path != 0;
          path = static_cast<std::size_t>(m_base[path - 1].m_integer))
     {
         std::size_t& end = m_base[path - 1].m_size;
