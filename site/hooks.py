@@ -1,10 +1,15 @@
-"""What the site has beside the pages of docs/: its first page, the way to the C++ reference, and a search that needs no
-server."""
+"""What the site has beside the pages of docs/: its first page, the way to the C++ reference, diagrams of the grammar, and a
+search that needs no server."""
 
 import json
 import pathlib
 import re
+import sys
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+
+import diagrams
+import ebnf
 from mkdocs.structure.files import File
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -36,8 +41,15 @@ def on_files(files, config):
     return files
 
 
+def with_diagrams(block):
+    """A block of rules, and before it their diagrams."""
+    figures = [diagrams.figure(name, node) for name, node in ebnf.read_rules(block[1]).items()]
+    return "\n\n".join(figures) + "\n\n" + block[0]
+
+
 def on_page_markdown(markdown, **_):
     """Behind a block's language stands how the tests take it, which is not for readers."""
+    markdown = re.sub(r"^```ebnf\n(.*?)^```$", with_diagrams, markdown, flags=re.MULTILINE | re.DOTALL)
     return re.sub(r"^(```\w+) .*$", r"\1", markdown, flags=re.MULTILINE)
 
 
