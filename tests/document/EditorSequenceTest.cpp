@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace kelm
@@ -32,6 +33,11 @@ std::string WrittenText(const ptr<IObject>& object)
     StringStream stream(4096);
     WriteObject(stream, object);
     return std::string(stream.GetString().view());
+}
+
+std::string_view WithoutMark(std::string_view text)
+{
+    return text.starts_with("\xEF\xBB\xBF") ? text.substr(3) : text;
 }
 
 ptr<IObject> ReadShip(std::string_view text)
@@ -303,6 +309,7 @@ Result<bool> Do(Document& document, const AnyEdit& edit)
            : edit.m_verb == "remove" ? editor.Remove(edit.m_path)
            : edit.m_verb == "insert" ? editor.Insert(edit.m_path, edit.m_value)
            : edit.m_verb == "rename" ? editor.Rename(edit.m_path, edit.m_value)
+           : edit.m_verb == "add"    ? editor.Add(edit.m_path, edit.m_value)
                                      : editor.Move(edit.m_path, edit.m_value);
 }
 
@@ -350,6 +357,185 @@ TEST(EditorSequence, ReadsAsTheObjectAfterTheSameEdits)
         }
         CollectGarbage();
     }
+}
+
+// --- Whatever is asked
+
+constexpr std::string_view s_steps[] = {".title",
+                                        ".origin",
+                                        ".origin.x",
+                                        ".berth",
+                                        ".scores",
+                                        "[0]",
+                                        "[1]",
+                                        "[2]",
+                                        ".corners[1].y",
+                                        ".tags",
+                                        ".filled",
+                                        ".crates",
+                                        ".label",
+                                        ".weight",
+                                        ".place",
+                                        ".seals",
+                                        ".on",
+                                        ".rows[0]",
+                                        ".samples",
+                                        "[[0]",
+                                        ".counts",
+                                        "[\"a\"]",
+                                        "[\"rope\"]",
+                                        ".stock",
+                                        ".marks",
+                                        "[{x=1}]",
+                                        "[(0, 0)]",
+                                        ".extent",
+                                        ".radius",
+                                        ".Point",
+                                        ".first",
+                                        ".note",
+                                        ".list",
+                                        ".map",
+                                        "[\"made\"]",
+                                        ".set",
+                                        ".maybe",
+                                        ".pair",
+                                        ".area",
+                                        "[",
+                                        "]",
+                                        ".",
+                                        " ",
+                                        "nosuch",
+                                        "[-1]",
+                                        "[99999999999999999999]"};
+constexpr std::string_view s_values[] = {"1",
+                                         "-5",
+                                         "\"a\"",
+                                         "'b'",
+                                         "[]",
+                                         "[1]",
+                                         "[1, 2, 3]",
+                                         "{}",
+                                         "{ x = 1 }",
+                                         "(1, 2)",
+                                         "Point { y = 2 }",
+                                         "null",
+                                         "yard::Crate",
+                                         "yard::Crate { seals = [1] }",
+                                         "radius 5",
+                                         "label \"x\"",
+                                         "Point(1, 2)",
+                                         "[\"a\" -> 1]",
+                                         "[{x=1} -> \"a\", {y=2} -> \"b\"]",
+                                         "NORTH",
+                                         "true",
+                                         "[{}, { weight = 2 }]",
+                                         "[[1], []]",
+                                         "",
+                                         "}",
+                                         "1 // c",
+                                         "/* c */ 1",
+                                         "{ title = \"a\" }",
+                                         "[1,"};
+constexpr std::string_view s_verbs[] = {"set", "add", "insert", "remove", "rename", "move"};
+
+// Those that fit, for some verb.
+constexpr std::pair<std::string_view, std::string_view> s_likely[] = {{".title", "\"b\""},
+                                                                      {".origin", "{ x = 5 }"},
+                                                                      {".origin", "(5, 6)"},
+                                                                      {".scores", "[4, 5, 6]"},
+                                                                      {".corners[1].y", "3"},
+                                                                      {".corners", "[(1, 2), { y = 3 }]"},
+                                                                      {".tags[2]", "5"},
+                                                                      {".tags", "[5]"},
+                                                                      {".crates", "{ weight = 4 }"},
+                                                                      {".crates[0]", "{ label = 'x' seals = [1] }"},
+                                                                      {".crates", "[{}]"},
+                                                                      {".crates[1].on", "yard::Crate"},
+                                                                      {".crates[1].on.on", "yard::Ship { tags = [1] }"},
+                                                                      {".crates[1].on.tags", "4"},
+                                                                      {".rows", "[1, 2]"},
+                                                                      {".rows[0]", "3"},
+                                                                      {".rows[0]", "[3]"},
+                                                                      {".samples", "(1, 2)"},
+                                                                      {".counts[\"z\"]", "5"},
+                                                                      {".counts", "[\"z\" -> 6, \"a\" -> 7]"},
+                                                                      {".stock[\"rope\"]", "5"},
+                                                                      {".stock[\"rope\"]", "\"line\""},
+                                                                      {".marks[{x=1}]", "\"m\""},
+                                                                      {".marks[(1, 2)]", "\"n\""},
+                                                                      {".marks[{y=5}]", "\"o\""},
+                                                                      {".extent", "radius 5"},
+                                                                      {".extent.Point", "(1, 2)"},
+                                                                      {".extent.Point.x", "6"},
+                                                                      {".extent.label", "\"l\""},
+                                                                      {".first", "yard::Crate { weight = 3 }"},
+                                                                      {".first.seals", "[1, 2]"},
+                                                                      {".first.weight", "6"},
+                                                                      {".note", "yard::Crate"},
+                                                                      {".note", "null"},
+                                                                      {".note.label", "\"n\""},
+                                                                      {".list", "8"},
+                                                                      {".list", "[8]"},
+                                                                      {".map[\"x\"]", "5"},
+                                                                      {".map[\"made\"]", "\"x\""},
+                                                                      {".set", "\"s\""},
+                                                                      {".set", "[\"s\", \"t\"]"},
+                                                                      {".set[\"s\"]", "\"u\""},
+                                                                      {".maybe", "(1, 2)"},
+                                                                      {".maybe", "null"},
+                                                                      {".maybe.y", "7"},
+                                                                      {".pair[0]", "5"},
+                                                                      {".area", "-.5"},
+                                                                      {".filled[2]", "1"}};
+
+std::string AnyPath(Random& random)
+{
+    std::string path;
+    for (std::size_t n = random.Below(4) + 1; n-- > 0;)
+        path += random.Of(s_steps);
+    return path;
+}
+
+TEST(EditorSequence, WhateverIsAskedIsDoneOrRefused)
+{
+    yard::Register();
+    Random random(Seed());
+    std::size_t numDone = 0;
+    for (std::size_t i = 0; i < NumCases() * 4; ++i)
+    {
+        int numComments = 0;
+        std::string text = random.OneIn(8)   ? "yard::Ship"
+                           : random.OneIn(2) ? TidyShip(random, numComments)
+                                             : AnyShip(random, numComments);
+        if (random.OneIn(4))
+            reference::Damage(random, text);
+        Document document = Document::Parse(text);
+        for (int n = 0; n < 8; ++n)
+        {
+            const std::string before(document.GetText());
+            AnyEdit edit{std::string(random.Of(s_verbs)), AnyPath(random), std::string(random.Of(s_values))};
+            if (const auto& [path, value] = random.Of(s_likely); !random.OneIn(4))
+            {
+                edit.m_path = path;
+                edit.m_value = value;
+            }
+            if (edit.m_verb == "move")
+                edit.m_value = random.OneIn(2) ? AnyPath(random) : std::string(random.Of(s_likely).first);
+            if (random.OneIn(10))
+                reference::Damage(random, random.OneIn(2) ? edit.m_path : edit.m_value);
+            const Result<bool> result = Do(document, edit);
+            const std::string told = before + "\n--- " + edit.m_verb + " " + edit.m_path + " " + edit.m_value + "\n" +
+                                     std::string(document.GetText());
+            ASSERT_EQ(result && *result, document.GetText() != before) << told;
+            if (!result)
+                continue;
+            ++numDone;
+            LexScannerException error{xstring(), LSToken()};
+            ASSERT_TRUE(ParseDataSource(xstring(WithoutMark(document.GetText())), error)) << told << error.what();
+        }
+        CollectGarbage();
+    }
+    EXPECT_GT(numDone, NumCases());
 }
 
 } // namespace
