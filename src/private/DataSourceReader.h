@@ -101,7 +101,7 @@ private:
 
     // Those of one call, the innermost last: one, or many where lists nest in lists, so that all else has small frames.
     static constexpr ssize_t s_listsInBody = 1;
-    static constexpr ssize_t s_listsInList = Rules::s_isRuled ? 1 : 16;
+    static constexpr ssize_t s_listsInList = Rules::s_isRuled ? 1 : 64;
 
     template <ssize_t Most>
     class OpenLists

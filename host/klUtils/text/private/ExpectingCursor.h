@@ -121,18 +121,19 @@ public:
     [[gnu::always_inline]] GuessedName GuessName() const
     {
         const char* start = m_p;
-        uint64 word = PeekWord(start);
+        const ssize_t left = m_end - start;
+        uint64 word = PeekWord(start, left);
         if (static_cast<uint8>(word) < '0') [[unlikely]]
         {
             if (static_cast<char>(word) == ' ')
             {
                 ++start;
-                word = m_end - start >= s_maxShortText ? LoadWord<uint64>(start) : word >> 8;
+                word = left > s_maxShortText ? LoadWord<uint64>(start) : word >> 8;
             }
             if (static_cast<uint8>(word) < '0')
             {
                 start = FindTokenBehind(start, m_end);
-                word = PeekWord(start);
+                word = PeekWord(start, m_end - start);
             }
         }
         const std::size_t size = FindEndOfName(word);
@@ -213,10 +214,9 @@ public:
     }
 
 private:
-    // The next eight characters; zeros behind the end of the text.
-    [[gnu::always_inline]] uint64 PeekWord(const char* p) const
+    // The next eight characters; zeros behind the end of the text, which is so many away.
+    [[gnu::always_inline]] static uint64 PeekWord(const char* p, ssize_t left)
     {
-        const ssize_t left = m_end - p;
         return left >= s_maxShortText ? LoadWord<uint64>(p) : WordOfShortText(p, left);
     }
 
