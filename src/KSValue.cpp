@@ -1,9 +1,8 @@
 #include <klKelmScript/KSValue.h>
 
-#include <klKelmScript/klKelmScript.h>
 #include <klKelmScript/private/KSValueOperations.h>
+#include <klKelmScript/private/RegisterInModule.h>
 #include <klObject/objects/Collector.h>
-#include <klObject/types/Registry.h>
 #include <klObject/types/TypeOps.h>
 #include <klObject/values/ReflectedVariable.h>
 
@@ -352,11 +351,8 @@ const TypeOps* _GetTypeOps(const KSValue*)
 
 void _Register_KSValue()
 {
-    if (RegisterReflectedVariant(&_GetReflected(static_cast<const KSValue*>(nullptr)),
-                                 Kelm_Core_klKelmScript_GetXTarget()) != NSE_OK)
-        ThrowKelmAssertionError("kelm::RegisterReflectedVariant(&_GetReflected( (KSValue*) 0),"
-                                "kelm::Kelm_Core_klKelmScript_GetXTarget()) == kelm::NSE_OK",
-                                s_sourceFile, __LINE__);
+    RegisterInModule(RegisterReflectedVariant, _GetReflected(static_cast<const KSValue*>(nullptr)),
+                     "kelm::RegisterReflectedVariant(&_GetReflected( (KSValue*) 0),", s_sourceFile, __LINE__);
 }
 
 } // namespace kelm

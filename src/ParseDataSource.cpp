@@ -3,11 +3,9 @@
 
 #include <klKelmScript/ParseDataSource.h>
 
-#include <klKelmScript/klKelmScript.h>
 #include <klKelmScript/private/DataSourceReader.h>
+#include <klKelmScript/private/RegisterInModule.h>
 #include <klObject/types/ReflectedTypes.h>
-#include <klObject/types/Registry.h>
-#include <klUtils/KelmAssertionError.h>
 #include <klUtils/TracerX.h>
 
 #include <iterator>
@@ -150,20 +148,14 @@ const ReflectedGlobalFunction ParseDataSourceFromString2_function = {
 
 void _Register_ParseDataSourceFromString()
 {
-    if (RegisterReflectedGlobalFunction(&ParseDataSourceFromString_function, Kelm_Core_klKelmScript_GetXTarget()) !=
-        NSE_OK)
-        ThrowKelmAssertionError("kelm::RegisterReflectedGlobalFunction(&ParseDataSourceFromString_function,"
-                                "kelm::Kelm_Core_klKelmScript_GetXTarget()) == kelm::NSE_OK",
-                                s_sourceFile, 713);
+    RegisterInModule(RegisterReflectedGlobalFunction, ParseDataSourceFromString_function,
+                     "kelm::RegisterReflectedGlobalFunction(&ParseDataSourceFromString_function,", s_sourceFile, 713);
 }
 
 void _Register_ParseDataSourceFromString2()
 {
-    if (RegisterReflectedGlobalFunction(&ParseDataSourceFromString2_function, Kelm_Core_klKelmScript_GetXTarget()) !=
-        NSE_OK)
-        ThrowKelmAssertionError("kelm::RegisterReflectedGlobalFunction(&ParseDataSourceFromString2_function,"
-                                "kelm::Kelm_Core_klKelmScript_GetXTarget()) == kelm::NSE_OK",
-                                s_sourceFile, 749);
+    RegisterInModule(RegisterReflectedGlobalFunction, ParseDataSourceFromString2_function,
+                     "kelm::RegisterReflectedGlobalFunction(&ParseDataSourceFromString2_function,", s_sourceFile, 749);
 }
 
 } // namespace kelm

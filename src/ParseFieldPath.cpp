@@ -1,9 +1,8 @@
 #include <klKelmScript/ParseFieldPath.h>
 
-#include <klKelmScript/klKelmScript.h>
 #include <klKelmScript/private/PathWalk.h>
+#include <klKelmScript/private/RegisterInModule.h>
 #include <klObject/types/ReflectedTypes.h>
-#include <klObject/types/Registry.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
@@ -685,10 +684,8 @@ const ReflectedGlobalFunction NavigatePathToField_function = {
 
 void _Register_NavigatePathToField()
 {
-    if (RegisterReflectedGlobalFunction(&NavigatePathToField_function, Kelm_Core_klKelmScript_GetXTarget()) != NSE_OK)
-        ThrowKelmAssertionError("kelm::RegisterReflectedGlobalFunction(&NavigatePathToField_function,"
-                                "kelm::Kelm_Core_klKelmScript_GetXTarget()) == kelm::NSE_OK",
-                                s_sourceFile, 414);
+    RegisterInModule(RegisterReflectedGlobalFunction, NavigatePathToField_function,
+                     "kelm::RegisterReflectedGlobalFunction(&NavigatePathToField_function,", s_sourceFile, 414);
 }
 
 } // namespace kelm

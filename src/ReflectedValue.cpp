@@ -1,10 +1,8 @@
 #include <klKelmScript/ReflectedValue.h>
 
-#include <klKelmScript/klKelmScript.h>
-#include <klObject/types/Registry.h>
+#include <klKelmScript/private/RegisterInModule.h>
 #include <klObject/types/TypeOps.h>
 #include <klObject/values/ReflectedVariable.h>
-#include <klUtils/KelmAssertionError.h>
 
 #include <utility>
 
@@ -87,11 +85,8 @@ const TypeOps* _GetTypeOps(const ReflectedValue*)
 
 void _Register_ReflectedValue()
 {
-    if (RegisterReflectedClass(&_GetReflected(static_cast<const ReflectedValue*>(nullptr)),
-                               Kelm_Core_klKelmScript_GetXTarget()) != NSE_OK)
-        ThrowKelmAssertionError("kelm::RegisterReflectedClass(&_GetReflected( (ReflectedValue*) 0),"
-                                "kelm::Kelm_Core_klKelmScript_GetXTarget()) == kelm::NSE_OK",
-                                "src/KSValue", __LINE__);
+    RegisterInModule(RegisterReflectedClass, _GetReflected(static_cast<const ReflectedValue*>(nullptr)),
+                     "kelm::RegisterReflectedClass(&_GetReflected( (ReflectedValue*) 0),", "src/KSValue", __LINE__);
 }
 
 } // namespace kelm

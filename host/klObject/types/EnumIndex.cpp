@@ -1,18 +1,17 @@
 #include <klObject/types/EnumIndex.h>
 
 #include <algorithm>
-#include <atomic>
 
 namespace kelm
 {
 
-EnumIndex::EnumIndex(const ReflectedEnum& r) : m_enum(&r), m_enumerators(static_cast<std::size_t>(r.m_count))
+EnumIndex::EnumIndex(const ReflectedEnum& r) : NameIndex(r, r.m_count)
 {
     for (int32 i = 0; i < r.m_count; ++i)
     {
-        EnumeratorEntry& entry = m_enumerators.Insert(r.m_strings[i]);
-        if (entry.m_index < 0)
-            entry.m_index = i;
+        Entry& entry = m_names.Insert(r.m_strings[i]);
+        if (entry.m_first < 0)
+            entry.m_first = i;
     }
     if (r.m_values == nullptr)
         return;
@@ -32,25 +31,10 @@ std::unique_ptr<const EnumIndex> MakeEnumIndex(const ReflectedEnum& r)
     return std::make_unique<const EnumIndex>(r);
 }
 
-namespace
-{
-
-// Null where there is none of this very descriptor. The enumeration may be registered by another thread just now.
-const EnumIndex* GetIndex(const ReflectedEnum& r)
-{
-    const EnumIndex* const index = std::atomic_ref<const EnumIndex*>(r.m_index).load(std::memory_order_acquire);
-    return index != nullptr && index->m_enum == &r ? index : nullptr;
-}
-
-} // namespace
-
 int32 FindEnumerator(const ReflectedEnum& r, SubString name)
 {
-    if (const EnumIndex* const index = GetIndex(r))
-    {
-        const EnumeratorEntry* const entry = index->m_enumerators.Find(name);
-        return entry != nullptr ? entry->m_index : -1;
-    }
+    if (const EnumIndex* const index = GetNameIndex(r))
+        return index->FindFirst(name);
     for (int32 i = 0; i < r.m_count; ++i)
         if (strcmp(name, r.m_strings[i]) == 0)
             return i;
@@ -61,7 +45,7 @@ int32 FindEnumeratorByValue(const ReflectedEnum& r, int32 value)
 {
     if (r.m_values == nullptr)
         return 0 <= value && value < r.m_count ? value : -1;
-    if (const EnumIndex* const index = GetIndex(r))
+    if (const EnumIndex* const index = GetNameIndex(r))
     {
         const auto isLess = [](const EnumIndex::Value& a, int32 b) { return a.m_value < b; };
         const auto found = std::lower_bound(index->m_values.begin(), index->m_values.end(), value, isLess);

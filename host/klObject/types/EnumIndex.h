@@ -3,7 +3,7 @@
 // EnumIndex: an enumeration's enumerators by name and by value, made when the enumeration is registered.
 
 #include <klObject/api.h>
-#include <klObject/types/NameTable.h>
+#include <klObject/types/NameIndex.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/BasicSubString.h>
 #include <klUtils/types.h>
@@ -14,17 +14,9 @@
 namespace kelm
 {
 
-struct EnumeratorEntry : NamedEntry
-{
-    int32 m_index = -1; // of the first enumerator of the name
-};
-
-struct EnumIndex
+struct EnumIndex : NameIndex<ReflectedEnum>
 {
     explicit EnumIndex(const ReflectedEnum& r);
-
-    const ReflectedEnum* m_enum; // a copy of the descriptor is not the one that is indexed
-    NameTable<EnumeratorEntry> m_enumerators;
 
     // Sorted by value: the first enumerator of each. Empty where the values are the indices.
     struct Value

@@ -3,7 +3,6 @@
 #include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
-#include <atomic>
 
 namespace kelm
 {
@@ -27,9 +26,7 @@ bool HasEnding(SubString name, SubString written, IsSuffixOfOddName isSuffixOfOd
 } // namespace
 
 VariantIndex::VariantIndex(const ReflectedVariant& r)
-    : m_variant(&r)
-    , m_names(static_cast<std::size_t>(r.m_numFields))
-    , m_next(static_cast<std::size_t>(r.m_numFields), -1)
+    : NameIndex(r, r.m_numFields), m_next(static_cast<std::size_t>(r.m_numFields), -1)
 {
     // From the last to the first, so that each list is in order.
     for (ssize_t i = r.m_numFields; i-- > 0;)
@@ -40,7 +37,7 @@ VariantIndex::VariantIndex(const ReflectedVariant& r)
             m_others.push_back(static_cast<int32>(i));
             continue;
         }
-        AlternativeEntry& entry = m_names.Insert(LastSegment(name));
+        Entry& entry = m_names.Insert(LastSegment(name));
         m_next[static_cast<std::size_t>(i)] = entry.m_first;
         entry.m_first = static_cast<int32>(i);
     }
@@ -56,17 +53,15 @@ std::unique_ptr<const VariantIndex> MakeVariantIndex(const ReflectedVariant& r)
 
 int32 FindAlternative(const ReflectedVariant& r, SubString written, IsSuffixOfOddName isSuffixOfOddName)
 {
-    // The variant may be registered by another thread just now.
-    const VariantIndex* const index = std::atomic_ref<const VariantIndex*>(r.m_index).load(std::memory_order_acquire);
-    if (index == nullptr || index->m_variant != &r)
+    const VariantIndex* const index = GetNameIndex(r);
+    if (index == nullptr)
     {
         for (ssize_t i = 0; i < r.m_numFields; ++i)
             if (HasEnding(r.m_fields[i].m_name, written, isSuffixOfOddName))
                 return static_cast<int32>(i);
         return -1;
     }
-    const AlternativeEntry* const entry = index->m_names.Find(LastSegment(written));
-    int32 found = entry != nullptr ? entry->m_first : -1;
+    int32 found = index->FindFirst(LastSegment(written));
     while (found >= 0 && !IsNameSuffix(r.m_fields[found].m_name, written))
         found = index->m_next[static_cast<std::size_t>(found)];
     for (const int32 other : index->m_others)

@@ -3,7 +3,7 @@
 // VariantIndex: a variant's alternatives by the last segments of their names, made when the variant is registered.
 
 #include <klObject/api.h>
-#include <klObject/types/NameTable.h>
+#include <klObject/types/NameIndex.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/BasicSubString.h>
 #include <klUtils/types.h>
@@ -14,17 +14,10 @@
 namespace kelm
 {
 
-struct AlternativeEntry : NamedEntry
-{
-    int32 m_first = -1; // of the alternatives whose names end so
-};
-
-struct VariantIndex
+struct VariantIndex : NameIndex<ReflectedVariant>
 {
     explicit VariantIndex(const ReflectedVariant& r);
 
-    const ReflectedVariant* m_variant; // a copy of the descriptor is not the one that is indexed
-    NameTable<AlternativeEntry> m_names;
     std::vector<int32> m_next;   // of each alternative: the next one whose name ends the same
     std::vector<int32> m_others; // whose names are not qualified names
 };
