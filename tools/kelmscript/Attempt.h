@@ -19,7 +19,8 @@ Failure FailureOfDivision(const SourceText& source, const LSToken& place);
 // library is one here: errors of syntax at their own place, all others at the last token that was read before them.
 // Where a name was not found, notes at the name tell the nearest ones that exist.
 template <class F>
-std::optional<Failure> Attempt(const SourceText& source, const ParserBase& parser, const F& f)
+[[gnu::always_inline]] inline std::optional<Failure> Attempt(const SourceText& source, const ParserBase& parser,
+                                                             const F& f)
 {
     const DivisionWatch watch(&parser);
     std::optional<Failure> failure;

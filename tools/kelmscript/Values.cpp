@@ -9,9 +9,6 @@
 #include <kelm/private/TypeText.h>
 #include <klKelmScript/KSValue.h>
 #include <klObject/values/WriteVariable.h>
-#include <klUtils/ToString.h>
-
-#include <charconv>
 
 namespace kelm::tool
 {
@@ -116,21 +113,22 @@ std::string KindOf(const Value& value)
     return tag != KSV_REFLECTED_VALUE ? TypeToString(tag) : TypeText(ValueAccess::Of(value).GetType());
 }
 
-void PutPlain(const KSValue& value)
+void PutOtherPlain(const KSValue& value)
 {
-    char* const room = RoomInOutput(s_numberRoom + 1);
-    char* end = room;
     switch (value.GetTag())
     {
     case KSV_BOOL: return PutLine(value.as<bool>() ? "true" : "false");
-    case KSV_INT64: end = std::to_chars(room, room + s_numberRoom, value.as<int64>()).ptr; break;
-    case KSV_FLOAT64: end = PutNumber(room, value.as<float64>()); break;
     case KSV_STRING8: return PutLine(value.as<string8>().view());
+    case KSV_FLOAT64:
+    {
+        char* end = PutNumber(RoomInOutput(s_numberRoom + 1), value.as<float64>());
+        *end++ = '\n';
+        return TakeAsPut(end);
+    }
+    case KSV_INT64: // written by the caller
     case KSV_VOID:
     case KSV_REFLECTED_VALUE: break; // no expression has such a value
     }
-    *end++ = '\n';
-    TakeAsPut(end);
 }
 
 bool PutOutcome(const SourceText& source, const Outcome& outcome, EValueForm form, std::optional<int64> index)

@@ -1,11 +1,14 @@
 #pragma once
 
 #include "Options.h"
+#include "Output.h"
 #include "Workspace.h"
 
 #include <kelm/Value.h>
 #include <kelm/private/Source.h>
 #include <klKelmScript/KSValue.h>
+#include <klUtils/ToString.h>
+#include <klUtils/text/private/WriteDigits.h>
 
 #include <optional>
 #include <string>
@@ -26,10 +29,24 @@ EValueForm ValueFormOf(const Options& options);
 std::string KindOf(const Value& value);
 
 // Writes a value that an expression without names has, as VALUE_PLAIN.
-void PutPlain(const KSValue& value);
+inline void PutPlain(const KSValue& value);
 
 // Writes what a text came to, errors included; `index` tells of which element of a list. False where it failed.
 bool PutOutcome(const SourceText& source, const Outcome& outcome, EValueForm form,
                 std::optional<int64> index = std::nullopt);
+
+// --- The inside
+
+// Of what is no integer, which most are.
+void PutOtherPlain(const KSValue& value);
+
+inline void PutPlain(const KSValue& value)
+{
+    if (value.GetTag() != KSV_INT64) [[unlikely]]
+        return PutOtherPlain(value);
+    char* end = PutDecimal(RoomInOutput(s_numberRoom + 1), int64(value.as<int64>()));
+    *end++ = '\n';
+    TakeAsPut(end);
+}
 
 } // namespace kelm::tool
