@@ -96,9 +96,10 @@ bool HasCheck(const FieldIndex& model, const FieldEntry& entry)
 
 } // namespace
 
-template <bool StopsAtChecks>
+template <PathStride::Way W>
 inline PathState PathStride::Go(const ReflectedClass* rc)
 {
+    constexpr bool stopsAtChecks = W == Way::UpToCheckedField;
     m_class = rc;
     m_index = GetFieldIndex(*rc);
     if (m_index == nullptr || IsWatched()) [[unlikely]]
@@ -119,7 +120,7 @@ inline PathState PathStride::Go(const ReflectedClass* rc)
             entry = found.m_entry;
             past = found.m_past;
         }
-        if (entry == nullptr || entry->m_lead == nullptr || (StopsAtChecks && HasCheck(m_index->GetModel(), *entry)))
+        if (entry == nullptr || entry->m_lead == nullptr || (stopsAtChecks && HasCheck(m_index->GetModel(), *entry)))
             [[unlikely]]
         {
             m_class = m_index->m_class;
@@ -130,7 +131,7 @@ inline PathState PathStride::Go(const ReflectedClass* rc)
         m_nextLead = entry->m_lead;
         State state = State::BeforeVariable;
         do
-            state = FollowLead();
+            state = FollowLead<W != Way::OfPaths>();
         while (state == State::AtElement);
         if (state != State::AtField)
             return state;
@@ -167,11 +168,14 @@ inline PathState PathStride::EndAt(EToken behind)
     return State::BeforeVariable;
 }
 
+template <bool TakesKeys>
 inline PathState PathStride::FollowLead()
 {
     const FieldLead kind = m_nextLead->m_kind;
-    if (IsContainer(kind)) [[unlikely]]
-        return kind == FieldLead::Vector ? FollowVector() : FollowOtherContainer(kind);
+    if (HasLeadBehind(kind) && (TakesKeys || kind != FieldLead::Map)) [[unlikely]]
+        return kind == FieldLead::Vector ? FollowVector()
+               : kind < FieldLead::List  ? FollowOtherContainer(kind)
+                                         : FollowForeign<TakesKeys>(kind);
     const EToken behind = m_cursor.TryOperatorOrEnd<'.'>();
     if (behind != TOKEN_DOT)
         return EndAt(behind);
@@ -185,7 +189,8 @@ inline PathState PathStride::FollowLead()
         return StepThroughHandle(*reinterpret_cast<const ptr<IObject>*>(m_data));
     if (kind == FieldLead::Pref)
         return StepThroughHandle(reinterpret_cast<const prefbase*>(m_data)->GetLoaded());
-    return EndWith(kind == FieldLead::Value ? State::Over : State::AtVariable, TOKEN_DOT);
+    const bool isValue = kind == FieldLead::Value || kind == FieldLead::Map; // which a path does not enter
+    return EndWith(isValue ? State::Over : State::AtVariable, TOKEN_DOT);
 }
 
 inline PathState PathStride::FollowVector()
@@ -231,18 +236,87 @@ inline PathState PathStride::FollowOtherContainer(FieldLead kind)
     return StepToElement(V.data(), index + 1, elementSize, index, "Array");
 }
 
+template <bool TakesKeys>
+inline PathState PathStride::FollowForeign(FieldLead kind)
+{
+    if (kind == FieldLead::List)
+        return FollowList();
+    if constexpr (TakesKeys)
+        if (kind == FieldLead::Map)
+            return FollowMap();
+    return FollowChoice();
+}
+
+inline PathState PathStride::FollowList()
+{
+    const EToken behind = m_cursor.TryOperatorOrEnd<'['>();
+    if (behind != TOKEN_LEFT_SQUARE)
+        return EndAt(behind);
+    Arrive();
+    const text::ExpectingCursor before = m_cursor;
+    const ForeignListFns& list = *m_lead->m_foreign->m_list;
+    int64 index = 0;
+    if (!m_cursor.TryIntegerAnd<']'>(index) || static_cast<uint64>(index) >= static_cast<uint64>(list.Count(m_data)))
+        [[unlikely]]
+    {
+        m_cursor = before;
+        return EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
+    }
+    return LeadTo(list.At(m_data, index));
+}
+
+// To what is there under a key, which is a text without escapes or a number.
+inline PathState PathStride::FollowMap()
+{
+    const EToken behind = m_cursor.TryOperatorOrEnd<'['>();
+    if (behind != TOKEN_LEFT_SQUARE)
+        return EndAt(behind);
+    Arrive();
+    const ForeignMapFns& map = *m_lead->m_foreign->m_map;
+    void* payload = nullptr;
+    SubString text;
+    int64 integer = 0;
+    if (map.FindText != nullptr ? m_cursor.TryTextAnd<']'>(text) : false)
+        payload = map.FindText(m_data, text);
+    else if (map.FindInteger != nullptr ? m_cursor.TryIntegerAnd<']'>(integer) : false)
+        payload = map.FindInteger(m_data, integer);
+    return payload != nullptr ? LeadTo(payload) : EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
+}
+
+// To what is there, where the path goes on; the token that leads on is left for that.
+inline PathState PathStride::FollowChoice()
+{
+    const text::ExpectingCursor before = m_cursor;
+    const bool isContainer = HasLeadBehind(m_nextLead[1].m_kind) && m_nextLead[1].m_kind != FieldLead::Choice;
+    const EToken behind = isContainer ? m_cursor.TryOperatorOrEnd<'['>() : m_cursor.TryOperatorOrEnd<'.'>();
+    if (behind == TOKEN_END || behind == TOKEN_UNDEF)
+        return EndAt(behind);
+    Arrive();
+    const ForeignChoiceFns& choice = *m_lead->m_foreign->m_choice;
+    if (choice.GetIndex(m_data) < 0) [[unlikely]]
+        return EndWith(State::AtVariable, behind);
+    m_cursor = before;
+    return LeadTo(choice.GetValue(m_data));
+}
+
+// To the variable of the lead behind.
+inline PathState PathStride::LeadTo(void* variable)
+{
+    m_nextData = static_cast<char*>(variable);
+    m_nextLead = ++m_lead;
+    return State::AtElement;
+}
+
 inline PathState PathStride::StepToElement(const char* first, ssize_t count, ssize_t elementSize, int64 index,
                                            ConstStringZ subject)
 {
-    ++m_lead;
     if (static_cast<uint64>(index) >= static_cast<uint64>(count)) [[unlikely]]
     {
+        ++m_lead;
         m_problem = {Fault::IndexOutOfRange, static_cast<int32>(index), subject};
         return EndWith(State::Failed, TOKEN_RIGHT_SQUARE);
     }
-    m_nextData = const_cast<char*>(first) + index * elementSize;
-    m_nextLead = m_lead;
-    return State::AtElement;
+    return LeadTo(const_cast<char*>(first) + index * elementSize);
 }
 
 inline PathState PathStride::StepThroughHandle(const ptr<IObject>& target)
@@ -643,7 +717,8 @@ PathEnd FindAlongLeads(const ReflectedClass& rc, void* instance, SubString path,
     if (IsReadBarrierInstalled() || !cursor.TryOperator<'.'>()) [[unlikely]]
         return {};
     PathStride stride(cursor, nullptr, static_cast<char*>(instance), false, nullptr);
-    const PathState state = stopsAtChecks ? stride.Go<true>(&rc) : stride.Go(&rc);
+    const PathState state =
+        stopsAtChecks ? stride.Go<PathStride::Way::UpToCheckedField>(&rc) : stride.Go<PathStride::Way::OfFields>(&rc);
     const bool isAtVariable = state == PathState::Over || state == PathState::AtVariable;
     if (!isAtVariable || !stride.m_cursor.Is(TOKEN_END)) [[unlikely]]
         return {};

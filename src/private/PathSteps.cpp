@@ -214,7 +214,7 @@ bool PathSteps::TryStepToElement(int64 index)
     if (type.m_bc == nullptr || GetWayFrom(type) != Way::Elements)
         return Fail(PathFault::NoElements);
     m_isPartOfConst = IsConst();
-    m_lead = m_lead != nullptr && IsContainer(m_lead->m_kind) ? m_lead + 1 : nullptr;
+    m_lead = m_lead != nullptr && HasLeadBehind(m_lead->m_kind) ? m_lead + 1 : nullptr;
     PathElements elements = EnterContainer(m_position, type);
     if (m_access != Access::Write || m_isPartOfConst)
         elements.m_growing = nullptr;

@@ -51,8 +51,14 @@ public:
     {
     }
 
-    // Up to a member that has a check, if those are wanted.
-    template <bool StopsAtChecks = false>
+    // What a walk may do that paths of texts do not.
+    enum class Way : uint8
+    {
+        OfPaths,
+        OfFields,        // maps take keys
+        UpToCheckedField // the same, up to a member that has a check
+    };
+    template <Way W = Way::OfPaths>
     [[gnu::always_inline]] State Go(const ReflectedClass* rc);
     [[gnu::always_inline]] void TellWhereItIs(PathWalk& walk) const;
 
@@ -63,8 +69,15 @@ public:
     const ReflectedClass* m_class = nullptr;
 
 private:
+    template <bool TakesKeys>
     [[gnu::always_inline]] State FollowLead();
+    template <bool TakesKeys>
+    [[gnu::always_inline]] State FollowForeign(FieldLead kind);
     [[gnu::always_inline]] State FollowVector();
+    [[gnu::always_inline]] State FollowList();
+    [[gnu::always_inline]] State FollowMap();
+    [[gnu::always_inline]] State FollowChoice();
+    [[gnu::always_inline]] State LeadTo(void* variable);
     [[gnu::always_inline]] State StepToElement(const char* first, ssize_t count, ssize_t elementSize, int64 index,
                                                ConstStringZ subject);
     [[gnu::always_inline]] State FollowOtherContainer(FieldLead kind);
@@ -93,8 +106,8 @@ struct PathEnd
 };
 
 // The end of a path from an instance of that class, where all of the path goes along leads; a null address where it
-// does not, for whatever reason. Nothing is changed, read barriers are left to others. `stopsAtChecks`: so are members
-// that have a check.
+// does not, for whatever reason. Maps take keys. Nothing is changed, read barriers are left to others. `stopsAtChecks`:
+// so are members that have a check.
 KLKELMSCRIPT_API PathEnd FindAlongLeads(const ReflectedClass& rc, void* instance, SubString path, bool stopsAtChecks);
 
 class PathWalk

@@ -114,21 +114,26 @@ void BasicDataSourceReader<Rules>::ReadForeignText(const ForeignTextFns& fns, vo
     }
     if (!m_cursor.IsQuoted()) [[unlikely]]
         m_cursor.ThrowExpected(fns.m_what);
-    bool isTaken = false;
+    const auto take = [&](SubString contents)
+    {
+        if (fns.Set(data, contents)) [[likely]]
+            return;
+        if (fns.IsBeyondRange != nullptr && fns.IsBeyondRange(contents))
+            m_cursor.Throw("Value ", m_cursor.GetText(), " is out of range of ", fns.m_what);
+        m_cursor.ThrowExpected(fns.m_what);
+    };
     if (m_cursor.IsVerbatim()) [[likely]]
     {
         const SubString literal = m_cursor.GetText();
-        isTaken = fns.Set(data, {literal.m_p1 + 1, literal.m_p2 - 1});
+        take({literal.m_p1 + 1, literal.m_p2 - 1});
     }
     else
     {
         xstring contents;
         text::Cursor copy = m_cursor;
         text::ReadString(copy, contents);
-        isTaken = fns.Set(data, contents);
+        take(contents);
     }
-    if (!isTaken) [[unlikely]]
-        m_cursor.ThrowExpected(fns.m_what);
     m_cursor.Next();
 }
 

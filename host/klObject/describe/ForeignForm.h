@@ -242,7 +242,13 @@ struct ForeignForm<T> : ForeignFormOf<FF_TEXT>
             const Rep y = static_cast<const T*>(b)->count();
             return static_cast<int>(y < x) - static_cast<int>(x < y);
         },
-        "duration"};
+        "duration",
+        false,
+        nullptr,
+        0,
+        nullptr,
+        [](SubString characters)
+        { return IsDurationOfAnySize(characters, s_nanoseconds, std::is_floating_point_v<Rep>); }};
 };
 
 // An enumeration of another width than 32 bits.
@@ -416,6 +422,20 @@ inline constexpr bool s_isOrderedForeign = requires
     typename T::key_compare;
 };
 
+// The payload under a key, which a map may know how to compare in another form than its own.
+template <class T, class Key>
+void* FindPayload(const void* map, const Key& key)
+{
+    T& entries = *const_cast<T*>(static_cast<const T*>(map));
+    const auto found = entries.find(key);
+    return found == entries.end() ? nullptr : AddressOf(found->second);
+}
+
+template <class T>
+concept IntegerKey = std::is_integral_v<T> && sizeof(T) <= sizeof(int64) && !std::is_same_v<T, bool> &&
+                     !std::is_same_v<T, char> && !std::is_same_v<T, char8_t> && !std::is_same_v<T, char16_t> &&
+                     !std::is_same_v<T, char32_t> && !std::is_same_v<T, wchar_t>;
+
 template <ForeignMap T>
 struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>, FieldType<typename T::mapped_type>>
 {
@@ -424,16 +444,33 @@ struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>, F
     using Base = ForeignFormOf<FF_MAP, FieldType<Key>, FieldType<Payload>>;
     static constexpr EObstacle Obstacle =
         FirstObstacle({Base::Obstacle, FindObstacleToCreating<Key>(), FindObstacleToCreating<Payload>()});
+    static constexpr auto GetFindText() -> void* (*)(const void*, SubString)
+    {
+        if constexpr (ForeignString<Key>)
+            return [](const void* map, SubString key)
+            {
+                const std::string_view text(key.data(), static_cast<std::size_t>(key.size()));
+                if constexpr (requires(T & entries) { entries.find(text); })
+                    return FindPayload<T>(map, text);
+                else
+                    return FindPayload<T>(map, Key(text));
+            };
+        else
+            return nullptr;
+    }
+    static constexpr auto GetFindInteger() -> void* (*)(const void*, int64)
+    {
+        if constexpr (IntegerKey<Key>)
+            return [](const void* map, int64 key)
+            { return std::in_range<Key>(key) ? FindPayload<T>(map, static_cast<Key>(key)) : nullptr; };
+        else
+            return nullptr;
+    }
     static constexpr ForeignMapFns s_fns = {
         [](const void* map) { return static_cast<ssize_t>(static_cast<const T*>(map)->size()); },
         [](void* map, void* key) -> void*
         { return AddressOf(static_cast<T*>(map)->try_emplace(std::move(*static_cast<Key*>(key))).first->second); },
-        [](const void* map, const void* key) -> void*
-        {
-            T& entries = *const_cast<T*>(static_cast<const T*>(map));
-            const auto found = entries.find(*static_cast<const Key*>(key));
-            return found == entries.end() ? nullptr : AddressOf(found->second);
-        },
+        [](const void* map, const void* key) -> void* { return FindPayload<T>(map, *static_cast<const Key*>(key)); },
         [](void* map, const void* key) { return static_cast<T*>(map)->erase(*static_cast<const Key*>(key)) > 0; },
         [](void* map) { static_cast<T*>(map)->clear(); },
         [](const void* map, EntryVisitor visitor, void* context)
@@ -442,7 +479,9 @@ struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>, F
                 if (!visitor(context, AddressOf(key), AddressOf(payload)))
                     return;
         },
-        s_isOrderedForeign<T>};
+        s_isOrderedForeign<T>,
+        GetFindText(),
+        GetFindInteger()};
 };
 
 template <ForeignSet T>
@@ -644,6 +683,13 @@ struct ForeignForm<T> : ForeignFormOf<FF_CHOICE, FieldType<typename T::element_t
         else
             return nullptr;
     }
+    static constexpr auto FindShare() -> void (*)(void*, const void*)
+    {
+        if constexpr (requires(const T& pointer) { pointer.use_count(); })
+            return [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); };
+        else
+            return nullptr;
+    }
     static constexpr ForeignChoiceFns s_fns = {
         [](const void* pointer) { return static_cast<const T*>(pointer)->get() != nullptr ? 0 : -1; },
         [](const void* pointer) -> void* { return static_cast<const T*>(pointer)->get(); },
@@ -655,7 +701,8 @@ struct ForeignForm<T> : ForeignFormOf<FF_CHOICE, FieldType<typename T::element_t
         [](void* pointer) { static_cast<T*>(pointer)->reset(); },
         nullptr,
         true,
-        FindIsShared()};
+        FindIsShared(),
+        FindShare()};
 };
 
 template <template <class...> class V, class... As>

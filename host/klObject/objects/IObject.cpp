@@ -3,6 +3,7 @@
 #include <klObject/objects/CastObject.h>
 #include <klObject/objects/GcObject.h>
 #include <klObject/objects/private/Making.h>
+#include <klObject/types/Registry.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/MessageOf.h>
 
@@ -61,15 +62,32 @@ InterfaceHandle QueryGcObjectInterface(void* self, const IPersistableFns& fns, c
     return {};
 }
 
+namespace
+{
+
+// The class itself, a base, or a base of one that is registered.
+void* FindInstance(const ReflectedClass& rc, void* instance, ConstStringZ wanted)
+{
+    if (std::strcmp(rc.m_name, wanted) == 0)
+        return instance;
+    for (ssize_t i = 0; i < rc.m_numBases; ++i)
+    {
+        const ReflectedBase& base = rc.m_bases[i];
+        void* const inside = base.m_fromDerived(instance);
+        if (std::strcmp(base.m_name, wanted) == 0)
+            return inside;
+        const ReflectedClass* const baseClass = TryFindReflectedClass(base.m_name);
+        if (void* const found = baseClass != nullptr ? FindInstance(*baseClass, inside, wanted) : nullptr)
+            return found;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 void* FindInstance(const ptr<IObject>& object, const ReflectedClass& wanted)
 {
-    const ReflectedClass& rc = *object.GetReflectedClass();
-    if (std::strcmp(rc.m_name, wanted.m_name) == 0)
-        return object.self();
-    for (ssize_t i = 0; i < rc.m_numBases; ++i)
-        if (std::strcmp(rc.m_bases[i].m_name, wanted.m_name) == 0)
-            return rc.m_bases[i].m_fromDerived(object.self());
-    return nullptr;
+    return FindInstance(*object.GetReflectedClass(), object.self(), wanted.m_name);
 }
 
 void ThrowOtherClass(const ptr<IObject>& object, const ReflectedClass& wanted)

@@ -41,11 +41,38 @@ FieldLead LeadOf(EVariableKind kind)
     return FieldLead::Other;
 }
 
+FieldLead LeadOf(const ForeignType& type)
+{
+    switch (type.GetForm())
+    {
+    case FF_TEXT: return FieldLead::Value;
+    case FF_LIST: return type.m_list->Append != nullptr ? FieldLead::List : FieldLead::Other;
+    case FF_MAP: return type.m_numParts == 2 ? FieldLead::Map : FieldLead::Other;
+    case FF_CHOICE: return type.IsOptional() ? FieldLead::Choice : FieldLead::Other;
+    }
+    return FieldLead::Other;
+}
+
+// Null where there is none.
+const ForeignType* GetForeign(const ReflectionByteCode& type)
+{
+    return type.GetCode() == FT_FOREIGN && type.m_stringTable != nullptr ? &type.GetForeignType() : nullptr;
+}
+
 FieldLead LeadOf(const ReflectionByteCode& type)
 {
     if (type.m_bc == nullptr)
         return FieldLead::Other;
+    if (const ForeignType* const foreign = GetForeign(type))
+        return LeadOf(*foreign);
     return type.GetCode() == FT_DYNARRAY ? FieldLead::DynArray : LeadOf(GetTypeCode(type).m_kind);
+}
+
+// The type to which one leads that has a lead behind it.
+ReflectionByteCode GetTypeBehind(const ReflectionByteCode& type)
+{
+    const ForeignType* const foreign = GetForeign(type);
+    return foreign != nullptr ? foreign->GetPartType(foreign->m_numParts - 1) : type.GetElementType();
 }
 
 // How many leads a type has. Elements within elements have none of their own from some depth on.
@@ -53,18 +80,20 @@ ssize_t CountLeads(ReflectionByteCode type)
 {
     constexpr ssize_t maxLeads = 8;
     ssize_t count = 1;
-    for (; count < maxLeads && IsContainer(LeadOf(type)); ++count)
-        type = type.GetElementType();
+    for (; count < maxLeads && HasLeadBehind(LeadOf(type)); ++count)
+        type = GetTypeBehind(type);
     return count;
 }
 
 // Sets the leads of a type; past them.
 TypeLead* SetLeads(TypeLead* lead, ReflectionByteCode type)
 {
-    for (TypeLead* const past = lead + CountLeads(type); true; type = type.GetElementType())
+    for (TypeLead* const past = lead + CountLeads(type); true; type = GetTypeBehind(type))
     {
         lead->m_type = type;
-        lead->m_kind = lead + 1 == past && IsContainer(LeadOf(type)) ? FieldLead::Other : LeadOf(type);
+        lead->m_kind = lead + 1 == past && HasLeadBehind(LeadOf(type)) ? FieldLead::Other : LeadOf(type);
+        if (type.m_bc != nullptr)
+            lead->m_foreign = GetForeign(type);
         if (lead->m_kind == FieldLead::Array)
             lead->m_count = type.GetArrayCount();
         if (lead->m_count < 0 || (lead->m_count == 0 && lead->m_kind == FieldLead::Array))
@@ -166,6 +195,8 @@ ssize_t TypeLead::FindElementSize(const TypeLead& lead)
         const ReflectedClass* const rc = FindClass(elements);
         size = rc != nullptr ? rc->m_size : 0;
     }
+    else if (const ForeignType* const foreign = GetForeign(elements))
+        size = foreign->m_size;
     if (size <= 0)
         return 0;
     lead.m_elementSize.store(size, std::memory_order_relaxed);

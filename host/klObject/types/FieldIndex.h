@@ -4,6 +4,7 @@
 // texts looks here for names that it has as a word, and for where a field leads.
 
 #include <klObject/api.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/NameTable.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/ReflectionByteCode.h>
@@ -31,9 +32,13 @@ enum class FieldLead : uint8
     Vector, // a container: to an element
     Array,
     DynArray,
+    List,   // of another library: to an element, which has an address
+    Map,    // of another library: to what is stored under a key, for who takes keys
+    Choice, // of another library, an optional or a pointer: to what it holds
 };
 
-inline bool IsContainer(FieldLead lead)
+// Whether the lead behind is where it leads.
+inline bool HasLeadBehind(FieldLead lead)
 {
     return lead >= FieldLead::Vector;
 }
@@ -44,7 +49,8 @@ struct TypeLead
 {
     ReflectionByteCode m_type;
     FieldLead m_kind = FieldLead::Other;
-    int32 m_count = 0; // of an array
+    int32 m_count = 0;                      // of an array
+    const ForeignType* m_foreign = nullptr; // of a type of another library
 
     // The index of an instance's class, which is looked up once; null while that is not registered or has none.
     const FieldIndex* GetIndex() const

@@ -40,6 +40,8 @@ struct ForeignTextFns
     const ConstStringZ* m_names = nullptr; // of an enumeration: its enumerators
     ssize_t m_numNames = 0;
     int64 (*GetNumber)(const void* text) = nullptr; // of an enumeration: its value
+    // Whether what Set refuses is a text of the type's form, of a value beyond its range; null where none can be.
+    bool (*IsBeyondRange)(SubString characters) = nullptr;
 };
 
 struct ForeignListFns
@@ -67,6 +69,9 @@ struct ForeignMapFns
     void (*Clear)(void* map);
     void (*ForEach)(const void* map, EntryVisitor visitor, void* context); // in the map's own order
     bool m_isOrdered;                                                      // whether that is one, or any order
+    // Find for keys as texts of programs have them; null where keys are no such.
+    void* (*FindText)(const void* map, SubString key) = nullptr;
+    void* (*FindInteger)(const void* map, int64 key) = nullptr;
 };
 
 struct ForeignChoiceFns
@@ -78,6 +83,8 @@ struct ForeignChoiceFns
     const ConstStringZ* m_names;                    // of a variant's alternatives; null for an optional
     bool m_isPointer;                               // the value lies elsewhere, and may be shared
     bool (*IsShared)(const void* choice) = nullptr; // whether others point there too; null where none can
+    // Makes one point to what the other does; null where only one can.
+    void (*Share)(void* to, const void* from) = nullptr;
 };
 
 // A type inside a foreign type.

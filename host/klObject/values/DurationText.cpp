@@ -3,6 +3,7 @@
 #include <klObject/values/private/WideInteger.h>
 #include <klUtils/ToString.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -119,21 +120,29 @@ SubString PutDuration(char* buffer, double ticks, int64 nanosecondsPerTick)
     return PutUnit(buffer, end, unit);
 }
 
+namespace
+{
+
+// The magnitude of a number whose digits are all known; false where it is not one of whole ticks.
+bool GetTicks(const Number& number, const Unit& unit, int64 nanosecondsPerTick, uint128& ticks)
+{
+    const uint128 value = static_cast<uint128>(number.m_mantissa) * static_cast<uint128>(unit.m_nanoseconds);
+    const uint128 divisor = static_cast<uint128>(number.m_scale) * static_cast<uint128>(nanosecondsPerTick);
+    ticks = value / divisor;
+    return value % divisor == 0;
+}
+
+} // namespace
+
 bool ReadDuration(SubString text, int64 nanosecondsPerTick, int64& ticks)
 {
     Number number;
     if (!ReadNumber(text, number) || !number.m_isExact)
         return false;
     const Unit* const unit = FindUnit(number.m_unit);
-    if (unit == nullptr)
+    uint128 value = 0;
+    if (unit == nullptr || !GetTicks(number, *unit, nanosecondsPerTick, value))
         return false;
-    uint128 value = static_cast<uint128>(number.m_mantissa) * static_cast<uint128>(unit->m_nanoseconds);
-    if (value % number.m_scale != 0)
-        return false;
-    value /= number.m_scale;
-    if (value % static_cast<uint128>(nanosecondsPerTick) != 0)
-        return false;
-    value /= static_cast<uint128>(nanosecondsPerTick);
     const auto limit = static_cast<uint128>(std::numeric_limits<int64>::max()) + (number.m_isNegative ? 1 : 0);
     if (value > limit)
         return false;
@@ -157,6 +166,26 @@ bool ReadDuration(SubString text, int64 nanosecondsPerTick, double& ticks)
     else
         ticks = value * static_cast<double>(unit->m_nanoseconds) / static_cast<double>(nanosecondsPerTick);
     return true;
+}
+
+bool IsDurationOfAnySize(SubString text, int64 nanosecondsPerTick, bool hasFractions)
+{
+    if (hasFractions)
+    {
+        double value = 0;
+        const auto [end, error] = std::from_chars(text.m_p1, text.m_p2, value);
+        return error != std::errc::invalid_argument && FindUnit({end, text.m_p2}) != nullptr;
+    }
+    Number number;
+    const Unit* const unit = ReadNumber(text, number) ? FindUnit(number.m_unit) : nullptr;
+    if (unit == nullptr)
+        return false;
+    const char* const first = std::find_if(number.m_digits.m_p1, number.m_digits.m_p2, [](char c) { return c != '0'; });
+    constexpr ptrdiff_t mostDigits = 18; // that are all known
+    if (std::find(first, number.m_digits.m_p2, '.') - first > mostDigits)
+        return true;
+    uint128 ticks = 0;
+    return number.m_isExact && GetTicks(number, *unit, nanosecondsPerTick, ticks);
 }
 
 } // namespace kelm

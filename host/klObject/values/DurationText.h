@@ -19,4 +19,7 @@ KLOBJECT_API SubString PutDuration(char* buffer, double ticks, int64 nanoseconds
 KLOBJECT_API bool ReadDuration(SubString text, int64 nanosecondsPerTick, int64& ticks);
 KLOBJECT_API bool ReadDuration(SubString text, int64 nanosecondsPerTick, double& ticks);
 
+// Whether the text is a duration, of whole ticks or of any, of whatever size.
+KLOBJECT_API bool IsDurationOfAnySize(SubString text, int64 nanosecondsPerTick, bool hasFractions);
+
 } // namespace kelm

@@ -196,6 +196,32 @@ public:
         return true;
     }
 
+    // Expects a quoted text of ASCII characters without escapes, and behind it that operator. False where something
+    // else comes: then the cursor is where it was.
+    template <char Behind>
+    [[gnu::always_inline]] bool TryTextAnd(SubString& text)
+    {
+        static_assert(StartOf(Behind) == Start::SingleOperator);
+        const bool isAtOnce = m_p != m_end && (*m_p == '"' || *m_p == '\'');
+        const char* const start = isAtOnce ? m_p : FindTokenBehind(m_p, m_end);
+        if (start == m_end || (*start != '"' && *start != '\''))
+            return false;
+        const char* p = start + 1;
+        while (p != m_end && *p != *start && *p != '\\' && static_cast<uint8>(*p - ' ') < 0x5F)
+            ++p;
+        if (p == m_end || *p != *start)
+            return false;
+        text = {start + 1, p};
+        ++p;
+        if (!TryPassSpaceTo<Behind>(p))
+            return false;
+        m_previous = start;
+        m_start = p;
+        m_kind = s_operatorTrie.TokenOf(Behind);
+        m_p = p + 1;
+        return true;
+    }
+
     // Expects a number, and tells which.
     bool TryNextNumber(Number& number)
     {

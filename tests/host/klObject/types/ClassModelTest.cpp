@@ -1,20 +1,50 @@
 #include <host/klObject/HandWrittenTypes.h>
 
+#include <klObject/describe/Describe.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/FieldIndex.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
 #include <string>
 #include <utility>
+#include <variant>
 #include <vector>
+
+namespace classModelTest
+{
+
+struct LedAbroad
+{
+    std::string text;
+    std::vector<kelm::int32> list;
+    std::vector<bool> bits;
+    std::pair<int, int> pair;
+    std::map<std::string, std::vector<double>> map;
+    std::set<int> set;
+    std::optional<double> optional;
+    std::unique_ptr<LedAbroad> pointer;
+    std::variant<int, double> variant;
+    std::array<std::vector<std::optional<int>>, 2> array;
+};
+
+} // namespace classModelTest
+
+KELM_DESCRIBE(classModelTest::LedAbroad, text, list, bits, pair, map, set, optional, pointer, variant, array)
 
 namespace kelm
 {
 namespace
 {
+
+using classModelTest::LedAbroad;
 
 using namespace handwritten;
 
@@ -341,6 +371,31 @@ TEST(FieldLead, IsThatOfTheFirstModelFieldIfItIsPresentAndItsNameAnIdentifier)
     ASSERT_EQ(RegisterReflectedClass(&s_late, nullptr), NSE_OK);
     EXPECT_EQ(leadOf("unknown")->GetIndex(), GetFieldIndex(s_late));
     EXPECT_EQ(leadOf("unknowns")->GetElementSize(), 24);
+}
+
+TEST(FieldLead, GoesIntoTypesOfOtherLibraries)
+{
+    Register<LedAbroad>(nullptr);
+    const FieldIndex& index = *GetFieldIndex(_GetReflected(static_cast<const LedAbroad*>(nullptr)));
+    const std::pair<const char*, std::vector<FieldLead>> rows[] = {
+        {"text", {FieldLead::Value}},
+        {"list", {FieldLead::List, FieldLead::Value}},
+        {"bits", {FieldLead::Other}},
+        {"pair", {FieldLead::Other}},
+        {"map", {FieldLead::Map, FieldLead::List, FieldLead::Value}},
+        {"set", {FieldLead::Other}},
+        {"optional", {FieldLead::Choice, FieldLead::Value}},
+        {"pointer", {FieldLead::Choice, FieldLead::Instance}},
+        {"variant", {FieldLead::Other}},
+        {"array", {FieldLead::Array, FieldLead::List, FieldLead::Choice, FieldLead::Value}},
+    };
+    for (const auto& [name, kinds] : rows)
+    {
+        const TypeLead* const lead = index.m_fields.Find(name)->m_lead;
+        for (std::size_t i = 0; i < kinds.size(); ++i)
+            EXPECT_EQ(lead[i].m_kind, kinds[i]) << name << ' ' << i;
+    }
+    EXPECT_EQ(index.m_fields.Find("array")->m_lead->GetElementSize(), ssize_t{sizeof(std::vector<int>)});
 }
 
 } // namespace
