@@ -4,6 +4,7 @@
 
 #include <kelm/Convert.h>
 #include <kelm/Value.h>
+#include <klObject/describe/ForeignForm.h>
 
 #include <cstddef>
 #include <span>
@@ -46,12 +47,18 @@ struct Callable
 template <class P>
 inline constexpr bool s_isSpan = std::is_same_v<std::remove_cvref_t<P>, std::span<const Value>>;
 
-// What is converted lies here during the call.
+// What is converted lies here during the call; nothing of a type that does not.
 template <class P>
 struct CallArgument
 {
-    static_assert(s_never<P>, "a parameter of a function in a Scope is a number, bool, std::string, std::string_view, "
-                              "kelm::Value, std::span<const kelm::Value> at the end, or a described type");
+    static constexpr bool s_isNone = true;
+};
+
+// No concept, of which compilers tell why it does not hold.
+template <class P>
+inline constexpr bool s_isParameter = !requires
+{
+    CallArgument<P>::s_isNone;
 };
 
 template <class P>
@@ -95,8 +102,26 @@ struct CallArgument<P>
     const Value* m_value;
 };
 
+// An optional that a function does not write: takes what it may hold, and null.
 template <class P>
-requires Object<std::remove_cvref_t<P>> &&(!s_isSpan<P>)struct CallArgument<P>
+concept OptionalParameter = ForeignOptional<std::remove_cvref_t<P>> &&
+    (!std::is_lvalue_reference_v<P> || std::is_const_v<std::remove_reference_t<P>>);
+
+template <OptionalParameter P>
+struct CallArgument<P>
+{
+    bool Read(const Slot& slot, Failure& failure)
+    {
+        if (IsNull(slot))
+            return true;
+        return Convert(slot, m_value.emplace(), failure);
+    }
+    std::remove_cvref_t<P>&& Get() { return std::move(m_value); }
+    std::remove_cvref_t<P> m_value;
+};
+
+template <class P>
+requires Object<std::remove_cvref_t<P>> &&(!s_isSpan<P>)&&(!OptionalParameter<P>)struct CallArgument<P>
 {
     using Type = std::remove_cvref_t<P>;
     static constexpr bool s_isWritten = std::is_lvalue_reference_v<P> && !std::is_const_v<std::remove_reference_t<P>>;
@@ -147,6 +172,11 @@ decltype(auto) GetArgument(CallArgument<P>& argument, const CallFrame& frame, st
 
 // --- Results ---------------------------------------------------------------------------------------------------------
 
+template <class R>
+inline constexpr bool s_isResult =
+    std::is_void_v<R> || NumberOrBool<std::remove_cvref_t<R>> ||
+    (Object<std::remove_cvref_t<R>> && std::is_lvalue_reference_v<R>) || std::is_constructible_v<Value, R>;
+
 // False where it is beyond the integers of expressions.
 template <class R>
 bool StoreResult(Slot& slot, R&& result, Failure& failure)
@@ -161,14 +191,11 @@ bool StoreResult(Slot& slot, R&& result, Failure& failure)
         slot.Set(static_cast<float64>(result));
     else if constexpr (Object<Type> && std::is_lvalue_reference_v<R>)
         slot.SetPlace(&result, TypeOf<Type>(), std::is_const_v<std::remove_reference_t<R>>);
-    else if constexpr (std::is_constructible_v<Value, R>)
+    else
     {
         Value value(std::forward<R>(result));
         std::swap(slot, ValueAccess::Of(value));
     }
-    else
-        static_assert(s_never<R>, "the result of a function in a Scope is nothing, a number, bool, text, kelm::Value "
-                                  "or described type");
     return true;
 }
 
@@ -235,7 +262,14 @@ Callable MakeCallable(F function)
 {
     using List = Parameters<Ps...>;
     Callable callable;
-    callable.m_call = Caller<F, R, Ps...>::Call;
+    constexpr bool areParameters = (s_isParameter<Ps> && ...);
+    static_assert(areParameters,
+                  "a parameter of a function in a Scope is a number, bool, std::string, std::string_view, kelm::Value, "
+                  "std::optional of one, std::span<const kelm::Value> at the end, or a described type");
+    static_assert(s_isResult<R>, "the result of a function in a Scope is nothing, a number, bool, text, kelm::Value or "
+                                 "described type");
+    if constexpr (areParameters && s_isResult<R>)
+        callable.m_call = Caller<F, R, Ps...>::Call;
     if constexpr (sizeof...(Ps) > 0 && (std::same_as<Ps, float64> && ...) && std::same_as<R, float64>)
         callable.m_ofFloats = Caller<F, R, Ps...>::CallOfFloats;
     callable.m_destroy = [](void* f) noexcept { delete static_cast<F*>(f); };

@@ -77,6 +77,11 @@ bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable
     return true;
 }
 
+bool IsNull(const Slot& slot)
+{
+    return !IsThere(slot);
+}
+
 bool ToBool(const Slot& slot, bool& x, Failure& failure)
 {
     if (slot.m_kind != Kind::Bool)

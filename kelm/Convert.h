@@ -42,6 +42,8 @@ KELM_API bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void*
 KELM_API bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable,
                          void (*copy)(void* to, const void* from), Failure& failure);
 KELM_API bool ToBool(const Slot& slot, bool& x, Failure& failure);
+// Whether it is nothing: of no kind, an empty optional, a null handle.
+KELM_API bool IsNull(const Slot& slot);
 // The text is the value's, or in `room` where the value has none of its own.
 KELM_API bool ToText(const Slot& slot, std::string_view& text, std::string& room, Failure& failure);
 // The object itself.

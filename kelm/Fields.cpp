@@ -5,6 +5,7 @@
 #include <kelm/private/Failures.h>
 #include <kelm/private/PlaceSteps.h>
 #include <klKelmScript/private/PathWalk.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klUtils/text/ExpressionParser.h>
 #include <klUtils/text/private/Cursor.h>
@@ -40,7 +41,8 @@ public:
         if (!m_isAtElement)
             return evaluation::StorePlace(m_slot, value, m_checks, m_failure);
         bool isIndexWrong = false;
-        return evaluation::StoreElement(m_slot, m_index, value, m_checks, isIndexWrong, m_failure);
+        return evaluation::StoreElement(m_slot, m_index, value, m_checks, isIndexWrong, m_failure) ||
+               (isIndexWrong && FailElement());
     }
 
     const Slot& GetSlot() const { return m_slot; }
@@ -99,13 +101,22 @@ private:
         cursor.Next();
         if (type.m_bc != nullptr && type.GetCode() == FT_DYNARRAY && cursor.Is(TOKEN_LEFT_SQUARE))
             cursor.Next();
+        m_placeOfIndex = PlaceOf(cursor.GetText());
         m_index = evaluation::GetWayFrom(type) == Way::Keys ? ReadKey(cursor) : Scalar(text::ReadNumber<int32>(cursor));
         if (!cursor.Is(TOKEN_RIGHT_SQUARE))
             cursor.ThrowExpected("]");
         m_place = PlaceOf(cursor.GetText());
         cursor.Next();
         m_isAtElement = staysBeforeLast && cursor.Is(TOKEN_END);
-        return m_isAtElement || evaluation::StepToElement(m_slot, m_index, m_failure);
+        return m_isAtElement || evaluation::StepToElement(m_slot, m_index, m_failure) || FailElement();
+    }
+
+    // An index is wrong at its bracket, a name at itself.
+    bool FailElement()
+    {
+        if (m_failure.m_details->m_kind == ErrorKind::Name)
+            m_place = m_placeOfIndex;
+        return false;
     }
 
     // A number, a text, a bool or the name of an enumerator.
@@ -143,6 +154,7 @@ private:
     // Of the last step, where that has not been taken.
     bool m_isAtElement = false;
     Scalar m_index;
+    std::size_t m_placeOfIndex = 0;
     xstring m_room;
 };
 
@@ -161,9 +173,26 @@ private:
     return FindAlongLeads(*start.m_object.GetReflectedClass(), start.m_object.self(), path, stopsAtChecks);
 }
 
-bool IsSameScalar(const ReflectionByteCode& a, const uint8* b)
+// What can be seen at once: of scalars, texts and types of other libraries.
+bool IsPlainlySame(const ReflectionByteCode& a, const UsedType& b)
 {
-    return *a.m_bc == *b && GetTypeCode(a).m_kind == VK_SCALAR;
+    if (*a.m_bc != *b.m_bc)
+        return false;
+    if (*a.m_bc == FT_FOREIGN)
+        return &a.GetForeignType() == &ReflectionByteCode(b.m_bc, b.m_stringTable).GetForeignType();
+    return *a.m_bc == FT_STRING8 || GetTypeCode(a).m_kind == VK_SCALAR;
+}
+
+// What optionals and pointers hold stands for them.
+void EnterOptionals(PathEnd& end)
+{
+    while (*end.m_type.m_bc == FT_FOREIGN && end.m_type.GetForeignType().IsOptional())
+    {
+        const ForeignType& type = end.m_type.GetForeignType();
+        if (type.m_choice->GetIndex(end.m_data) < 0)
+            return;
+        end = {type.m_choice->GetValue(end.m_data), type.GetPartType(0)};
+    }
 }
 
 template <class T>
@@ -217,9 +246,11 @@ bool AlongPath(std::string_view path, Result<void>* result, const F& use)
 bool GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
               void (*copy)(void* to, const void* from), Result<void>* result)
 {
-    if (const PathEnd end = FindSoon(start, path, false); end.m_data != nullptr) [[likely]]
+    if (PathEnd end = FindSoon(start, path, false); end.m_data != nullptr) [[likely]]
     {
-        if (IsSameScalar(end.m_type, wanted.m_bc)) [[likely]]
+        if (!IsPlainlySame(end.m_type, wanted)) [[unlikely]]
+            EnterOptionals(end);
+        if (IsPlainlySame(end.m_type, wanted)) [[likely]]
         {
             copy(value, end.m_data);
             return true;
@@ -238,9 +269,12 @@ bool GetField(const FieldStart& start, std::string_view path, const UsedType& wa
 
 bool SetField(const FieldStart& start, std::string_view path, const Scalar& value, Result<void>* result)
 {
-    if (const PathEnd end = FindSoon(start, path, true); end.m_data != nullptr) [[likely]]
+    if (PathEnd end = FindSoon(start, path, true); end.m_data != nullptr) [[likely]]
+    {
+        EnterOptionals(end);
         if (TryStore(end, value)) [[likely]]
             return true;
+    }
     return AlongPath(path, result, [&](PathText& text) { return text.Store(start, {.m_scalar = value}); });
 }
 

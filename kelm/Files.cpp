@@ -24,7 +24,7 @@ namespace
 
 // --- reading
 
-// Reads `source` from its first token to its last.
+// Reads `source` from its first token to its last. A value that its type refuses is the last token that was read.
 template <class F>
 auto ReadWhole(const SourceText& source, const F& read)
 {
@@ -33,8 +33,15 @@ auto ReadWhole(const SourceText& source, const F& read)
                    [&]
                    {
                        ExpressionParser parser;
-                       parser.Init(source.View());
-                       return read(parser, fieldPath);
+                       try
+                       {
+                           parser.Init(source.View());
+                           return read(parser, fieldPath);
+                       }
+                       catch (const KelmAssertionError& e)
+                       {
+                           throw ErrorOf(e, source, parser.m_prevToken, fieldPath);
+                       }
                    });
 }
 

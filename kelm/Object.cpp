@@ -1,8 +1,9 @@
 #include <kelm/Object.h>
 
 #include <kelm/private/ErrorOf.h>
+#include <klObject/describe/RegisterUsed.h>
+#include <klObject/objects/CastObject.h>
 #include <klObject/types/ClassModel.h>
-#include <klUtils/BasicSubString.h>
 
 #include <string>
 
@@ -34,17 +35,30 @@ std::vector<std::string_view> Object::GetMemberNames() const
     return names;
 }
 
-bool Object::IsOf(ConstStringZ className) const
+void* Object::TryGetAs(const UsedType& type) const
 {
-    return *this && SubString(GetClass().m_name) == SubString(className);
+    if (!*this)
+        return nullptr;
+    try
+    {
+        type.m_ensureRegistered();
+    }
+    catch (const TypeNameException&)
+    {
+        return nullptr;
+    }
+    return FindInstance(m_root.get(), *type.m_class);
 }
 
-void* Object::GetAs(ConstStringZ className) const
+void* Object::GetAs(const UsedType& type) const
 {
-    if (SubString(GetClass().m_name) == SubString(className))
-        return m_root.get().self();
+    const ReflectedClass& rc = GetClass();
+    const UsedType* const types[] = {&type, nullptr};
+    EnsureAll(types);
+    if (void* const instance = FindInstance(m_root.get(), *type.m_class))
+        return instance;
     throw ErrorWithoutPlace(ErrorKind::Type,
-                            std::string("the object is a ") + GetClass().m_name + " and no " + className);
+                            std::string("the object is a ") + rc.m_name + " and no " + type.m_class->m_name);
 }
 
 void EnsureAll(const UsedType* const* types)

@@ -38,17 +38,19 @@ public:
     std::string_view GetClassName() const;
     std::vector<std::string_view> GetMemberNames() const;
 
+    // Whether it is a T, or has one as a base.
     template <DescribedClass T>
     bool Is() const
     {
-        return IsOf(Description<T>::s_name);
+        return TryGetAs(s_typeOf<T>) != nullptr;
     }
 
-    // Throws an error of kind Type where it is no T, of kind Range where there is no object.
+    // Throws an error of kind Type where it is no T, of kind Range where there is no object, of kind Name where T is
+    // another class than the one that is known under its name.
     template <DescribedClass T>
     T& As() const
     {
-        return *static_cast<T*>(GetAs(Description<T>::s_name));
+        return *static_cast<T*>(GetAs(s_typeOf<T>));
     }
 
     // For handles in objects.
@@ -56,8 +58,8 @@ public:
 
 private:
     const ReflectedClass& GetClass() const;
-    bool IsOf(ConstStringZ className) const;
-    void* GetAs(ConstStringZ className) const;
+    void* TryGetAs(const UsedType& type) const;
+    void* GetAs(const UsedType& type) const;
 
     GcRoot m_root;
 };

@@ -277,6 +277,7 @@ Scope& Scope::Set(std::string_view name, Value value)
     record.m_is = Record::Is::Value;
     record.m_isConst = true;
     std::swap(record.m_slot, ValueAccess::Of(value));
+    record.m_slot.m_isConst = true; // as is all of an object
     return *this;
 }
 

@@ -136,6 +136,8 @@ Fit StoreForeign(const ForeignType& type, void* data, const Scalar& scalar)
         return Fit::OtherType;
     if (type.m_text->Set(data, scalar.m_text))
         return Fit::Fits;
+    if (type.m_text->IsBeyondRange != nullptr && type.m_text->IsBeyondRange(scalar.m_text))
+        return Fit::OutOfRange;
     return type.m_text->m_names != nullptr ? Fit::UnknownName : Fit::OtherType;
 }
 

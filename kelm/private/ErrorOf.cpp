@@ -163,6 +163,18 @@ Error ErrorOf(const KelmAssertionError& exception)
                                : ErrorWithoutPlace(ErrorKind::Type, std::string(explanation));
 }
 
+Error ErrorOf(const KelmAssertionError& exception, const SourceText& source, const LSToken& token,
+              std::string fieldPath)
+{
+    const std::string_view explanation = Explain(exception);
+    const SubString text = source.View();
+    if (explanation.empty() || token.m_str.m_p1 < text.m_p1 || text.m_p2 < token.m_str.m_p2)
+        return ErrorOf(exception);
+    return ErrorAt(ErrorKind::Type, std::string(explanation), source,
+                   static_cast<std::size_t>(token.m_str.m_p1 - text.m_p1), static_cast<std::size_t>(token.m_str.size()),
+                   std::move(fieldPath));
+}
+
 Error ErrorInFlight(const SourceText& source, const std::string& fieldPath)
 {
     try

@@ -34,6 +34,9 @@ KELM_API Error ErrorOf(const LexScannerException& exception, const SourceText& s
 
 // What bad input can reach says what is wrong with the input. Others are faults of ours, without a place.
 KELM_API Error ErrorOf(const KelmAssertionError& exception);
+// The former at a token of the text.
+Error ErrorOf(const KelmAssertionError& exception, const SourceText& source, const LSToken& token,
+              std::string fieldPath);
 
 // Of the exception in flight. One that is none of ours goes on.
 KELM_API Error ErrorInFlight(const SourceText& source, const std::string& fieldPath);

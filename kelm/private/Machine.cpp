@@ -136,7 +136,8 @@ bool Machine::Prefix(const Op& op)
 
 bool Machine::BuiltInFunction(const Op& op)
 {
-    return ApplyBuiltIn(m_program->m_language, *m_program->m_builtIns[op.m_index], m_top[-1], m_failure);
+    return ApplyBuiltIn(m_program->m_language, *m_program->m_builtIns[op.m_index], m_top[-1], m_failure) ||
+           AtArgument(op, 0);
 }
 
 bool Machine::Member(const Op& op)

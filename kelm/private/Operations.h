@@ -49,6 +49,8 @@ bool FailConversion(Failure& failure, const Slot& slot, ConstStringZ name);
 
 // As for messages: "float64", "string", the name of a class.
 std::string NameOfType(const Slot& slot);
+// Of a place, as its variable is declared: "float32", "integer".
+std::string NameOfVariable(const Slot& place);
 
 // A value as messages show it.
 std::string Written(const Slot& slot);

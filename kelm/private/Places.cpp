@@ -1,6 +1,7 @@
 #include <kelm/private/Places.h>
 
 #include <kelm/private/Conversions.h>
+#include <kelm/private/CopyVariable.h>
 #include <kelm/private/Operations.h>
 #include <kelm/private/PlaceSteps.h>
 #include <kelm/private/Texts.h>
@@ -16,6 +17,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <optional>
 
 namespace kelm::evaluation
 {
@@ -273,7 +275,7 @@ namespace
 
 std::string TextOf(const Assigned& value)
 {
-    return value.m_exchange != nullptr ? "this " + TypeText(value.m_object.GetType()) : Written(value.m_scalar);
+    return value.m_object.m_kind == Kind::Place ? "this " + TextOfType(value.m_object) : Written(value.m_scalar);
 }
 
 bool Check(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
@@ -327,7 +329,7 @@ void Exchange(const ReflectionByteCode& type, void* a, void* b)
 
 bool FailConst(const Slot& place, Failure& failure)
 {
-    return Fail(failure, ErrorKind::Type, "Can't assign to const " + NameOfType(place));
+    return Fail(failure, ErrorKind::Type, "Can't assign to const " + NameOfVariable(place));
 }
 
 bool IsEmptyOptional(const ReflectionByteCode& type, const void* data)
@@ -375,59 +377,89 @@ bool StoreScalar(const Slot& place, const Assigned& value, const Checks& checks,
     return KeepOrUndo(place, value, checks, failure, [&] { Exchange(type, target.m_address, changed.Get()); });
 }
 
+// A copy of another variable of the type, which may be a part of what is assigned to.
+bool StoreCopy(const Slot& target, const TypeAt& type, const void* from, const Assigned& value, const Checks& checks,
+               Failure& failure)
+{
+    if (!CanBeAssigned(type.Get()))
+        return Fail(failure, ErrorKind::Type, "Can't assign to " + TextOfType(target) + ", of which a part is const");
+    const Variable copy(type.Get());
+    CopyVariable(type.Get(), copy.Get(), from);
+    const auto exchange = [&] { ExchangeVariables(type.Get(), target.m_address, copy.Get()); };
+    exchange();
+    return KeepOrUndo(target, value, checks, failure, exchange);
+}
+
+// Whether an object is one of the type, or leads to one, where it is then.
+bool TryGoTo(Slot& object, const Assigned& value, const ReflectionByteCode& type)
+{
+    object = value.m_object;
+    return value.m_exchange != nullptr ? IsOfType(object, type) : TryGoToType(object, type);
+}
+
 bool StoreObject(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
 {
     Slot target = place;
     const ReflectionByteCode type = Underlying(target);
-    if (IsOfType(target, value.m_object.GetType()))
+    const TypeAt wholeType(target);
+    Slot object;
+    if (TryGoTo(object, value, wholeType.Get()))
     {
         if (target.m_isConst)
             return FailConst(target, failure);
-        value.m_exchange(target.m_address, value.m_object.m_address);
-        return KeepOrUndo(place, value, checks, failure,
-                          [&] { value.m_exchange(target.m_address, value.m_object.m_address); });
+        if (value.m_exchange == nullptr)
+            return StoreCopy(target, wholeType, object.m_address, value, checks, failure);
+        const auto exchange = [&] { value.m_exchange(target.m_address, object.m_address); };
+        exchange();
+        return KeepOrUndo(place, value, checks, failure, exchange);
     }
-    std::string room;
-    const Scalar scalar = LoadScalar(value.m_object.GetType(), value.m_object.m_address, room);
-    if (scalar.m_kind != Scalar::Kind::None)
-        return StoreScalar(place, {.m_scalar = scalar}, checks, failure);
+    if (value.m_object.m_bc != nullptr)
+    {
+        std::string room;
+        const Scalar scalar = LoadScalar(value.m_object.GetType(), value.m_object.m_address, room);
+        if (scalar.m_kind != Scalar::Kind::None)
+            return StoreScalar(place, {.m_scalar = scalar}, checks, failure);
+    }
     if (type.m_bc != nullptr && !IsEmptyOptional(type, target.m_address) && EnterChoice(target))
         return StoreObject(target, value, checks, failure);
-    Slot held;
     if (type.m_bc != nullptr && IsEmptyOptional(type, target.m_address))
     {
         const ForeignType& optional = type.GetForeignType();
         const Variable changed(type);
+        Slot held;
         held.SetPlace(optional.m_choice->Emplace(changed.Get(), 0), optional.GetPartType(0), false);
-        if (IsOfType(held, value.m_object.GetType()))
+        if (Slot inside; TryGoTo(inside, value, held.GetType()))
         {
             if (target.m_isConst)
                 return FailConst(target, failure);
-            value.m_exchange(held.m_address, value.m_object.m_address);
+            if (!StoreObject(held, value, {}, failure))
+                return false;
             Exchange(type, target.m_address, changed.Get());
             return KeepOrUndo(place, value, checks, failure, [&] { Exchange(type, target.m_address, changed.Get()); });
         }
     }
-    return FailConversion(failure, value.m_object, TextOfType(target).c_str());
+    return IsThere(object) ? FailConversion(failure, value.m_object, TextOfType(target).c_str()) : FailNothing(failure);
 }
 
 } // namespace
 
 bool StorePlace(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
 {
-    if (value.m_exchange != nullptr)
-        return StoreObject(place, value, checks, failure);
     if (value.m_object.m_kind == Kind::Place)
-        return FailConversion(failure, value.m_object, TextOfType(place).c_str());
+        return StoreObject(place, value, checks, failure);
     return value.m_scalar.m_kind != Scalar::Kind::None ? StoreScalar(place, value, checks, failure)
                                                        : StoreNull(place, value, checks, failure);
 }
 
 bool ToAssigned(const Slot& value, Assigned& assigned, std::string& room, Failure& failure)
 {
-    if (!ToScalar(value, assigned.m_scalar, room, failure))
-        return false;
-    if (value.m_kind == Kind::Place && assigned.m_scalar.m_kind == Scalar::Kind::None)
+    if (value.m_kind != Kind::Place)
+        return ToScalar(value, assigned.m_scalar, room, failure);
+    Slot held = value;
+    ReflectionByteCode type;
+    if (EnterChoices(held, type) && type.m_bc != nullptr)
+        assigned.m_scalar = LoadScalar(type, held.m_address, room);
+    if (assigned.m_scalar.m_kind == Scalar::Kind::None)
         assigned.m_object = value;
     return true;
 }
@@ -473,6 +505,30 @@ private:
     bool m_isMade = false;
 };
 
+// What is assigned, where it may lie in a map that is about to move its entries.
+class OwnAssigned
+{
+public:
+    explicit OwnAssigned(const Assigned& value) : m_value(value), m_text(value.m_scalar.m_text)
+    {
+        m_value.m_scalar.m_text = m_text;
+        if (value.m_object.m_kind != Kind::Place || value.m_exchange != nullptr || value.m_object.m_bc == nullptr)
+            return;
+        m_copy.emplace(value.m_object.GetType());
+        CopyVariable(value.m_object.GetType(), m_copy->Get(), value.m_object.m_address);
+        m_value.m_object.m_address = m_copy->Get();
+    }
+    OwnAssigned(const OwnAssigned&) = delete;
+    OwnAssigned& operator=(const OwnAssigned&) = delete;
+
+    const Assigned& Get() const { return m_value; }
+
+private:
+    Assigned m_value;
+    std::string m_text;
+    std::optional<Variable> m_copy;
+};
+
 bool StoreEntry(const Slot& map, const Scalar& index, const Assigned& value, const Checks& checks, bool& isIndexWrong,
                 Failure& failure)
 {
@@ -496,12 +552,13 @@ bool StoreEntry(const Slot& map, const Scalar& index, const Assigned& value, con
     isIndexWrong = false;
     if (whole.m_isConst)
         return FailConst(whole, failure);
+    const OwnAssigned own(value);
     NewEntry made(type, map.m_address, keyType, index);
     PathSteps adding = StepsFrom(map, PathSteps::Access::Write);
     adding.TryStepToPayload(key.Get());
     made.Made();
     TakeOver(entry, adding);
-    const bool isStored = StorePlace(entry, value, checks, failure);
+    const bool isStored = StorePlace(entry, own.Get(), checks, failure);
     if (isStored)
         made.Keep();
     return isStored;

@@ -62,8 +62,8 @@ ReflectionByteCode TypeOfCode(ETypeByteCode code);
 struct Assigned
 {
     Scalar m_scalar = {};
-    Slot m_object = Slot::OfNothing();              // a place: the object, which
-    void (*m_exchange)(void* a, void* b) = nullptr; // is exchanged with the variable
+    Slot m_object = Slot::OfNothing();              // a place: the object, which is copied,
+    void (*m_exchange)(void* a, void* b) = nullptr; // or exchanged with the variable
 };
 
 // What a value is as that. The text may lie in `room`.

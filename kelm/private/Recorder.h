@@ -230,6 +230,8 @@ public:
             const uint32 use = UseMember(name, place);
             ArgumentKinds kinds;
             const std::size_t count = 1 + Arguments(e, kinds);
+            if (const evaluation::Record* const record = m_program->m_records[use])
+                CheckMemberCall(*record, count, place);
             EmitCall(Code::CallMember, use, count, place);
             return SetPlace(operand);
         }
@@ -347,7 +349,18 @@ private:
             operand.m_integer = builtIn.m_constant;
             return e.m_tokens.NextBehindOperand();
         }
-        e.EvaluateInBrackets(operand);
+        if (m_program->m_language == Language::Exact)
+            e.EvaluateInBrackets(operand);
+        else
+        {
+            const std::string_view name(builtIn.m_name.data(), static_cast<std::size_t>(builtIn.m_name.size()));
+            e.NextToBracket();
+            e.m_tokens.Next();
+            RefuseEnd(e, name, 0, 1, place);
+            e.EvaluateSafely(operand);
+            RefuseMore(e, name, 1, place);
+            e.m_tokens.PassBehindOperand(TOKEN_RIGHT_PAREN, ")");
+        }
         const std::size_t index = m_program->m_builtIns.size();
         m_program->m_builtIns.Add(&builtIn);
         if (builtIn.m_function != nullptr && TryToFloat(operand))
@@ -458,6 +471,34 @@ private:
         return count;
     }
 
+    // Where a bracket closes behind fewer arguments than there must be.
+    template <class E>
+    static void RefuseEnd(const E& e, std::string_view name, std::size_t count, int32 wanted, std::size_t place)
+    {
+        if (e.m_tokens.Is(TOKEN_RIGHT_PAREN)) [[unlikely]]
+            ThrowAt(ErrorKind::Call, CountMessage(name, count, wanted, wanted), place);
+    }
+
+    // Where others stand behind all that there may be: how many there are.
+    template <class E>
+    void RefuseMore(E& e, std::string_view name, std::size_t wanted, std::size_t place)
+    {
+        if (e.m_tokens.Is(TOKEN_COMMA)) [[unlikely]]
+            Nest([&] { CountMore(e, name, wanted, place); });
+    }
+    template <class E>
+    [[noreturn, gnu::cold, gnu::noinline]] void CountMore(E& e, std::string_view name, std::size_t wanted,
+                                                          std::size_t place)
+    {
+        const std::size_t comma = PlaceOf(e.m_tokens);
+        ArgumentKinds kinds;
+        const std::size_t more = Arguments(e, kinds);
+        if (more == 0)
+            ThrowAt(ErrorKind::Syntax, "Expected ) when read ,", comma);
+        const auto count = static_cast<int32>(wanted);
+        ThrowAt(ErrorKind::Call, CountMessage(name, wanted + more, count, count), place);
+    }
+
     // In general operations, whose failures are looked at.
     template <class E>
     void HasPath(E& e, Operand& operand, std::size_t place)
@@ -467,7 +508,10 @@ private:
         const uint32 begin = Emit(Code::HasBegin, TOKEN_END, 0, place);
         Raise(1);
         Operand path;
-        e.EvaluateNextSafely(path);
+        e.m_tokens.Next();
+        RefuseEnd(e, "has", 0, 1, place);
+        e.EvaluateSafely(path);
+        RefuseMore(e, "has", 1, place);
         if (path.m_is != Operand::Is::Name && path.m_is != Operand::Is::Place && path.m_is != Operand::Is::Local &&
             path.m_is != Operand::Is::Parameter)
             ThrowAt(ErrorKind::Type, "has() takes a path", place);
@@ -484,7 +528,10 @@ private:
     void OverList(E& e, Operand& operand, const OwnFunction& function, std::size_t place)
     {
         Operand list;
-        e.EvaluateNextSafely(list);
+        e.m_tokens.Next();
+        RefuseEnd(e, function.m_name, 0, function.m_max, place);
+        e.EvaluateSafely(list);
+        RefuseEnd(e, function.m_name, 1, function.m_max, place);
         Local local{{}, 0, false, {}};
         KnownPlace known;
         local.m_isKnown = IsKnownVariable(list) && FindKnownElements(list.m_variable, known, local.m_variable);
@@ -496,6 +543,7 @@ private:
         if (FindBuiltIn(name) != nullptr)
             ThrowAt(ErrorKind::Name, "\"" + std::string(name) + "\" is a built-in name", PlaceOf(e.m_tokens));
         e.m_tokens.Next();
+        RefuseEnd(e, function.m_name, 2, function.m_max, place);
         if (!e.m_tokens.Is(TOKEN_COMMA))
             e.m_tokens.ThrowExpected(",");
         // On the stack: the list, the result so far, the number of the element, the element.
@@ -510,6 +558,7 @@ private:
         e.EvaluateNextSafely(each);
         Push(each);
         m_locals.Shrink(m_locals.size() - 1);
+        RefuseMore(e, function.m_name, 3, place);
         e.m_tokens.PassBehindOperand(TOKEN_RIGHT_PAREN, ")");
         Op& next = m_program->m_ops[Emit(Code::ListNext, TOKEN_END, static_cast<uint64>(function.m_list), place)];
         next.m_target = body;
@@ -665,6 +714,22 @@ private:
         if (record.m_is != Record::Is::Function)
             ThrowAt(ErrorKind::Type, record.m_name + " is not a function", place);
         CheckCount(record.m_name, count, record.m_function.m_min, record.m_function.m_max, place);
+    }
+
+    // Of some class; of which one is not known yet. The object is the first argument.
+    static void CheckMemberCall(const Record& record, std::size_t count, std::size_t place)
+    {
+        const Callable* nearest = nullptr;
+        for (const Callable& member : record.m_members)
+        {
+            if (static_cast<std::size_t>(member.m_min) <= count &&
+                (member.m_max < 0 || count <= static_cast<std::size_t>(member.m_max)))
+                return;
+            nearest = &member;
+        }
+        if (nearest != nullptr)
+            CheckCount(record.m_name, count - 1, nearest->m_min - 1, nearest->m_max < 0 ? -1 : nearest->m_max - 1,
+                       place);
     }
 
     static void CheckCount(std::string_view name, std::size_t count, int32 min, int32 max, std::size_t place)

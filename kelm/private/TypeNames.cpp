@@ -2,6 +2,7 @@
 
 #include <kelm/private/Operations.h>
 #include <kelm/private/PlaceSteps.h>
+#include <kelm/private/Scalars.h>
 #include <kelm/private/ScopeNames.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
@@ -63,18 +64,39 @@ std::string NameOf(ReflectionByteCode type)
 
 } // namespace
 
+std::string NameOfVariable(const Slot& place)
+{
+    return place.m_bc != nullptr ? NameOf(place.GetType()) : place.GetOwner().GetReflectedClass()->m_name;
+}
+
+namespace
+{
+
+// Of what a variable is as a value; None where it is no scalar.
+Kind KindAsValue(const Slot& place)
+{
+    ReflectionByteCode type = place.GetType();
+    if (type.m_bc == nullptr)
+        return Kind::None;
+    type.AdvanceToUnderlyingType2();
+    const ETypeByteCode code = type.GetCode();
+    return code == FT_CHAR8 || code == FT_CHAR16 ? Kind::Text : KindOfScalar(code);
+}
+
+} // namespace
+
 std::string NameOfType(const Slot& slot)
 {
-    switch (slot.m_kind)
+    switch (slot.m_kind != Kind::Place ? slot.m_kind : KindAsValue(slot))
     {
-    case Kind::None: return "void";
+    case Kind::None: break;
     case Kind::Bool: return "bool";
     case Kind::Integer: return "int64";
     case Kind::Float: return "float64";
     case Kind::Text: return "string";
     case Kind::Place: break;
     }
-    return slot.m_bc != nullptr ? NameOf(slot.GetType()) : slot.GetOwner().GetReflectedClass()->m_name;
+    return slot.m_kind == Kind::None ? "void" : NameOfVariable(slot);
 }
 
 std::string Written(const Slot& slot)

@@ -110,7 +110,12 @@ std::string ForeignText(const ForeignType& type)
     {
         std::string text = name;
         for (int32 i = 0; i < type.m_numParts; ++i)
-            text += (i == 0 ? "<" : ", ") + TypeText(type.GetPartType(i));
+        {
+            ReflectionByteCode part = type.GetPartType(i);
+            if (type.GetForm() == FF_LIST) // bits are const for who would write them where they are
+                part.AdvanceToUnderlyingType2();
+            text += (i == 0 ? "<" : ", ") + TypeText(part);
+        }
         return text + ">";
     };
     switch (type.GetForm())

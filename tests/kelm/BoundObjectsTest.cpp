@@ -1,4 +1,5 @@
 #include <kelm/Expression.h>
+#include <kelm/Files.h>
 #include <kelm/Scope.h>
 #include <klObject/containers/xmap.h>
 #include <klObject/containers/xset.h>
@@ -6,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -70,12 +72,42 @@ struct Shelf
     std::optional<std::map<int, int>> more;
 };
 
+// With checks and parts of its own type.
+struct Tree
+{
+    int number = 1;
+    std::vector<Tree> parts;
+    std::shared_ptr<int> shared;
+    kelm::xmap<kelm::xstring, kelm::xstring> texts = {{"a", "A"}};
+    kelm::xvector<kelm::xstring> names;
+    std::map<std::string, std::unique_ptr<Line>> lines;
+    std::pair<int, std::string> pair;
+    int list[2] = {1, 2};
+    std::unordered_map<int, Tree> byNumber;
+    std::chrono::milliseconds delay{5};
+};
+
+struct Sealed
+{
+    Line line;
+    const int number = 1;
+    std::vector<int> range = {1, 2};
+};
+
+inline bool IsGood(const Line& line)
+{
+    return line.quantity > 0;
+}
+
 } // namespace booth
 
 KELM_DESCRIBE_ENUM(booth::State, open, paid)
 KELM_DESCRIBE(booth::Line, item, quantity, price)
 KELM_CLASS(booth::Order, KELM_MODEL(customer), KELM_MODEL(lines), KELM_MODEL(discount), KELM_MODEL(rates),
            KELM_MODEL(state), KELM_MODEL(extra), KELM_MODEL(port).Check(booth::IsPort), KELM_MODEL(flags))
+KELM_DESCRIBE(booth::Tree, number, parts, shared, texts, names, lines, pair, list, byNumber, delay)
+KELM_CLASS(booth::Sealed, KELM_MODEL(line).Check(booth::IsGood), KELM_MODEL(number),
+           KELM_MODEL(range).Check([](const std::vector<int>& range) { return range.size() == 2; }))
 KELM_DESCRIBE(booth::Shelf, prices, byItem, marks, ours, ourMarks, more)
 
 namespace kelm
@@ -159,7 +191,16 @@ TEST(BoundObjects, AreReadAndCalled)
         {"order.Scaled()", "6 7 Scaled() takes 1 argument, not 0"},
         {"order.Scaled('a')", "2 14 Scaled(), argument 1: No implicit conversion from value a to float64"},
         {"name(order)", "2 6 name(), argument 1: No implicit conversion from value of booth::Order to booth::Line"},
+        {"false && order.Scaled() > 1", "6 16 Scaled() takes 1 argument, not 0"},
+        {"true ? 1 : order.Scaled(1, 2)", "6 18 Scaled() takes 1 argument, not 2"},
+        {"order.Total(1)", "6 7 Total() takes no arguments, not 1"},
         {"order.Missing()", "1 7 Unknown name Missing"},
+        {"order.port.x", "2 12 . not available on int64"},
+        {"order.port[0]", "2 13 [] not available on int64"},
+        {"order.lines[0].price.x", "2 22 . not available on float64"},
+        {"order.port.Total()", "2 12 . not available on int64"},
+        {"sum(order.port, x, 1)", "2 1 No list but int64"},
+        {"len(order.port)", "2 5 len() not available on int64"},
         {"sum(order, x, 1)", "2 1 No list but booth::Order"},
         {"order = 1", "2 7 No implicit conversion from value 1 to booth::Order"},
     };
@@ -230,6 +271,155 @@ TEST(BoundObjects, AreAssignedTo)
     EXPECT_EQ(TryEvaluate("order.prot", scope).GetError().GetSuggestions(), std::vector<std::string>{"port"});
 }
 
+// Statements, one behind the other, and what an expression gives then; or the error of the last one.
+struct StepsRow
+{
+    std::vector<const char*> m_statements;
+    const char* m_text;
+    const char* m_outcome;
+};
+
+TEST(BoundObjects, AreAssignedWhole)
+{
+    const StepsRow rows[] = {
+        {{"order.lines[0] = order.lines[1]"}, "order.lines[0].item + order.lines[1].item", "cupcup"},
+        {{"order.lines[0] = other.lines[0]", "other.lines[0].item = 'x'"}, "order.lines[0].item", "mug"},
+        {{"order.lines = other.lines"}, "len(order.lines)", "1"},
+        {{"order.lines = order.lines"}, "len(order.lines)", "3"},
+        {{"order = other"}, "order.customer + order.extra.item", "Bobjar"},
+        {{"order = other", "other.extra.item = 'x'"}, "order.extra.item", "jar"},
+        {{"order = order"}, "order.lines[2].item", "pot"},
+        {{"order.rates = other.rates"}, "has(order.rates['EUR'])", "false"},
+        {{"order.flags = other.flags"}, "len(order.flags)", "1"},
+        {{"order.discount = other.discount"}, "order.discount", "0.5"},
+        {{"other.discount = order.discount"}, "has(other.discount)", "false"},
+        {{"order.extra = order.lines[1]", "order.lines[1].item = 'x'"}, "order.extra.item", "cup"},
+        {{"order.extra = other.extra"}, "order.extra.item", "jar"},
+        {{"order.lines[1] = other.extra"}, "order.lines[1].item", "jar"},
+        {{"other.extra = other.lines[0]"}, "other.extra.item", "mug"},
+        {{"tree.parts[1] = tree"}, "len(tree.parts[1].parts) + tree.parts[1].parts[1].number", "5"},
+        {{"tree = tree.parts[1]"}, "tree.number * 10 + len(tree.parts)", "30"},
+        {{"tree.parts = tree.parts[1].parts"}, "len(tree.parts)", "0"},
+        {{"tree.byNumber[1] = tree.parts[0]", "tree.byNumber[2] = tree.byNumber[1]", "tree = tree.byNumber[2]"},
+         "tree.number",
+         "2"},
+        {{"tree.texts['b'] = tree.texts['a']", "tree.texts['c'] = tree.texts['b'] + 'C'"}, "tree.texts['c']", "AC"},
+        {{"tree.parts[0] = whole"}, "tree.parts[0].lines['l'].item + tree.parts[0].pair[1]", "teap"},
+        {{"tree.parts[0] = whole"}, "tree.parts[0].names[1] + tree.parts[0].texts['t']", "nT"},
+        {{"tree.parts[0] = whole"}, "tree.parts[0].list[1] + tree.parts[0].byNumber[4].number", "12"},
+        {{"tree.parts[0] = whole"}, "tree.parts[0].delay + '!'", "70ms!"},
+        {{"tree.parts[0] = whole", "tree.parts[0].shared = 8"}, "whole.shared", "8"},
+        {{"tree.list = whole.list", "tree.pair = whole.pair"}, "tree.list[0] + tree.pair[0]", "10"},
+        {{"sealed.line = order.lines[0]"}, "sealed.line.item", "tea"},
+        {{"sealed.range = pair"}, "sealed.range[0]", "7"},
+        {{"order.lines[0] = line(9)"}, "order.lines[0].quantity", "9"},
+        {{"order.lines[0] = order"}, "", "2 16 No implicit conversion from value of booth::Order to booth::Line"},
+        {{"order.lines[0] = null"}, "", "1 18 Unknown name null"},
+        {{"order.lines[0] = order.extra"}, "", "3 16 null dereference"},
+        {{"order.lines = order.flags"},
+         "",
+         "2 13 No implicit conversion from value of vector<bool> to vector<booth::Line>"},
+        {{"order.customer = order.lines[0]"}, "", "2 16 No implicit conversion from value of booth::Line to string"},
+        {{"order.port = order.lines"}, "", "2 12 No implicit conversion from value of vector<booth::Line> to int32"},
+        {{"fixed.lines[0] = order.lines[0]"}, "", "2 16 Can't assign to const booth::Line"},
+        {{"fixed = order"}, "", "2 7 Can't assign to fixed, which is const"},
+        {{"order.lines[0] += order.lines[1]"},
+         "",
+         "2 16 Incompatible types (booth::Line and booth::Line) for + operation"},
+        {{"sealed = sealed"}, "", "2 8 Can't assign to booth::Sealed, of which a part is const"},
+        {{"sealed.line = bad"}, "", "4 13 Member 'line' of class booth::Sealed refuses this booth::Line"},
+        {{"sealed.line.quantity = 0"}, "", "4 22 Member 'line' of class booth::Sealed refuses 0"},
+        {{"sealed.range = numbers"}, "", "4 14 Member 'range' of class booth::Sealed refuses this vector<int32>"},
+        {{"owned.quantity = 3"}, "", "2 16 Can't assign to const integer"},
+        {{"owned = order.lines[0]"}, "", "2 7 Can't assign to owned, which is no variable"},
+    };
+    for (const StepsRow& row : rows)
+        for (const bool isKept : {false, true})
+        {
+            booth::Order order = MakeOrder();
+            booth::Order other;
+            other.customer = "Bob";
+            other.lines = {{"mug", 1, 1.0}};
+            other.discount = 0.5;
+            other.flags = {true};
+            other.extra = std::make_unique<booth::Line>(booth::Line{"jar", 1, 1.0});
+            const booth::Order fixed = MakeOrder();
+            booth::Tree tree;
+            tree.parts.resize(2);
+            tree.parts[0].number = 2;
+            tree.parts[1].number = 3;
+            booth::Tree whole;
+            whole.number = 4;
+            whole.shared = std::make_shared<int>(7);
+            whole.texts = {{"t", "T"}};
+            whole.names = {"m", "n"};
+            whole.lines["l"] = std::make_unique<booth::Line>(booth::Line{"tea", 1, 2.0});
+            whole.pair = {1, "p"};
+            whole.list[0] = 9;
+            whole.list[1] = 10;
+            whole.byNumber[4].number = 2;
+            whole.delay = std::chrono::milliseconds(70);
+            booth::Sealed sealed;
+            std::vector<int> numbers = {1};
+            std::vector<int> pair = {7, 8};
+            booth::Line bad{"bad", 0, 0.0};
+            Scope scope;
+            scope.Bind("order", order).Bind("other", other).Bind("fixed", fixed).Bind("tree", tree);
+            scope.Bind("whole", whole).Bind("sealed", sealed).Bind("numbers", numbers).Bind("pair", pair);
+            scope.Bind("bad", bad).Set("owned", Value(booth::Line()));
+            scope.Define("line", [](int quantity) { return booth::Line{"made", quantity, 1.0}; });
+            const auto evaluate = [&](const char* text) -> Result<Value>
+            {
+                try
+                {
+                    return isKept ? Expression(text, scope).TryEvaluate() : TryEvaluate(text, scope);
+                }
+                catch (const Error& e)
+                {
+                    return e;
+                }
+            };
+            const std::string before = Write(order) + Write(tree) + Write(sealed.line) + Write(numbers);
+            Result<Value> result = Value();
+            for (const char* statement : row.m_statements)
+                result = evaluate(statement);
+            if (result)
+                result = evaluate(row.m_text);
+            else
+            {
+                EXPECT_EQ(Write(order) + Write(tree) + Write(sealed.line) + Write(numbers), before)
+                    << row.m_statements[0];
+            }
+            EXPECT_EQ(Shown(result), row.m_outcome) << row.m_statements[0];
+        }
+}
+
+TEST(BoundObjects, GoIntoOptionalParametersOrNull)
+{
+    booth::Order order = MakeOrder();
+    Scope scope;
+    scope.Bind("order", order);
+    scope.Define("orZero", [](std::optional<double> x) { return x.value_or(0); });
+    scope.Define("itemOf", [](const std::optional<booth::Line>& line) { return line ? line->item : "none"; });
+    scope.Define("textOf", [](std::optional<std::string> text) { return text.value_or("none"); });
+    scope.Define("nothing", [] {});
+    constexpr Row rows[] = {
+        {"orZero(1.5) + orZero(2)", "3.5"},
+        {"orZero(order.discount)", "0.0"},
+        {"orZero(nothing())", "0.0"},
+        {"orZero(order.port)", "80.0"},
+        {"itemOf(order.lines[1])", "cup"},
+        {"itemOf(order.extra)", "none"},
+        {"textOf(order.customer) + textOf('b') + textOf(order.discount)", "Adabnone"},
+        {"orZero('a')", "2 8 orZero(), argument 1: No implicit conversion from value a to float64"},
+        {"itemOf(order)", "2 8 itemOf(), argument 1: No implicit conversion from value of booth::Order to booth::Line"},
+        {"orZero()", "6 1 orZero() takes 1 argument, not 0"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;
+    EXPECT_EQ(Expression("orZero(x) + orZero(order.discount)", scope, {"x"}).Evaluate<double>(2), 2.0);
+}
+
 // Of maps the payloads, of sets the elements.
 TEST(BoundObjects, OfEveryContainerAreGoneThrough)
 {
@@ -248,7 +438,7 @@ TEST(BoundObjects, OfEveryContainerAreGoneThrough)
         {"sum(shelf.byItem, l, count(shelf.prices, p, p < l.price))", "3"},
         {"sum(copy().prices, p, p)", "6.0"},
         {"sum(shelf.more, p, p)", "3 1 null dereference"},
-        {"sum(shelf.marks, m, m.x)", "2 23 . not available on integer"},
+        {"sum(shelf.marks, m, m.x)", "2 23 . not available on int64"},
     };
     for (const Row& row : rows)
         EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;

@@ -150,7 +150,7 @@ TEST(NaturalLanguage, TellsOfErrorsWhereTheyAre)
         {"(-9223372036854775807 - 1) / -1", "Arithmetic 1:28: Division overflow error"},
         {"(-9223372036854775807 - 1) % -1", "Arithmetic 1:28: Division overflow error"},
         {"0 ^^ -1", "Arithmetic 1:3: Calculation 0.0 ^^ -1.0 ill defined"},
-        {"log(0)", "Arithmetic 1:1: Can't take log of value 0.0"},
+        {"log(0)", "Arithmetic 1:5: Can't take log of value 0.0"},
         {"sqrt(-1)", "Arithmetic 1:6: Can't take sqrt of value -1"},
         {"1 + 'a'", "Type 1:3: Incompatible types (int64 and string) for + operation"},
         {"2.0 & 1", "Type 1:5: Incompatible types (float64 and int64) for & operation"},
@@ -163,7 +163,7 @@ TEST(NaturalLanguage, TellsOfErrorsWhereTheyAre)
         {"'abc'[3]", "Range 1:8: Index 3 out of range [0,3) on string"},
         {"'abc'[1.0]", "Type 1:10: No implicit conversion from value 1.0 to int64"},
         {"5[0]", "Type 1:4: [] not available on int64"},
-        {"len(5)", "Type 1:1: len() not available on int64"},
+        {"len(5)", "Type 1:5: len() not available on int64"},
         {"(1).x", "Type 1:5: . not available on int64"},
         {"x", "Name 1:1: Unknown name x"},
         {"1 + x", "Name 1:5: Unknown name x"},
@@ -172,6 +172,27 @@ TEST(NaturalLanguage, TellsOfErrorsWhereTheyAre)
         {"1 / 0 + )", "Syntax 1:9: Unexpected ) after + in expression"},
         {"clamp(1)", "Call 1:1: clamp() takes 3 arguments, not 1"},
         {"min()", "Call 1:1: min() takes at least 1 argument, not 0"},
+        {"sin()", "Call 1:1: sin() takes 1 argument, not 0"},
+        {"1 + sin(1, 2)", "Call 1:5: sin() takes 1 argument, not 2"},
+        {"len('a', 'b', 'c',)", "Call 1:1: len() takes 1 argument, not 3"},
+        {"true ? 1 : log()", "Call 1:12: log() takes 1 argument, not 0"},
+        {"max(1, cos(sin(), 2))", "Call 1:12: sin() takes 1 argument, not 0"},
+        {"sin(1,)", "Syntax 1:6: Expected ) when read ,"},
+        {"sin(1, x)", "Name 1:8: Unknown name x"},
+        {"sin(1 2)", "Syntax 1:7: Expected ) when read 2"},
+        {"sin + 1", "Syntax 1:5: Expected ( when read +"},
+        {"1 + has()", "Call 1:5: has() takes 1 argument, not 0"},
+        {"has(1, 2)", "Call 1:1: has() takes 1 argument, not 2"},
+        {"has(1,)", "Syntax 1:6: Expected ) when read ,"},
+        {"sum()", "Call 1:1: sum() takes 3 arguments, not 0"},
+        {"all('a')", "Call 1:1: all() takes 3 arguments, not 1"},
+        {"count('a', x)", "Call 1:1: count() takes 3 arguments, not 2"},
+        {"false && any('a', x, true, 4) ", "Call 1:10: any() takes 3 arguments, not 4"},
+        {"sin('x')", "Type 1:5: No implicit conversion from value x to float64"},
+        {"max(0, sin( 'x'))", "Type 1:13: No implicit conversion from value x to float64"},
+        {"int('5')", "Type 1:5: No implicit conversion from value 5 to int64"},
+        {"1 + log( -1 )", "Arithmetic 1:10: Can't take log of value -1.0"},
+        {"bool((1 / 0))", "Arithmetic 1:9: Division by zero error"},
         {"min(1, 'a')", "Type 1:8: No implicit conversion from value a to float64"},
         {"1 = 2", "Type 1:3: Can't assign to int64 r-value"},
         {"99999999999999999999", "Range 1:1: Integer literal 99999999999999999999 is out of range of int64"},
@@ -182,6 +203,12 @@ TEST(NaturalLanguage, TellsOfErrorsWhereTheyAre)
         EXPECT_EQ(Outcome(row.m_text, Scope()), row.m_outcome) << row.m_text;
 }
 
+TEST(NaturalLanguage, ShowsTheWholeToken)
+{
+    const Error error = TryEvaluate("\n1 + sin(1, 2)", Scope()).GetError();
+    EXPECT_STREQ(error.what(), "<text>:2:5: error: sin() takes 1 argument, not 2\n1 + sin(1, 2)\n    ^~~");
+}
+
 TEST(ExactLanguage, IsTheLanguageToTheLetter)
 {
     constexpr Row rows[] = {
@@ -190,7 +217,9 @@ TEST(ExactLanguage, IsTheLanguageToTheLetter)
         {"+2.0", "int 2"},
         {"2.0 & 1", "int 0"},
         {"1 2", "int 1"},
-        {"sin(1)", "Type 1:1: No implicit conversion from value 1 to float64"},
+        {"sin(1)", "Type 1:5: No implicit conversion from value 1 to float64"},
+        {"sin()", "Syntax 1:5: Unexpected ) after ( in expression"},
+        {"sin(1.0, 2)", "Syntax 1:8: Expected ) when read ,"},
         {"false && 1 / 0 > 1", "Arithmetic 1:12: Division by zero error"},
         {"true ? 1 : 1 / 0", "Arithmetic 1:14: Division by zero error"},
         {"true ? 1 : 2", "int 1"},

@@ -4,9 +4,72 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <functional>
 #include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
 #include <string>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+namespace door
+{
+
+struct Bin
+{
+    std::string name;
+    double weight = 1.5;
+    kelm::int32 count = 2;
+    std::vector<Bin> inner;
+};
+
+// Members of the standard library's types, one in another.
+struct Stock
+{
+    std::vector<Bin> bins = std::vector<Bin>(2);
+    std::vector<bool> flags = {true, false};
+    std::vector<std::vector<double>> table = {{1, 2}, {3}};
+    std::map<std::string, double> rates = {{"EUR", 1.5}, {"a key of more than fifteen characters", 4}, {"\xC3\xA4", 5}};
+    std::map<std::string, Bin, std::less<>> byName = {{"a", {}}};
+    std::unordered_map<std::string, std::vector<kelm::int32>> lists = {{"primes", {2, 3, 5}}};
+    std::map<kelm::int32, Bin> byNumber = {{-7, {}}, {16, {}}};
+    std::map<unsigned char, double> small = {{200, 8}};
+    std::map<Colour, double> byColour = {{Colour::DEEP_BLUE, 9}};
+    std::map<double, double> byFloat = {{0.5, 10}};
+    std::set<std::string> names = {"x"};
+    std::optional<double> discount = 0.25;
+    std::optional<double> nothing;
+    std::optional<Bin> spare = Bin{};
+    std::optional<Bin> noSpare;
+    std::unique_ptr<Bin> owned = std::make_unique<Bin>();
+    std::shared_ptr<std::vector<double>> shared = std::make_shared<std::vector<double>>(3, 6.5);
+    std::optional<std::map<std::string, kelm::int32>> more = std::map<std::string, kelm::int32>{{"k", 12}};
+    std::unique_ptr<std::vector<std::unique_ptr<double>>> deep =
+        std::make_unique<std::vector<std::unique_ptr<double>>>(2);
+    std::array<std::optional<kelm::int32>, 2> pair = {1, std::nullopt};
+    std::variant<kelm::int32, Bin> either = Bin{};
+    std::pair<kelm::int32, double> both = {1, 2.5};
+    const std::vector<double> fixed = {1};
+    std::vector<double> checked = {1, 2};
+};
+
+inline bool HasElements(const std::vector<double>& list)
+{
+    return !list.empty() && list[0] > 0;
+}
+
+} // namespace door
+
+KELM_DESCRIBE(door::Bin, name, weight, count, inner)
+KELM_CLASS(door::Stock, KELM_MODEL(bins), KELM_MODEL(flags), KELM_MODEL(table), KELM_MODEL(rates), KELM_MODEL(byName),
+           KELM_MODEL(lists), KELM_MODEL(byNumber), KELM_MODEL(small), KELM_MODEL(byColour), KELM_MODEL(byFloat),
+           KELM_MODEL(names), KELM_MODEL(discount), KELM_MODEL(nothing), KELM_MODEL(spare), KELM_MODEL(noSpare),
+           KELM_MODEL(owned), KELM_MODEL(shared), KELM_MODEL(more), KELM_MODEL(deep), KELM_MODEL(pair),
+           KELM_MODEL(either), KELM_MODEL(both), KELM_MODEL(fixed), KELM_MODEL(checked).Check(door::HasElements))
 
 namespace kelm
 {
@@ -142,8 +205,8 @@ const PathErrorRow s_pathErrors[] = {
     {".lines[99999999999]", ErrorKind::Range, "Value 99999999999 is out of range of int32", 8, "^~~~~~~~~~~"},
     {".lines[0", ErrorKind::Syntax, "Expected ] when read end of text", 9, "^"},
     {".lines.item", ErrorKind::Type, ". not available on list of door::Line", 8, "^~~~"},
-    {".tiny.x", ErrorKind::Type, ". not available on integer", 7, "^"},
-    {".tiny[0]", ErrorKind::Type, "[] not available on integer", 8, "^"},
+    {".tiny.x", ErrorKind::Type, ". not available on int64", 7, "^"},
+    {".tiny[0]", ErrorKind::Type, "[] not available on int64", 8, "^"},
     {"tiny", ErrorKind::Syntax, "Expected end of text when read tiny", 1, "^~~~"},
     {".", ErrorKind::Syntax, "Expected identifier when read end of text", 2, "^"},
     {".tiny tiny", ErrorKind::Syntax, "Expected end of text when read tiny", 7, "^~~~"},
@@ -273,6 +336,153 @@ TEST_F(Fields, AreThereOrNot)
     EXPECT_FALSE(Has(m_order, ".rates['USD']"));
     EXPECT_THROW(Has(m_order, ".lines["), Error);
     EXPECT_THROW(Has(m_order, ".tiny.x"), Error);
+}
+
+// --- of the standard library's types
+
+struct StandardRow
+{
+    std::string m_path;
+    std::string m_got; // as a double, or why not
+    std::string m_set; // the same after 3 has been set
+};
+
+// Values go another way than numbers.
+const StandardRow s_standardRows[] = {
+    {".bins[1].weight", "1.500000", "3.000000"},
+    {".bins [ 0x1 ] . count", "2.000000", "3.000000"},
+    {".bins[2].weight", "Range Vector index 2 out of range", "Range Vector index 2 out of range"},
+    {".bins[-1].weight", "Range Vector index -1 out of range", "Range Vector index -1 out of range"},
+    {".bins['a'].weight", "Type Expected int32 when read 'a'", "Type Expected int32 when read 'a'"},
+    {".bins[1].name", "Type No implicit conversion from value  to float64",
+     "Type No implicit conversion from value 3 to string"},
+    {".bins[1]", "Type No implicit conversion from value of door::Bin to float64",
+     "Type No implicit conversion from value 3 to door::Bin"},
+    {".bins.weight", "Type . not available on list of door::Bin", "Type . not available on list of door::Bin"},
+    {".bins[0].inner[0].weight", "Range Vector index 0 out of range", "Range Vector index 0 out of range"},
+    {".flags[0]", "Type No implicit conversion from value true to float64",
+     "Type No implicit conversion from value 3 to bool"},
+    {".table[0][1]", "2.000000", "3.000000"},
+    {".table[1][1]", "Range Vector index 1 out of range", "Range Vector index 1 out of range"},
+    {".rates['EUR']", "1.500000", "3.000000"},
+    {".rates [ \"EUR\" ] ", "1.500000", "3.000000"},
+    {".rates[\"E\\x55R\"]", "1.500000", "3.000000"},
+    {".rates['a key of more than fifteen characters']", "4.000000", "3.000000"},
+    {".rates['\xC3\xA4']", "5.000000", "3.000000"},
+    {".rates[EUR]", "1.500000", "3.000000"},
+    {".rates['USD']", "Range Key USD is not there", "3.000000"},
+    {".rates[5]", "Type No implicit conversion from value 5 to string",
+     "Type No implicit conversion from value 5 to string"},
+    {".rates['EUR'", "Syntax Expected ] when read end of text", "Syntax Expected ] when read end of text"},
+    {".byName['a'].count", "2.000000", "3.000000"},
+    {".byName['b'].count", "Range Key b is not there", "Range Key b is not there"},
+    {".lists['primes'][2]", "5.000000", "3.000000"},
+    {".byNumber[-7].weight", "1.500000", "3.000000"},
+    {".byNumber[0x10].weight", "1.500000", "3.000000"},
+    {".byNumber[8].weight", "Range Key 8 is not there", "Range Key 8 is not there"},
+    {".byNumber[4294967289].weight", "Range Value 4294967289 is out of range of int32",
+     "Range Value 4294967289 is out of range of int32"},
+    {".small[200]", "8.000000", "3.000000"},
+    {".small[-56]", "Range Value -56 is out of range of uint8", "Range Value -56 is out of range of uint8"},
+    {".small[1]", "Range Key 1 is not there", "3.000000"},
+    {".byColour[DEEP_BLUE]", "9.000000", "3.000000"},
+    {".byColour['DEEP_BLUE']", "9.000000", "3.000000"},
+    {".byFloat[0.5]", "10.000000", "3.000000"},
+    {".discount", "0.250000", "3.000000"},
+    {".nothing", "Range null dereference", "3.000000"},
+    {".spare.count", "2.000000", "3.000000"},
+    {".noSpare.count", "Range null dereference", "Range null dereference"},
+    {".owned.weight", "1.500000", "3.000000"},
+    {".shared[2]", "6.500000", "3.000000"},
+    {".more['k']", "12.000000", "3.000000"},
+    {".deep[1]", "Range null dereference", "3.000000"},
+    {".pair[0]", "1.000000", "3.000000"},
+    {".pair[1]", "Range null dereference", "3.000000"},
+    {".either.weight", "1.500000", "3.000000"},
+    {".both[1]", "2.500000", "3.000000"},
+    {".fixed[0]", "1.000000", "Type Can't assign to const float64"},
+    {".checked[0]", "1.000000", "3.000000"},
+};
+
+std::string ShownWithKind(const Error& error)
+{
+    constexpr std::string_view kinds[] = {"Syntax", "Name", "Type", "Range", "Check"};
+    return std::string(kinds[static_cast<std::size_t>(error.GetKind())]) + " " + error.GetMessage();
+}
+
+TEST(StandardFields, AreReachedAlikeInEveryWay)
+{
+    for (const StandardRow& row : s_standardRows)
+        for (const std::string comment : {"", "/**/"})
+        {
+            const std::string path = comment + row.m_path;
+            door::Stock stock;
+            const Result<double> before = TryGet<double>(stock, path);
+            EXPECT_EQ(before ? Shown(before) : ShownWithKind(before.GetError()), row.m_got) << path;
+            if (!before)
+            {
+                const Error error = TryGet<double>(stock, row.m_path).GetError();
+                EXPECT_EQ(before.GetError().GetColumn(), error.GetColumn() + std::ssize(comment)) << path;
+            }
+            const std::string text = Write(stock);
+            const Result<void> set = comment.empty() ? TrySet(stock, path, 3) : TrySet(stock, path, Value(3));
+            EXPECT_EQ(set ? Shown(TryGet<double>(stock, row.m_path)) : ShownWithKind(set.GetError()), row.m_set)
+                << path;
+            EXPECT_EQ(Write(stock) == text, !set || row.m_got == row.m_set) << path;
+            EXPECT_TRUE(!before || Has(stock, path)) << path;
+        }
+}
+
+TEST(StandardFields, AreCheckedWhereverTheyAreSet)
+{
+    door::Stock stock;
+    EXPECT_EQ(TrySet(stock, ".checked[0]", -1).GetError().GetMessage(),
+              "Member 'checked' of class door::Stock refuses -1");
+    EXPECT_EQ(TrySet(stock, ".checked", std::vector<double>()).GetError().GetKind(), ErrorKind::Check);
+    EXPECT_EQ(stock.checked, (std::vector<double>{1, 2}));
+    Set(stock, ".checked", std::vector<double>{5});
+    EXPECT_EQ((Get<std::vector<double>>(stock, ".checked")), std::vector<double>{5});
+}
+
+TEST(StandardFields, AreGotAsWhatTheyAre)
+{
+    door::Stock stock;
+    stock.bins[1].name = "nails";
+    EXPECT_EQ(Get<std::string>(stock, ".bins[1].name"), "nails");
+    Set(stock, ".bins[1].name", "a name of more than fifteen characters");
+    EXPECT_EQ(Get<std::string>(stock, ".bins[1].name"), stock.bins[1].name);
+    EXPECT_EQ(Get<std::optional<double>>(stock, ".discount"), 0.25);
+    EXPECT_EQ(Get<std::optional<double>>(stock, ".nothing"), std::nullopt);
+    Set(stock, ".discount", std::nullopt);
+    EXPECT_EQ(stock.discount, std::nullopt);
+    EXPECT_EQ((Get<std::map<unsigned char, double>>(stock, ".small")), stock.small);
+    EXPECT_EQ(Get<int>(stock, ".bins[0].count"), 2);
+}
+
+TEST(StandardFields, SayWhichNameOfAnEnumeratorIsUnknown)
+{
+    door::Stock stock;
+    const auto expect = [](const Error& error)
+    {
+        EXPECT_STREQ(error.what(), "<text>:1:11: error: Unknown member 'DEEP_BLU' of enum door::Colour; did you mean "
+                                   "DEEP_BLUE?\n.byColour[DEEP_BLU]\n          ^~~~~~~~");
+        EXPECT_EQ(error.GetKind(), ErrorKind::Name);
+    };
+    expect(TryGet<double>(stock, ".byColour[DEEP_BLU]").GetError());
+    expect(TrySet(stock, ".byColour[DEEP_BLU]", 1).GetError());
+}
+
+TEST(StandardFields, TakeWholeObjectsOfValues)
+{
+    door::Stock stock;
+    const door::Bin bin{"new", 7, 8, {}};
+    Set(stock, ".bins[0]", Value(bin));
+    EXPECT_EQ(stock.bins[0].name, "new");
+    Set(stock, ".noSpare", Value(bin));
+    EXPECT_EQ(stock.noSpare->weight, 7);
+    Set(stock, ".byName['b']", Value(bin));
+    EXPECT_EQ(stock.byName["b"].count, 8);
+    EXPECT_EQ(TrySet(stock, ".table", Value(bin)).GetError().GetKind(), ErrorKind::Type);
 }
 
 } // namespace

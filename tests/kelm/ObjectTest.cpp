@@ -6,6 +6,33 @@
 
 #include <string>
 
+namespace door
+{
+
+struct Body
+{
+    double mass = 1;
+};
+struct Planet : Body
+{
+    kelm::xstring name;
+};
+struct Star
+{
+    int brightness = 1;
+};
+struct Sun : Star, Planet
+{
+    int spots = 2;
+};
+
+} // namespace door
+
+KELM_DESCRIBE(door::Body, mass)
+KELM_DESCRIBE(door::Planet, Body, name)
+KELM_DESCRIBE(door::Star, brightness)
+KELM_DESCRIBE(door::Sun, Star, Planet, spots)
+
 namespace kelm
 {
 
@@ -49,6 +76,20 @@ TEST_F(Objects, AreCheckedWhereTheyAreTakenForAnother)
         EXPECT_EQ(e.GetKind(), ErrorKind::Type);
         EXPECT_STREQ(e.what(), "error: the object is a door::Circle and no door::Shape");
     }
+}
+
+TEST_F(Objects, AreTheirBasesToo)
+{
+    Register<door::Sun>();
+    const Object sun = Read<Object>("door::Sun { mass = 7 name = 'Sol' brightness = 3 }");
+    EXPECT_TRUE(sun.Is<door::Sun>() && sun.Is<door::Star>() && sun.Is<door::Planet>() && sun.Is<door::Body>());
+    EXPECT_EQ(sun.As<door::Body>().mass, 7);
+    EXPECT_EQ(sun.As<door::Planet>().name, "Sol");
+    EXPECT_EQ(sun.As<door::Star>().brightness, 3);
+    EXPECT_EQ(&sun.As<door::Body>(), static_cast<door::Body*>(&sun.As<door::Sun>()));
+    EXPECT_FALSE(sun.Is<Circle>());
+    EXPECT_THROW(sun.As<Circle>(), Error);
+    EXPECT_FALSE(Read<Object>("door::Planet {}").Is<door::Sun>());
 }
 
 TEST_F(Objects, OfNothing)

@@ -551,6 +551,49 @@ TEST(Structs, FieldsAreVisited)
 static_assert(!HoldsHandles<Order> && !HoldsHandles<Part>);
 static_assert(HoldsHandles<std::vector<std::optional<ptr<IObject>>>>);
 
+// --- values that their types refuse
+
+struct RefusedRow
+{
+    const char* m_text;
+    ErrorKind m_kind;
+    const char* m_what;
+};
+
+TEST(Structs, SayWhereAValueIsThatItsTypeRefuses)
+{
+    const RefusedRow rows[] = {
+        {"{ timeout = '9999999999999999999h' }", ErrorKind::Range,
+         "<text>:1:13: error: Value '9999999999999999999h' is out of range of duration\n"
+         "{ timeout = '9999999999999999999h' }\n            ^~~~~~~~~~~~~~~~~~~~~~"},
+        {"{ timeout = '-9999999999999h' }", ErrorKind::Range,
+         "<text>:1:13: error: Value '-9999999999999h' is out of range of duration\n"
+         "{ timeout = '-9999999999999h' }\n            ^~~~~~~~~~~~~~~~~"},
+        {"{ timeout = '0.5us' }", ErrorKind::Type,
+         "<text>:1:13: error: Expected duration when read '0.5us'\n{ timeout = '0.5us' }\n            ^~~~~~~"},
+        {"{ timeout = '5' }", ErrorKind::Type,
+         "<text>:1:13: error: Expected duration when read '5'\n{ timeout = '5' }\n            ^~~"},
+    };
+    for (const RefusedRow& row : rows)
+    {
+        const Error error = TryRead<shop::Order>(row.m_text).GetError();
+        EXPECT_STREQ(error.what(), row.m_what);
+        EXPECT_EQ(error.GetKind(), row.m_kind) << row.m_text;
+    }
+    shop::Order order;
+    const auto set = [&](const char* text) { return TrySet(order, ".timeout", text).GetError(); };
+    EXPECT_STREQ(set("9999999999999999999h").what(), "<text>:1:2: error: Value 9999999999999999999h is out of range of "
+                                                     "duration\n.timeout\n ^~~~~~~");
+    EXPECT_EQ(set("9999999999999999999h").GetKind(), ErrorKind::Range);
+    EXPECT_EQ(set("0.5us").GetKind(), ErrorKind::Type);
+    EXPECT_EQ(set("h").GetKind(), ErrorKind::Type);
+    const Error error = TryRead<shop::Sheet>("{\n title = '\xFFz' }").GetError();
+    EXPECT_STREQ(error.what(), "<text>:2:10: error: the text of a 16-bit string is not UTF-8\n"
+                               " title = '\xEF\xBF\xBDz' }\n         ^~~~");
+    EXPECT_EQ(error.GetKind(), ErrorKind::Type);
+    EXPECT_EQ(error.GetFieldPath(), ".title");
+}
+
 } // namespace
 
 } // namespace kelm
