@@ -30,7 +30,14 @@ bench_packages=(libbenchmark-dev nlohmann-json3-dev libluajit-5.1-dev liblua5.4-
                 jq luajit lua5.4 mawk)
 docs_packages=(chromium chromium-driver doxygen mkdocs mkdocs-material python3-railroad-diagrams python3-selenium)
 package_packages=(dpkg-dev file gzip lintian mmdebstrap)
+matrix_packages=(clang-14 clang-19)
+arm64_packages=(g++-aarch64-linux-gnu qemu-user)
 peer_packages=(clang-19 libc++-19-dev libc++abi-19-dev)
+
+# debian_sources: the file that says where this system's packages come from.
+debian_sources() {
+    [ -s /etc/apt/sources.list ] && echo /etc/apt/sources.list || echo /etc/apt/sources.list.d/debian.sources
+}
 
 # build PRESET [TARGET...]: configures and builds build/PRESET, quietly unless it fails.
 build() {

@@ -6,12 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
 #include <functional>
 
 #include <alloca.h>
 #include <pthread.h>
+#include <unistd.h>
 
 namespace kelm
 {
@@ -47,12 +49,13 @@ namespace kelm
     block[0] = 1;
 }
 
-// Starts a thread whose stack has `stackSize` bytes.
+// Starts a thread whose stack has `stackSize` bytes, or the least that the system allows.
 inline pthread_t StartThread(std::size_t stackSize, void* (*run)(void*), void* context)
 {
     pthread_attr_t attributes;
     EXPECT_EQ(pthread_attr_init(&attributes), 0);
-    EXPECT_EQ(pthread_attr_setstacksize(&attributes, stackSize), 0);
+    const auto least = static_cast<std::size_t>(sysconf(_SC_THREAD_STACK_MIN));
+    EXPECT_EQ(pthread_attr_setstacksize(&attributes, std::max(stackSize, least)), 0);
     pthread_t thread{};
     EXPECT_EQ(pthread_create(&thread, &attributes, run, context), 0);
     pthread_attr_destroy(&attributes);
