@@ -336,7 +336,7 @@ int CheckAll(const Options& options, Form form)
         if (!findings.m_isRight)
             exitCode = EXIT_FAILED;
         if (progress)
-            progress->Tell(++numDone, options.m_files.size());
+            Progress::Tell(++numDone, options.m_files.size());
         CollectGarbage();
     }
     form.End();

@@ -162,7 +162,7 @@ public:
         Progress progress("each element");
         for (int64 i = 0; i < length; ++i)
         {
-            progress.Tell(static_cast<std::size_t>(i), static_cast<std::size_t>(length));
+            Progress::Tell(static_cast<std::size_t>(i), static_cast<std::size_t>(length));
             if (!EvaluateElement(element.Evaluate(i), i))
                 m_hasFailed = true;
         }
