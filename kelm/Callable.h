@@ -32,6 +32,7 @@ struct Callable
     bool (*m_call)(void* function, CallFrame& frame) = nullptr;
     // Of a function of nothing but float64s that gives one, the same where all arguments are floats.
     float64 (*m_ofFloats)(void* function, const Slot* arguments) = nullptr;
+    void (*m_address)() = nullptr; // of such a function of one or two, where it is no more than that
     void (*m_destroy)(void* function) noexcept = nullptr;
     void* m_function = nullptr;
     int32 m_min = 0;            // so many arguments,
@@ -271,7 +272,12 @@ Callable MakeCallable(F function)
     if constexpr (areParameters && s_isResult<R>)
         callable.m_call = Caller<F, R, Ps...>::Call;
     if constexpr (sizeof...(Ps) > 0 && (std::same_as<Ps, float64> && ...) && std::same_as<R, float64>)
+    {
         callable.m_ofFloats = Caller<F, R, Ps...>::CallOfFloats;
+        using Address = R (*)(Ps...);
+        if constexpr (sizeof...(Ps) <= 2 && std::is_convertible_v<F, Address>)
+            callable.m_address = reinterpret_cast<void (*)()>(static_cast<Address>(function));
+    }
     callable.m_destroy = [](void* f) noexcept { delete static_cast<F*>(f); };
     callable.m_min = List::s_count;
     callable.m_max = List::s_isVariadic ? -1 : List::s_count;

@@ -71,10 +71,11 @@ Error ErrorOf(const Machine& machine)
     return MakeError(machine.m_program->m_text, machine.m_failure, machine.m_failedPlace);
 }
 
-bool TryRun(const Evaluation& evaluation, const Receiver& receiver, std::optional<Error>& error)
+bool TryRun(const Program& program, const Record* const* records, const Scope* scope, const Slot* arguments,
+            const Receiver& receiver, std::optional<Error>& error)
 {
-    Machine machine(evaluation, receiver);
-    if (machine.Run()) [[likely]]
+    Machine machine(program, records, scope, arguments);
+    if (machine.Run() && machine.Deliver(receiver)) [[likely]]
         return true;
     error = ErrorOf(machine);
     return false;
@@ -113,7 +114,7 @@ bool EvaluateText(std::string_view text, const Scope* scope, Language language, 
     Failure failure;
     std::size_t place = 0;
     if (RecordText(program, scope, true, false, nullptr, failure, place) != Recorded::Refused) [[likely]]
-        return TryRun({&program, program.m_records.data(), nullptr, scope, nullptr}, receiver, error);
+        return TryRun(program, program.m_records.data(), scope, nullptr, receiver, error);
     error = MakeError(text, failure, place);
     return false;
 }
@@ -125,12 +126,17 @@ using namespace evaluation; // NOLINT
 namespace
 {
 
+struct TypedProgram;
+using FloatWay = float64 (*)(const TypedProgram& typed, const Scope* scope, const Slot* arguments);
+
 // A program for one scope as it was, and parameters of certain types.
 struct TypedProgram
 {
     ScopeState m_state;
     std::vector<ParameterType> m_types;
     TypedProgram* m_next;
+    FloatWay m_ofFloat = nullptr;       // where it has no parameters, the expression a scope, and that none outward
+    FloatWay m_withArguments = nullptr; // where it takes the arguments
     Program m_program;
     std::unique_ptr<Program> m_general; // for the same scope, where that is not what the expression was made with
 
@@ -141,11 +147,7 @@ struct TypedProgram
         m_program.m_state = &m_state;
     }
 
-    Evaluation GetEvaluation(const Program& generalForm, const Scope* scope, const Slot* arguments) const
-    {
-        return {&m_program, m_program.m_records.data(), m_general != nullptr ? m_general.get() : &generalForm, scope,
-                arguments};
-    }
+    void FindFloatWays(bool hasScope);
 
     // Places in what an argument holds are made by the general form, which holds it too.
     bool CanTake(const Slot* arguments) const { return m_program.m_places.size() == 0 || !IsAnyHeld(arguments); }
@@ -166,6 +168,55 @@ struct TypedProgram
 };
 
 } // namespace
+
+// --- A float for whoever asks for one
+
+float64 FloatOfVariable(const TypedProgram& typed, const Scope*, const Slot*)
+{
+    return *static_cast<const float64*>(typed.m_program.m_ops[0].m_left);
+}
+
+[[gnu::cold, gnu::noinline]] float64 FloatOfSlot(Machine& machine)
+{
+    float64 x = 0.0;
+    if (!machine.Deliver({Receive<float64>, &x}))
+        ThrowErrorOf(machine);
+    return x;
+}
+
+template <Kind Result>
+float64 FloatOfProgram(const TypedProgram& typed, const Scope* scope, const Slot* arguments)
+{
+    const Program& program = typed.m_program;
+    if (!Machine::FitsRoom(program))
+        __builtin_unreachable(); // FindFloatWay
+    Machine machine(program, program.m_records.data(), scope, arguments);
+    if (!machine.Run()) [[unlikely]]
+        ThrowErrorOf(machine);
+    if (machine.m_program != &program) [[unlikely]]
+        return FloatOfSlot(machine);
+    return Result == Kind::Float ? machine.m_float : static_cast<float64>(machine.m_integer);
+}
+
+// Null where the value may be no number, or there is more to do.
+FloatWay FindFloatWay(const Program& program)
+{
+    if (!Machine::FitsRoom(program))
+        return nullptr;
+    const bool isFloat = program.m_result == Kind::Float;
+    if (isFloat && program.m_ops.size() == 2 && program.m_ops[0].m_step == LoadStep(FT_FLOAT64))
+        return FloatOfVariable;
+    return isFloat                             ? FloatOfProgram<Kind::Float>
+           : program.m_result == Kind::Integer ? FloatOfProgram<Kind::Integer>
+                                               : nullptr;
+}
+
+void TypedProgram::FindFloatWays(bool hasScope)
+{
+    const FloatWay way = FindFloatWay(m_program);
+    m_ofFloat = m_types.empty() && !m_state.HasOuter() && hasScope ? way : nullptr;
+    m_withArguments = way;
+}
 
 // The general form, and typed ones for what it has been evaluated with: the first few, which stay for good, so that any
 // number of evaluations may go on in them.
@@ -225,7 +276,7 @@ struct Expression::Kept
         }
         if (const TypedProgram* const typed = FindTyped(scope, arguments))
         {
-            TryRun(typed->GetEvaluation(m_general, scope, arguments), receiver, error);
+            TryRun(typed->m_program, typed->m_program.m_records.data(), scope, arguments, receiver, error);
             return;
         }
         const Record* const* records = m_general.m_records.data();
@@ -242,7 +293,7 @@ struct Expression::Kept
                 return ExecuteAnew(scope, arguments, receiver, error);
             records = found;
         }
-        TryRun({&m_general, records, nullptr, scope, arguments}, receiver, error);
+        TryRun(m_general, records, scope, arguments, receiver, error);
     }
 
     // Whatever is not commonest.
@@ -296,7 +347,7 @@ private:
         if (RecordFor(program, scope, failure, place) == Recorded::Refused)
             error = MakeError(m_text, failure, place);
         else
-            TryRun({&program, program.m_records.data(), nullptr, scope, arguments}, receiver, error);
+            TryRun(program, program.m_records.data(), scope, arguments, receiver, error);
     }
 
     // The general form for another scope.
@@ -327,13 +378,16 @@ private:
             m_hasTypedForm = false;
         if (recorded != Recorded::AsAsked)
             return nullptr;
+        program.m_general = &m_general;
         if (!m_state.Is(scope))
         {
             typed->m_general = std::make_unique<Program>();
+            program.m_general = typed->m_general.get();
             if (RecordFor(*typed->m_general, scope, failure, place) == Recorded::Refused)
                 return nullptr;
         }
         typed->m_next = m_typed.load(std::memory_order_relaxed);
+        typed->FindFloatWays(m_scope != nullptr);
         m_typed.store(typed.get(), std::memory_order_release);
         const TypedProgram* const made = typed.release();
         return made->CanTake(arguments) ? made : nullptr;
@@ -388,9 +442,36 @@ void Expression::Execute(const Scope* scope, const Slot* arguments, std::size_t 
     if (newest == nullptr || numArguments != kept.m_parameters.size() || !newest->IsFor(scope, arguments) ||
         !newest->CanTake(arguments)) [[unlikely]]
         return kept.Execute(scope, arguments, numArguments, receiver);
-    Machine machine(newest->GetEvaluation(kept.m_general, scope, arguments), receiver);
-    if (!machine.Run()) [[unlikely]]
+    Machine machine(newest->m_program, newest->m_program.m_records.data(), scope, arguments);
+    if (!machine.Run() || !machine.Deliver(receiver)) [[unlikely]]
         ThrowErrorOf(machine);
+}
+
+float64 Expression::ExecuteFloat() const
+{
+    const Kept& kept = *m_kept;
+    const TypedProgram* const newest = kept.FindNewest();
+    if (newest != nullptr && newest->m_ofFloat != nullptr &&
+        ScopeAccess::VersionOf(*kept.m_scope) == newest->m_state.GetVersion()) [[likely]]
+        return newest->m_ofFloat(*newest, kept.m_scope, nullptr);
+    return ExecuteAsFloat(nullptr, 0);
+}
+
+float64 Expression::ExecuteFloat(const Slot* arguments, std::size_t numArguments) const
+{
+    const Kept& kept = *m_kept;
+    const TypedProgram* const newest = kept.FindNewest();
+    if (newest != nullptr && newest->m_withArguments != nullptr && numArguments == newest->m_types.size() &&
+        newest->IsFor(kept.m_scope, arguments) && newest->CanTake(arguments)) [[likely]]
+        return newest->m_withArguments(*newest, kept.m_scope, arguments);
+    return ExecuteAsFloat(arguments, numArguments);
+}
+
+float64 Expression::ExecuteAsFloat(const Slot* arguments, std::size_t numArguments) const
+{
+    float64 x = 0.0;
+    Execute(nullptr, arguments, numArguments, {Receive<float64>, &x});
+    return x;
 }
 
 void Expression::TryExecute(const Scope* scope, const Slot* arguments, std::size_t numArguments,

@@ -195,6 +195,16 @@ private:
     T EvaluateWith(const Scope* scope, Args&&... arguments) const
     {
         T result{};
+        if constexpr (std::is_same_v<T, double>)
+            if (scope == nullptr)
+            {
+                if constexpr (sizeof...(Args) == 0)
+                    return ExecuteFloat();
+                WithArguments([&](const evaluation::Slot* slots, std::size_t count)
+                              { result = ExecuteFloat(slots, count); },
+                              std::forward<Args>(arguments)...);
+                return result;
+            }
         WithArguments(
             [&](const evaluation::Slot* slots, std::size_t count) {
                 Execute(scope, slots, count, {evaluation::Receive<T>, &result});
@@ -226,7 +236,10 @@ private:
             evaluate(slots, sizeof...(Args));
         }
     }
-    // Throws the error where there is one.
+    // These throw the error where there is one.
+    float64 ExecuteFloat() const;
+    float64 ExecuteFloat(const evaluation::Slot* arguments, std::size_t numArguments) const;
+    float64 ExecuteAsFloat(const evaluation::Slot* arguments, std::size_t numArguments) const;
     void Execute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,
                  const evaluation::Receiver& receiver) const;
     void TryExecute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,

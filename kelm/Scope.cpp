@@ -151,6 +151,7 @@ ScopeState::ScopeState(const Scope* scope) : m_version(ScopeAccess::VersionOf(sc
 {
     while ((scope = ScopeAccess::ParentOf(scope)) != nullptr)
         m_outer.push_back(ScopeAccess::VersionOf(scope));
+    m_hasOuter = !m_outer.empty();
 }
 
 // A scope has the same parent for good.

@@ -42,14 +42,14 @@ const Op* Machine::GoOnGenerally(const Op* call)
         std::size_t& end = m_base[path - 1].m_size;
         const Op* const begin =
             std::find_if(first, call, [&](const Op& op) { return IsPath(op) && op.m_target == end; });
-        end = FindSame(*m_generalForm, first, begin, IsPath).m_target;
+        end = FindSame(*m_program->m_general, first, begin, IsPath).m_target;
     }
-    m_program = m_generalForm;
+    m_program = m_program->m_general;
     std::unique_ptr<const Record*[]>& records = GetRest().m_changedRecords;
     records = std::make_unique<const Record*[]>(m_program->m_names.size());
     FindRecords(*m_program, m_scope, records.get());
     m_records = records.get();
-    return &FindSame(*m_program, first, call, IsCall) + 1;
+    return BackTo(&FindSame(*m_program, first, call, IsCall) + 1);
 }
 
 } // namespace kelm::evaluation

@@ -33,12 +33,17 @@ namespace
 
 // A function is free to change the variables of operands and arguments that wait below its own: these are what they
 // were when their turn came.
-[[gnu::always_inline]] inline void OwnScalars(Slot* first, const Slot* last)
+[[gnu::noinline]] void OwnSomeScalars(Slot* first, const Slot* last)
 {
     for (; first != last; ++first)
         if ((first->m_kind == Kind::Text && first->m_holder == nullptr) ||
             (first->m_kind == Kind::Place && !first->m_stays)) [[unlikely]]
             OwnScalar(*first);
+}
+[[gnu::always_inline]] inline void OwnScalars(Slot* first, const Slot* last)
+{
+    if (first != last)
+        OwnSomeScalars(first, last);
 }
 
 // A part of an object that only the call kept alive goes on to be kept.
@@ -506,6 +511,7 @@ bool Machine::GoOnBehindPath(const Op*& op)
     m_rest->m_path = path[-1].m_integer;
     op = GetOp(path[-1].m_size);
     path[-1].Set(false);
+    m_failure.m_details = nullptr;
     return true;
 }
 
@@ -514,7 +520,7 @@ bool Machine::GoOnBehindPath(const Op*& op)
 const Op* Machine::Failed(const Op* op)
 {
     if (GoOnBehindPath(op))
-        return op;
+        return BackTo(op);
     if (m_failedPlace == s_noPlace)
         m_failedPlace = op->GetPlace();
     return nullptr;
@@ -523,7 +529,7 @@ const Op* Machine::Failed(const Op* op)
 const Op* Machine::FailAs(bool (Machine::*operation)(const Op&), const Op* op, Slot* top)
 {
     m_top = top;
-    return (this->*operation)(*op) ? op + 1 : Failed(op);
+    return (this->*operation)(*op) ? BackTo(op + 1) : Failed(op);
 }
 
 namespace
@@ -539,9 +545,9 @@ const Op* Do(const Op* op, Machine& machine, Slot* top, int64, float64)
 }
 
 // Whether what names stand for has changed since a typed program was recorded.
-bool HasScopeChanged(const Machine& machine)
+[[gnu::always_inline]] inline bool HasScopeChanged(const Machine& machine)
 {
-    return !machine.m_program->m_state->Is(machine.m_scope);
+    return !machine.m_program->m_state->Is(*machine.m_scope);
 }
 
 // A call, which may change that.
@@ -616,6 +622,41 @@ const Op* CallOfFloats(const Op* op, Machine& machine, Slot* top, int64, float64
     return GoOnAt(op + 1, machine, arguments, 0, result);
 }
 
+// By its address.
+template <int Size, class... Floats>
+[[gnu::always_inline]] inline const Op* CallAddress(const Op* op, const void* address, Machine& machine, Slot* top,
+                                                    Floats... arguments)
+{
+    const auto function = reinterpret_cast<float64 (*)(Floats...)>(const_cast<void*>(address));
+    float64 result = 0.0;
+    {
+        const ScopeAccess::Running running;
+        result = function(arguments...);
+    }
+    if (HasScopeChanged(machine)) [[unlikely]]
+    {
+        top->Set(result);
+        machine.m_top = top + 1;
+        return machine.GoOnGenerally(op);
+    }
+    return GoOnAt(op + Size, machine, top, 0, result);
+}
+
+const Op* CallOfRegister(const Op* op, Machine& machine, Slot* top, int64, float64 f)
+{
+    machine.m_top = top;
+    OwnScalars(machine.m_base, top);
+    return CallAddress<1>(op, op->m_left, machine, top, f);
+}
+
+const Op* CallOfTwo(const Op* op, Machine& machine, Slot* top, int64, float64)
+{
+    machine.m_top = top;
+    OwnScalars(machine.m_base, top);
+    return CallAddress<2>(op, op->m_left, machine, top, *static_cast<const float64*>(op[1].m_left),
+                          *static_cast<const float64*>(op[1].m_right));
+}
+
 const Op* Jump(const Op* op, Machine& machine, Slot* top, int64 i, float64 f)
 {
     return GoOnAt(machine.GetOp(op->m_target), machine, top, i, f);
@@ -644,7 +685,7 @@ const Op* DoList(const Op* op, Machine& machine, Slot* top, int64, float64)
     machine.m_top = top;
     if (!(machine.*Operation)(*op, hasElement)) [[unlikely]]
         return machine.Failed(op);
-    return hasElement == IsBegin ? op + 1 : machine.GetOp(op->m_target);
+    return machine.BackTo(hasElement == IsBegin ? op + 1 : machine.GetOp(op->m_target));
 }
 
 const Op* Pause(const Op* op, Machine& machine, Slot* top, int64 i, float64 f)
@@ -658,8 +699,6 @@ const Op* Pause(const Op* op, Machine& machine, Slot* top, int64 i, float64 f)
 const Op* End(const Op*, Machine& machine, Slot* top, int64, float64)
 {
     machine.m_top = top;
-    machine.m_failedPlace = 0;
-    machine.m_isDone = machine.m_receiver.m_receive(top[-1], machine.m_receiver.m_out, machine.m_failure);
     return nullptr;
 }
 
@@ -792,6 +831,15 @@ constexpr BinarySteps s_stepsOf[] = {BinarySteps(Language::Natural), BinarySteps
 Step BinaryStepOf(Language language, EToken token)
 {
     return s_stepsOf[static_cast<std::size_t>(language)].m_steps[IndexOfToken(token)];
+}
+
+Step CallOfRegisterStep()
+{
+    return CallOfRegister;
+}
+Step CallOfTwoStep()
+{
+    return CallOfTwo;
 }
 
 Step CallStep(const Callable& function, bool areFloats)

@@ -17,16 +17,6 @@
 namespace kelm::evaluation
 {
 
-// What is evaluated, of what.
-struct Evaluation
-{
-    const Program* m_program;
-    const Record* const* m_records; // of its names, in the scope
-    const Program* m_generalForm;   // of a typed program
-    const Scope* m_scope;
-    const Slot* m_parameters;
-};
-
 // What the names of a program stand for in a scope.
 void FindRecords(const Program& program, const Scope* scope, const Record** records);
 
@@ -36,23 +26,25 @@ void FindRecords(const Program& program, const Scope* scope, const Record** reco
     return op->m_step(op, machine, top, i, f);
 }
 
-// One evaluation. Slots from m_base to m_top are alive, whenever something is called that can throw. The functions that
-// are general operations take values from the stack's top and leave the result there; they are false where they fail.
+// One evaluation: of a program, with what its names stand for in the scope. Slots from m_base to m_top are alive,
+// whenever something is called that can throw. The functions that are general operations take values from the stack's
+// top and leave the result there; they are false where they fail.
 struct Machine
 {
-    [[gnu::always_inline]] Machine(const Evaluation& evaluation, const Receiver& receiver)
-        : m_program(evaluation.m_program)
-        , m_records(evaluation.m_records)
-        , m_generalForm(evaluation.m_generalForm)
-        , m_scope(evaluation.m_scope)
-        , m_parameters(evaluation.m_parameters)
-        , m_receiver(receiver)
+    [[gnu::always_inline]] Machine(const Program& program, const Record* const* records, const Scope* scope,
+                                   const Slot* parameters)
+        : m_program(&program)
+        , m_records(records)
+        , m_scope(scope)
+        , m_parameters(parameters)
         , m_base(reinterpret_cast<Slot*>(m_room))
         , m_top(m_base)
     {
-        if (m_program->m_depth > s_size - s_spare) [[unlikely]]
-            MakeRoom(m_program->m_depth);
+        if (!FitsRoom(program)) [[unlikely]]
+            MakeRoom(program.m_depth);
     }
+    // Whether it needs no more slots than the machine has within.
+    static bool FitsRoom(const Program& program) { return program.m_depth <= s_size - s_spare; }
     [[gnu::always_inline]] ~Machine()
     {
         while (m_top != m_base)
@@ -61,15 +53,32 @@ struct Machine
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    // False, with why and where, where the expression has no value or the receiver refuses it. What a program's
-    // functions throw passes through.
+    // False, with why and where, where the expression has no value. What a program's functions throw passes through.
     [[gnu::always_inline]] bool Run()
     {
-        const Op* op = GetOp(0);
-        do
-            op = GoOnAt(op, *this, m_top, m_integer, m_float);
-        while (op != nullptr);
-        return m_isDone;
+        const Op* op = GoOnAt(GetOp(0), *this, m_base);
+        while (op != nullptr)
+            [[unlikely]] op = GoOnAt(op, *this, m_top, m_integer, m_float);
+        return m_failure.m_details == nullptr;
+    }
+
+    // Behind that, the value to the receiver, which may refuse it.
+    [[gnu::always_inline]] bool Deliver(const Receiver& receiver)
+    {
+        Slot* result = m_base;
+        switch (m_program->m_result)
+        {
+        case Kind::Bool: result->Set(m_integer != 0); break;
+        case Kind::Integer: result->Set(m_integer); break;
+        case Kind::Float: result->Set(m_float); break;
+        case Kind::None:
+        case Kind::Text:
+        case Kind::Place: result = m_top - 1; break;
+        }
+        if (receiver.m_receive(*result, receiver.m_out, m_failure)) [[likely]]
+            return true;
+        m_failedPlace = 0;
+        return false;
     }
 
     // --- General operations
@@ -118,6 +127,14 @@ struct Machine
 
     const Op* GetOp(std::size_t i) const { return m_program->m_ops.data() + i; }
 
+    // Where Run goes on, with nothing in the registers.
+    const Op* BackTo(const Op* op)
+    {
+        m_integer = 0;
+        m_float = 0.0;
+        return op;
+    }
+
     // The function's first arguments are objects, which its caller does not count. The result is at the top.
     bool Call(const Op& op, const Callable& function, std::string_view name, std::size_t numObjects);
 
@@ -125,18 +142,15 @@ struct Machine
 
     const Program* m_program;
     const Record* const* m_records;
-    const Program* const m_generalForm;
     const Scope* const m_scope;
     const Slot* m_parameters;
-    const Receiver& m_receiver;
     Failure m_failure;
     std::size_t m_failedPlace = s_noPlace;
 
     Slot* m_base;
     Slot* m_top;
-    int64 m_integer = 0; // registers during a Pause
-    float64 m_float = 0.0;
-    bool m_isDone = false;
+    int64 m_integer; // registers during a Pause, and behind the end
+    float64 m_float;
 
 private:
     static constexpr std::size_t s_noPlace = ~std::size_t(0);
@@ -187,5 +201,10 @@ Step BinaryStepOf(Language language, EToken token);
 // The step of a call of a function (m_left, a Record) that takes no Values and whose result is always of a kind, which
 // goes to the register (None: any, which goes to a slot). the operator says whether any argument owns something.
 Step CallStep(const Callable& function, bool areFloats);
+
+// The step of a call of a function of floats by its address (m_left; m_right is the Record): of the register, or of two
+// in memory, where that is said by the operation behind this one, whose operands they are.
+Step CallOfRegisterStep();
+Step CallOfTwoStep();
 
 } // namespace kelm::evaluation

@@ -125,6 +125,43 @@ protected:
         Raise(1);
     }
 
+    // A call of a function of floats that has an address, where its arguments, pushed last, need not be in slots.
+    bool TryCallAddress(const Record* record, std::size_t count, std::size_t place)
+    {
+        const auto address = reinterpret_cast<const void*>(record->m_function.m_address);
+        if (address == nullptr)
+            return false;
+        SmallArray<Op, 48>& ops = m_program->m_ops;
+        const Step pushFloat = PushStep(FT_FLOAT64);
+        if (count == 1 && ops.back().m_step == SpillStep(Kind::Float))
+            ops.Shrink(ops.size() - 1);
+        else if (count == 1 && ops.back().m_step == pushFloat)
+            ops.back().m_step = LoadStep(FT_FLOAT64);
+        else if (count != 2 || ops.size() < 2 || ops.back().m_step != pushFloat ||
+                 ops[ops.size() - 2].m_step != pushFloat)
+            return false;
+        m_depth -= count;
+        m_load = s_noLoad;
+        if (count == 2)
+        {
+            Op& call = ops[ops.size() - 2];
+            Op& operands = ops.back();
+            operands.m_right = operands.m_left;
+            operands.m_left = call.m_left;
+            SetCall(call, CallOfTwoStep(), address, record, place);
+        }
+        else
+            SetCall(Add(nullptr, Code::CallName, TOKEN_END, place), CallOfRegisterStep(), address, record, place);
+        return true;
+    }
+    static void SetCall(Op& call, Step step, const void* address, const Record* record, std::size_t place)
+    {
+        call.m_step = step;
+        call.m_left = address;
+        call.m_right = record;
+        call.m_bits = Op::BitsOf(place, 0, Code::CallName);
+    }
+
     // --- Operands in slots -------------------------------------------------------------------------------------------
 
     static void SetPushed(Operand& operand, Kind kind)

@@ -232,7 +232,9 @@ struct Program
     std::string_view m_text;
     Language m_language = Language::Natural;
     bool m_isTyped = false;
+    Kind m_result = Kind::None;          // what is in the register at the end; None: it is in a slot
     const ScopeState* m_state = nullptr; // of the scope, of a typed program
+    const Program* m_general = nullptr;  // the general form of a typed program
     std::size_t m_depth = 0;             // of the stack
     std::span<const std::string_view> m_parameters;
     SmallArray<Op, 48> m_ops;

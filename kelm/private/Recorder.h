@@ -291,7 +291,10 @@ public:
         if (m_program->m_language == Language::Natural && !e.m_tokens.Is(TOKEN_END))
             e.ThrowUnexpected();
         if (TryToRegister(result))
+        {
+            m_program->m_result = result.m_kind;
             EmitStep(EndStep(result.m_kind), 0);
+        }
         else
         {
             Push(result);
@@ -388,6 +391,8 @@ private:
         const std::size_t count = Arguments(e, kinds);
         if (record != nullptr)
             CheckCall(*record, count, place);
+        if (m_isTyped && kinds.m_areFloats && TryCallAddress(record, count, place))
+            return SetRegister(operand, Kind::Float);
         EmitCall(Code::CallName, use, count, place);
         SetPushed(operand, Kind::None);
         if (!m_isTyped || record->m_function.m_takesValues)

@@ -539,12 +539,13 @@ const Op* SpillPlace(const Op* op, Machine& machine, Slot* top, int64 i, float64
 template <Kind K>
 struct End
 {
-    static const Op* Do(const Op*, Machine& machine, Slot* top, int64 i, float64 f)
+    static const Op* Do(const Op*, Machine& machine, Slot* top, [[maybe_unused]] int64 i, [[maybe_unused]] float64 f)
     {
-        SetSlot<K>(*top, i, f);
         machine.m_top = top;
-        machine.m_failedPlace = 0;
-        machine.m_isDone = machine.m_receiver.m_receive(*top, machine.m_receiver.m_out, machine.m_failure);
+        if constexpr (K == Kind::Float)
+            machine.m_float = f;
+        else
+            machine.m_integer = i;
         return nullptr;
     }
 };

@@ -123,11 +123,16 @@ public:
 
     // Whether it is that of the scope, wherever the scope lies by now.
     bool Is(const Scope* scope) const;
+    bool Is(const Scope& scope) const;
+
+    bool HasOuter() const { return m_hasOuter; }
+    uint64 GetVersion() const { return m_version; }
 
 private:
     bool AreOuter(const Scope* scope) const;
 
     uint64 m_version = 0;
+    bool m_hasOuter = false;
     std::vector<uint64> m_outer;
 };
 
@@ -135,7 +140,8 @@ private:
 struct ScopeAccess
 {
     static void CheckName(std::string_view name);
-    static uint64 VersionOf(const Scope* scope) { return scope != nullptr ? scope->m_names->m_version : 0; }
+    static uint64 VersionOf(const Scope& scope) { return scope.m_names->m_version; }
+    static uint64 VersionOf(const Scope* scope) { return scope != nullptr ? VersionOf(*scope) : 0; }
     static const Scope* ParentOf(const Scope* scope) { return scope != nullptr ? scope->m_names->m_parent : nullptr; }
 
     // While a function of the program, or a resolver, runs on this thread.
@@ -161,7 +167,11 @@ struct ScopeAccess
 
 inline bool ScopeState::Is(const Scope* scope) const
 {
-    return ScopeAccess::VersionOf(scope) == m_version && (m_outer.empty() || AreOuter(scope));
+    return ScopeAccess::VersionOf(scope) == m_version && (!m_hasOuter || AreOuter(scope));
+}
+inline bool ScopeState::Is(const Scope& scope) const
+{
+    return ScopeAccess::VersionOf(scope) == m_version && (!m_hasOuter || AreOuter(&scope));
 }
 
 } // namespace kelm

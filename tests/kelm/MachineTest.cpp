@@ -9,6 +9,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -382,6 +383,160 @@ TEST(Machine, AScopeInThePlaceOfAnotherIsAnotherOne)
         EXPECT_EQ(kept.Evaluate<double>(), 20);
         scope->~Scope();
     }
+}
+
+// Functions that are no more than an address, in a scope that they can change.
+Scope* s_scope = nullptr;
+double s_other = -7.25;
+double One(double x)
+{
+    return x * 2;
+}
+double Two(double x, double y)
+{
+    return x - y;
+}
+double Rebind(double x)
+{
+    s_scope->Bind("x", s_other);
+    return x;
+}
+double RebindTwo(double x, double y)
+{
+    s_scope->Bind("x", s_other).Define("two", [](double a, double b) { return a * b; });
+    return x + y;
+}
+double Throw(double x)
+{
+    throw std::out_of_range(std::to_string(x));
+}
+
+struct Plain
+{
+    Plain() : m_scope(&m_outer)
+    {
+        s_scope = &m_outer;
+        m_outer.Bind("x", m_x).Bind("y", m_y).Bind("n", m_n).Bind("t", m_text).Bind("b", m_isTrue);
+        m_outer.Define("one", One).Define("two", Two).Define("rebind", Rebind).Define("rebindTwo", RebindTwo);
+        m_outer.Define("free", [](double x, double y) { return x + y * 2; }).Define("fail", Throw);
+    }
+
+    double m_x = 1.5;
+    double m_y = 4.0;
+    int m_n = 3;
+    std::string m_text = "text";
+    bool m_isTrue = true;
+    Scope m_outer;
+    Scope m_scope;
+};
+
+template <class F>
+std::string FloatOutcome(const F& evaluate)
+{
+    try
+    {
+        return std::to_string(evaluate());
+    }
+    catch (const Error& e)
+    {
+        return Outcome(e);
+    }
+    catch (const std::out_of_range& e)
+    {
+        return std::string("thrown ") + e.what();
+    }
+}
+
+TEST(Machine, GivesTheSameFloatOnEveryWay)
+{
+    std::string deep = "x";
+    for (int i = 0; i < 20; ++i)
+        deep = "two(y, 1 + two(" + deep + ", x / 2))";
+    for (const std::string& text : std::vector<std::string>{
+             "x",
+             "n",
+             "b",
+             "t",
+             "x + y",
+             "n * 2",
+             "n / 2",
+             "x / (y - 4)",
+             "n / (n - 3)",
+             "x > 1",
+             "'text'",
+             "2.5",
+             "7",
+             "one(x)",
+             "one(x * 2)",
+             "one(2.5)",
+             "one(n)",
+             "one(b)",
+             "two(x, y)",
+             "two(x, 2.0)",
+             "two(x, n)",
+             "two(x + 1, y)",
+             "two(x, y + 1)",
+             "x + two(x, y)",
+             "two(one(x), one(y))",
+             "two(two(x, y), two(y, x))",
+             "free(x, y)",
+             "free(y, x) * free(x, x)",
+             "b ? one(x) : one(y)",
+             "one(x > 1 ? x : y)",
+             "two(b ? x : y, y)",
+             "rebind(x) + x",
+             "x + rebind(x) + x",
+             "two(rebind(x), x)",
+             "x * (rebind(y * 2) - x)",
+             "two(x, y) + rebindTwo(x, y) + two(x, y)",
+             "two(rebindTwo(x, y), x)",
+             "rebind(rebind(x) + x) + x",
+             "1 + fail(x)",
+             "fail(y * 2)",
+             "sqrt(x - 9)",
+             "sin(x) + sqrt(y)",
+             "min(x, y) + max(x, n)",
+             deep,
+             "sum(t, e, 1)",
+             "x + y + x + y + x + y + x + y + x + y + x + y + x + y + x + y + x + y + x + y + x + y + x"})
+        for (const bool isOuter : {true, false})
+        {
+            const auto with = [&](const auto& evaluate)
+            {
+                const Plain plain;
+                return FloatOutcome([&] { return evaluate(isOuter ? plain.m_outer : plain.m_scope); });
+            };
+            const std::string expected = with([&](const Scope& scope) { return Evaluate<double>(text, scope); });
+            EXPECT_EQ(with([&](const Scope& scope) { return Expression(text, scope).Evaluate<double>(); }), expected)
+                << text;
+            EXPECT_EQ(with([&](const Scope& scope) { return *Expression(text, scope).TryEvaluate<double>(); }),
+                      expected)
+                << text;
+            EXPECT_EQ(with([&](const Scope& scope) { return Expression(text, scope).Evaluate<double>(scope); }),
+                      expected)
+                << text;
+            EXPECT_EQ(with([&](const Scope& scope) { return Expression(text).Evaluate<double>(scope); }), expected)
+                << text;
+            EXPECT_EQ(with([&](const Scope& scope) { return Expression(text, scope, {"p"}).Evaluate<double>(1); }),
+                      expected)
+                << text;
+        }
+}
+
+TEST(Machine, TakesArgumentsOfEveryKindForAFloat)
+{
+    Plain plain;
+    const Expression kept("two(p, y) + p", plain.m_outer, {"p"});
+    for (int round = 0; round < 2; ++round)
+    {
+        EXPECT_EQ(kept.Evaluate<double>(1.5), -1.0);
+        EXPECT_EQ(kept.Evaluate<double>(2), 0.0);
+        EXPECT_EQ(FloatOutcome([&] { return kept.Evaluate<double>(true); }).front(), '2');
+        EXPECT_EQ(FloatOutcome([&] { return kept.Evaluate<double>(); }).front(), '6');
+    }
+    const Expression element("p[i]", plain.m_outer, {"p", "i"});
+    EXPECT_EQ(element.Evaluate<double>(std::vector<double>{1.0, 2.0}, 1), 2.0);
+    EXPECT_EQ(element.Evaluate<double>(Value(std::vector<double>{1.0, 2.0}), 1), 2.0);
 }
 
 } // namespace
