@@ -5,6 +5,7 @@
 //     bench_calls contenders                     lists who does them, or some of them
 //     bench_calls ROW CONTENDER CALLS [SEED]
 
+#include "support/CallsMain.h"
 #include "support/ExpressionTexts.h"
 #include "support/ObjectTexts.h"
 #include "support/ObjectTypes.h"
@@ -14,7 +15,6 @@
 #include <klKelmScript/ParseFieldPath.h>
 
 #include <cstdio>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -216,6 +216,7 @@ const Row& FindRow(const std::vector<Row>& rows, const std::string& name)
 
 void Run(const std::vector<std::string>& arguments)
 {
+    RegisterBenchTypes();
     const std::vector<Row> rows = MakeRows(arguments.size() == 4 ? std::stoull(arguments[3]) : 1);
     if (arguments.empty())
         for (const Row& row : rows)
@@ -243,15 +244,5 @@ void Run(const std::vector<std::string>& arguments)
 
 int main(int argc, char** argv)
 {
-    try
-    {
-        RegisterBenchTypes();
-        Run({argv + 1, argv + argc});
-    }
-    catch (const std::exception& e)
-    {
-        std::fprintf(stderr, "bench_calls: %s\n", e.what());
-        return 1;
-    }
-    return 0;
+    return kelm::bench::RunCalls("bench_calls", argc, argv, Run);
 }

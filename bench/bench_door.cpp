@@ -1,27 +1,31 @@
 // The front door: expressions with a program's names, from a text that is new each time and kept, with values that
-// change; beside who does the same. Like bench_calls, it does the work of one row so many times, for counting
-// instructions.
+// change; fields by their paths; and structs of the standard's types. Beside each who does the same. Like bench_calls,
+// it does the work of one row so many times, for counting instructions.
 //
 //     bench_door                                 lists the rows: the units of one call, what a unit is, and the name
 //     bench_door contenders                      lists who does them, or some of them
 //     bench_door ROW CONTENDER CALLS
 
+#include "door/DoorPeer.h"
+#include "support/CallsMain.h"
+
 #include <kelm/kelm.h>
+#include <klKelmScript/ParseFieldPath.h>
+#include <klUtils/xstring.h>
+#include <klUtils/xvector.h>
 
 #include <cmath>
 #include <cstdio>
-#include <exception>
-#include <functional>
+#include <dlfcn.h>
 #include <initializer_list>
-#include <lua.hpp>
 #include <memory>
-#include <muParser.h>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-namespace bench
+namespace door
 {
 
 struct Line
@@ -37,211 +41,277 @@ struct Order
     std::vector<Line> lines{4};
 };
 
-} // namespace bench
+// The same data in the standard's types and in our own.
+struct Record
+{
+    std::string name;
+    int number = 0;
+    double price = 0;
+    bool isOpen = false;
+    std::vector<int> codes;
+};
+struct Records
+{
+    std::vector<Record> records;
+};
 
-KELM_DESCRIBE(bench::Line, price, quantity)
-KELM_DESCRIBE(bench::Order, price, quantity, lines)
+struct OwnRecord
+{
+    kelm::xstring name;
+    kelm::int32 number = 0;
+    double price = 0;
+    bool isOpen = false;
+    kelm::xvector<kelm::int32> codes;
+};
+struct OwnRecords
+{
+    kelm::xvector<OwnRecord> records;
+};
+
+} // namespace door
+
+KELM_DESCRIBE(door::Line, price, quantity)
+KELM_DESCRIBE(door::Order, price, quantity, lines)
+KELM_DESCRIBE(door::Record, name, number, price, isOpen, codes)
+KELM_DESCRIBE(door::Records, records)
+KELM_DESCRIBE(door::OwnRecord, name, number, price, isOpen, codes)
+KELM_DESCRIBE(door::OwnRecords, records)
 
 namespace
 {
 
-// An empty text: cannot do it.
-struct Row
-{
-    const char* m_name;
-    const char* m_ours;
-    const char* m_muParser;
-    const char* m_lua;
-};
+using namespace kelm::bench;
 
-constexpr Row s_rows[] = {
+// --- Expressions
+
+constexpr DoorRow s_rows[] = {
     {"three names, five operators, one function", "price * quantity * (1.0 + vat) - half(price) / 2.0",
+     "price * quantity * (1.0 + vat) - half(price) / 2.0", "price * quantity * (1.0 + vat) - half(price) / 2.0",
      "price * quantity * (1.0 + vat) - half(price) / 2.0", "price * quantity * (1.0 + vat) - half(price) / 2.0"},
     {"polynomial", "price * quantity * quantity + vat * quantity + 3.0",
+     "price * quantity * quantity + vat * quantity + 3.0", "price * quantity * quantity + vat * quantity + 3.0",
      "price * quantity * quantity + vat * quantity + 3.0", "price * quantity * quantity + vat * quantity + 3.0"},
     {"condition", "quantity < price ? price - quantity : quantity - price",
      "quantity < price ? price - quantity : quantity - price",
-     "quantity < price and price - quantity or quantity - price"},
+     "quantity < price and price - quantity or quantity - price",
+     "quantity < price ? price - quantity : quantity - price", ""},
     {"logic", "quantity > 0.0 && quantity < 1000.0 || price == 3.0 ? 1.0 : 2.0",
      "quantity > 0.0 && quantity < 1000.0 || price == 3.0 ? 1.0 : 2.0",
-     "(quantity > 0.0 and quantity < 1000.0 or price == 3.0) and 1.0 or 2.0"},
-    {"a name", "quantity", "quantity", "quantity"},
-    {"a function of two floats", "mix(price, quantity)", "mix(price, quantity)", "mix(price, quantity)"},
+     "(quantity > 0.0 and quantity < 1000.0 or price == 3.0) and 1.0 or 2.0",
+     "(((quantity > 0.0) and (quantity < 1000.0)) or (price == 3.0)) ? 1.0 : 2.0", ""},
+    {"a name", "quantity", "quantity", "quantity", "quantity", "quantity"},
+    {"a function of two floats", "mix(price, quantity)", "mix(price, quantity)", "mix(price, quantity)",
+     "mix(price, quantity)", "mix(price, quantity)"},
     {"functions of the library", "sin(quantity) + sqrt(price)", "sin(quantity) + sqrt(price)",
-     "sin(quantity) + sqrt(price)"},
+     "sin(quantity) + sqrt(price)", "sin(quantity) + sqrt(price)", "sin(quantity) + sqrt(price)"},
     {"least and greatest", "min(quantity, price) * max(vat, 2.0)", "min(quantity, price) * max(vat, 2.0)",
-     "min(quantity, price) * max(vat, 2.0)"},
-    {"members", "order.price * order.quantity + vat", "", "order.price * order.quantity + vat"},
-    {"elements", "order.lines[2].price * order.lines[2].quantity", "",
-     "order.lines[3].price * order.lines[3].quantity"},
-    {"texts", "name == 'abc' ? quantity : price", "", "name == 'abc' and quantity or price"},
+     "min(quantity, price) * max(vat, 2.0)", "min(quantity, price) * max(vat, 2.0)", ""},
+    {"members", "order.price * order.quantity + vat", "", "order.price * order.quantity + vat", "", ""},
+    {"elements", "order.lines[2].price * order.lines[2].quantity", "", "order.lines[3].price * order.lines[3].quantity",
+     "", ""},
+    {"texts", "name == 'abc' ? quantity : price", "", "name == 'abc' and quantity or price",
+     "name == 'abc' ? quantity : price", ""},
 };
 
-enum class Mode
-{
-    Text,
-    Kept,
-    Parameter, // what changes is one
-};
 constexpr const char* s_modes[] = {"text: ", "kept: ", "kept, parameter: "};
 
-// Evaluates with a quantity.
-using Evaluate = std::function<double(double quantity)>;
-
-double Half(double x)
+class OurWork : public DoorWork
 {
-    return x * 0.5;
-}
-double Mix(double x, double y)
-{
-    return x + y;
-}
-
-constexpr double s_price = 9.5;
-constexpr double s_vat = 0.19;
-
-Evaluate MakeOurs(const Row& row, Mode mode)
-{
-    struct World
+public:
+    OurWork(const DoorRow& row, DoorMode mode) : m_text(row.m_ours), m_mode(mode)
     {
-        double m_price = s_price;
-        double m_quantity = 3;
-        double m_vat = s_vat;
-        std::string m_name = "abc";
-        bench::Order m_order;
-        kelm::Scope m_scope;
-    };
-    const auto world = std::make_shared<World>();
-    kelm::Scope& scope = world->m_scope;
-    scope.Bind("price", world->m_price).Bind("quantity", world->m_quantity).Bind("vat", world->m_vat);
-    scope.Bind("name", world->m_name).Bind("order", world->m_order).Define("half", Half).Define("mix", Mix);
-    if (mode == Mode::Text)
-        return [=](double quantity)
-        {
-            world->m_quantity = quantity;
-            return kelm::Evaluate<double>(row.m_ours, world->m_scope);
-        };
-    if (mode == Mode::Parameter)
-    {
-        const auto kept =
-            std::make_shared<kelm::Expression>(row.m_ours, scope, std::initializer_list<std::string_view>{"quantity"});
-        return [=](double quantity) { return static_cast<void>(world), kept->Evaluate<double>(quantity); };
+        m_scope.Bind("price", m_price).Bind("quantity", m_quantity).Bind("vat", m_vat);
+        m_scope.Bind("name", m_name).Bind("order", m_order).Define("half", Half).Define("mix", Mix);
+        const auto parameters =
+            mode == DoorMode::Parameter ? std::vector<std::string_view>{"quantity"} : std::vector<std::string_view>();
+        m_kept = std::make_unique<kelm::Expression>(m_text, m_scope, parameters);
     }
-    const auto kept = std::make_shared<kelm::Expression>(row.m_ours, scope);
-    return [=](double quantity)
+    double Evaluate(double quantity) override
     {
-        world->m_quantity = quantity;
-        return kept->Evaluate<double>();
-    };
+        if (m_mode == DoorMode::Parameter)
+            return m_kept->Evaluate<double>(quantity);
+        m_quantity = quantity;
+        return m_mode == DoorMode::Kept ? m_kept->Evaluate<double>() : kelm::Evaluate<double>(m_text, m_scope);
+    }
+
+private:
+    const std::string m_text;
+    const DoorMode m_mode;
+    double m_price = s_price;
+    double m_quantity = 3;
+    double m_vat = s_vat;
+    std::string m_name = "abc";
+    door::Order m_order;
+    kelm::Scope m_scope;
+    std::unique_ptr<kelm::Expression> m_kept;
+};
+
+std::unique_ptr<DoorWork> MakeOurs(const DoorRow& row, DoorMode mode)
+{
+    return std::make_unique<OurWork>(row, mode);
 }
 
-Evaluate MakeMuParser(const Row& row, Mode mode)
+// --- Fields and structs
+
+// Work that is a function, whose result must not depend on the number it is given.
+template <class F>
+std::unique_ptr<DoorWork> MakeWork(F function)
 {
-    if (*row.m_muParser == '\0' || mode == Mode::Parameter)
-        return nullptr;
-    struct World
+    class Work : public DoorWork
     {
-        double m_price = s_price;
-        double m_quantity = 3;
-        double m_vat = s_vat;
-        mu::Parser m_parser;
+    public:
+        explicit Work(F f) : m_function(std::move(f)) {}
+        double Evaluate(double x) override { return m_function(x); }
+
+    private:
+        F m_function;
     };
-    const auto world = std::make_shared<World>();
-    world->m_parser.DefineVar("price", &world->m_price);
-    world->m_parser.DefineVar("quantity", &world->m_quantity);
-    world->m_parser.DefineVar("vat", &world->m_vat);
-    world->m_parser.DefineFun("half", Half);
-    world->m_parser.DefineFun("mix", Mix);
-    world->m_parser.SetExpr(row.m_muParser);
-    return [=, text = std::string(row.m_muParser)](double quantity)
-    {
-        world->m_quantity = quantity;
-        if (mode == Mode::Text)
-            world->m_parser.SetExpr(text);
-        return world->m_parser.Eval();
-    };
+    return std::make_unique<Work>(std::move(function));
 }
 
-int LuaHalf(lua_State* lua)
+constexpr long s_numRecords = 100;
+
+std::string RecordsText()
 {
-    lua_pushnumber(lua, Half(luaL_checknumber(lua, 1)));
-    return 1;
-}
-int LuaMix(lua_State* lua)
-{
-    lua_pushnumber(lua, Mix(luaL_checknumber(lua, 1), luaL_checknumber(lua, 2)));
-    return 1;
+    std::string text = "{records = [";
+    for (long i = 0; i < s_numRecords; ++i)
+        text += (i == 0 ? "{name = \"record number " : ", {name = \"record number ") + std::to_string(i) +
+                "\" number = " + std::to_string(i * 7919) + " price = " + std::to_string(i) +
+                ".25 isOpen = true codes = [1, 20, 300]}";
+    return text + "]}";
 }
 
-Evaluate MakeLua(const Row& row, Mode mode)
+template <class All>
+std::unique_ptr<DoorWork> MakeReader()
 {
-    const std::shared_ptr<lua_State> lua(luaL_newstate(), lua_close);
-    lua_State* const L = lua.get();
-    luaL_openlibs(L);
-    lua_register(L, "half", LuaHalf);
-    lua_register(L, "mix", LuaMix);
-    const char* const setUp =
-        "price = 9.5; vat = 0.19; name = 'abc'; sin = math.sin; sqrt = math.sqrt; min = math.min; "
-        "max = math.max order = {price = 2.0, quantity = 3.0, lines = {}} "
-        "for k = 1, 4 do order.lines[k] = {price = 2.0, quantity = 3.0} end";
-    const std::string body = std::string("return ") + row.m_lua;
-    const std::string text = mode == Mode::Parameter ? "return function(quantity) " + body + " end" : body;
-    if (luaL_dostring(L, setUp) != LUA_OK || luaL_loadstring(L, text.c_str()) != LUA_OK)
-        throw std::runtime_error(lua_tostring(L, -1));
-    if (mode == Mode::Parameter)
-        lua_call(L, 0, 1);
-    return [=](double quantity)
-    {
-        if (mode == Mode::Text)
-            luaL_loadbuffer(lua.get(), text.data(), text.size(), "=");
-        else
-            lua_pushvalue(lua.get(), 1);
-        lua_pushnumber(lua.get(), quantity);
-        if (mode != Mode::Parameter)
-            lua_setglobal(lua.get(), "quantity");
-        lua_pcall(lua.get(), mode == Mode::Parameter ? 1 : 0, 1, 0);
-        const double value = lua_tonumber(lua.get(), -1);
-        lua_pop(lua.get(), 1);
-        return value;
-    };
+    return MakeWork(
+        [text = RecordsText()](double)
+        {
+            const All all = kelm::Read<All>(text);
+            return all.records[s_numRecords - 1].price + static_cast<double>(all.records[s_numRecords - 1].codes[2]);
+        });
 }
 
-struct Contender
+template <class All>
+std::unique_ptr<DoorWork> MakeWriter()
+{
+    return MakeWork([all = kelm::Read<All>(RecordsText())](double)
+                    { return kelm::Read<All>(kelm::Write(all)).records.size() == s_numRecords ? 1.0 : 0.0; });
+}
+
+constexpr const char* s_path = ".lines[2].price";
+
+std::unique_ptr<DoorWork> MakeGet()
+{
+    return MakeWork([order = door::Order()](double) { return kelm::Get<double>(order, s_path); });
+}
+std::unique_ptr<DoorWork> MakeSet()
+{
+    return MakeWork(
+        [order = door::Order()](double) mutable
+        {
+            kelm::Set(order, s_path, 2.0);
+            return order.lines[2].price;
+        });
+}
+std::unique_ptr<DoorWork> MakeWalk()
+{
+    return MakeWork(
+        [order = kelm::Root<door::Order>(), path = kelm::xstring(s_path)](double)
+        {
+            kelm::ReflectionByteCode type;
+            kelm::xstring error;
+            return *static_cast<double*>(kelm::NavigatePathToField(order.GetHandle(), path, type, false, error));
+        });
+}
+
+struct Row
 {
     const char* m_name;
-    Evaluate (*m_make)(const Row& row, Mode mode);
+    long m_units;
+    const char* m_unit;
+    std::unique_ptr<DoorWork> (*m_ours)();
+    const char* m_other;
+    std::unique_ptr<DoorWork> (*m_others)();
 };
-constexpr Contender s_contenders[] = {{"KelmScript", MakeOurs}, {"muParser", MakeMuParser}, {"Lua 5.4", MakeLua}};
+
+constexpr const char* s_walk = "the walk";
+constexpr const char* s_ownTypes = "our own types";
+constexpr Row s_otherRows[] = {
+    {"get: a number, 3 steps", 1, "call", MakeGet, s_walk, MakeWalk},
+    {"set: a number, 3 steps", 1, "call", MakeSet, s_walk, MakeWalk},
+    {"read: records of std types", s_numRecords, "record", MakeReader<door::Records>, s_ownTypes,
+     MakeReader<door::OwnRecords>},
+    {"write and read: records of std types", s_numRecords, "record", MakeWriter<door::Records>, s_ownTypes,
+     MakeWriter<door::OwnRecords>},
+};
+
+// --- All of them
+
+std::vector<DoorPeer> FindPeers()
+{
+    std::vector<DoorPeer> peers{{"KelmScript", MakeOurs}};
+    for (const char* module : std::initializer_list<const char*>{KELM_BENCH_DOOR_PEER_FILES})
+    {
+        void* const library = dlopen(module, RTLD_NOW | RTLD_LOCAL);
+        const auto* peer =
+            library != nullptr ? static_cast<const DoorPeer*>(dlsym(library, s_doorPeersSymbol)) : nullptr;
+        if (peer == nullptr)
+            throw std::runtime_error(dlerror());
+        for (; peer->m_name != nullptr; ++peer)
+            peers.push_back(*peer);
+    }
+    return peers;
+}
+
+void Do(std::unique_ptr<DoorWork> work, std::unique_ptr<DoorWork> ours, const std::string& calls)
+{
+    if (work == nullptr)
+        throw std::runtime_error("cannot do this row");
+    for (const double x : {1.0, 7.5, 2000.0})
+        if (std::abs(work->Evaluate(x) - ours->Evaluate(x)) > 1e-9)
+            throw std::runtime_error("the result is wrong");
+    work->Repeat(std::stol(calls));
+}
 
 void Run(const std::vector<std::string>& arguments)
 {
+    const std::vector<DoorPeer> peers = FindPeers();
     if (arguments.size() == 1 && arguments[0] == "contenders")
-        for (const Contender& contender : s_contenders)
-            std::puts(contender.m_name);
+    {
+        for (const DoorPeer& peer : peers)
+            std::puts(peer.m_name);
+        for (const char* other : {s_walk, s_ownTypes})
+            std::puts(other);
+    }
     bool isFound = arguments.size() < 3;
-    for (const Mode mode : {Mode::Text, Mode::Kept, Mode::Parameter})
-        for (const Row& row : s_rows)
-        {
-            const std::string name = std::string(s_modes[static_cast<int>(mode)]) + row.m_name;
-            if (arguments.empty())
-                std::printf("1\tcall\t%s\n", name.c_str());
-            if (arguments.size() != 3 || arguments[0] != name)
-                continue;
-            isFound = true;
-            for (const Contender& contender : s_contenders)
-                if (arguments[1] == contender.m_name)
-                {
-                    const Evaluate ours = MakeOurs(row, Mode::Kept);
-                    const Evaluate evaluate = contender.m_make(row, mode);
-                    if (evaluate == nullptr)
-                        throw std::runtime_error("cannot do this row");
-                    for (const double x : {1.0, 7.5, 2000.0})
-                        if (std::abs(evaluate(x) - ours(x)) > 1e-9)
-                            throw std::runtime_error("the result is wrong");
-                    for (long i = std::stol(arguments[2]); i > 0; --i)
-                        evaluate(static_cast<double>(i));
-                }
-        }
+    const auto visit = [&](const std::string& name, long units, const char* unit, const auto& run)
+    {
+        if (arguments.empty())
+            std::printf("%ld\t%s\t%s\n", units, unit, name.c_str());
+        if (arguments.size() != 3 || arguments[0] != name)
+            return;
+        isFound = true;
+        run(arguments[1]);
+    };
+    for (const DoorMode mode : {DoorMode::Text, DoorMode::Kept, DoorMode::Parameter})
+        for (const DoorRow& row : s_rows)
+            visit(std::string(s_modes[static_cast<int>(mode)]) + row.m_name, 1, "call",
+                  [&](const std::string& contender)
+                  {
+                      for (const DoorPeer& peer : peers)
+                          if (contender == peer.m_name)
+                              return Do(peer.m_make(row, mode), MakeOurs(row, DoorMode::Kept), arguments[2]);
+                      throw std::runtime_error("cannot do this row");
+                  });
+    for (const Row& row : s_otherRows)
+        visit(row.m_name, row.m_units, row.m_unit,
+              [&](const std::string& contender)
+              {
+                  if (contender != peers[0].m_name && contender != row.m_other)
+                      throw std::runtime_error("cannot do this row");
+                  Do(contender == row.m_other ? row.m_others() : row.m_ours(), row.m_ours(), arguments[2]);
+              });
     if (!isFound)
         throw std::runtime_error("no such row: " + arguments[0]);
 }
@@ -250,14 +320,5 @@ void Run(const std::vector<std::string>& arguments)
 
 int main(int argc, char** argv)
 {
-    try
-    {
-        Run({argv + 1, argv + argc});
-    }
-    catch (const std::exception& e)
-    {
-        std::fprintf(stderr, "bench_door: %s\n", e.what());
-        return 1;
-    }
-    return 0;
+    return RunCalls("bench_door", argc, argv, Run);
 }

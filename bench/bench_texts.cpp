@@ -6,10 +6,10 @@
 //     bench_texts ROW CONTENDER CALLS [SEED]
 //     bench_texts text ROW SEED SCALE OURS JSON    writes the row's two texts into files, SCALE times as large
 
+#include "support/CallsMain.h"
 #include "texts/TextRows.h"
 
 #include <cstdio>
-#include <exception>
 #include <fstream>
 #include <stdexcept>
 #include <string>
@@ -75,14 +75,5 @@ void Run(const std::vector<std::string>& arguments)
 
 int main(int argc, char** argv)
 {
-    try
-    {
-        Run({argv + 1, argv + argc});
-    }
-    catch (const std::exception& e)
-    {
-        std::fprintf(stderr, "bench_texts: %s\n", e.what());
-        return 1;
-    }
-    return 0;
+    return kelm::bench::RunCalls("bench_texts", argc, argv, Run);
 }
