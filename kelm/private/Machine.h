@@ -189,6 +189,24 @@ private:
     alignas(Slot) unsigned char m_room[s_size * sizeof(Slot)];
 };
 
+// A function is free to change the variables of operands and arguments that wait below its own: these are what they
+// were when their turn came.
+void OwnSomeScalars(Slot* first, const Slot* last);
+[[gnu::always_inline]] inline void OwnScalars(Slot* first, const Slot* last)
+{
+    if (first != last)
+        OwnSomeScalars(first, last);
+}
+
+// A part of an object that only the call kept alive goes on to be kept.
+void KeepFrom(const Slot* arguments, std::size_t count, Slot& result);
+
+// Whether what names stand for has changed since a typed program was recorded.
+[[gnu::always_inline]] inline bool HasScopeChanged(const Machine& machine)
+{
+    return !machine.m_program->m_state->Is(*machine.m_scope);
+}
+
 // The steps of general operations.
 extern const Step s_steps[static_cast<std::size_t>(Code::Scalar)]; // by their codes
 inline Step StepOf(Code code)
