@@ -86,15 +86,15 @@ TEST_F(Environment, DirectoryIsNoFile)
               (ProgramResult{1, "", "kelmscript: error: cannot read <stdin>: Is a directory\n"}));
 }
 
-// One descriptor is what the loader of programs needs, so that the tool has no more either.
+// One descriptor, which nobody else holds, is what the loader of programs needs, so that the tool has no more either.
 TEST_F(Environment, FewDescriptorsAreEnough)
 {
     const std::string lines = m_folder.MakeFile("lines", "1 + 1\n");
-    EXPECT_EQ(RunScript("ulimit -n 4; exec \"$0\" eval -f \"$1\"", lines), (ProgramResult{0, "2\n", ""}));
-    EXPECT_EQ(RunScript("ulimit -n 4; exec \"$0\" get \"$1\" .text", m_note),
+    EXPECT_EQ(RunScript("exec 3>&-; ulimit -n 4; exec \"$0\" eval -f \"$1\"", lines), (ProgramResult{0, "2\n", ""}));
+    EXPECT_EQ(RunScript("exec 3>&-; ulimit -n 4; exec \"$0\" get \"$1\" .text", m_note),
               (ProgramResult{0, "xstring \"x\"\n", ""}));
     // An edit that needs more leaves the file whole.
-    const ProgramResult edit = RunScript("ulimit -n 4; exec \"$0\" set -i \"$1\" .text '\"y\"'", m_note);
+    const ProgramResult edit = RunScript("exec 3>&-; ulimit -n 4; exec \"$0\" set -i \"$1\" .text '\"y\"'", m_note);
     const std::string text = RunScript("exec \"$0\" get --raw \"$1\" .text", m_note).m_output;
     EXPECT_EQ(text, edit.m_exitCode == 0 ? "y\n" : "x\n");
     EXPECT_EQ(edit.m_errors.empty(), edit.m_exitCode == 0);

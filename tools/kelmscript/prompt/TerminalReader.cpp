@@ -29,6 +29,7 @@ namespace
 int s_signalPipe[2] = {-1, -1};
 
 volatile std::sig_atomic_t s_isReading = 0;
+volatile std::sig_atomic_t s_endsProcess = 0;          // the signal that does, where it came while a line was read
 volatile std::sig_atomic_t* s_isInterrupted = nullptr; // what looks now and then whether it shall end
 
 void OnSignal(int signal)
@@ -41,6 +42,8 @@ void OnSignal(int signal)
         static_cast<void>(raise(signal)); // held back until this returns
         return;
     }
+    if (signal == SIGTERM || signal == SIGHUP)
+        s_endsProcess = signal;
     if (signal == SIGINT)
         *s_isInterrupted = 1;
     const int error = errno;
@@ -134,6 +137,8 @@ public:
         s_isReading = 1;
         const ERead read = ReadLine(prompt, line);
         s_isReading = 0;
+        if (s_endsProcess != 0) // with the line's last key: what the line asks for may take long
+            Die(s_endsProcess);
         return read;
     }
 
