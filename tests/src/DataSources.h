@@ -6,39 +6,15 @@
 #include <klObject/types/ReflectionByteCode.h>
 #include <support/Depth.h>
 #include <support/Expect.h>
+#include <support/ExpectedLeaks.h>
 #include <support/HandmadeClasses.h>
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#ifdef KELM_TEST_ASAN
-#include <sanitizer/lsan_interface.h>
-#endif
-
 namespace kelm
 {
-
-// While it exists, memory that is allocated may leak: the last key of a map and the alternatives that variants held
-// before are not destroyed.
-class ExpectedLeaks
-{
-public:
-#ifdef KELM_TEST_ASAN
-    ExpectedLeaks()
-    {
-        __lsan_disable();
-    }
-    ~ExpectedLeaks()
-    {
-        __lsan_enable();
-    }
-#else
-    ExpectedLeaks() {}
-#endif
-    ExpectedLeaks(const ExpectedLeaks&) = delete;
-    ExpectedLeaks& operator=(const ExpectedLeaks&) = delete;
-};
 
 // What is left of the text at the parser's current token.
 inline std::string RestAt(const ExpressionParser& parser, SubString text)
