@@ -436,7 +436,8 @@ void Edit::Remove(std::string_view path)
     while (!spots.back().m_mentions.empty())
     {
         // From the last one, so that places before it stay.
-        const Mention mention = spots.back().m_mentions.back();
+        Mention mention = spots.back().m_mentions.back();
+        mention.m_brackets = PartAt(m_document, mention.m_brackets.m_span.m_begin);
         const bool isNamedNow = kind == SpotKind::Member && NameIfPositional(spots[spots.size() - 2], mention);
         if (isNamedNow)
         {

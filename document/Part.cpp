@@ -16,7 +16,10 @@ namespace kelm
     if (!text::Scan(p, end, p == behindMark || p[-1] == '\n', lexeme))
         return {PartKind::Wrong, TOKEN_UNDEF, text::SkipWrong(p, end)};
     if (text::IsComment(lexeme.m_kind))
-        return {PartKind::Comment, TOKEN_UNDEF, lexeme.m_past};
+    {
+        const bool isBeforeBreak = lexeme.m_past != end && *lexeme.m_past == '\n' && lexeme.m_past[-1] == '\r';
+        return {PartKind::Comment, TOKEN_UNDEF, lexeme.m_past - (isBeforeBreak ? 1 : 0)};
+    }
     return {PartKind::Token, lexeme.m_kind, lexeme.m_past};
 }
 

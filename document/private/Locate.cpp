@@ -303,7 +303,7 @@ private:
         Spot found{.m_kind = SpotKind::Member,
                    .m_step = step,
                    .m_type = Underlying(member->m_type),
-                   .m_data = static_cast<char*>(spot.m_data) + member->m_offset,
+                   .m_data = spot.m_data != nullptr ? static_cast<char*>(spot.m_data) + member->m_offset : nullptr,
                    .m_name = name};
         ForEachItem(spot,
                     [&](const Part& brackets, const Item& item, std::size_t i)
@@ -317,6 +317,7 @@ private:
     void StepToAlternative(const std::string& name, std::size_t step)
     {
         const Spot& spot = m_spots.back();
+        ExpectData(spot, step);
         const bool isForeign = spot.GetVariableKind() == VK_FOREIGN;
         int32 index = 0;
         int32 held = 0;
@@ -365,6 +366,13 @@ private:
         m_spots.push_back(std::move(found));
     }
 
+    // Of a set's element the members can be written, as text; what lies deeper is not looked for.
+    void ExpectData(const Spot& spot, std::size_t step) const
+    {
+        if (spot.m_data == nullptr)
+            Refuse(m_path, step, "what an element of a set holds is not reached by a path");
+    }
+
     // Through handles and optionals to what they designate.
     void EnterTargets(std::size_t step)
     {
@@ -373,7 +381,11 @@ private:
             const Spot& spot = m_spots.back();
             Spot target{.m_kind = SpotKind::Target, .m_step = step};
             const EVariableKind kind = spot.GetVariableKind();
-            if (kind == VK_HANDLE || kind == VK_PREF)
+            const bool isOptional = spot.IsForeign(FF_CHOICE) && spot.m_type.GetForeignType().IsOptional();
+            if (kind != VK_HANDLE && kind != VK_PREF && !isOptional)
+                return;
+            ExpectData(spot, step);
+            if (!isOptional)
             {
                 const ptr<IObject> object = kind == VK_PREF
                                                 ? ptr<IObject>(static_cast<const prefbase*>(spot.m_data)->Get())
@@ -383,7 +395,7 @@ private:
                 target.m_class = object.GetReflectedClass();
                 target.m_data = object.self();
             }
-            else if (spot.IsForeign(FF_CHOICE) && spot.m_type.GetForeignType().IsOptional())
+            else
             {
                 const ForeignType& foreign = spot.m_type.GetForeignType();
                 if (foreign.m_choice->GetIndex(spot.m_data) < 0)
@@ -391,8 +403,6 @@ private:
                 target.m_type = Underlying(foreign.GetPartType(0));
                 target.m_data = foreign.m_choice->GetValue(spot.m_data);
             }
-            else
-                return;
             if (!spot.m_mentions.empty())
                 target.m_mentions.push_back(spot.m_mentions.back());
             m_spots.push_back(std::move(target));
@@ -444,8 +454,9 @@ private:
             if (!part.IsPassed())
                 end = m_at;
         }
-        if (depth != 0)
+        if (depth != 0 || m_path[m_at] != ']')
             Refuse(m_path, step, "the bracket has no end");
+        ExpectData(spot, step);
         const std::string_view inside = m_path.substr(begin, end - begin);
         ++m_at;
         if (spot.IsList())
@@ -516,7 +527,7 @@ private:
         // Which of the written keys are that one, a map of the same type tells, which holds nothing else.
         const Variable same(map.m_type);
         map.InsertKey(same.Get(), sought.Get());
-        if (!isThere && m_purpose == Purpose::Find)
+        if (!isThere && (m_purpose == Purpose::Find || (m_purpose == Purpose::Insert && !IsLast())))
             Refuse(m_path, step, "there is no such key");
         Spot found{
             .m_kind = SpotKind::Payload, .m_step = step, .m_type = map.GetPayloadType(), .m_name = std::move(text)};

@@ -56,7 +56,7 @@ TEST(Document, IsATreeOfBrackets)
     const TreeRow rows[] = {
         {"", ""},
         {"a{}", "token/10008[0,1) brackets/10057[1,3) } "},
-        {"\xEF\xBB\xBF# x\r\na", "mark/-1[0,3) comment/-1[3,7) space/-1[7,8) token/10008[8,9) "},
+        {"\xEF\xBB\xBF# x\r\na", "mark/-1[0,3) comment/-1[3,6) space/-1[6,8) token/10008[8,9) "},
         {"a # b", "token/10008[0,1) space/-1[1,2) token/10065[2,3) space/-1[3,4) token/10008[4,5) "},
         {"{ [ }", "brackets/10057[0,5) space/-1[1,2) brackets/10059[2,5) space/-1[3,4) } {} "},
         {")(", "token/10056[0,1) brackets/10055[1,2) {} "},

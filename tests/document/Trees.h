@@ -76,8 +76,9 @@ inline std::string ReferenceTreeOf(const std::string& text)
         {
             const reference::Token token = reference::ScanToken(text, at, atLineStart);
             const bool isComment = token.m_kind == TOKEN_COMMENT || token.m_kind == TOKEN_PREPROC_COMMENT;
+            const bool isBeforeBreak = isComment && text.substr(token.m_end - 1, 2) == "\r\n";
             parts.push_back({isComment ? PartKind::Comment : PartKind::Token, isComment ? TOKEN_UNDEF : token.m_kind,
-                             at, token.m_end});
+                             at, token.m_end - (isBeforeBreak ? 1 : 0)});
         }
         catch (const reference::TextError&)
         {
