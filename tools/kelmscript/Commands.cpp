@@ -171,7 +171,7 @@ const CommandRow s_commands[] = {
   kelmscript eval --json '1 / 0'
   kelmscript eval -f expressions.ks
   echo '2 ^^ 10' | kelmscript eval
-  kelmscript eval --natural --data garden.kds --set vat=0.19 'dotsPerMetre * (1 + vat)'
+  kelmscript eval --natural --data garden.kds --set scale=1.5 'len(title) * scale'
 )"},
     {"each", "Evaluate an expression for every element of a list",
      "Reads a data source and evaluates an expression for every element of a list in it. The element's members are "
@@ -236,7 +236,7 @@ const CommandRow s_commands[] = {
      "Writes a data source with a further element in a list or a set, before the one at an index or behind the last "
      "one, or with a key in a map that was not there.",
      RunAdd, s_addArguments, s_editOptions,
-     R"(  kelmscript add -i garden.kds .margins 2.5
+     R"(  kelmscript add -i garden.kds '.layers[0].levels' BED
   kelmscript add garden.kds '.plants["mint"]' '{ species = "Mentha" }'
 )"},
     {"mv", "Move elements, and give keys and members other names",
