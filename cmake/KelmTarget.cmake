@@ -67,14 +67,15 @@ if(KELM_COVERAGE)
     add_link_options(--coverage)
 endif()
 
-# The tree's own include root: build/<preset>/include/klKelmScript stands for src/, include/kelm for kelm/ and
-# include/kelmDocument for document/, so that the include lines <kelm/kelm.h> and <klKelmScript/KSValue.h> are the same
-# here and after installation.
+# The tree's own include root: build/<preset>/include/klKelmScript stands for src/, include/kelm for kelm/,
+# include/kelmDocument for document/ and include/kelmLanguage for language/, so that the include lines <kelm/kelm.h> and
+# <klKelmScript/KSValue.h> are the same here and after installation.
 set(KELM_INCLUDE_DIR ${PROJECT_BINARY_DIR}/include)
 file(MAKE_DIRECTORY ${KELM_INCLUDE_DIR})
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/src ${KELM_INCLUDE_DIR}/klKelmScript SYMBOLIC)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/kelm ${KELM_INCLUDE_DIR}/kelm SYMBOLIC)
 file(CREATE_LINK ${PROJECT_SOURCE_DIR}/document ${KELM_INCLUDE_DIR}/kelmDocument SYMBOLIC)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/language ${KELM_INCLUDE_DIR}/kelmLanguage SYMBOLIC)
 
 # Where a program is wrong after all, its mistakes are hard to use: at a price, which docs/reliability.md tells.
 function(kelm_harden name)

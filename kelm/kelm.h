@@ -11,5 +11,6 @@
 #include <kelm/Object.h>
 #include <kelm/Result.h>
 #include <kelm/Scope.h>
+#include <kelm/Types.h>
 #include <kelm/Value.h>
 #include <kelm/Visit.h>

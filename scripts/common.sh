@@ -20,12 +20,12 @@ install_packages() {
         >/dev/null
 }
 
-build_packages=(g++ cmake ninja-build ccache libreadline-dev)
+build_packages=(g++ cmake ninja-build ccache libreadline-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev liblua5.4-dev clang-format-14 pkg-config binutils
                man-db groff-base zsh fish python3)
 tidy_packages=(clang-tidy-14)
 clang_packages=(clang libclang-rt-14-dev)
-bench_packages=(libbenchmark-dev nlohmann-json3-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev
+bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev
                 libprotobuf-dev protobuf-compiler pkg-config python3 valgrind
                 jq luajit lua5.4 mawk)
 docs_packages=(chromium chromium-driver doxygen mkdocs mkdocs-material python3-railroad-diagrams python3-selenium)

@@ -52,7 +52,7 @@ TEST_F(BashCompletion, OffersWhatCanStandThere)
     EXPECT_THAT(Complete("kelmscript --module x.so pr"), ElementsAre("print"));
     EXPECT_THAT(Complete("kelmscript eval --nat"), ElementsAre("--natural"));
     EXPECT_THAT(Complete("kelmscript set --js"), ElementsAre("--json"));
-    EXPECT_THAT(Complete("kelmscript types --js"), IsEmpty());
+    EXPECT_THAT(Complete("kelmscript repl --in"), IsEmpty());
     EXPECT_THAT(Complete("kelmscript --col"), ElementsAre("--color"));
     EXPECT_THAT(Complete("kelmscript eval --color a"), ElementsAre("always", "auto"));
     EXPECT_THAT(Complete("kelmscript eval --color = n"), ElementsAre("never"));

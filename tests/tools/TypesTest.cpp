@@ -1,5 +1,7 @@
 #include "Tool.h"
 
+#include <gmock/gmock.h>
+
 namespace kelm
 {
 
@@ -126,6 +128,39 @@ TEST(Types, SuggestsTheNearestNames)
 TEST(Types, AreNoneOfAModuleThatIsNotLoaded)
 {
     EXPECT_EQ(RunTool({"types", "tool::Scene"}).m_exitCode, 1);
+}
+
+TEST(Types, WriteTheSameCatalogueToAFileAndToStandardOutput)
+{
+    const auto run = [](const std::vector<std::string>& arguments) {
+        return RunTool(arguments, "", {{"KELMSCRIPT_MODULES", KELM_EXAMPLE_MODULE}});
+    };
+    const TemporaryFolder folder;
+    const std::string file = folder.GetPath() / "types.json";
+    EXPECT_EQ(run({"types", "--dump", file}), (ProgramResult{0, "", ""}));
+    const std::string dumped = TextOfFile(file);
+    EXPECT_EQ(run({"types", "--json"}), (ProgramResult{0, dumped, ""}));
+    EXPECT_THAT(dumped, ::testing::StartsWith("{\n  \"kelmscriptTypes\": 1,\n"));
+    EXPECT_THAT(dumped, ::testing::HasSubstr("\"name\": \"garden::Plan\",\n      \"module\": \"Kelm/Examples/"));
+}
+
+TEST(Types, WriteTheCatalogueOfOne)
+{
+    const ProgramResult result = RunToolWithTypes({"types", "--json", "Colour"});
+    EXPECT_EQ(result.m_exitCode, 0);
+    EXPECT_THAT(result.m_output, ::testing::HasSubstr("\"classes\": [],\n"));
+    EXPECT_THAT(result.m_output, ::testing::HasSubstr("\"name\": \"tool::Colour\""));
+    EXPECT_EQ(RunToolWithTypes({"types", "--json", "Color"}),
+              (ProgramResult{1, "",
+                             "kelmscript: error: nothing is registered as Color\n"
+                             "kelmscript: note: did you mean tool::Colour?\n"}));
+}
+
+TEST(Types, SayWhereTheCatalogueCannotBeWritten)
+{
+    EXPECT_EQ(RunTool({"types", "--dump", "/no/such/folder/types.json"}),
+              (ProgramResult{
+                  1, "", "kelmscript: error: cannot write /no/such/folder/types.json: No such file or directory\n"}));
 }
 
 } // namespace

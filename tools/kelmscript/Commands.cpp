@@ -151,6 +151,12 @@ constexpr ArgumentRow s_typesArguments[] = {
     {"NAME", &Options::m_name, false, "A type or function, qualified or the last part of its name"},
 };
 
+constexpr OptionRow s_typesOptions[] = {
+    {0, "--json", "", &Options::m_json, "Write a catalogue as JSON: types, members, defaults, documentation"},
+    {0, "--dump", "FILE", &Options::m_dump, "Write that to a file, for editors and others that have no modules",
+     "--json"},
+};
+
 constexpr ArgumentRow s_completionArguments[] = {
     {"SHELL", &Options::m_name, true, "bash, zsh or fish"},
 };
@@ -246,14 +252,14 @@ const CommandRow s_commands[] = {
      R"(  kelmscript mv -i garden.kds '.shapes[2]' '.shapes[0]'
   kelmscript mv garden.kds '.plants["thyme"]' '.plants["lemon thyme"]'
 )"},
-    {"types",
-     "List what is registered, or show one type",
-     "Lists classes, variants, enumerations, typedefs, interfaces and functions, or shows one as C++ would declare it.",
-     RunTypes,
-     s_typesArguments,
-     {},
+    {"types", "List what is registered, or show one type",
+     "Lists classes, variants, enumerations, typedefs, interfaces and functions, or shows one as C++ would declare it. "
+     "A catalogue is all that is to be known of types without their modules; to make it, an object of every class is "
+     "created.",
+     RunTypes, s_typesArguments, s_typesOptions,
      R"(  kelmscript types --module ./libklExampleShapes.so
   kelmscript types KSValue
+  kelmscript types --dump garden.types.json --module ./libklExampleShapes.so
 )"},
     {"completion",
      "Write a shell's completion script",

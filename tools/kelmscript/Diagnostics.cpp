@@ -159,7 +159,7 @@ void Report(const SourceText& source, const Failure& failure)
         JsonText json(JSON_COMPACT);
         json.BeginObject();
         json.Name("error");
-        json.Failure(failure, source);
+        WriteJson(json, failure, source);
         json.EndObject();
         return PutLine(json.GetText());
     }

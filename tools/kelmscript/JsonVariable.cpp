@@ -1,5 +1,7 @@
 #include "JsonVariable.h"
 
+#include "Interruption.h"
+
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ForeignType.h>
@@ -83,6 +85,7 @@ public:
 
     void Variable(ReflectionByteCode type, const void* data)
     {
+        ThrowIfInterrupted();
         const Level level(*this);
         type.AdvanceToUnderlyingType2();
         switch (type.GetCode())

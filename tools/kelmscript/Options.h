@@ -26,6 +26,7 @@ struct Options
     std::string m_name;
     std::string m_maxSize;
     std::string m_colour;
+    std::string m_dump;
     bool m_json = false;
     bool m_raw = false;
     bool m_type = false;

@@ -4,7 +4,9 @@
 #include "Output.h"
 #include "Suggest.h"
 
+#include <kelm/private/FileText.h>
 #include <kelm/private/Names.h>
+#include <kelm/private/TypeCatalogue.h>
 #include <kelm/private/TypeText.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/types/ClassModel.h>
@@ -12,6 +14,7 @@
 #include <klPersistStore/Target.h>
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 namespace kelm::tool
@@ -183,25 +186,63 @@ void ListTypes()
     ListKind("functions", GetReflectedGlobalFunctions());
 }
 
-bool ShowType(const std::string& name)
+// The one that is meant by a name or the last part of it. Nothing, after an error was reported, where that is none or
+// several.
+std::optional<std::string> FindRegistered(const std::string& name)
 {
-    if (ShowRegistered(name.c_str()))
-        return true;
+    const std::vector<std::string> all = AllTypeNames();
+    if (std::find(all.begin(), all.end(), name) != all.end())
+        return name;
     std::vector<std::string> matches;
-    for (const std::string& registered : AllTypeNames())
+    for (const std::string& registered : all)
         if (IsPathSuffix(registered.c_str(), name.c_str()))
             matches.push_back(registered);
     if (matches.size() == 1)
-        return ShowRegistered(matches.front().c_str());
+        return matches.front();
     ReportError(matches.empty() ? "nothing is registered as " + name : name + " is the last part of several names");
-    const std::string question = DidYouMean(matches.empty() ? NearestNames(name, AllTypeNames()) : matches);
+    const std::string question = DidYouMean(matches.empty() ? NearestNames(name, all) : matches);
     if (!question.empty())
         ReportNote(question);
-    return false;
+    return std::nullopt;
+}
+
+bool ShowType(const std::string& name)
+{
+    const std::optional<std::string> found = FindRegistered(name);
+    return found && ShowRegistered(found->c_str());
+}
+
+// --- The catalogue
+
+// Of all, or of one.
+std::optional<std::string> CatalogueText(const std::string& name)
+{
+    if (name.empty())
+        return JsonOf(CatalogueOfRegisteredTypes());
+    const std::optional<std::string> found = FindRegistered(name);
+    return found ? std::optional(JsonOf(CatalogueOfRegisteredTypes(*found))) : std::nullopt;
+}
+
+bool DumpTypes(const std::string& file, const std::string& text)
+{
+    const std::string why = MakeOrReplaceFile(file, text + "\n");
+    if (!why.empty())
+        ReportError("cannot write " + file + ": " + why, "file");
+    return why.empty();
 }
 
 int RunTypes(const Options& options)
 {
+    if (options.m_json || !options.m_dump.empty())
+    {
+        const std::optional<std::string> text = CatalogueText(options.m_name);
+        if (!text)
+            return EXIT_FAILED;
+        if (!options.m_dump.empty())
+            return DumpTypes(options.m_dump, *text) ? EXIT_OK : EXIT_FAILED;
+        PutLine(*text);
+        return EXIT_OK;
+    }
     if (!options.m_name.empty())
         return ShowType(options.m_name) ? EXIT_OK : EXIT_FAILED;
     ListTypes();

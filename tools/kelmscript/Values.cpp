@@ -85,7 +85,7 @@ bool PutJson(const SourceText& source, const Outcome& outcome, std::optional<int
     if (outcome.m_failure)
     {
         json.Name("error");
-        json.Failure(*outcome.m_failure, source);
+        WriteJson(json, *outcome.m_failure, source);
     }
     else
     {

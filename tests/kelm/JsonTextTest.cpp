@@ -1,11 +1,10 @@
-#include <kelmscript/JsonText.h>
-
 #include <gtest/gtest.h>
+#include <kelm/private/JsonText.h>
 
 #include <cmath>
 #include <limits>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
@@ -114,4 +113,4 @@ TEST(JsonText, QuotesTexts)
 
 } // namespace
 
-} // namespace kelm::tool
+} // namespace kelm
