@@ -17,7 +17,7 @@ import subprocess
 import sys
 import tempfile
 
-ROUNDS = 7
+ROUNDS = 21
 RECORDS_OF_64_MIB = "records, pretty-printed"
 MIB = 1 << 20
 LUA_LOOP = "local load = loadstring or load for line in io.lines() do print(load('return ' .. line)()) end"

@@ -186,7 +186,7 @@ private:
     void SetText(std::string_view path, const std::vector<Spot>& spots, std::size_t i, const std::string& text);
     void WriteOut(std::string_view path, const std::vector<Spot>& spots, std::size_t i);
     void PutMember(const Spot& outer, const std::string& name, const std::string& text);
-    bool NameIfPositional(const Spot& spot, const Mention& mention);
+    bool NameIfPositional(const Spot& outer, const Mention& mention);
     void RemoveMention(const Spot& outer, const Spot& spot, const Mention& mention);
     void WriteOutNextKey(const Spot& map, const Mention& removed);
     void ExpectWithout(std::string_view path, const std::vector<Spot>& spots);

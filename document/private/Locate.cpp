@@ -294,6 +294,7 @@ private:
         if (member == members.end())
         {
             std::vector<std::string> names;
+            names.reserve(members.size());
             for (const MemberField& candidate : members)
                 names.emplace_back(candidate.m_name);
             throw ErrorAt(ErrorKind::Name, "Unknown member '" + name + "' of class " + rc->m_name, {"<path>", m_path},

@@ -12,7 +12,7 @@ namespace kelm
 namespace
 {
 
-constexpr int s_indent = 2;
+constexpr std::size_t s_indent = 2;
 constexpr int s_maxIndentedDepth = 16; // as of data sources that are written
 
 std::string_view ViewOf(SubString text)
@@ -78,7 +78,7 @@ void JsonText::BreakLine()
     if (m_layout == JSON_COMPACT)
         return;
     m_text += '\n';
-    m_text.append(static_cast<std::size_t>(s_indent * std::min(m_depth, s_maxIndentedDepth)), ' ');
+    m_text.append(s_indent * static_cast<std::size_t>(std::min(m_depth, s_maxIndentedDepth)), ' ');
 }
 
 // What stands between a value, or its name, and what is before it.

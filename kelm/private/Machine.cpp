@@ -299,7 +299,7 @@ bool Machine::FailCount(const Callable& function, std::string_view name, std::si
 // --- Assignments -----------------------------------------------------------------------------------------------------
 
 // What is behind the place that a value is for.
-bool Machine::KeepPlace(const Op&)
+bool Machine::KeepPlace(const Op&) // NOLINT: not const, as the table of operations wants it
 {
     m_top[-1].m_stays = m_top[-1].m_kind == Kind::Place;
     return true;

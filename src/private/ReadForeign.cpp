@@ -130,7 +130,7 @@ void BasicDataSourceReader<Rules>::ReadForeignText(const ForeignTextFns& fns, vo
     else
     {
         xstring contents;
-        text::Cursor copy = m_cursor;
+        text::Cursor copy = static_cast<const text::Cursor&>(m_cursor);
         text::ReadString(copy, contents);
         take(contents);
     }
@@ -218,7 +218,7 @@ void BasicDataSourceReader<Rules>::ReadForeignChoice(const ForeignType& type, vo
     int32 index = 0;
     if (!type.IsOptional())
     {
-        const text::Cursor before = m_cursor;
+        const text::Cursor before = static_cast<const text::Cursor&>(m_cursor);
         const xstring written = text::ReadPath(m_cursor);
         index = FindForeignAlternative(type, written);
         if (index < 0)

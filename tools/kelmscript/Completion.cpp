@@ -134,6 +134,7 @@ std::vector<std::string> CompleteTypeName(const std::string& beginning)
     if (!matches.empty())
         return matches;
     std::vector<std::string> lastParts;
+    lastParts.reserve(names.size());
     for (const std::string& name : names)
         lastParts.emplace_back(LastPart(name));
     return StartingWith(beginning, lastParts);

@@ -104,9 +104,13 @@ bool LoadModuleOfEnvironment(const std::string& module)
         return LoadModule(module, module);
     if (module.find('/') != std::string::npos)
         return Fail(module, "KELMSCRIPT_MODULES holds whole paths, and names of files in KELMSCRIPT_MODULE_PATH");
-    for (const std::string& folder : ListOf("KELMSCRIPT_MODULE_PATH"))
-        if (const std::string path = folder + "/" + module; folder.starts_with('/') && IsFile(path))
+    for (std::string path : ListOf("KELMSCRIPT_MODULE_PATH"))
+    {
+        const bool isWhole = path.starts_with('/');
+        path.append("/").append(module);
+        if (isWhole && IsFile(path))
             return LoadModule(module, path);
+    }
     return Fail(module, "no folder of KELMSCRIPT_MODULE_PATH has it");
 }
 

@@ -132,6 +132,7 @@ void Show(const ReflectedVariant& rv)
 void Show(const ReflectedEnum& re)
 {
     std::vector<Row> rows;
+    rows.reserve(static_cast<std::size_t>(re.m_count));
     for (int32 i = 0; i < re.m_count; ++i)
         rows.push_back({std::string(re.m_strings[i]) + " = " + std::to_string(re.GetValue(i)) + ",",
                         re.m_enabled != nullptr && !re.m_enabled[i] ? "disabled" : ""});
