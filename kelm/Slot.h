@@ -42,6 +42,7 @@ struct Slot
     Kind m_kind;
     bool m_isConst;  // of a place
     bool m_stays;    // of a place: it is one even while a function runs that may change the variable
+    bool m_isOwn;    // of a place: a variable of its own, with what another one held
     uint32 m_checks; // of a place, the members on the way to it that have checks: the last of them; 0 for none
     union
     {
@@ -102,6 +103,7 @@ struct Slot
         m_kind = Kind::Place;
         m_isConst = isConst;
         m_stays = false;
+        m_isOwn = false;
         m_checks = 0;
         m_address = const_cast<void*>(address);
         m_holder = holder;

@@ -1,8 +1,11 @@
 // The entries of a map or a set as a list, for what goes through lists by index.
 
+#include <kelm/private/CopyVariable.h>
 #include <kelm/private/PlaceSteps.h>
+#include <kelm/private/Variable.h>
 #include <klObject/types/ForeignType.h>
 
+#include <deque>
 #include <vector>
 
 namespace kelm::evaluation
@@ -26,8 +29,13 @@ struct Entries : Holder
                                              .m_isContiguous = false};
     static constexpr uint8 s_byteCode[] = {FT_FOREIGN, 0, 0};
 
-    Entries(const Slot& container, const ReflectionByteCode& elementType)
-        : m_container(container), m_part{elementType.m_bc, elementType.m_stringTable, elementType.m_mapOrSetFns}
+    Entries(const Slot& container, const ReflectionByteCode& elementType, const ReflectionByteCode& keyType, bool isSet,
+            bool mayChange)
+        : m_container(container)
+        , m_keyType(keyType)
+        , m_isSet(isSet)
+        , m_mayChange(mayChange)
+        , m_part{elementType.m_bc, elementType.m_stringTable, elementType.m_mapOrSetFns}
     {
         m_destroy = [](Holder* holder) noexcept
         {
@@ -46,11 +54,44 @@ struct Entries : Holder
     // Of a map the payloads, of a set the elements.
     static bool Add(void* context, const void* key, void* payload)
     {
-        static_cast<Entries*>(context)->m_entries.push_back(payload != nullptr ? payload : const_cast<void*>(key));
+        auto& self = *static_cast<Entries*>(context);
+        if (self.m_mayChange)
+        {
+            const Variable& copy = self.m_keys.emplace_back(self.m_keyType);
+            CopyVariable(self.m_keyType, copy.Get(), key);
+        }
+        self.m_entries.push_back(payload != nullptr ? payload : const_cast<void*>(key));
+        return true;
+    }
+
+    // By its key, which is the element in a set.
+    bool Find(std::size_t i, Slot& element, Failure& failure) const
+    {
+        if (m_isSet)
+        {
+            element.SetPlace(m_keys[i].Get(), m_keyType, true);
+            return true;
+        }
+        Slot container = m_container;
+        if (GetWayFrom(Underlying(container)) != PathSteps::Way::Keys) // the scope's object is another one
+            return Fail(failure, ErrorKind::Type, "No list but " + TextOfType(container));
+        const Variable key(m_keyType); // of which a search may take the value
+        CopyVariable(m_keyType, key.Get(), m_keys[i].Get());
+        PathSteps steps = StepsFrom(m_container, PathSteps::Access::Read);
+        if (!steps.TryStepToPayload(key.Get()))
+        {
+            std::string room;
+            return FailKey(failure, LoadScalar(m_keyType, m_keys[i].Get(), room));
+        }
+        TakeOver(element, steps);
         return true;
     }
 
     Slot m_container;
+    ReflectionByteCode m_keyType;
+    bool m_isSet;
+    bool m_mayChange;
+    std::deque<Variable> m_keys;
     std::vector<void*> m_entries;
     ForeignPart m_part;
     ForeignType m_type{};
@@ -59,7 +100,7 @@ struct Entries : Holder
 
 } // namespace
 
-bool GoToList(Slot& slot, Failure& failure)
+bool GoToList(Slot& slot, bool mayChange, Failure& failure)
 {
     ReflectionByteCode type;
     if (slot.m_kind != Kind::Place)
@@ -78,7 +119,8 @@ bool GoToList(Slot& slot, Failure& failure)
         elementType.ScanType();
         elementType.m_mapOrSetFns = type.m_mapOrSetFns + 1;
     }
-    auto entries = std::make_unique<Entries>(slot, elementType);
+    const ReflectionByteCode keyType = isForeign ? type.GetForeignType().GetPartType(0) : type.GetElementType();
+    auto entries = std::make_unique<Entries>(slot, elementType, keyType, isSet, mayChange);
     const auto forEach = isForeign        ? type.GetForeignType().m_map->ForEach
                          : code == FT_MAP ? type.m_mapOrSetFns->mapFns->ForEach
                                           : nullptr;
@@ -91,6 +133,35 @@ bool GoToList(Slot& slot, Failure& failure)
     list.SetOwner(slot.GetOwner());
     list.m_holder = entries.release(); // which keeps what the slot kept
     slot = list;
+    return true;
+}
+
+bool IsListOfEntries(const Slot& slot)
+{
+    return slot.m_kind == Kind::Place && slot.m_bc == Entries::s_byteCode;
+}
+
+bool GetElement(const Slot& list, const Slot& index, Slot& element, Failure& failure)
+{
+    element = list;
+    element.m_holder = nullptr;
+    if (!IsListOfEntries(list))
+        return StepToElement(element, index, failure);
+    const auto& entries = *static_cast<const Entries*>(list.m_holder);
+    return entries.m_mayChange ? entries.Find(static_cast<std::size_t>(index.m_integer), element, failure)
+                               : StepToElement(element, index, failure);
+}
+
+bool SetContainer(Slot& list, const Slot& container, Failure& failure)
+{
+    Slot there = container;
+    ReflectionByteCode type;
+    if (there.m_kind != Kind::Place || !EnterChoices(there, type))
+        return FailNothing(failure);
+    there.Retain();
+    auto& entries = *static_cast<Entries*>(list.m_holder);
+    entries.m_container.Release();
+    entries.m_container = there;
     return true;
 }
 

@@ -45,10 +45,8 @@ const Op* Machine::GoOnGenerally(const Op* call)
         end = FindSame(*m_program->m_general, first, begin, IsPath).m_target;
     }
     m_program = m_program->m_general;
-    std::unique_ptr<const Record*[]>& records = GetRest().m_changedRecords;
-    records = std::make_unique<const Record*[]>(m_program->m_names.size());
-    FindRecords(*m_program, m_scope, records.get());
-    m_records = records.get();
+    m_records = m_program->m_records.data(); // as they were found, as a text that is evaluated once has them
+    GetRest().m_trail.Run();
     return BackTo(&FindSame(*m_program, first, call, IsCall) + 1);
 }
 

@@ -72,15 +72,26 @@ bool Machine::PushText(const Op& op)
 
 bool Machine::PushName(const Op& op)
 {
-    const Record* const record = m_records[op.m_index];
+    const bool isThere = PushRecord(op, *m_top);
+    m_top += isThere;
+    return isThere;
+}
+
+bool Machine::PushRecord(const Op& op, Slot& slot)
+{
     const NameUse& use = m_program->m_names[op.m_index];
-    if (!(record != nullptr ? PushRecord(*record, *m_top, m_failure) : PushResolved(use, *m_top))) [[unlikely]]
+    const Record* record = m_records[op.m_index];
+    if (record == nullptr) // bound since, perhaps
+        record = ScopeAccess::Find(m_scope, use.m_name);
+    if (record == nullptr)
+        return PushResolved(use, slot);
+    if (!evaluation::PushRecord(*record, slot, m_failure))
         return false;
-    ++m_top;
-    // A member only since the name was recorded.
-    if (record != nullptr && record->m_is == Record::Is::Member && op.GetToken() != s_ofMember)
-        return StepToMember(m_top[-1], use.m_name, GetChecks(), m_failure);
-    return true;
+    if (record->m_is != Record::Is::Member || StepToMember(slot, record->m_name, GetChecks(), m_failure))
+        return true;
+    slot.Release();
+    slot.SetNone();
+    return false;
 }
 
 bool Machine::PushParameter(const Op& op)
@@ -257,10 +268,6 @@ bool Machine::LoadArguments(Slot* arguments, std::size_t count)
 
 bool Machine::PushResolved(const NameUse& use, Slot& slot)
 {
-    // Bound since, perhaps.
-    if (const Record* const record = ScopeAccess::Find(m_scope, use.m_name))
-        return PushRecord(*record, slot, m_failure) &&
-               (record->m_is != Record::Is::Member || StepToMember(slot, record->m_name, GetChecks(), m_failure));
     OwnScalars(m_base, m_top);
     const ScopeAccess::Running running;
     std::optional<Value> value = ScopeAccess::Resolve(m_scope, use.m_name);
@@ -354,7 +361,7 @@ bool Machine::StoreName(const Op& op)
         return Fail(m_failure, ErrorKind::Type,
                     "Can't assign to " + std::string(use.m_name) + ", which is no variable");
     if (op.GetToken() != IndexOfToken(TOKEN_EQUAL))
-        if (!PushRecord(*record, *m_top, m_failure) || !CombineWith(op))
+        if (!evaluation::PushRecord(*record, *m_top, m_failure) || !CombineWith(op))
             return false;
     Slot& value = m_top[-1];
     OwnScalars(m_base, &value);
@@ -385,7 +392,7 @@ bool Machine::ListBegin(const Op& op, bool& hasElement)
     std::size_t length = 0;
     if (list->m_kind != Kind::Place)
         return Fail(m_failure, ErrorKind::Type, "No list but " + NameOfType(*list));
-    if (!GoToList(*list, m_failure))
+    if (!GoToList(*list, m_program->m_isTraced, m_failure))
         return false;
     if (!GetLength(*list, length, m_failure))
         return Fail(m_failure, ErrorKind::Type, "No list but " + NameOfType(*list));
@@ -394,7 +401,8 @@ bool Machine::ListBegin(const Op& op, bool& hasElement)
         list[1].Set(function == ListFunction::All);
     else
         list[1].Set(int64(0));
-    list[2].Set(int64(0));
+    list[2].Set(int64(0)); // the number of the element
+    list[2].m_checks = 0;
     list[2].m_holder = nullptr;
     list[2].m_size = length;
     m_top += 2;
@@ -445,11 +453,8 @@ bool Machine::PushElement(bool& hasElement)
         m_top = list + 1;
         return true;
     }
-    list[3] = *list;
-    list[3].m_holder = nullptr;
-    if (!StepToElement(list[3], list[2], m_failure))
+    if (!(m_program->m_isTraced ? FindAgain(*list) : true) || !FindElement(list))
         return false;
-    list[3].m_stays = true;
     ++m_top;
     return true;
 }

@@ -8,6 +8,7 @@
 #include <kelm/private/Places.h>
 #include <kelm/private/Program.h>
 #include <kelm/private/ScopeNames.h>
+#include <kelm/private/Trail.h>
 
 #include <cstddef>
 #include <memory>
@@ -111,6 +112,14 @@ struct Machine
     // Whether a bool is there, and which.
     bool TakeBool(bool& x);
 
+    // --- Places that have waited (Trail.cpp)
+
+    // The place in a slot, by its trail, where anything has been called since it was reached.
+    bool FindAgain(Slot& slot);
+    // The element at hand of a list that is gone through, and the list before; the element alone.
+    bool FindElementAgain(Slot* list);
+    bool FindElement(Slot* list);
+
     // --- The way through the program
 
     // Where to go on when an operation has failed: null where the evaluation has.
@@ -153,6 +162,8 @@ struct Machine
     float64 m_float;
 
 private:
+    friend struct TracedSteps;
+
     static constexpr std::size_t s_noPlace = ~std::size_t(0);
     static constexpr std::size_t s_size = 16;
     static constexpr std::size_t s_spare = 2; // for operands that go from registers to the general form
@@ -160,7 +171,10 @@ private:
     Checks& GetChecks() { return GetRest().m_checks; }
     [[gnu::cold, gnu::noinline]] void MakeRoom(std::size_t depth);
     const Operations& GetOperations() const { return OperationsOf(m_program->m_language); }
+    bool PushRecord(const Op& op, Slot& slot);
     bool PushResolved(const NameUse& use, Slot& slot);
+    bool Repeat(const Op& op, const Value& value, Slot& found);
+    uint32 CountRuns() const;
     bool CombineWith(const Op& op);
     bool PushElement(bool& hasElement);
     bool GoOnBehindPath(const Op*& op);
@@ -174,7 +188,7 @@ private:
     {
         Checks m_checks;
         int64 m_path = 0; // where the innermost path that is asked for begins
-        std::unique_ptr<const Record*[]> m_changedRecords;
+        Trail m_trail;
         std::unique_ptr<unsigned char[]> m_slots;
     };
     Rest& GetRest()

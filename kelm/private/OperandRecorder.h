@@ -142,6 +142,7 @@ protected:
             return false;
         m_depth -= count;
         m_load = s_noLoad;
+        ++m_numCalls;
         if (count == 2)
         {
             Op& call = ops[ops.size() - 2];
@@ -169,10 +170,20 @@ protected:
         operand.m_is = Operand::Is::Pushed;
         operand.m_kind = kind;
     }
-    static void SetPlace(Operand& operand)
+    void SetPlace(Operand& operand, Operand::Is is = Operand::Is::Place) const
     {
-        operand.m_is = Operand::Is::Place;
+        operand.m_is = is;
         operand.m_kind = Kind::None;
+        operand.m_calls = m_numCalls;
+    }
+
+    // An operand that an operation is about to take: a place that has waited while something was called that may have
+    // moved what it lies in must be found again.
+    void LookAtWaiting(const Operand& operand) { LookAtWaiting(operand.m_is, operand.m_calls); }
+    void LookAtWaiting(Operand::Is is, uint64 calls)
+    {
+        if (is >= Operand::Is::Chosen && calls < m_numCalls) [[unlikely]]
+            m_waits = true;
     }
 
     void Push(Operand& operand)
@@ -183,6 +194,14 @@ protected:
             return;
         Raise(1);
         EmitPush(operand);
+        SetBehindPush(operand);
+    }
+
+    // What a name or a parameter stands for stays where it is.
+    void SetBehindPush(Operand& operand) const
+    {
+        if (operand.m_is == Operand::Is::Local) [[unlikely]]
+            return SetPlace(operand);
         operand.m_is = Operand::Is::Pushed;
     }
 
@@ -191,6 +210,7 @@ protected:
         switch (operand.m_is)
         {
         case Operand::Is::Pushed:
+        case Operand::Is::Chosen:
         case Operand::Is::Place: return;
         case Operand::Is::Register:
         case Operand::Is::Address: return SpillCached();
@@ -201,7 +221,7 @@ protected:
         if (operand.m_is == Operand::Is::Object)
         {
             m_program->m_ops[EmitStep(PushPlaceStep(), 0)].m_index = AddPlace(operand);
-            return SetPlace(operand);
+            return SetPlaceThatStays(operand, true);
         }
         if (operand.m_is == Operand::Is::Scalar)
         {
@@ -210,8 +230,18 @@ protected:
             m_program->m_ops[EmitStep(step, 0)].m_left = operand.m_at;
         }
         else
+        {
             EmitPush(operand);
+            return SetBehindPush(operand);
+        }
         operand.m_is = Operand::Is::Pushed;
+    }
+
+    void SetPlaceThatStays(Operand& operand, bool stays) const
+    {
+        SetPlace(operand);
+        if (stays)
+            operand.m_calls = Operand::s_stays;
     }
 
     void EmitPush(const Operand& operand)
@@ -220,7 +250,7 @@ protected:
                                   Code::PushText, Code::PushName, Code::PushParameter, Code::PushLocal};
         const Code code = codes[static_cast<std::size_t>(operand.m_is)];
         const bool isConstant = Code::PushBool <= code && code <= Code::PushFloat;
-        const std::size_t place = code == Code::PushName ? operand.m_place : 0;
+        const std::size_t place = code == Code::PushName || code == Code::PushLocal ? operand.m_place : 0;
         Emit(code, TOKEN_END, isConstant ? static_cast<uint64>(operand.m_integer) : operand.m_index, place);
     }
 
@@ -243,7 +273,7 @@ protected:
             Op& op = m_program->m_ops[EmitStep(SpillPlaceStep(), 0)];
             op.m_index = AddPlace(operand);
             op.m_offset = operand.m_variable.m_offset;
-            return SetPlace(operand);
+            return SetPlaceThatStays(operand, operand.m_stays);
         }
         if (m_load + 1 == m_program->m_ops.size())
             m_program->m_ops.back().m_step =
@@ -264,10 +294,11 @@ protected:
         m_cached = &operand;
     }
 
-    void SetAddress(Operand& operand, const KnownVariable& variable)
+    void SetAddress(Operand& operand, const KnownVariable& variable, bool stays = false)
     {
         operand.m_is = Operand::Is::Address;
         operand.m_variable = variable;
+        operand.m_stays = stays;
         m_cached = &operand;
         Settle(operand);
     }
@@ -316,7 +347,7 @@ protected:
         Op& op = m_program->m_ops[EmitStep(isObject ? PushPlaceStep() : SpillPlaceStep(), 0)];
         op.m_index = place;
         op.m_offset = operand.m_variable.m_offset;
-        SetPlace(operand);
+        SetPlaceThatStays(operand, isObject || operand.m_stays);
         operand.m_index = place;
     }
 
@@ -545,6 +576,8 @@ protected:
 
     Program* m_program;
     bool m_isTyped;
+    bool m_waits = false;  // some place, while something is called
+    uint64 m_numCalls = 0; // so far, of what may run the program's code or assigns
     std::size_t m_depth = 0;
     std::size_t m_maxDepth = 0;
 

@@ -125,6 +125,7 @@ bool TryOwn(Slot& slot, const ReflectionByteCode& type, const Scalar& scalar)
         return false;
     Slot value;
     value.SetPlace(variable, type, slot.m_isConst, holder.release());
+    value.m_isOwn = true;
     return Become(slot, value);
 }
 

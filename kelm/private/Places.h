@@ -43,8 +43,14 @@ bool ToScalar(const Slot& slot, Scalar& scalar, std::string& room, Failure& fail
 // then owns nothing, is where the way ends.
 bool TryGoToType(Slot& slot, const ReflectionByteCode& type);
 
-// A map becomes a list of its payloads, a set one of its elements, in their own order; every other value stays.
-bool GoToList(Slot& slot, Failure& failure);
+// A map becomes a list of its payloads, a set one of its elements, in their own order; every other value stays. Where
+// the container may change meanwhile, it is by their keys that the entries are found.
+bool GoToList(Slot& slot, bool mayChange, Failure& failure);
+// An element of that, which does not keep the list.
+bool GetElement(const Slot& list, const Slot& index, Slot& element, Failure& failure);
+// Whether a list is what has become of a map or set; which has been found again elsewhere.
+bool IsListOfEntries(const Slot& slot);
+bool SetContainer(Slot& list, const Slot& container, Failure& failure);
 
 // How many elements a list or map has.
 bool GetLength(const Slot& slot, std::size_t& length, Failure& failure);

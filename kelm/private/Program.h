@@ -96,9 +96,6 @@ enum class Code : uint8
     Scalar, // whatever Scalars.h has
 };
 
-// In place of an operator: what PushName pushes is the object of which a Member behind it takes the member.
-inline constexpr std::size_t s_ofMember = 1;
-
 struct Op
 {
     Step m_step;
@@ -232,6 +229,7 @@ struct Program
     std::string_view m_text;
     Language m_language = Language::Natural;
     bool m_isTyped = false;
+    bool m_isTraced = false;             // places that wait while something is called are found again (Trail.h)
     Kind m_result = Kind::None;          // what is in the register at the end; None: it is in a slot
     const ScopeState* m_state = nullptr; // of the scope, of a typed program
     const Program* m_general = nullptr;  // the general form of a typed program

@@ -33,9 +33,11 @@ struct RecordedOperand
         Register,
         Address,
         Pushed, // a value
+        Chosen, // pushed: what a branch gives, which may be a place
         Place,  // pushed, and can be assigned to where it is a variable
     };
     static constexpr uint32 s_noName = 0xFFFFFFFF;
+    static constexpr uint64 s_stays = ~uint64(0);
 
     Is m_is = Is::Nothing;
     Kind m_kind = Kind::None; // where that is known
@@ -48,8 +50,10 @@ struct RecordedOperand
         float64 m_float;
         std::size_t m_place; // of the name
         const void* m_at;    // the variable; of a parameter how many octets behind the first one's beginning
+        uint64 m_calls; // of what may be a place, how many calls stand before it; s_stays where no call can move it
     };
     KnownVariable m_variable; // of an object or address
+    bool m_stays;             // of an address: no call can move it
 };
 
 // How the evaluator sets one: it owns nothing.
@@ -79,6 +83,7 @@ struct ArgumentKinds
     bool m_areFloats = true;
     bool m_areNumbers = true;
     bool m_areScalars = true;
+    uint64 m_calls = RecordedOperand::s_stays; // before the first place
 
     void Look(Kind kind)
     {

@@ -10,6 +10,7 @@
 #include <kelm/private/Operations.h>
 #include <kelm/private/Program.h>
 #include <kelm/private/ScopeNames.h>
+#include <kelm/private/Trail.h>
 #include <klKelmScript/private/BuiltIns.h>
 #include <klKelmScript/private/Operators.h>
 #include <klUtils/StackSegment.h>
@@ -36,7 +37,7 @@ public:
     }
 
     // Whether something has been recorded that a typed program cannot have, which must be recorded in the general form.
-    bool NeedsGeneralForm() const { return m_needsGeneralForm; }
+    bool NeedsGeneralForm() const { return m_needsGeneralForm || (m_program->m_isTyped && m_waits); }
 
     // --- What the grammar calls --------------------------------------------------------------------------------------
 
@@ -67,6 +68,7 @@ public:
         {
             Push(left);
             Push(right);
+            LookAtWaiting(left);
             --m_depth;
             Add(BinaryStepOf(m_program->m_language, op.m_token), Code::Binary, op.m_token, op.m_place);
             SetPushed(left, KindOfGeneral(op.m_token, left.m_kind, right.m_kind));
@@ -112,11 +114,13 @@ public:
             e.EvaluateNextOperand(right);
             e.FinishConditional(right);
             Push(right);
+            LookAtWaiting(left);
             m_depth -= isElement ? 2 : isName ? 0 : 1;
             const Code store = isElement ? Code::StoreElement : isName ? Code::StoreName : Code::Store;
             Emit(store, token, isName ? name : 0, place);
             if (isElement)
                 m_program->m_ops.Add(subscript);
+            ++m_numCalls; // a whole object, perhaps, and checks are asked
             SetPushed(left, Kind::None);
         } while (e.IsNow(ROLE_ASSIGNMENT));
     }
@@ -162,6 +166,8 @@ public:
                 m_program->m_ops[toEnd].m_step = SpillAndJumpStep(kind);
             Push(second);
             SetPushed(condition, Kind::None);
+            if (first.m_is >= Operand::Is::Chosen || second.m_is >= Operand::Is::Chosen)
+                SetPlace(condition, Operand::Is::Chosen);
         }
         JumpHere(toEnd);
     }
@@ -202,6 +208,7 @@ public:
         Operand index;
         e.EvaluateNextSafely(index);
         const std::size_t place = PlaceOf(e.m_tokens);
+        LookAtWaiting(operand);
         if (isKnown && index.m_kind == Kind::Integer)
         {
             StepToElement(operand, index, isObject && pushed == m_program->m_ops.size(), place);
@@ -230,9 +237,11 @@ public:
             const uint32 use = UseMember(name, place);
             ArgumentKinds kinds;
             const std::size_t count = 1 + Arguments(e, kinds);
+            LookAtWaiting(operand);
             if (const evaluation::Record* const record = m_program->m_records[use])
                 CheckMemberCall(*record, count, place);
             EmitCall(Code::CallMember, use, count, place);
+            ++m_numCalls;
             return SetPlace(operand);
         }
         StepToMember(operand, name, place);
@@ -251,7 +260,7 @@ public:
         const std::string_view name = TextOf(e.m_tokens);
         const std::size_t place = PlaceOf(e.m_tokens);
         // No name that is given is a built-in one.
-        if (FindLocal(name, operand))
+        if (FindLocal(name, operand, place))
             return e.m_tokens.NextBehindOperand();
         const evaluation::Record* const record = ScopeAccess::Find(m_scope, name);
         if (record == nullptr)
@@ -266,16 +275,16 @@ public:
         operand.m_kind = Kind::None;
         operand.m_index = AddUse(name, record, place, false);
         operand.m_place = place;
+        if (record == nullptr)
+            ++m_numCalls; // of a resolver
         if (record != nullptr && record->m_is == Record::Is::Member) [[unlikely]]
         {
             if (m_isTyped)
                 LookAtObject(operand, *record);
-            if (!IsKnownVariable(operand))
-            {
-                Push(operand);
-                m_program->m_ops.back().m_bits = Op::BitsOf(place, s_ofMember, Code::PushName);
-            }
-            StepToMember(operand, name, place);
+            if (IsKnownVariable(operand))
+                return StepToMember(operand, name, place);
+            Push(operand);
+            SetPlace(operand);
         }
         else if (m_isTyped)
             LookAtRecord(operand, record);
@@ -301,6 +310,8 @@ public:
             Emit(Code::End, TOKEN_END, 0, 0);
         }
         m_program->m_depth = m_maxDepth;
+        if (m_waits && !m_program->m_isTyped) [[unlikely]]
+            Trace(*m_program);
     }
 
 private:
@@ -310,6 +321,7 @@ private:
         uint32 m_slot; // from the stack's bottom
         bool m_isKnown;
         KnownVariable m_variable; // where it is known
+        uint64 m_calls;           // before it
     };
 
     // What brackets enclose may nest without limit.
@@ -335,9 +347,11 @@ private:
         e.EvaluateNextOperand(second);
         e.FinishConditional(second);
         Push(second);
+        LookAtWaiting(condition);
+        LookAtWaiting(first);
         m_depth -= 2;
         Emit(Code::Select, TOKEN_QUESTION, 0, place);
-        SetPushed(condition, Kind::None);
+        SetPlace(condition, Operand::Is::Chosen);
     }
 
     // --- Forms that begin with a name --------------------------------------------------------------------------------
@@ -394,6 +408,7 @@ private:
         if (m_isTyped && kinds.m_areFloats && TryCallAddress(record, count, place))
             return SetRegister(operand, Kind::Float);
         EmitCall(Code::CallName, use, count, place);
+        ++m_numCalls;
         SetPushed(operand, Kind::None);
         if (!m_isTyped || record->m_function.m_takesValues)
             return;
@@ -466,6 +481,8 @@ private:
             e.EvaluateSafely(argument);
             kinds.Look(argument.m_kind);
             Push(argument);
+            if (argument.m_is >= Operand::Is::Chosen && argument.m_calls < kinds.m_calls)
+                kinds.m_calls = argument.m_calls;
             ++count;
             if (e.m_tokens.Is(TOKEN_COMMA))
                 e.m_tokens.Next(); // a trailing comma is accepted
@@ -473,6 +490,7 @@ private:
                 e.ThrowUnexpected();
         }
         e.m_tokens.NextBehindOperand();
+        LookAtWaiting(Operand::Is::Place, kinds.m_calls);
         return count;
     }
 
@@ -537,7 +555,7 @@ private:
         RefuseEnd(e, function.m_name, 0, function.m_max, place);
         e.EvaluateSafely(list);
         RefuseEnd(e, function.m_name, 1, function.m_max, place);
-        Local local{{}, 0, false, {}};
+        Local local{{}, 0, false, {}, 0};
         KnownPlace known;
         local.m_isKnown = IsKnownVariable(list) && FindKnownElements(list.m_variable, known, local.m_variable);
         Push(list);
@@ -557,12 +575,16 @@ private:
         Raise(3);
         local.m_name = name;
         local.m_slot = static_cast<uint32>(m_depth - 1);
+        local.m_calls = m_numCalls;
         m_locals.Add(local);
         const auto body = static_cast<uint32>(m_program->m_ops.size());
         Operand each;
         e.EvaluateNextSafely(each);
         Push(each);
         m_locals.Shrink(m_locals.size() - 1);
+        LookAtWaiting(list);
+        if (local.m_calls != m_numCalls && (!local.m_isKnown || !m_locals.empty())) // the next elements of both, too
+            m_waits = true;
         RefuseMore(e, function.m_name, 3, place);
         e.m_tokens.PassBehindOperand(TOKEN_RIGHT_PAREN, ")");
         Op& next = m_program->m_ops[Emit(Code::ListNext, TOKEN_END, static_cast<uint64>(function.m_list), place)];
@@ -576,17 +598,24 @@ private:
 
     // --- Names -------------------------------------------------------------------------------------------------------
 
-    bool FindLocal(std::string_view name, Operand& operand)
+    bool FindLocal(std::string_view name, Operand& operand, std::size_t place)
     {
         for (std::size_t i = m_locals.size(); i-- > 0;)
             if (m_locals[i].m_name == name)
             {
+                const bool isKnown = m_isTyped && m_locals[i].m_isKnown;
+                const bool mayHaveMoved = m_locals[i].m_calls != m_numCalls;
                 operand.m_is = Operand::Is::Local;
                 operand.m_kind = Kind::None;
                 operand.m_index = m_locals[i].m_slot;
-                if (m_isTyped && m_locals[i].m_isKnown)
+                operand.m_place = place;
+                if (!isKnown && mayHaveMoved)
+                    m_waits = true;
+                if (isKnown)
                 {
                     SpillCached();
+                    if (mayHaveMoved)
+                        m_program->m_ops[EmitStep(ElementAgainStep(), place)].m_index = operand.m_index;
                     m_program->m_ops[EmitStep(LocalAddressStep(), 0)].m_index = operand.m_index;
                     SetAddress(operand, m_locals[i].m_variable);
                 }
@@ -678,7 +707,7 @@ private:
         {
             SpillCached();
             m_program->m_ops[EmitStep(ParameterAddressStep(), 0)].m_index = operand.m_index;
-            SetAddress(operand, KnownVariable::Of(type.m_type, type.m_isConst, 0));
+            SetAddress(operand, KnownVariable::Of(type.m_type, type.m_isConst, 0), true);
         }
         else if (type.m_kind == Kind::Bool || type.m_kind == Kind::Integer || type.m_kind == Kind::Float)
         {

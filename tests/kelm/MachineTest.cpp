@@ -359,6 +359,45 @@ TEST(Machine, AMemberFunctionMayBeReplacedWhileItRuns)
     EXPECT_EQ(Evaluate<double>("item.Weight() + f(1) + item.Weight()", scope), 27.0);
 }
 
+// A name that hides another one from now on is one of the next evaluation, of a text and of one that is kept.
+TEST(Machine, ANameThatAFunctionDefinesIsSeenByTheNextEvaluation)
+{
+    for (const char* text : {"f(1.0) + x", "f(1.0) + x * n", "first(x, f(1.0)) + x", "f(n) > 0 && has(x) ? x : 0"})
+        for (const bool isKept : {false, true})
+        {
+            double x = 2;
+            double hidden = 1000;
+            int n = 1;
+            Scope outer;
+            Scope scope(&outer);
+            outer.Bind("x", x).Bind("n", n).Define("first", [](double a, double) { return a; });
+            outer.Define("f", [&](double y) { return scope.Bind("x", hidden), y; });
+            const Expression kept(isKept ? text : "1", scope);
+            const auto evaluate = [&] { return isKept ? kept.TryEvaluate() : TryEvaluate(text, scope); };
+            const std::string first = Outcome(evaluate());
+            EXPECT_EQ(first.find("1000"), std::string::npos) << text << ": " << first;
+            EXPECT_EQ(first, Outcome(TryEvaluate(text, outer))) << text;
+            EXPECT_NE(Outcome(evaluate()), first) << text;
+        }
+}
+
+TEST(Machine, AMemberThatAFunctionReplacesIsWhatItIsGiven)
+{
+    for (const char* text : {"f(1.0) + q", "q + f(1.0) + q", "f(q) + q", "f(1.0) + q * q", "f(1.0) > 0 ? q : n"})
+    {
+        const auto outcome = [&](bool isKept)
+        {
+            Item item;
+            double other = 100;
+            Scope scope;
+            scope.BindMembers(item).Define("f", [&](double y) { return scope.Bind("q", other), y; });
+            return Outcome(isKept ? Expression(text, scope).TryEvaluate() : TryEvaluate(text, scope));
+        };
+        EXPECT_EQ(outcome(true), outcome(false)) << text;
+        EXPECT_EQ(outcome(false).front(), '3') << text << ": " << outcome(false);
+    }
+}
+
 // What was recorded for one scope is not taken for another that lies in its place.
 TEST(Machine, AScopeInThePlaceOfAnotherIsAnotherOne)
 {
