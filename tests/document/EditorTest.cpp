@@ -1,5 +1,6 @@
 // Editing in place: each row is a text, an edit, and the whole text behind it or why it is refused.
 
+#include "CommentPlaces.h"
 #include "EditedTypes.h"
 
 #include <kelmDocument/Editor.h>
@@ -381,26 +382,6 @@ TEST(Editor, MovesElementsWithTheirComments)
 
 // --- Comments
 
-// One at every place where one can stand, each with a number.
-constexpr std::string_view s_commented =
-    "@1@ yard @2@ :: @3@ Ship @4@ { @5@ title @6@ = @7@ \"a\" @8@ origin @9@ = @10@ Point @11@ ( @12@ 1 @13@ , @14@ - "
-    "@15@ 2 @16@ ) @17@ tags = [ @18@ 1 @19@ , @20@ 2 @21@ ] @22@ counts = [ @23@ \"a\" @24@ -> @25@ 1 @26@ , @27@ "
-    "\"b\" -> 2 @28@ ] extent = @29@ radius @30@ 5 @31@ first = @32@ yard @33@ . @34@ Crate @35@ { @36@ } @37@ rows = "
-    "[ "
-    "[ @38@ ] @39@ ] @40@ } @41@";
-constexpr int s_numPlaces = 41;
-
-struct FormRow
-{
-    std::string_view m_before;
-    std::string_view m_behind;
-};
-
-// How a comment may be written there.
-constexpr FormRow s_forms[] = {
-    {"/* <", "> */"}, {"// <", ">\n"}, {"\n    // <", ">\n    "}, {"\n# <", ">\n"}, {"\n\n  /* <", ">\n */\n\n"},
-};
-
 struct CommentRow
 {
     Verb m_verb;
@@ -451,15 +432,9 @@ TEST(Editor, KeepsEveryCommentAtEveryPlace)
         {Verb::Remove, ".first", "", 31, 37},
         {Verb::Remove, ".rows[0]", "", 38, 39},
     };
-    for (const FormRow& form : s_forms)
+    for (const CommentForm& form : s_commentForms)
     {
-        std::string text(s_commented);
-        for (int i = 1; i <= s_numPlaces; ++i)
-        {
-            const std::string mark = "@" + std::to_string(i) + "@";
-            text.replace(text.find(mark), mark.size(),
-                         std::string(form.m_before) + std::to_string(i) + std::string(form.m_behind));
-        }
+        const std::string text = CommentedText(form);
         for (const CommentRow& row : rows)
         {
             const std::string after = After(text, row.m_verb, row.m_path, row.m_value);

@@ -1,0 +1,512 @@
+// A layout is made in two walks over the tokens: one finds the shapes of brackets, the other decides on the white space
+// before each comment and token. Decisions wait in a queue up to the end of their line, or of the lines whose comments
+// stand in a column, since what follows can change them.
+
+#include <kelmDocument/Format.h>
+
+#include <kelmDocument/private/FormatShapes.h>
+#include <kelmDocument/private/FormatWalk.h>
+
+#include <kelm/private/ErrorOf.h>
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace kelm
+{
+
+namespace
+{
+
+using namespace formatting;
+
+// Lines are indented no further: deep texts stay readable, and of a size.
+constexpr std::size_t s_mostLevels = 16;
+
+// What stands between two pieces: blanks, or the end of a line and blanks.
+struct Spacing
+{
+    Span m_place;
+    std::size_t m_numBlanks;
+    uint8 m_numBreaks;
+    bool m_isCrLf;
+};
+
+std::string TextOf(const Spacing& spacing)
+{
+    std::string text;
+    for (int i = 0; i < spacing.m_numBreaks; ++i)
+        text += spacing.m_isCrLf ? "\r\n" : "\n";
+    return text.append(spacing.m_numBlanks, ' ');
+}
+
+bool IsAsWritten(const Spacing& spacing, std::string_view text)
+{
+    const std::string_view space = spacing.m_place.In(text);
+    const std::size_t breakSize = spacing.m_isCrLf ? 2 : 1;
+    const std::size_t indent = spacing.m_numBreaks * breakSize;
+    if (space.size() != indent + spacing.m_numBlanks || space.find_first_not_of(' ', indent) != std::string_view::npos)
+        return false;
+    for (std::size_t i = 0; i < indent; i += breakSize)
+        if (space.substr(i, breakSize) != (spacing.m_isCrLf ? "\r\n" : "\n"))
+            return false;
+    return true;
+}
+
+// Where spacings go, in their order: those that are other than what is written.
+class Receiver
+{
+public:
+    Receiver() = default;
+    Receiver(const Receiver&) = delete;
+    Receiver& operator=(const Receiver&) = delete;
+    virtual ~Receiver() = default;
+    virtual void Take(const Spacing& spacing) = 0;
+};
+
+// Decides on all white space of a text.
+class Layouter
+{
+public:
+    Layouter(std::string_view text, const FormatOptions& options, const Shapes& shapes, Span range, Receiver& receiver)
+        : m_text(text), m_options(options), m_shapes(shapes), m_range(range), m_receiver(receiver), m_walk(text)
+    {
+    }
+
+    void Make();
+
+private:
+    // Brackets that are open.
+    struct Level
+    {
+        bool m_isFlat = false; // on one line
+        Rows m_rows = Rows::Single;
+        bool m_isInColumn = false;
+        uint32 m_keyWidth = 0;          // of the column; 0 where there is none
+        bool m_beginsWithComma = false; // whether the line does
+        bool m_canBreak = false;        // whether a line can begin with the item that is being laid out
+        std::size_t m_item = 0;         // the queued spacing before it
+        std::size_t m_itemPlace = 0;    // where it begins in its line
+    };
+    // A comment behind what else is on its line.
+    struct LineComment
+    {
+        std::size_t m_spacing; // before it, queued
+        std::size_t m_place;   // where the line ends before that
+        uint32 m_written;      // where it begins in the text's line
+        bool m_hasPadding;
+    };
+
+    Level& GetLevel() { return m_levels.back(); }
+    bool IsFlat() const { return !m_levels.empty() && m_levels.back().m_isFlat; }
+    std::size_t IndentOf(std::size_t depth) const { return std::min(depth, s_mostLevels) * m_options.m_indent; }
+    std::size_t GetIndent() const { return IndentOf(m_walk.GetDepth()); }
+
+    void PutFlat();
+    void PutBetween();
+    void PutInside();
+    void PutToken();
+    void TakeOpening();
+    std::size_t CountPadding();
+    void PutBehind(const Comment& comment, bool isWrittenSo);
+    void AllowBreak(const Piece& first);
+    void BreakBefore(Level& level);
+
+    void Put(const Piece& piece, std::size_t numBlanks, int numBreaks = 0);
+    void PutComment(const Comment& comment, std::size_t numBlanks, int numBreaks = 0);
+    bool IsKept(const Piece& piece) const;
+    void Keep(const Piece& piece);
+    void EndLine(int numBreaks);
+    void EndCommentColumn();
+    void Send();
+
+    std::string_view m_text;
+    const FormatOptions& m_options;
+    const Shapes& m_shapes;
+    Span m_range;
+    Receiver& m_receiver;
+    FormatWalk m_walk;
+
+    std::vector<Level> m_levels;
+    std::size_t m_bracket = 0; // the next one's shape
+    std::size_t m_column = 0;  // the next one's width
+
+    std::vector<Spacing> m_queue;
+    std::size_t m_place = 0; // in the line
+    std::size_t m_lineIndent = 0;
+    bool m_isBehindCr = false; // which a line feed alone would take from a comment
+
+    std::optional<LineComment> m_lineComment; // of the line
+    std::vector<LineComment> m_commentColumn; // of the lines before it, queued
+    std::size_t m_commentIndent = 0;          // of these lines
+};
+
+void Layouter::Make()
+{
+    while (m_walk.Next())
+    {
+        const Where where = m_walk.GetWhere();
+        if (IsFlat())
+            PutFlat();
+        else if (where == Where::Inside || where == Where::Comma)
+            PutInside();
+        else
+            PutBetween();
+        PutToken();
+        if (m_walk.GetToken() == TOKEN_END)
+            break;
+    }
+    EndLine(2);
+    Send();
+}
+
+void Layouter::PutToken()
+{
+    const EToken token = m_walk.GetToken();
+    if (IsOpeningBracket(token))
+        TakeOpening();
+    m_place += m_walk.GetTokenWidth();
+    if (IsClosingBracket(token))
+        m_levels.pop_back();
+    else if (token == TOKEN_COMMA)
+        BreakBefore(GetLevel());
+}
+
+void Layouter::TakeOpening()
+{
+    const Shape& shape = m_shapes.m_brackets[m_bracket++];
+    Level level;
+    level.m_isFlat = IsFlat() || (!shape.m_hasBreak && m_place + shape.m_width <= m_options.m_width);
+    const bool isGrid = shape.m_isGrid && IndentOf(m_walk.GetDepth() + 1) + shape.m_widestRow <= m_options.m_width;
+    level.m_rows = isGrid ? Rows::Kept : shape.m_rows;
+    m_levels.push_back(level);
+}
+
+// --- On one line
+
+void Layouter::PutFlat()
+{
+    const std::vector<Comment>& comments = m_walk.GetComments();
+    std::size_t numBlanks = m_walk.IsBlankBefore() ? 1 : 0;
+    for (const Comment& comment : comments)
+    {
+        PutComment(comment, numBlanks);
+        numBlanks = 1;
+    }
+    if (!comments.empty() && !m_walk.IsBlankBehindComments())
+        numBlanks = 0;
+    CountPadding(); // of columns that have no width here
+    Put(m_walk.GetPiece(), numBlanks);
+}
+
+// --- Inside of an item
+
+// What follows a line comment goes on a level deeper; but brackets that open stand below what they belong to.
+void Layouter::PutInside()
+{
+    const bool isComma = m_walk.GetWhere() == Where::Comma;
+    const std::size_t deeper = GetIndent() + m_options.m_indent;
+    bool isBehindLine = false;
+    std::size_t numBlanks = m_walk.IsBlankBefore() ? 1 : 0;
+    for (const Comment& comment : m_walk.GetComments())
+    {
+        if (isBehindLine || comment.m_isHash || (comment.m_isLine && comment.m_numBreaks > 0))
+            PutComment(comment, comment.m_isHash ? 0 : deeper, 1);
+        else
+            PutComment(comment, numBlanks);
+        isBehindLine = comment.m_isLine;
+        numBlanks = m_walk.IsBlankBehindComments() ? 1 : 0;
+    }
+    numBlanks += CountPadding();
+    if (isBehindLine)
+        Put(m_walk.GetPiece(), isComma || IsOpeningBracket(m_walk.GetToken()) ? GetIndent() : deeper, 1);
+    else
+        Put(m_walk.GetPiece(), numBlanks);
+    if (isComma)
+        GetLevel().m_beginsWithComma = isBehindLine;
+}
+
+// What an equals sign or arrow has before it beyond one blank. Columns are counted as FormatShapes counts them.
+std::size_t Layouter::CountPadding()
+{
+    if (!m_walk.CanBeInColumn() || m_walk.GetPiece().m_isKept)
+        return 0;
+    Level& level = GetLevel();
+    if (!level.m_isInColumn)
+    {
+        level.m_isInColumn = true;
+        level.m_keyWidth = m_shapes.m_keyWidths[m_column++];
+    }
+    return level.m_isFlat || level.m_keyWidth == 0 ? 0 : level.m_keyWidth - m_walk.GetKeyWidth();
+}
+
+// --- Between items
+
+// A piece goes on a line of its own, but for comments that are behind something, what is written behind a comment on
+// the same line, and the items of a row.
+void Layouter::PutBetween()
+{
+    const std::vector<Comment>& comments = m_walk.GetComments();
+    const Piece& token = m_walk.GetPiece();
+    const Where where = m_walk.GetWhere();
+    const bool isClosing = where == Where::Close || where == Where::Empty;
+    if (isClosing)
+        BreakBefore(GetLevel());
+    if (where == Where::Empty && comments.empty())
+        return Put(token, 0);
+
+    bool isInRow = false; // whether the first piece may stay on the line
+    bool isFilled = false;
+    if (m_walk.BeginsItem())
+    {
+        Level& level = GetLevel();
+        level.m_canBreak = false;
+        if (where != Where::Open && m_walk.IsBehindBlankLine())
+            level.m_isInColumn = false;
+        isInRow = where == Where::AfterComma && (level.m_rows != Rows::Single || level.m_beginsWithComma);
+        isFilled = isInRow && level.m_rows == Rows::Filled && !level.m_beginsWithComma;
+        level.m_beginsWithComma = false;
+    }
+    bool isLead = where == Where::Begin || where == Where::Open || where == Where::Empty; // no blank line may follow
+    const std::size_t numBehind = m_walk.CountBehind();
+    for (std::size_t i = 0; i < numBehind; ++i)
+        if (i == 0)
+            PutBehind(comments[0], comments.size() > numBehind || token.m_numBreaks > 0);
+        else
+            PutComment(comments[i], 1);
+    for (std::size_t i = numBehind; i <= comments.size(); ++i)
+    {
+        const Piece& piece = i < comments.size() ? comments[i] : token;
+        const bool isToken = &piece == &token;
+        const bool isOnLine =
+            i > numBehind ? piece.m_numBreaks == 0 : i == 0 && isInRow && (isFilled || piece.m_numBreaks == 0);
+        std::size_t numBlanks = GetIndent();
+        int numBreaks = isLead || piece.m_numBreaks < 2 ? 1 : 2;
+        if (isToken && (isClosing || where == Where::End))
+        {
+            numBlanks = isClosing ? IndentOf(m_walk.GetDepth() - 1) : 0;
+            numBreaks = 1;
+        }
+        else if (isOnLine || (where == Where::Begin && i == 0))
+        {
+            numBlanks = isOnLine ? 1 : 0;
+            numBreaks = 0;
+        }
+        isLead &= numBreaks == 0 && where != Where::Begin;
+        if (i == 0 && isOnLine)
+            AllowBreak(piece);
+        if (isToken)
+            Put(piece, numBlanks, numBreaks);
+        else
+            PutComment(comments[i], comments[i].m_isHash ? 0 : numBlanks, numBreaks);
+    }
+}
+
+// A comment on the line of what it is behind. It can be in a column with others if its line ends there in the text too.
+void Layouter::PutBehind(const Comment& comment, bool isWrittenSo)
+{
+    const std::size_t place = m_place;
+    PutComment(comment, 1);
+    if (comment.m_isMultiLine || IsKept(comment))
+        return;
+    const std::string_view before = m_text.substr(comment.m_lineStart, comment.m_span.m_begin - comment.m_lineStart);
+    m_lineComment = {m_queue.size() - 1, place, isWrittenSo ? static_cast<uint32>(WidthOf(before)) : s_noColumn,
+                     comment.m_space.GetSize() > 1};
+}
+
+// Before an item that is put on the line of another one, a blank behind it.
+void Layouter::AllowBreak(const Piece& first)
+{
+    Level& level = GetLevel();
+    level.m_canBreak = level.m_rows != Rows::Single && !IsKept(first);
+    level.m_item = m_queue.size();
+    level.m_itemPlace = m_place + 1;
+}
+
+// The item has been put, or what closes its brackets comes: it goes on another line if it has no room here.
+void Layouter::BreakBefore(Level& level)
+{
+    if (!std::exchange(level.m_canBreak, false) || m_place <= m_options.m_width)
+        return;
+    Spacing& spacing = m_queue[level.m_item];
+    spacing.m_numBreaks = 1;
+    spacing.m_numBlanks = GetIndent();
+    m_place = spacing.m_numBlanks + (m_place - level.m_itemPlace);
+    m_lineIndent = spacing.m_numBlanks;
+    EndCommentColumn();
+}
+
+// --- Pieces
+
+bool Layouter::IsKept(const Piece& piece) const
+{
+    return piece.m_isKept || piece.m_span.m_begin < m_range.m_begin || piece.m_span.m_begin > m_range.m_end;
+}
+
+void Layouter::Put(const Piece& piece, std::size_t numBlanks, int numBreaks)
+{
+    if (IsKept(piece))
+        return Keep(piece);
+    if (numBreaks > 0)
+        EndLine(numBreaks);
+    m_queue.push_back({piece.m_space, numBlanks, static_cast<uint8>(numBreaks), m_shapes.m_isCrLf || m_isBehindCr});
+    m_isBehindCr = false;
+    m_place = numBlanks + (numBreaks > 0 ? 0 : m_place);
+    if (numBreaks > 0)
+        m_lineIndent = numBlanks;
+}
+
+void Layouter::PutComment(const Comment& comment, std::size_t numBlanks, int numBreaks)
+{
+    Put(comment, numBlanks, numBreaks);
+    const std::string_view text = comment.m_span.In(m_text);
+    m_isBehindCr = text.ends_with('\r');
+    if (!comment.m_isMultiLine)
+    {
+        m_place += WidthOf(text);
+        return;
+    }
+    m_place = WidthOf(text.substr(text.rfind('\n') + 1));
+    m_lineComment.reset();
+    if (!m_levels.empty())
+        GetLevel().m_canBreak = false;
+}
+
+void Layouter::Keep(const Piece& piece)
+{
+    m_isBehindCr = false;
+    if (piece.m_numBreaks == 0)
+    {
+        m_place += piece.m_space.GetSize();
+        return;
+    }
+    EndLine(2);
+    m_place = m_lineIndent = piece.m_span.m_begin - piece.m_lineStart;
+}
+
+// --- Lines
+
+void Layouter::EndLine(int numBreaks)
+{
+    if (!m_levels.empty())
+        GetLevel().m_canBreak = false;
+    if (!m_lineComment || m_lineIndent != m_commentIndent)
+        EndCommentColumn();
+    m_commentIndent = m_lineIndent;
+    if (m_lineComment)
+        m_commentColumn.push_back(*std::exchange(m_lineComment, std::nullopt));
+    if (numBreaks > 1)
+        EndCommentColumn();
+    if (m_commentColumn.empty())
+        Send();
+}
+
+// Comments that were written in a column stand in one, behind the longest line.
+void Layouter::EndCommentColumn()
+{
+    if (m_commentColumn.empty())
+        return;
+    std::vector<uint32> written;
+    std::size_t place = 0;
+    bool hasPadding = false;
+    for (const LineComment& comment : m_commentColumn)
+    {
+        written.push_back(comment.m_written);
+        place = std::max(place, comment.m_place);
+        hasPadding |= comment.m_hasPadding;
+    }
+    if (hasPadding && IsColumn(written))
+        for (const LineComment& comment : m_commentColumn)
+            m_queue[comment.m_spacing].m_numBlanks = place - comment.m_place + 1;
+    m_commentColumn.clear();
+}
+
+void Layouter::Send()
+{
+    for (const Spacing& spacing : m_queue)
+        if (!IsAsWritten(spacing, m_text))
+            m_receiver.Take(spacing);
+    m_queue.clear();
+}
+
+// --- What is made of it
+
+class TextReceiver : public Receiver
+{
+public:
+    explicit TextReceiver(std::string_view text) : m_text(text) { m_made.reserve(text.size() + text.size() / 8); }
+
+    void Take(const Spacing& spacing) override
+    {
+        m_made.append(m_text, m_taken, spacing.m_place.m_begin - m_taken);
+        m_made += TextOf(spacing);
+        m_taken = spacing.m_place.m_end;
+    }
+
+    std::string GetText()
+    {
+        m_made.append(m_text, m_taken);
+        return std::move(m_made);
+    }
+
+private:
+    std::string_view m_text;
+    std::size_t m_taken = 0;
+    std::string m_made;
+};
+
+class ChangesReceiver : public Receiver
+{
+public:
+    void Take(const Spacing& spacing) override { m_changes.push_back({spacing.m_place, TextOf(spacing)}); }
+
+    std::vector<SpaceChange> m_changes;
+};
+
+Error ErrorOf(const Diagnostic& diagnostic, std::string_view text)
+{
+    const std::string_view source = WithoutByteOrderMark(text);
+    const std::size_t mark = text.size() - source.size();
+    return ErrorAt(ErrorKind::Syntax, diagnostic.m_message, {"<text>", source}, diagnostic.m_place - mark,
+                   diagnostic.m_token.GetSize());
+}
+
+// The lines that a range touches.
+Span LinesOf(std::string_view text, Span range)
+{
+    const std::size_t begin = range.m_begin == 0 ? 0 : text.rfind('\n', range.m_begin - 1) + 1;
+    return {begin, std::min(text.find('\n', std::max(begin, range.m_end)), text.size())};
+}
+
+} // namespace
+
+Result<std::string> Format(const Document& document, const FormatOptions& options)
+{
+    const std::string_view text = document.GetText();
+    Shapes shapes;
+    if (const std::optional<Diagnostic> error = FindShapes(text, shapes))
+        return ErrorOf(*error, text);
+    TextReceiver receiver(text);
+    Layouter(text, options, shapes, {0, text.size()}, receiver).Make();
+    return receiver.GetText();
+}
+
+Result<std::vector<SpaceChange>> FormatLines(const Document& document, Span range, const FormatOptions& options)
+{
+    const std::string_view text = document.GetText();
+    Shapes shapes;
+    if (const std::optional<Diagnostic> error = FindShapes(text, shapes))
+        return ErrorOf(*error, text);
+    ChangesReceiver receiver;
+    Layouter(text, options, shapes, LinesOf(text, range), receiver).Make();
+    return std::move(receiver.m_changes);
+}
+
+std::optional<Diagnostic> FindSyntaxError(const Document& document)
+{
+    Shapes shapes;
+    return FindShapes(document.GetText(), shapes);
+}
+
+} // namespace kelm

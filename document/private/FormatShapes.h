@@ -1,0 +1,52 @@
+#pragma once
+
+// What a layout has to know before it comes to it: how wide brackets are, how their items stood in lines, and which
+// names and keys stood in a column.
+
+#include <kelmDocument/Diagnose.h>
+#include <klUtils/types.h>
+
+#include <cstddef>
+#include <limits>
+#include <optional>
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace kelm::formatting
+{
+
+// How the items of brackets that do not stand on one line are put on lines.
+enum class Rows : uint8
+{
+    Single, // each on its own
+    Filled, // as many as there is room for
+    Kept,   // as they are written, where there is room
+};
+
+struct Shape
+{
+    uint32 m_width = 0;         // on one line, with a comma behind it
+    uint32 m_widestRow = 0;     // of those that are written
+    bool m_hasBreak = false;    // whether it is written over several lines
+    bool m_isGrid = false;      // whether its rows have the same number of items, the last one at most as many
+    Rows m_rows = Rows::Single; // where it is no grid that there is room for
+};
+
+struct Shapes
+{
+    std::vector<Shape> m_brackets;   // in the order of the opening ones
+    std::vector<uint32> m_keyWidths; // of columns, in the order of their beginnings: of the widest key; 0 of none
+    bool m_isCrLf = false;           // whether lines end as on Windows
+};
+
+// A column that is none.
+inline constexpr uint32 s_noColumn = std::numeric_limits<uint32>::max();
+
+// Whether most of these are the same.
+bool IsColumn(std::span<const uint32> columns);
+
+// Of a document's text; or what is wrong with it.
+std::optional<Diagnostic> FindShapes(std::string_view text, Shapes& shapes);
+
+} // namespace kelm::formatting
