@@ -30,6 +30,7 @@ bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev
                 jq luajit lua5.4 mawk)
 docs_packages=(chromium chromium-driver doxygen mkdocs mkdocs-material python3-railroad-diagrams python3-selenium)
 picture_packages=(python3 python3-pexpect termtosvg)
+abi_packages=(abigail-tools xz-utils)
 package_packages=(dpkg-dev file gzip lintian mmdebstrap)
 matrix_packages=(clang-14 clang-19)
 arm64_packages=(g++-aarch64-linux-gnu qemu-user)
