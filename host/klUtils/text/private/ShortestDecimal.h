@@ -35,6 +35,14 @@ struct BinaryFloat
     bool m_isNarrowBelow; // whether the float below is only half as far away as the one above
 };
 
+// So is zero.
+template <class Bits>
+constexpr bool IsPowerOfTwo(Bits magnitude)
+{
+    using Float = std::conditional_t<sizeof(Bits) == sizeof(uint64), double, float>;
+    return (magnitude & ((Bits(1) << (std::numeric_limits<Float>::digits - 1)) - 1)) == 0;
+}
+
 template <class Bits>
 inline BinaryFloat TakeApart(Bits magnitude)
 {
@@ -47,7 +55,7 @@ inline BinaryFloat TakeApart(Bits magnitude)
     const auto exponent = static_cast<int>(magnitude >> fractionBits);
     if (exponent == 0) [[unlikely]]
         return {fraction, 1 - bias, false};
-    return {fraction | hiddenBit, exponent - bias, fraction == 0 && exponent > 1};
+    return {fraction | hiddenBit, exponent - bias, IsPowerOfTwo(magnitude) && exponent > 1};
 }
 
 // The paper's way. For floats that are not zero.
@@ -91,7 +99,7 @@ inline Decimal ShortestDecimalExactly(BinaryFloat parts)
     return {nearest / 10, nearest % 10, exponent};
 }
 
-// Almost always the same, at a third of the cost; false where it does not decide.
+// Almost always the same, at a third of the cost; false where it does not decide. Not for powers of two.
 inline bool TryShortestDecimal(BinaryFloat parts, Decimal& decimal)
 {
     // floor(log10(2 ^ e)): the interval is between one and ten wide.
@@ -119,7 +127,7 @@ inline bool TryShortestDecimal(BinaryFloat parts, Decimal& decimal)
     constexpr uint64 error = 4;
     const auto isNearZero = [](uint64 difference) { return difference + error <= 2 * error; };
     const bool isTie = isNearZero(fraction - (uint64(1) << 63));
-    if (isNearZero(static_cast<uint64>(beyond)) | isTie | parts.m_isNarrowBelow) [[unlikely]]
+    if (isNearZero(static_cast<uint64>(beyond)) | isTie) [[unlikely]]
         return false;
     const uint64 isWithin = allBitsWhere(beyond);
     decimal.m_exponent = exponent;

@@ -62,7 +62,7 @@ public:
     {
         const auto zeros = static_cast<uint32>(_mm_movemask_epi8(_mm_cmpeq_epi8(m_digits, _mm_setzero_si128())));
         const uint32 others = (zeros ^ 0xFFFF) | static_cast<uint32>(next != 0) << 16;
-        return static_cast<int>(std::bit_width(others << 1 | 1)) - 1; // so that it is of something in any case
+        return 31 ^ __builtin_clz(others << 1 | 1); // so that it is of something in any case
     }
     void Put(char* p) const
     {
