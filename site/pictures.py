@@ -100,12 +100,12 @@ class Session:
 
 
 def draw(name, picture, environment, data, out):
-    with tempfile.TemporaryDirectory() as folder:
+    with tempfile.TemporaryDirectory() as folder, tempfile.TemporaryDirectory() as home:
         for file in os.listdir(data):
             if file.endswith(".kds"):
                 shutil.copy(os.path.join(data, file), folder)
         shutil.copy(os.path.join(data, "garden.kds"), os.path.join(folder, "old.kds"))
-        session = Session(picture["command"], picture["prompt"], picture["rows"], folder, environment)
+        session = Session(picture["command"], picture["prompt"], picture["rows"], folder, {**environment, "HOME": home})
         for line in picture["lines"]:
             session.type(line)
         recording = os.path.join(folder, "recording.cast")
@@ -119,7 +119,6 @@ def draw(name, picture, environment, data, out):
 def main(binaries, libraries, data, out):
     environment = {
         "PATH": binaries + ":/usr/bin:/bin",
-        "HOME": "/nowhere",
         "TERM": "xterm-256color",
         "LANG": "C.UTF-8",
         "PS1": SHELL,

@@ -12,6 +12,7 @@ namespace kelm
 namespace
 {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -67,6 +68,11 @@ TEST_F(BashCompletion, OffersWhatCanStandThere)
     EXPECT_THAT(Complete("kelmscript eval --data a = g"), ElementsAre("garden.kds"));
     EXPECT_THAT(Complete("kelmscript eval --set g"), IsEmpty());
     EXPECT_THAT(Complete("kelmscript types tool::Sc"), ElementsAre("tool::Scene"));
+    EXPECT_THAT(Complete("kelmscript types tool :: Sc"), ElementsAre("Scene"));
+    EXPECT_THAT(Complete("kelmscript types tool ::"), Contains("Scene"));
+    EXPECT_THAT(Complete("kelmscript types --max-size = 1 tool :: Sc"), ElementsAre("Scene"));
+    EXPECT_THAT(Complete("kelmscript get a :: b s"), IsEmpty()); // the second argument
+    EXPECT_THAT(Complete("kelmscript check a :: b s"), ElementsAre("scene.kds"));
     EXPECT_THAT(Complete("kelmscript completion f"), ElementsAre("fish"));
     EXPECT_THAT(Complete("kelmscript manual ty"), ElementsAre("types"));
 }

@@ -249,8 +249,11 @@ TEST_F(Prompt, RecallsAnEntryOfSeveralLinesAsOne)
 {
     {
         const auto terminal = Start();
-        terminal->Type("(1 + // one\r");
-        terminal->ReadUntil(s_continuation);
+        for (const char* keys : {"(1 + // one\r", "#2 more\r"})
+        {
+            terminal->Type(keys);
+            terminal->ReadUntil(s_continuation);
+        }
         EXPECT_EQ(Answer(*terminal, "2)\r"), "2)\r\n3\r\nkelm> ");
         EXPECT_EQ(Leave(*terminal), 0);
     }
@@ -270,7 +273,7 @@ TEST_F(Prompt, RemembersCommandsAndErrorsButNotRepetitionsAndBlanks)
     std::istringstream lines(TextOfFile(HistoryFile()));
     std::vector<std::string> entries;
     for (std::string line; std::getline(lines, line);)
-        if (!line.starts_with('#')) // the time of each entry
+        if (!line.starts_with('\x01')) // the time of each entry
             entries.push_back(line);
     EXPECT_EQ(entries, (std::vector<std::string>{"1", "$", ":type 1"}));
 }

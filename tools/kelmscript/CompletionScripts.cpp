@@ -99,17 +99,25 @@ _kelmscript_files() {
     mapfile -t COMPREPLY < <(compgen -f -- "$1")
 }
 
-_kelmscript() {
-    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command='' number=0 i
+_kelmscript_offer() {
+    local cur=${COMP_WORDS[COMP_CWORD]} first=$COMP_CWORD command='' number=0 i
     COMPREPLY=()
-    # A value may stand behind an equals sign, which is a word of its own.
+    # Colons, which names have, are words of their own: what is completed is put together, and offered without what
+    # stands before its last word.
+    while [[ $first -gt 1 && (${COMP_WORDS[first]} == :* || ${COMP_WORDS[first - 1]} == *:) ]]; do
+        first=$((first - 1))
+        cur=${COMP_WORDS[first]}$cur
+    done
+    [[ $cur == *:* ]] && glued=${cur%"${COMP_WORDS[COMP_CWORD]##:*}"}
+    # A value may stand behind an equals sign, which is a word of its own, too.
+    local prev=${COMP_WORDS[first - 1]}
     if [[ $cur == '=' ]]; then
         cur=''
     elif [[ $prev == '=' ]]; then
-        prev=${COMP_WORDS[COMP_CWORD - 2]}
-        [[ $prev != -* && $COMP_CWORD -gt 3 ]] && prev=${COMP_WORDS[COMP_CWORD - 3]} # --data NAME=
+        prev=${COMP_WORDS[first - 2]}
+        [[ $prev != -* && $first -gt 3 ]] && prev=${COMP_WORDS[first - 3]} # --data NAME=
     fi
-    for ((i = 1; i < COMP_CWORD; ++i)); do
+    for ((i = 1; i < first; ++i)); do
         case ${COMP_WORDS[i]} in
 )");
     std::string withValues;
@@ -117,6 +125,7 @@ _kelmscript() {
                            { withValues += (withValues.empty() ? "" : "|") + names; });
     PutLine("            " + withValues + ") [[ ${COMP_WORDS[i + 1]} == '=' ]] && i=$((i + 1)); i=$((i + 1)) ;;");
     Put(R"(            =) i=$((i + 1)) ;;
+            :*) number=$((number - 1)) ;; # what stands on both sides is one argument
             -?*) ;;
             *) if [[ -z $command ]]; then command=${COMP_WORDS[i]}; else number=$((number + 1)); fi ;;
         esac
@@ -149,6 +158,12 @@ _kelmscript() {
                 PutLine("        " + std::string(row.m_name) + ":" +
                         (IsRepeated(row.m_arguments[i]) ? "*" : std::to_string(i)) + ") " + words + " ;;");
     Put(R"(    esac
+}
+
+_kelmscript() {
+    local glued=''
+    _kelmscript_offer
+    [[ -z $glued ]] || COMPREPLY=("${COMPREPLY[@]#"$glued"}")
 }
 
 complete -F _kelmscript kelmscript

@@ -50,8 +50,9 @@ std::string MakeHistoryFile()
 History::History() : m_path(MakeHistoryFile())
 {
     using_history();
-    // Entries of several lines are told apart by the time that is written before each.
-    history_comment_char = '#';
+    // Entries of several lines are told apart by the time that is written before each, behind a character that begins
+    // no line of an entry.
+    history_comment_char = '\x01';
     history_write_timestamps = 1;
     if (m_path.empty())
         return;
