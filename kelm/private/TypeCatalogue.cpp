@@ -102,7 +102,7 @@ int64 ValueOf(const ForeignType& type, ConstStringZ name)
 class Cataloguer
 {
 public:
-    explicit Cataloguer(std::string_view name) : m_name(name) {}
+    Cataloguer(std::string_view name, Defaults defaults) : m_name(name), m_defaults(defaults) {}
 
     TypeCatalogue Make()
     {
@@ -132,14 +132,30 @@ private:
     static CatalogueEntry EntryOf(const Descriptor& descriptor)
     {
         const dsTarget* const target = GetTargetDescription(GetTargetOfName(descriptor.m_name));
-        return {descriptor.m_name, target != nullptr ? TextOrNone(target->m_targetName) : std::string(), {}, {}};
+        CatalogueEntry entry{descriptor.m_name, target != nullptr ? TextOrNone(target->m_targetName) : "", {}, {}};
+        Note(entry, descriptor.m_notes);
+        return entry;
+    }
+
+    static void Note(CatalogueEntry& entry, const TypeNotes* notes)
+    {
+        if (notes == nullptr)
+            return;
+        entry.m_doc = TextOrNone(notes->m_doc);
+        entry.m_place = {TextOrNone(notes->m_file), notes->m_line};
+    }
+
+    // Of a field or an enumerator.
+    static std::string DocOf(const TypeNotes* notes, ssize_t i)
+    {
+        return notes != nullptr && notes->m_docs != nullptr ? TextOrNone(notes->m_docs[i]) : std::string();
     }
 
     void Add(const ReflectedEnum& re)
     {
         CatalogueEnum entry{EntryOf(re), {}};
         for (int32 i = 0; i < re.m_count; ++i)
-            entry.m_enumerators.push_back({re.m_strings[i], re.GetValue(i), {}});
+            entry.m_enumerators.push_back({re.m_strings[i], re.GetValue(i), DocOf(re.m_notes, i)});
         m_enums.emplace(re.m_name, std::move(entry));
     }
 
@@ -152,6 +168,7 @@ private:
         CatalogueEnum& entry = place->second;
         entry.m_name = type.m_text->m_what;
         entry.m_isStandard = true;
+        Note(entry, type.m_text->m_notes);
         for (ssize_t i = 0; i < type.m_text->m_numNames; ++i)
             entry.m_enumerators.push_back({type.m_text->m_names[i], ValueOf(type, type.m_text->m_names[i]), {}});
     }
@@ -172,14 +189,15 @@ private:
         for (ssize_t i = 0; i < rc.m_numInterfaces; ++i)
             entry.m_interfaces.emplace_back(rc.m_interfaces[i]);
 
-        const NewInstance instance(rc);
+        const NewInstance instance(rc, m_defaults);
         if (const ClassModel model = FindClassModel(rc); model.m_class != nullptr)
             for (ssize_t i = 0; i < model.m_class->m_numModelFields; ++i)
                 if (const ReflectedModelField& field = model.m_class->m_modelFields[i]; IsPresent(field))
                 {
                     const ReflectionByteCode type(field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns);
-                    CatalogueMember member{
-                        field.m_name, NodeOf(type), instance.TextOf(type, model.m_offset + field.m_offset), {}};
+                    CatalogueMember member{field.m_name, NodeOf(type),
+                                           instance.TextOf(type, model.m_offset + field.m_offset),
+                                           DocOf(model.m_class->m_notes, i)};
                     if (model.m_class->m_rules != nullptr)
                     {
                         member.m_isRequired = model.m_class->m_rules[i].m_isRequired;
@@ -191,7 +209,8 @@ private:
         {
             const ReflectedField& field = rc.m_fields[i];
             const ReflectionByteCode type(field.m_bc, rc.m_stringTable);
-            CatalogueMember member{field.m_name, NodeOf(type), instance.TextOf(type, field.m_offset), {}};
+            CatalogueMember member{field.m_name, NodeOf(type), instance.TextOf(type, field.m_offset),
+                                   DocOf(rc.m_notes, GetModelFieldCount(rc) + i)};
             member.m_isOfModel = false;
             entry.m_members.push_back(std::move(member));
         }
@@ -202,8 +221,10 @@ private:
     class NewInstance
     {
     public:
-        explicit NewInstance(const ReflectedClass& rc)
+        NewInstance(const ReflectedClass& rc, Defaults defaults)
         {
+            if (defaults == Defaults::Untold)
+                return;
             try
             {
                 if (rc.m_createFn != nullptr)
@@ -357,14 +378,15 @@ private:
     }
 
     std::string_view m_name;
+    Defaults m_defaults;
     std::map<std::string, CatalogueEnum> m_enums;
 };
 
 } // namespace
 
-TypeCatalogue CatalogueOfRegisteredTypes(std::string_view name)
+TypeCatalogue CatalogueOfRegisteredTypes(std::string_view name, Defaults defaults)
 {
-    return Cataloguer(name).Make();
+    return Cataloguer(name, defaults).Make();
 }
 
 } // namespace kelm

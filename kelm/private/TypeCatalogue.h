@@ -148,9 +148,14 @@ struct TypeCatalogue
     bool operator==(const TypeCatalogue&) const = default;
 };
 
-// Of all that is registered, or of the one that has the name. It makes an instance of every class in it that can be
-// made, to see what a new one holds.
-KELM_API TypeCatalogue CatalogueOfRegisteredTypes(std::string_view name = {});
+enum class Defaults
+{
+    Told, // an instance of every class is made, to see what a new one holds
+    Untold,
+};
+
+// Of all that is registered, or of the one that has the name.
+KELM_API TypeCatalogue CatalogueOfRegisteredTypes(std::string_view name = {}, Defaults defaults = Defaults::Told);
 
 // As a text in JSON, which is the same for the same catalogue.
 KELM_API std::string JsonOf(const TypeCatalogue& catalogue);

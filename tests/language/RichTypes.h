@@ -160,12 +160,12 @@ struct Sealed
 
 } // namespace rich
 
-KELM_ENUM(rich::Colour, KELM_VALUE(RED), KELM_VALUE(GREEN), KELM_VALUE(BLUE))
+KELM_ENUM(rich::Colour, KELM_VALUE(RED), KELM_VALUE(GREEN).Doc("as grass"), KELM_VALUE(BLUE))
 KELM_DESCRIBE_ENUM(rich::Carrier, mail, courier)
 KELM_CLASS(rich::Point, KELM_MODEL(x), KELM_MODEL(y))
 KELM_VARIANT(rich::Extent, "none", "radius", "rich::Point", "steps")
 KELM_TYPEDEF(rich::Metres, double)
-KELM_CLASS(rich::Shape, KELM_MODEL(name), KELM_MODEL(centre))
+KELM_CLASS(rich::Shape, kelm::Doc("What is drawn."), KELM_MODEL(name).Doc("Shown beside it."), KELM_MODEL(centre))
 KELM_CLASS(rich::Circle, KELM_BASE(rich::Shape), KELM_MODEL(name), KELM_MODEL(centre), KELM_MODEL(radius))
 KELM_CLASS(rich::Person, kelm::Persistable(), KELM_MODEL(name), KELM_MODEL(age))
 KELM_CLASS(rich::Scalars, KELM_MODEL(truth), KELM_MODEL(tiny), KELM_MODEL(small), KELM_MODEL(medium), KELM_MODEL(large),
@@ -174,12 +174,13 @@ KELM_CLASS(rich::Scalars, KELM_MODEL(truth), KELM_MODEL(tiny), KELM_MODEL(small)
            KELM_MODEL(colour))
 KELM_CLASS(rich::Scene, KELM_MODEL(scalars), KELM_MODEL(extent), KELM_MODEL(corners), KELM_MODEL(sizes),
            KELM_MODEL(shapes), KELM_MODEL(samples), KELM_MODEL(marks), KELM_MODEL(rows), KELM_MODEL(heights),
-           KELM_MODEL(next), KELM_MODEL(length).As<rich::Metres>(), KELM_MODEL(format), KELM_FIELD(area))
+           KELM_MODEL(next), KELM_MODEL(length).As<rich::Metres>(), KELM_MODEL(format),
+           KELM_FIELD(area).Doc("In square metres."))
 KELM_CLASS(rich::Folder, KELM_MODEL(owner), KELM_MODEL(numbers), KELM_MODEL(size))
 KELM_DESCRIBE(rich::Line, item, quantity, parts)
 KELM_DESCRIBE(rich::Order, lines, bits, discount, gift, shared, carriers, points, counts, tags, place, choice, patience,
               file, carrier, colour)
-KELM_CLASS(rich::Server, KELM_MODEL(m_host).Named("host"),
+KELM_CLASS(rich::Server, KELM_MODEL(m_host).Named("host").Doc("By name\nor number."),
            KELM_MODEL(m_port).Named("port").Check(rich::IsPort).Required())
 KELM_CLASS(rich::Sealed, KELM_MODEL(value))
 

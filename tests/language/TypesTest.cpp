@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 namespace kelm::language
 {
 
@@ -128,6 +130,44 @@ TEST(Catalogue, TellsEnumeratorsOfEveryWidth)
     EXPECT_EQ(shown("rich::Carrier"), "mail=0 courier=200 ");
     EXPECT_FALSE(RichTypes().FindEnum("rich::Colour")->m_isStandard);
     EXPECT_TRUE(RichTypes().FindEnum("rich::Carrier")->m_isStandard);
+}
+
+// The number of the line of a file of this folder that holds a text.
+int LineOf(const std::string& file, const std::string& text)
+{
+    std::ifstream lines(KELM_LANGUAGE_TESTS "/" + file);
+    int number = 1;
+    for (std::string line; std::getline(lines, line); ++number)
+        if (line.find(text) != line.npos)
+            return number;
+    return 0;
+}
+
+TEST(Catalogue, TellsWhatDescriptionsSay)
+{
+    const CatalogueClass& shape = *RichTypes().FindClass("rich::Shape");
+    EXPECT_EQ(shape.m_doc, "What is drawn.");
+    EXPECT_EQ(shape.m_members[0].m_doc, "Shown beside it.");
+    EXPECT_EQ(shape.m_members[1].m_doc, "");
+    EXPECT_EQ(RichTypes().FindClass("rich::Scene")->m_members.back().m_doc, "In square metres.");
+    EXPECT_EQ(RichTypes().FindClass("rich::Server")->m_members[0].m_doc, "By name\nor number.");
+    EXPECT_EQ(RichTypes().FindEnum("rich::Colour")->m_enumerators[0].m_doc, "");
+    EXPECT_EQ(RichTypes().FindEnum("rich::Colour")->m_enumerators[1].m_doc, "as grass");
+}
+
+TEST(Catalogue, TellsWhereDescriptionsBegin)
+{
+    const auto expect = [](const CatalogueEntry& entry, const std::string& line)
+    {
+        EXPECT_THAT(entry.m_place.m_file, ::testing::EndsWith("tests/language/RichTypes.h"));
+        EXPECT_EQ(entry.m_place.m_line, LineOf("RichTypes.h", line)) << line;
+    };
+    expect(*RichTypes().FindClass("rich::Scene"), "KELM_CLASS(rich::Scene,");
+    expect(*RichTypes().FindClass("rich::Order"), "KELM_DESCRIBE(rich::Order,");
+    expect(*RichTypes().FindEnum("rich::Colour"), "KELM_ENUM(rich::Colour,");
+    expect(*RichTypes().FindEnum("rich::Carrier"), "KELM_DESCRIBE_ENUM(rich::Carrier,");
+    expect(*RichTypes().FindVariant("rich::Extent"), "KELM_VARIANT(rich::Extent,");
+    expect(*RichTypes().FindTypedef("rich::Metres"), "KELM_TYPEDEF(rich::Metres,");
 }
 
 TEST(Types, FindsByName)

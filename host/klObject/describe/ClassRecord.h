@@ -78,6 +78,12 @@ struct DescribedRecord
 };
 
 template <class T>
+constexpr TypeNotes NotesOf(const ConstStringZ* docs = nullptr)
+{
+    return {nullptr, Description<T>::s_file, Description<T>::s_line, docs};
+}
+
+template <class T>
 class ClassRecord : DescribedRecord<T>
 {
     static constexpr auto s_list = Description<T>::Members();
@@ -231,6 +237,32 @@ class ClassRecord : DescribedRecord<T>
         return rules;
     }();
 
+    static constexpr bool s_hasDocs = []
+    {
+        for (const Member& member : s_list.m_members)
+            if (member.m_kind != MEMBER_DOC && member.m_doc != nullptr)
+                return true;
+        return false;
+    }();
+    // Of the fields that the class lists itself.
+    static constexpr auto s_docs = []
+    {
+        std::array<ConstStringZ, s_hasDocs ? Count(MEMBER_MODEL_FIELD) + Count(MEMBER_ORDINARY_FIELD) : 0> docs{};
+        if constexpr (s_hasDocs)
+        {
+            auto end = docs.begin();
+            ForEach(MEMBER_MODEL_FIELD, [&](const Member& member, std::size_t) { *end++ = member.m_doc; });
+            ForEach(MEMBER_ORDINARY_FIELD, [&](const Member& member, std::size_t) { *end++ = member.m_doc; });
+        }
+        return docs;
+    }();
+    static constexpr TypeNotes s_notes = []
+    {
+        TypeNotes notes = NotesOf<T>(DataOrNull(s_docs));
+        ForEach(MEMBER_DOC, [&](const Member& member, std::size_t) { notes.m_doc = member.m_doc; });
+        return notes;
+    }();
+
     static constexpr bool s_isCreatable = std::is_default_constructible_v<T> && Count(MEMBER_NOT_CREATABLE) == 0;
     static constexpr std::array<ConstStringZ, 2> s_interfaces = {RegisteredName<IObject>(),
                                                                  RegisteredName<IPersistable>()};
@@ -260,6 +292,7 @@ public:
         record.m_rules = DataOrNull(s_rules);
         record.m_bases = DataOrNull(s_bases);
         record.m_numBases = s_bases.size();
+        record.m_notes = &s_notes;
         return record;
     }();
 };

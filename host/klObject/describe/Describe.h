@@ -35,6 +35,11 @@
 // As ForEach.h says.
 #pragma GCC system_header
 
+// The line in which the description begins, whatever lines it goes on in.
+#define KELM_PLACE_OF_DESCRIPTION                                                                                      \
+    static constexpr ::kelm::ConstStringZ s_file = __FILE__;                                                           \
+    static constexpr ::kelm::int32 s_line = __builtin_LINE();
+
 // offsetof of a class that is not of standard layout works where no virtual base is in the way, which the compiler
 // refuses by itself.
 #define KELM_DESCRIPTION(TYPE, KIND, ...)                                                                              \
@@ -43,6 +48,7 @@
     {                                                                                                                  \
         using Self = TYPE;                                                                                             \
         static constexpr char s_name[] = #TYPE;                                                                        \
+        KELM_PLACE_OF_DESCRIPTION                                                                                      \
         __VA_ARGS__                                                                                                    \
     };                                                                                                                 \
     _Pragma("GCC diagnostic pop")
@@ -67,6 +73,7 @@
     {                                                                                                                  \
         using Self = TYPE;                                                                                             \
         static constexpr char s_name[] = #TYPE;                                                                        \
+        KELM_PLACE_OF_DESCRIPTION                                                                                      \
         static constexpr auto Values()                                                                                 \
         {                                                                                                              \
             using enum TYPE;                                                                                           \
@@ -82,7 +89,7 @@
     KELM_DESCRIPTION(                                                                                                  \
         TYPE, ClassDescription, static constexpr auto Members() { return ::kelm::ListMembers(__VA_ARGS__); })
 
-// A model field, which may be followed by .AddedIn(release), .DroppedIn(release) and .As<typedef>().
+// A model field, which may be followed by .AddedIn(release), .DroppedIn(release), .As<typedef>() and .Doc("text").
 #define KELM_MODEL(MEMBER) ::kelm::MakeModelField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER))
 
 // An ordinary field.

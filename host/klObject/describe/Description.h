@@ -66,6 +66,7 @@ enum EMember : int32
     MEMBER_PERSISTABLE,
     MEMBER_NOT_CREATABLE,
     MEMBER_BASE,
+    MEMBER_DOC,
 };
 
 // The checking function of a member that has none, or one that is called without an object.
@@ -85,6 +86,7 @@ struct Member
     int64 m_rsn2 = -1; // the release that dropped it; -1 while it is present
     FieldRule m_rule = {};
     void* (*m_fromDerived)(void* derived) = nullptr; // of a base class
+    ConstStringZ m_doc = nullptr;                    // what people are told of it, or of the class
 
     // An embedded model has its own (MemberList::CheckEmbeddedModel).
     template <class Check>
@@ -104,6 +106,11 @@ struct NotCreatable : Member // data sources cannot make objects of it
 {
     using FieldTypeOf = NoFieldType;
     constexpr NotCreatable() : Member{MEMBER_NOT_CREATABLE} {}
+};
+struct Doc : Member // what editors show of the class
+{
+    using FieldTypeOf = NoFieldType;
+    constexpr Doc(ConstStringZ text) : Member{MEMBER_DOC} { m_doc = text; }
 };
 
 // The descriptor of a described type, and the operations on arrays of it. The argument selects the type and is not

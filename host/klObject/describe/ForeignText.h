@@ -137,6 +137,8 @@ struct ForeignForm<E> : ForeignFormOf<FF_TEXT>
         return names;
     }();
 
+    static constexpr TypeNotes s_notes = {nullptr, Description<E>::s_file, Description<E>::s_line, nullptr};
+
     static constexpr ForeignTextFns s_fns = {
         [](const void* value, char* buffer) -> SubString
         {
@@ -165,7 +167,9 @@ struct ForeignForm<E> : ForeignFormOf<FF_TEXT>
         true,
         s_names.data(),
         static_cast<ssize_t>(s_names.size()),
-        [](const void* value) { return static_cast<int64>(*static_cast<const E*>(value)); }};
+        [](const void* value) { return static_cast<int64>(*static_cast<const E*>(value)); },
+        nullptr,
+        &s_notes};
 };
 
 template <Described E>

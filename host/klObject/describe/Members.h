@@ -50,6 +50,14 @@ struct ModelField : Member
         return field;
     }
 
+    // What editors show of the field.
+    constexpr ModelField Doc(ConstStringZ text) const
+    {
+        ModelField field = *this;
+        field.m_doc = text;
+        return field;
+    }
+
     // Texts must give the field.
     constexpr ModelField Required() const
     {
@@ -96,6 +104,13 @@ template <class T>
 struct OrdinaryField : Member
 {
     using FieldTypeOf = FieldType<T>;
+
+    constexpr OrdinaryField Doc(ConstStringZ text) const
+    {
+        OrdinaryField field = *this;
+        field.m_doc = text;
+        return field;
+    }
 
     template <class U>
     constexpr OrdinaryField<U> As() const

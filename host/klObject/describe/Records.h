@@ -80,12 +80,14 @@ class VariantRecord : DescribedRecord<T>
         }(),
         "an alternative's name is made of identifiers with \"::\" between them");
 
+    static constexpr TypeNotes s_notes = NotesOf<T>();
+
 public:
     static constexpr const UseFn* GetUses() { return s_tables.m_uses.data(); }
 
     static constinit inline const ReflectedVariant s_record = {
-        Description<T>::s_name,  sizeof(T),       nullptr, s_fields.data(), Type::NumAlternatives,
-        s_tables.m_names.data(), &s_variantOps<T>};
+        Description<T>::s_name,  sizeof(T),        nullptr, s_fields.data(), Type::NumAlternatives,
+        s_tables.m_names.data(), &s_variantOps<T>, &s_notes};
 };
 
 // --- enumerations
@@ -93,9 +95,27 @@ public:
 // An enumerator: KELM_VALUE, or one with a name of its own.
 struct EnumValue
 {
+    // What editors show of it.
+    constexpr EnumValue Doc(ConstStringZ text) const
+    {
+        EnumValue value = *this;
+        value.m_doc = text;
+        return value;
+    }
+
     ConstStringZ m_name;
     int64 m_value;
+    ConstStringZ m_doc = nullptr;
 };
+
+template <class Enumerators>
+constexpr bool HaveDocs(const Enumerators& enumerators)
+{
+    for (const EnumValue& enumerator : enumerators)
+        if (enumerator.m_doc != nullptr)
+            return true;
+    return false;
+}
 
 template <class E>
 constexpr EnumValue MakeEnumValue(ConstStringZ name, E value)
@@ -142,6 +162,16 @@ class EnumRecord : DescribedRecord<T>
         return true;
     }();
 
+    static constexpr bool s_hasDocs = HaveDocs(s_enumerators);
+    static constexpr auto s_docs = []
+    {
+        std::array<ConstStringZ, s_hasDocs ? s_count : 0> docs{};
+        for (std::size_t i = 0; i < docs.size(); ++i)
+            docs[i] = s_enumerators[i].m_doc;
+        return docs;
+    }();
+    static constexpr TypeNotes s_notes = NotesOf<T>(DataOrNull(s_docs));
+
     static constexpr UseFn s_noUses = nullptr;
 
 public:
@@ -153,7 +183,8 @@ public:
                                                             static_cast<int32>(s_count),
                                                             s_strings.data(),
                                                             s_isContiguous ? nullptr : s_values.data(),
-                                                            nullptr};
+                                                            nullptr,
+                                                            &s_notes};
 };
 
 // --- typedefs
@@ -162,12 +193,13 @@ template <class T>
 class TypedefRecord : DescribedRecord<T>
 {
     static constexpr TypeTables<FieldType<typename Description<T>::Type>> s_tables{};
+    static constexpr TypeNotes s_notes = NotesOf<T>();
 
 public:
     static constexpr const UseFn* GetUses() { return s_tables.m_uses.data(); }
 
     static constinit inline const ReflectedTypedef s_record = {Description<T>::s_name, s_tables.ByteCode(0),
-                                                               s_tables.m_names.data()};
+                                                               s_tables.m_names.data(), &s_notes};
 };
 
 // --- the hooks

@@ -42,6 +42,7 @@ struct ForeignTextFns
     int64 (*GetNumber)(const void* text) = nullptr; // of an enumeration: its value
     // Whether what Set refuses is a text of the type's form, of a value beyond its range; null where none can be.
     bool (*IsBeyondRange)(SubString characters) = nullptr;
+    const TypeNotes* m_notes = nullptr; // of an enumeration
 };
 
 struct ForeignListFns

@@ -117,6 +117,17 @@ struct ReflectedBase
     void* (*m_fromDerived)(void* derived);
 };
 
+// What people are told of a type. Nothing that reads, writes or compares looks at it.
+struct TypeNotes
+{
+    ConstStringZ m_doc = nullptr;  // of the type; null for nothing
+    ConstStringZ m_file = nullptr; // where its description stands, as the compiler had the name
+    int32 m_line = 0;
+    // One for each model field, then for each ordinary one, or for each enumerator; null for nothing. Null itself where
+    // there is nothing to tell of any.
+    const ConstStringZ* m_docs = nullptr;
+};
+
 // A class. One with a model lists its model fields, or embeds the model of another class: then m_numModelFields is 0
 // and the one record at m_modelFields gives that class's name and its offset. A class without a model has null there.
 struct ReflectedClass
@@ -142,6 +153,7 @@ struct ReflectedClass
     const FieldRule* m_rules = nullptr; // one for each model field; null where there are none
     const ReflectedBase* m_bases = nullptr;
     ssize_t m_numBases = 0;
+    const TypeNotes* m_notes = nullptr;
 
     // Made by registration: finds fields by name. Null before; nothing but speed depends on it.
     mutable const FieldIndex* m_fieldIndex = nullptr;
@@ -164,6 +176,7 @@ struct ReflectedVariant
     ssize_t m_numFields = 0;
     const ConstStringZ* m_stringTable = nullptr;
     const TypeOps* m_ops = nullptr;
+    const TypeNotes* m_notes = nullptr;
 
     // Made by registration: finds alternatives by name. Null before; nothing but speed depends on it.
     mutable const VariantIndex* m_index = nullptr;
@@ -178,6 +191,7 @@ struct ReflectedEnum
     const ConstStringZ* m_strings = nullptr; // the enumerators' names
     const int32* m_values = nullptr;         // their values; null when these are 0, 1, 2 ... in order
     const bool* m_enabled = nullptr;
+    const TypeNotes* m_notes = nullptr;
 
     // Made by registration: finds enumerators by name. Null before; nothing but speed depends on it.
     mutable const EnumIndex* m_index = nullptr;
@@ -190,6 +204,7 @@ struct ReflectedTypedef
     ConstStringZ m_name = nullptr;
     const uint8* m_bc = nullptr; // the aliased type
     const ConstStringZ* m_stringTable = nullptr;
+    const TypeNotes* m_notes = nullptr;
 };
 
 struct ReflectedInterface
