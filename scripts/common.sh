@@ -22,7 +22,7 @@ install_packages() {
 
 build_packages=(g++ cmake ninja-build ccache libreadline-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev liblua5.4-dev clang-format-14 pkg-config binutils
-               man-db groff-base zsh fish python3)
+               man-db groff-base zsh fish python3 python3-jsonschema)
 tidy_packages=(clang-tidy-14)
 clang_packages=(clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev

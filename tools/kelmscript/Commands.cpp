@@ -2,6 +2,7 @@
 
 #include "Check.h"
 #include "CompletionScripts.h"
+#include "Convert.h"
 #include "DataSources.h"
 #include "Each.h"
 #include "Edits.h"
@@ -43,6 +44,8 @@ constexpr ValueRow s_values[] = {
     {"[NAME=]FILE", VALUES_FILES, {}},
     {"LIB.so", VALUES_FILES, {}},
     {"NAME", VALUES_TYPES, {}},
+    {"CLASS", VALUES_TYPES, {}},
+    {"FORM", VALUES_WORDS, "json kds"},
     {"WHEN", VALUES_WORDS, "auto always never"},
     {"SHELL", VALUES_WORDS, "bash zsh fish"},
     {"SUBCOMMAND", VALUES_SUBCOMMANDS, {}},
@@ -95,6 +98,14 @@ constexpr auto s_replOptions = WithExpressionOptions();
 constexpr OptionRow s_printOptions[] = {
     {0, "--json", "", &Options::m_json, "Write JSON", "--compact"},
     {0, "--compact", "", &Options::m_compact, "Write one line"},
+};
+
+constexpr ArgumentRow s_convertArguments[] = {
+    {"FILE", &Options::m_file, true, "A data source or JSON; - is standard input"},
+};
+constexpr OptionRow s_convertOptions[] = {
+    {0, "--to", "FORM", &Options::m_to, "kds or json; without it, whichever FILE is not"},
+    {0, "--class", "CLASS", &Options::m_class, "The class of the object where the JSON has no \"$class\""},
 };
 
 constexpr ArgumentRow s_getArguments[] = {s_file, s_path};
@@ -157,6 +168,10 @@ constexpr OptionRow s_typesOptions[] = {
      "--json"},
 };
 
+constexpr ArgumentRow s_schemaArguments[] = {
+    {"CLASS", &Options::m_name, true, "A class, qualified or the last part of its name"},
+};
+
 constexpr ArgumentRow s_completionArguments[] = {
     {"SHELL", &Options::m_name, true, "bash, zsh or fish"},
 };
@@ -215,6 +230,15 @@ const CommandRow s_commands[] = {
      R"(  kelmscript print --module ./libklExampleShapes.so scene.kds
   kelmscript print --json scene.kds | jq .
 )"},
+    {"convert", "Turn a data source into JSON, or JSON into a data source",
+     "Writes a data source as JSON, or JSON of that form as a data source: a text of what the JSON gives, which is "
+     "read "
+     "before it is written. JSON may have comments.",
+     RunConvert, s_convertArguments, s_convertOptions,
+     R"(  kelmscript convert scene.kds > scene.json
+  kelmscript convert scene.json > scene.kds
+  kelmscript convert --class garden::Shape shape.json
+)"},
     {"get", "Write the type and value of a field", "Follows a path through the object, and changes nothing on the way.",
      RunGet, s_getArguments, s_getOptions,
      R"(  kelmscript get scene.kds .title
@@ -260,6 +284,15 @@ const CommandRow s_commands[] = {
      R"(  kelmscript types --module ./libklExampleShapes.so
   kelmscript types KSValue
   kelmscript types --dump garden.types.json --module ./libklExampleShapes.so
+)"},
+    {"schema",
+     "Write a JSON Schema of a class",
+     "Writes what JSON of a class is like, as a JSON Schema of 2020-12: as print --json writes it, and convert reads "
+     "it.",
+     RunSchema,
+     s_schemaArguments,
+     {},
+     R"(  kelmscript schema garden::Plan > plan.schema.json
 )"},
     {"completion",
      "Write a shell's completion script",

@@ -27,6 +27,8 @@ struct Options
     std::string m_maxSize;
     std::string m_colour;
     std::string m_dump;
+    std::string m_to;
+    std::string m_class;
     bool m_json = false;
     bool m_raw = false;
     bool m_type = false;

@@ -8,6 +8,7 @@
 #include <kelm/private/Names.h>
 #include <kelm/private/TypeCatalogue.h>
 #include <kelm/private/TypeText.h>
+#include <kelmLanguage/Schema.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/Registry.h>
@@ -247,6 +248,22 @@ int RunTypes(const Options& options)
     if (!options.m_name.empty())
         return ShowType(options.m_name) ? EXIT_OK : EXIT_FAILED;
     ListTypes();
+    return EXIT_OK;
+}
+
+int RunSchema(const Options& options)
+{
+    const std::optional<std::string> name = FindRegistered(options.m_name);
+    if (!name)
+        return EXIT_FAILED;
+    const language::Types types(CatalogueOfRegisteredTypes({}, Defaults::Untold));
+    const CatalogueClass* const entry = types.FindClass(*name);
+    if (entry == nullptr)
+    {
+        ReportError(*name + " is no class");
+        return EXIT_FAILED;
+    }
+    PutLine(language::SchemaOf(types, *entry));
     return EXIT_OK;
 }
 

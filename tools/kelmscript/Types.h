@@ -14,7 +14,8 @@ void ListTypes();
 // qualified one. False, after an error was reported, where it is that of none or of several.
 bool ShowType(const std::string& name);
 
-// `kelmscript types`
+// `kelmscript types` and `schema`
 int RunTypes(const Options& options);
+int RunSchema(const Options& options);
 
 } // namespace kelm::tool
