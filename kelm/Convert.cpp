@@ -67,14 +67,32 @@ bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable
     return fit == Fit::Fits || FailMisfit(failure, fit, type, scalar);
 }
 
-bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable,
-                void (*copy)(void* to, const void* from), Failure& failure)
+bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable, const Copying& copying,
+                Failure& failure)
 {
     Slot place = slot;
-    if (!TryGoToType(place, type))
-        return ToVariable(place, type, variable, failure);
-    copy(variable, place.m_address);
-    return true;
+    if (TryGoToType(place, type))
+    {
+        copying.m_whole(variable, place.m_address);
+        return true;
+    }
+    if (copying.m_held != nullptr)
+    {
+        ReflectionByteCode optional = type;
+        optional.AdvanceToUnderlyingType2();
+        Slot held = slot;
+        if (IsNull(slot))
+        {
+            optional.GetForeignType().m_choice->Reset(variable);
+            return true;
+        }
+        if (TryGoToType(held, optional.GetForeignType().GetPartType(0)))
+        {
+            copying.m_held(variable, held.m_address);
+            return true;
+        }
+    }
+    return ToVariable(place, type, variable, failure);
 }
 
 bool IsNull(const Slot& slot)

@@ -8,6 +8,7 @@
 #include <klObject/describe/TypeOf.h>
 
 #include <concepts>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -38,9 +39,14 @@ concept Object = !NumberOrBool<T> && !Text<T> && !std::is_pointer_v<T> && !std::
 
 // Each is false, with why, where the value does not become one of the type. Into a variable, which is unchanged then:
 KELM_API bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable, Failure& failure);
-// `copy` is for a value of the very type.
-KELM_API bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable,
-                         void (*copy)(void* to, const void* from), Failure& failure);
+// The same with what copies a value of the very type; and of an optional, what it holds.
+struct Copying
+{
+    void (*m_whole)(void* to, const void* from);
+    void (*m_held)(void* to, const void* from) = nullptr;
+};
+KELM_API bool ToVariable(const Slot& slot, const ReflectionByteCode& type, void* variable, const Copying& copying,
+                         Failure& failure);
 KELM_API bool ToBool(const Slot& slot, bool& x, Failure& failure);
 // Whether it is nothing: of no kind, an empty optional, a null handle.
 KELM_API bool IsNull(const Slot& slot);
@@ -84,6 +90,11 @@ bool Convert(const Slot& slot, T& x, Failure& failure)
 // A text is copied into a std::string; a std::string_view is valid as long as what the slot holds.
 inline bool Convert(const Slot& slot, std::string& x, Failure& failure)
 {
+    if (slot.m_kind == Kind::Text) [[likely]]
+    {
+        x = slot.GetText();
+        return true;
+    }
     std::string_view text;
     std::string room;
     if (!ToText(slot, text, room, failure))
@@ -92,13 +103,23 @@ inline bool Convert(const Slot& slot, std::string& x, Failure& failure)
     return true;
 }
 
+template <class T, class From = T>
+void CopyInto(void* to, const void* from)
+{
+    *static_cast<T*>(to) = *static_cast<const From*>(from);
+}
+
+// Of an optional of the standard library's.
+template <class T>
+inline constexpr Copying s_copying = {CopyInto<T>};
+template <class T>
+inline constexpr Copying s_copying<std::optional<T>> = {CopyInto<std::optional<T>>, CopyInto<std::optional<T>, T>};
+
 // Of what cannot be copied, a reference can be had.
 template <Object T>
 bool Convert(const Slot& slot, T& x, Failure& failure)
 {
-    return ToVariable(
-        slot, TypeOf<T>(), &x, [](void* to, const void* from) { *static_cast<T*>(to) = *static_cast<const T*>(from); },
-        failure);
+    return ToVariable(slot, TypeOf<T>(), &x, s_copying<T>, failure);
 }
 
 } // namespace evaluation

@@ -128,6 +128,8 @@ namespace
 
 struct TypedProgram;
 using FloatWay = float64 (*)(const TypedProgram& typed, const Scope* scope, const Slot* arguments);
+using IntegerWay = IntegerResult (*)(const TypedProgram& typed, const Scope* scope, const Slot* arguments,
+                                     const Receiver& receiver);
 
 // A program for one scope as it was, and parameters of certain types.
 struct TypedProgram
@@ -137,6 +139,8 @@ struct TypedProgram
     TypedProgram* m_next;
     FloatWay m_ofFloat = nullptr;       // where it has no parameters, the expression a scope, and that none outward
     FloatWay m_withArguments = nullptr; // where it takes the arguments
+    IntegerWay m_ofInteger[2] = {};     // the same of an integer and of a bool
+    IntegerWay m_ofIntegerAlone[2] = {};
     Program m_program;
     std::unique_ptr<Program> m_general; // for the same scope, where that is not what the expression was made with
 
@@ -147,7 +151,7 @@ struct TypedProgram
         m_program.m_state = &m_state;
     }
 
-    void FindFloatWays(bool hasScope);
+    void FindWays(bool hasScope);
 
     // Places in what an argument holds are made by the general form, which holds it too.
     bool CanTake(const Slot* arguments) const { return m_program.m_places.size() == 0 || !IsAnyHeld(arguments); }
@@ -211,10 +215,36 @@ FloatWay FindFloatWay(const Program& program)
                                                : nullptr;
 }
 
-void TypedProgram::FindFloatWays(bool hasScope)
+// Of a program whose result is one; the receiver gets it where a function has changed the scope.
+IntegerResult IntegerOfProgram(const TypedProgram& typed, const Scope* scope, const Slot* arguments,
+                               const Receiver& receiver)
+{
+    const Program& program = typed.m_program;
+    if (!Machine::FitsRoom(program))
+        __builtin_unreachable(); // FindWays
+    Machine machine(program, program.m_records.data(), scope, arguments);
+    if (!machine.Run()) [[unlikely]]
+        ThrowErrorOf(machine);
+    if (machine.m_program != &program) [[unlikely]]
+    {
+        if (!machine.Deliver(receiver))
+            ThrowErrorOf(machine);
+        return {0, false};
+    }
+    return {machine.m_integer, true};
+}
+
+void TypedProgram::FindWays(bool hasScope)
 {
     const FloatWay way = FindFloatWay(m_program);
-    m_ofFloat = m_types.empty() && !m_state.HasOuter() && hasScope ? way : nullptr;
+    const bool isAlone = m_types.empty() && !m_state.HasOuter() && hasScope;
+    const bool isBool = m_program.m_result == Kind::Bool;
+    if (Machine::FitsRoom(m_program) && (isBool || m_program.m_result == Kind::Integer))
+    {
+        m_ofInteger[isBool] = IntegerOfProgram;
+        m_ofIntegerAlone[isBool] = isAlone ? IntegerOfProgram : nullptr;
+    }
+    m_ofFloat = isAlone ? way : nullptr;
     m_withArguments = way;
 }
 
@@ -255,6 +285,17 @@ struct Expression::Kept
 
     // The newest fits nearly always. Null where there is none and none is to be made.
     const TypedProgram* FindNewest() const { return m_typed.load(std::memory_order_acquire); }
+    // One that is there already; null where there is none.
+    [[gnu::always_inline]] const TypedProgram* Find(const Scope* scope, const Slot* arguments,
+                                                    std::size_t numArguments) const
+    {
+        if (numArguments != m_parameters.size()) [[unlikely]]
+            return nullptr;
+        const TypedProgram* program = FindNewest();
+        while (program != nullptr && !program->IsFor(scope, arguments))
+            [[unlikely]] program = program->m_next;
+        return program != nullptr && program->CanTake(arguments) ? program : nullptr;
+    }
     const TypedProgram* FindTyped(const Scope* scope, const Slot* arguments)
     {
         const TypedProgram* const newest = FindNewest();
@@ -387,7 +428,7 @@ private:
                 return nullptr;
         }
         typed->m_next = m_typed.load(std::memory_order_relaxed);
-        typed->FindFloatWays(m_scope != nullptr);
+        typed->FindWays(m_scope != nullptr);
         m_typed.store(typed.get(), std::memory_order_release);
         const TypedProgram* const made = typed.release();
         return made->CanTake(arguments) ? made : nullptr;
@@ -438,11 +479,10 @@ void Expression::Execute(const Scope* scope, const Slot* arguments, std::size_t 
     Kept& kept = *m_kept;
     if (scope == nullptr)
         scope = kept.m_scope;
-    const TypedProgram* const newest = kept.FindNewest();
-    if (newest == nullptr || numArguments != kept.m_parameters.size() || !newest->IsFor(scope, arguments) ||
-        !newest->CanTake(arguments)) [[unlikely]]
+    const TypedProgram* const typed = kept.Find(scope, arguments, numArguments);
+    if (typed == nullptr) [[unlikely]]
         return kept.Execute(scope, arguments, numArguments, receiver);
-    Machine machine(newest->m_program, newest->m_program.m_records.data(), scope, arguments);
+    Machine machine(typed->m_program, typed->m_program.m_records.data(), scope, arguments);
     if (!machine.Run() || !machine.Deliver(receiver)) [[unlikely]]
         ThrowErrorOf(machine);
 }
@@ -454,30 +494,69 @@ float64 Expression::ExecuteFloat() const
     if (newest != nullptr && newest->m_ofFloat != nullptr &&
         ScopeAccess::VersionOf(*kept.m_scope) == newest->m_state.GetVersion()) [[likely]]
         return newest->m_ofFloat(*newest, kept.m_scope, nullptr);
-    return ExecuteAsFloat(nullptr, 0);
+    return ExecuteAsFloat(nullptr, nullptr, 0);
 }
 
-float64 Expression::ExecuteFloat(const Slot* arguments, std::size_t numArguments) const
+float64 Expression::ExecuteFloat(const Scope* scope, const Slot* arguments, std::size_t numArguments) const
+{
+    const Kept& kept = *m_kept;
+    if (scope == nullptr)
+        scope = kept.m_scope;
+    const TypedProgram* const typed = kept.Find(scope, arguments, numArguments);
+    if (typed != nullptr && typed->m_withArguments != nullptr) [[likely]]
+        return typed->m_withArguments(*typed, scope, arguments);
+    return ExecuteAsFloat(scope, arguments, numArguments);
+}
+
+float64 Expression::ExecuteAsFloat(const Scope* scope, const Slot* arguments, std::size_t numArguments) const
+{
+    float64 x = 0.0;
+    Execute(scope, arguments, numArguments, {Receive<float64>, &x});
+    return x;
+}
+
+IntegerResult Expression::ExecuteInteger(bool isBool, const Receiver& receiver) const
 {
     const Kept& kept = *m_kept;
     const TypedProgram* const newest = kept.FindNewest();
-    if (newest != nullptr && newest->m_withArguments != nullptr && numArguments == newest->m_types.size() &&
-        newest->IsFor(kept.m_scope, arguments) && newest->CanTake(arguments)) [[likely]]
-        return newest->m_withArguments(*newest, kept.m_scope, arguments);
-    return ExecuteAsFloat(arguments, numArguments);
+    if (newest != nullptr && newest->m_ofIntegerAlone[isBool] != nullptr &&
+        ScopeAccess::VersionOf(*kept.m_scope) == newest->m_state.GetVersion()) [[likely]]
+        return newest->m_ofIntegerAlone[isBool](*newest, kept.m_scope, nullptr, receiver);
+    return ExecuteInteger(isBool, nullptr, nullptr, 0, receiver);
 }
 
-float64 Expression::ExecuteAsFloat(const Slot* arguments, std::size_t numArguments) const
+IntegerResult Expression::ExecuteInteger(bool isBool, const Scope* scope, const Slot* arguments,
+                                         std::size_t numArguments, const Receiver& receiver) const
 {
-    float64 x = 0.0;
-    Execute(nullptr, arguments, numArguments, {Receive<float64>, &x});
-    return x;
+    const Kept& kept = *m_kept;
+    if (scope == nullptr)
+        scope = kept.m_scope;
+    const TypedProgram* const typed = kept.Find(scope, arguments, numArguments);
+    if (typed != nullptr && typed->m_ofInteger[isBool] != nullptr) [[likely]]
+        return typed->m_ofInteger[isBool](*typed, scope, arguments, receiver);
+    Execute(scope, arguments, numArguments, receiver);
+    return {0, false};
+}
+
+void Expression::Refuse(int64 x, const Receiver& receiver) const
+{
+    Failure failure;
+    Slot slot;
+    slot.Set(x);
+    receiver.m_receive(slot, receiver.m_out, failure);
+    throw MakeError(m_kept->m_text, failure, 0);
 }
 
 void Expression::TryExecute(const Scope* scope, const Slot* arguments, std::size_t numArguments,
                             const Receiver& receiver, std::optional<Error>& error) const
 {
-    m_kept->TryExecute(scope != nullptr ? scope : m_kept->m_scope, arguments, numArguments, receiver, error);
+    Kept& kept = *m_kept;
+    if (scope == nullptr)
+        scope = kept.m_scope;
+    if (const TypedProgram* const typed = kept.Find(scope, arguments, numArguments)) [[likely]]
+        TryRun(typed->m_program, typed->m_program.m_records.data(), scope, arguments, receiver, error);
+    else
+        kept.TryExecute(scope, arguments, numArguments, receiver, error);
 }
 
 } // namespace kelm

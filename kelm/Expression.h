@@ -41,6 +41,13 @@ struct Receiver
     void* m_out;
 };
 
+// An integer, or a bool as one; not there where the receiver has got the result instead.
+struct IntegerResult
+{
+    int64 m_value;
+    bool m_isThere;
+};
+
 KELM_API bool TakeValue(Slot& result, Value& out, Failure& failure);
 
 template <class T>
@@ -194,23 +201,44 @@ private:
     template <class T, class... Args>
     T EvaluateWith(const Scope* scope, Args&&... arguments) const
     {
+        constexpr bool isInteger = std::is_same_v<T, bool> || (Number<T> && evaluation::Integer<T>);
         T result{};
-        if constexpr (std::is_same_v<T, double>)
+        const evaluation::Receiver receiver{evaluation::Receive<T>, &result};
+        if constexpr (sizeof...(Args) == 0)
             if (scope == nullptr)
             {
-                if constexpr (sizeof...(Args) == 0)
+                if constexpr (std::is_same_v<T, double>)
                     return ExecuteFloat();
-                WithArguments([&](const evaluation::Slot* slots, std::size_t count)
-                              { result = ExecuteFloat(slots, count); },
-                              std::forward<Args>(arguments)...);
-                return result;
+                if constexpr (isInteger)
+                {
+                    Take(result, ExecuteInteger(std::is_same_v<T, bool>, receiver), receiver);
+                    return result;
+                }
             }
         WithArguments(
-            [&](const evaluation::Slot* slots, std::size_t count) {
-                Execute(scope, slots, count, {evaluation::Receive<T>, &result});
+            [&](const evaluation::Slot* slots, std::size_t count)
+            {
+                if constexpr (std::is_same_v<T, double>)
+                    result = ExecuteFloat(scope, slots, count);
+                else if constexpr (isInteger)
+                    Take(result, ExecuteInteger(std::is_same_v<T, bool>, scope, slots, count, receiver), receiver);
+                else
+                    Execute(scope, slots, count, receiver);
             },
             std::forward<Args>(arguments)...);
         return result;
+    }
+    template <class T>
+    void Take(T& result, const evaluation::IntegerResult& x, const evaluation::Receiver& receiver) const
+    {
+        if (!x.m_isThere) [[unlikely]]
+            return;
+        if constexpr (std::is_same_v<T, bool>)
+            result = x.m_value != 0;
+        else if (std::in_range<T>(x.m_value)) [[likely]]
+            result = static_cast<T>(x.m_value);
+        else
+            Refuse(x.m_value, receiver);
     }
     template <class T, class... Args>
     Result<T> TryEvaluateWith(const Scope* scope, Args&&... arguments) const
@@ -238,8 +266,12 @@ private:
     }
     // These throw the error where there is one.
     float64 ExecuteFloat() const;
-    float64 ExecuteFloat(const evaluation::Slot* arguments, std::size_t numArguments) const;
-    float64 ExecuteAsFloat(const evaluation::Slot* arguments, std::size_t numArguments) const;
+    float64 ExecuteFloat(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments) const;
+    float64 ExecuteAsFloat(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments) const;
+    evaluation::IntegerResult ExecuteInteger(bool isBool, const evaluation::Receiver& receiver) const;
+    evaluation::IntegerResult ExecuteInteger(bool isBool, const Scope* scope, const evaluation::Slot* arguments,
+                                             std::size_t numArguments, const evaluation::Receiver& receiver) const;
+    [[noreturn]] void Refuse(int64 x, const evaluation::Receiver& receiver) const;
     void Execute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,
                  const evaluation::Receiver& receiver) const;
     void TryExecute(const Scope* scope, const evaluation::Slot* arguments, std::size_t numArguments,

@@ -3,10 +3,12 @@
 #include <kelm/Convert.h>
 #include <kelm/private/ErrorOf.h>
 #include <kelm/private/Failures.h>
+#include <kelm/private/KnownTypes.h>
 #include <kelm/private/PlaceSteps.h>
 #include <klKelmScript/private/PathWalk.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/private/TypeCodes.h>
+#include <klUtils/VectorOfByte.h>
 #include <klUtils/text/ExpressionParser.h>
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/text/private/TypedReads.h>
@@ -101,6 +103,8 @@ private:
         cursor.Next();
         if (type.m_bc != nullptr && type.GetCode() == FT_DYNARRAY && cursor.Is(TOKEN_LEFT_SQUARE))
             cursor.Next();
+        if (cursor.Is(TOKEN_END))
+            cursor.ThrowExpected("value");
         m_placeOfIndex = PlaceOf(cursor.GetText());
         m_index = evaluation::GetWayFrom(type) == Way::Keys ? ReadKey(cursor) : Scalar(text::ReadNumber<int32>(cursor));
         if (!cursor.Is(TOKEN_RIGHT_SQUARE))
@@ -158,15 +162,99 @@ private:
     xstring m_room;
 };
 
+// What no class tells: a step from a list that a path begins at, and one into a map of ours.
+struct ShortStep
+{
+    SubString m_text; // of a key, without its quotes; a null one where there is a number
+    int64 m_number = 0;
+};
+
+// "[12]" or "[\"key\"]", without escapes.
+bool ReadShortStep(const char*& p, const char* end, ShortStep& step)
+{
+    if (end - p < 3 || *p != '[')
+        return false;
+    const char* const begin = ++p;
+    if (*begin == '"')
+    {
+        while (++p != end && *p != '"' && *p != '\\')
+        {
+        }
+        step.m_text = {begin + 1, p};
+        return end - p >= 2 && *p++ == '"' && *p++ == ']';
+    }
+    constexpr std::ptrdiff_t mostDigits = 9;
+    for (; p != end && '0' <= *p && *p <= '9' && p - begin <= mostDigits; ++p)
+        step.m_number = step.m_number * 10 + (*p - '0');
+    return begin != p && p - begin <= mostDigits && p != end && *p++ == ']';
+}
+
+// Null where there is none.
+void* FindElement(const evaluation::KnownPlace& place, void* list, int64 i)
+{
+    if (place.m_list != nullptr)
+        return i < place.m_list->Count(list) ? place.m_list->At(list, i) : nullptr;
+    if (place.m_count >= 0)
+        return i < place.m_count ? static_cast<char*>(list) + i * place.m_elementSize : nullptr;
+    VectorOfByte& bytes = *static_cast<VectorOfByte*>(list);
+    return i < bytes.size() / place.m_elementSize ? bytes.data() + i * place.m_elementSize : nullptr;
+}
+
+// From a list, at an index, on along the leads of its elements' class.
+[[gnu::noinline]] PathEnd FindFromList(const ReflectionByteCode& type, void* list, std::string_view path,
+                                       bool stopsAtChecks)
+{
+    const char* p = path.data();
+    const char* const end = p + path.size();
+    ShortStep step;
+    evaluation::KnownPlace place;
+    evaluation::KnownVariable element;
+    if (!ReadShortStep(p, end, step) || step.m_text.m_p1 != nullptr ||
+        !evaluation::FindKnownElements(evaluation::KnownVariable::Of(type, false, 0), place, element))
+        return {};
+    void* const data = FindElement(place, list, step.m_number);
+    ReflectionByteCode elementType = element.GetType();
+    if (data == nullptr || element.m_isConst || GetTypeCode(elementType).m_passedAs != 0)
+        return {};
+    if (p == end)
+        return {data, elementType};
+    const ReflectedClass* const rc = elementType.GetCode() == FT_CLASS ? elementType.GetReflectedClass() : nullptr;
+    return rc != nullptr && *p == '.' ? FindAlongLeads(*rc, data, {p, end}, stopsAtChecks) : PathEnd();
+}
+
+// What a map of ours has under a text, which the path ends with.
+[[gnu::noinline]] PathEnd FindInMap(const ReflectedClass& rc, void* instance, std::string_view path, bool stopsAtChecks)
+{
+    const std::size_t bracket = path.rfind("[\"");
+    if (bracket == std::string_view::npos || bracket == 0)
+        return {};
+    const char* p = path.data() + bracket;
+    const char* const end = path.data() + path.size();
+    ShortStep step;
+    if (!ReadShortStep(p, end, step) || p != end)
+        return {};
+    const PathEnd map = FindAlongLeads(rc, instance, path.substr(0, bracket), stopsAtChecks);
+    if (map.m_data == nullptr || *map.m_type.m_bc != FT_MAP || map.m_type.GetElementType().GetCode() != FT_STRING8)
+        return {};
+    const xstring key(step.m_text.m_p1, step.m_text.size());
+    ReflectionByteCode payloadType = map.m_type.GetElementType();
+    payloadType.ScanType();
+    payloadType.m_mapOrSetFns = map.m_type.m_mapOrSetFns + 1;
+    if (GetTypeCode(payloadType).m_passedAs != 0)
+        return {};
+    return {map.m_type.m_mapOrSetFns->mapFns->Find(map.m_data, &key), payloadType};
+}
+
 // Most paths go along what is known of classes; null for the others, and where one does not lead to its end.
 [[gnu::always_inline]] inline PathEnd FindSoon(const FieldStart& start, std::string_view path, bool stopsAtChecks)
 {
     if (start.m_type != nullptr)
     {
         if (start.m_type->m_class == nullptr)
-            return {};
+            return FindFromList(start.m_type->Get(), start.m_data, path, stopsAtChecks);
         start.m_type->m_ensureRegistered();
-        return FindAlongLeads(*start.m_type->m_class, start.m_data, path, stopsAtChecks);
+        const PathEnd end = FindAlongLeads(*start.m_type->m_class, start.m_data, path, stopsAtChecks);
+        return end.m_data != nullptr ? end : FindInMap(*start.m_type->m_class, start.m_data, path, stopsAtChecks);
     }
     if (!start.m_object)
         return {};
@@ -244,7 +332,7 @@ bool AlongPath(std::string_view path, Result<void>* result, const F& use)
 } // namespace
 
 bool GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
-              void (*copy)(void* to, const void* from), Result<void>* result)
+              const evaluation::Copying& copying, Result<void>* result)
 {
     if (PathEnd end = FindSoon(start, path, false); end.m_data != nullptr) [[likely]]
     {
@@ -252,7 +340,7 @@ bool GetField(const FieldStart& start, std::string_view path, const UsedType& wa
             EnterOptionals(end);
         if (IsPlainlySame(end.m_type, wanted)) [[likely]]
         {
-            copy(value, end.m_data);
+            copying.m_whole(value, end.m_data);
             return true;
         }
         std::string room;
@@ -261,9 +349,10 @@ bool GetField(const FieldStart& start, std::string_view path, const UsedType& wa
             return true;
     }
     return AlongPath(path, result,
-                     [&](PathText& text) {
+                     [&](PathText& text)
+                     {
                          return text.Reach(start) &&
-                                evaluation::ToVariable(text.GetSlot(), wanted.Get(), value, copy, text.GetFailure());
+                                evaluation::ToVariable(text.GetSlot(), wanted.Get(), value, copying, text.GetFailure());
                      });
 }
 

@@ -14,6 +14,7 @@
 // among it, is copied, and must be of the type that is asked for. What an optional or a handle holds is reached through
 // it. Checks are asked by Set; a value that is refused changes nothing.
 
+#include <kelm/Convert.h>
 #include <kelm/Files.h>
 #include <kelm/Object.h>
 #include <kelm/Result.h>
@@ -60,9 +61,9 @@ struct FieldStart
 
 // Each is false where it fails: with the error in the result, or thrown where there is no result.
 
-// Into a variable of another type or of the same, which `copy` copies.
+// Into a variable of another type or of the same, which is copied.
 KELM_API bool GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
-                       void (*copy)(void* to, const void* from), Result<void>* result);
+                       const evaluation::Copying& copying, Result<void>* result);
 // A scalar; null where it is none.
 KELM_API bool SetField(const FieldStart& start, std::string_view path, const Scalar& value, Result<void>* result);
 KELM_API bool SetField(const FieldStart& start, std::string_view path, const Value& value, Result<void>* result);
@@ -72,21 +73,18 @@ KELM_API bool SetField(const FieldStart& start, std::string_view path, const Use
 KELM_API bool HasField(const FieldStart& start, std::string_view path);
 
 template <class T>
-void CopyField(void* to, const void* from)
-{
-    *static_cast<T*>(to) = *static_cast<const T*>(from);
-}
-
-template <class T>
 bool GetFieldInto(T& value, const FieldStart& start, std::string_view path, Result<void>* result)
 {
-    if constexpr (std::is_same_v<T, std::string_view> || std::is_pointer_v<T>)
-    {
-        static_assert(s_isNever<T>, "Get gives copies: ask for a std::string");
-        return false;
-    }
+    constexpr bool isView = std::is_same_v<T, std::string_view> || std::is_pointer_v<T>;
+    constexpr bool isCopied = std::is_copy_assignable_v<T>;
+    static_assert(!isView, "Get gives copies: ask for a std::string");
+    static_assert(!std::is_same_v<T, Value>,
+                  "Get gives what a field holds: ask for a number, a text or the field's type");
+    static_assert(isCopied, "Get gives a copy of the field, and the type cannot be copied: get what is in it");
+    if constexpr (!isView && isCopied && !std::is_same_v<T, Value>)
+        return GetField(start, path, s_typeOf<T>, &value, evaluation::s_copying<T>, result);
     else
-        return GetField(start, path, s_typeOf<T>, &value, CopyField<T>, result);
+        return false;
 }
 
 template <class T>
@@ -117,6 +115,11 @@ bool SetFieldTo(const FieldStart& start, std::string_view path, const V& value, 
         return SetField(start, path, Scalar(), result);
     else if constexpr (std::is_convertible_v<const V&, std::string_view>)
         return SetField(start, path, Scalar(static_cast<std::string_view>(value)), result);
+    else if constexpr (!std::is_copy_constructible_v<V>)
+    {
+        static_assert(s_isNever<V>, "Set copies the value, and the type cannot be copied: set what is in it");
+        return false;
+    }
     else
     {
         V copy(value);

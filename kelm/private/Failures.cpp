@@ -4,6 +4,8 @@
 #include <kelm/private/Excerpt.h>
 #include <kelm/private/Source.h>
 #include <kelm/private/Suggest.h>
+#include <klUtils/MessageOf.h>
+#include <klUtils/text/LSToken.h>
 #include <klUtils/text/private/Scan.h>
 
 #include <utility>
@@ -21,8 +23,13 @@ void ThrowAt(ErrorKind kind, std::string_view message, std::size_t place)
 void ThrowUnknown(std::string_view name, std::size_t place, std::vector<std::string> existing)
 {
     Rejected rejected{{}, place};
-    FailUnknown(rejected.m_failure, "Unknown name " + std::string(name), name, std::move(existing));
+    FailUnknown(rejected.m_failure, UnknownMessage(name), name, std::move(existing));
     throw std::move(rejected);
+}
+
+std::string UnknownMessage(std::string_view name)
+{
+    return std::string(std::string_view(MessageOf("Unknown name ", LSToken(TOKEN_IDENTIFIER, name))));
 }
 
 std::string CountMessage(std::string_view name, std::size_t count, int32 min, int32 max)

@@ -24,6 +24,9 @@ struct Rejected
 [[noreturn, gnu::cold]] void ThrowAt(ErrorKind kind, std::string_view message, std::size_t place);
 [[noreturn, gnu::cold]] void ThrowUnknown(std::string_view name, std::size_t place, std::vector<std::string> existing);
 
+// Where a name does not exist, however long it is.
+std::string UnknownMessage(std::string_view name);
+
 std::string CountMessage(std::string_view name, std::size_t count, int32 min, int32 max);
 
 // Where an argument begins, of a call whose function's name stands at a place.

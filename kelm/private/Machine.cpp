@@ -135,14 +135,14 @@ bool Machine::Member(const Op& op)
     return StepToMember(m_top[-1], m_program->m_texts[op.m_index], GetChecks(), m_failure);
 }
 
-bool Machine::Subscript(const Op&)
+bool Machine::Subscript(const Op& op)
 {
     Slot& base = m_top[-2];
     Slot& index = m_top[-1];
     if (m_program->m_language == Language::Exact && base.m_kind == Kind::Text)
         return Fail(m_failure, ErrorKind::Internal, "[] is refused on string");
     if (!StepToElement(base, index, m_failure))
-        return false;
+        return AtIndex(op);
     index.Release();
     --m_top;
     return true;
@@ -203,7 +203,7 @@ bool Machine::CallName(const Op& op)
     const NameUse& use = m_program->m_names[op.m_index];
     const Record* const record = m_records[op.m_index];
     if (record == nullptr)
-        return Fail(m_failure, ErrorKind::Name, "Unknown name " + std::string(use.m_name));
+        return Fail(m_failure, ErrorKind::Name, UnknownMessage(use.m_name));
     if (record->m_is != Record::Is::Function)
         return Fail(m_failure, ErrorKind::Type, record->m_name + " is not a function");
     return Call(op, record->m_function, use.m_name, 0);
@@ -274,8 +274,7 @@ bool Machine::PushResolved(const NameUse& use, Slot& slot)
     if (!value)
     {
         m_failedPlace = use.m_place;
-        return FailUnknown(m_failure, "Unknown name " + std::string(use.m_name), use.m_name,
-                           ScopeAccess::AllNames(m_scope));
+        return FailUnknown(m_failure, UnknownMessage(use.m_name), use.m_name, ScopeAccess::AllNames(m_scope));
     }
     slot = ValueAccess::Of(*value);
     ValueAccess::Of(*value).SetNone();
@@ -285,6 +284,14 @@ bool Machine::PushResolved(const NameUse& use, Slot& slot)
 bool Machine::AtArgument(const Op& op, std::size_t index)
 {
     m_failedPlace = PlaceOfArgument(m_program->m_text, op.GetPlace(), index);
+    return false;
+}
+
+// A name that is no enumerator's, as a key, is wrong itself; an index is wrong at its bracket.
+bool Machine::AtIndex(const Op& subscript)
+{
+    if (m_failure.m_details->m_kind == ErrorKind::Name)
+        m_failedPlace = subscript.m_index;
     return false;
 }
 
@@ -343,7 +350,10 @@ bool Machine::StoreElement(const Op& op)
     if (!evaluation::StoreElement(top[-3], top[-2], top[-1], GetChecks(), isIndexWrong, m_failure))
     {
         if (isIndexWrong)
+        {
             m_failedPlace = (&op)[1].GetPlace();
+            AtIndex((&op)[1]);
+        }
         return false;
     }
     for (int i = 1; i <= 3; ++i)

@@ -179,6 +179,7 @@ private:
     bool PushElement(bool& hasElement);
     bool GoOnBehindPath(const Op*& op);
     bool AtArgument(const Op& op, std::size_t index);
+    bool AtIndex(const Op& subscript);
     void Return(Slot* arguments, std::size_t count, const Slot& result);
     bool LoadArguments(Slot* arguments, std::size_t count);
     bool FailCount(const Callable& function, std::string_view name, std::size_t count, std::size_t numObjects);

@@ -2,6 +2,7 @@
 
 #include <kelm/private/Conversions.h>
 #include <kelm/private/CopyVariable.h>
+#include <kelm/private/MemberChecks.h>
 #include <kelm/private/Operations.h>
 #include <kelm/private/PlaceSteps.h>
 #include <kelm/private/Texts.h>
@@ -276,7 +277,8 @@ namespace
 
 std::string TextOf(const Assigned& value)
 {
-    return value.m_object.m_kind == Kind::Place ? "this " + TextOfType(value.m_object) : Written(value.m_scalar);
+    const bool isObject = value.m_object.m_kind == Kind::Place && value.m_scalar.m_kind == Scalar::Kind::None;
+    return isObject ? "this " + TextOfType(value.m_object) : Written(value.m_scalar);
 }
 
 bool Check(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
@@ -339,13 +341,18 @@ bool IsEmptyOptional(const ReflectionByteCode& type, const void* data)
            type.GetForeignType().m_choice->GetIndex(data) < 0;
 }
 
+bool CanBeNull(const ReflectionByteCode& type)
+{
+    const ETypeByteCode code = type.m_bc != nullptr ? type.GetCode() : FT_CLASS;
+    return code == FT_INTERFACE_POINTER || code == FT_PREF || code == FT_CREF ||
+           (code == FT_FOREIGN && type.GetForeignType().IsOptional());
+}
+
 bool StoreNull(const Slot& place, const Assigned& value, const Checks& checks, Failure& failure)
 {
     Slot target = place;
     const ReflectionByteCode type = Underlying(target);
-    const ETypeByteCode code = type.m_bc != nullptr ? type.GetCode() : FT_CLASS;
-    if (code != FT_INTERFACE_POINTER && code != FT_PREF && code != FT_CREF &&
-        !(code == FT_FOREIGN && type.GetForeignType().IsOptional()))
+    if (!CanBeNull(type))
         return FailOtherType(failure, TextOf(value), TextOfType(target));
     if (target.m_isConst)
         return FailConst(target, failure);
@@ -408,6 +415,8 @@ bool StoreObject(const Slot& place, const Assigned& value, const Checks& checks,
     {
         if (target.m_isConst)
             return FailConst(target, failure);
+        if (!CheckMembers(wholeType.Get(), object.m_address, failure))
+            return false;
         if (value.m_exchange == nullptr)
             return StoreCopy(target, wholeType, object.m_address, value, checks, failure);
         const auto exchange = [&] { value.m_exchange(target.m_address, object.m_address); };
@@ -421,6 +430,9 @@ bool StoreObject(const Slot& place, const Assigned& value, const Checks& checks,
         if (scalar.m_kind != Scalar::Kind::None)
             return StoreScalar(place, {.m_scalar = scalar}, checks, failure);
     }
+    // Nothing is what an optional or a handle may hold, whatever it is nothing of.
+    if (!IsThere(value.m_object) && CanBeNull(type))
+        return StoreNull(place, {}, checks, failure);
     if (type.m_bc != nullptr && !IsEmptyOptional(type, target.m_address) && EnterChoice(target))
         return StoreObject(target, value, checks, failure);
     if (type.m_bc != nullptr && IsEmptyOptional(type, target.m_address))
@@ -458,9 +470,11 @@ bool ToAssigned(const Slot& value, Assigned& assigned, std::string& room, Failur
         return ToScalar(value, assigned.m_scalar, room, failure);
     Slot held = value;
     ReflectionByteCode type;
+    const ReflectionByteCode outer = Underlying(held);
     if (EnterChoices(held, type) && type.m_bc != nullptr)
         assigned.m_scalar = LoadScalar(type, held.m_address, room);
-    if (assigned.m_scalar.m_kind == Scalar::Kind::None)
+    // What holds a scalar is assigned whole where it can be.
+    if (assigned.m_scalar.m_kind == Scalar::Kind::None || type.m_bc != outer.m_bc)
         assigned.m_object = value;
     return true;
 }

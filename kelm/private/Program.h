@@ -58,7 +58,7 @@ enum class Code : uint8
     BuiltIn, // m_index is that among the built-in functions that the program uses
     Member,  // m_index is that of the text that names it
 
-    Subscript, // replaces an object and an index
+    Subscript, // replaces an object and an index, which begins at the place m_index
 
     // Replace m_count arguments by a result.
     CallOwn,    // m_index is that among the library's functions

@@ -200,6 +200,7 @@ public:
         KnownVariable element;
         const bool isKnown = IsKnownVariable(operand) && FindKnownElements(operand.m_variable, list, element);
         const bool isObject = operand.m_is == Operand::Is::Object;
+        const std::size_t bracket = PlaceOf(e.m_tokens);
         if (isKnown)
             PushList(operand, list);
         else
@@ -218,7 +219,7 @@ public:
         Push(index);
         e.m_tokens.PassBehindOperand(TOKEN_RIGHT_SQUARE, "]");
         --m_depth;
-        Emit(Code::Subscript, TOKEN_END, 0, place);
+        Emit(Code::Subscript, TOKEN_END, bracket + 1, place);
         SetPlace(operand);
     }
 

@@ -433,6 +433,57 @@ TEST(StandardFields, AreReachedAlikeInEveryWay)
         }
 }
 
+// From a list itself, and into a map of ours: on the short way and on the long one, which a comment asks for.
+TEST(StandardFields, AreReachedFromListsAndInOurMaps)
+{
+    const auto check = [](auto whole, const std::string& path, const std::string& expected)
+    {
+        for (const std::string& comment : {std::string(), std::string("/**/")})
+        {
+            const Result<double> got = TryGet<double>(whole, comment + path);
+            EXPECT_EQ(got ? Shown(got)
+                          : ShownWithKind(got.GetError()) + " " +
+                                std::to_string(got.GetError().GetColumn() - static_cast<int>(comment.size())),
+                      expected)
+                << comment << path;
+            auto changed = whole;
+            const Result<void> set = TrySet(changed, comment + path, 3);
+            EXPECT_EQ(set ? Shown(TryGet<double>(changed, path)) : ShownWithKind(set.GetError()),
+                      set ? "3.000000" : expected.substr(0, expected.rfind(' ')))
+                << comment << path;
+        }
+    };
+    std::vector<Line> lines(2);
+    lines[1].price = 8.5;
+    lines[1].quantity = 4;
+    check(lines, "[1].price", "8.500000");
+    check(lines, "[ 1 ].quantity", "4.000000");
+    check(lines, "[01].price", "8.500000");
+    check(lines, "[2].price", "Range Vector index 2 out of range 3");
+    check(lines, "[-1].price", "Range Vector index -1 out of range 4");
+    check(lines, "[1]x", "Syntax Expected end of text when read x 4");
+    check(lines, "[1].nothing", "Name Identifier nothing is not a model field of class door::Line 5");
+    check(lines, "[12345678901].price", "Range Value 12345678901 is out of range of int32 2");
+    check(lines, "[", "Syntax Expected value when read end of text 2");
+    check(std::vector<double>{1.5, 2.5}, "[1]", "2.500000");
+    check(std::vector<std::vector<double>>{{1}, {2, 3}}, "[1][1]", "3.000000");
+    check(std::array<double, 2>{4, 5}, "[1]", "5.000000");
+    check(xvector<Line>{Line{}, Line{"x", 2, 7.5}}, "[1].price", "7.500000");
+    check(xvector<int32>{3, 9}, "[1]", "9.000000");
+    check(xvector<int32>{3, 9}, "[2]", "Range Vector index 2 out of range 3");
+    check(std::map<std::string, double>{{"a", 6}}, "[\"a\"]", "6.000000");
+    Order order;
+    order.rates = {{"EUR", 1.5}, {"a", 2}};
+    check(order, ".rates[\"EUR\"]", "1.500000");
+    check(order, ".rates[\"\\x61\"]", "2.000000");
+    EXPECT_EQ(ShownWithKind(TryGet<double>(order, ".rates[\"USD\"]").GetError()), "Range Key USD is not there");
+    Set(order, ".rates[\"USD\"]", 4);
+    EXPECT_EQ(order.rates["USD"], 4);
+    EXPECT_EQ(ShownWithKind(TryGet<double>(order, ".rates[").GetError()),
+              "Syntax Expected value when read end of text");
+    EXPECT_EQ(ShownWithKind(TrySet(order, ".lines[", 1).GetError()), "Syntax Expected value when read end of text");
+}
+
 TEST(StandardFields, AreCheckedWhereverTheyAreSet)
 {
     door::Stock stock;

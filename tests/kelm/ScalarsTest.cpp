@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -499,6 +500,120 @@ TEST(Scalars, ExpressionsEvaluateThemselves)
     for (int x = 49; x >= 0; --x)
         expected += 2 * x;
     EXPECT_EQ(kept.Evaluate<double>(0.0), expected);
+}
+
+// Whoever asks for an integer or a bool gets what a text gives that is evaluated once.
+template <class T>
+std::string ResultOf(const std::function<T()>& evaluate)
+{
+    try
+    {
+        if constexpr (std::is_arithmetic_v<T>)
+            return std::to_string(evaluate());
+        else
+            return evaluate();
+    }
+    catch (const Error& e)
+    {
+        return std::to_string(static_cast<int>(e.GetKind())) + " " + std::to_string(e.GetColumn()) + " " +
+               e.GetMessage();
+    }
+}
+
+template <class T>
+void CheckResults(const std::string& text)
+{
+    double x = 2.5;
+    int n = 300;
+    std::int64_t least = std::numeric_limits<std::int64_t>::min();
+    std::uint64_t huge = std::numeric_limits<std::uint64_t>::max();
+    bool isTrue = true;
+    std::string word = "word";
+    const auto bind = [&](Scope& scope)
+    {
+        scope.Bind("x", x).Bind("n", n).Bind("least", least).Bind("huge", huge).Bind("b", isTrue).Bind("t", word);
+        scope.Define("change", [&scope, &x](int y) { return scope.Bind("n", x), y; });
+        scope.Define("fail", [](int y) { return y > 0 ? throw Error({.m_message = "thrown"}) : y; });
+    };
+    const auto outcome = [&](const auto& evaluate)
+    {
+        Scope scope;
+        Scope other;
+        Scope inner(&scope);
+        bind(scope);
+        bind(other);
+        return ResultOf<T>([&]() -> T { return evaluate(scope, other, inner); });
+    };
+    using S = const Scope&;
+    const std::string expected = outcome([&](S scope, S, S) { return Evaluate<T>(text, scope); });
+    EXPECT_EQ(outcome([&](S scope, S, S) { return Expression(text, scope).Evaluate<T>(); }), expected) << text;
+    EXPECT_EQ(outcome([&](S scope, S other, S) { return Expression(text, scope).Evaluate<T>(other); }), expected)
+        << text;
+    EXPECT_EQ(outcome([&](S, S, S inner) { return Expression(text, inner).Evaluate<T>(); }), expected) << text;
+    EXPECT_EQ(outcome([&](S scope, S, S) { return Expression(text, scope, {"p"}).Evaluate<T>(1); }), expected) << text;
+    EXPECT_EQ(outcome([&](S scope, S, S) { return *Expression(text, scope).TryEvaluate<T>(); }), expected) << text;
+    EXPECT_EQ(outcome(
+                  [&](S scope, S other, S)
+                  {
+                      const Expression kept(text, scope);
+                      static_cast<void>(kept.TryEvaluate(other));
+                      static_cast<void>(kept.TryEvaluate<T>(scope));
+                      return kept.Evaluate<T>(other);
+                  }),
+              text.find("change") == std::string::npos ? expected
+                                                       : outcome(
+                                                             [&](S, S other, S)
+                                                             {
+                                                                 static_cast<void>(TryEvaluate(text, other));
+                                                                 return Evaluate<T>(text, other);
+                                                             }))
+        << text;
+}
+
+TEST(Scalars, GiveEveryTypeThatIsAskedFor)
+{
+    for (const char* text : {"n",
+                             "n * 2",
+                             "n - 300",
+                             "n > 2",
+                             "b",
+                             "b && n > 2",
+                             "x",
+                             "x * 2",
+                             "x + 0.25",
+                             "least",
+                             "least - 1",
+                             "huge",
+                             "t",
+                             "t + t",
+                             "n / (n - 300)",
+                             "change(3) + n",
+                             "change(3) * 2",
+                             "change(3) > n",
+                             "fail(n)",
+                             "fail(0) + n",
+                             "b ? n : x",
+                             "b ? n : n + 1",
+                             "3",
+                             "true",
+                             "1e300",
+                             "len(t)",
+                             "-n",
+                             "~n",
+                             "!b",
+                             "round(x)",
+                             "n < x"})
+    {
+        CheckResults<std::int8_t>(text);
+        CheckResults<std::uint8_t>(text);
+        CheckResults<int>(text);
+        CheckResults<std::int64_t>(text);
+        CheckResults<std::uint64_t>(text);
+        CheckResults<bool>(text);
+        CheckResults<float>(text);
+        CheckResults<double>(text);
+        CheckResults<std::string>(text);
+    }
 }
 
 TEST(Scalars, WhatFunctionsThrowPassesThrough)
