@@ -6,6 +6,7 @@
 #include <kelm/private/Failures.h>
 #include <kelm/private/Functions.h>
 #include <kelm/private/KnownTypes.h>
+#include <kelm/private/Locals.h>
 #include <kelm/private/OperandRecorder.h>
 #include <kelm/private/Operations.h>
 #include <kelm/private/Program.h>
@@ -316,15 +317,6 @@ public:
     }
 
 private:
-    struct Local
-    {
-        std::string_view m_name;
-        uint32 m_slot; // from the stack's bottom
-        bool m_isKnown;
-        KnownVariable m_variable; // where it is known
-        uint64 m_calls;           // before it
-    };
-
     // What brackets enclose may nest without limit.
     template <class F>
     static void Nest(F record)
@@ -577,12 +569,12 @@ private:
         local.m_name = name;
         local.m_slot = static_cast<uint32>(m_depth - 1);
         local.m_calls = m_numCalls;
-        m_locals.Add(local);
+        m_locals.Push(local);
         const auto body = static_cast<uint32>(m_program->m_ops.size());
         Operand each;
         e.EvaluateNextSafely(each);
         Push(each);
-        m_locals.Shrink(m_locals.size() - 1);
+        m_locals.Pop();
         LookAtWaiting(list);
         if (local.m_calls != m_numCalls && (!local.m_isKnown || !m_locals.empty())) // the next elements of both, too
             m_waits = true;
@@ -601,27 +593,26 @@ private:
 
     bool FindLocal(std::string_view name, Operand& operand, std::size_t place)
     {
-        for (std::size_t i = m_locals.size(); i-- > 0;)
-            if (m_locals[i].m_name == name)
+        if (const Local* const local = m_locals.Find(name))
+        {
+            const bool isKnown = m_isTyped && local->m_isKnown;
+            const bool mayHaveMoved = local->m_calls != m_numCalls;
+            operand.m_is = Operand::Is::Local;
+            operand.m_kind = Kind::None;
+            operand.m_index = local->m_slot;
+            operand.m_place = place;
+            if (!isKnown && mayHaveMoved)
+                m_waits = true;
+            if (isKnown)
             {
-                const bool isKnown = m_isTyped && m_locals[i].m_isKnown;
-                const bool mayHaveMoved = m_locals[i].m_calls != m_numCalls;
-                operand.m_is = Operand::Is::Local;
-                operand.m_kind = Kind::None;
-                operand.m_index = m_locals[i].m_slot;
-                operand.m_place = place;
-                if (!isKnown && mayHaveMoved)
-                    m_waits = true;
-                if (isKnown)
-                {
-                    SpillCached();
-                    if (mayHaveMoved)
-                        m_program->m_ops[EmitStep(ElementAgainStep(), place)].m_index = operand.m_index;
-                    m_program->m_ops[EmitStep(LocalAddressStep(), 0)].m_index = operand.m_index;
-                    SetAddress(operand, m_locals[i].m_variable);
-                }
-                return true;
+                SpillCached();
+                if (mayHaveMoved)
+                    m_program->m_ops[EmitStep(ElementAgainStep(), place)].m_index = operand.m_index;
+                m_program->m_ops[EmitStep(LocalAddressStep(), 0)].m_index = operand.m_index;
+                SetAddress(operand, local->m_variable);
             }
+            return true;
+        }
         for (std::size_t i = 0; i < m_program->m_parameters.size(); ++i)
             if (m_program->m_parameters[i] == name)
             {
@@ -777,7 +768,7 @@ private:
     const ParameterType* m_types;
     bool m_hasScope;
     bool m_needsGeneralForm = false;
-    SmallArray<Local, 4> m_locals;
+    Locals m_locals;
 };
 
 } // namespace kelm::evaluation

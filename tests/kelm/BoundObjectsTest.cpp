@@ -144,7 +144,8 @@ TEST(BoundObjects, AreReadAndCalled)
 {
     booth::Order order = MakeOrder();
     Scope scope;
-    scope.Bind("order", order).Set("i", 1);
+    std::map<booth::State, double> byState = {{booth::State::open, 2.5}};
+    scope.Bind("order", order).Bind("byState", byState).Set("i", 1);
     scope.Define("Total", &booth::Order::Total).Define("Total", &booth::Line::Total);
     scope.Define("Scaled", &booth::Order::Scaled).Define("First", &booth::Order::First);
     scope.Define("name", [](const booth::Line& line) { return line.item; });
@@ -178,6 +179,11 @@ TEST(BoundObjects, AreReadAndCalled)
         {"is_double(order.lines[0].price) && is_int(order.lines[0].quantity) && is_string(order.customer)", "true"},
         {"string(order.lines[0].quantity)", "2"},
         {"max(order.lines[0].price, order.lines[1].price)", "8.0"},
+        {"byState['closed'] + 1", "1 9 Unknown member 'closed' of enum booth::State"},
+        {"byState['op' + 'en']", "2.5"},
+        {"byState[order.customer]", "1 9 Unknown member 'Ada' of enum booth::State"},
+        {"byState['closed'] = 1", "1 9 Unknown member 'closed' of enum booth::State"},
+        {"byState[1]", "2 10 No implicit conversion from value 1 to booth::State"},
         {"order.nothing", "1 7 Identifier nothing is not a model field of class booth::Order"},
         {"order.lines[3].price", "3 14 Vector index 3 out of range"},
         {"order.lines[-1].price", "3 15 Vector index -1 out of range"},

@@ -203,6 +203,33 @@ TEST(NaturalLanguage, TellsOfErrorsWhereTheyAre)
         EXPECT_EQ(Outcome(row.m_text, Scope()), row.m_outcome) << row.m_text;
 }
 
+// The innermost of a name is meant, however deep they nest.
+TEST(NaturalLanguage, FindsTheNamesOfElementsAtAnyDepth)
+{
+    std::vector<int> list = {2, 3};
+    std::vector<int> one = {7};
+    Scope scope;
+    scope.Bind("list", list).Bind("one", one);
+    for (const int depth : {3, 8, 9, 20, 200})
+    {
+        std::string text = "sum(list, outer, ";
+        for (int i = 0; i < depth; ++i)
+            text += "sum(one, " + std::string(i % 2 == 0 ? "e" : "f") + ", e + 0 * ";
+        text += "outer" + std::string(static_cast<std::size_t>(depth), ')') + " + outer)";
+        EXPECT_EQ(Evaluate<int>(text, scope), 2 * 7 + 5) << depth;
+        EXPECT_EQ(Expression(text, scope).Evaluate<int>(), 2 * 7 + 5) << depth;
+    }
+    EXPECT_EQ(TryEvaluate("sum(one, e, e) + e", scope).GetError().GetColumn(), 18);
+}
+
+TEST(NaturalLanguage, CutsNamesThatAreTooLongToShow)
+{
+    const std::string name(1000, 'n');
+    const Scope scope;
+    for (const std::string& text : {name, name + "()", "1 + " + name})
+        EXPECT_LT(TryEvaluate(text, scope).GetError().GetMessage().size(), 120u) << text;
+}
+
 TEST(NaturalLanguage, ShowsTheWholeToken)
 {
     const Error error = TryEvaluate("\n1 + sin(1, 2)", Scope()).GetError();
