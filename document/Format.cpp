@@ -33,16 +33,18 @@ struct Spacing
     bool m_isCrLf;
 };
 
-std::string TextOf(const Spacing& spacing)
+void AppendTo(std::string& text, const Spacing& spacing)
 {
-    std::string text;
     for (int i = 0; i < spacing.m_numBreaks; ++i)
         text += spacing.m_isCrLf ? "\r\n" : "\n";
-    return text.append(spacing.m_numBlanks, ' ');
+    text.append(spacing.m_numBlanks, ' ');
 }
 
 bool IsAsWritten(const Spacing& spacing, std::string_view text)
 {
+    if (spacing.m_numBreaks == 0 && spacing.m_numBlanks <= 1)
+        return spacing.m_place.GetSize() == spacing.m_numBlanks &&
+               (spacing.m_numBlanks == 0 || text[spacing.m_place.m_begin] == ' ');
     const std::string_view space = spacing.m_place.In(text);
     const std::size_t breakSize = spacing.m_isCrLf ? 2 : 1;
     const std::size_t indent = spacing.m_numBreaks * breakSize;
@@ -133,7 +135,8 @@ private:
     std::size_t m_column = 0;  // the next one's width
 
     std::vector<Spacing> m_queue;
-    std::size_t m_place = 0; // in the line
+    bool m_isAwaited = false; // whether the next one can change, and is queued though it is as written
+    std::size_t m_place = 0;  // in the line
     std::size_t m_lineIndent = 0;
     bool m_isBehindCr = false; // which a line feed alone would take from a comment
 
@@ -250,6 +253,12 @@ void Layouter::PutBetween()
     const std::vector<Comment>& comments = m_walk.GetComments();
     const Piece& token = m_walk.GetPiece();
     const Where where = m_walk.GetWhere();
+    if (where == Where::AfterComma && comments.empty() && GetLevel().m_rows == Rows::Filled &&
+        !GetLevel().m_beginsWithComma) // most elements of long lists
+    {
+        AllowBreak(token);
+        return Put(token, 1);
+    }
     const bool isClosing = where == Where::Close || where == Where::Empty;
     if (isClosing)
         BreakBefore(GetLevel());
@@ -307,6 +316,7 @@ void Layouter::PutBetween()
 void Layouter::PutBehind(const Comment& comment, bool isWrittenSo)
 {
     const std::size_t place = m_place;
+    m_isAwaited = true;
     PutComment(comment, 1);
     if (comment.m_isMultiLine || IsKept(comment))
         return;
@@ -319,7 +329,7 @@ void Layouter::PutBehind(const Comment& comment, bool isWrittenSo)
 void Layouter::AllowBreak(const Piece& first)
 {
     Level& level = GetLevel();
-    level.m_canBreak = level.m_rows != Rows::Single && !IsKept(first);
+    level.m_canBreak = m_isAwaited = level.m_rows != Rows::Single && !IsKept(first);
     level.m_item = m_queue.size();
     level.m_itemPlace = m_place + 1;
 }
@@ -348,9 +358,17 @@ void Layouter::Put(const Piece& piece, std::size_t numBlanks, int numBreaks)
 {
     if (IsKept(piece))
         return Keep(piece);
+    if (numBreaks == 0 && numBlanks < 2 && piece.m_space.GetSize() == numBlanks && !m_isAwaited &&
+        (numBlanks == 0 || m_text[piece.m_space.m_begin] == ' ')) // the commonest case
+    {
+        m_place += numBlanks;
+        return;
+    }
     if (numBreaks > 0)
         EndLine(numBreaks);
-    m_queue.push_back({piece.m_space, numBlanks, static_cast<uint8>(numBreaks), m_shapes.m_isCrLf || m_isBehindCr});
+    const Spacing spacing{piece.m_space, numBlanks, static_cast<uint8>(numBreaks), m_shapes.m_isCrLf || m_isBehindCr};
+    if (std::exchange(m_isAwaited, false) || !IsAsWritten(spacing, m_text))
+        m_queue.push_back(spacing);
     m_isBehindCr = false;
     m_place = numBlanks + (numBreaks > 0 ? 0 : m_place);
     if (numBreaks > 0)
@@ -375,7 +393,7 @@ void Layouter::PutComment(const Comment& comment, std::size_t numBlanks, int num
 
 void Layouter::Keep(const Piece& piece)
 {
-    m_isBehindCr = false;
+    m_isBehindCr = m_isAwaited = false;
     if (piece.m_numBreaks == 0)
     {
         m_place += piece.m_space.GetSize();
@@ -440,7 +458,7 @@ public:
     void Take(const Spacing& spacing) override
     {
         m_made.append(m_text, m_taken, spacing.m_place.m_begin - m_taken);
-        m_made += TextOf(spacing);
+        AppendTo(m_made, spacing);
         m_taken = spacing.m_place.m_end;
     }
 
@@ -459,7 +477,11 @@ private:
 class ChangesReceiver : public Receiver
 {
 public:
-    void Take(const Spacing& spacing) override { m_changes.push_back({spacing.m_place, TextOf(spacing)}); }
+    void Take(const Spacing& spacing) override
+    {
+        m_changes.push_back({spacing.m_place, {}});
+        AppendTo(m_changes.back().m_inserted, spacing);
+    }
 
     std::vector<SpaceChange> m_changes;
 };
@@ -481,9 +503,8 @@ Span LinesOf(std::string_view text, Span range)
 
 } // namespace
 
-Result<std::string> Format(const Document& document, const FormatOptions& options)
+Result<std::string> Format(std::string_view text, const FormatOptions& options)
 {
-    const std::string_view text = document.GetText();
     Shapes shapes;
     if (const std::optional<Diagnostic> error = FindShapes(text, shapes))
         return ErrorOf(*error, text);
@@ -492,9 +513,8 @@ Result<std::string> Format(const Document& document, const FormatOptions& option
     return receiver.GetText();
 }
 
-Result<std::vector<SpaceChange>> FormatLines(const Document& document, Span range, const FormatOptions& options)
+Result<std::vector<SpaceChange>> FormatLines(std::string_view text, Span range, const FormatOptions& options)
 {
-    const std::string_view text = document.GetText();
     Shapes shapes;
     if (const std::optional<Diagnostic> error = FindShapes(text, shapes))
         return ErrorOf(*error, text);
@@ -503,10 +523,10 @@ Result<std::vector<SpaceChange>> FormatLines(const Document& document, Span rang
     return std::move(receiver.m_changes);
 }
 
-std::optional<Diagnostic> FindSyntaxError(const Document& document)
+std::optional<Diagnostic> FindSyntaxError(std::string_view text)
 {
     Shapes shapes;
-    return FindShapes(document.GetText(), shapes);
+    return FindShapes(text, shapes);
 }
 
 } // namespace kelm

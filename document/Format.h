@@ -3,7 +3,7 @@
 // The one layout that a document has, whoever wrote it: what stands between tokens and comments is white space, and
 // formatting changes nothing else. docs/documents.md tells the layout.
 //
-//     const kelm::Result<std::string> text = kelm::Format(kelm::Document::Parse(written));
+//     const kelm::Result<std::string> formatted = kelm::Format(text);
 //
 // Tokens alone decide, and no types: a text need not be readable here, but it must have the form of a data source of
 // some class, or of a body alone. One that has not is refused with its first error. Formatting what is formatted
@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kelm
@@ -31,7 +32,11 @@ struct FormatOptions
 };
 
 // Lines end as the first one does.
-KELM_DOCUMENT_API Result<std::string> Format(const Document& document, const FormatOptions& options = {});
+KELM_DOCUMENT_API Result<std::string> Format(std::string_view text, const FormatOptions& options = {});
+inline Result<std::string> Format(const Document& document, const FormatOptions& options = {})
+{
+    return Format(document.GetText(), options);
+}
 
 // White space in place of other white space.
 struct SpaceChange
@@ -41,10 +46,15 @@ struct SpaceChange
 };
 
 // The changes within the lines that a range touches, in their order; nothing else is theirs.
-KELM_DOCUMENT_API Result<std::vector<SpaceChange>> FormatLines(const Document& document, Span range,
+KELM_DOCUMENT_API Result<std::vector<SpaceChange>> FormatLines(std::string_view text, Span range,
                                                                const FormatOptions& options = {});
+inline Result<std::vector<SpaceChange>> FormatLines(const Document& document, Span range,
+                                                    const FormatOptions& options = {})
+{
+    return FormatLines(document.GetText(), range, options);
+}
 
-// Why a document has no layout, if it has none.
-KELM_DOCUMENT_API std::optional<Diagnostic> FindSyntaxError(const Document& document);
+// Why a text has no layout, if it has none.
+KELM_DOCUMENT_API std::optional<Diagnostic> FindSyntaxError(std::string_view text);
 
 } // namespace kelm

@@ -53,14 +53,21 @@ struct Part
     friend bool operator==(const Part&, const Part&) = default;
 };
 
+// Opening and closing ones take turns.
+constexpr bool IsBracket(EToken token)
+{
+    return TOKEN_LEFT_PAREN <= token && token <= TOKEN_RIGHT_SQUARE;
+}
 constexpr bool IsOpeningBracket(EToken token)
 {
-    return token == TOKEN_LEFT_PAREN || token == TOKEN_LEFT_CURLY || token == TOKEN_LEFT_SQUARE;
+    return IsBracket(token) && (token - TOKEN_LEFT_PAREN) % 2 == 0;
 }
 constexpr bool IsClosingBracket(EToken token)
 {
-    return token == TOKEN_RIGHT_PAREN || token == TOKEN_RIGHT_CURLY || token == TOKEN_RIGHT_SQUARE;
+    return IsBracket(token) && (token - TOKEN_LEFT_PAREN) % 2 == 1;
 }
+static_assert(IsOpeningBracket(TOKEN_LEFT_CURLY) && IsClosingBracket(TOKEN_RIGHT_PAREN));
+static_assert(TOKEN_RIGHT_SQUARE == TOKEN_LEFT_PAREN + 5);
 
 // The bracket that closes what that one opens.
 constexpr EToken ClosingBracketOf(EToken opening)

@@ -50,25 +50,32 @@ FormatWalk::FormatWalk(std::string_view text)
     m_spaceBegin = m_lineStart = OffsetOf(m_place);
 }
 
-bool FormatWalk::Next()
-{
-    if (IsOpeningBracket(m_token))
-        m_levels.push_back({m_token});
-    else if (IsClosingBracket(m_token))
-        m_levels.pop_back();
-    m_isTight = m_isSeparator = false;
-    if (!PassSpace() || !Take())
-        return false;
-    Measure();
-    return true;
-}
-
 // --- White space and comments
 
 // Up to the next token, and past it.
 bool FormatWalk::PassSpace()
 {
     m_comments.clear();
+    const char* p = m_place;
+    p += p != m_end && *p == ' ' ? 1 : 0;
+    if (p == m_end || text::Spaces::In(*p) || *p == '/' || *p == '#')
+        return PassAnySpace();
+    const ScannedPart part = ScanPartHere(m_begin, p, m_end);
+    if (part.m_kind != PartKind::Token) [[unlikely]]
+        return PassAnySpace();
+    m_token = part.m_token;
+    m_place = part.m_past;
+    m_piece.m_space = {m_spaceBegin, OffsetOf(p)};
+    m_piece.m_span = {m_piece.m_space.m_end, OffsetOf(m_place)};
+    m_piece.m_lineStart = m_lineStart;
+    m_piece.m_numBreaks = 0;
+    m_piece.m_isKept = m_isOff;
+    m_spaceBegin = m_piece.m_span.m_end;
+    return true;
+}
+
+bool FormatWalk::PassAnySpace()
+{
     std::size_t numBreaks = m_numBreaks;
     const char* p = m_place;
     ScannedPart part{PartKind::Token, TOKEN_END, m_end};
@@ -149,21 +156,15 @@ void FormatWalk::NoteLineEnd(const char* space)
     m_lineEnd = end != space && end[-1] == '\r' ? LineEnd::CrLf : LineEnd::Lf;
 }
 
-bool FormatWalk::IsBehindBlankLine() const
+bool FormatWalk::IsCommentBehind(int numBreaks) const
 {
-    return m_piece.m_numBreaks > 1 ||
-           std::any_of(m_comments.begin(), m_comments.end(), [](const Comment& c) { return c.m_numBreaks > 1; });
+    return std::any_of(m_comments.begin(), m_comments.end(),
+                       [&](const Comment& c) { return c.m_numBreaks >= numBreaks; });
 }
 
-bool FormatWalk::IsBehindBreak() const
+std::size_t FormatWalk::CountCommentsBehind() const
 {
-    return m_piece.m_numBreaks > 0 ||
-           std::any_of(m_comments.begin(), m_comments.end(), [](const Comment& c) { return c.m_numBreaks > 0; });
-}
-
-std::size_t FormatWalk::CountBehind() const
-{
-    if (m_comments.empty() || m_where == Where::Begin)
+    if (m_where == Where::Begin)
         return 0;
     const auto other =
         std::find_if(m_comments.begin(), m_comments.end(), [](const Comment& c) { return c.m_numBreaks > 0; });
@@ -175,23 +176,18 @@ std::size_t FormatWalk::CountBehind() const
 
 // --- Widths
 
-bool FormatWalk::IsBlankBefore() const
+bool FormatWalk::FindBlankBefore() const
 {
-    const bool hasComments = !m_comments.empty();
+    constexpr auto bitOf = [](auto... where) { return ((1U << static_cast<int>(where)) | ...); };
+    unsigned blanks = bitOf(Where::Item, Where::AfterComma);
     const bool isCurly = GetOpening() == TOKEN_LEFT_CURLY;
-    switch (m_where)
-    {
-    case Where::Begin: return false;
-    case Where::Open: return isCurly;
-    case Where::Item:
-    case Where::AfterComma: return true;
-    case Where::Inside: return hasComments || !m_isTight;
-    case Where::Close: return hasComments || isCurly;
-    case Where::Empty: return hasComments && isCurly;
-    case Where::Comma:
-    case Where::End: return hasComments;
-    }
-    return true;
+    if (isCurly)
+        blanks |= bitOf(Where::Open, Where::Close);
+    if (!m_isTight)
+        blanks |= bitOf(Where::Inside);
+    if (!m_comments.empty()) [[unlikely]]
+        blanks |= bitOf(Where::Inside, Where::Comma, Where::Close, Where::End) | (isCurly ? bitOf(Where::Empty) : 0);
+    return (blanks >> static_cast<int>(m_where) & 1) != 0;
 }
 
 bool FormatWalk::IsBlankBehindComments() const
@@ -207,16 +203,10 @@ bool FormatWalk::IsBlankBehindComments() const
 
 void FormatWalk::Measure()
 {
-    m_flatBegin = m_flatEnd + (IsBlankBefore() ? 1 : 0);
-    if (!m_comments.empty())
-    {
-        for (const Comment& comment : m_comments)
-        {
-            m_flatBegin += WidthOf(comment.m_span.In({m_begin, m_end}));
-            m_isKeyPlain &= !comment.m_isLine && !comment.m_isMultiLine;
-        }
-        m_flatBegin += m_comments.size() - (IsBlankBehindComments() ? 0 : 1);
-    }
+    m_isBehindBlank = FindBlankBefore();
+    m_flatBegin = m_flatEnd + (m_isBehindBlank ? 1 : 0);
+    if (!m_comments.empty()) [[unlikely]]
+        MeasureComments();
     const std::string_view token = m_piece.m_span.In({m_begin, m_end});
     m_flatEnd = m_flatBegin + (IsLiteral(m_token) ? WidthOf(token) : token.size());
     if (BeginsItem())
@@ -224,8 +214,16 @@ void FormatWalk::Measure()
         m_keyBegin = m_flatBegin;
         m_isKeyPlain = m_piece.m_numBreaks > 0 || CountBehind() == m_comments.size();
     }
-    else if (IsClosingBracket(m_token))
-        m_isKeyPlain = false;
+}
+
+void FormatWalk::MeasureComments()
+{
+    for (const Comment& comment : m_comments)
+    {
+        m_flatBegin += WidthOf(comment.m_span.In({m_begin, m_end}));
+        m_isKeyPlain &= !comment.m_isLine && !comment.m_isMultiLine;
+    }
+    m_flatBegin += m_comments.size() - (IsBlankBehindComments() ? 0 : 1);
 }
 
 // --- Grammar
@@ -240,6 +238,53 @@ bool FormatWalk::Separate(State state)
 {
     m_isSeparator = true;
     return GoTo(state);
+}
+
+bool FormatWalk::TakeValue()
+{
+    if (IsOpeningBracket(m_token))
+        return GoTo(State::FirstItem);
+    if (IsNumber(m_token) || IsLiteral(m_token))
+        return GoTo(State::Done);
+    if (m_token == TOKEN_MINUS || m_token == TOKEN_PLUS)
+        return GoTo(State::Sign);
+    return m_token == TOKEN_IDENTIFIER ? GoTo(State::Name) : Expect("value");
+}
+
+bool FormatWalk::TakeItem(Where where)
+{
+    m_where = where;
+    m_levels.back().m_isBehindArrow = false;
+    if (GetOpening() != TOKEN_LEFT_CURLY)
+        return TakeValue();
+    return m_token == TOKEN_IDENTIFIER ? GoTo(State::Member) : Expect("identifier");
+}
+
+bool FormatWalk::TakeWhatFollows()
+{
+    if (m_levels.empty())
+    {
+        m_where = Where::End;
+        return m_token == TOKEN_END || Expect("end of text");
+    }
+    Level& level = m_levels.back();
+    const bool isClosing = m_token == ClosingBracketOf(level.m_opening);
+    if (level.m_opening == TOKEN_LEFT_CURLY && !isClosing)
+        return m_token == TOKEN_IDENTIFIER ? TakeItem(Where::Item) : Expect("identifier");
+    if (level.m_opening == TOKEN_LEFT_SQUARE && !level.m_isBehindArrow)
+    {
+        const bool isArrow = m_token == TOKEN_MINUS_GREATER;
+        if (isArrow ? level.m_arrows == Arrows::None : level.m_arrows == Arrows::Some)
+            return Expect(isArrow ? "," : "->");
+        level.m_isBehindArrow = isArrow;
+        level.m_arrows = isArrow ? Arrows::Some : Arrows::None;
+        if (isArrow)
+            return Separate(State::Value);
+    }
+    m_where = isClosing ? Where::Close : Where::Comma;
+    if (isClosing)
+        return GoTo(State::Done);
+    return m_token == TOKEN_COMMA ? GoTo(State::NextItem) : Expect(",");
 }
 
 bool FormatWalk::Take()
@@ -285,51 +330,22 @@ bool FormatWalk::Take()
     return false;
 }
 
-bool FormatWalk::TakeItem(Where where)
-{
-    m_where = where;
-    m_levels.back().m_isBehindArrow = false;
-    if (GetOpening() != TOKEN_LEFT_CURLY)
-        return TakeValue();
-    return m_token == TOKEN_IDENTIFIER ? GoTo(State::Member) : Expect("identifier");
-}
-
-bool FormatWalk::TakeValue()
+bool FormatWalk::Next()
 {
     if (IsOpeningBracket(m_token))
-        return GoTo(State::FirstItem);
-    if (IsNumber(m_token) || IsLiteral(m_token))
-        return GoTo(State::Done);
-    if (m_token == TOKEN_MINUS || m_token == TOKEN_PLUS)
-        return GoTo(State::Sign);
-    return m_token == TOKEN_IDENTIFIER ? GoTo(State::Name) : Expect("value");
-}
-
-bool FormatWalk::TakeWhatFollows()
-{
-    if (m_levels.empty())
     {
-        m_where = Where::End;
-        return m_token == TOKEN_END || Expect("end of text");
+        m_levels.push_back({m_token});
     }
-    Level& level = m_levels.back();
-    const bool isClosing = m_token == ClosingBracketOf(level.m_opening);
-    if (level.m_opening == TOKEN_LEFT_CURLY && !isClosing)
-        return m_token == TOKEN_IDENTIFIER ? TakeItem(Where::Item) : Expect("identifier");
-    if (level.m_opening == TOKEN_LEFT_SQUARE && !level.m_isBehindArrow)
+    else if (IsClosingBracket(m_token))
     {
-        const bool isArrow = m_token == TOKEN_MINUS_GREATER;
-        if (isArrow ? level.m_arrows == Arrows::None : level.m_arrows == Arrows::Some)
-            return Expect(isArrow ? "," : "->");
-        level.m_isBehindArrow = isArrow;
-        level.m_arrows = isArrow ? Arrows::Some : Arrows::None;
-        if (isArrow)
-            return Separate(State::Value);
+        m_levels.pop_back();
+        m_isKeyPlain = false;
     }
-    m_where = isClosing ? Where::Close : Where::Comma;
-    if (isClosing)
-        return GoTo(State::Done);
-    return m_token == TOKEN_COMMA ? GoTo(State::NextItem) : Expect(",");
+    m_isTight = m_isSeparator = false;
+    if (!PassSpace() || !Take())
+        return false;
+    Measure();
+    return true;
 }
 
 bool FormatWalk::IsBeforeEqualsSign() const

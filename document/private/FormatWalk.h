@@ -78,11 +78,10 @@ public:
 
     bool BeginsItem() const { return m_where == Where::Open || m_where == Where::Item || m_where == Where::AfterComma; }
     // How many of the comments belong to what is before them and begin on its line, between items.
-    std::size_t CountBehind() const;
-    // Whether a blank line stands before it or a comment of it.
-    bool IsBehindBlankLine() const;
-    // Whether any line break does.
-    bool IsBehindBreak() const;
+    std::size_t CountBehind() const { return m_comments.empty() ? 0 : CountCommentsBehind(); }
+    // Whether a line break stands before it or a comment of it; a blank line.
+    bool IsBehindBreak() const { return m_piece.m_numBreaks > 0 || (!m_comments.empty() && IsCommentBehind(1)); }
+    bool IsBehindBlankLine() const { return m_piece.m_numBreaks > 1 || (!m_comments.empty() && IsCommentBehind(2)); }
 
     // Between a name or a key, which is not laid out over several lines, and its value.
     bool IsSeparator() const { return m_isSeparator; }
@@ -91,8 +90,8 @@ public:
 
     // --- Were all of the text on one line
 
-    bool IsBlankBefore() const;         // before the token, or the comments before it
-    bool IsBlankBehindComments() const; // between them and the token
+    bool IsBlankBefore() const { return m_isBehindBlank; } // before the token, or the comments before it
+    bool IsBlankBehindComments() const;                    // between them and the token
     std::size_t GetFlatBegin() const { return m_flatBegin; }
     std::size_t GetFlatEnd() const { return m_flatEnd; }
     std::size_t GetTokenWidth() const { return m_flatEnd - m_flatBegin; }
@@ -134,17 +133,22 @@ private:
         bool m_isBehindArrow = false; // in the item
     };
 
-    bool PassSpace();
+    inline bool FindBlankBefore() const;
+    inline bool PassSpace();
+    bool PassAnySpace();
     void PassComment(const char* past);
     void CountLines(const char* from, const char* to);
     void NoteLineEnd(const char* space);
-    void Measure();
-    bool Take();
-    bool TakeItem(Where where);
-    bool TakeValue();
-    bool TakeWhatFollows();
-    bool GoTo(State state);
-    bool Separate(State state);
+    std::size_t CountCommentsBehind() const;
+    bool IsCommentBehind(int numBreaks) const;
+    inline void Measure();
+    void MeasureComments();
+    inline bool Take();
+    inline bool TakeItem(Where where);
+    inline bool TakeValue();
+    inline bool TakeWhatFollows();
+    inline bool GoTo(State state);
+    inline bool Separate(State state);
     bool Expect(ConstStringZ what);
     bool Fail(std::string message, Span token);
     bool IsBeforeEqualsSign() const;
@@ -158,6 +162,7 @@ private:
     EToken m_token = TOKEN_UNDEF;
     Where m_where = Where::Begin;
     bool m_isTight = false; // no blank before it
+    bool m_isBehindBlank = false;
     bool m_isSeparator = false;
     bool m_isKeyPlain = false;
     bool m_isOff = false; // behind "fmt: off"

@@ -37,8 +37,13 @@ ScannedPart ScanAnyPart(const char* begin, const char* p, const char* end);
         const char* past = p + 1;
         while (past != end && text::HasProperty(*past, text::CHAR_DIGIT))
             ++past;
+        const bool hasPoint = past != end && *past == '.';
+        if (hasPoint)
+            do
+                ++past;
+            while (past != end && text::HasProperty(*past, text::CHAR_DIGIT));
         if (past == end || !text::HasProperty(*past, text::CHAR_IN_NUMBER))
-            return {PartKind::Token, TOKEN_INTEGER, past};
+            return {PartKind::Token, hasPoint ? TOKEN_FLOAT : TOKEN_INTEGER, past};
     }
     return ScanAnyPart(begin, p, end);
 }

@@ -87,15 +87,14 @@ FormatOptions AnyOptions(Random& random)
 // A layout's text, which is held to what is always true of it. Empty where there is none.
 std::string Laid(const std::string& text, const FormatOptions& options)
 {
-    const Document document = Document::Parse(text);
-    const Result<std::string> result = Format(document, options);
-    EXPECT_EQ(!result, FindSyntaxError(document).has_value());
+    const Result<std::string> result = Format(text, options);
+    EXPECT_EQ(!result, FindSyntaxError(text).has_value());
     if (!result)
         return {};
     const std::string told =
         text + "\n--- " + std::to_string(options.m_width) + " " + std::to_string(options.m_indent) + "\n" + *result;
     EXPECT_EQ(PiecesOf(*result), PiecesOf(text)) << told;
-    const Result<std::string> again = Format(Document::Parse(*result), options);
+    const Result<std::string> again = Format(*result, options);
     EXPECT_EQ(again ? *again : again.GetError().what(), *result) << told;
     return *result;
 }
@@ -297,7 +296,7 @@ TEST(FormatProperty, OfChangesOfLines)
         const std::size_t end = random.OneIn(4) ? text.size() : begin + random.Below(text.size() - begin + 1);
         const bool isAll = random.OneIn(4);
         const Span range{isAll ? 0 : begin, isAll ? text.size() : end};
-        const std::vector<SpaceChange> changes = *FormatLines(Document::Parse(text), range, options);
+        const std::vector<SpaceChange> changes = *FormatLines(text, range, options);
         std::string after = text;
         for (std::size_t n = changes.size(); n-- > 0;)
         {
@@ -308,7 +307,7 @@ TEST(FormatProperty, OfChangesOfLines)
         }
         const std::string told = text + "\n--- " + std::to_string(begin) + " " + std::to_string(end) + "\n" + after;
         EXPECT_EQ(PiecesOf(after), PiecesOf(text)) << told;
-        EXPECT_TRUE(!isAll || after == *Format(Document::Parse(text), options)) << told;
+        EXPECT_TRUE(!isAll || after == *Format(text, options)) << told;
         // Lines in front of the range and behind it are as they were, but for blank ones.
         const std::size_t lineStart = range.m_begin == 0 ? 0 : text.rfind('\n', range.m_begin - 1) + 1;
         const std::size_t before = text.find_last_not_of(" \t\r\n\v\f", lineStart == 0 ? 0 : lineStart - 1);

@@ -27,7 +27,7 @@ namespace
 
 std::string Formatted(const std::string& text, const FormatOptions& options = {})
 {
-    const Result<std::string> formatted = Format(Document::Parse(text), options);
+    const Result<std::string> formatted = Format(text, options);
     if (!formatted)
         return "error " + std::to_string(formatted.GetError().GetLine()) + ":" +
                std::to_string(formatted.GetError().GetColumn()) + ": " + formatted.GetError().GetMessage();
@@ -305,9 +305,9 @@ TEST(Format, RefusesWhatIsNoDataSource)
     for (const FormatRow& row : rows)
     {
         EXPECT_EQ(Formatted(row.m_text), row.m_after) << row.m_text;
-        EXPECT_TRUE(FindSyntaxError(Document::Parse(row.m_text))) << row.m_text;
+        EXPECT_TRUE(FindSyntaxError(row.m_text)) << row.m_text;
     }
-    EXPECT_FALSE(FindSyntaxError(Document::Parse("A {}")));
+    EXPECT_FALSE(FindSyntaxError("A {}"));
 }
 
 TEST(Format, TellsTheChangesOfLines)

@@ -3,6 +3,7 @@
 //     growthShapes                 the shapes' names, one a line
 //     growthShapes NAME SIZE       makes the text of about so many bytes, and reads it
 
+#include <kelmDocument/Format.h>
 #include <klKelmScript/KSParser.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
@@ -250,6 +251,11 @@ void RegisterWide(std::size_t count)
 
 // --- The shapes
 
+void Lay(const std::string& text)
+{
+    *Format(text);
+}
+
 struct Shape
 {
     const char* m_name;
@@ -336,6 +342,22 @@ const Shape s_shapes[] = {
              members += "name" + std::to_string(i) + " = name" + std::to_string(count - 1 - i) + ' ';
          ReadAny(members + '}');
      }},
+    {"a layout of numbers", [](std::size_t n) { return "A([" + Repeat(n, "1,") + "1])"; }, Lay},
+    {"a layout of texts", [](std::size_t n) { return "A([" + Repeat(n, "'a longer text',\n'b',") + "1])"; }, Lay},
+    {"a layout of members", [](std::size_t n) { return "A {" + Repeat(n, "a=1 b = B{} // c\n") + '}'; }, Lay},
+    {"a layout of levels", [](std::size_t n) { return Nest(n / 4, "(", "1", ")"); }, Lay},
+    {"a layout of levels in lines", [](std::size_t n) { return Nest(n / 8, "{a=[\n", "1", "]}"); }, Lay},
+    {"a layout of a column", [](std::size_t n) { return "A {\n" + Repeat(n, "a    = 1  // b\n") + '}'; }, Lay},
+    {"a layout of columns in columns",
+     [](std::size_t n) { return Nest(n / 8, "{b=2\na   = 1  // b\ncd  = ", "1", "}"); }, Lay},
+    {"a layout of comments", [](std::size_t n) { return "A {" + Repeat(n, "/**/ // b\n\n\n") + '}'; }, Lay},
+    {"a layout of comments in one line", [](std::size_t n) { return "A { a = 1" + Repeat(n, "/**/") + " b = 2 }"; },
+     Lay},
+    {"a layout of members in one line", [](std::size_t n) { return "A {" + Repeat(n, "a /**/ = b/**/ ") + '}'; }, Lay},
+    {"a layout of names", [](std::size_t n) { return "A { a = " + Repeat(n, "b /**/ ") + "c = 1 }"; }, Lay},
+    {"a layout of lines that are kept", [](std::size_t n) { return "A { // fmt: off\n" + Repeat(n, "a=1\n") + '}'; },
+     Lay},
+    {"an error behind levels", [](std::size_t n) { return "A" + Repeat(n, "("); }, Fail<Lay>},
 };
 
 int Run(const char* name, const char* size)

@@ -159,7 +159,7 @@ TEST(CommandLineDocUsage, NamesEveryOption)
         EXPECT_NE(document.find("`" + *option.rbegin()), std::string::npos) << *option.rbegin();
     int numLines = 0;
     for (const std::string command :
-         {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv", "types", "completion"})
+         {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv", "fmt", "types", "completion"})
     {
         std::string usage;
         std::istringstream lines(document);

@@ -35,7 +35,7 @@ TEST(CommandLine, HelpNamesTheSubcommandsAndExitCodes)
 
 TEST(CommandLine, EachSubcommandHasHelpWithExamples)
 {
-    for (const std::string command : {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv",
+    for (const std::string command : {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv", "fmt",
                                       "types", "completion", "help", "manual"})
     {
         const ProgramResult result = RunTool({command, "--help"});

@@ -7,6 +7,7 @@
 #include "Each.h"
 #include "Edits.h"
 #include "Eval.h"
+#include "Format.h"
 #include "Help.h"
 #include "Manual.h"
 #include "Repl.h"
@@ -147,7 +148,7 @@ constexpr ArgumentRow s_mvArguments[] = {
 };
 constexpr OptionRow s_editOptions[] = {s_inPlace};
 
-// --- check, types
+// --- check
 
 constexpr ArgumentRow s_checkArguments[] = {
     {"FILE", &Options::m_files, true, "Data sources; - is standard input"},
@@ -158,6 +159,25 @@ constexpr OptionRow s_checkOptions[] = {
      "--sarif"},
     {0, "--sarif", "", &Options::m_sarif, "Write all of it as SARIF 2.1.0, for code review"},
 };
+
+// --- fmt
+
+constexpr ArgumentRow s_formatArguments[] = {
+    {"FILE", &Options::m_files, false, "Data sources; without any, or for -, standard input to standard output"},
+};
+constexpr OptionRow s_formatOptions[] = {
+    {0, "--check", "", &Options::m_check, "Write the names of files that would change, and nothing else"},
+    {0, "--diff", "", &Options::m_diff, "Write what would change, as patch takes it", "--stdout"},
+    {0, "--stdout", "", &Options::m_toOutput, "Write to standard output, and leave the files alone", "--check"},
+    {0, "--json", "", &Options::m_json, "Write a JSON object a line for each file: whether it changed, or the error",
+     "--diff"},
+    {0, "--width", "N", &Options::m_width,
+     "Characters that a line should have at most; 100 unless kelm.json says more"},
+    {0, "--indent", "N", &Options::m_indent, "Blanks a level; 4 unless kelm.json says more"},
+};
+
+// --- types
+
 constexpr ArgumentRow s_typesArguments[] = {
     {"NAME", &Options::m_name, false, "A type or function, qualified or the last part of its name"},
 };
@@ -276,6 +296,19 @@ const CommandRow s_commands[] = {
      R"(  kelmscript mv -i garden.kds '.shapes[2]' '.shapes[0]'
   kelmscript mv garden.kds '.plants["thyme"]' '.plants["lemon thyme"]'
 )"},
+    {"fmt", "Give data sources their layout",
+     "Writes data sources anew with the white space of one layout, whole or not at all, where that is another one than "
+     "they have. Tokens and comments stay, and what is between \"// fmt: off\" and \"// fmt: on\". No types are "
+     "needed. "
+     "The nearest kelm.json, in a file's folder or in one around it, may say otherwise than the tool: "
+     "{\"fmt\": {\"width\": 100, \"indent\": 4}}.",
+     RunFormat, s_formatArguments, s_formatOptions,
+     R"(  kelmscript fmt garden.kds people.kds
+  kelmscript fmt --check *.kds
+  kelmscript fmt --diff --width 80 garden.kds
+  kelmscript fmt < garden.kds
+)",
+     false},
     {"types", "List what is registered, or show one type",
      "Lists classes, variants, enumerations, typedefs, interfaces and functions, or shows one as C++ would declare it. "
      "A catalogue is all that is to be known of types without their modules; to make it, an object of every class is "

@@ -52,6 +52,7 @@ struct CommandRow
     std::span<const ArgumentRow> m_arguments;
     std::span<const OptionRow> m_options;
     std::string_view m_examples;
+    bool m_needsTypes = true; // otherwise no modules are loaded for it
 };
 
 std::span<const CommandRow> GetCommands();

@@ -88,6 +88,7 @@ public:
         }
         Check();
         m_options.m_run = m_command->m_run;
+        m_options.m_needsTypes = m_command->m_needsTypes;
         return true;
     }
 

@@ -10,6 +10,7 @@ namespace kelm::tool
 struct Options
 {
     int (*m_run)(const Options&) = nullptr; // the subcommand; gives the exit code
+    bool m_needsTypes = true;               // whether it looks at any types
 
     std::vector<std::string> m_modules;
     std::vector<std::string> m_expressions;
@@ -26,6 +27,8 @@ struct Options
     std::string m_name;
     std::string m_maxSize;
     std::string m_colour;
+    std::string m_width;
+    std::string m_indent;
     std::string m_dump;
     std::string m_to;
     std::string m_class;
@@ -38,6 +41,9 @@ struct Options
     bool m_inPlace = false;
     bool m_replace = false;
     bool m_sarif = false;
+    bool m_check = false;
+    bool m_diff = false;
+    bool m_toOutput = false;
 };
 
 // The exit codes of the tool.

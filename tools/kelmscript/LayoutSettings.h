@@ -1,0 +1,45 @@
+#pragma once
+
+#include <kelmDocument/Format.h>
+
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <string>
+
+namespace kelm::tool
+{
+
+// What a project says of the layout of its files, in the nearest kelm.json: in a file's folder, or in one around it.
+//
+//     {"fmt": {"width": 100, "indent": 4}}
+class LayoutSettings
+{
+public:
+    // Of a file; of standard input those of the current folder. Nothing, after the error was reported, where the
+    // settings are wrong.
+    std::optional<FormatOptions> Find(const std::string& path);
+
+private:
+    std::optional<FormatOptions> FindIn(const std::filesystem::path& folder);
+
+    std::map<std::filesystem::path, std::optional<FormatOptions>> m_found; // by folder
+};
+
+// What an option of a layout may be.
+struct LayoutOption
+{
+    std::string_view m_name;
+    std::size_t FormatOptions::*m_member;
+    std::size_t m_least;
+    std::size_t m_most;
+
+    bool Allows(std::size_t value) const { return m_least <= value && value <= m_most; }
+    std::string Rule() const { return "a number from " + std::to_string(m_least) + " to " + std::to_string(m_most); }
+};
+inline constexpr LayoutOption s_layoutOptions[] = {
+    {"width", &FormatOptions::m_width, 20, 1000},
+    {"indent", &FormatOptions::m_indent, 1, 16},
+};
+
+} // namespace kelm::tool
