@@ -236,7 +236,7 @@ bool Machine::Call(const Op& op, const Callable& function, std::string_view name
     Slot* const arguments = m_top - count;
     if (function.m_takesValues && !LoadArguments(arguments, count)) [[unlikely]]
         return false;
-    OwnScalars(m_base, arguments);
+    OwnBelow(arguments);
     Slot result;
     result.SetNone();
     CallFrame frame{arguments, count, &result, &m_failure, -1};
@@ -268,7 +268,7 @@ bool Machine::LoadArguments(Slot* arguments, std::size_t count)
 
 bool Machine::PushResolved(const NameUse& use, Slot& slot)
 {
-    OwnScalars(m_base, m_top);
+    OwnBelow(m_top);
     const ScopeAccess::Running running;
     std::optional<Value> value = ScopeAccess::Resolve(m_scope, use.m_name);
     if (!value)
@@ -322,7 +322,7 @@ bool Machine::KeepPlace(const Op&) // NOLINT: not const, as the table of operati
 bool Machine::Store(const Op& op)
 {
     Slot& target = m_top[-2];
-    OwnScalars(m_base, &target);
+    OwnBelow(&target);
     if (target.m_kind != Kind::Place)
         return Fail(m_failure, ErrorKind::Type,
                     "Can't assign to " + NameOfType(target) + (target.m_kind != Kind::None ? " r-value" : ""));
@@ -345,7 +345,7 @@ bool Machine::Store(const Op& op)
 bool Machine::StoreElement(const Op& op)
 {
     Slot* const top = m_top;
-    OwnScalars(m_base, top - 3);
+    OwnBelow(top - 3);
     bool isIndexWrong = false;
     if (!evaluation::StoreElement(top[-3], top[-2], top[-1], GetChecks(), isIndexWrong, m_failure))
     {
@@ -374,7 +374,7 @@ bool Machine::StoreName(const Op& op)
         if (!evaluation::PushRecord(*record, *m_top, m_failure) || !CombineWith(op))
             return false;
     Slot& value = m_top[-1];
-    OwnScalars(m_base, &value);
+    OwnBelow(&value);
     if (!StoreInName(*record, value, GetChecks(), m_failure))
         return false;
     value.Release();

@@ -27,6 +27,15 @@ void FindRecords(const Program& program, const Scope* scope, const Record** reco
     return op->m_step(op, machine, top, i, f);
 }
 
+// A function is free to change the variables of operands and arguments that wait below its own: these are what they
+// were when their turn came.
+void OwnSomeScalars(Slot* first, const Slot* last);
+[[gnu::always_inline]] inline void OwnScalars(Slot* first, const Slot* last)
+{
+    if (first != last)
+        OwnSomeScalars(first, last);
+}
+
 // One evaluation: of a program, with what its names stand for in the scope. Slots from m_base to m_top are alive,
 // whenever something is called that can throw. The functions that are general operations take values from the stack's
 // top and leave the result there; they are false where they fail.
@@ -119,6 +128,16 @@ struct Machine
     // The element at hand of a list that is gone through, and the list before; the element alone.
     bool FindElementAgain(Slot* list);
     bool FindElement(Slot* list);
+    // OwnScalars of all that waits below, before something runs. What is a place then is not looked into again before
+    // it has been found again.
+    void OwnBelow(Slot* last)
+    {
+        if (m_program->m_isTraced) [[unlikely]]
+            OwnTraced(last);
+        else
+            OwnScalars(m_base, last);
+    }
+    void OwnTraced(const Slot* last);
 
     // --- The way through the program
 
@@ -203,15 +222,6 @@ private:
     std::unique_ptr<Rest> m_rest;
     alignas(Slot) unsigned char m_room[s_size * sizeof(Slot)];
 };
-
-// A function is free to change the variables of operands and arguments that wait below its own: these are what they
-// were when their turn came.
-void OwnSomeScalars(Slot* first, const Slot* last);
-[[gnu::always_inline]] inline void OwnScalars(Slot* first, const Slot* last)
-{
-    if (first != last)
-        OwnSomeScalars(first, last);
-}
 
 // A part of an object that only the call kept alive goes on to be kept.
 void KeepFrom(const Slot* arguments, std::size_t count, Slot& result);

@@ -120,6 +120,17 @@ bool Machine::FindElement(Slot* list)
     return true;
 }
 
+void Machine::OwnTraced(const Slot* last)
+{
+    for (Slot* slot = m_base; slot != last; ++slot)
+        if (slot->m_kind == Kind::Text || (slot->m_kind == Kind::Place && !slot->m_stays))
+        {
+            OwnSomeScalars(slot, slot + 1);
+            if (slot->m_kind == Kind::Place)
+                slot->m_stays = true;
+        }
+}
+
 uint32 Machine::CountRuns() const
 {
     return m_rest != nullptr ? m_rest->m_trail.GetRuns() : 0;
@@ -170,6 +181,7 @@ struct TracedSteps
         Of(machine).Cut(slot + 1);
         if (!machine.Member(op))
             return false;
+        machine.m_top[-1].m_stays = false;
         Of(machine).Add(slot, &op, {});
         return true;
     }
@@ -184,6 +196,7 @@ struct TracedSteps
         Value index = Owned(base[1]);
         if (!machine.Subscript(op))
             return false;
+        machine.m_top[-1].m_stays = false;
         Of(machine).Add(slot, &op, std::move(index));
         return true;
     }

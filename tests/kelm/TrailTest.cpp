@@ -6,9 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <optional>
+#include <random>
 #include <set>
 #include <span>
 #include <string>
@@ -161,27 +163,27 @@ struct Row
     const char* m_outcome;
 };
 
+using Way = Result<Value> (*)(std::string_view text, const Scope& scope, Language language);
+constexpr Way s_ways[] = {
+    [](std::string_view text, const Scope& s, Language l) { return Result<Value>(Evaluate(text, s, l)); },
+    [](std::string_view text, const Scope& s, Language l) { return TryEvaluate(text, s, l); },
+    [](std::string_view text, const Scope& s, Language l)
+    { return Result<Value>(Expression(text, s, {}, l).Evaluate()); },
+    [](std::string_view text, const Scope& s, Language l) { return Expression(text, s, {}, l).TryEvaluate(); },
+    [](std::string_view text, const Scope& s, Language l) { return Expression(text, s, {"p"}, l).TryEvaluate(1.0); },
+    [](std::string_view text, const Scope& s, Language l) { return Expression(text, l).TryEvaluate(s); },
+};
+
 // Prints no more than the first way that differs.
 void CheckRows(std::span<const Row> rows)
 {
-    using Way = Result<Value> (*)(std::string_view text, const Scope& scope, Language language);
-    constexpr Way ways[] = {
-        [](std::string_view text, const Scope& s, Language l) { return Result<Value>(Evaluate(text, s, l)); },
-        [](std::string_view text, const Scope& s, Language l) { return TryEvaluate(text, s, l); },
-        [](std::string_view text, const Scope& s, Language l)
-        { return Result<Value>(Expression(text, s, {}, l).Evaluate()); },
-        [](std::string_view text, const Scope& s, Language l) { return Expression(text, s, {}, l).TryEvaluate(); },
-        [](std::string_view text, const Scope& s, Language l)
-        { return Expression(text, s, {"p"}, l).TryEvaluate(1.0); },
-        [](std::string_view text, const Scope& s, Language l) { return Expression(text, l).TryEvaluate(s); },
-    };
     for (const Row& row : rows)
         for (const Language language : {Language::Natural, Language::Exact})
-            for (const Way& way : ways)
+            for (const Way& way : s_ways)
             {
                 const std::string outcome = OutcomeOf([&](const Scope& s) { return way(row.m_text, s, language); });
                 EXPECT_EQ(outcome, row.m_outcome)
-                    << row.m_text << ", way " << &way - ways << ", language " << static_cast<int>(language);
+                    << row.m_text << ", way " << &way - s_ways << ", language " << static_cast<int>(language);
                 if (outcome != row.m_outcome)
                     break;
             }
@@ -348,6 +350,153 @@ TEST(Trail, LeadsToAnotherObjectOfTheScope)
                       200.0)
                 << text;
         }
+}
+
+// Expressions at random, in which anything may move anything, are the same on every way.
+class Generator
+{
+public:
+    explicit Generator(unsigned seed) : m_random(seed) {}
+
+    std::string Statement()
+    {
+        switch (Below(6))
+        {
+        case 0: return Line(3) + ".q = " + Number(3);
+        case 1: return "o.numbers[" + Index(2) + "] += " + Number(3);
+        case 2: return "o.lines[" + Index(2) + "] = " + Line(3);
+        case 3: return "o.byName['" + Key() + "'] = " + Line(3);
+        default: return Number(5);
+        }
+    }
+
+private:
+    unsigned Below(unsigned n) { return static_cast<unsigned>(m_random() % n); }
+    std::string Key() { return std::string(1, "xyz"[Below(3)]); }
+
+    std::string Index(int depth)
+    {
+        const std::string digit = std::to_string(Below(8) == 0 ? 3 : Below(3));
+        switch (depth > 0 ? Below(4) : 3)
+        {
+        case 0: return "at(" + Index(depth - 1) + ")";
+        case 1: return "o.which";
+        default: return digit;
+        }
+    }
+
+    std::string Line(int depth)
+    {
+        if (!m_lines.empty() && Below(2) == 0)
+            return m_lines[Below(static_cast<unsigned>(m_lines.size()))];
+        switch (depth > 0 ? Below(7) : Below(3))
+        {
+        case 0: return "lines[" + Index(depth - 1) + "]";
+        case 1: return "o.byName['" + Key() + "']";
+        case 3: return "make(" + Number(depth - 1) + ")";
+        case 4: return "(" + Condition(depth - 1) + " ? " + Line(depth - 1) + " : " + Line(depth - 1) + ")";
+        default: return "o.lines[" + Index(depth - 1) + "]";
+        }
+    }
+
+    std::string Part(int depth)
+    {
+        if (!m_parts.empty() && Below(2) == 0)
+            return m_parts[Below(static_cast<unsigned>(m_parts.size()))];
+        constexpr const char* ends[] = {".part", ".own", ".maybe", ".either"};
+        return Below(3) == 0 ? Line(depth - 1) + ".parts[" + Index(depth - 1) + "]" : Line(depth - 1) + ends[Below(4)];
+    }
+
+    std::string Condition(int depth)
+    {
+        switch (Below(4))
+        {
+        case 0: return "has(" + Line(depth) + ".maybe)";
+        case 1: return Number(depth - 1) + " > 5";
+        case 2: return "any(o.numbers, z, z > " + std::to_string(Below(40)) + ")";
+        default: return Below(2) == 0 ? "true" : "false";
+        }
+    }
+
+    // Over a list, whose elements are known by a name of their own.
+    std::string Sum(int depth)
+    {
+        const std::string name = "e" + std::to_string(m_count++);
+        const auto over = [&](const std::string& list, std::vector<std::string>& names)
+        {
+            names.push_back(name);
+            std::string text = "sum(" + list + ", " + name + ", " + Number(depth - 1) + ")";
+            names.pop_back();
+            return text;
+        };
+        switch (Below(6))
+        {
+        case 0: return over("o.lines", m_lines);
+        case 1: return over("lines", m_lines);
+        case 2: return over("o.byName", m_lines);
+        case 3: return over(Line(depth - 1) + ".parts", m_parts);
+        case 4: return over(Part(depth - 1) + ".tags", m_numbers);
+        default: return over("o.numbers", m_numbers);
+        }
+    }
+
+    std::string Number(int depth)
+    {
+        if (!m_numbers.empty() && Below(3) == 0)
+            return m_numbers[Below(static_cast<unsigned>(m_numbers.size()))];
+        switch (depth > 0 ? Below(14) : 10 + Below(3))
+        {
+        case 0: return "pass(" + Number(depth - 1) + ")";
+        case 1:
+        case 2: return "g(" + Line(depth - 1) + ", " + Number(depth - 1) + ")";
+        case 3: return "part(" + Part(depth - 1) + ", " + Number(depth - 1) + ")";
+        case 4:
+            return "two(" + Line(depth - 1) + ", " + Number(depth - 1) + ", " + Line(depth - 1) + ", " +
+                   Number(depth - 1) + ")";
+        case 5: return Sum(depth);
+        case 6: return "(" + Condition(depth - 1) + " ? " + Number(depth - 1) + " : " + Number(depth - 1) + ")";
+        case 7: return "(" + Number(depth - 1) + " + " + Number(depth - 1) + ")";
+        case 8: return Number(depth - 1) + " * " + Number(depth - 1);
+        case 9: return "set(" + Part(depth - 1) + ", " + Number(depth - 1) + ")";
+        case 10: return Line(depth - 1) + ".q";
+        case 11: return Part(depth - 1) + ".q";
+        case 12: return std::to_string(Below(9)) + ".5";
+        default: return Below(5) == 0 ? "shrink()" : Line(depth - 1) + ".Weight()";
+        }
+    }
+
+    std::mt19937 m_random;
+    int m_count = 0;
+    std::vector<std::string> m_lines;
+    std::vector<std::string> m_parts;
+    std::vector<std::string> m_numbers;
+};
+
+TEST(Trail, IsTheSameOnEveryWay)
+{
+    const char* const given = std::getenv("KELM_TRAIL_CASES");
+    const unsigned numCases = given != nullptr ? static_cast<unsigned>(std::atoi(given)) : 100;
+    unsigned numValues = 0;
+    for (unsigned seed = 0; seed < numCases; ++seed)
+    {
+        const std::string text = Generator(seed).Statement();
+        for (const Language language : {Language::Natural, Language::Exact})
+        {
+            std::string expected;
+            for (const Way& way : s_ways)
+            {
+                const std::string outcome = OutcomeOf([&](const Scope& s) { return way(text, s, language); });
+                if (expected.empty())
+                    expected = outcome;
+                EXPECT_EQ(outcome, expected)
+                    << text << ", way " << &way - s_ways << ", language " << static_cast<int>(language);
+                if (outcome != expected)
+                    break;
+            }
+            numValues += expected.find(' ') == expected.find(" |");
+        }
+    }
+    EXPECT_GT(numValues, numCases / 3);
 }
 
 // Where nothing waits, nothing is looked for.
