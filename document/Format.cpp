@@ -457,8 +457,11 @@ public:
 
     void Take(const Spacing& spacing) override
     {
-        m_made.append(m_text, m_taken, spacing.m_place.m_begin - m_taken);
-        AppendTo(m_made, spacing);
+        m_made += m_text.substr(m_taken, spacing.m_place.m_begin - m_taken);
+        if (spacing.m_numBreaks == 0 && spacing.m_numBlanks == 1)
+            m_made += ' ';
+        else
+            AppendTo(m_made, spacing);
         m_taken = spacing.m_place.m_end;
     }
 

@@ -337,6 +337,21 @@ TEST(Format, TellsTheChangesOfLines)
     EXPECT_FALSE(FormatLines(Document::Parse("A {"), {0, 1}));
 }
 
+TEST(Format, KeepsAnyLevels)
+{
+    constexpr std::size_t levels = 200000;
+    std::string text;
+    for (std::size_t i = 0; i < levels; ++i)
+        text += i % 2 == 0 ? "{a=\n" : "[";
+    text += "1";
+    for (std::size_t i = levels; i-- > 0;)
+        text += i % 2 == 0 ? "}" : "]";
+    const std::string after = Formatted(text);
+    EXPECT_LT(after.size(), 160 * levels);
+    EXPECT_EQ(Formatted(after), after);
+    EXPECT_TRUE(Formatted(std::string(levels, '(')).starts_with("error"));
+}
+
 // --- Whole documents
 
 std::string WrittenText(std::string text)
