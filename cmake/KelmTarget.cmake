@@ -64,6 +64,8 @@ endif()
 if(KELM_COVERAGE)
     add_compile_options(--coverage)
     add_compile_definitions(KELM_COVERAGE)
+    # What is inlined always has no counters of its own, and cannot be told from a copy of it.
+    add_compile_definitions(always_inline=noinline)
     add_link_options(--coverage)
 endif()
 

@@ -35,6 +35,7 @@ package_packages=(dpkg-dev file gzip lintian mmdebstrap)
 matrix_packages=(clang-14 clang-19)
 arm64_packages=(g++-aarch64-linux-gnu qemu-user)
 peer_packages=(clang-19 libc++-19-dev libc++abi-19-dev)
+mutate_packages=(libclang1-14 python3-clang-14)
 
 # debian_sources: the file that says where this system's packages come from.
 debian_sources() {

@@ -1,0 +1,169 @@
+#!/usr/bin/env python3
+"""What of src/ and host/ has not run in a build with counters: a row for each file, and the lines of those named.
+
+    missing.py [--lines PERCENT] [--branches PERCENT] [--room PATTERN]... BUILD [FILE...]
+
+Counts are taken from gcov as data, since only there branches that were never reached say whether they are the compiler's for
+exceptions; these are left out. A template's branch counts as taken where one of its instances took it. Lines marked
+GCOVR_EXCL_LINE, or between GCOVR_EXCL_START and GCOVR_EXCL_STOP, are not counted: a reason stands behind the mark.
+
+It fails below the limits.
+"""
+
+import argparse
+import json
+import os
+import re
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parents[2]
+
+
+class Counts:
+    """Of one file: for each line of code whether it has run, and for each of its branches."""
+
+    def __init__(self, name):
+        self.ran = {}
+        self.taken = {}
+        self.excluded = set()
+        within = False
+        for number, text in enumerate((ROOT / name).read_text().splitlines(), 1):
+            within = (within or "GCOVR_EXCL_START" in text) and "GCOVR_EXCL_STOP" not in text
+            if within or "GCOVR_EXCL_LINE" in text:
+                self.excluded.add(number)
+
+    def add(self, line, num_instances):
+        number = line["line_number"]
+        if number in self.excluded:
+            return
+        self.ran[number] = self.ran.get(number, False) or line["count"] > 0
+        branches = decisions(line["branches"])
+        # Those of a template's instances stand one behind the other.
+        if num_instances > 1 and len(branches) % num_instances == 0:
+            size = len(branches) // num_instances
+            branches = [sum(branches[i::size]) for i in range(size)]
+        taken = self.taken.setdefault(number, [])
+        taken += [False] * (len(branches) - len(taken))
+        for i, count in enumerate(branches):
+            taken[i] = taken[i] or count > 0
+
+    def missed(self):
+        return [n for n, ran in self.ran.items() if not ran]
+
+    def untaken(self):
+        return {n: taken.count(False) for n, taken in self.taken.items() if not all(taken)}
+
+    def sums(self):
+        return [len(self.missed()), len(self.ran), sum(self.untaken().values()), sum(map(len, self.taken.values()))]
+
+
+class Instances:
+    """How often the function around a line was compiled."""
+
+    def __init__(self, functions):
+        self.by_place = {}
+        for f in functions:
+            place = f["start_line"], f["start_column"], f["end_line"]
+            self.by_place[place] = self.by_place.get(place, 0) + 1
+
+    def of(self, line):
+        around = [place for place in self.by_place if place[0] <= line <= place[2]]
+        return self.by_place[max(around)] if around else 1
+
+
+def decisions(branches):
+    """The counts of branches that are no way past an exception, nor the other way at such a place."""
+    left = []
+    i = 0
+    while i < len(branches):
+        pair = branches[i:i + 2]
+        if any(b["throw"] for b in pair):
+            i += 2
+        else:
+            left.append(branches[i]["count"])
+            i += 1
+    return left
+
+
+def read_counts(build, room):
+    files = {}
+    data = [Path(folder) / name for folder, _, names in os.walk(build) for name in names if name.endswith(".gcda")]
+    if not data:
+        sys.exit(f"Nothing has been counted in {build}")
+
+    def gcov(path):
+        out = subprocess.run(["gcov", "--json-format", "--branch-probabilities", "--stdout", str(path)], cwd=build,
+                             capture_output=True, text=True, check=True).stdout
+        return [json.loads(line) for line in out.splitlines() if line.startswith("{")]
+    with ThreadPoolExecutor(os.cpu_count()) as pool:
+        for of_object in pool.map(gcov, data):
+            for unit in of_object:
+                for file in unit["files"]:
+                    path = Path(build, file["file"]).resolve()
+                    if ROOT not in path.parents:
+                        continue
+                    name = path.relative_to(ROOT).as_posix()
+                    if room.match(name):
+                        counts = files.setdefault(name, None) or Counts(name)
+                        files[name] = counts
+                        instances = Instances(file["functions"])
+                        for line in file["lines"]:
+                            counts.add(line, instances.of(line["line_number"]))
+    return files
+
+
+def ranges(numbers):
+    """1-3 5: lines that follow each other as one."""
+    rows = []
+    for n in sorted(numbers):
+        if rows and rows[-1][1] == n - 1:
+            rows[-1][1] = n
+        else:
+            rows.append([n, n])
+    return " ".join(str(a) if a == b else f"{a}-{b}" for a, b in rows)
+
+
+def percent(missed, whole):
+    return 100.0 * (whole - missed) / whole if whole else 100.0
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--lines", type=float, default=0)
+    parser.add_argument("--branches", type=float, default=0)
+    parser.add_argument("--room", action="append", help="what files' names begin with, as a regular expression")
+    parser.add_argument("build")
+    parser.add_argument("files", nargs="*")
+    options = parser.parse_args()
+
+    files = read_counts(Path(options.build).resolve(), re.compile("|".join(options.room or ["src/", "host/"])))
+    rooms = {}
+    print(f"{'':58} {'lines':>7} {'branches':>9}  lines that have not run")
+    for name, counts in sorted(files.items()):
+        sums = counts.sums()
+        room = rooms.setdefault(name.rsplit("/", 1)[0], [0] * 4)
+        room[:] = [a + b for a, b in zip(room, sums)]
+        if sums[0] or percent(*sums[2:]) < options.branches:
+            print(f"{name:58} {percent(*sums[:2]):6.1f}% {percent(*sums[2:]):8.1f}%  {ranges(counts.missed())}")
+    print()
+    whole = [sum(column) for column in zip(*rooms.values())]
+    for name, room in [*sorted(rooms.items()), ("all", whole)]:
+        print(f"{name:58} {percent(*room[:2]):6.1f}% {percent(*room[2:]):8.1f}%")
+    for name in options.files:
+        counts = files[name]
+        untaken = counts.untaken()
+        print(f"\n{name}")
+        for i, text in enumerate((ROOT / name).read_text().splitlines(), 1):
+            if counts.ran.get(i) is False:
+                print(f"{i:5} not run     {text}")
+            elif i in untaken:
+                print(f"{i:5} {untaken[i]:2} untaken  {text}")
+    if percent(*whole[:2]) < options.lines or percent(*whole[2:]) < options.branches:
+        sys.exit(f"Below the limits: {options.lines} % of the lines, {options.branches} % of the branches")
+
+
+if __name__ == "__main__":
+    main()
