@@ -97,6 +97,9 @@ public:
     // Where the next part begins.
     std::size_t GetPlace() const { return m_at; }
 
+    // To another place between parts of the level, behind this one.
+    void GoTo(std::size_t place) { m_at = place; }
+
 private:
     const Document* m_document;
     std::size_t m_at;
