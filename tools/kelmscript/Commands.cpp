@@ -12,6 +12,7 @@
 #include "Manual.h"
 #include "Repl.h"
 #include "Types.h"
+#include "lsp/Lsp.h"
 
 #include <kelm/private/Suggest.h>
 
@@ -192,6 +193,11 @@ constexpr ArgumentRow s_schemaArguments[] = {
     {"CLASS", &Options::m_name, true, "A class, qualified or the last part of its name"},
 };
 
+constexpr OptionRow s_lspOptions[] = {
+    {0, "--types", "FILE", &Options::m_typesFile, "Take the types from what `types --dump` has written"},
+    {0, "--worker", "", &Options::m_isWorker, "Be the process that has the modules, which the server starts itself"},
+};
+
 constexpr ArgumentRow s_completionArguments[] = {
     {"SHELL", &Options::m_name, true, "bash, zsh or fish"},
 };
@@ -327,6 +333,19 @@ const CommandRow s_commands[] = {
      {},
      R"(  kelmscript schema garden::Plan > plan.schema.json
 )"},
+    {"lsp",
+     "Be a language server for editors",
+     "Speaks the language server protocol on standard input and output: an editor starts it, and has from it what is "
+     "wrong with data sources while they are written, completion, descriptions and more. Modules are loaded by a "
+     "process "
+     "beside it, so that nothing that they do ends it.",
+     RunLsp,
+     {},
+     s_lspOptions,
+     R"(  kelmscript lsp --module ./libklExampleShapes.so
+  kelmscript lsp --types garden.types.json
+)",
+     false},
     {"completion",
      "Write a shell's completion script",
      "Writes what a shell completes subcommands, options and their values by. It is installed with the tool.",

@@ -32,6 +32,7 @@ struct Options
     std::string m_dump;
     std::string m_to;
     std::string m_class;
+    std::string m_typesFile;
     bool m_json = false;
     bool m_raw = false;
     bool m_type = false;
@@ -44,6 +45,7 @@ struct Options
     bool m_check = false;
     bool m_diff = false;
     bool m_toOutput = false;
+    bool m_isWorker = false;
 };
 
 // The exit codes of the tool.

@@ -1,0 +1,94 @@
+#pragma once
+
+// Server: answers an editor's messages in the language server protocol (3.17) about documents of data sources.
+//
+// Messages come as the bodies of frames, and wait in a queue until Work is called; so what is cancelled meanwhile is
+// never begun, and diagnostics are made when nothing else is waiting. What it knows of types it is told, by whoever
+// runs it: a host, which also reads documents as programs do, elsewhere. Nothing that a client sends ends it, but
+// `exit`.
+
+#include <kelmLanguage/Types.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kelm::language
+{
+
+// Longer texts are kept, but not looked at.
+inline constexpr std::size_t s_longestText = std::size_t{16} << 20;
+
+// Where types come from: named by the user's settings alone.
+struct TypeSettings
+{
+    std::vector<std::string> m_modules;
+    std::string m_typesFile;
+
+    friend bool operator==(const TypeSettings&, const TypeSettings&) = default;
+};
+
+// What is wrong with a text, by whoever has read it.
+struct ReadFinding
+{
+    bool m_isError = true;
+    std::string m_message;
+    std::size_t m_begin = 0;
+    std::size_t m_end = 0;
+};
+
+// Of the server, what only a process can do. Each call returns at once.
+class ServerHost
+{
+public:
+    virtual ~ServerHost() = default;
+
+    virtual void UseTypes(const TypeSettings& settings) = 0;
+
+    // Whether it reads texts, which it then answers by Server::TakeFindings; false where nobody can now.
+    virtual bool ReadsTexts() = 0;
+    virtual void ReadText(const std::string& uri, long long version, std::string_view text) = 0;
+
+    // Writes a text that an editor is shown; its path, empty where that fails.
+    virtual std::string WriteShown(const std::string& name, const std::string& text) = 0;
+};
+
+class Server
+{
+public:
+    // Sends the body of a message.
+    using Send = std::function<void(std::string_view body)>;
+
+    Server(ServerHost& host, Send send);
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+    ~Server();
+
+    // Messages wait until Work is called.
+    void Receive(std::string_view body);
+    void ReceiveFault(std::string_view why); // what came was none
+
+    // Does what has waited longest: false where nothing does. Requests about types are not begun before they are known.
+    bool Work(bool areTypesAwaited);
+
+    // The types are those from now on; `why` there are none, or not all, where that is so.
+    void TakeTypes(std::shared_ptr<const Types> types, std::string_view why);
+    void TakeFindings(const std::string& uri, long long version, std::vector<ReadFinding> findings);
+    // Whoever read texts no longer does, or does again.
+    void ReadAgain();
+
+    // A message for the user.
+    void Show(std::string_view message, bool isError);
+
+    bool IsOver() const;
+    int GetExitCode() const; // 0 behind a shutdown
+
+private:
+    class Implementation;
+    std::unique_ptr<Implementation> m_implementation;
+};
+
+} // namespace kelm::language

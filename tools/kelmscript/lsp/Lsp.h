@@ -1,0 +1,11 @@
+#pragma once
+
+#include "../Options.h"
+
+namespace kelm::tool
+{
+
+// `kelmscript lsp`. Modules are loaded by the process beside the server.
+int RunLsp(const Options& options);
+
+} // namespace kelm::tool
