@@ -91,6 +91,11 @@ private:
         return name;
     }
 
+    bool IsQualified() const
+    {
+        return m_completions.m_replaced.In(m_document.GetText()).find_first_of(".:") != std::string_view::npos;
+    }
+
     void AddObjects(const TypeNode* type)
     {
         std::vector<const CatalogueClass*> classes =
@@ -108,8 +113,7 @@ private:
         if (m_completions.m_replaced.IsEmpty())
             AddBodies(expectation.m_class);
         const std::string_view name = expectation.m_type->m_name;
-        const bool isWhole = m_completions.m_replaced.In(m_document.GetText()).find_first_of(".:") != std::string::npos;
-        Completion completion{.m_label = Written(std::string(isWhole ? name : LastOf(name))),
+        Completion completion{.m_label = Written(std::string(IsQualified() ? name : LastOf(name))),
                               .m_kind = CompletionKind::Class};
         if (expectation.m_class != nullptr)
             completion.m_described = Described(DeclarationOf(*expectation.m_class), expectation.m_class->m_doc);
@@ -195,7 +199,8 @@ private:
     {
         const std::vector<Alternative> alternatives = AlternativesOf(m_types, type);
         for (std::size_t i = 0; i < alternatives.size(); ++i)
-            Add({.m_label = Written(ShortNameOf(type, alternatives, i)),
+            Add({.m_label =
+                     Written(IsQualified() ? std::string(alternatives[i].m_name) : ShortNameOf(type, alternatives, i)),
                  .m_kind = CompletionKind::Alternative,
                  .m_detail = alternatives[i].m_type->m_text});
     }

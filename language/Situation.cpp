@@ -35,10 +35,12 @@ public:
     }
 
     // Where others have no closing bracket, brackets may end before the place after all.
-    void Leaves(const Frame&, Span closing) override
+    void Leaves(const Frame& frame, Span closing) override
     {
         const bool isInnermost = m_walk.GetFrames().size() + 1 == m_found.m_frames.size();
-        if (!m_isPast && isInnermost && (closing.IsEmpty() ? m_at > m_walk.GetPlace() : m_at >= closing.m_end))
+        const bool isText = frame.m_kind == FrameKind::Whole; // which all places are in
+        if (!m_isPast && !isText && isInnermost &&
+            (closing.IsEmpty() ? m_at > m_walk.GetPlace() : m_at >= closing.m_end))
         {
             m_found.m_frames.pop_back();
             m_members.pop_back();

@@ -148,7 +148,8 @@ void TypedWalk::Step()
 
 void TypedWalk::BeginItem()
 {
-    m_frames.back().m_value = {m_now.m_span.m_begin, m_now.m_span.m_begin};
+    const std::size_t place = IsAtValue() ? m_now.m_span.m_begin : m_before;
+    m_frames.back().m_value = {place, place};
     m_frames.back().m_isInItem = true;
     m_visitor->BeginsItem(m_frames.back());
 }

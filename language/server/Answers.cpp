@@ -9,6 +9,7 @@
 #include <kelmLanguage/server/Uri.h>
 
 #include <kelm/private/Suggest.h>
+#include <kelmDocument/Format.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -461,6 +462,40 @@ Json AnswerActions(Session& session, const Json& params)
     return actions;
 }
 
+FormatOptions OptionsOf(const Json& params)
+{
+    FormatOptions options;
+    if (const Json* const size = Find(params, "options", "tabSize"); size != nullptr && size->is_number_unsigned())
+        options.m_indent = std::clamp<std::size_t>(size->get<std::size_t>(), 1, 16);
+    return options;
+}
+
+// None of a text that has no layout: what is wrong with it is shown already.
+Json LayoutEdits(const Session& session, const OpenText& text, Span range, const Json& params)
+{
+    if (text.IsHuge())
+        return nullptr;
+    const auto changes = FormatLines(text.m_document, range, OptionsOf(params));
+    if (!changes)
+        return nullptr;
+    Json edits = Json::array();
+    for (const SpaceChange& change : *changes)
+        edits.push_back({{"range", session.JsonOf(text, change.m_removed)}, {"newText", change.m_inserted}});
+    return edits;
+}
+
+Json AnswerFormatting(Session& session, const Json& params)
+{
+    const OpenText& text = session.GetOpen(params);
+    return LayoutEdits(session, text, {0, text.GetText().size()}, params);
+}
+
+Json AnswerRangeFormatting(Session& session, const Json& params)
+{
+    const OpenText& text = session.GetOpen(params);
+    return LayoutEdits(session, text, session.SpanOf(text, Get(params, "range")), params);
+}
+
 constexpr Request s_requests[] = {
     {"textDocument/completion", AnswerCompletion},
     {"textDocument/hover", AnswerHover},
@@ -476,6 +511,8 @@ constexpr Request s_requests[] = {
     {"textDocument/prepareRename", AnswerPrepareRename},
     {"textDocument/rename", AnswerRename},
     {"textDocument/codeAction", AnswerActions},
+    {"textDocument/formatting", AnswerFormatting},
+    {"textDocument/rangeFormatting", AnswerRangeFormatting},
 };
 
 Json DiagnosticOf(const Session& session, const OpenText& text, Span span, bool isError, std::string message)
@@ -511,6 +548,8 @@ Json AbilitiesOf(const Session& session)
         {"semanticTokensProvider",
          {{"legend", {{"tokenTypes", s_tokenNames}, {"tokenModifiers", Json::array()}}}, {"full", true}}},
         {"inlayHintProvider", true},
+        {"documentFormattingProvider", true},
+        {"documentRangeFormattingProvider", true},
         {"renameProvider", {{"prepareProvider", true}}},
         {"codeActionProvider", {{"codeActionKinds", {"quickfix", "refactor.rewrite"}}}},
         {"workspace", {{"workspaceFolders", {{"supported", true}, {"changeNotifications", true}}}}},

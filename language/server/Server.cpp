@@ -283,7 +283,7 @@ std::span<const Server::Implementation::Notification> Server::Implementation::Ge
     return s_notifications;
 }
 
-// What the user has set: { "modules": [ ... ], "types": "..." }.
+// What the user has set: { "modules": [ ... ], "types": "...", "readingLimit": 10 }.
 void Server::Implementation::TakeSettings(const Json& settings)
 {
     TypeSettings taken;
@@ -293,6 +293,8 @@ void Server::Implementation::TakeSettings(const Json& settings)
                 taken.m_modules.push_back(module.get<std::string>());
     if (const Json* const types = Find(settings, "types"); types != nullptr && types->is_string())
         taken.m_typesFile = types->get<std::string>();
+    if (const Json* const limit = Find(settings, "readingLimit"); limit != nullptr && limit->is_number())
+        taken.m_readingLimit = std::clamp(limit->get<double>(), 0.1, 3600.0);
     m_settings = std::move(taken);
 }
 

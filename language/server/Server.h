@@ -27,6 +27,7 @@ struct TypeSettings
 {
     std::vector<std::string> m_modules;
     std::string m_typesFile;
+    double m_readingLimit = 10; // seconds, in which a text is read, or does not end
 
     friend bool operator==(const TypeSettings&, const TypeSettings&) = default;
 };

@@ -12,6 +12,7 @@ from client import Client, uri_of
 
 TOOL = os.environ["KELMSCRIPT"]
 MODULE = os.environ["KELM_EXAMPLE_MODULE"]
+TRAPS = os.environ["KELM_TRAPS_MODULE"]
 DATA = pathlib.Path(os.environ["KELM_EXAMPLE_DATA"])
 SCENE = "file:///scene.kds"
 
@@ -308,6 +309,21 @@ class Services(unittest.TestCase):
         self.assertEqual(self.client.fail("textDocument/rename", {**place, "newName": "OTHER"})["message"],
                          "'OTHER' cannot stand here: there are GROUND, SHRUB and CANOPY")
 
+    def test_formats(self):
+        uri = "file:///unformatted.kds"
+        text = "garden.Plan{title=\"a\"   revision=1\n\n\n// b\nformat = 2}\n"
+        self.client.open(uri, text)
+        asked = {"textDocument": {"uri": uri}, "options": {"tabSize": 2, "insertSpaces": True}}
+        edits = self.client.ask("textDocument/formatting", asked)
+        formatted = applied(text, edits)
+        self.assertEqual("".join(formatted.split()), "".join(text.split()))
+        self.assertIn("\n  // b\n", formatted)
+        line = {"start": {"line": 4, "character": 0}, "end": {"line": 4, "character": 3}}
+        ranged = applied(text, self.client.ask("textDocument/rangeFormatting", {**asked, "range": line}))
+        self.assertEqual(ranged.split("\n")[0], text.split("\n")[0])
+        self.client.change(uri, 2, {"text": "garden.Plan { ["})
+        self.assertIsNone(self.client.ask("textDocument/formatting", asked))
+
     def test_acts(self):
         place = self.place("position = (1")["position"]
         actions = self.client.ask("textDocument/codeAction", {"textDocument": {"uri": SCENE},
@@ -359,6 +375,53 @@ class Types(unittest.TestCase):
                 client.notify("workspace/didChangeWatchedFiles", {"changes": []})
                 self.assertEqual(len(client.diagnostics(SCENE, 1)), 1)
                 self.assertEqual(client.stop(), 0)
+
+
+class Modules(unittest.TestCase):
+    """What modules do is no matter of the server's."""
+
+    def started(self, trap="", **options):
+        client = Client([TOOL, "lsp", "--module", TRAPS], {"KELM_TRAP": trap})
+        client.start(initializationOptions=options or None)
+        return client
+
+    def test_that_crash_at_a_text_are_started_anew(self):
+        with self.started() as client:
+            for version, name in enumerate(("Good", "Crash", "Good", "Crash"), 1):
+                text = "trap." + name + " { x = 1.5 }"
+                client.open(SCENE, text, version)
+                found = []
+                while not found:  # as long as the modules are not there, nothing is known to be wrong
+                    found = client.diagnostics(SCENE, version)
+                if name == "Crash":
+                    self.assertIn("ended the process of the modules: signal 11", found[0]["message"])
+                else:
+                    self.assertEqual(found[0]["message"], "Expected int32 when read 1.5")
+                self.assertEqual(labels(client.ask("textDocument/completion", client.at(SCENE, 0, len(text) - 1))), ["x"])
+            self.assertEqual(client.stop(), 0)
+
+    def test_that_never_come_back_are_ended(self):
+        with self.started(readingLimit=0.3) as client:
+            client.open(SCENE, "trap.Hang { x = 1 }")
+            self.assertIn("it took longer than 0.3 seconds", client.diagnostics(SCENE, 1)[0]["message"])
+            self.assertEqual(labels(client.ask("textDocument/completion", client.at(SCENE, 0, 18))), ["x"])
+            self.assertEqual(client.stop(), 0)
+
+    def test_that_crash_or_hang_at_once_leave_the_server(self):
+        for trap in ("crash", "hang"):
+            with self.subTest(trap=trap), self.started(trap, readingLimit=0.3) as client:
+                client.open(SCENE, "trap.Good { x = 1 ")
+                self.assertEqual(client.ask("textDocument/hover", client.at(SCENE, 0, 7)), None)
+                self.assertIn("the process of the modules has ended",
+                              client.notification("window/showMessage")["message"])
+                self.assertEqual(client.diagnostics(SCENE, 1)[0]["message"], "This bracket is not closed")
+                self.assertEqual(client.stop(), 0)
+
+    def test_that_speak_are_not_taken_for_messages(self):
+        with self.started("speak") as client:
+            client.open(SCENE, "trap.Good { y = 1 }")
+            self.assertIn("Unknown member", client.diagnostics(SCENE, 1)[0]["message"])
+            self.assertEqual(client.stop(), 0)
 
 
 class Workspace(unittest.TestCase):

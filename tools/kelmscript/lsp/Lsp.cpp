@@ -41,8 +41,6 @@ using std::chrono::milliseconds;
 
 // Requests wait for types that are being loaded, but not for longer: they are to be answered within two seconds.
 constexpr milliseconds s_longestWait{1500};
-// A text that takes longer to read does not end.
-constexpr milliseconds s_longestReading{10000};
 constexpr milliseconds s_shortestPause{500};
 constexpr milliseconds s_longestPause{60000};
 
@@ -106,7 +104,7 @@ private:
 class Host : public language::ServerHost
 {
 public:
-    explicit Host(const Options& options) : m_given{options.m_modules, options.m_typesFile} {}
+    explicit Host(const Options& options) : m_given{options.m_modules, options.m_typesFile, {}} {}
 
     int Run();
 
@@ -125,6 +123,10 @@ private:
         std::string m_text;
     };
 
+    Clock::time_point ReadingEnd() const
+    {
+        return Clock::now() + milliseconds(static_cast<long long>(1000 * m_used.m_readingLimit));
+    }
     bool AreTypesAwaited() const { return m_awaitedUntil && Clock::now() < *m_awaitedUntil; }
     bool ReadClient();
     void Poll();
@@ -168,6 +170,7 @@ void Host::UseTypes(const TypeSettings& settings)
     used.m_modules.insert(used.m_modules.end(), settings.m_modules.begin(), settings.m_modules.end());
     if (!settings.m_typesFile.empty())
         used.m_typesFile = settings.m_typesFile;
+    used.m_readingLimit = settings.m_readingLimit;
     if (m_isUsed && used == m_used)
         return LookAtFiles();
     m_isUsed = true;
@@ -240,7 +243,7 @@ void Host::LookAtFiles()
 void Host::StartWorker()
 {
     m_restartsAt.reset();
-    m_readsUntil = Clock::now() + s_longestReading; // its first word
+    m_readsUntil = ReadingEnd(); // its first word
     m_readUri.clear();
     m_hasModuleTypes = false;
     if (!m_worker.Start(m_used.m_modules))
@@ -252,7 +255,7 @@ void Host::EndWorker(bool hasHung)
     bool hasRefused = false;
     std::string how = "it cannot be started";
     if (hasHung)
-        how = "it took longer than " + std::to_string(s_longestReading.count() / 1000) + " seconds";
+        how = "it took longer than " + Json(m_used.m_readingLimit).dump() + " seconds";
     if (hasHung)
         m_worker.Kill();
     else if (m_worker.IsRunning())
@@ -341,7 +344,7 @@ void Host::GiveWorkerText()
     m_readVersion = first->second.m_version;
     const Json request = {{"text", std::move(first->second.m_text)}};
     m_waiting.erase(first);
-    m_readsUntil = Clock::now() + s_longestReading;
+    m_readsUntil = ReadingEnd();
     m_worker.Send(request.dump(-1, ' ', false, Json::error_handler_t::replace));
 }
 

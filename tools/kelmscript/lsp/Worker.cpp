@@ -231,8 +231,11 @@ std::string Worker::End(bool& hasRefused)
     if (hasRefused)
     {
         std::string why = m_lastErrors;
-        while (!why.empty() && why.back() == '\n')
+        while (why.ends_with('\n'))
             why.pop_back();
+        constexpr std::string_view heading = "kelmscript: error: ";
+        for (std::size_t at = why.find(heading); at != std::string::npos; at = why.find(heading, at))
+            why.erase(at, heading.size());
         return why;
     }
     if (WIFSIGNALED(status))
