@@ -55,8 +55,9 @@ public:
     // Its value; false where it is out of range. Of TOKEN_INTEGER and TOKEN_HEX_INTEGER.
     bool GetUnsigned(uint64& value) const
     {
-        return Is(TOKEN_INTEGER) ? ToUnsigned(GetNumber(), GetText(), value)
-                                 : HexToUnsigned(GetNumber(), GetText(), value);
+        const auto getText = [this] { return GetText(); };
+        return Is(TOKEN_INTEGER) ? ToUnsignedBy(GetNumber(), getText, value)
+                                 : HexToUnsignedBy(GetNumber(), getText, value);
     }
     // Of TOKEN_INTEGER and TOKEN_FLOAT.
     bool GetFloat(double& value) const { return ToFloating(GetNumber(), GetText(), value); }

@@ -149,29 +149,47 @@ KLUTILS_API Number ReadWholeNumber(SubString text, EToken& kind);
 
 KLUTILS_API bool ReadLongInteger(Number number, SubString digits, int base, uint64& value);
 
-// The value of digits that `limit` of them tell, or else all of them by their text.
-inline bool DigitsToUnsigned(Number number, int32 limit, SubString digits, int base, uint64& value)
+// The value of digits that `limit` of them tell, or else all of them by their text, which is looked for only then.
+template <class GetDigits>
+inline bool DigitsToUnsigned(Number number, int32 limit, GetDigits getDigits, int base, uint64& value)
 {
     value = number.m_digits;
     if (static_cast<uint32>(number.m_count) <= static_cast<uint32>(limit)) [[likely]]
         return true;
     uint64 longValue = 0; // of its own, so that `value` may be a register
-    const bool isInRange = ReadLongInteger(number, digits, base, longValue);
+    const bool isInRange = ReadLongInteger(number, getDigits(), base, longValue);
     value = longValue;
     return isInRange;
 }
 KLUTILS_API bool ReadAnyDouble(Number number, SubString literal, double& value);
 
 // Of an integer literal.
+template <class GetLiteral>
+inline bool ToUnsignedBy(Number number, GetLiteral getLiteral, uint64& value)
+{
+    return DigitsToUnsigned(number, Number::s_maxDigits, getLiteral, 10, value);
+}
 inline bool ToUnsigned(Number number, SubString literal, uint64& value)
 {
-    return DigitsToUnsigned(number, Number::s_maxDigits, literal, 10, value);
+    return ToUnsignedBy(
+        number, [=] { return literal; }, value);
 }
 
 // Of a hexadecimal literal.
+template <class GetLiteral>
+inline bool HexToUnsignedBy(Number number, GetLiteral getLiteral, uint64& value)
+{
+    const auto getDigits = [&]
+    {
+        const SubString literal = getLiteral();
+        return SubString(literal.m_p1 + 2, literal.m_p2);
+    };
+    return DigitsToUnsigned(number, Number::s_maxHexDigits, getDigits, 16, value);
+}
 inline bool HexToUnsigned(Number number, SubString literal, uint64& value)
 {
-    return DigitsToUnsigned(number, Number::s_maxHexDigits, {literal.m_p1 + 2, literal.m_p2}, 16, value);
+    return HexToUnsignedBy(
+        number, [=] { return literal; }, value);
 }
 
 inline constexpr double s_powersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
