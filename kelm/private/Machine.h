@@ -130,14 +130,14 @@ struct Machine
     bool FindElement(Slot* list);
     // OwnScalars of all that waits below, before something runs. What is a place then is not looked into again before
     // it has been found again.
-    void OwnBelow(Slot* last)
+    void OwnBelow(const Slot* last) const
     {
         if (m_program->m_isTraced) [[unlikely]]
             OwnTraced(last);
         else
             OwnScalars(m_base, last);
     }
-    void OwnTraced(const Slot* last);
+    void OwnTraced(const Slot* last) const;
 
     // --- The way through the program
 

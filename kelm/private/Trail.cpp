@@ -120,7 +120,7 @@ bool Machine::FindElement(Slot* list)
     return true;
 }
 
-void Machine::OwnTraced(const Slot* last)
+void Machine::OwnTraced(const Slot* last) const
 {
     for (Slot* slot = m_base; slot != last; ++slot)
         if (slot->m_kind == Kind::Text || (slot->m_kind == Kind::Place && !slot->m_stays))
