@@ -1,6 +1,7 @@
 #include <kelmDocument/Diagnose.h>
 
 #include <kelmDocument/private/ScanPartHere.h>
+#include <kelmDocument/private/Subject.h>
 
 #include <kelm/private/Source.h>
 #include <kelm/private/Suggest.h>
@@ -19,12 +20,16 @@ namespace
 class Diagnosis
 {
 public:
-    Diagnosis(std::string_view text, std::size_t most) : m_text(text), m_most(most) {}
+    Diagnosis(std::string_view text, const DocumentPolicy& policy, std::size_t most)
+        : m_text(text), m_policy(policy), m_most(most)
+    {
+    }
 
     std::vector<Diagnostic> Make()
     {
         FindErrors();
-        FindRepeatedMembers();
+        if (m_policy.IsExact()) // where else they are errors
+            FindRepeatedMembers();
         FindNoCharacters();
         std::stable_sort(m_found.begin(), m_found.end(),
                          [](const Diagnostic& a, const Diagnostic& b) { return a.m_place < b.m_place; });
@@ -40,23 +45,36 @@ private:
         m_found.push_back({Severity::Warning, std::move(message), token.m_begin, token, std::move(note), notePlace});
     }
 
+    // Those of reading; `rest` is what is left of a text that has none.
+    std::vector<ReadingError> ReadAll(SubString text, SubString& rest) const
+    {
+        rest = {text.m_p2, text.m_p2};
+        if (m_policy.IsExact())
+        {
+            ptr<IObject> object;
+            return ReadAllErrors(text, m_most, object, rest);
+        }
+        const ReadingRules rules{.m_passesUnknown = m_policy.GetUnknownMembers() == UnknownMembers::PassOver};
+        const editing::Subject subject{editing::Reading(m_policy)};
+        return ReadAllErrorsByRules(text, m_most, rules, subject.GetType(), subject.GetData());
+    }
+
     void FindErrors()
     {
         const std::size_t begin = m_text.size() - WithoutByteOrderMark(m_text).size();
-        ptr<IObject> object;
         SubString rest;
-        const SubString all{m_text.data() + begin, m_text.data() + m_text.size()};
-        for (const ReadingError& error : ReadAllErrors(all, m_most, object, rest))
+        for (ReadingError& error : ReadAll({m_text.data() + begin, m_text.data() + m_text.size()}, rest))
         {
             Diagnostic diagnostic{Severity::Error,
-                                  error.m_message,
+                                  std::move(error.m_message),
                                   OffsetOf(error.m_place),
                                   {OffsetOf(error.m_token.m_p1), OffsetOf(error.m_token.m_p2)},
                                   {},
                                   OffsetOf(error.m_token.m_p1)};
-            if (error.m_assertion)
-                diagnostic.m_note = Explain(*error.m_assertion);
-            else if (const auto unknown = FindUnknownName(error.m_message))
+            const std::string_view explanation = error.m_assertion ? Explain(*error.m_assertion) : std::string_view();
+            if (!explanation.empty())
+                (m_policy.IsExact() ? diagnostic.m_note : diagnostic.m_message) = explanation;
+            else if (const auto unknown = FindUnknownName(diagnostic.m_message))
             {
                 diagnostic.m_note = unknown->GetHint();
                 diagnostic.m_notePlace = LastPartOf(diagnostic.m_token);
@@ -128,6 +146,7 @@ private:
     }
 
     std::string_view m_text;
+    const DocumentPolicy& m_policy;
     std::size_t m_most;
     std::vector<Diagnostic> m_found;
 };
@@ -136,7 +155,12 @@ private:
 
 std::vector<Diagnostic> Diagnose(std::string_view text, std::size_t most)
 {
-    return Diagnosis(text, most).Make();
+    return Diagnose(text, DocumentPolicy(), most);
+}
+
+std::vector<Diagnostic> Diagnose(std::string_view text, const DocumentPolicy& policy, std::size_t most)
+{
+    return Diagnosis(text, policy, most).Make();
 }
 
 } // namespace kelm

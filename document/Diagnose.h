@@ -3,6 +3,7 @@
 // All that is wrong with a text, for people.
 
 #include <kelmDocument/Part.h>
+#include <kelmDocument/Policy.h>
 #include <kelmDocument/api.h>
 
 #include <cstddef>
@@ -38,5 +39,10 @@ inline constexpr std::size_t s_mostDiagnostics = 100;
 //
 // Reading makes objects, which nothing refers to afterwards.
 KELM_DOCUMENT_API std::vector<Diagnostic> Diagnose(std::string_view text, std::size_t most = s_mostDiagnostics);
+
+// By a policy, DocumentPolicy::Of<T>() for what kelm::Read<T> reads: then the first error is that of kelm::Read. Throws
+// kelm::Error where the type itself is at fault.
+KELM_DOCUMENT_API std::vector<Diagnostic> Diagnose(std::string_view text, const DocumentPolicy& policy,
+                                                   std::size_t most = s_mostDiagnostics);
 
 } // namespace kelm

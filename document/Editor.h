@@ -7,8 +7,9 @@
 //     *editor.Set(".shapes[1].position.x", "-2.5");
 //     *editor.Remove(".title");
 //
-// The document is a data source of registered classes, read as ParseDataSource reads it. Comments, layout, order and
-// what is not written stay as they are. A path takes any member (.name), elements ([3]), what a map has under a key
+// The document is read by a policy (Policy.h): as a data source of registered classes, or as kelm::Read<T> reads it.
+// Comments, layout, order and what is not written stay as they are. A path takes any member (.name), elements ([3]),
+// what a map has under a key
 // (["two"], the key as data sources write it), and what a variant holds (.Circle); it passes through handles and
 // optionals. Indices count the elements of the object that reading gives.
 //
@@ -18,6 +19,7 @@
 
 #include <kelm/Result.h>
 #include <kelmDocument/Document.h>
+#include <kelmDocument/Policy.h>
 #include <kelmDocument/api.h>
 
 #include <string_view>
@@ -29,7 +31,10 @@ class KELM_DOCUMENT_API DocumentEditor
 {
 public:
     // The document must live as long as this, and may be changed by others between calls.
-    explicit DocumentEditor(Document& document) : m_document(document) {}
+    explicit DocumentEditor(Document& document, const DocumentPolicy& policy = {})
+        : m_document(document), m_policy(policy)
+    {
+    }
 
     // Gives something a value, written as data sources write it, in place of what it has. A member that is not written
     // is put where the declaration has it, a key that is not there behind the others. Nothing changes where the value
@@ -46,7 +51,7 @@ public:
     Result<bool> Remove(std::string_view path);
 
     // Puts an element before the one at an index, or behind the last one; with a list or set as the path, behind the
-    // last one. A key must not be there yet.
+    // last one, also of one that is not there yet. A key must not be there yet, unless a list or set is under it.
     Result<bool> Insert(std::string_view path, std::string_view value);
 
     // Gives what is written under a key or a member's name another one, which must not be there yet.
@@ -58,6 +63,7 @@ public:
 
 private:
     Document& m_document;
+    DocumentPolicy m_policy;
 };
 
 } // namespace kelm

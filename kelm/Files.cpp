@@ -3,6 +3,7 @@
 #include <kelm/private/ErrorOf.h>
 #include <kelm/private/FileDescriptor.h>
 #include <kelm/private/FileText.h>
+#include <kelm/private/WholeTexts.h>
 #include <klKelmScript/private/RuledReading.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/text/ExpressionParser.h>
@@ -67,23 +68,12 @@ std::string WhyUnreadable(int file)
     return S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode) ? "" : "it is neither a regular file nor a pipe";
 }
 
-Result<FileText> LoadFile(const std::string& path)
-{
-    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-    std::string why = file.IsOpen() ? WhyUnreadable(file.get()) : ErrnoText();
-    if (!why.empty())
-        return CannotRead(path, why);
-    if (std::optional<FileText> text = ReadRest(file.get(), std::numeric_limits<std::size_t>::max() / 2, why))
-        return std::move(*text);
-    return CannotRead(path, why);
-}
-
 // Calls read(source) with what is there.
 template <class F>
 auto WithSource(std::string_view text, const FilePath* path, const F& read) -> std::invoke_result_t<F, SourceText>
 {
-    if (path == nullptr)
-        return read(SourceText{s_textName, WithoutByteOrderMark(text)});
+    if (path == nullptr || text.data() != nullptr)
+        return read(SourceText{path == nullptr ? s_textName : path->GetText(), WithoutByteOrderMark(text)});
     const Result<FileText> file = LoadFile(path->GetText());
     if (!file)
         return file.GetError();
@@ -117,35 +107,49 @@ Result<std::string> TextOf(const F& write)
 
 } // namespace
 
-Result<void> TextPlace::Read(const UsedType& type, void* data, UnknownMembers unknown) const
+Result<FileText> LoadFile(const std::string& path)
+{
+    const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    std::string why = file.IsOpen() ? WhyUnreadable(file.get()) : ErrnoText();
+    if (!why.empty())
+        return CannotRead(path, why);
+    if (std::optional<FileText> text = ReadRest(file.get(), std::numeric_limits<std::size_t>::max() / 2, why))
+        return std::move(*text);
+    return CannotRead(path, why);
+}
+
+Result<void> ReadWholeText(const SourceText& source, const UsedType& type, void* data, UnknownMembers unknown)
 {
     const ReadingRules rules = {.m_passesUnknown = unknown == UnknownMembers::PassOver};
+    return ReadWhole(source,
+                     [&](ExpressionParser& parser, std::string& fieldPath)
+                     {
+                         ReadByRules(parser, rules, type.Get(), data, fieldPath);
+                         RequireEnd(parser);
+                     });
+}
+
+Result<Object> ReadWholeObject(const SourceText& source, UnknownMembers unknown)
+{
+    const ReadingRules rules = {.m_passesUnknown = unknown == UnknownMembers::PassOver};
+    return ReadWhole(source,
+                     [&](ExpressionParser& parser, std::string& fieldPath)
+                     {
+                         Object object(ReadObjectByRules(parser, rules, fieldPath));
+                         RequireEnd(parser);
+                         return object;
+                     });
+}
+
+Result<void> TextPlace::Read(const UsedType& type, void* data, UnknownMembers unknown) const
+{
     return WithSource(m_text, m_path,
-                      [&](const SourceText& source)
-                      {
-                          return ReadWhole(source,
-                                           [&](ExpressionParser& parser, std::string& fieldPath)
-                                           {
-                                               ReadByRules(parser, rules, type.Get(), data, fieldPath);
-                                               RequireEnd(parser);
-                                           });
-                      });
+                      [&](const SourceText& source) { return ReadWholeText(source, type, data, unknown); });
 }
 
 Result<Object> TextPlace::ReadObject(UnknownMembers unknown) const
 {
-    const ReadingRules rules = {.m_passesUnknown = unknown == UnknownMembers::PassOver};
-    return WithSource(m_text, m_path,
-                      [&](const SourceText& source)
-                      {
-                          return ReadWhole(source,
-                                           [&](ExpressionParser& parser, std::string& fieldPath)
-                                           {
-                                               Object object(ReadObjectByRules(parser, rules, fieldPath));
-                                               RequireEnd(parser);
-                                               return object;
-                                           });
-                      });
+    return WithSource(m_text, m_path, [&](const SourceText& source) { return ReadWholeObject(source, unknown); });
 }
 
 Result<std::string> WriteText(const UsedType& type, const void* data)
@@ -158,13 +162,18 @@ Result<std::string> WriteText(const Object& object)
     return TextOf([&](xostream& os, const WriteOptions& options) { WriteObject(os, object.GetHandle(), options); });
 }
 
+Error CannotWrite(const std::string& path, const std::string& why)
+{
+    return ErrorWithoutPlace(ErrorKind::File, "cannot write " + path + ": " + why, path);
+}
+
 Result<void> WriteTextFile(const FilePath& path, const Result<std::string>& text)
 {
     if (!text)
         return text.GetError();
     const std::string why = MakeOrReplaceFile(path.GetText(), *text + "\n");
     if (!why.empty())
-        return ErrorWithoutPlace(ErrorKind::File, "cannot write " + path.GetText() + ": " + why, path.GetText());
+        return CannotWrite(path.GetText(), why);
     return {};
 }
 

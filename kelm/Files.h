@@ -65,6 +65,7 @@ class KELM_API TextPlace
 public:
     explicit TextPlace(std::string_view text) : m_text(text) {}
     explicit TextPlace(const FilePath& path) : m_path(&path) {}
+    TextPlace(const FilePath& path, std::string_view text) : m_text(text), m_path(&path) {} // of the file's text
 
     // Into a constructed variable.
     Result<void> Read(const UsedType& type, void* data, UnknownMembers unknown) const;

@@ -1,5 +1,7 @@
 #include <kelmDocument/private/Layout.h>
 
+#include <klUtils/text/QualifiedName.h>
+
 #include <algorithm>
 #include <optional>
 
@@ -20,6 +22,18 @@ bool IsSpace(char c)
 bool IsLineComment(std::string_view comment)
 {
     return !comment.starts_with("/*");
+}
+
+// Of names and numbers.
+bool IsInWord(char c)
+{
+    return IsIdentifierCharacter(c) || c == '.';
+}
+
+// Whether two texts side by side would be other tokens than apart.
+bool WouldJoin(std::string_view before, std::string_view behind)
+{
+    return !before.empty() && !behind.empty() && IsInWord(before.back()) && IsInWord(behind.front());
 }
 
 std::ptrdiff_t CountBreaks(std::string_view space)
@@ -163,6 +177,16 @@ Span Layout::WithSpace(Span removed) const
     return removed;
 }
 
+// By tokens, which stay apart from their neighbours.
+void Layout::Replace(Span removed, std::string_view text)
+{
+    const std::string_view before = GetText().substr(0, removed.m_begin);
+    const std::string_view behind = GetText().substr(removed.m_end);
+    const bool joinsBefore = WouldJoin(before, text.empty() ? behind : text);
+    const bool joinsBehind = WouldJoin(text, behind);
+    m_document.Edit(removed, std::string(joinsBefore ? " " : "") + std::string(text) + (joinsBehind ? " " : ""));
+}
+
 void Layout::ReplaceValue(Span value, std::string_view text)
 {
     std::vector<Part> tokens;
@@ -175,17 +199,17 @@ void Layout::ReplaceValue(Span value, std::string_view text)
     const bool hasBrackets =
         std::any_of(tokens.begin(), tokens.end(), [](const Part& part) { return part.m_kind == PartKind::Brackets; });
     if (!hasComments || hasBrackets)
-        return m_document.Edit(value, text);
+        return Replace(value, text);
     for (std::size_t i = tokens.size(); i-- > 1;)
-        m_document.Edit(tokens[i].m_span, "");
-    m_document.Edit(tokens.front().m_span, text);
+        Replace(tokens[i].m_span, "");
+    Replace(tokens.front().m_span, text);
 }
 
 void Layout::RemoveItem(const Part& brackets, std::size_t index)
 {
     const std::vector<Item> items = ItemsOf(brackets);
     const Group group = GroupOf(brackets, items, index);
-    m_document.Edit(WithSpace(group.m_span), "");
+    Replace(WithSpace(group.m_span), "");
     if (index > 0 && index + 1 == items.size() && !items[index - 1].m_separator.IsEmpty())
         m_document.Edit(items[index - 1].m_separator, "");
 }
@@ -283,6 +307,32 @@ void Layout::InsertFirst(const Part& brackets, const NewItem& item)
         return m_document.Edit({at, at}, LineWith(line, item) + text + behind + NewLine());
     m_document.Edit({inside.m_end, inside.m_end},
                     NewLine() + LineWith(line, item) + text + behind + NewLine() + indent);
+}
+
+void Layout::InsertMember(Span value, std::span<const std::string_view> members, const NewItem& item)
+{
+    PartWalk walk(m_document, value);
+    Part brackets{};
+    while (walk.NextToken(brackets) && brackets.m_kind != PartKind::Brackets)
+        ;
+    if (brackets.m_kind != PartKind::Brackets)
+        return m_document.Edit({value.m_end, value.m_end}, " { " + item.m_name + " = " + item.m_text + " }");
+    const auto indexOf = [&](std::string_view member)
+    { return std::find(members.begin(), members.end(), member) - members.begin(); };
+    const std::ptrdiff_t index = indexOf(item.m_name);
+    std::ptrdiff_t former = -1;
+    std::size_t place = 0;
+    const std::vector<Item> items = ItemsOf(brackets);
+    for (std::size_t i = 0; i < items.size(); ++i)
+    {
+        const std::ptrdiff_t other = indexOf(items[i].m_name.In(GetText()));
+        if (other < index && other >= former)
+        {
+            former = other;
+            place = i + 1;
+        }
+    }
+    InsertItem(brackets, place, item);
 }
 
 void Layout::InsertItem(const Part& brackets, std::size_t index, const NewItem& item)

@@ -39,11 +39,19 @@ public:
     // What RemoveItem takes, as it would be put in somewhere else.
     NewItem GetItem(const Part& brackets, std::size_t index) const;
 
+    // A member of a class that is written as `value`, which gets a body where it has none; where the declaration has
+    // it: behind the nearest one before it, or before the first.
+    void InsertMember(Span value, std::span<const std::string_view> members, const NewItem& item);
+
     // Before the item of that index, or behind the last one.
     void InsertItem(const Part& brackets, std::size_t index, const NewItem& item);
 
     // Makes "(1, 2)" "{ x = 1 y = 2 }".
     void NameItems(const Part& brackets, std::span<const std::string_view> names);
+
+    // Of the line there; and what lines end with.
+    std::string IndentAt(std::size_t at) const;
+    std::string NewLine() const;
 
 private:
     struct Group;
@@ -55,11 +63,10 @@ private:
     std::size_t LineStart(std::size_t at) const;
     bool IsBlank(Span span) const;
     bool BeginsLine(std::size_t at) const { return IsBlank({LineStart(at), at}); }
-    std::string IndentAt(std::size_t at) const;
-    std::string NewLine() const;
     bool EndsInLineComment(Span comments) const;
     std::string LineWith(const std::string& indent, const NewItem& item) const;
     Span WithSpace(Span removed) const;
+    void Replace(Span removed, std::string_view text);
     std::string MemberText(const std::vector<Item>& items, std::size_t index, const NewItem& item) const;
     void InsertFirst(const Part& brackets, const NewItem& item);
 

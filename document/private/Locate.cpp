@@ -5,12 +5,8 @@
 #include <kelm/private/Variable.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/objects/prefbase.h>
-#include <klObject/types/ClassModel.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/VariantIndex.h>
-#include <klObject/values/ReflectedVariable.h>
-#include <klUtils/VectorOfByte.h>
-#include <klUtils/text/ExpressionParser.h>
 
 #include <algorithm>
 #include <charconv>
@@ -29,110 +25,7 @@ SubString ViewOf(std::string_view text)
     return {text.data(), text.data() + text.size()};
 }
 
-ReflectionByteCode Underlying(ReflectionByteCode type)
-{
-    type.AdvanceToUnderlyingType2();
-    return type;
-}
-
 } // namespace
-
-// --- What a type has -------------------------------------------------------------------------------------------------
-
-bool Spot::IsForeign(char form) const
-{
-    return GetVariableKind() == VK_FOREIGN && m_type.GetForeignType().m_form == form;
-}
-
-bool Spot::IsList() const
-{
-    return GetVariableKind() == VK_ARRAY || GetVariableKind() == VK_VECTOR || IsForeign(FF_LIST);
-}
-
-bool Spot::IsFixedList() const
-{
-    return GetVariableKind() == VK_ARRAY || (IsForeign(FF_LIST) && m_type.GetForeignType().m_list->m_isFixed);
-}
-
-bool Spot::IsMap() const
-{
-    return GetVariableKind() == VK_MAP || IsForeign(FF_MAP);
-}
-
-bool Spot::IsSet() const
-{
-    return IsForeign(FF_MAP) && m_type.GetForeignType().m_numParts == 1;
-}
-
-ReflectionByteCode Spot::GetElementType() const
-{
-    return Underlying(GetVariableKind() == VK_FOREIGN ? m_type.GetForeignType().GetElementType(0)
-                                                      : m_type.GetElementType());
-}
-
-ReflectionByteCode Spot::GetKeyType() const
-{
-    if (GetVariableKind() == VK_FOREIGN)
-        return Underlying(m_type.GetForeignType().GetPartType(0));
-    ReflectionByteCode key = m_type.GetElementType();
-    key.m_mapOrSetFns = m_type.m_mapOrSetFns;
-    return Underlying(key);
-}
-
-ReflectionByteCode Spot::GetPayloadType() const
-{
-    if (GetVariableKind() == VK_FOREIGN)
-        return Underlying(m_type.GetForeignType().GetPartType(m_type.GetForeignType().m_numParts - 1));
-    ReflectionByteCode payload = m_type.GetElementType();
-    payload.ScanType();
-    payload.m_mapOrSetFns = m_type.m_mapOrSetFns + 1;
-    return Underlying(payload);
-}
-
-ssize_t Spot::CountElements() const
-{
-    if (GetVariableKind() == VK_ARRAY)
-        return m_type.GetArrayCount();
-    if (GetVariableKind() == VK_FOREIGN)
-        return m_type.GetForeignType().m_list->Count(m_data);
-    const ssize_t size = GetElementType().GetTypeSize();
-    return size > 0 ? static_cast<const VectorOfByte*>(m_data)->size() / size : 0;
-}
-
-void* Spot::FindPayload(const void* map, const void* key) const
-{
-    return GetVariableKind() == VK_FOREIGN ? m_type.GetForeignType().m_map->Find(map, key)
-                                           : m_type.m_mapOrSetFns->mapFns->Find(map, key);
-}
-
-void* Spot::InsertKey(void* map, void* key) const
-{
-    return GetVariableKind() == VK_FOREIGN ? m_type.GetForeignType().m_map->Insert(map, key)
-                                           : m_type.m_mapOrSetFns->mapFns->Insert(map, key);
-}
-
-void Spot::EraseKey(void* map, const void* key) const
-{
-    if (GetVariableKind() == VK_FOREIGN)
-        m_type.GetForeignType().m_map->Erase(map, key);
-    else
-        m_type.m_mapOrSetFns->mapFns->Erase(map, key);
-}
-
-std::vector<MemberField> MembersOf(const ReflectedClass& rc)
-{
-    std::vector<MemberField> members;
-    const ClassModel model = FindClassModel(rc);
-    for (ssize_t i = 0; model.m_class != nullptr && i < GetModelFieldCount(*model.m_class); ++i)
-        if (const ReflectedModelField& field = model.m_class->m_modelFields[i]; IsPresent(field))
-            members.push_back({field.m_name,
-                               {field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns},
-                               model.m_offset + field.m_offset});
-    for (ssize_t i = 0; i < GetOrdinaryFieldCount(rc); ++i)
-        members.push_back(
-            {rc.m_fields[i].m_name, {rc.m_fields[i].m_bc, rc.m_stringTable, nullptr}, rc.m_fields[i].m_offset});
-    return members;
-}
 
 // --- Texts -----------------------------------------------------------------------------------------------------------
 
@@ -140,20 +33,6 @@ void Refuse(std::string_view path, std::size_t step, const std::string& message)
 {
     const std::size_t size = step < path.size() ? ScanPart(path, step).m_span.GetSize() : 0;
     throw ErrorAt(ErrorKind::Range, message, {"<path>", path}, step, size);
-}
-
-void ReadAll(std::string_view name, std::string_view text, const ReflectionByteCode& type, void* data)
-{
-    const SourceText source{name, text};
-    *Attempt(source, {},
-             [&]
-             {
-                 ExpressionParser parser;
-                 parser.Init(source.View());
-                 ParseVariable(parser, type, data);
-                 if (parser.m_token.m_type != TOKEN_END)
-                     parser.ThrowExpectedException("end of text");
-             });
 }
 
 std::optional<Part> BracketsOf(const Document& document, Span value)
@@ -164,9 +43,6 @@ std::optional<Part> BracketsOf(const Document& document, Span value)
             return part;
     return std::nullopt;
 }
-
-namespace
-{
 
 // Behind the qualified name with which a value begins.
 Span BehindName(const Document& document, Span value)
@@ -185,13 +61,18 @@ Span BehindName(const Document& document, Span value)
     return isAny ? Span{part.m_span.m_begin, value.m_end} : Span{value.m_end, value.m_end};
 }
 
-// All of a data source, from its name to the end of its body.
-Span FindDataSource(const Document& document)
+Span FindDataSource(const Document& document, bool isRestIgnored)
 {
     PartWalk walk(document);
     Span whole;
     Part part{};
     bool isFirst = true;
+    if (!isRestIgnored)
+    {
+        for (; walk.NextToken(part); isFirst = false)
+            whole = {isFirst ? part.m_span.m_begin : whole.m_begin, part.m_span.m_end};
+        return whole;
+    }
     bool isSegment = true;
     while (walk.NextToken(part))
     {
@@ -210,20 +91,24 @@ Span FindDataSource(const Document& document)
     return whole;
 }
 
+namespace
+{
+
 // --- The walk --------------------------------------------------------------------------------------------------------
 
 class Locator
 {
 public:
-    Locator(const Document& document, const ptr<IObject>& object, std::string_view path, Purpose purpose)
-        : m_document(document), m_path(path), m_purpose(purpose)
+    Locator(const Document& document, const Subject& subject, std::string_view path, Purpose purpose)
+        : m_document(document), m_reading(subject.GetReading()), m_path(path), m_purpose(purpose)
     {
-        if (!object)
+        if (subject.GetData() == nullptr)
             Refuse(path, 0, "the data source is null, which has no members");
-        m_spots.push_back({.m_kind = SpotKind::Whole,
-                           .m_class = object.GetReflectedClass(),
-                           .m_data = object.self(),
-                           .m_mentions = {{.m_value = FindDataSource(document)}}});
+        Push({.m_kind = SpotKind::Whole,
+              .m_type = subject.GetType(),
+              .m_class = subject.GetClass(),
+              .m_data = subject.GetData(),
+              .m_mentions = {{.m_value = FindDataSource(document, m_reading.IsExact())}}});
     }
 
     std::vector<Spot> Walk()
@@ -242,6 +127,8 @@ public:
             else
                 Refuse(m_path, m_at, "a path goes on with a dot or a bracket");
         }
+        if (m_purpose == Purpose::Insert)
+            EnterHeldList();
         return std::move(m_spots);
     }
 
@@ -253,6 +140,11 @@ private:
         return m_at < m_path.size();
     }
     bool IsLast() { return !PassBlanks(); }
+    void Push(Spot spot)
+    {
+        spot.m_isRuled = !m_reading.IsExact();
+        m_spots.push_back(std::move(spot));
+    }
     std::string_view TextOf(Span span) const { return span.In(m_document.GetText()); }
     static std::string TextOf(SubString text) { return {text.m_p1, text.m_p2}; }
 
@@ -312,7 +204,7 @@ private:
                         if (brackets.m_token == TOKEN_LEFT_CURLY ? TextOf(item.m_name) == name : i == index)
                             found.m_mentions.push_back({item.m_value, brackets, i, item});
                     });
-        m_spots.push_back(std::move(found));
+        Push(std::move(found));
     }
 
     void StepToAlternative(const std::string& name, std::size_t step)
@@ -364,7 +256,7 @@ private:
             Refuse(m_path, step, "the variant holds " + heldName + " here");
         else
             found.m_former = heldName;
-        m_spots.push_back(std::move(found));
+        Push(std::move(found));
     }
 
     // Of a set's element the members can be written, as text; what lies deeper is not looked for.
@@ -406,17 +298,24 @@ private:
             }
             if (!spot.m_mentions.empty())
                 target.m_mentions.push_back(spot.m_mentions.back());
-            m_spots.push_back(std::move(target));
+            Push(std::move(target));
         }
+    }
+
+    // What is put into an optional list is put into the list.
+    void EnterHeldList()
+    {
+        const Spot& spot = m_spots.back();
+        const bool isOptional = spot.IsForeign(FF_CHOICE) && spot.m_type.GetForeignType().IsOptional();
+        if (isOptional && spot.m_data != nullptr && spot.m_type.GetForeignType().m_choice->GetIndex(spot.m_data) >= 0)
+            EnterTargets(m_path.size());
     }
 
     // Calls f(brackets, item, index) for all that is written of a class, list or map.
     template <class F>
     void ForEachItem(const Spot& spot, const F& f) const
     {
-        // What is foreign is new with each mention.
-        const bool isLastAlone = spot.GetVariableKind() == VK_FOREIGN && !spot.IsFixedList();
-        for (std::size_t i = isLastAlone && !spot.m_mentions.empty() ? spot.m_mentions.size() - 1 : 0;
+        for (std::size_t i = spot.IsRenewed() && !spot.m_mentions.empty() ? spot.m_mentions.size() - 1 : 0;
              i < spot.m_mentions.size(); ++i)
         {
             const std::optional<Part> brackets = BracketsOf(m_document, spot.m_mentions[i].m_value);
@@ -437,8 +336,9 @@ private:
         EnterTargets(step);
         Spot& spot = m_spots.back();
         m_at = bracket.m_end;
-        // Paths to fields write two brackets before an index into a dynamic array.
-        if (spot.IsList() && PassBlanks() && m_path[m_at] == '[')
+        // Paths to fields write two brackets before an index into a dynamic array; who closes both is understood too.
+        const bool isDouble = spot.IsList() && PassBlanks() && m_path[m_at] == '[';
+        if (isDouble)
             ++m_at;
         PassBlanks();
         const std::size_t begin = m_at;
@@ -460,24 +360,14 @@ private:
         ExpectData(spot, step);
         const std::string_view inside = m_path.substr(begin, end - begin);
         ++m_at;
+        if (isDouble && m_at < m_path.size() && m_path[m_at] == ']')
+            ++m_at;
         if (spot.IsList())
             StepToElement(inside, begin);
         else if (spot.IsMap())
             StepToPayload(std::string(inside), begin);
         else
             Refuse(m_path, step, "there are no elements here");
-    }
-
-    void* ElementOf(const Spot& list, ssize_t index) const
-    {
-        if (list.GetVariableKind() == VK_FOREIGN)
-        {
-            const ForeignListFns& fns = *list.m_type.GetForeignType().m_list;
-            return fns.Assign == nullptr ? fns.At(list.m_data, index) : nullptr;
-        }
-        char* const first = list.GetVariableKind() == VK_ARRAY ? static_cast<char*>(list.m_data)
-                                                               : static_cast<VectorOfByte*>(list.m_data)->data();
-        return first + index * list.GetElementType().GetTypeSize();
     }
 
     void StepToElement(std::string_view text, std::size_t step)
@@ -498,7 +388,7 @@ private:
         found.m_type = list.GetVariableKind() == VK_FOREIGN && isFixed
                            ? Underlying(list.m_type.GetForeignType().GetElementType(index))
                            : list.GetElementType();
-        found.m_data = isBehind ? nullptr : ElementOf(list, index);
+        found.m_data = isBehind ? nullptr : list.GetElement(index);
         // Of a list that grows, what creation gave comes first.
         ssize_t at = isFixed ? 0 : list.m_count - list.m_written;
         ForEachItem(list,
@@ -507,7 +397,7 @@ private:
                         if ((isFixed ? static_cast<ssize_t>(i) : at++) == index)
                             found.m_mentions.push_back({item.m_value, brackets, i, item});
                     });
-        m_spots.push_back(std::move(found));
+        Push(std::move(found));
     }
 
     void StepToPayload(std::string text, std::size_t step)
@@ -517,7 +407,7 @@ private:
         Variable sought(keyType);
         try
         {
-            ReadAll("<key>", text, keyType, sought.Get());
+            m_reading.ReadValue("<key>", text, keyType, sought.Get());
         }
         catch (const Error& e)
         {
@@ -528,43 +418,45 @@ private:
         // Which of the written keys are that one, a map of the same type tells, which holds nothing else.
         const Variable same(map.m_type);
         map.InsertKey(same.Get(), sought.Get());
-        if (!isThere && (m_purpose == Purpose::Find || (m_purpose == Purpose::Insert && !IsLast())))
+        if (!isThere && m_purpose == Purpose::Find)
             Refuse(m_path, step, "there is no such key");
         Spot found{
             .m_kind = SpotKind::Payload, .m_step = step, .m_type = map.GetPayloadType(), .m_name = std::move(text)};
         if (isThere)
             FindEntries(map, keyType, same, found);
-        else if (m_purpose == Purpose::Set)
+        else if (m_purpose == Purpose::Set || !IsLast())
         {
             Variable key(keyType);
-            ReadAll("<key>", found.m_name, keyType, key.Get());
+            m_reading.ReadValue("<key>", found.m_name, keyType, key.Get());
             payload = map.InsertKey(map.m_data, key.Get());
         }
         found.m_data = map.IsSet() ? nullptr : payload;
-        m_spots.push_back(std::move(found));
+        found.m_isNewEachTime = map.GetVariableKind() == VK_MAP && !m_reading.IsExact();
+        Push(std::move(found));
     }
 
     // Keys are read as the reader reads them: those of one map into one variable, of others each into a new one.
     void FindEntries(const Spot& map, const ReflectionByteCode& keyType, const Variable& same, Spot& found) const
     {
-        const bool isForeign = map.GetVariableKind() == VK_FOREIGN;
         std::optional<Variable> key;
         std::size_t mapBegin = std::string_view::npos;
         ForEachItem(map,
                     [&](const Part& brackets, const Item& item, std::size_t i)
                     {
-                        if (isForeign || mapBegin != brackets.m_span.m_begin)
+                        if (map.IsRenewed() || mapBegin != brackets.m_span.m_begin)
                         {
                             key.emplace(keyType);
                             mapBegin = brackets.m_span.m_begin;
                         }
-                        ReadAll("<text>", TextOf(map.IsSet() ? item.m_value : item.m_key), keyType, key->Get());
+                        m_reading.ReadValue("<text>", TextOf(map.IsSet() ? item.m_value : item.m_key), keyType,
+                                            key->Get());
                         if (map.FindPayload(same.Get(), key->Get()) != nullptr)
                             found.m_mentions.push_back({item.m_value, brackets, i, item});
                     });
     }
 
     const Document& m_document;
+    const Reading& m_reading;
     std::string_view m_path;
     Purpose m_purpose;
     std::size_t m_at = 0;
@@ -573,9 +465,9 @@ private:
 
 } // namespace
 
-std::vector<Spot> Locate(const Document& document, const ptr<IObject>& object, std::string_view path, Purpose purpose)
+std::vector<Spot> Locate(const Document& document, const Subject& subject, std::string_view path, Purpose purpose)
 {
-    return Locator(document, object, path, purpose).Walk();
+    return Locator(document, subject, path, purpose).Walk();
 }
 
 } // namespace kelm::editing

@@ -31,12 +31,15 @@ void BasicDataSourceReader<Rules>::ReadArray(const ReflectionByteCode& elementTy
     if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
         m_cursor.ThrowExpected("[");
     if constexpr (Rules::s_goesOn)
-        return ReadItems(TOKEN_LEFT_SQUARE, size,
-                         [&](ssize_t i, const char*& item)
-                         {
-                             item = nullptr;
-                             ReadValue(elementType, static_cast<char*>(data) + i * elementSize);
-                         });
+    {
+        ReadItems(TOKEN_LEFT_SQUARE, size,
+                  [&](ssize_t i, const char*& item)
+                  {
+                      item = nullptr;
+                      ReadValue(elementType, static_cast<char*>(data) + i * elementSize);
+                  });
+        return;
+    }
     FastCursor cursor(m_cursor, m_cursor.GetOperator());
     for (ssize_t i = 0; i < size; ++i)
     {
@@ -220,17 +223,24 @@ void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, vo
     {
         if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
             m_cursor.ThrowExpected("[");
-        return ReadItems(
+        ReadItems(
             TOKEN_LEFT_SQUARE, s_anyNumber,
             [&](ssize_t, const char*& item)
             {
                 item = nullptr;
+                [[maybe_unused]] const typename Rules::KeyScope fresh(keyType, key);
                 ReadValue(keyType, key);
                 m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
                 m_cursor.Show();
-                ReadValue(payloadType, mapFns.Insert(map, key));
+                [[maybe_unused]] const ssize_t count = mapFns.Count(map);
+                void* const payload = mapFns.Insert(map, key);
+                if constexpr (Rules::s_isRuled)
+                    if (mapFns.Count(map) == count)
+                        Renew(payloadType, payload);
+                ReadValue(payloadType, payload);
             },
             true);
+        return;
     }
     if (!PassListStart())
         return;

@@ -1,96 +1,28 @@
 #pragma once
 
-// Bodies, lists and maps of data sources for a reader that goes on behind errors, for DataSourceReader.cpp, which
-// includes this behind all that they need. What a value looks like is said by the reader; here it is said how one item
-// follows the other, one token at a time, and what happens where it does not.
+// Bodies and lists of data sources for a reader that goes on behind errors, for DataSourceReader.cpp, which includes
+// this behind all that they need.
 
+#include <klKelmScript/private/DataSourceItems.h>
 #include <klKelmScript/private/DataSourceReader.h>
-#include <klKelmScript/private/ReadingErrors.h>
 
-#include <algorithm>
-#include <utility>
 #include <vector>
 
 namespace kelm
 {
 
-// The items of brackets, from the opening one on and past the closing one. readItem(i, item) reads the i-th and may set
-// `item` to null as soon as the beginning of the item is known to be right. So many there must be, or any number for
-// -1.
+// A member's value, at whose first token the cursor is.
 template <class Rules>
-template <class ReadItem>
-void BasicDataSourceReader<Rules>::ReadItems(EToken opening, ssize_t count, const ReadItem& readItem, bool isMap)
+void BasicDataSourceReader<Rules>::ReadField(const ReflectionByteCode& type, char* data,
+                                             [[maybe_unused]] const ClassShape& shape,
+                                             [[maybe_unused]] const FieldFacts& facts)
 {
-    if constexpr (Rules::s_goesOn) // nobody calls it for others, but all of a class is compiled
-    {
-        ReadingErrors& errors = *m_rules.m_errors;
-        const ReadingErrors::Level level(errors, opening);
-        const auto closing = static_cast<EToken>(opening + 1);
-        const ConstStringZ closingText = opening == TOKEN_LEFT_PAREN ? ")" : "]";
-        ssize_t numRead = 0;
-        enum
-        {
-            BEFORE_OPENING,
-            BEHIND_OPENING,
-            AT_ITEM, // behind what stands between two
-            BEHIND_ITEM,
-        } place = BEFORE_OPENING;
-        while (true)
-        {
-            ReadingErrors::Failure failure;
-            failure.m_isEntry = isMap;
-            try
-            {
-                if (place == BEFORE_OPENING)
-                {
-                    place = BEHIND_OPENING;
-                    m_cursor.Next();
-                }
-                failure.m_mustEnd = count >= 0 ? numRead == count : m_cursor.Is(closing) && place != AT_ITEM;
-                if (failure.m_mustEnd && !m_cursor.Is(closing))
-                    m_cursor.ThrowExpected(closingText);
-                if (failure.m_mustEnd)
-                    break;
-                failure.m_isBetween = place == BEHIND_ITEM && opening != TOKEN_LEFT_CURLY;
-                if (failure.m_isBetween)
-                    m_cursor.Pass(TOKEN_COMMA, ",");
-                failure.m_isBetween = false;
-                failure.m_item = m_cursor.GetText().m_p1;
-                ++numRead;
-                readItem(numRead - 1, failure.m_item);
-                place =
-                    m_rules.m_isBehind && !m_cursor.Is(TOKEN_COMMA) && !m_cursor.Is(closing) ? AT_ITEM : BEHIND_ITEM;
-                m_rules.m_isBehind = false;
-                continue;
-            }
-            catch (const LexScannerException& e)
-            {
-                errors.Add(e);
-                failure.m_at = m_cursor.GetText().m_p2 != nullptr ? m_cursor.GetText().m_p1 : e.m_pos;
-            }
-            catch (const KelmAssertionError& e)
-            {
-                errors.Add(e, m_cursor.GetPlace().m_previous);
-                failure.m_at = m_cursor.GetText().m_p1;
-            }
-            m_rules.m_isBehind = false;
-            failure.m_previous = m_cursor.GetPlace().m_previous;
-            const ReadingErrors::Resumption resumption = errors.FindResumption(failure);
-            m_cursor.MoveTo(resumption.m_place);
-            if (resumption.m_where == ReadingErrors::W_CLOSING)
-                break;
-            if (resumption.m_where == ReadingErrors::W_BEHIND)
-            {
-                m_rules.m_isBehind = true;
-                return;
-            }
-            place = AT_ITEM;
-            // Of so many items the last ones are likelier to be those that are meant than the next ones.
-            if (count >= 0)
-                numRead = std::max(ssize_t{0}, count - errors.CountItems(resumption.m_place.m_start));
-        }
-        m_cursor.Next();
-    }
+    [[maybe_unused]] const char* const begin = m_cursor.GetText().m_p1;
+    ReadValue(type, data);
+    if constexpr (Rules::s_isRuled && Rules::s_goesOn)
+        if (facts.m_check != nullptr && !m_rules.m_isBehind && !facts.m_check(data))
+            Complain(begin, "Member '", facts.m_name, "' of class ", shape.m_rc->m_name, " refuses ",
+                     ShownValue({begin, m_cursor.GetText().m_p1}));
 }
 
 // Any body.
@@ -102,38 +34,51 @@ void BasicDataSourceReader<Rules>::ReadBody(const ClassShape& shape, char* data)
         ssize_t nextModelField = 0;
         ssize_t nextField = 0;
         Members written;
-        return ReadItems(TOKEN_LEFT_CURLY, s_anyNumber,
-                         [&](ssize_t, const char*& item)
-                         {
-                             FastCursor cursor(m_cursor, m_cursor.GetOperator());
-                             cursor.Load();
-                             const FoundField found = FindField(cursor, shape, nextModelField, nextField, written);
-                             item = nullptr;
-                             nextModelField = found.m_nextModelField;
-                             nextField = found.m_nextField;
-                             m_cursor.Next();
-                             ReadValue(found.m_type, data + found.m_offset);
-                         });
+        return ReadItems(
+            TOKEN_LEFT_CURLY, s_anyNumber,
+            [&](ssize_t, const char*& item)
+            {
+                FastCursor cursor(m_cursor, m_cursor.GetOperator());
+                cursor.Load();
+                const FoundField found = FindField(cursor, shape, nextModelField, nextField, written);
+                item = nullptr;
+                nextModelField = found.m_nextModelField;
+                nextField = found.m_nextField;
+                if (found.m_type.m_bc == nullptr) // it was passed over
+                    return;
+                m_cursor.Next();
+                ReadField(found.m_type, data + found.m_offset, shape, found.m_facts);
+            },
+            false, [&](const char* end) { RequireMembers(written, shape, end); });
     }
     const ReflectedClass* const model = shape.m_model.m_class;
-    std::vector<std::pair<ReflectionByteCode, ssize_t>> fields;
+    struct Field
+    {
+        ReflectionByteCode m_type;
+        ssize_t m_offset;
+        FieldFacts m_facts;
+    };
+    std::vector<Field> fields;
     for (ssize_t i = 0; model != nullptr && i < GetModelFieldCount(*model); ++i)
         if (const ReflectedModelField& field = model->m_modelFields[i]; IsPresent(field))
-            fields.emplace_back(shape.GetModelType(i), shape.m_model.m_offset + field.m_offset);
+            fields.push_back({shape.GetModelType(i), shape.m_model.m_offset + field.m_offset, FieldFacts(*model, i)});
     for (ssize_t i = 0; i < GetOrdinaryFieldCount(*shape.m_rc); ++i)
-        fields.emplace_back(shape.GetOrdinaryType(i), shape.m_rc->m_fields[i].m_offset);
+        fields.push_back(
+            {shape.GetOrdinaryType(i), shape.m_rc->m_fields[i].m_offset, FieldFacts(shape.m_rc->m_fields[i])});
     ReadItems(TOKEN_LEFT_PAREN, static_cast<ssize_t>(fields.size()),
               [&](ssize_t i, const char*& item)
               {
                   item = nullptr;
-                  const auto& [type, offset] = fields[static_cast<std::size_t>(i)];
-                  ReadValue(type, data + offset);
+                  const Field& field = fields[static_cast<std::size_t>(i)];
+                  ReadField(field.m_type, data + field.m_offset, shape, field.m_facts);
               });
 }
 
 template <class Rules>
 void BasicDataSourceReader<Rules>::ReadList(const ReflectionByteCode& elementType, VectorOfByte& vector)
 {
+    if constexpr (Rules::s_isRuled)
+        Clear(elementType, vector);
     ReadItems(TOKEN_LEFT_SQUARE, s_anyNumber,
               [&](ssize_t, const char*& item)
               {

@@ -64,6 +64,22 @@ void BasicDataSourceReader<Rules>::ThrowAbout([[maybe_unused]] const char* place
         m_cursor.Throw(parts...);
 }
 
+template <class Rules>
+template <class... Parts>
+void BasicDataSourceReader<Rules>::Complain(const char* place, const Parts&... parts) const
+{
+    if constexpr (Rules::s_goesOn)
+    {
+        m_rules.m_errors->SetAbout(place);
+        m_rules.m_errors->Add(
+            LexScannerException(MessageOf(parts...), LSToken(TOKEN_IDENTIFIER, {place, m_cursor.m_end})));
+    }
+    else
+    {
+        ThrowAbout(place, parts...);
+    }
+}
+
 // --- Whole data sources ----------------------------------------------------------------------------------------------
 
 template <class Rules>
@@ -292,7 +308,7 @@ ssize_t CountModelFields(const ClassModel& model)
 
 } // namespace
 
-// Throws where the member has been written before.
+// Complains where the member has been written before.
 template <class Rules>
 void BasicDataSourceReader<Rules>::NoteMember([[maybe_unused]] Members& written, [[maybe_unused]] ssize_t member,
                                               [[maybe_unused]] const ClassShape& shape,
@@ -305,13 +321,13 @@ void BasicDataSourceReader<Rules>::NoteMember([[maybe_unused]] Members& written,
             const ssize_t numModelFields = CountModelFields(shape.m_model);
             const ConstStringZ name = member < numModelFields ? shape.m_model.m_class->m_modelFields[member].m_name
                                                               : shape.m_rc->m_fields[member - numModelFields].m_name;
-            ThrowAbout(place, "Member '", name, "' of class ", shape.m_rc->m_name, " is written twice");
+            Complain(place, "Member '", name, "' of class ", shape.m_rc->m_name, " is written twice");
         }
         written.Add(member);
     }
 }
 
-// Throws where one is missing that must be written.
+// Complains where one is missing that must be written.
 template <class Rules>
 void BasicDataSourceReader<Rules>::RequireMembers([[maybe_unused]] const Members& written,
                                                   [[maybe_unused]] const ClassShape& shape,
@@ -324,8 +340,8 @@ void BasicDataSourceReader<Rules>::RequireMembers([[maybe_unused]] const Members
             return;
         for (ssize_t i = 0; i < GetModelFieldCount(*model); ++i)
             if (model->m_rules[i].m_isRequired && !written.Has(i))
-                ThrowAbout(place, "Member '", model->m_modelFields[i].m_name, "' of class ", shape.m_rc->m_name,
-                           " is required");
+                Complain(place, "Member '", model->m_modelFields[i].m_name, "' of class ", shape.m_rc->m_name,
+                         " is required");
     }
 }
 
@@ -754,12 +770,26 @@ namespace kelm
 template class BasicDataSourceReader<ExactRules>;
 template class BasicDataSourceReader<ProgramRules>;
 template class BasicDataSourceReader<GoingOnRules>;
+template class BasicDataSourceReader<ProgramGoingOnRules>;
 
 ptr<IObject> ReadGoingOn(ExpressionParser& parser, ReadingErrors& errors)
 {
     GoingOnRules rules;
     rules.m_errors = &errors;
     return BasicDataSourceReader<GoingOnRules>(parser, rules).ReadDataSource();
+}
+
+ptr<IObject> ReadGoingOnByRules(ExpressionParser& parser, ReadingErrors& errors, const ReadingRules& options,
+                                const ReflectionByteCode& type, void* data)
+{
+    ProgramGoingOnRules rules;
+    rules.m_options = options;
+    rules.m_errors = &errors;
+    BasicDataSourceReader<ProgramGoingOnRules> reader(parser, rules);
+    if (data == nullptr)
+        return reader.ReadDataSource();
+    reader.ReadVariable(type, data);
+    return nullptr;
 }
 
 } // namespace kelm

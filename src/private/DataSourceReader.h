@@ -160,9 +160,17 @@ private:
 
     static constexpr ssize_t s_anyNumber = -1;
 
-    template <class ReadItem>
-    void ReadItems(EToken opening, ssize_t count, const ReadItem& readItem, bool isMap = false);
+    struct NothingAtEnd
+    {
+        void operator()(const char*) const {}
+    };
+    template <class ReadItem, class AtEnd = NothingAtEnd>
+    void ReadItems(EToken opening, ssize_t count, const ReadItem& readItem, bool isMap = false,
+                   const AtEnd& atEnd = {});
+    template <class ReadElement>
+    void ReadListItems(ssize_t count, const ReadElement& readElement, bool isMap = false);
     void ReadBody(const ClassShape& shape, char* data);
+    void ReadField(const ReflectionByteCode& type, char* data, const ClassShape& shape, const FieldFacts& facts);
     void ReadList(const ReflectionByteCode& elementType, VectorOfByte& vector);
 
     // --- From an operator on that the cursor need not have come to, and back to the place behind what is read
@@ -206,6 +214,9 @@ private:
     // At the current token, or where it is written, as the rules have it.
     template <class... Parts>
     [[noreturn]] void ThrowAbout(const char* place, const Parts&... parts) const;
+    // The same of what reading need not stop for.
+    template <class... Parts>
+    void Complain(const char* place, const Parts&... parts) const;
     [[noreturn]] void ThrowUnknown(ConstStringZ what, SubString written, ConstStringZ container, ConstStringZ name,
                                    const char* place) const;
 
@@ -223,5 +234,6 @@ using ProgramDataReader = BasicDataSourceReader<ProgramRules>;
 extern template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
 extern template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
 extern template void BasicDataSourceReader<GoingOnRules>::ReadForeign(const ForeignType&, void*);
+extern template void BasicDataSourceReader<ProgramGoingOnRules>::ReadForeign(const ForeignType&, void*);
 
 } // namespace kelm

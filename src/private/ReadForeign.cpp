@@ -3,6 +3,7 @@
 
 #include <klKelmScript/private/DataSourceReader.h>
 
+#include <klKelmScript/private/DataSourceItems.h>
 #include <klKelmScript/private/ReadingErrors.h>
 #include <klKelmScript/private/UnknownNameException.h>
 #include <klObject/types/ForeignType.h>
@@ -16,6 +17,23 @@ namespace kelm
 {
 
 UnknownNameException::~UnknownNameException() = default;
+
+// For readers that go on behind errors.
+template <class Rules>
+template <class ReadElement>
+void BasicDataSourceReader<Rules>::ReadListItems(ssize_t count, const ReadElement& readElement, bool isMap)
+{
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    ReadItems(
+        TOKEN_LEFT_SQUARE, count,
+        [&](ssize_t i, const char*& item)
+        {
+            item = nullptr;
+            readElement(i);
+        },
+        isMap);
+}
 
 namespace
 {
@@ -143,6 +161,9 @@ void BasicDataSourceReader<Rules>::ReadForeignList(const ForeignType& type, void
     const ForeignListFns& fns = *type.m_list;
     if (fns.m_isFixed)
     {
+        if constexpr (Rules::s_goesOn)
+            return ReadListItems(fns.Count(list),
+                                 [&](ssize_t i) { ReadVariable(type.GetElementType(i), fns.At(list, i)); });
         m_cursor.Pass(TOKEN_LEFT_SQUARE, "[");
         for (ssize_t i = 0; i < fns.Count(list); ++i)
         {
@@ -166,6 +187,13 @@ void BasicDataSourceReader<Rules>::ReadForeignList(const ForeignType& type, void
             fns.AppendCopies(list, m_copies.data(), m_copies.size() / elementType.GetTypeSize());
         return;
     }
+    if constexpr (Rules::s_goesOn)
+        return ReadListItems(s_anyNumber,
+                             [&](ssize_t)
+                             {
+                                 m_cursor.Show();
+                                 ReadVariable(elementType, fns.Append(list));
+                             });
     if (!PassListStart())
         return;
     if (const ReflectedClass* const rc = elementType.GetReflectedClass())
@@ -194,22 +222,29 @@ void BasicDataSourceReader<Rules>::ReadForeignMap(const ForeignType& type, void*
     const ReflectionByteCode keyType = type.GetPartType(0);
     m_cursor.Show();
     fns.Clear(map);
-    if (!PassListStart())
-        return;
-    do
+    const bool hasPayload = type.m_numParts == 2;
+    const auto readEntry = [&]
     {
         m_cursor.Show();
         TemporaryVariable key(keyType);
         const char* const keyPlace = m_cursor.GetText().m_p1;
         ReadVariable(keyType, key.Get());
         const SubString writtenKey(keyPlace, m_cursor.GetText().m_p1);
-        if (type.m_numParts == 2)
+        if (hasPayload)
             m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
         m_cursor.Show();
         void* const payload = fns.Insert(map, key.Get());
-        if (type.m_numParts == 2)
+        if (hasPayload)
             m_rules.AtKey(writtenKey, [&] { ReadVariable(type.GetPartType(1), payload); });
-    } while (!PassEndOrComma(m_cursor));
+    };
+    if constexpr (Rules::s_goesOn)
+        return ReadListItems(
+            s_anyNumber, [&](ssize_t) { readEntry(); }, hasPayload);
+    if (!PassListStart())
+        return;
+    do
+        readEntry();
+    while (!PassEndOrComma(m_cursor));
 }
 
 template <class Rules>
@@ -238,5 +273,6 @@ void BasicDataSourceReader<Rules>::ReadForeignChoice(const ForeignType& type, vo
 template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
 template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
 template void BasicDataSourceReader<GoingOnRules>::ReadForeign(const ForeignType&, void*);
+template void BasicDataSourceReader<ProgramGoingOnRules>::ReadForeign(const ForeignType&, void*);
 
 } // namespace kelm

@@ -1,6 +1,7 @@
 #include <klKelmScript/private/ReadingErrors.h>
 
 #include <klKelmScript/private/DataSourceReader.h>
+#include <klObject/objects/Collector.h>
 #include <klUtils/text/private/Scan.h>
 
 #include <algorithm>
@@ -118,6 +119,8 @@ void ReadingErrors::Add(std::string message, const char* place, std::optional<Ke
 // What is wrong: the name that the error is about, or what stands at its place.
 SubString ReadingErrors::TokenAt(const char* place) const
 {
+    if (m_about == place)
+        return NameAt(place);
     if (m_about != nullptr)
     {
         Tokens tokens(m_text, m_about);
@@ -135,6 +138,23 @@ SubString ReadingErrors::TokenAt(const char* place) const
     if (text::Scan(place, m_text.m_p2, place == m_text.m_p1 || place[-1] == '\n', token))
         return token.GetText();
     return {place, text::SkipWrong(place, m_text.m_p2)};
+}
+
+// The token there; a qualified name is one.
+SubString ReadingErrors::NameAt(const char* place) const
+{
+    Tokens tokens(m_text, place);
+    const text::Lexeme first = tokens.Next();
+    SubString name = first.GetText();
+    for (bool isName = first.m_kind == TOKEN_IDENTIFIER; isName;)
+    {
+        const EToken separator = tokens.Next().m_kind;
+        const text::Lexeme next = tokens.Next();
+        isName = (separator == TOKEN_DOT || separator == TOKEN_COLON_COLON) && next.m_kind == TOKEN_IDENTIFIER;
+        if (isName)
+            name.m_p2 = next.m_past;
+    }
+    return name;
 }
 
 // --- Where reading goes on -------------------------------------------------------------------------------------------
@@ -322,19 +342,21 @@ bool ReadingErrors::IsEntry(const char* item) const
 
 // --- Reading ---------------------------------------------------------------------------------------------------------
 
-std::vector<ReadingError> ReadAllErrors(SubString text, std::size_t most, ptr<IObject>& object, SubString& rest)
+namespace
+{
+
+// What read(parser, errors) comes to.
+template <class Read>
+std::vector<ReadingError> ErrorsOf(SubString text, std::size_t most, const Read& read)
 {
     ReadingErrors errors(text, most);
     ExpressionParser parser;
-    object = nullptr;
-    rest = {text.m_p2, text.m_p2};
     try
     {
         try
         {
             parser.Init(text);
-            object = ReadGoingOn(parser, errors);
-            rest.m_p1 = parser.m_token.m_str.m_p1;
+            read(parser, errors);
         }
         catch (const LexScannerException& e)
         {
@@ -350,6 +372,32 @@ std::vector<ReadingError> ReadAllErrors(SubString text, std::size_t most, ptr<IO
         // what was found is all that will be
     }
     return errors.Take();
+}
+
+} // namespace
+
+std::vector<ReadingError> ReadAllErrors(SubString text, std::size_t most, ptr<IObject>& object, SubString& rest)
+{
+    object = nullptr;
+    rest = {text.m_p2, text.m_p2};
+    return ErrorsOf(text, most,
+                    [&](ExpressionParser& parser, ReadingErrors& errors)
+                    {
+                        object = ReadGoingOn(parser, errors);
+                        rest.m_p1 = parser.m_token.m_str.m_p1;
+                    });
+}
+
+std::vector<ReadingError> ReadAllErrorsByRules(SubString text, std::size_t most, const ReadingRules& rules,
+                                               const ReflectionByteCode& type, void* data)
+{
+    return ErrorsOf(text, most,
+                    [&](ExpressionParser& parser, ReadingErrors& errors)
+                    {
+                        const GcRoot object(ReadGoingOnByRules(parser, errors, rules, type, data));
+                        if (errors.IsEmpty() && parser.GetTokenType() != TOKEN_END)
+                            parser.ThrowExpectedException("end of text");
+                    });
 }
 
 } // namespace kelm

@@ -8,7 +8,9 @@
 // stand in them, for longest.
 
 #include <klKelmScript/api.h>
+#include <klKelmScript/private/ReadingRules.h>
 #include <klObject/objects/IObject.h>
+#include <klObject/types/ReflectionByteCode.h>
 #include <klUtils/BasicSubString.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>
@@ -40,12 +42,20 @@ struct ReadingError
 KLKELMSCRIPT_API std::vector<ReadingError> ReadAllErrors(SubString text, std::size_t most, ptr<IObject>& object,
                                                          SubString& rest);
 
+// A value by the front door's rules (RuledReading.h), into a constructed variable, or where that is null a data source;
+// behind which nothing may stand.
+KLKELMSCRIPT_API std::vector<ReadingError> ReadAllErrorsByRules(SubString text, std::size_t most,
+                                                                const ReadingRules& rules,
+                                                                const ReflectionByteCode& type, void* data);
+
 // --- The inside, for the reader
 
 class ReadingErrors;
 
 // As ParseDataSource(parser) with the errors in `errors`.
 ptr<IObject> ReadGoingOn(ExpressionParser& parser, ReadingErrors& errors);
+ptr<IObject> ReadGoingOnByRules(ExpressionParser& parser, ReadingErrors& errors, const ReadingRules& rules,
+                                const ReflectionByteCode& type, void* data);
 
 class ReadingErrors
 {
@@ -64,6 +74,7 @@ public:
     // The name that the error to be thrown next is about.
     void SetAbout(const char* name) { m_about = name; }
 
+    bool IsEmpty() const { return m_errors.empty(); }
     std::vector<ReadingError> Take() { return std::move(m_errors); }
 
     // Brackets that are being read.
@@ -111,6 +122,7 @@ private:
 
     void Add(std::string message, const char* place, std::optional<KelmAssertionError> assertion);
     SubString TokenAt(const char* place) const;
+    SubString NameAt(const char* place) const;
     const char* FindMisfit(Brackets brackets, const char* from) const;
     bool MayBeBehind(const char* from) const;
     bool IsEntry(const char* item) const;

@@ -59,17 +59,6 @@ struct ExactRules
     }
 };
 
-class ReadingErrors;
-
-// The same, going on behind errors, which are noted (ReadingErrors.h).
-struct GoingOnRules : ExactRules
-{
-    static constexpr bool s_goesOn = true;
-
-    ReadingErrors* m_errors;
-    bool m_isBehind = false; // brackets have just ended without their closing one
-};
-
 // Those of RuledReading.h.
 struct ProgramRules
 {
@@ -155,5 +144,19 @@ private:
         }
     }
 };
+
+class ReadingErrors;
+
+// Either of them, going on behind errors, which are noted (ReadingErrors.h).
+template <class Rules>
+struct GoingOn : Rules
+{
+    static constexpr bool s_goesOn = true;
+
+    ReadingErrors* m_errors = nullptr;
+    bool m_isBehind = false; // brackets have just ended without their closing one
+};
+using GoingOnRules = GoingOn<ExactRules>;
+using ProgramGoingOnRules = GoingOn<ProgramRules>;
 
 } // namespace kelm

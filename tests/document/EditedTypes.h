@@ -50,10 +50,17 @@ struct Crate
     kelm::ptr<kelm::IObject> on;
 };
 
+struct Hold
+{
+    kelm::xvector<kelm::int32> grow;
+    kelm::int32 depth = 0;
+};
+
 struct Ship
 {
     Ship()
     {
+        hold.grow.push_back(6);
         filled.push_back(7);
         filled.push_back(8);
         stock["rope"] = 3;
@@ -82,6 +89,12 @@ struct Ship
     std::set<std::string> set;
     std::optional<Point> maybe;
     std::array<int, 2> pair = {};
+    kelm::xmap<kelm::xstring, kelm::xvector<kelm::int32>> groups;
+    kelm::xmap<kelm::xstring, Crate> teams;
+    kelm::xmap<Point, Point> lots;
+    std::optional<std::vector<int>> maybeList;
+    std::optional<kelm::xvector<kelm::int32>> maybeTags;
+    Hold hold;
     double area = 0;
 };
 
@@ -91,7 +104,7 @@ inline void Register()
     {
         static constexpr kelm::dsTargetRelease0 s_releases[] = {{"first", {2021, 1, 1}}};
         static constexpr kelm::dsTarget s_target = {"Tests/Yard", 0, nullptr, 1, s_releases};
-        kelm::RegisterTypes<Berth, Point, Extent, Crate, Ship>(kelm::RegisterTarget(s_target));
+        kelm::RegisterTypes<Berth, Point, Extent, Crate, Hold, Ship>(kelm::RegisterTarget(s_target));
         return true;
     }();
     static_cast<void>(s_isDone);
@@ -104,8 +117,10 @@ KELM_CLASS(yard::Point, KELM_MODEL(x), KELM_MODEL(y))
 KELM_VARIANT(yard::Extent, "radius", "yard::Point", "label")
 KELM_CLASS(yard::Crate, kelm::Persistable(), KELM_MODEL(label), KELM_MODEL(weight), KELM_MODEL(place),
            KELM_MODEL(seals), KELM_MODEL(on))
+KELM_CLASS(yard::Hold, KELM_MODEL(grow), KELM_MODEL(depth))
 KELM_CLASS(yard::Ship, KELM_MODEL(title), KELM_MODEL(origin), KELM_MODEL(berth), KELM_MODEL(isOpen), KELM_MODEL(scores),
            KELM_MODEL(corners), KELM_MODEL(tags), KELM_MODEL(filled), KELM_MODEL(crates), KELM_MODEL(rows),
            KELM_MODEL(samples), KELM_MODEL(counts), KELM_MODEL(stock), KELM_MODEL(marks), KELM_MODEL(extent),
            KELM_MODEL(first), KELM_MODEL(note), KELM_MODEL(list), KELM_MODEL(map), KELM_MODEL(set), KELM_MODEL(maybe),
-           KELM_MODEL(pair), KELM_FIELD(area))
+           KELM_MODEL(pair), KELM_MODEL(groups), KELM_MODEL(teams), KELM_MODEL(lots), KELM_MODEL(maybeList),
+           KELM_MODEL(maybeTags), KELM_MODEL(hold), KELM_FIELD(area))

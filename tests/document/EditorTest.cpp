@@ -131,6 +131,19 @@ TEST(Editor, SetsWhatIsWritten)
         {"yard::Ship { filled = [9] filled = [10] }", ".filled[3]", "1", "yard::Ship { filled = [9] filled = [1] }"},
         // A persistent reference is removed.
         {"yard::Ship { note = yard::Crate title = \"a\" }", ".note", "null", "yard::Ship { title = \"a\" }"},
+        // What stands side by side stays apart.
+        {"yard::Ship { extent=label\"x\"title=\"a\" }", ".extent", "radius 5",
+         "yard::Ship { extent=radius 5 title=\"a\" }"},
+        {"yard::Ship { maybe={}title=\"a\" }", ".maybe", "null", "yard::Ship { maybe=null title=\"a\" }"},
+        {"yard::Ship { extent=yard::Point{x=1}title=\"a\" }", ".extent.Point.x", "2",
+         "yard::Ship { extent=yard::Point{x=2}title=\"a\" }"},
+        {"yard::Ship { samples = [(1, 2), {x = 3}] }", ".samples[[1]].x", "4",
+         "yard::Ship { samples = [(1, 2), {x = 4}] }"},
+        // Under keys.
+        {"yard::Ship { groups = [\"a\" -> [1, 2]] }", ".groups[\"a\"][1]", "3",
+         "yard::Ship { groups = [\"a\" -> [1, 3]] }"},
+        {"yard::Ship { hold = { grow = [1] } }", ".hold.grow[1]", "2", "yard::Ship { hold = { grow = [2] } }"},
+        {"yard::Ship {}", ".hold", "{ depth = 1 }", "yard::Ship { hold = { depth = 1 } }"},
     };
     ExpectRows(Verb::Set, rows);
 }
@@ -172,6 +185,15 @@ TEST(Editor, PutsWhatIsNotWrittenWhereTheDeclarationHasIt)
         {"yard::Ship {}", ".map[\"x\"]", "2", "yard::Ship { map = [\"made\"->1,\"x\"->2] }"},
         {"yard::Ship {}", ".extent.radius", "2", "yard::Ship { extent = radius 2.0 }"},
         {"yard::Ship {}", ".extent.label", "\"x\"", "yard::Ship { extent = label \"x\" }"},
+        // A key that says all, where it would have something from the one before it.
+        {"yard::Ship { marks = [{x=1} -> \"a\"] }", ".marks[{y=2}]", "\"b\"",
+         "yard::Ship { marks = [{x=1} -> \"a\", Point{x=0.0 y=2.0} -> \"b\"] }"},
+        {"yard::Ship { lots = [{x=1} -> {x=1}] }", ".lots[{y=2}]", "{y=3}",
+         "yard::Ship { lots = [{x=1} -> {x=1}, Point{x=0.0 y=2.0} -> {y=3}] }"},
+        {"yard::Ship { lots = [{x=1} -> {x=1}] }", ".lots[{y=2}].y", "3",
+         "yard::Ship { lots = [{x=1} -> {x=1}, Point{x=0.0 y=2.0} -> { y = 3 }] }"},
+        {"yard::Ship { lots = [{x=1} -> {x=1}] }", ".lots[{x=2}].y", "3",
+         "yard::Ship { lots = [{x=1} -> {x=1}, {x=2} -> { y = 3 }] }"},
     };
     ExpectRows(Verb::Set, rows);
 }
@@ -204,6 +226,8 @@ TEST(Editor, RefusesWithOneErrorAndNothingChanged)
         {"yard::Ship {}", ".extent.Point.x", "1", "error: the variant holds radius here"},
         {"yard::Ship {}", ".extent.Circle", "1", "error: Unknown alternative 'Circle' of a variant"},
         {"null", ".title", "\"b\"", "error: the data source is null, which has no members"},
+        {"yard::Ship {}", ".hold", "{ grow = [1] }",
+         "error: no text can say this here: reading would give another value"},
     };
     ExpectRows(Verb::Set, rows);
 }
@@ -228,7 +252,24 @@ TEST(Editor, AddsWhatReadingTheValueIntoItWould)
          "yard::Ship { crates = [{ weight = 2 seals = [1, 2] }] }"},
         {"yard::Ship { scores = [1, 2, 3] }", ".scores", "[1]", "error: Expected , when read ]"},
         {"yard::Ship { marks = [] }", ".marks", "[{x=1} -> \"a\", {y=2} -> \"b\"]",
-         "error: no text can say this here: reading would give another value"},
+         "yard::Ship { marks = [{x=1} -> \"a\", {y=2} -> \"b\"] }"},
+        {"yard::Ship { marks = [{y=5} -> \"o\", {x=1} -> \"c\"] }", ".marks", "[(1, 5) -> \"a\", {y=2} -> \"b\"]",
+         "yard::Ship { marks = [{y=5} -> \"o\", {x=1} -> \"a\", {y=2} -> \"b\"] }"},
+        {"yard::Ship { marks = [{y=5} -> \"o\"] }", ".marks", "[{x=1} -> \"a\", {y=2} -> \"b\"]",
+         "yard::Ship { marks = [{y=5} -> \"o\", Point{x=1.0 y=0.0} -> \"a\", {y=2} -> \"b\"] }"},
+        {"yard::Ship { groups = [\"a\" -> [1]] }", ".groups", "[\"b\" -> [2], \"a\" -> [3]]",
+         "yard::Ship { groups = [\"a\" -> [1, 3], \"b\" -> [2]] }"},
+        {"yard::Ship { groups = [\"a\" -> [1]] }", ".groups[\"a\"]", "[3]",
+         "yard::Ship { groups = [\"a\" -> [1, 3]] }"},
+        {"yard::Ship { groups = [\"a\" -> [1]] }", ".groups[\"b\"]", "[]",
+         "yard::Ship { groups = [\"a\" -> [1], \"b\" -> []] }"},
+        {"yard::Ship { teams = [\"a\" -> { weight = 2 }] }", ".teams",
+         "[\"b\" -> {}, \"a\" -> { label = 'x' seals = [1] }]",
+         "yard::Ship { teams = [\"a\" -> { label = 'x' weight = 2 seals = [1] }, \"b\" -> {}] }"},
+        {"yard::Ship {}", ".hold", "{ grow = [1] }", "yard::Ship { hold = { grow = [1] } }"},
+        {"yard::Ship {}", ".scores", "[1, 2, 3]", "yard::Ship { scores = [1, 2, 3] }"},
+        {"yard::Ship { isOpen = true }", ".", "1", "error: a name is expected behind the dot"},
+        {"yard::Ship { crates = [{ weight = 1 }] }", ".crates[0]", "{ weight = 1 label = '' }", "="},
     };
     ExpectRows(Verb::Add, rows);
 }
@@ -295,6 +336,15 @@ TEST(Editor, RemovesEveryMentionWithItsComments)
         {"yard::Ship {}", "", "", "error: only members, elements and keys can be removed"},
         {"yard::Ship { extent = radius 5 }", ".extent.radius", "",
          "error: only members, elements and keys can be removed"},
+        {"yard::Ship { isOpen=true/*o*/origin=(1,2)title=\"a\" }", ".origin", "",
+         "yard::Ship { isOpen=true/*o*/title=\"a\" }"},
+        {"yard::Ship { groups = [\"a\" -> [1, 2], \"a\" -> [3]] }", ".groups[\"a\"][1]", "",
+         "yard::Ship { groups = [\"a\" -> [1], \"a\" -> [3]] }"},
+        {"yard::Ship { groups = [\"a\" -> [1, 2], \"a\" -> [3]] }", ".groups[\"a\"][2]", "",
+         "yard::Ship { groups = [\"a\" -> [1, 2], \"a\" -> []] }"},
+        {"yard::Ship { maybeTags = [1, 2] }", ".maybeTags[0]", "", "yard::Ship { maybeTags = [2] }"},
+        {"yard::Ship { hold = { grow = [1] } }", ".hold.grow[0]", "", s_made},
+        {"yard::Ship { hold = { grow = [1] } }", ".hold.grow[1]", "", "yard::Ship { hold = { grow = [] } }"},
     };
     ExpectRows(Verb::Remove, rows);
 }
@@ -331,6 +381,26 @@ TEST(Editor, InsertsElementsAndKeys)
         {"yard::Ship { counts = [\"a\" -> 1] }", ".counts[\"a\"]", "2", "error: the key is there already"},
         {"yard::Ship { counts = [\"a\" -> 1] }", ".counts", "2", "error: name the key: [key]"},
         {"yard::Ship {}", ".title", "\"a\"", "error: only lists, sets and maps can be added to"},
+        // Lists under keys, which may be new with their first element, and behind optionals.
+        {"yard::Ship { groups = [\"a\" -> [1]] }", ".groups[\"a\"]", "2", "yard::Ship { groups = [\"a\" -> [1, 2]] }"},
+        {"yard::Ship { groups = [\"a\" -> [1]] }", ".groups[\"a\"][0]", "2",
+         "yard::Ship { groups = [\"a\" -> [2, 1]] }"},
+        {"yard::Ship { groups = [\"a\" -> [1]] }", ".groups[\"a\"]", "[2]", "error: Expected int32 when read ["},
+        {"yard::Ship { groups = [\"a\" -> [1]] }", ".groups[\"b\"]", "2",
+         "yard::Ship { groups = [\"a\" -> [1], \"b\" -> [2]] }"},
+        {"yard::Ship {}", ".groups[\"b\"]", "[2, 3]", "yard::Ship { groups = [\"b\" -> [2, 3]] }"},
+        {"yard::Ship {}", ".groups[\"b\"][0]", "2", "yard::Ship { groups = [\"b\" -> [2]] }"},
+        {"yard::Ship {}", ".groups[\"b\"]", "x", "error: Expected [ when read x"},
+        {"yard::Ship {}", ".teams[\"b\"].seals", "2", "yard::Ship { teams = [\"b\" -> { seals = [2] }] }"},
+        {"yard::Ship {}", ".teams[\"b\"].place.x", "2", "error: only lists, sets and maps can be added to"},
+        {"yard::Ship {}", ".maybeList", "2", "yard::Ship { maybeList = [2] }"},
+        {"yard::Ship { maybeList = null }", ".maybeList", "2", "yard::Ship { maybeList = [2] }"},
+        {"yard::Ship { maybeList = [1] }", ".maybeList", "2", "yard::Ship { maybeList = [1, 2] }"},
+        {"yard::Ship { maybeList = [1] }", ".maybeList[0]", "2", "yard::Ship { maybeList = [2, 1] }"},
+        {"yard::Ship { maybeTags = [1] }", ".maybeTags", "2", "yard::Ship { maybeTags = [1, 2] }"},
+        {"yard::Ship { maybe = (1, 2) }", ".maybe", "2", "error: only lists, sets and maps can be added to"},
+        {"yard::Ship { hold = { grow = [1] } }", ".hold.grow", "2", "yard::Ship { hold = { grow = [1, 2] } }"},
+        {"yard::Ship { hold = { grow = [1] } }", ".hold.grow[0]", "2", s_made},
     };
     ExpectRows(Verb::Insert, rows);
 }

@@ -124,6 +124,10 @@ TEST_F(Edits, AreAllMadeOrNone)
         {{"add", "-i", "FILE", ".tags", "5"}, "<value>:1:1: error: Expected string when read 5\n5\n^\n"},
         {{"add", "-i", "FILE", ".counts[\"one\"]", "5"},
          "<path>:1:9: error: the key is there already\n.counts[\"one\"]\n        ^\n"},
+        {{"set", "-i", "FILE", ".counts[\"one\"]", "x"}, "<value>:1:1: error: Expected int32 when read x\nx\n^\n"},
+        {{"set", "-i", "FILE", ".counts[\"one\"].x", "1"},
+         "<path>:1:16: error: there are no members here\n.counts[\"one\"].x\n               ^\n"},
+        {{"mv", "-i", "FILE", ".tags", ".colour"}, "<path>:1:2: error: Expected identifier when read [\n.colour\n ^\n"},
         {{"mv", "-i", "FILE", ".tags[0]", ".tags[2]"},
          "<path>:1:7: error: the list has 2 elements\n.tags[2]\n      ^\n"},
     };

@@ -34,11 +34,16 @@ struct EditTexts
     std::string m_value;
 };
 
+bool IsAbout(const Error& error, const std::string& text)
+{
+    return error.GetColumn() > 0 && error.GetExcerpt().starts_with(text + "\n");
+}
+
 // At its place, where that is in what the command line says.
 void ReportEdit(const Error& error, const EditTexts& edit)
 {
     for (const std::string& text : {edit.m_path, edit.m_value})
-        if (error.GetColumn() > 0 && error.GetExcerpt().starts_with(text + "\n"))
+        if (IsAbout(error, text))
         {
             const std::size_t offset = std::min(static_cast<std::size_t>(error.GetColumn()) - 1, text.size());
             Failure failure{"path", error.GetMessage(), offset, {}};
@@ -72,17 +77,30 @@ std::optional<std::vector<EditTexts>> PairsOf(const Options& options)
 
 using Change = std::function<Result<bool>(DocumentEditor&, const EditTexts&)>;
 
-// Says why an edit was refused: what the field's own reader says, where that refuses the value too.
+// Whether a path has nothing but what paths to fields have: documents know more.
+bool IsFieldPath(const std::string& path)
+{
+    for (std::size_t at = path.find('['); at != std::string::npos; at = path.find('[', at + 1))
+        if (path.find_first_not_of("[0123456789 ", at) != path.find(']', at))
+            return false;
+    return true;
+}
+
+// Says why an edit was refused. What paths and values to fields are refused for is said as it is everywhere else.
 void Explain(const Document& document, const Error& error, const EditTexts& edit, const Options& options)
 {
-    GcRoot object;
-    const std::string_view text = WithoutByteOrderMark(document.GetText());
-    ExpressionParser parser;
-    parser.Init({text.data(), text.data() + text.size()});
-    object = ParseDataSource(parser); // as the editor has done already
-    const bool isSet = options.m_run == RunSet;
-    if (!isSet || SetField(object.get(), edit.m_path, edit.m_value, options.m_replace))
-        ReportEdit(error, edit);
+    if (options.m_run == RunSet && IsFieldPath(edit.m_path) &&
+        (IsAbout(error, edit.m_path) || IsAbout(error, edit.m_value)))
+    {
+        GcRoot object;
+        const std::string_view text = WithoutByteOrderMark(document.GetText());
+        ExpressionParser parser;
+        parser.Init({text.data(), text.data() + text.size()});
+        object = ParseDataSource(parser); // as the editor has done already
+        if (!SetField(object.get(), edit.m_path, edit.m_value, options.m_replace))
+            return;
+    }
+    ReportEdit(error, edit);
 }
 
 // Makes all of the edits, or none.
