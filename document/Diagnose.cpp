@@ -1,5 +1,6 @@
 #include <kelmDocument/Diagnose.h>
 
+#include <kelmDocument/private/Repeats.h>
 #include <kelmDocument/private/ScanPartHere.h>
 #include <kelmDocument/private/Subject.h>
 
@@ -8,7 +9,6 @@
 #include <klKelmScript/private/ReadingErrors.h>
 
 #include <algorithm>
-#include <unordered_map>
 #include <utility>
 
 namespace kelm
@@ -29,7 +29,7 @@ public:
     {
         FindErrors();
         if (m_policy.IsExact()) // where else they are errors
-            FindRepeatedMembers();
+            FindRepeats();
         FindNoCharacters();
         std::stable_sort(m_found.begin(), m_found.end(),
                          [](const Diagnostic& a, const Diagnostic& b) { return a.m_place < b.m_place; });
@@ -102,29 +102,13 @@ private:
         return last;
     }
 
-    void FindRepeatedMembers()
+    void FindRepeats()
     {
-        using Places = std::unordered_map<std::string_view, std::size_t>;
-        std::vector<Places> open; // of members, in each of the open brackets
-        Span name;
-        for (std::size_t at = 0; at < m_text.size() && !IsFull();)
+        for (const auto& [name, former] : FindRepeatedMembers(m_text, m_most - m_found.size()).m_members)
         {
-            const Part part = ScanPart(m_text, at);
-            at = part.m_span.m_end;
-            if (part.IsPassed())
-                continue;
-            if (IsOpeningBracket(part.m_token))
-                open.emplace_back();
-            else if (IsClosingBracket(part.m_token) && !open.empty())
-                open.pop_back();
-            else if (part.Is(TOKEN_EQUAL) && !name.IsEmpty() && !open.empty())
-            {
-                const std::string_view member = name.In(m_text);
-                if (const auto [former, isNew] = open.back().emplace(member, name.m_begin); !isNew)
-                    Warn("member '" + std::string(member) + "' is written twice", name, "it is written here already",
-                         former->second);
-            }
-            name = part.Is(TOKEN_IDENTIFIER) ? part.m_span : Span();
+            const std::size_t begin = OffsetOf(name.data());
+            Warn("member '" + std::string(name) + "' is written twice", {begin, begin + name.size()},
+                 "it is written here already", OffsetOf(former.data()));
         }
     }
 

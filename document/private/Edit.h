@@ -85,12 +85,6 @@ private:
 // From its first token to its last.
 std::string_view WithoutMargins(std::string_view text);
 
-// The part that begins there; brackets are one.
-Part PartAt(const Document& document, std::size_t at);
-
-// What stands in brackets, in order.
-std::vector<Item> ItemsOf(const Document& document, const Part& brackets);
-
 inline constexpr char s_isMade[] = "it is not written: creation made it, and a text cannot change that";
 
 } // namespace kelm::editing

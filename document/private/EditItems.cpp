@@ -103,10 +103,7 @@ bool Edit::NameIfPositional(const Spot& outer, const Mention& mention)
 {
     if (mention.m_brackets.m_token != TOKEN_LEFT_PAREN || outer.GetVariableKind() != VK_CLASS)
         return false;
-    std::vector<std::string_view> names;
-    for (const MemberField& member : MembersOf(*outer.GetClass()))
-        names.push_back(member.m_name);
-    m_layout.NameItems(mention.m_brackets, names);
+    m_layout.NameItems(mention.m_brackets, NamesOf(MembersOf(*outer.GetClass())));
     return true;
 }
 

@@ -56,23 +56,6 @@ std::string_view WithoutMargins(std::string_view text)
     return begin < end ? text.substr(begin, end - begin) : std::string_view();
 }
 
-Part PartAt(const Document& document, std::size_t at)
-{
-    PartWalk walk(document, {at, document.GetText().size()});
-    Part part{};
-    walk.Next(part);
-    return part;
-}
-
-std::vector<Item> ItemsOf(const Document& document, const Part& brackets)
-{
-    std::vector<Item> items;
-    ItemWalk walk(document, brackets);
-    for (Item item; walk.Next(item);)
-        items.push_back(item);
-    return items;
-}
-
 Edit::Edit(const Document& document, const Reading& reading)
     : m_document(document), m_layout(m_document), m_reading(reading)
 {
@@ -298,9 +281,7 @@ void Edit::WriteOut(std::string_view path, const Spots& spots, std::size_t i)
 
 void Edit::PutMember(const Spot& outer, const std::string& name, const std::string& text)
 {
-    std::vector<std::string_view> names;
-    for (const MemberField& member : MembersOf(*outer.GetClass()))
-        names.push_back(member.m_name);
+    const std::vector<std::string_view> names = NamesOf(MembersOf(*outer.GetClass()));
     m_layout.InsertMember(outer.m_mentions.back().m_value, names, {.m_name = name, .m_text = text});
 }
 

@@ -43,21 +43,38 @@ std::ptrdiff_t CountBreaks(std::string_view space)
 
 } // namespace
 
+Part PartAt(const Document& document, std::size_t at)
+{
+    PartWalk walk(document, {at, document.GetText().size()});
+    Part part{};
+    walk.Next(part);
+    return part;
+}
+
+std::vector<Item> ItemsOf(const Document& document, const Part& brackets)
+{
+    std::vector<Item> items;
+    ItemWalk walk(document, brackets);
+    for (Item item; walk.Next(item);)
+        items.push_back(item);
+    return items;
+}
+
+std::optional<Part> BracketsOf(const Document& document, Span value)
+{
+    PartWalk walk(document, value);
+    for (Part part{}; walk.NextToken(part);)
+        if (part.m_kind == PartKind::Brackets)
+            return part;
+    return std::nullopt;
+}
+
 // An item with its comments and its comma.
 struct Layout::Group
 {
     Span m_span;
     Span m_behind; // the comments behind it; empty for none
 };
-
-std::vector<Item> Layout::ItemsOf(const Part& brackets) const
-{
-    std::vector<Item> items;
-    ItemWalk walk(m_document, brackets);
-    for (Item item; walk.Next(item);)
-        items.push_back(item);
-    return items;
-}
 
 std::vector<Part> Layout::PartsOf(Span span) const
 {
@@ -207,7 +224,7 @@ void Layout::ReplaceValue(Span value, std::string_view text)
 
 void Layout::RemoveItem(const Part& brackets, std::size_t index)
 {
-    const std::vector<Item> items = ItemsOf(brackets);
+    const std::vector<Item> items = ItemsOf(m_document, brackets);
     const Group group = GroupOf(brackets, items, index);
     Replace(WithSpace(group.m_span), "");
     if (index > 0 && index + 1 == items.size() && !items[index - 1].m_separator.IsEmpty())
@@ -216,7 +233,7 @@ void Layout::RemoveItem(const Part& brackets, std::size_t index)
 
 NewItem Layout::GetItem(const Part& brackets, std::size_t index) const
 {
-    const std::vector<Item> items = ItemsOf(brackets);
+    const std::vector<Item> items = ItemsOf(m_document, brackets);
     const Item& item = items[index];
     const Group group = GroupOf(brackets, items, index);
     // A comment between it and its comma stays before the comma.
@@ -311,18 +328,15 @@ void Layout::InsertFirst(const Part& brackets, const NewItem& item)
 
 void Layout::InsertMember(Span value, std::span<const std::string_view> members, const NewItem& item)
 {
-    PartWalk walk(m_document, value);
-    Part brackets{};
-    while (walk.NextToken(brackets) && brackets.m_kind != PartKind::Brackets)
-        ;
-    if (brackets.m_kind != PartKind::Brackets)
+    const std::optional<Part> brackets = BracketsOf(m_document, value);
+    if (!brackets)
         return m_document.Edit({value.m_end, value.m_end}, " { " + item.m_name + " = " + item.m_text + " }");
     const auto indexOf = [&](std::string_view member)
     { return std::find(members.begin(), members.end(), member) - members.begin(); };
     const std::ptrdiff_t index = indexOf(item.m_name);
     std::ptrdiff_t former = -1;
     std::size_t place = 0;
-    const std::vector<Item> items = ItemsOf(brackets);
+    const std::vector<Item> items = ItemsOf(m_document, *brackets);
     for (std::size_t i = 0; i < items.size(); ++i)
     {
         const std::ptrdiff_t other = indexOf(items[i].m_name.In(GetText()));
@@ -332,12 +346,12 @@ void Layout::InsertMember(Span value, std::span<const std::string_view> members,
             place = i + 1;
         }
     }
-    InsertItem(brackets, place, item);
+    InsertItem(*brackets, place, item);
 }
 
 void Layout::InsertItem(const Part& brackets, std::size_t index, const NewItem& item)
 {
-    const std::vector<Item> items = ItemsOf(brackets);
+    const std::vector<Item> items = ItemsOf(m_document, brackets);
     if (items.empty())
         return InsertFirst(brackets, item);
     const bool hasMembers = brackets.m_token == TOKEN_LEFT_CURLY;
@@ -397,7 +411,7 @@ void Layout::InsertItem(const Part& brackets, std::size_t index, const NewItem& 
 
 void Layout::NameItems(const Part& brackets, std::span<const std::string_view> names)
 {
-    const std::vector<Item> items = ItemsOf(brackets);
+    const std::vector<Item> items = ItemsOf(m_document, brackets);
     if (brackets.m_isClosed)
         m_document.Edit({brackets.m_span.m_end - 1, brackets.m_span.m_end},
                         IsSpace(GetText()[brackets.m_span.m_end - 2]) ? "}" : " }");

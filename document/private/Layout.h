@@ -7,6 +7,7 @@
 #include <kelmDocument/Items.h>
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,6 +24,15 @@ struct NewItem
     std::string m_above = {};  // comments on lines of their own
     std::string m_behind = {}; // a comment on the same line
 };
+
+// The part that begins there; brackets are one.
+Part PartAt(const Document& document, std::size_t at);
+
+// What stands in brackets, in order.
+std::vector<Item> ItemsOf(const Document& document, const Part& brackets);
+
+// The brackets of a value: of a class its body, of a list or map all of it; none where it has none.
+std::optional<Part> BracketsOf(const Document& document, Span value);
 
 class Layout
 {
@@ -57,7 +67,6 @@ private:
     struct Group;
 
     std::string_view GetText() const { return m_document.GetText(); }
-    std::vector<Item> ItemsOf(const Part& brackets) const;
     Group GroupOf(const Part& brackets, const std::vector<Item>& items, std::size_t index) const;
     std::vector<Part> PartsOf(Span span) const;
     std::size_t LineStart(std::size_t at) const;

@@ -35,15 +35,6 @@ void Refuse(std::string_view path, std::size_t step, const std::string& message)
     throw ErrorAt(ErrorKind::Range, message, {"<path>", path}, step, size);
 }
 
-std::optional<Part> BracketsOf(const Document& document, Span value)
-{
-    PartWalk walk(document, value);
-    for (Part part{}; walk.NextToken(part);)
-        if (part.m_kind == PartKind::Brackets)
-            return part;
-    return std::nullopt;
-}
-
 // Behind the qualified name with which a value begins.
 Span BehindName(const Document& document, Span value)
 {

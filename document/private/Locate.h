@@ -4,11 +4,11 @@
 // of the text that have a part in its value.
 
 #include <kelmDocument/Document.h>
+#include <kelmDocument/private/Layout.h>
 #include <kelmDocument/private/Spot.h>
 #include <kelmDocument/private/Subject.h>
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,9 +25,6 @@ enum class Purpose : uint8
 
 // The chain to what a path names. Throws kelm::Error about the path.
 std::vector<Spot> Locate(const Document& document, const Subject& subject, std::string_view path, Purpose purpose);
-
-// The brackets of a value: of a class its body, of a list or map all of it; none where it has none.
-std::optional<Part> BracketsOf(const Document& document, Span value);
 
 // All of a data source, from its name to the end of its body, behind which something may stand where that is not read.
 Span FindDataSource(const Document& document, bool isRestIgnored);

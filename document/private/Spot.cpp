@@ -4,6 +4,8 @@
 #include <klObject/types/ForeignType.h>
 #include <klUtils/VectorOfByte.h>
 
+#include <algorithm>
+
 namespace kelm::editing
 {
 
@@ -131,6 +133,14 @@ std::vector<MemberField> MembersOf(const ReflectedClass& rc)
         members.push_back(
             {rc.m_fields[i].m_name, {rc.m_fields[i].m_bc, rc.m_stringTable, nullptr}, rc.m_fields[i].m_offset});
     return members;
+}
+
+std::vector<std::string_view> NamesOf(const std::vector<MemberField>& members)
+{
+    std::vector<std::string_view> names(members.size());
+    std::transform(members.begin(), members.end(), names.begin(),
+                   [](const MemberField& member) { return member.m_name; });
+    return names;
 }
 
 } // namespace kelm::editing

@@ -81,6 +81,7 @@ struct MemberField
 
 // All, in declaration order.
 std::vector<MemberField> MembersOf(const ReflectedClass& rc);
+std::vector<std::string_view> NamesOf(const std::vector<MemberField>& members);
 
 // Without typedefs and qualifiers.
 ReflectionByteCode Underlying(ReflectionByteCode type);

@@ -1,6 +1,5 @@
 #include <kelmDocument/private/Updater.h>
 
-#include <kelmDocument/private/Edit.h>
 #include <kelmDocument/private/Locate.h>
 #include <kelmDocument/private/Matching.h>
 
@@ -160,9 +159,7 @@ void Updater::UpdateObject(Span value, const ptr<IObject>& before, const ptr<IOb
 void Updater::UpdateBody(Span value, const ReflectedClass& rc, char* before, char* after)
 {
     const std::vector<MemberField> members = MembersOf(rc);
-    std::vector<std::string_view> names;
-    for (const MemberField& member : members)
-        names.push_back(member.m_name);
+    const std::vector<std::string_view> names = NamesOf(members);
     // A persistent reference that becomes none is left out, since no text says that.
     const auto isLeftOut = [&](const MemberField& member)
     {
@@ -229,12 +226,8 @@ void Updater::UpdateList(Span value, const Spot& before, const Spot& after)
     const Pieces to = PiecesOf(after.m_type, after.m_data);
     const Part brackets = Brackets(value);
     const std::vector<Item> items = ItemsOf(m_document, brackets);
-    std::vector<std::string_view> a;
-    std::vector<std::string_view> b;
-    for (std::size_t i = 0; i < from.m_items.size(); ++i)
-        a.push_back(from.Element(i));
-    for (std::size_t i = 0; i < to.m_items.size(); ++i)
-        b.push_back(to.Element(i));
+    const std::vector<std::string_view> a = from.Elements();
+    const std::vector<std::string_view> b = to.Elements();
     ElementMembers membersOfA(a);
     ElementMembers membersOfB(b);
     const std::vector<MatchStep> steps =

@@ -38,6 +38,13 @@ private:
         std::vector<Item> m_items;
 
         std::string_view Element(std::size_t i) const { return m_items[i].m_value.In(m_text); }
+        std::vector<std::string_view> Elements() const
+        {
+            std::vector<std::string_view> elements(m_items.size());
+            for (std::size_t i = 0; i < elements.size(); ++i)
+                elements[i] = Element(i);
+            return elements;
+        }
         std::string_view Key(std::size_t i) const { return m_items[i].m_key.In(m_text); }
     };
 

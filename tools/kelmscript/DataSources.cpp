@@ -7,9 +7,9 @@
 #include "JsonVariable.h"
 #include "Output.h"
 #include "Progress.h"
-#include "Repeats.h"
 
 #include <kelm/private/TypeText.h>
+#include <kelmDocument/private/Repeats.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
 #include <klObject/values/ReflectedVariable.h>
@@ -215,6 +215,29 @@ bool TryWrite(const std::function<void()>& write)
     return false;
 }
 
+namespace
+{
+
+// Warns of each member that is written twice in one body: the reader's rules let the second follow the first, which is
+// seldom meant.
+void WarnOfRepeats(const SourceText& source, std::string_view text)
+{
+    constexpr std::size_t mostShown = 10;
+    const RepeatedMembers repeats = FindRepeatedMembers(text, mostShown);
+    const auto offsetOf = [&](std::string_view member)
+    { return static_cast<std::size_t>(member.data() - source.m_text.data()); };
+    for (const auto& [name, former] : repeats.m_members)
+    {
+        Report(SEV_WARNING, source, offsetOf(name), "member '" + std::string(name) + "' is written twice");
+        Report(SEV_NOTE, source, offsetOf(former), "it is written here already");
+    }
+    if (repeats.m_numMore > 0)
+        ReportNote(std::string(source.m_name) + ": " + std::to_string(repeats.m_numMore) +
+                   " more members are written twice");
+}
+
+} // namespace
+
 std::optional<Failure> TryLoadDataSource(const SourceText& source, ETrailingText trailing, GcRoot& object)
 {
     const Progress progress("reading " + std::string(source.m_name));
@@ -230,7 +253,7 @@ std::optional<Failure> TryLoadDataSource(const SourceText& source, ETrailingText
     if (failure)
         return failure;
     const auto end = static_cast<std::size_t>(parser.m_token.m_str.m_p1 - source.View().m_p1);
-    WarnOfRepeats(source, end);
+    WarnOfRepeats(source, source.m_text.substr(0, end));
     if (parser.m_token.m_type != TOKEN_END)
         Report(SEV_WARNING, source, end, "the text after the data source is not read");
     return std::nullopt;

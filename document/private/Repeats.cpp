@@ -1,6 +1,4 @@
-#include "Repeats.h"
-
-#include "Diagnostics.h"
+#include <kelmDocument/private/Repeats.h>
 
 #include <klUtils/text/QualifiedName.h>
 #include <klUtils/text/private/Space.h>
@@ -8,17 +6,15 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
-#include <string_view>
 #include <utility>
-#include <vector>
 
-namespace kelm::tool
+namespace kelm
 {
 
 namespace
 {
 
-// The characters that a text which has been read is understood by, as far as its bodies go.
+// The characters that a text is understood by, as far as its bodies go.
 struct Marks
 {
     static text::Lanes In(const text::Block& block)
@@ -29,12 +25,15 @@ struct Marks
     static bool In(char c) { return std::string_view("={}\"'/#").find(c) != std::string_view::npos; }
 };
 
-// Of a literal that is complete: what ends it, or an escape.
+// Of a literal: what ends it, as the end of its line does, or an escape.
 template <char Quote>
 struct EndsOrEscapes
 {
-    static text::Lanes In(const text::Block& block) { return block.AreEqual(Quote) | block.AreEqual('\\'); }
-    static bool In(char c) { return c == Quote || c == '\\'; }
+    static text::Lanes In(const text::Block& block)
+    {
+        return block.AreEqual(Quote) | block.AreEqual('\\') | block.AreEqual('\n');
+    }
+    static bool In(char c) { return c == Quote || c == '\\' || c == '\n'; }
 };
 
 template <char Quote>
@@ -100,7 +99,7 @@ struct Name
 class Bodies
 {
 public:
-    explicit Bodies(const SourceText& source) : m_source(source) {}
+    explicit Bodies(std::size_t most) : m_most(most) {}
 
     void Open() { m_begins.push_back(m_members.size()); }
 
@@ -124,12 +123,12 @@ public:
         m_begins.pop_back();
     }
 
-    // What was too much to show.
-    void TellOfTheRest() const
+    // Those that the text leaves open end with it.
+    RepeatedMembers Take()
     {
-        if (m_numRepeats > s_mostShown)
-            ReportNote(std::string(m_source.m_name) + ": " + std::to_string(m_numRepeats - s_mostShown) +
-                       " more members are written twice");
+        while (!m_begins.empty())
+            Close();
+        return std::move(m_repeats);
     }
 
 private:
@@ -139,7 +138,7 @@ private:
     {
         for (Iterator i = begin; i != m_members.cend(); ++i)
             if (const Iterator former = std::find(begin, i, *i); former != i)
-                Warn(former->Get(), i->Get());
+                Note(former->Get(), i->Get());
     }
 
     void SortAndCompare(Iterator begin)
@@ -157,37 +156,30 @@ private:
         std::sort(repeats.begin(), repeats.end(),
                   [](const auto& a, const auto& b) { return a.second.data() < b.second.data(); });
         for (const auto& [former, member] : repeats)
-            Warn(former, member);
+            Note(former, member);
     }
 
-    std::size_t OffsetOf(std::string_view member) const
+    void Note(std::string_view former, std::string_view member)
     {
-        return static_cast<std::size_t>(member.data() - m_source.m_text.data());
+        if (m_repeats.m_members.size() < m_most)
+            m_repeats.m_members.push_back({member, former});
+        else
+            ++m_repeats.m_numMore;
     }
 
-    void Warn(std::string_view former, std::string_view member)
-    {
-        if (++m_numRepeats > s_mostShown)
-            return;
-        Report(SEV_WARNING, m_source, OffsetOf(member), "member '" + std::string(member) + "' is written twice");
-        Report(SEV_NOTE, m_source, OffsetOf(former), "it is written here already");
-    }
-
-    static constexpr std::size_t s_mostShown = 10;
-
-    const SourceText& m_source;
-    std::size_t m_numRepeats = 0;
+    std::size_t m_most;
+    RepeatedMembers m_repeats;
     std::vector<Name> m_members;
     std::vector<std::size_t> m_begins;
 };
 
 } // namespace
 
-void WarnOfRepeats(const SourceText& source, std::size_t size)
+RepeatedMembers FindRepeatedMembers(std::string_view text, std::size_t most)
 {
-    Bodies bodies(source);
-    const char* const begin = source.m_text.data();
-    const char* const end = begin + size;
+    Bodies bodies(most);
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
     for (const char* p = begin; (p = text::FindFirst<Marks>(p, end)) != end;)
         switch (*p)
         {
@@ -204,7 +196,7 @@ void WarnOfRepeats(const SourceText& source, std::size_t size)
         case '/': p = PastComment(p, end); break;
         default: p = PastQuotes(p, end); break;
         }
-    bodies.TellOfTheRest();
+    return bodies.Take();
 }
 
-} // namespace kelm::tool
+} // namespace kelm
