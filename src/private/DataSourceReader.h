@@ -216,7 +216,7 @@ private:
     [[noreturn]] void ThrowAbout(const char* place, const Parts&... parts) const;
     // The same of what reading need not stop for.
     template <class... Parts>
-    void Complain(const char* place, const Parts&... parts) const;
+    [[gnu::always_inline]] inline void Complain(const char* place, const Parts&... parts) const;
     [[noreturn]] void ThrowUnknown(ConstStringZ what, SubString written, ConstStringZ container, ConstStringZ name,
                                    const char* place) const;
 

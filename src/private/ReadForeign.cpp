@@ -223,7 +223,7 @@ void BasicDataSourceReader<Rules>::ReadForeignMap(const ForeignType& type, void*
     m_cursor.Show();
     fns.Clear(map);
     const bool hasPayload = type.m_numParts == 2;
-    const auto readEntry = [&]
+    const auto readEntry = [&]() __attribute__((always_inline))
     {
         m_cursor.Show();
         TemporaryVariable key(keyType);
