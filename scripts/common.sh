@@ -22,7 +22,7 @@ install_packages() {
 
 build_packages=(g++ cmake ninja-build ccache libreadline-dev nlohmann-json3-dev)
 test_packages=(libgtest-dev libgmock-dev librapidcheck-dev liblua5.4-dev clang-format-14 pkg-config binutils
-               man-db groff-base zsh fish python3 python3-jsonschema)
+               man-db groff-base zsh fish python3 python3-jsonschema neovim)
 tidy_packages=(clang-tidy-14)
 clang_packages=(clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev libsimdjson-dev rapidjson-dev
@@ -31,6 +31,7 @@ bench_packages=(libbenchmark-dev libluajit-5.1-dev liblua5.4-dev libmuparser-dev
 docs_packages=(chromium chromium-driver doxygen mkdocs mkdocs-material python3-railroad-diagrams python3-selenium)
 picture_packages=(python3 python3-pexpect termtosvg)
 abi_packages=(abigail-tools xz-utils)
+vsix_packages=(nodejs npm)
 package_packages=(dpkg-dev file gzip lintian mmdebstrap)
 matrix_packages=(clang-14 clang-19)
 arm64_packages=(g++-aarch64-linux-gnu qemu-user)
