@@ -101,8 +101,10 @@ std::vector<Span> MentionsOf(const Document& document, const Types& types, const
     ForEachName(document, types, {0, text.size()},
                 [&](const NameSite& site)
                 {
-                    // Most names differ in their last part already.
-                    if (site.m_kind == subject.m_kind && SubjectOf(types, site) == subject)
+                    // Most names differ already.
+                    const std::string_view name = LastOf(subject.m_name.empty() ? subject.m_owner : subject.m_name);
+                    if (site.m_kind == subject.m_kind && site.m_span.In(text).ends_with(name) &&
+                        SubjectOf(types, site) == subject)
                         mentions.push_back(LastPartOf(text, site.m_span));
                 });
     return mentions;

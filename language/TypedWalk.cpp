@@ -350,7 +350,7 @@ void TypedWalk::ReadValue(const TypeNode* type)
                 return Advance();
             }
             allowsNull = true;
-            type = type->m_parts.empty() ? nullptr : &type->m_parts[0];
+            type = type->m_parts.empty() ? nullptr : type->m_parts.data();
             continue;
         case TypeKind::Variant:
         case TypeKind::Choice: type = ReadAlternative(*type, allowsNull, alternative); continue;
@@ -545,7 +545,7 @@ bool TypedWalk::TryReadSimple(const TypeNode& type, bool allowsNull)
 const TypeNode* TypedWalk::ElementType(const TypeNode& list, std::size_t index) const
 {
     if (list.m_kind != TypeKind::Tuple)
-        return list.m_parts.empty() ? nullptr : &list.m_parts[0];
+        return list.m_parts.empty() ? nullptr : list.m_parts.data();
     return index < list.m_parts.size() ? &list.m_parts[index] : nullptr;
 }
 

@@ -68,7 +68,7 @@ TEST_P(EveryPlace, IsToldWhatIsWrittenThere)
     const std::string_view text = document.GetText();
     const Types& types = ExampleTypes();
     // Of the longest files some places have to do.
-    const std::size_t step = 1 + text.size() / 4000;
+    const std::size_t step = 1 + text.size() / 1000;
     const auto where = [&](std::size_t at)
     { return GetParam().m_name + ", line " + std::to_string(1 + std::count(text.begin(), text.begin() + at, '\n')); };
     for (std::size_t at = 0; at < text.size();)

@@ -77,7 +77,7 @@ TEST(Outline, TakesTextsOfAnyDepth)
     for (const std::string piece : {"[", "(", "{", "a={", "[(", "]", "a=[", "garden.Plan{gardener="})
     {
         std::string text = "garden.Plan { layers = ";
-        for (int i = 0; i < 100000; ++i)
+        for (int i = 0; i < 20000; ++i)
             text += piece;
         const Document document = Document::Parse(text);
         EXPECT_LE(OutlineOf(document, ExampleTypes()).size(), 20000u) << piece;
