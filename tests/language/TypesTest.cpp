@@ -1,5 +1,6 @@
 #include <kelmLanguage/Types.h>
 
+#include "Damage.h"
 #include "RichTypes.h"
 
 #include <gmock/gmock.h>
@@ -271,6 +272,18 @@ TEST(ReadTypeCatalogue, SaysWhatIsNoCatalogue)
         std::string why;
         EXPECT_FALSE(ReadTypeCatalogue(row.m_text, why)) << row.m_text;
         EXPECT_THAT(why, HasSubstr("it is no file of types: " + row.m_why));
+    }
+}
+
+TEST(ReadTypeCatalogue, TakesDamagedTexts)
+{
+    const std::string text = JsonOf(RichTypes().GetCatalogue());
+    std::mt19937_64 random(1);
+    for (int i = 0; i < 200; ++i)
+    {
+        std::string why;
+        const auto read = ReadTypeCatalogue(Damaged(text, random), why);
+        EXPECT_NE(read.has_value(), why.starts_with("it is no file of types: "));
     }
 }
 

@@ -2,6 +2,7 @@
 #include <kelmscript/SourceOfJson.h>
 
 #include <language/AnyText.h>
+#include <language/Damage.h>
 #include <language/RichTypes.h>
 
 #include <klKelmScript/ParseDataSource.h>
@@ -85,6 +86,37 @@ TEST_F(SourceOfJsonTest, InvertsWhatPrintingAsJsonDoes)
                 FAIL() << e.what() << "\n" << converted;
             }
         }
+}
+
+TEST_F(SourceOfJsonTest, TakesDamagedTexts)
+{
+    const language::Types types(CatalogueOfRegisteredTypes());
+    std::mt19937_64 random(1);
+    int numConverted = 0;
+    for (uint64 seed = 0; seed < 1000; ++seed)
+    {
+        const char* const className = seed % 2 == 0 ? "rich::Scene" : "rich::Order";
+        const std::string text = language::AnyText(types, seed).DataSource(className);
+        ExpressionParser parser;
+        parser.Init(SubString(text));
+        std::string path;
+        const std::string json = JsonOf(ReadObjectByRules(parser, {}, path));
+        const std::string damaged = language::Damaged(json, random);
+        const std::string converted = Converted(damaged);
+        if (!converted.starts_with("rich::"))
+            continue;
+        ++numConverted;
+        parser.Init(SubString(converted));
+        try
+        {
+            ReadObjectByRules(parser, {}, path);
+        }
+        catch (const LexScannerException&)
+        {
+        }
+    }
+    EXPECT_GT(numConverted, 20);
+    EXPECT_LT(numConverted, 950);
 }
 
 struct Row
