@@ -394,8 +394,9 @@ void Edit::AddEntries(const std::string& path, const Spots& spots, const Documen
         const bool isSame = readKey(keyText, *last) == key;
         if (!isSame)
             readKey(key, *last);
-        made += (made.empty() ? "" : ", ") + key + " -> " + text;
-        added += (added.empty() ? "" : ", ") + (isSame ? std::string(keyText) : key) + " -> " + text;
+        const std::string_view separator = added.empty() ? "" : ", ";
+        made.append(separator).append(key).append(" -> ").append(text);
+        added.append(separator).append(isSame ? keyText : std::string_view(key)).append(" -> ").append(text);
     }
     if (!added.empty())
     {
