@@ -128,6 +128,28 @@ TEST(ParserBase, KeepsItsCurrentTokenWhenTheNextCannotBeScanned)
     EXPECT_TRUE(parser.m_token == "a");
 }
 
+TEST(ParserBase, KeepsItsCurrentTokenWhereANumberIsNone)
+{
+    const struct
+    {
+        const char* m_number;
+        const char* m_message;
+    } rows[] = {
+        {"0x1p3", "Malformed number 0x1p3"}, {"0x+1", "Malformed number 0x"},
+        {"12abc", "Malformed number 12abc"}, {"12345abc", "Malformed number 12345abc"},
+        {"1e5x", "Malformed number 1e5x"},
+    };
+    for (const auto& row : rows)
+    {
+        const std::string written = std::string("a ") + row.m_number;
+        const SubString text(written.data(), written.data() + written.size());
+        ParserBase parser;
+        parser.Init(text);
+        EXPECT_TRUE(ThrowsLexScannerException([&] { parser.ReadNextToken(); }, text, 2, row.m_message)) << written;
+        EXPECT_TRUE(parser.m_token == "a") << written;
+    }
+}
+
 TEST(ParserBase, MayBeBoundAgain)
 {
     ParserBase parser;
