@@ -66,7 +66,8 @@ void BasicDataSourceReader<Rules>::ThrowAbout([[maybe_unused]] const char* place
 
 template <class Rules>
 template <class... Parts>
-[[gnu::always_inline]] inline void BasicDataSourceReader<Rules>::Complain(const char* place, const Parts&... parts) const
+[[gnu::always_inline]] inline void BasicDataSourceReader<Rules>::Complain(const char* place,
+                                                                          const Parts&... parts) const
 {
     if constexpr (Rules::s_goesOn)
     {

@@ -35,8 +35,8 @@ TEST(CommandLine, HelpNamesTheSubcommandsAndExitCodes)
 
 TEST(CommandLine, EachSubcommandHasHelpWithExamples)
 {
-    for (const std::string command : {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv", "fmt",
-                                      "types", "completion", "help", "manual"})
+    for (const std::string command : {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv",
+                                      "fmt", "types", "completion", "help", "manual"})
     {
         const ProgramResult result = RunTool({command, "--help"});
         EXPECT_EQ(RunTool({command, "-h"}), result);

@@ -102,7 +102,8 @@ TEST(CompletionScripts, KnowEveryOption)
     const std::string bash = RunTool({"completion", "bash"}).m_output;
     const std::string zsh = RunTool({"completion", "zsh"}).m_output;
     const std::string fish = RunTool({"completion", "fish"}).m_output;
-    for (const char* command : {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv", "fmt", "types"})
+    for (const char* command :
+         {"eval", "each", "repl", "check", "print", "get", "set", "unset", "add", "mv", "fmt", "types"})
     {
         std::istringstream help(RunTool({command, "--help"}).m_output);
         for (std::string word; help >> word;)
