@@ -21,8 +21,7 @@ endif()
 
 find_program(KELM_CCACHE ccache)
 if(KELM_CCACHE)
-    # What ccache must overlook to keep what is compiled with precompiled headers.
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${KELM_CCACHE})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${KELM_CCACHE})
 endif()
 
 if(KELM_STRICT)

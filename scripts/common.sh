@@ -3,6 +3,9 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
+# What ccache must overlook to keep what is compiled with precompiled headers.
+export CCACHE_SLOPPINESS=pch_defines,time_macros
+
 # install_packages NAME...: installs the Debian packages that are missing, and nothing else.
 install_packages() {
     local missing=() package
