@@ -45,7 +45,8 @@ struct SpaceChange
     std::string m_inserted;
 };
 
-// The changes within the lines that a range touches, in their order; nothing else is theirs.
+// The changes within the lines that a range touches, and of the white space before their first token, in their order;
+// nothing else is theirs.
 KELM_DOCUMENT_API Result<std::vector<SpaceChange>> FormatLines(std::string_view text, Span range,
                                                                const FormatOptions& options = {});
 inline Result<std::vector<SpaceChange>> FormatLines(const Document& document, Span range,
