@@ -17,7 +17,7 @@ struct Crash
     {
         static int s_count = 0;
         if (++s_count > 1)
-            std::raise(SIGSEGV);
+            std::raise(SIGABRT);
     }
     kelm::int32 x = 0;
 };
@@ -51,7 +51,7 @@ extern "C" __attribute__((visibility("default"))) void Register_Project_klToolTr
     const char* const trap = std::getenv("KELM_TRAP");
     const std::string what = trap != nullptr ? trap : "";
     if (what == "crash")
-        std::raise(SIGSEGV);
+        std::raise(SIGABRT);
     for (volatile bool goesOn = what == "hang"; goesOn;)
     {
     }
