@@ -10,6 +10,13 @@ ItemWalk::ItemWalk(const Document& document, const Part& brackets)
     Advance();
 }
 
+ItemWalk::ItemWalk(const Document& document, const Part& brackets, std::size_t begin)
+    : m_walk(document, {begin, brackets.GetInside().m_end}), m_hasMembers(brackets.m_token == TOKEN_LEFT_CURLY)
+{
+    Advance();
+    Advance();
+}
+
 void ItemWalk::Advance()
 {
     m_now = m_behind;

@@ -33,6 +33,9 @@ class KELM_DOCUMENT_API ItemWalk
 public:
     ItemWalk(const Document& document, const Part& brackets);
 
+    // From one of the items on, which begins there.
+    ItemWalk(const Document& document, const Part& brackets, std::size_t begin);
+
     // False at the end.
     bool Next(Item& item);
 

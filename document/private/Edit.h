@@ -67,6 +67,7 @@ private:
     // --- Items
 
     void InsertInto(std::string_view path, const Spots& spots, std::size_t i, const std::string& text);
+    void RemoveMentions(std::string_view path, Spots& spots, std::size_t numKept);
     bool NameIfPositional(const Spot& outer, const Mention& mention);
     void RemoveMention(const Spot& outer, const Spot& spot, const Mention& mention);
     void WriteOutNextKey(const Spot& map, const Mention& removed);

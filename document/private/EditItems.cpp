@@ -43,20 +43,27 @@ void Edit::Remove(std::string_view path)
     if (kind != SpotKind::Member && spots.back().m_mentions.empty())
         Refuse(path, spots.back().m_step, s_isMade);
     ExpectWithout(path, spots);
-    while (!spots.back().m_mentions.empty())
+    RemoveMentions(path, spots, 0);
+}
+
+// All but the last ones. From the last of them, so that places before it stay; the spots are found anew where it needs
+// to be.
+void Edit::RemoveMentions(std::string_view path, Spots& spots, std::size_t numKept)
+{
+    while (spots.back().m_mentions.size() > numKept)
     {
-        // From the last one, so that places before it stay.
-        Mention mention = spots.back().m_mentions.back();
-        mention.m_brackets = PartAt(m_document, mention.m_brackets.m_span.m_begin);
-        const bool isNamedNow = kind == SpotKind::Member && NameIfPositional(spots[spots.size() - 2], mention);
-        if (isNamedNow)
+        std::vector<Mention>& mentions = spots.back().m_mentions;
+        const std::size_t i = mentions.size() - 1 - numKept;
+        mentions[i].m_brackets = PartAt(m_document, mentions[i].m_brackets.m_span.m_begin);
+        const Spot& outer = spots[spots.size() - 2];
+        if (spots.back().m_kind == SpotKind::Member && NameIfPositional(outer, mentions[i]))
         {
             ReadAgain();
             spots = Find(path, Purpose::Find);
             continue;
         }
-        RemoveMention(spots[spots.size() - 2], spots.back(), mention);
-        spots.back().m_mentions.pop_back();
+        RemoveMention(outer, spots.back(), mentions[i]);
+        mentions.erase(mentions.begin() + static_cast<std::ptrdiff_t>(i));
     }
 }
 
@@ -111,7 +118,7 @@ void Edit::RemoveMention(const Spot& outer, const Spot& spot, const Mention& men
 {
     if (spot.m_kind == SpotKind::Payload && !outer.IsRenewed())
         WriteOutNextKey(outer, mention);
-    m_layout.RemoveItem(mention.m_brackets, mention.m_index);
+    m_layout.RemoveItem(mention.m_brackets, mention.m_place);
 }
 
 // The keys of one map are read into one variable: what a key does not mention, it has from the one before.
@@ -128,9 +135,9 @@ void Edit::WriteOutNextKey(const Spot& map, const Mention& removed)
     {
         const std::string_view key = item.m_key.In(m_document.GetText());
         m_reading.ReadValue(s_textName, key, keyType, with.Get());
-        if (i != removed.m_index)
+        if (i != removed.m_place.m_index)
             m_reading.ReadValue(s_textName, key, keyType, without.Get());
-        if (i <= removed.m_index)
+        if (i <= removed.m_place.m_index)
             continue;
         const std::optional<std::string> text = m_reading.Written(keyType, with.Get());
         if (text && text != m_reading.Written(keyType, without.Get()))
@@ -319,9 +326,9 @@ void Edit::Move(std::string_view from, std::string_view to)
         MoveBytes(first, spot.m_index, other.m_index, list.GetElementType().GetTypeSize());
         m_isWholeExpected = true;
     }
-    const NewItem item = m_layout.GetItem(source.m_brackets, source.m_index);
-    m_layout.RemoveItem(source.m_brackets, source.m_index);
-    m_layout.InsertItem(PartAt(m_document, source.m_brackets.m_span.m_begin), target.m_index, item);
+    const NewItem item = m_layout.GetItem(source.m_brackets, source.m_place);
+    m_layout.RemoveItem(source.m_brackets, source.m_place);
+    m_layout.InsertItem(PartAt(m_document, source.m_brackets.m_span.m_begin), target.m_place.m_index, item);
 }
 
 } // namespace kelm::editing

@@ -192,10 +192,9 @@ void Edit::SetComposite(std::string_view path, const std::string& text)
         return;
     if (spots.back().m_mentions.size() == 1 && spots.back().m_mentions[0].m_value.In(m_document.GetText()) == text)
         return;
-    while (spots.back().m_mentions.size() > 1)
+    if (spots.back().m_mentions.size() > 1)
     {
-        if (!NameIfPositional(spots[spots.size() - 2], spots.back().m_mentions.front()))
-            RemoveMention(spots[spots.size() - 2], spots.back(), spots.back().m_mentions.front());
+        RemoveMentions(path, spots, 1);
         ReadAgain();
         spots = Find(path, Purpose::Set);
     }

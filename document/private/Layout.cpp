@@ -76,6 +76,23 @@ struct Layout::Group
     Span m_behind; // the comments behind it; empty for none
 };
 
+// The items beside a place, or from the first one on; and which of them it is.
+struct Layout::Surroundings
+{
+    std::vector<Item> m_items;
+    std::size_t m_index;
+};
+
+Layout::Surroundings Layout::Around(const Part& brackets, const ItemPlace& place) const
+{
+    const bool isNear = place.m_lead != 0;
+    Surroundings around{{}, isNear ? ItemPlace::s_numBefore : place.m_index};
+    ItemWalk walk = isNear ? ItemWalk(m_document, brackets, place.m_lead) : ItemWalk(m_document, brackets);
+    for (Item item; around.m_items.size() < around.m_index + 2 && walk.Next(item);)
+        around.m_items.push_back(item);
+    return around;
+}
+
 std::vector<Part> Layout::PartsOf(Span span) const
 {
     std::vector<Part> parts;
@@ -186,8 +203,9 @@ Span Layout::WithSpace(Span removed) const
     while (end < text.size() && IsSpace(text[end]) && text[end] != '\n' && text[end] != '\r')
         ++end;
     const char former = begin > 0 ? text[begin - 1] : '\n';
+    const bool endsLine = end == text.size() || text[end] == '\n' || text[end] == '\r';
     if (beginsLine || former == '{' || former == '[' || former == '(')
-        return {removed.m_begin, end};
+        return {endsLine && !beginsLine ? begin : removed.m_begin, end};
     const char latter = removed.m_end < text.size() ? text[removed.m_end] : '\n';
     if (IsSpace(latter) || latter == ']' || latter == ')' || latter == '}' || latter == ',')
         return {begin, removed.m_end};
@@ -222,18 +240,18 @@ void Layout::ReplaceValue(Span value, std::string_view text)
     Replace(tokens.front().m_span, text);
 }
 
-void Layout::RemoveItem(const Part& brackets, std::size_t index)
+void Layout::RemoveItem(const Part& brackets, const ItemPlace& place)
 {
-    const std::vector<Item> items = ItemsOf(m_document, brackets);
+    const auto& [items, index] = Around(brackets, place);
     const Group group = GroupOf(brackets, items, index);
     Replace(WithSpace(group.m_span), "");
     if (index > 0 && index + 1 == items.size() && !items[index - 1].m_separator.IsEmpty())
         m_document.Edit(items[index - 1].m_separator, "");
 }
 
-NewItem Layout::GetItem(const Part& brackets, std::size_t index) const
+NewItem Layout::GetItem(const Part& brackets, const ItemPlace& place) const
 {
-    const std::vector<Item> items = ItemsOf(m_document, brackets);
+    const auto& [items, index] = Around(brackets, place);
     const Item& item = items[index];
     const Group group = GroupOf(brackets, items, index);
     // A comment between it and its comma stays before the comma.
@@ -241,8 +259,10 @@ NewItem Layout::GetItem(const Part& brackets, std::size_t index) const
     std::string text(Span{item.m_span.m_begin, end}.In(GetText()));
     while (!text.empty() && IsSpace(text.back()) && PartsOf({item.m_span.m_end, end}).size() <= 1)
         text.pop_back();
-    return {.m_text = std::move(text),
-            .m_above = std::string(Span{group.m_span.m_begin, item.m_span.m_begin}.In(GetText())),
+    const std::string before(Span{group.m_span.m_begin, item.m_span.m_begin}.In(GetText()));
+    const bool isAbove = CountBreaks(before) > 0;
+    return {.m_text = (isAbove ? "" : before) + text,
+            .m_above = isAbove ? before : std::string(),
             .m_behind = std::string(group.m_behind.In(GetText()))};
 }
 
@@ -349,9 +369,9 @@ void Layout::InsertMember(Span value, std::span<const std::string_view> members,
     InsertItem(*brackets, place, item);
 }
 
-void Layout::InsertItem(const Part& brackets, std::size_t index, const NewItem& item)
+void Layout::InsertItem(const Part& brackets, const ItemPlace& place, const NewItem& item)
 {
-    const std::vector<Item> items = ItemsOf(m_document, brackets);
+    const auto& [items, index] = Around(brackets, place);
     if (items.empty())
         return InsertFirst(brackets, item);
     const bool hasMembers = brackets.m_token == TOKEN_LEFT_CURLY;

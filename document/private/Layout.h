@@ -25,6 +25,27 @@ struct NewItem
     std::string m_behind = {}; // a comment on the same line
 };
 
+// Where an item is in brackets, or is to be.
+struct ItemPlace
+{
+    // Of what is behind all of them, or where nothing is known of what is before.
+    ItemPlace(std::size_t index) : m_index(index) {}
+    ItemPlace(std::size_t index, std::size_t lead) : m_index(index), m_lead(lead) {}
+
+    // Of items of which those before it are where they were.
+    ItemPlace(std::size_t index, std::span<const Item> items)
+        : m_index(index), m_lead(index >= s_numBefore ? items[index - s_numBefore].m_span.m_begin : 0)
+    {
+    }
+
+    // How many items before it have to do with how it is laid out.
+    static constexpr std::size_t s_numBefore = 2;
+
+    std::size_t m_index;
+    std::size_t m_lead =
+        0; // where the first of these begins, so that no more need be looked at; 0 where that is unknown
+};
+
 // The part that begins there; brackets are one.
 Part PartAt(const Document& document, std::size_t at);
 
@@ -44,17 +65,17 @@ public:
 
     // With its comments: those above it on lines of their own, unless a blank line parts them, and those behind it on
     // the same line.
-    void RemoveItem(const Part& brackets, std::size_t index);
+    void RemoveItem(const Part& brackets, const ItemPlace& place);
 
     // What RemoveItem takes, as it would be put in somewhere else.
-    NewItem GetItem(const Part& brackets, std::size_t index) const;
+    NewItem GetItem(const Part& brackets, const ItemPlace& place) const;
 
     // A member of a class that is written as `value`, which gets a body where it has none; where the declaration has
     // it: behind the nearest one before it, or before the first.
     void InsertMember(Span value, std::span<const std::string_view> members, const NewItem& item);
 
-    // Before the item of that index, or behind the last one.
-    void InsertItem(const Part& brackets, std::size_t index, const NewItem& item);
+    // Before the item of that place, or behind the last one.
+    void InsertItem(const Part& brackets, const ItemPlace& place, const NewItem& item);
 
     // Makes "(1, 2)" "{ x = 1 y = 2 }".
     void NameItems(const Part& brackets, std::span<const std::string_view> names);
@@ -65,7 +86,9 @@ public:
 
 private:
     struct Group;
+    struct Surroundings;
 
+    Surroundings Around(const Part& brackets, const ItemPlace& place) const;
     std::string_view GetText() const { return m_document.GetText(); }
     Group GroupOf(const Part& brackets, const std::vector<Item>& items, std::size_t index) const;
     std::vector<Part> PartsOf(Span span) const;

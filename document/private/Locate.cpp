@@ -190,10 +190,11 @@ private:
                    .m_data = spot.m_data != nullptr ? static_cast<char*>(spot.m_data) + member->m_offset : nullptr,
                    .m_name = name};
         ForEachItem(spot,
-                    [&](const Part& brackets, const Item& item, std::size_t i)
+                    [&](const Mention& item)
                     {
-                        if (brackets.m_token == TOKEN_LEFT_CURLY ? TextOf(item.m_name) == name : i == index)
-                            found.m_mentions.push_back({item.m_value, brackets, i, item});
+                        if (item.m_brackets.m_token == TOKEN_LEFT_CURLY ? TextOf(item.m_item.m_name) == name
+                                                                        : item.m_place.m_index == index)
+                            found.m_mentions.push_back(item);
                     });
         Push(std::move(found));
     }
@@ -302,7 +303,7 @@ private:
             EnterTargets(m_path.size());
     }
 
-    // Calls f(brackets, item, index) for all that is written of a class, list or map.
+    // Calls f(item) for all that is written of a class, list or map.
     template <class F>
     void ForEachItem(const Spot& spot, const F& f) const
     {
@@ -313,9 +314,14 @@ private:
             if (!brackets)
                 continue;
             ItemWalk walk(m_document, *brackets);
+            std::size_t leads[ItemPlace::s_numBefore] = {}; // where the items before it begin
             std::size_t index = 0;
             for (Item item; walk.Next(item); ++index)
-                f(*brackets, item, index);
+            {
+                f(Mention{item.m_value, *brackets, {index, leads[0]}, item});
+                std::shift_left(std::begin(leads), std::end(leads), 1);
+                std::end(leads)[-1] = item.m_span.m_begin;
+            }
         }
     }
 
@@ -370,7 +376,7 @@ private:
             Refuse(m_path, step, "an index is expected");
         list.m_count = list.CountElements();
         list.m_written = 0;
-        ForEachItem(list, [&](const Part&, const Item&, std::size_t) { ++list.m_written; });
+        ForEachItem(list, [&](const Mention&) { ++list.m_written; });
         const bool isBehind = m_purpose == Purpose::Insert && index == list.m_count && IsLast();
         if (index >= list.m_count && !isBehind)
             Refuse(m_path, step, "the list has " + std::to_string(list.m_count) + " elements");
@@ -383,10 +389,10 @@ private:
         // Of a list that grows, what creation gave comes first.
         ssize_t at = isFixed ? 0 : list.m_count - list.m_written;
         ForEachItem(list,
-                    [&](const Part& brackets, const Item& item, std::size_t i)
+                    [&](const Mention& item)
                     {
-                        if ((isFixed ? static_cast<ssize_t>(i) : at++) == index)
-                            found.m_mentions.push_back({item.m_value, brackets, i, item});
+                        if ((isFixed ? static_cast<ssize_t>(item.m_place.m_index) : at++) == index)
+                            found.m_mentions.push_back(item);
                     });
         Push(std::move(found));
     }
@@ -432,17 +438,17 @@ private:
         std::optional<Variable> key;
         std::size_t mapBegin = std::string_view::npos;
         ForEachItem(map,
-                    [&](const Part& brackets, const Item& item, std::size_t i)
+                    [&](const Mention& item)
                     {
-                        if (map.IsRenewed() || mapBegin != brackets.m_span.m_begin)
+                        if (map.IsRenewed() || mapBegin != item.m_brackets.m_span.m_begin)
                         {
                             key.emplace(keyType);
-                            mapBegin = brackets.m_span.m_begin;
+                            mapBegin = item.m_brackets.m_span.m_begin;
                         }
-                        m_reading.ReadValue("<text>", TextOf(map.IsSet() ? item.m_value : item.m_key), keyType,
+                        m_reading.ReadValue("<text>", TextOf(map.IsSet() ? item.m_value : item.m_item.m_key), keyType,
                                             key->Get());
                         if (map.FindPayload(same.Get(), key->Get()) != nullptr)
-                            found.m_mentions.push_back({item.m_value, brackets, i, item});
+                            found.m_mentions.push_back(item);
                     });
     }
 

@@ -1,6 +1,8 @@
 #include <kelmDocument/private/Matching.h>
 
 #include <algorithm>
+#include <iterator>
+#include <limits>
 #include <unordered_map>
 #include <utility>
 
@@ -88,94 +90,205 @@ Pairs FindCommon(std::span<const std::size_t> a, std::span<const std::size_t> b)
     return {};
 }
 
-// What lies between two elements that stay.
-struct Gap
+// Of elements that each of the lists has once, a longest sequence that is in the same order in both. In reverse order.
+Pairs FindUniqueCommon(std::span<const std::size_t> a, std::span<const std::size_t> b)
 {
-    std::size_t m_before;
-    std::size_t m_pastBefore;
-    std::size_t m_after;
-    std::size_t m_pastAfter;
-};
-
-// As many changes as there can be, of those that are likest.
-void FillGap(const Gap& gap, const Likeness& likeness, std::vector<MatchStep>& steps)
-{
-    constexpr std::size_t mostLooked = 4096; // pairs
-    const std::size_t numBefore = gap.m_pastBefore - gap.m_before;
-    const std::size_t numAfter = gap.m_pastAfter - gap.m_after;
-    std::size_t i = 0;
-    std::size_t j = 0;
-    const auto remove = [&] { steps.push_back({Step::Remove, gap.m_before + i++, 0}); };
-    const auto insert = [&] { steps.push_back({Step::Insert, gap.m_before + i, gap.m_after + j++}); };
-    const auto change = [&] { steps.push_back({Step::Change, gap.m_before + i++, gap.m_after + j++}); };
-    if (numBefore != numAfter && numBefore > 0 && numAfter > 0 && numBefore * numAfter <= mostLooked)
+    constexpr std::size_t none = std::numeric_limits<std::size_t>::max();
+    struct Places
     {
-        // The best that the rests of both from there on come to.
-        const std::size_t width = numAfter + 1;
-        std::vector<std::size_t> pair(numBefore * numAfter);
-        std::vector<std::size_t> best((numBefore + 1) * width, 0);
-        for (std::size_t x = numBefore; x-- > 0;)
-            for (std::size_t y = numAfter; y-- > 0;)
-            {
-                pair[x * numAfter + y] = 1 + 64 * likeness(gap.m_before + x, gap.m_after + y);
-                best[x * width + y] = std::max({best[(x + 1) * width + y], best[x * width + y + 1],
-                                                best[(x + 1) * width + y + 1] + pair[x * numAfter + y]});
-            }
-        while (i < numBefore && j < numAfter)
+        std::size_t m_inA = none;
+        std::size_t m_inB = none;
+        bool m_isUnique = true;
+    };
+    std::unordered_map<std::size_t, Places> places;
+    const auto note = [&](std::span<const std::size_t> numbers, std::size_t Places::*member)
+    {
+        for (std::size_t i = 0; i < numbers.size(); ++i)
         {
-            const std::size_t now = best[i * width + j];
-            if (now == best[(i + 1) * width + j + 1] + pair[i * numAfter + j])
-                change();
-            else if (now == best[(i + 1) * width + j])
-                remove();
-            else
-                insert();
+            Places& known = places[numbers[i]];
+            known.m_isUnique &= known.*member == none;
+            known.*member = i;
+        }
+    };
+    note(a, &Places::m_inA);
+    note(b, &Places::m_inB);
+    struct Link
+    {
+        std::size_t m_inA;
+        std::size_t m_inB;
+        std::size_t m_former; // in the sequence that ends here
+    };
+    std::vector<Link> links;
+    std::vector<std::size_t> ends; // of the sequences of each length, those that end first in b
+    for (std::size_t i = 0; i < a.size(); ++i)
+    {
+        const Places& known = places[a[i]];
+        if (!known.m_isUnique || known.m_inB == none)
+            continue;
+        const auto end = std::lower_bound(ends.begin(), ends.end(), known.m_inB,
+                                          [&](std::size_t link, std::size_t at) { return links[link].m_inB < at; });
+        links.push_back({i, known.m_inB, end == ends.begin() ? none : *std::prev(end)});
+        if (end == ends.end())
+            ends.push_back(links.size() - 1);
+        else
+            *end = links.size() - 1;
+    }
+    Pairs pairs;
+    for (std::size_t link = ends.empty() ? none : ends.back(); link != none; link = links[link].m_former)
+        pairs.emplace_back(links[link].m_inA, links[link].m_inB);
+    return pairs;
+}
+
+// Finds the steps from one list to the other, once it is known which elements stay.
+class Matching
+{
+public:
+    Matching(std::span<const std::size_t> before, std::span<const std::size_t> after, const Likeness& likeness)
+        : m_before(before), m_after(after), m_likeness(likeness)
+    {
+    }
+
+    std::vector<MatchStep> Make(const Pairs& kept, const IsMoved& isMoved)
+    {
+        FindMoves(kept, isMoved);
+        for (const auto& [x, y] : kept)
+        {
+            FillGap(x, y);
+            m_steps.push_back({Step::Keep, m_i++, m_j++});
+        }
+        FillGap(m_before.size(), m_after.size());
+        return std::move(m_steps);
+    }
+
+private:
+    static constexpr std::size_t s_none = std::numeric_limits<std::size_t>::max();
+
+    // Of those that do not stay, each of the one with the next one of the other that is the same.
+    void FindMoves(const Pairs& kept, const IsMoved& isMoved)
+    {
+        m_movedTo.assign(m_before.size(), s_none);
+        m_isPut.assign(m_after.size(), false);
+        std::vector<bool> isKeptBefore(m_before.size(), false);
+        std::vector<bool> isKeptAfter(m_after.size(), false);
+        for (const auto& [x, y] : kept)
+            isKeptBefore[x] = isKeptAfter[y] = true;
+        std::unordered_map<std::size_t, std::size_t> first; // by number
+        std::vector<std::size_t> next(m_after.size(), s_none);
+        for (std::size_t y = m_after.size(); y-- > 0;)
+            if (!isKeptAfter[y])
+                if (const auto [place, isNew] = first.try_emplace(m_after[y], y); !isNew)
+                    next[y] = std::exchange(place->second, y);
+        for (std::size_t x = 0; x < m_before.size(); ++x)
+        {
+            const auto place = isKeptBefore[x] ? first.end() : first.find(m_before[x]);
+            if (place == first.end() || place->second == s_none || !isMoved(x))
+                continue;
+            m_movedTo[x] = place->second;
+            m_isPut[place->second] = true;
+            place->second = next[place->second];
         }
     }
-    while (i < numBefore && j < numAfter)
-        change();
-    while (i < numBefore)
-        remove();
-    while (j < numAfter)
-        insert();
-}
+
+    // Up to two elements, which are the next.
+    void GoTo(std::size_t x, std::size_t y)
+    {
+        for (; m_i < x; ++m_i)
+            if (m_movedTo[m_i] == s_none)
+                m_steps.push_back({Step::Remove, m_i, 0});
+            else
+                m_steps.push_back({Step::Take, m_i, m_movedTo[m_i]});
+        for (; m_j < y; ++m_j)
+            m_steps.push_back({m_isPut[m_j] ? Step::Put : Step::Insert, m_i, m_j});
+    }
+
+    // What lies before the next elements that stay: as many changes as there can be, of those that are likest.
+    void FillGap(std::size_t pastBefore, std::size_t pastAfter)
+    {
+        constexpr std::size_t mostLooked = 4096; // pairs
+        std::vector<std::size_t> before;
+        for (std::size_t x = m_i; x < pastBefore; ++x)
+            if (m_movedTo[x] == s_none)
+                before.push_back(x);
+        std::vector<std::size_t> after;
+        for (std::size_t y = m_j; y < pastAfter; ++y)
+            if (!m_isPut[y])
+                after.push_back(y);
+        const auto change = [&](std::size_t i, std::size_t j)
+        {
+            GoTo(before[i], after[j]);
+            m_steps.push_back({Step::Change, m_i++, m_j++});
+        };
+        std::size_t i = 0;
+        std::size_t j = 0;
+        if (before.size() != after.size() && !before.empty() && !after.empty() &&
+            before.size() * after.size() <= mostLooked)
+        {
+            // The best that the rests of both from there on come to.
+            const std::size_t width = after.size() + 1;
+            std::vector<std::size_t> pair(before.size() * after.size());
+            std::vector<std::size_t> best((before.size() + 1) * width, 0);
+            for (std::size_t x = before.size(); x-- > 0;)
+                for (std::size_t y = after.size(); y-- > 0;)
+                {
+                    pair[x * after.size() + y] = 1 + 64 * m_likeness(before[x], after[y]);
+                    best[x * width + y] = std::max({best[(x + 1) * width + y], best[x * width + y + 1],
+                                                    best[(x + 1) * width + y + 1] + pair[x * after.size() + y]});
+                }
+            while (i < before.size() && j < after.size())
+            {
+                const std::size_t now = best[i * width + j];
+                if (now == best[(i + 1) * width + j + 1] + pair[i * after.size() + j])
+                    change(i++, j++);
+                else if (now == best[(i + 1) * width + j])
+                    ++i;
+                else
+                    ++j;
+            }
+        }
+        for (; i < before.size() && j < after.size(); ++i, ++j)
+            change(i, j);
+        GoTo(pastBefore, pastAfter);
+    }
+
+    std::span<const std::size_t> m_before;
+    std::span<const std::size_t> m_after;
+    const Likeness& m_likeness;
+    std::vector<std::size_t> m_movedTo; // of those before
+    std::vector<bool> m_isPut;          // of those after
+    std::size_t m_i = 0;
+    std::size_t m_j = 0;
+    std::vector<MatchStep> m_steps;
+};
 
 } // namespace
 
 std::vector<MatchStep> Match(std::span<const std::string_view> before, std::span<const std::string_view> after,
-                             const Likeness& likeness)
+                             const Likeness& likeness, const IsMoved& isMoved)
 {
     Numbers numbers;
     const std::vector<std::size_t> a = numbers.Of(before);
     const std::vector<std::size_t> b = numbers.Of(after);
+    const std::size_t least = std::min(a.size(), b.size());
     std::size_t first = 0;
-    while (first < std::min(a.size(), b.size()) && a[first] == b[first])
+    while (first < least && a[first] == b[first])
         ++first;
     std::size_t last = 0;
-    while (last < std::min(a.size(), b.size()) - first && a[a.size() - 1 - last] == b[b.size() - 1 - last])
+    while (last < least - first && a[a.size() - 1 - last] == b[b.size() - 1 - last])
         ++last;
-    Pairs pairs = FindCommon(std::span(a).subspan(first, a.size() - first - last),
-                             std::span(b).subspan(first, b.size() - first - last));
-    std::reverse(pairs.begin(), pairs.end());
+    const std::span<const std::size_t> middleA = std::span(a).subspan(first, a.size() - first - last);
+    const std::span<const std::size_t> middleB = std::span(b).subspan(first, b.size() - first - last);
+    Pairs middle = FindCommon(middleA, middleB);
+    if (middle.empty())
+        middle = FindUniqueCommon(middleA, middleB);
 
-    std::vector<MatchStep> steps;
-    std::size_t i = 0;
-    std::size_t j = 0;
-    const auto keepAt = [&](std::size_t x, std::size_t y)
-    {
-        FillGap({i, x, j, y}, likeness, steps);
-        steps.push_back({Step::Keep, x, y});
-        i = x + 1;
-        j = y + 1;
-    };
-    for (std::size_t n = 0; n < first; ++n)
-        keepAt(n, n);
-    for (const auto& [x, y] : pairs)
-        keepAt(first + x, first + y);
-    for (std::size_t n = last; n > 0; --n)
-        keepAt(a.size() - n, b.size() - n);
-    FillGap({i, a.size(), j, b.size()}, likeness, steps);
-    return steps;
+    Pairs kept;
+    for (std::size_t i = 0; i < first; ++i)
+        kept.emplace_back(i, i);
+    std::for_each(middle.rbegin(), middle.rend(),
+                  [&](const auto& pair) { kept.emplace_back(first + pair.first, first + pair.second); });
+    for (std::size_t i = last; i > 0; --i)
+        kept.emplace_back(a.size() - i, b.size() - i);
+    return Matching(a, b, likeness).Make(kept, isMoved);
 }
 
 } // namespace kelm::editing

@@ -1,6 +1,6 @@
 #pragma once
 
-// Which elements of two lists are the same: what was put in, taken out and changed between them.
+// Which elements of two lists are the same: what was put in, taken out, moved and changed between them.
 
 #include <cstddef>
 #include <functional>
@@ -17,23 +17,29 @@ enum class Step : unsigned char
     Change, // an element of the one in place of one of the other
     Remove,
     Insert,
+    Take, // an element of both that is not where it was
+    Put,  // where it is now
 };
 
 struct MatchStep
 {
     Step m_step;
-    std::size_t m_before; // of what is inserted: before which element
-    std::size_t m_after;  // of what is removed: undefined
+    std::size_t m_before; // of what is inserted or put: before which element
+    std::size_t m_after;  // of what is removed: undefined; of what is taken: where it is put
 };
 
 // How alike two elements are that are not the same, the more the better.
 using Likeness = std::function<std::size_t(std::size_t before, std::size_t after)>;
 
+// Whether an element goes along where the same one is somewhere else now, which an equal one is not as good as.
+using IsMoved = std::function<bool(std::size_t before)>;
+
 // From the first element to the last. What stays is a longest common subsequence, as long as no more than
-// `s_mostDifferences` elements are put in and taken out; beyond that it is what the lists have in common at both ends.
-// Between elements that stay, those that are likest take each other's places.
+// `s_mostDifferences` elements are put in and taken out; beyond that it is what the lists have in common at both ends,
+// and of elements that are there once a longest sequence of those that are in the same order. Of others that are the
+// same, those that are asked for move. Between elements that stay, those that are likest take each other's places.
 inline constexpr std::size_t s_mostDifferences = 1000;
 std::vector<MatchStep> Match(std::span<const std::string_view> before, std::span<const std::string_view> after,
-                             const Likeness& likeness);
+                             const Likeness& likeness, const IsMoved& isMoved);
 
 } // namespace kelm::editing

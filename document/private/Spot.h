@@ -4,6 +4,7 @@
 
 #include <kelmDocument/Document.h>
 #include <kelmDocument/Items.h>
+#include <kelmDocument/private/Layout.h>
 
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/ReflectionByteCode.h>
@@ -21,8 +22,8 @@ namespace kelm::editing
 struct Mention
 {
     Span m_value;
-    Part m_brackets{};       // in which it stands; an empty span for the data source itself
-    std::size_t m_index = 0; // of the item there
+    Part m_brackets{};    // in which it stands; an empty span for the data source itself
+    ItemPlace m_place{0}; // there
     Item m_item{};
 };
 

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <set>
 
 namespace kelm::editing
@@ -23,8 +24,9 @@ using evaluation::Variable;
 namespace
 {
 
-// Beyond so many looks at items, a list or map is written anew.
-constexpr std::size_t s_mostLooks = std::size_t{1} << 24;
+// Items that are put in or taken out make the text behind them move: where it would be more octets, a list or map is
+// written anew.
+constexpr std::size_t s_mostOctets = std::size_t{1} << 33;
 
 // A value that is longer is laid out over several lines.
 constexpr std::size_t s_longestLine = 100;
@@ -32,6 +34,13 @@ constexpr std::size_t s_longestLine = 100;
 Spot SpotOf(const ReflectionByteCode& type, void* data)
 {
     return {.m_kind = SpotKind::Target, .m_type = Underlying(type), .m_data = data, .m_isRuled = true};
+}
+
+// Of a list of a fixed size.
+ReflectionByteCode TypeOfElement(const Spot& list, ssize_t index)
+{
+    return list.GetVariableKind() == VK_FOREIGN ? list.m_type.GetForeignType().GetElementType(index)
+                                                : list.GetElementType();
 }
 
 bool IsRequired(const ReflectedClass& rc, std::string_view name)
@@ -57,6 +66,21 @@ ptr<IObject> ObjectOf(const Spot& spot)
 {
     return spot.GetVariableKind() == VK_PREF ? ptr<IObject>(static_cast<const prefbase*>(spot.m_data)->Get())
                                              : *static_cast<const ptr<IObject>*>(spot.m_data);
+}
+
+// Behind an item that has been put behind the others.
+ItemPlace NextPlace(const Document& document, std::size_t begin, const ItemPlace& place)
+{
+    const std::size_t index = place.m_index + 1;
+    if (index < ItemPlace::s_numBefore)
+        return index;
+    const Part brackets = PartAt(document, begin);
+    ItemWalk walk = place.m_lead != 0 ? ItemWalk(document, brackets, place.m_lead) : ItemWalk(document, brackets);
+    Item item;
+    walk.Next(item);
+    if (place.m_lead != 0)
+        walk.Next(item);
+    return {index, item.m_span.m_begin};
 }
 
 // The members of elements, to be compared.
@@ -208,80 +232,104 @@ void Updater::UpdateBody(Span value, const ReflectedClass& rc, char* before, cha
 void Updater::UpdateFixedList(Span value, const Spot& before, const Spot& after)
 {
     const std::vector<Item> items = ItemsOf(m_document, Brackets(value));
-    const bool isForeign = before.GetVariableKind() == VK_FOREIGN;
     for (std::size_t i = items.size(); i-- > 0;)
     {
         const auto index = static_cast<ssize_t>(i);
-        Update(items[i].m_value,
-               isForeign ? before.m_type.GetForeignType().GetElementType(index) : before.GetElementType(),
-               before.GetElement(index), after.GetElement(index));
+        Update(items[i].m_value, TypeOfElement(before, index), before.GetElement(index), after.GetElement(index));
     }
 }
 
 // --- Lists and maps --------------------------------------------------------------------------------------------------
 
+bool Updater::IsTooMuch(std::size_t numMoved) const
+{
+    return numMoved > s_mostOctets / (m_document.GetText().size() + 1);
+}
+
+// What goes, and what changes where it is, from the last element on; and then what comes.
 void Updater::UpdateList(Span value, const Spot& before, const Spot& after)
 {
     const Pieces from = PiecesOf(before.m_type, before.m_data);
     const Pieces to = PiecesOf(after.m_type, after.m_data);
-    const Part brackets = Brackets(value);
-    const std::vector<Item> items = ItemsOf(m_document, brackets);
+    const std::size_t begin = Brackets(value).m_span.m_begin;
+    const std::vector<Item> items = ItemsOf(m_document, Brackets(value));
     const std::vector<std::string_view> a = from.Elements();
     const std::vector<std::string_view> b = to.Elements();
+    if (items.size() != a.size())
+        return Replace(value, after.m_type, after.m_data);
     ElementMembers membersOfA(a);
     ElementMembers membersOfB(b);
-    const std::vector<MatchStep> steps =
-        Match(a, b, [&](std::size_t i, std::size_t j) { return membersOfA.CountCommon(i, membersOfB, j); });
-    const auto numMoved = static_cast<std::size_t>(std::count_if(
-        steps.begin(), steps.end(),
-        [](const MatchStep& step) { return step.m_step == Step::Remove || step.m_step == Step::Insert; }));
-    if (items.size() != a.size() || numMoved * (items.size() + numMoved) > s_mostLooks)
+    const auto likeness = [&](std::size_t i, std::size_t j) { return membersOfA.CountCommon(i, membersOfB, j); };
+    // What a person gave it: comments, another form of its value.
+    const auto isMoved = [&](std::size_t i)
+    {
+        const NewItem item = m_layout.GetItem(Brackets(value), {i, items});
+        return !item.m_above.empty() || !item.m_behind.empty() || item.m_text != a[i];
+    };
+    const std::vector<MatchStep> steps = Match(a, b, likeness, isMoved);
+    const auto numMoved =
+        std::count_if(steps.begin(), steps.end(),
+                      [](const MatchStep& step) { return step.m_step != Step::Keep && step.m_step != Step::Change; });
+    if (IsTooMuch(static_cast<std::size_t>(numMoved)))
         return Replace(value, after.m_type, after.m_data);
+
     const ReflectionByteCode type = before.GetElementType();
+    std::map<std::size_t, NewItem> moved; // by where they are put
+    std::size_t numLeft = 0;
     for (std::size_t n = steps.size(); n-- > 0;)
     {
         const MatchStep& step = steps[n];
         const auto i = static_cast<ssize_t>(step.m_before);
         switch (step.m_step)
         {
-        case Step::Keep: break;
+        case Step::Keep: ++numLeft; break;
         case Step::Change:
-        {
-            const auto j = static_cast<ssize_t>(step.m_after);
+            ++numLeft;
             if (void* const element = before.GetElement(i))
-                Update(items[step.m_before].m_value, type, element, after.GetElement(j));
+                Update(items[step.m_before].m_value, type, element,
+                       after.GetElement(static_cast<ssize_t>(step.m_after)));
             else
                 m_layout.ReplaceValue(items[step.m_before].m_value, b[step.m_after]);
             break;
+        case Step::Take:
+            moved.emplace(step.m_after, m_layout.GetItem(PartAt(m_document, begin), {step.m_before, items}));
+            [[fallthrough]];
+        case Step::Remove: m_layout.RemoveItem(PartAt(m_document, begin), {step.m_before, items}); break;
+        case Step::Put:
+        case Step::Insert: break;
         }
-        case Step::Remove: m_layout.RemoveItem(PartAt(m_document, brackets.m_span.m_begin), step.m_before); break;
-        case Step::Insert:
-            m_layout.InsertItem(
-                PartAt(m_document, brackets.m_span.m_begin), step.m_before,
-                {.m_text = LaidOut(ElementText(after, step.m_after, b[step.m_after]), value.m_begin, true)});
-        }
+    }
+    const std::vector<Item> left = ItemsOf(m_document, PartAt(m_document, begin));
+    for (std::size_t n = steps.size(); n-- > 0;)
+    {
+        const MatchStep& step = steps[n];
+        const bool isMovedHere = step.m_step == Step::Put;
+        if (step.m_step == Step::Keep || step.m_step == Step::Change)
+            --numLeft;
+        else if (isMovedHere || step.m_step == Step::Insert)
+            m_layout.InsertItem(PartAt(m_document, begin), {numLeft, left},
+                                isMovedHere
+                                    ? moved[step.m_after]
+                                    : NewItem{.m_text = LaidOut(ElementText(after, step.m_after, b[step.m_after]),
+                                                                value.m_begin, true)});
     }
 }
 
 // Entries by their keys; of several with one key the last one holds. New ones come behind.
 void Updater::UpdateMap(Span value, const Spot& before, const Spot& after)
 {
-    const Part brackets = Brackets(value);
-    const std::vector<Item> items = ItemsOf(m_document, brackets);
+    const std::size_t begin = Brackets(value).m_span.m_begin;
+    const std::vector<Item> items = ItemsOf(m_document, Brackets(value));
     const Pieces to = PiecesOf(after.m_type, after.m_data);
     const bool isSet = before.IsSet();
     const ReflectionByteCode keyType = before.GetKeyType();
-    const auto keyOf = [&](std::string_view text, const Variable& key)
-    {
-        m_reading.ReadValue(s_textName, text, keyType, key.Get());
-        return m_reading.Written(keyType, key.Get()).value_or(std::string());
-    };
     std::vector<std::string> keys;
     std::size_t numMoved = 0;
     for (const Item& item : items)
     {
         const Variable key(keyType);
-        keys.push_back(keyOf((isSet ? item.m_value : item.m_key).In(m_document.GetText()), key));
+        ReadKey((isSet ? item.m_value : item.m_key).In(m_document.GetText()), keyType, key.Get());
+        keys.push_back(m_reading.Written(keyType, key.Get()).value_or(std::string()));
         numMoved += after.FindPayload(after.m_data, key.Get()) == nullptr ? 1U : 0U;
     }
     std::set<std::string_view> written(keys.begin(), keys.end());
@@ -289,38 +337,34 @@ void Updater::UpdateMap(Span value, const Spot& before, const Spot& after)
     for (std::size_t i = 0; i < to.m_items.size(); ++i)
         if (!written.contains(isSet ? to.Element(i) : to.Key(i)))
             added.push_back(i);
-    numMoved += added.size();
-    if (numMoved * (items.size() + numMoved) > s_mostLooks)
+    if (IsTooMuch(numMoved + added.size()))
         return Replace(value, after.m_type, after.m_data);
 
-    std::size_t count = items.size();
     for (std::size_t i = items.size(); i-- > 0;)
     {
         const Variable key(keyType);
-        keyOf(keys[i], key);
+        ReadKey(keys[i], keyType, key.Get());
         void* const payload = after.FindPayload(after.m_data, key.Get());
         if (payload == nullptr)
-        {
-            m_layout.RemoveItem(PartAt(m_document, brackets.m_span.m_begin), i);
-            --count;
-        }
+            m_layout.RemoveItem(PartAt(m_document, begin), {i, items});
         else if (written.erase(keys[i]) > 0 && !isSet)
             Update(items[i].m_value, before.GetPayloadType(), before.FindPayload(before.m_data, key.Get()), payload);
     }
-    const ReflectionByteCode payloadType = isSet ? keyType : before.GetPayloadType();
+    if (added.empty())
+        return;
+    const std::vector<Item> left = ItemsOf(m_document, PartAt(m_document, begin));
+    ItemPlace place(left.size(), left);
     for (const std::size_t i : added)
     {
-        std::string text(isSet ? to.Element(i) : to.Key(i));
-        if (!isSet)
-        {
-            const Variable key(keyType);
-            keyOf(to.Key(i), key);
-            const Variable fresh(payloadType);
-            text += " -> " + NewText(payloadType, fresh.Get(), after.FindPayload(after.m_data, key.Get()));
-        }
-        m_layout.InsertItem(PartAt(m_document, brackets.m_span.m_begin), count++,
-                            {.m_text = LaidOut(text, value.m_begin, true)});
+        const std::string text = isSet ? std::string(to.Element(i)) : EntryText(after, to, i);
+        m_layout.InsertItem(PartAt(m_document, begin), place, {.m_text = LaidOut(text, value.m_begin, true)});
+        place = NextPlace(m_document, begin, place);
     }
+}
+
+void Updater::ReadKey(std::string_view text, const ReflectionByteCode& type, void* key) const
+{
+    m_reading.ReadValue(s_textName, text, type, key);
 }
 
 // --- Choices ---------------------------------------------------------------------------------------------------------
@@ -363,6 +407,23 @@ std::string Updater::ElementText(const Spot& list, std::size_t index, std::strin
     return NewText(list.GetElementType(), fresh.Get(), element);
 }
 
+// Which is read over what is there.
+std::string Updater::FixedElementText(const Spot& fresh, const Spot& list, std::size_t index) const
+{
+    const auto i = static_cast<ssize_t>(index);
+    return NewText(TypeOfElement(list, i), fresh.GetElement(i), list.GetElement(i));
+}
+
+// A key and what is under it, which is read into what is new.
+std::string Updater::EntryText(const Spot& map, const Pieces& pieces, std::size_t index) const
+{
+    const Variable key(map.GetKeyType());
+    ReadKey(pieces.Key(index), map.GetKeyType(), key.Get());
+    const Variable fresh(map.GetPayloadType());
+    return std::string(pieces.Key(index)) + " -> " +
+           NewText(map.GetPayloadType(), fresh.Get(), map.FindPayload(map.m_data, key.Get()));
+}
+
 // As short as people write it: of classes the members that differ from what is there before the text is read.
 std::string Updater::NewText(const ReflectionByteCode& type, void* fresh, void* data) const
 {
@@ -390,16 +451,17 @@ std::string Updater::NewText(const ReflectionByteCode& type, void* fresh, void* 
     if (!isList && !spot.IsMap())
         return m_reading.Written(type, data).value_or(std::string());
     const Pieces pieces = PiecesOf(type, data);
+    const Spot made = SpotOf(type, fresh);
     std::string text = "[";
     for (std::size_t i = 0; i < pieces.m_items.size(); ++i)
     {
         text += i > 0 ? ", " : "";
-        if (isList && !spot.IsFixedList())
+        if (spot.IsFixedList())
+            text += FixedElementText(made, spot, i);
+        else if (isList)
             text += ElementText(spot, i, pieces.Element(i));
-        else if (isList || spot.IsSet())
-            text += pieces.Element(i);
         else
-            text += std::string(pieces.Key(i)) + " -> " + std::string(pieces.Element(i));
+            text += spot.IsSet() ? std::string(pieces.Element(i)) : EntryText(spot, pieces, i);
     }
     return text + "]";
 }

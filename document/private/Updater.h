@@ -51,6 +51,8 @@ private:
     bool AreEqual(const ReflectionByteCode& type, const void* a, const void* b) const;
     Pieces PiecesOf(const ReflectionByteCode& type, const void* data) const;
     Part Brackets(Span value) const;
+    bool IsTooMuch(std::size_t numMoved) const;
+    void ReadKey(std::string_view text, const ReflectionByteCode& type, void* key) const;
 
     void UpdateBody(Span value, const ReflectedClass& rc, char* before, char* after);
     void UpdateFixedList(Span value, const Spot& before, const Spot& after);
@@ -63,6 +65,8 @@ private:
 
     void Replace(Span value, const ReflectionByteCode& type, void* after);
     std::string ElementText(const Spot& list, std::size_t index, std::string_view written) const;
+    std::string FixedElementText(const Spot& fresh, const Spot& list, std::size_t index) const;
+    std::string EntryText(const Spot& map, const Pieces& pieces, std::size_t index) const;
     std::string NewText(const ReflectionByteCode& type, void* fresh, void* data) const;
     std::string NewAlternative(const Spot& choice, const ReflectionByteCode& type, void* value) const;
     std::string NewObject(const ptr<IObject>& object) const;

@@ -53,6 +53,7 @@ struct Order
     std::vector<bool> flags;
     std::vector<std::vector<int>> rows;
     bool isOpen = false;
+    std::map<std::string, Line> items;
 };
 
 // With handles.
@@ -76,6 +77,6 @@ KELM_DESCRIBE(orders::Place, x, y)
 KELM_CLASS(orders::Order, KELM_MODEL(customer).Required(), KELM_MODEL(number).Check(orders::IsNumber),
            KELM_MODEL(lines), KELM_MODEL(codes), KELM_MODEL(rates), KELM_MODEL(prices), KELM_MODEL(tags),
            KELM_MODEL(gift), KELM_MODEL(extra), KELM_MODEL(place), KELM_MODEL(corners), KELM_MODEL(flags),
-           KELM_MODEL(rows), KELM_MODEL(isOpen))
+           KELM_MODEL(rows), KELM_MODEL(isOpen), KELM_MODEL(items))
 KELM_DESCRIBE(orders::Shelf, name, next, books)
 KELM_DESCRIBE(orders::Book, title, pages)

@@ -12,6 +12,7 @@
 
 #include <cstdlib>
 #include <functional>
+#include <numeric>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -102,6 +103,26 @@ TEST(Update, ChangesWhatDiffers)
              o.lines[0].price = 3;
          },
          "{ customer = \"a\" lines = [{ item = \"y\" price = 3.0 }] }"},
+        // What moves keeps its comments, and the form in which it is written.
+        {"{ customer = \"a\" codes = [1, /* two */ 2, 0x3, 4] }",
+         [](Order& o) {
+             o.codes = {3, 1, 4, 2};
+         },
+         "{ customer = \"a\" codes = [0x3, 1, 4, /* two */ 2] }"},
+        {"{ customer = \"a\" lines = [\n    { item = \"x\" }, // first\n    // the other\n    { price = 0x10   item = "
+         "\"y\" }\n] }",
+         [](Order& o) { std::swap(o.lines[0], o.lines[1]); },
+         "{ customer = \"a\" lines = [\n    // the other\n    { price = 0x10   item = \"y\" },\n    { item = \"x\" } "
+         "// first\n] }"},
+        {"{ customer = \"a\" lines = [{ item = \"x\" /* 1 */ }, { item = \"y\" }, { item = \"z\" /* 3 */ }] }",
+         [](Order& o)
+         {
+             std::swap(o.lines[0], o.lines[2]);
+             o.lines[1].price = 2;
+             o.lines.push_back({"w", 1, 0});
+         },
+         "{ customer = \"a\" lines = [{ item = \"z\" /* 3 */ }, { item = \"y\" price = 2.0 }, { item = \"x\" /* 1 */ "
+         "}, { item = \"w\" }] }"},
         // Maps and sets: by key.
         {"{ customer = \"a\" rates = [\"x\" -> 1, \"y\" -> 2] }",
          [](Order& o)
@@ -119,6 +140,18 @@ TEST(Update, ChangesWhatDiffers)
          },
          "{ customer = \"a\" tags = [\"a\", \"c\"] }"},
         {"{ customer = \"a\" }", [](Order& o) { o.rates["x"] = 1; }, "{ customer = \"a\" rates = [\"x\" -> 1] }"},
+        {"{ customer = \"a\" rates = [] }",
+         [](Order& o) {
+             o.rates = {{"v", 1}, {"w", 2}, {"x", 3}, {"y", 4}};
+         },
+         "{ customer = \"a\" rates = [\"v\" -> 1, \"w\" -> 2, \"x\" -> 3, \"y\" -> 4] }"},
+        // Of what is new the members that differ from what it starts with.
+        {"{ customer = \"a\" }", [](Order& o) { o.items["x"].quantity = 2; },
+         "{ customer = \"a\" items = [\"x\" -> { quantity = 2 }] }"},
+        {"{ customer = \"a\" items = [\"x\" -> { item = \"w\" }] }", [](Order& o) { o.items["y"]; },
+         "{ customer = \"a\" items = [\"x\" -> { item = \"w\" }, \"y\" -> {}] }"},
+        {"{ customer = \"a\" }", [](Order& o) { o.corners[1].x = 2; },
+         "{ customer = \"a\" corners = [{}, { x = 2.0 }] }"},
         // Optionals and variants.
         {"{ customer = \"a\" gift = { item = \"x\" } }", [](Order& o) { o.gift->quantity = 2; },
          "{ customer = \"a\" gift = { item = \"x\" quantity = 2 } }"},
@@ -425,6 +458,42 @@ TEST(Update, TouchesNoOtherLine)
         // Exactly that element is there in addition; without it the text is what it was.
         order.codes.erase(order.codes.begin() + static_cast<std::ptrdiff_t>(at));
         ASSERT_EQ(Update(longer, order), text) << longer;
+    }
+}
+
+// Each element with its comments, behind it, above it or within.
+TEST(Update, MovesElementsWithTheirComments)
+{
+    Random random(Seed());
+    for (std::size_t i = 0; i < NumCases(); ++i)
+    {
+        std::vector<int> numbers(2 + random.Below(i % 20 == 0 ? 3000 : 12));
+        std::iota(numbers.begin(), numbers.end(), 1);
+        const uint64 style = random.Below(3);
+        const auto textOf = [&]
+        {
+            std::string text = "{ customer = \"a\" lines = [\n";
+            for (const int number : numbers)
+            {
+                const std::string name = std::to_string(number);
+                const std::string comma = number == numbers.back() ? "" : ",";
+                const std::string line = "{ quantity = " + name + (style == 2 ? " /* " + name + " */" : "") + " }";
+                text += style == 0   ? "    " + line + comma + " // of " + name + "\n"
+                        : style == 1 ? "    // of " + name + "\n    " + line + comma + "\n"
+                                     : "    " + line + comma + "\n";
+            }
+            return text + "] }\n";
+        };
+        const std::string before = textOf();
+        Order order = Read<Order>(before);
+        for (std::size_t n = 1 + random.Below(random.OneIn(3) ? 2 * numbers.size() : 3); n-- > 0;)
+            std::swap(numbers[random.Below(numbers.size())], numbers[random.Below(numbers.size())]);
+        for (std::size_t n = random.Below(3); n-- > 0 && numbers.size() > 1;)
+            numbers.erase(numbers.begin() + static_cast<std::ptrdiff_t>(random.Below(numbers.size())));
+        order.lines.clear();
+        for (const int number : numbers)
+            order.lines.push_back({"", number, 0});
+        ASSERT_EQ(Update(before, order), textOf()) << before;
     }
 }
 
