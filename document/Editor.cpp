@@ -13,12 +13,13 @@ namespace
 {
 
 template <class F>
-Result<bool> Change(Document& document, const DocumentPolicy& policy, std::string_view path, const F& change)
+Result<bool> Change(Document& document, const DocumentPolicy& policy, std::string_view path, std::string_view value,
+                    const F& change)
 {
     return Attempt({s_textName, {}}, {},
                    [&]
                    {
-                       editing::Edit edit(document, editing::Reading(policy));
+                       editing::Edit edit(document, editing::Reading(policy), value);
                        change(edit);
                        Document changed = edit.Take(path);
                        const bool isChanged = changed.GetText() != document.GetText();
@@ -32,32 +33,32 @@ Result<bool> Change(Document& document, const DocumentPolicy& policy, std::strin
 
 Result<bool> DocumentEditor::Set(std::string_view path, std::string_view value)
 {
-    return Change(m_document, m_policy, path, [&](editing::Edit& edit) { edit.Set(path, value); });
+    return Change(m_document, m_policy, path, value, [&](editing::Edit& edit) { edit.Set(path, value); });
 }
 
 Result<bool> DocumentEditor::Add(std::string_view path, std::string_view value)
 {
-    return Change(m_document, m_policy, path, [&](editing::Edit& edit) { edit.Add(path, value); });
+    return Change(m_document, m_policy, path, value, [&](editing::Edit& edit) { edit.Add(path, value); });
 }
 
 Result<bool> DocumentEditor::Remove(std::string_view path)
 {
-    return Change(m_document, m_policy, path, [&](editing::Edit& edit) { edit.Remove(path); });
+    return Change(m_document, m_policy, path, {}, [&](editing::Edit& edit) { edit.Remove(path); });
 }
 
 Result<bool> DocumentEditor::Insert(std::string_view path, std::string_view value)
 {
-    return Change(m_document, m_policy, path, [&](editing::Edit& edit) { edit.Insert(path, value); });
+    return Change(m_document, m_policy, path, value, [&](editing::Edit& edit) { edit.Insert(path, value); });
 }
 
 Result<bool> DocumentEditor::Rename(std::string_view path, std::string_view name)
 {
-    return Change(m_document, m_policy, path, [&](editing::Edit& edit) { edit.Rename(path, name); });
+    return Change(m_document, m_policy, path, {}, [&](editing::Edit& edit) { edit.Rename(path, name); });
 }
 
 Result<bool> DocumentEditor::Move(std::string_view from, std::string_view to)
 {
-    return Change(m_document, m_policy, from, [&](editing::Edit& edit) { edit.Move(from, to); });
+    return Change(m_document, m_policy, from, {}, [&](editing::Edit& edit) { edit.Move(from, to); });
 }
 
 } // namespace kelm

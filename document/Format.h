@@ -45,8 +45,10 @@ struct SpaceChange
     std::string m_inserted;
 };
 
-// The changes within the lines that a range touches, and of the white space before their first token, in their order;
-// nothing else is theirs.
+// The same for the lines that a range touches, as changes in the order of their places: of the white space before each
+// token and comment that begins on one of these lines, and before the end of the text where that is there. So the first
+// change may begin on lines above, behind what stands there; what stands behind the last token is the next line's, and
+// stays. All else is laid out as it is written.
 KELM_DOCUMENT_API Result<std::vector<SpaceChange>> FormatLines(std::string_view text, Span range,
                                                                const FormatOptions& options = {});
 inline Result<std::vector<SpaceChange>> FormatLines(const Document& document, Span range,

@@ -19,10 +19,14 @@
 namespace kelm::editing
 {
 
+// From its first token to its last.
+std::string_view WithoutMargins(std::string_view text);
+
 class Edit
 {
 public:
-    Edit(const Document& document, const Reading& reading);
+    // Of a value, which errors show as it is said.
+    Edit(const Document& document, const Reading& reading, std::string_view said);
 
     void Set(std::string_view path, std::string_view value);
     void Add(std::string_view path, std::string_view value);
@@ -39,9 +43,10 @@ private:
 
     Spots Find(std::string_view path, Purpose purpose) const { return Locate(m_document, *m_subject, path, purpose); }
     void ReadAgain() { m_subject = std::make_unique<Subject>(m_reading, m_document); }
+    // What was said is read with its margins, so that errors show it as it is.
     void ReadValue(std::string_view text, const ReflectionByteCode& type, void* data) const
     {
-        m_reading.ReadValue("<value>", text, type, data);
+        m_reading.ReadValue("<value>", text == m_saidAlone ? m_said : text, type, data);
     }
     bool CanRead(std::string_view text, const ReflectionByteCode& type) const;
 
@@ -71,10 +76,14 @@ private:
     bool NameIfPositional(const Spot& outer, const Mention& mention);
     void RemoveMention(const Spot& outer, const Spot& spot, const Mention& mention);
     void WriteOutNextKey(const Spot& map, const Mention& removed);
+    void ReadFor(std::string_view said, std::size_t place, std::string_view text, const ReflectionByteCode& type,
+                 void* data) const;
     void RenameTo(std::string_view path, const Spots& spots, const std::string& text, std::string_view said,
                   std::size_t place);
 
     Document m_document;
+    std::string_view m_said;      // the value
+    std::string_view m_saidAlone; // without margins
     Layout m_layout;
     Reading m_reading;
     std::unique_ptr<Subject> m_subject; // what the document was read as, and is made to be what is expected
@@ -82,9 +91,6 @@ private:
     bool m_isWholeExpected = false;     // of the object in the end; otherwise the checks tell
     std::vector<std::function<bool(const Subject&)>> m_checks;
 };
-
-// From its first token to its last.
-std::string_view WithoutMargins(std::string_view text);
 
 inline constexpr char s_isMade[] = "it is not written: creation made it, and a text cannot change that";
 

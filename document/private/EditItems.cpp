@@ -141,7 +141,7 @@ void Edit::WriteOutNextKey(const Spot& map, const Mention& removed)
             continue;
         const std::optional<std::string> text = m_reading.Written(keyType, with.Get());
         if (text && text != m_reading.Written(keyType, without.Get()))
-            m_document.Edit(item.m_key, *text);
+            m_document.Edit(item.m_key, Spaced(*text));
         return;
     }
 }
@@ -238,6 +238,20 @@ void Edit::Rename(std::string_view path, std::string_view name)
     RenameTo(path, Find(path, Purpose::Find), text, text, 0);
 }
 
+// What cannot be read is the fault of what was said at a place.
+void Edit::ReadFor(std::string_view said, std::size_t place, std::string_view text, const ReflectionByteCode& type,
+                   void* data) const
+{
+    try
+    {
+        ReadValue(text, type, data);
+    }
+    catch (const Error& e)
+    {
+        Refuse(said, place, e.GetMessage());
+    }
+}
+
 // To a name that stands at a place of what was said.
 void Edit::RenameTo(std::string_view path, const Spots& spots, const std::string& text, std::string_view said,
                     std::size_t place)
@@ -256,7 +270,7 @@ void Edit::RenameTo(std::string_view path, const Spots& spots, const std::string
         if (!outer.IsRenewed() && (kind == VK_CLASS || kind == VK_VECTOR))
             Refuse(path, spot.m_step, "other keys may depend on this one");
         const Variable key(keyType);
-        ReadValue(text, keyType, key.Get());
+        ReadFor(said, place, text, keyType, key.Get());
         if (outer.FindPayload(outer.m_data, key.Get()) != nullptr)
             Refuse(said, place, "the key " + text + " is there already");
     }
@@ -273,14 +287,7 @@ void Edit::RenameTo(std::string_view path, const Spots& spots, const std::string
             if (mention.m_item.m_name.IsEmpty())
                 Refuse(path, spot.m_step, "the member's name is not written");
             const Variable fresh(target.m_type);
-            try
-            {
-                ReadValue(mention.m_value.In(m_document.GetText()), target.m_type, fresh.Get());
-            }
-            catch (const Error& e)
-            {
-                Refuse(said, place, e.GetMessage());
-            }
+            ReadFor(said, place, mention.m_value.In(m_document.GetText()), target.m_type, fresh.Get());
         }
     }
     if (isKey && spot.m_data != nullptr)

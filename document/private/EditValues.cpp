@@ -56,8 +56,8 @@ std::string_view WithoutMargins(std::string_view text)
     return begin < end ? text.substr(begin, end - begin) : std::string_view();
 }
 
-Edit::Edit(const Document& document, const Reading& reading)
-    : m_document(document), m_layout(m_document), m_reading(reading)
+Edit::Edit(const Document& document, const Reading& reading, std::string_view said)
+    : m_document(document), m_said(said), m_saidAlone(WithoutMargins(said)), m_layout(m_document), m_reading(reading)
 {
     ReadAgain();
 }
@@ -265,7 +265,7 @@ std::string Edit::KeyText(const Spot& map, const Spot& payload) const
         ReadValue(item.m_key.In(m_document.GetText()), type, key.Get());
     ReadValue(payload.m_name, type, key.Get());
     const std::optional<std::string> text = m_reading.Written(type, wanted.Get());
-    return !text || m_reading.Written(type, key.Get()) == text ? payload.m_name : *text;
+    return !text || m_reading.Written(type, key.Get()) == text ? payload.m_name : Spaced(*text);
 }
 
 // What is not written yet, and can only be written whole.
@@ -275,7 +275,7 @@ void Edit::WriteOut(std::string_view path, const Spots& spots, std::size_t i)
         m_isMade && spots[i].m_data != nullptr ? m_reading.Written(spots[i].m_type, spots[i].m_data) : std::nullopt;
     if (!text)
         Refuse(path, spots[i].m_step, s_isMade);
-    SetText(path, spots, i, *text);
+    SetText(path, spots, i, Spaced(*text));
 }
 
 void Edit::PutMember(const Spot& outer, const std::string& name, const std::string& text)
@@ -395,7 +395,7 @@ void Edit::AddEntries(const std::string& path, const Spots& spots, const Documen
             readKey(key, *last);
         const std::string_view separator = added.empty() ? "" : ", ";
         made.append(separator).append(key).append(" -> ").append(text);
-        added.append(separator).append(isSame ? keyText : std::string_view(key)).append(" -> ").append(text);
+        added.append(separator).append(isSame ? std::string(keyText) : Spaced(key)).append(" -> ").append(text);
     }
     if (!added.empty())
     {

@@ -1,8 +1,11 @@
 #include <kelmDocument/private/Layout.h>
 
+#include <kelmDocument/Format.h>
+
 #include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
+#include <limits>
 #include <optional>
 
 namespace kelm::editing
@@ -42,6 +45,17 @@ std::ptrdiff_t CountBreaks(std::string_view space)
 }
 
 } // namespace
+
+std::string Spaced(const std::string& value)
+{
+    if (value.find_first_of("[({") == std::string::npos)
+        return value;
+    constexpr std::string_view before = "{ v = ";
+    constexpr std::string_view behind = " }\n";
+    const Result<std::string> text =
+        Format(std::string(before) + value + std::string(behind), {.m_width = std::numeric_limits<std::size_t>::max()});
+    return text ? text->substr(before.size(), text->size() - before.size() - behind.size()) : value;
+}
 
 Part PartAt(const Document& document, std::size_t at)
 {

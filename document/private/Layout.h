@@ -46,6 +46,9 @@ struct ItemPlace
         0; // where the first of these begins, so that no more need be looked at; 0 where that is unknown
 };
 
+// What was written without blanks, with those that a layout gives it on one line.
+std::string Spaced(const std::string& value);
+
 // The part that begins there; brackets are one.
 Part PartAt(const Document& document, std::size_t at);
 

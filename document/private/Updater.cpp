@@ -356,7 +356,7 @@ void Updater::UpdateMap(Span value, const Spot& before, const Spot& after)
     ItemPlace place(left.size(), left);
     for (const std::size_t i : added)
     {
-        const std::string text = isSet ? std::string(to.Element(i)) : EntryText(after, to, i);
+        const std::string text = isSet ? Spaced(std::string(to.Element(i))) : EntryText(after, to, i);
         m_layout.InsertItem(PartAt(m_document, begin), place, {.m_text = LaidOut(text, value.m_begin, true)});
         place = NextPlace(m_document, begin, place);
     }
@@ -420,7 +420,7 @@ std::string Updater::EntryText(const Spot& map, const Pieces& pieces, std::size_
     const Variable key(map.GetKeyType());
     ReadKey(pieces.Key(index), map.GetKeyType(), key.Get());
     const Variable fresh(map.GetPayloadType());
-    return std::string(pieces.Key(index)) + " -> " +
+    return Spaced(std::string(pieces.Key(index))) + " -> " +
            NewText(map.GetPayloadType(), fresh.Get(), map.FindPayload(map.m_data, key.Get()));
 }
 
@@ -449,7 +449,7 @@ std::string Updater::NewText(const ReflectionByteCode& type, void* fresh, void* 
     }
     const bool isList = spot.IsList();
     if (!isList && !spot.IsMap())
-        return m_reading.Written(type, data).value_or(std::string());
+        return Spaced(m_reading.Written(type, data).value_or(std::string()));
     const Pieces pieces = PiecesOf(type, data);
     const Spot made = SpotOf(type, fresh);
     std::string text = "[";
@@ -461,7 +461,7 @@ std::string Updater::NewText(const ReflectionByteCode& type, void* fresh, void* 
         else if (isList)
             text += ElementText(spot, i, pieces.Element(i));
         else
-            text += spot.IsSet() ? std::string(pieces.Element(i)) : EntryText(spot, pieces, i);
+            text += spot.IsSet() ? Spaced(std::string(pieces.Element(i))) : EntryText(spot, pieces, i);
     }
     return text + "]";
 }
@@ -482,7 +482,7 @@ std::string Updater::NewObject(const ptr<IObject>& object) const
 {
     const ReflectedClass* const rc = object ? object.GetReflectedClass() : nullptr;
     if (rc == nullptr || rc->m_createFn == nullptr)
-        return m_reading.Written(object).value_or("null");
+        return Spaced(m_reading.Written(object).value_or("null"));
     const GcRoot fresh(rc->m_createFn());
     RegisterGcObject(fresh.get());
     const std::string body = NewBody(*rc, static_cast<char*>(fresh.get().self()), static_cast<char*>(object.self()));

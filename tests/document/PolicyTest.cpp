@@ -50,8 +50,8 @@ TEST(DocumentPolicy, EditsWhatAProgramReads)
         // Lists and maps are what is written.
         {"{ customer = \"a\" codes = [7, 8] }", &DocumentEditor::Set, ".codes[0]", "9",
          "{ customer = \"a\" codes = [9, 8] }"},
-        {"{ customer = \"a\" }", &DocumentEditor::Set, ".codes[1]", "9", "{ customer = \"a\" codes = [1,9] }"},
-        {"{ customer = \"a\" }", &DocumentEditor::Insert, ".codes", "9", "{ customer = \"a\" codes = [1,2,9] }"},
+        {"{ customer = \"a\" }", &DocumentEditor::Set, ".codes[1]", "9", "{ customer = \"a\" codes = [1, 9] }"},
+        {"{ customer = \"a\" }", &DocumentEditor::Insert, ".codes", "9", "{ customer = \"a\" codes = [1, 2, 9] }"},
         {"{ customer = \"a\" codes = [7] }", &DocumentEditor::Set, ".codes", "[]", "{ customer = \"a\" codes = [] }"},
         {"{ customer = \"a\" codes = [7] }", &DocumentEditor::Add, ".codes", "[8]", "{ customer = \"a\" codes = [8] }"},
         {"{ customer = \"a\" codes = [7, 8] }", s_remove, ".codes[0]", "", "{ customer = \"a\" codes = [8] }"},

@@ -141,6 +141,16 @@ TEST_F(Fmt, RefusesWrongSettings)
     }
     const std::string path = Make("kelm.json", "{\n \"fmt\": }");
     EXPECT_TRUE(RunTool({"fmt", file}).m_errors.starts_with(path + ":2:9: error: no JSON: syntax error "));
+    for (const std::string twice :
+         {"{\"fmt\": {\"width\": 50, \"width\": 60}}", "{\"fmt\": {}, \"fmt\": {\"width\": 60}}"})
+    {
+        Make("kelm.json", twice);
+        const std::string key = twice.substr(twice.rfind(twice.find("{}") != twice.npos ? "fmt" : "width"), 3);
+        const std::string errors = RunTool({"fmt", file}).m_errors;
+        EXPECT_TRUE(
+            errors.starts_with(path + ":1:" + std::to_string(twice.rfind("\"" + key) + 1) + ": error: member '" + key))
+            << errors;
+    }
     EXPECT_EQ(Read(file), s_loose);
     EXPECT_EQ(RunTool({"fmt", "--width", "1e3", file}).m_errors,
               "kelmscript: error: --width: 1e3 is not a number from 20 to 1000\n");

@@ -65,4 +65,14 @@ Failure FailureOfDivision(const SourceText& source, const LSToken& place)
             {}};
 }
 
+std::size_t OffsetOf(std::string_view text, const Error& error)
+{
+    std::size_t offset = 0;
+    for (int64 line = 1; line < error.GetLine(); ++line)
+        offset = text.find('\n', offset) + 1;
+    for (int64 column = 1; column < error.GetColumn() && offset < text.size(); ++column)
+        offset += FirstCharacter(text.substr(offset)).m_octets.size();
+    return offset;
+}
+
 } // namespace kelm::tool

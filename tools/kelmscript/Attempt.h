@@ -3,6 +3,7 @@
 #include "DivisionWatch.h"
 #include "Failure.h"
 
+#include <kelm/Error.h>
 #include <kelm/private/Source.h>
 #include <klUtils/text/ParserBase.h>
 
@@ -36,5 +37,8 @@ template <class F>
         return FailureOfDivision(source, watch.GetPlace());
     return failure;
 }
+
+// Where an error of the front door is, in the text that it is about.
+std::size_t OffsetOf(std::string_view text, const Error& error);
 
 } // namespace kelm::tool

@@ -57,32 +57,43 @@ struct Field
     void* m_data;
 };
 
-std::optional<Field> FindField(ptr<IObject> object, const std::string& path, bool forWriting)
+// One of them.
+struct FoundField
+{
+    std::optional<Field> m_field;
+    std::optional<Failure> m_failure;
+};
+
+FoundField TryFindField(ptr<IObject> object, const std::string& path, bool forWriting)
 {
     const SourceText source{"<path>", path};
     if (!object)
-    {
-        Report(source, {"value", "the data source is null, which has no fields", 0, {}});
-        return std::nullopt;
-    }
+        return {std::nullopt, Failure{"value", "the data source is null, which has no fields", 0, {}}};
     ExpressionParser parser;
     Field field{};
+    FoundField found;
     // Looking is no reason to make a dynamic array grow.
     const GrowthLimit limit(forWriting ? static_cast<ssize_t>(GetSizeLimit()) : 0);
-    std::optional<Failure> failure = Attempt(source, parser,
-                                             [&]
-                                             {
-                                                 parser.Init(source.View());
-                                                 field.m_data =
-                                                     NavigatePathToField(object, parser, field.m_type, forWriting);
-                                                 RequireEnd(parser);
-                                             });
-    if (!failure)
-        return field;
-    if (!path.empty() && IsIdentifierCharacter(path[0]))
-        failure->m_notes.push_back({"a path begins with a dot: ." + path, 0});
-    Report(source, *failure);
-    return std::nullopt;
+    found.m_failure = Attempt(source, parser,
+                              [&]
+                              {
+                                  parser.Init(source.View());
+                                  field.m_data = NavigatePathToField(object, parser, field.m_type, forWriting);
+                                  RequireEnd(parser);
+                              });
+    if (!found.m_failure)
+        found.m_field = field;
+    else if (!path.empty() && IsIdentifierCharacter(path[0]))
+        found.m_failure->m_notes.push_back({"a path begins with a dot: ." + path, 0});
+    return found;
+}
+
+std::optional<Field> FindField(ptr<IObject> object, const std::string& path, bool forWriting)
+{
+    const FoundField found = TryFindField(object, path, forWriting);
+    if (found.m_failure)
+        Report({"<path>", path}, *found.m_failure);
+    return found.m_field;
 }
 
 // A variable that lies in memory of its own.
@@ -332,6 +343,12 @@ bool PutObject(ptr<IObject> object, EForm form)
     if (isWritten)
         Put("\n");
     return isWritten;
+}
+
+std::size_t UnderstoodOfPath(ptr<IObject> object, const std::string& path)
+{
+    const FoundField found = TryFindField(object, path, true);
+    return found.m_failure ? found.m_failure->m_offset : path.size();
 }
 
 bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces)

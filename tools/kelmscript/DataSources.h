@@ -63,6 +63,9 @@ std::optional<std::string> FieldText(ptr<IObject> object, const std::string& pat
 // with `replaces`, in place of that. False, after the error was reported, where it cannot be read.
 bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces);
 
+// How much of a path leads to a field. (Those of documents go on into variants, and to members outside of models.)
+std::size_t UnderstoodOfPath(ptr<IObject> object, const std::string& path);
+
 // `kelmscript print` and `get`
 int RunPrint(const Options& options);
 int RunGet(const Options& options);

@@ -1,5 +1,6 @@
 #include "Edits.h"
 
+#include "Attempt.h"
 #include "DataSources.h"
 #include "Diagnostics.h"
 #include "Files.h"
@@ -14,7 +15,6 @@
 #include <klObject/objects/Collector.h>
 #include <klUtils/text/ExpressionParser.h>
 
-#include <algorithm>
 #include <functional>
 #include <optional>
 #include <string>
@@ -34,24 +34,31 @@ struct EditTexts
     std::string m_value;
 };
 
-bool IsAbout(const Error& error, const std::string& text)
+// Which of the texts an error is about; null for neither. Two paths are told apart by what the error shows.
+const std::string* TextOf(const Error& error, const EditTexts& edit)
 {
-    return error.GetColumn() > 0 && error.GetExcerpt().starts_with(text + "\n");
+    if (error.GetColumn() == 0)
+        return nullptr;
+    if (error.GetSource() == "<value>")
+        return &edit.m_value;
+    if (error.GetSource() != "<path>")
+        return nullptr;
+    const bool isSecond =
+        error.GetExcerpt().starts_with(edit.m_value + "\n") && !error.GetExcerpt().starts_with(edit.m_path + "\n");
+    return isSecond ? &edit.m_value : &edit.m_path;
 }
 
 // At its place, where that is in what the command line says.
 void ReportEdit(const Error& error, const EditTexts& edit)
 {
-    for (const std::string& text : {edit.m_path, edit.m_value})
-        if (IsAbout(error, text))
-        {
-            const std::size_t offset = std::min(static_cast<std::size_t>(error.GetColumn()) - 1, text.size());
-            Failure failure{"path", error.GetMessage(), offset, {}};
-            if (const std::vector<std::string>& names = error.GetSuggestions(); !names.empty())
-                failure.m_notes.push_back({DidYouMean(names), offset});
-            return Report({error.GetSource(), text}, failure);
-        }
-    ReportError(error.GetMessage());
+    const std::string* const text = TextOf(error, edit);
+    if (text == nullptr)
+        return ReportError(error.GetMessage());
+    const std::size_t offset = OffsetOf(*text, error);
+    Failure failure{"path", error.GetMessage(), offset, {}};
+    if (const std::vector<std::string>& names = error.GetSuggestions(); !names.empty())
+        failure.m_notes.push_back({DidYouMean(names), offset});
+    Report({error.GetSource(), *text}, failure);
 }
 
 // Whether a data source is written to where it was read from, or refuses that.
@@ -78,7 +85,7 @@ std::optional<std::vector<EditTexts>> PairsOf(const Options& options)
 using Change = std::function<Result<bool>(DocumentEditor&, const EditTexts&)>;
 
 // Whether a path has nothing but what paths to fields have: documents know more.
-bool IsFieldPath(const std::string& path)
+bool HasFieldsAlone(const std::string& path)
 {
     for (std::size_t at = path.find('['); at != std::string::npos; at = path.find('[', at + 1))
         if (path.find_first_not_of("[0123456789 ", at) != path.find(']', at))
@@ -86,18 +93,21 @@ bool IsFieldPath(const std::string& path)
     return true;
 }
 
-// Says why an edit was refused. What paths and values to fields are refused for is said as it is everywhere else.
+// Says why an edit was refused. What paths and values to fields are refused for is said as it is everywhere else,
+// unless paths of documents lead further.
 void Explain(const Document& document, const Error& error, const EditTexts& edit, const Options& options)
 {
-    if (options.m_run == RunSet && IsFieldPath(edit.m_path) &&
-        (IsAbout(error, edit.m_path) || IsAbout(error, edit.m_value)))
+    const std::string* const about = TextOf(error, edit);
+    if (options.m_run == RunSet && HasFieldsAlone(edit.m_path) && about != nullptr)
     {
         GcRoot object;
         const std::string_view text = WithoutByteOrderMark(document.GetText());
         ExpressionParser parser;
         parser.Init({text.data(), text.data() + text.size()});
         object = ParseDataSource(parser); // as the editor has done already
-        if (!SetField(object.get(), edit.m_path, edit.m_value, options.m_replace))
+        const std::size_t reached = about == &edit.m_path ? OffsetOf(edit.m_path, error) : edit.m_path.size();
+        if (UnderstoodOfPath(object.get(), edit.m_path) >= reached &&
+            !SetField(object.get(), edit.m_path, edit.m_value, options.m_replace))
             return;
     }
     ReportEdit(error, edit);

@@ -3,6 +3,8 @@
 #include "Diagnostics.h"
 #include "Files.h"
 
+#include <kelmLanguage/JsonTape.h>
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -70,7 +72,11 @@ std::optional<FormatOptions> ReadSettings(const std::string& path)
     const SourceText source = file->Source();
     try
     {
-        return OptionsOf(Json::parse(source.m_text, nullptr, true, true));
+        const Json settings = Json::parse(source.m_text, nullptr, true, true);
+        language::JsonFault fault; // what is written twice, which the values do not tell
+        if (language::JsonTape::Read(source.m_text, fault))
+            return OptionsOf(settings);
+        Report(source, {"syntax", fault.m_message, fault.m_place, {}});
     }
     catch (const Json::parse_error& e)
     {

@@ -26,16 +26,6 @@ constexpr ConstStringZ s_kinds[] = {"syntax",     "name", "type", "range",   "ch
                                     "arithmetic", "call", "file", "internal"};
 static_assert(std::size(s_kinds) == static_cast<std::size_t>(ErrorKind::Internal) + 1);
 
-std::size_t OffsetOf(std::string_view text, const Error& error)
-{
-    std::size_t offset = 0;
-    for (int64 line = 1; line < error.GetLine(); ++line)
-        offset = text.find('\n', offset) + 1;
-    for (int64 column = 1; column < error.GetColumn() && offset < text.size(); ++column)
-        offset += FirstCharacter(text.substr(offset)).m_octets.size();
-    return offset;
-}
-
 Failure FailureOf(const SourceText& source, const Error& error)
 {
     Failure failure{s_kinds[static_cast<std::size_t>(error.GetKind())],
