@@ -215,11 +215,8 @@ private:
         case TypeKind::Void: return Text("type", "null");
         case TypeKind::Bool: return Text("type", "boolean");
         case TypeKind::Integer: return Integer(type.m_name);
-        case TypeKind::Float: return Float();
-        case TypeKind::Character:
-            Text("type", "string");
-            Count("minLength", 1);
-            return Count("maxLength", 1);
+        case TypeKind::Float: return Float(type.m_name);
+        case TypeKind::Character: return Character(type.m_name);
         case TypeKind::Text:
         case TypeKind::Duration: return Text("type", "string");
         case TypeKind::Enum:
@@ -257,12 +254,30 @@ private:
             }
     }
 
-    void Float()
+    // Of one octet; one of 16 bits is read from one octet with its sign.
+    void Character(const std::string& name)
+    {
+        Text("type", "string");
+        Count("minLength", 1);
+        Count("maxLength", 1);
+        Text("pattern", name == "char16" ? R"(^[\x00-\x7F\uFF80-\uFFFF]$)" : R"(^[\x00-\x7F]$)");
+    }
+
+    // What lies further out than this rounds to infinity.
+    void Float(const std::string& name)
     {
         m_json.Name("anyOf");
         m_json.BeginArray();
         m_json.BeginObject();
         Text("type", "number");
+        if (name == "float32")
+        {
+            constexpr float64 most = 0x1.ffffffp127;
+            m_json.Name("minimum");
+            m_json.Float(-most);
+            m_json.Name("maximum");
+            m_json.Float(most);
+        }
         m_json.EndObject();
         m_json.BeginObject();
         Names("enum", {"inf", "-inf", "nan"});

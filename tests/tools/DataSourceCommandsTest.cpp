@@ -278,6 +278,18 @@ TEST_F(DataSource, NestingHasNoLimitButInJson)
     EXPECT_EQ(RunOn(Chain(400), {"print", "--json", "FILE"}).m_exitCode, 0);
 }
 
+TEST_F(DataSource, KeysHaveOneNameEachInJson)
+{
+    const std::string begin = "kelmscript: error: cannot write the object as JSON: ";
+    EXPECT_EQ(
+        RunOn("tool::Scene { counts = [\"\\xFE\" -> 1, \"\\xFF\" -> 2] }", {"print", "--json", "FILE"}),
+        (ProgramResult{1, "", begin + "two keys of a map are both \"\xEF\xBF\xBD\", since they are not UTF-8\n"}));
+    EXPECT_EQ(RunOn("tool::Scene { counts = [\"\\xFE\" -> 1, \"\\xFF!\" -> 2, \"\xC3\xA9\" -> 3] }",
+                    {"print", "--json", "FILE"})
+                  .m_exitCode,
+              0);
+}
+
 // --- get
 
 struct FieldRow

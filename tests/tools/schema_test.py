@@ -51,17 +51,29 @@ MISTAKES = [
     set_in(["margins"], [1, 2, 3]),
     set_in(["margins"], [1, 2, 3, 4, 5]),
     set_in(["margins", 0], "wide"),
+    set_in(["margins", 0], 3.5e38),
+    set_in(["margins", 0], -1e300),
     set_in(["layers"], {}),
     set_in(["layers", 0, "levels"], "GROUND"),
     set_in(["layers", 0, "levels", 0], "SKY"),
     set_in(["materials"], []),
     set_in(["materials", "gravel"], 1),
+    set_in(["materials", "gravel", "symbol"], "\u00e9"),
+    set_in(["materials", "gravel", "symbol"], "ab"),
     set_in(["shapes", 0, "outline"], {}),
     set_in(["shapes", 0, "outline"], {"garden::Circle": {}, "garden::Rectangle": {}}),
     set_in(["shapes", 0, "outline"], {"Circle": {}}),
     set_in(["diary"], {}),
     set_in(["diary"], [[1]]),
     set_in(["zoom"], "huge"),
+]
+
+# And what is right, though the tool does not write it so.
+RIGHT = [
+    set_in(["revision"], 5.0),
+    set_in(["format"], -2e9),
+    set_in(["margins", 0], 3.4028235e38),
+    set_in(["materials", "gravel", "symbol"], "\u007f"),
 ]
 
 
@@ -92,6 +104,13 @@ def main(tool, module, data, documents):
                                  env=environment)
         # A class named elsewhere is another object, and right.
         assert refused.returncode == 1 or mistake in MISTAKES[:1], f"mistake {number} is converted"
+
+    for number, change in enumerate(RIGHT):
+        right = copy.deepcopy(document)
+        change(right)
+        assert validator.is_valid(right), f"change {number} is not valid"
+        subprocess.run([tool, "convert", "--to", "kds", "-"], input=json.dumps(right), check=True, capture_output=True,
+                       text=True, env=environment)
 
     for line in run([documents]).splitlines():
         row = json.loads(line)

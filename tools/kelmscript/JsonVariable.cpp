@@ -10,8 +10,10 @@
 #include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/xvector.h>
 
+#include <algorithm>
 #include <cstring>
 #include <exception>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -295,6 +297,7 @@ private:
         ReflectionByteCode m_payloadType; // none for a set
         bool m_hasTextKeys;
         std::exception_ptr m_failure = nullptr;
+        std::unordered_set<std::string> m_names = {}; // beyond ASCII
 
         std::string GetKeyText(const void* key) const
         {
@@ -303,6 +306,17 @@ private:
             char buffer[ForeignTextFns::BufferSize];
             const SubString text = m_keyType.GetForeignType().m_text->Get(key, buffer);
             return std::string(text.begin(), text.end());
+        }
+
+        // Texts that differ are the same name where both are not UTF-8.
+        void RequireNew(const std::string& name)
+        {
+            if (std::none_of(name.begin(), name.end(), [](char c) { return static_cast<unsigned char>(c) >= 0x80; }))
+                return;
+            JsonText json(JSON_COMPACT);
+            json.Text(name);
+            if (!m_names.insert(json.GetText()).second)
+                throw JsonException("two keys of a map are both " + json.GetText() + ", since they are not UTF-8");
         }
 
         bool TryWrite(const void* key, const void* payload)
@@ -325,7 +339,9 @@ private:
                 return m_writer.Variable(m_keyType, key);
             if (m_hasTextKeys)
             {
-                m_writer.m_json.Name(GetKeyText(key));
+                const std::string name = GetKeyText(key);
+                RequireNew(name);
+                m_writer.m_json.Name(name);
                 return m_writer.Variable(m_payloadType, payload);
             }
             m_writer.m_json.BeginArray();

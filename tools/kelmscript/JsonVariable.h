@@ -20,7 +20,8 @@
 namespace kelm::tool
 {
 
-// What JSON cannot hold: a cycle of objects, values nested to more than a thousand levels, 128-bit integers.
+// What JSON cannot hold: a cycle of objects, values nested to more than a thousand levels, 128-bit integers, keys that
+// are not UTF-8 and have one name.
 class JsonException : public std::runtime_error
 {
 public:

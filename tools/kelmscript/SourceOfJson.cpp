@@ -1,8 +1,11 @@
 #include "SourceOfJson.h"
 
+#include <kelmDocument/private/Subject.h>
+
 #include <kelm/private/Names.h>
 #include <kelm/private/Source.h>
 #include <kelm/private/TypeText.h>
+#include <kelm/private/Variable.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/EnumIndex.h>
 #include <klObject/types/ForeignType.h>
@@ -13,8 +16,12 @@
 #include <klUtils/xstring.h>
 
 #include <algorithm>
+#include <charconv>
 #include <iterator>
+#include <optional>
 #include <string_view>
+#include <system_error>
+#include <unordered_set>
 
 namespace kelm::tool
 {
@@ -43,6 +50,75 @@ public:
 
 private:
     std::string& m_text;
+};
+
+// The number as an integer is written; empty where it is none, or longer than any.
+std::string IntegerOf(std::string_view number)
+{
+    constexpr std::size_t mostDigits = 20;
+    const std::size_t exponentAt = std::min(number.find_first_of("eE"), number.size());
+    int exponent = 0;
+    if (exponentAt < number.size())
+    {
+        const std::size_t begin = exponentAt + (number[exponentAt + 1] == '+' ? 2 : 1);
+        if (std::from_chars(number.data() + begin, number.data() + number.size(), exponent).ec != std::errc())
+            return {};
+    }
+    const bool isNegative = number[0] == '-';
+    const std::string_view mantissa = number.substr(isNegative ? 1 : 0, exponentAt - (isNegative ? 1 : 0));
+    const std::size_t point = std::min(mantissa.find('.'), mantissa.size());
+    std::string digits(mantissa.substr(0, point));
+    if (point < mantissa.size())
+        digits += mantissa.substr(point + 1);
+    const std::size_t zeros = std::min(digits.find_first_not_of('0'), digits.size());
+    digits.erase(0, zeros);
+    if (digits.empty())
+        return "0";
+    // How many of them stand before the point.
+    const int64 whole = static_cast<int64>(point) - static_cast<int64>(zeros) + exponent;
+    if (whole <= 0 || whole > static_cast<int64>(mostDigits))
+        return {};
+    const auto size = static_cast<std::size_t>(whole);
+    if (size < digits.size() && digits.find_first_not_of('0', size) != std::string::npos)
+        return {};
+    digits.resize(size, '0');
+    return (isNegative ? "-" : "") + digits;
+}
+
+// The keys of a map, by their values.
+class Keys
+{
+public:
+    explicit Keys(const ReflectionByteCode& type) : m_type(type)
+    {
+        m_type.AdvanceToUnderlyingType2();
+        const ETypeByteCode code = m_type.GetCode();
+        m_isCompared = code != FT_MAP && code != FT_SET && code != FT_STRING8; // JSON compares texts
+    }
+
+    // What is written again, if it is. What cannot be read is the reader's business.
+    std::optional<std::string> Repeats(const std::string& text)
+    {
+        if (!m_isCompared)
+            return std::nullopt;
+        try
+        {
+            const evaluation::Variable key(m_type);
+            m_reading.ReadValue("", text, m_type, key.Get());
+            const std::optional<std::string> written = m_reading.Written(m_type, key.Get());
+            return written && !m_known.insert(*written).second ? written : std::nullopt;
+        }
+        catch (const Error&)
+        {
+            return std::nullopt;
+        }
+    }
+
+private:
+    ReflectionByteCode m_type;
+    bool m_isCompared;
+    editing::Reading m_reading{DocumentPolicy()};
+    std::unordered_set<std::string> m_known;
 };
 
 class SourceMaker
@@ -123,6 +199,14 @@ private:
             if (m_json[i].m_kind != JsonKind::Null)
                 Fail(i, "Expected null for nothing");
             return;
+        case FT_INT8:
+        case FT_INT16:
+        case FT_INT32:
+        case FT_INT64:
+        case FT_UINT8:
+        case FT_UINT16:
+        case FT_UINT32:
+        case FT_UINT64: return Integer(i);
         case FT_FLOAT32:
         case FT_FLOAT64: return Float(i);
         case FT_CHAR16: return Character16(i);
@@ -152,6 +236,16 @@ private:
         case FT_FOREIGN: return Foreign(i, type);
         default: return Scalar(i);
         }
+    }
+
+    // In JSON 5.0 and 50e-1 are the number 5.
+    void Integer(std::size_t i)
+    {
+        const JsonValue& value = m_json[i];
+        const std::string digits = value.m_kind == JsonKind::Number ? IntegerOf(value.m_text) : std::string();
+        if (digits.empty())
+            return Scalar(i);
+        Put(digits, i);
     }
 
     void Float(std::size_t i)
@@ -326,10 +420,12 @@ private:
              bool hasTextKeys)
     {
         Require(map, hasTextKeys ? JsonKind::Object : JsonKind::Array, type);
+        Keys keys(key);
         Elements(map, false,
                  [&](std::size_t i, std::size_t)
                  {
                      std::size_t value = i + 1;
+                     const std::size_t begin = m_source.m_text.size();
                      if (!hasTextKeys)
                      {
                          const bool isPair = m_json[i].m_kind == JsonKind::Array && m_json[i].m_next > value &&
@@ -344,6 +440,8 @@ private:
                          Put(m_json[i].m_text, i);
                      else
                          Quoted(m_json[i].m_text, i);
+                     if (const std::optional<std::string> twice = keys.Repeats(m_source.m_text.substr(begin)))
+                         Fail(hasTextKeys ? i : i + 1, "the key " + *twice + " is written twice");
                      Put(" -> ");
                      Value(value, payload);
                  });
