@@ -226,7 +226,7 @@ const CommandRow s_commands[] = {
      "too, where the element has none of the same name.",
      RunEach, s_eachArguments, s_eachOptions,
      R"(  kelmscript each name garden.kds --in .shapes
-  kelmscript each 'quantity * price' order.kds --where 'quantity > 1'
+  kelmscript each 'position.x * 2' garden.kds --in .shapes --where 'position.x > 1'
   kelmscript each --json it garden.kds --in .margins
 )"},
     {"repl",
@@ -263,7 +263,7 @@ const CommandRow s_commands[] = {
      RunConvert, s_convertArguments, s_convertOptions,
      R"(  kelmscript convert scene.kds > scene.json
   kelmscript convert scene.json > scene.kds
-  kelmscript convert --class garden::Shape shape.json
+  kelmscript convert --class garden::Shape elm.json
 )"},
     {"get", "Write the type and value of a field", "Follows a path through the object, and changes nothing on the way.",
      RunGet, s_getArguments, s_getOptions,
