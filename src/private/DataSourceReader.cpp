@@ -605,30 +605,10 @@ Place BasicDataSourceReader<Rules>::ReadBodies(SubString bracket, const ClassSha
         cursor.MovePastOperator();
     while (true)
     {
-        const char* const past = body.m_expected->FindEnd(cursor.GetStart(), cursor.GetEnd());
-        if (past != nullptr && (past == cursor.GetEnd() || !HasProperty(*past, text::CHAR_IDENTIFIER))) [[likely]]
-        {
-            const ssize_t i = body.m_expected - body.m_shape.m_names;
-            if constexpr (Rules::s_isRuled)
-                NoteMember(written, i, body.m_shape, cursor.GetStart());
-            if (!cursor.template TryTakeOperatorBehind<'='>(past)) [[unlikely]]
-            {
-                PassName(cursor);
-                cursor.LoadOperator();
-            }
-            ++body.m_expected;
-            const ReflectedClass& model = *body.m_shape.m_model.m_class;
-            char* const member = body.m_data + body.m_shape.m_model.m_offset + model.m_modelFields[i].m_offset;
-            const ReflectionByteCode type = body.m_shape.GetModelType(i);
-            if constexpr (Rules::s_isRuled)
-                cursor.Load(ReadMember(cursor, type, member, body.m_shape, FieldFacts(model, i)));
-            else if (const ReflectedClass* const rc = FindListedClass(cursor, type))
-                ReadListOf(*rc, *reinterpret_cast<VectorOfByte*>(member), cursor, body, lists);
-            else
-                ReadBehind(cursor, type, member);
-            continue;
-        }
-        if (cursor.IsAt<'}'>())
+        FoundName name{body.m_expected, body.m_expected->FindEnd(cursor.GetStart(), cursor.GetEnd())};
+        const bool isExpected = name.m_past != nullptr &&
+                                (name.m_past == cursor.GetEnd() || !HasProperty(*name.m_past, text::CHAR_IDENTIFIER));
+        if (!isExpected && cursor.IsAt<'}'>())
         {
             if constexpr (Rules::s_isRuled)
                 RequireMembers(written, body.m_shape, cursor.GetStart());
@@ -643,6 +623,30 @@ Place BasicDataSourceReader<Rules>::ReadBodies(SubString bracket, const ClassSha
             if (isList && lists.IsEmpty())
                 break;
             written = {};
+            continue;
+        }
+        if (!isExpected) [[unlikely]]
+            name = FindName(cursor.GetStart(), cursor.GetEnd(), body.m_shape);
+        if (name.m_past != nullptr) [[likely]]
+        {
+            const ssize_t i = name.m_known - body.m_shape.m_names;
+            if constexpr (Rules::s_isRuled)
+                NoteMember(written, i, body.m_shape, cursor.GetStart());
+            if (!cursor.template TryTakeOperatorBehind<'='>(name.m_past)) [[unlikely]]
+            {
+                PassName(cursor);
+                cursor.LoadOperator();
+            }
+            body.m_expected = name.m_known + 1;
+            const ReflectedClass& model = *body.m_shape.m_model.m_class;
+            char* const member = body.m_data + body.m_shape.m_model.m_offset + model.m_modelFields[i].m_offset;
+            const ReflectionByteCode type = body.m_shape.GetModelType(i);
+            if constexpr (Rules::s_isRuled)
+                cursor.Load(ReadMember(cursor, type, member, body.m_shape, FieldFacts(model, i)));
+            else if (const ReflectedClass* const rc = FindListedClass(cursor, type))
+                ReadListOf(*rc, *reinterpret_cast<VectorOfByte*>(member), cursor, body, lists);
+            else
+                ReadBehind(cursor, type, member);
             continue;
         }
         const FoundField found =
@@ -714,6 +718,25 @@ void BasicDataSourceReader<Rules>::PassName(const FastCursor& cursor)
     cursor.GoHome().Next();
     if (!m_cursor.Is(TOKEN_EQUAL))
         m_cursor.ThrowExpected("=");
+}
+
+// The model field of the name that begins there, if that is one that a class's index has; for a name that is not the
+// expected one.
+template <class Rules>
+[[gnu::noinline]] typename BasicDataSourceReader<Rules>::FoundName BasicDataSourceReader<Rules>::FindName(
+    const char* p, const char* end, const ClassShape& shape)
+{
+    const ReflectedClass* const model = shape.m_model.m_class;
+    const FieldIndex* const index = model != nullptr ? GetFieldIndex(*model) : nullptr;
+    if (index == nullptr || p == end || text::StartOf(*p) != text::Start::Identifier)
+        return {};
+    const char* const past = text::SkipName(p, end);
+    const FieldEntry* const entry = end - p >= s_maxShortText && past - p <= s_maxShortText
+                                        ? &index->m_fields.FindWord(LoadWord<uint64>(p) & s_firstCharacters[past - p])
+                                        : index->m_fields.Find({p, past});
+    if (entry == nullptr || entry->m_firstPresentModel < 0)
+        return {};
+    return {shape.m_names + entry->m_firstPresentModel, past};
 }
 
 // The field whose name is at the cursor, which is taken past it, to the equals sign. Those expected next follow it.

@@ -126,6 +126,13 @@ private:
     using FieldFacts = typename Rules::FieldFacts;
     using Members = typename Rules::Members;
 
+    // A name among those of a class's fields, and where it ends in the text; no name without that.
+    struct FoundName
+    {
+        const KnownText* m_known = nullptr;
+        const char* m_past = nullptr;
+    };
+
     // A field of a class, and those that are expected behind it. Without a type: a member that was passed over.
     struct FoundField
     {
@@ -200,6 +207,7 @@ private:
     void PassName(const text::FastCursor& cursor);
     void NoteMember(Members& written, ssize_t member, const ClassShape& shape, const char* place) const;
     void RequireMembers(const Members& written, const ClassShape& shape, const char* place) const;
+    static FoundName FindName(const char* p, const char* end, const ClassShape& shape);
     FoundField FindField(const text::FastCursor& cursor, const ClassShape& shape, ssize_t nextModelField,
                          ssize_t nextField, Members& written);
 
