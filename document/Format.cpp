@@ -88,7 +88,8 @@ private:
         uint32 m_keyWidth = 0;          // of the column; 0 where there is none
         bool m_beginsWithComma = false; // whether the line does
         bool m_canBreak = false;        // whether a line can begin with the item that is being laid out
-        std::size_t m_item = 0;         // the queued spacing before it
+        Span m_itemSpace = {};          // the white space before it
+        std::size_t m_item = 0;         // the first queued spacing of what is behind that, or of that itself
         std::size_t m_itemPlace = 0;    // where it begins in its line
     };
     // A comment behind what else is on its line.
@@ -135,7 +136,7 @@ private:
     std::size_t m_column = 0;  // the next one's width
 
     std::vector<Spacing> m_queue;
-    bool m_isAwaited = false; // whether the next one can change, and is queued though it is as written
+    bool m_isAwaited = false; // whether the next one can change, though it is as written
     std::size_t m_place = 0;  // in the line
     std::size_t m_lineIndent = 0;
     bool m_isBehindCr = false; // which a line feed alone would take from a comment
@@ -221,7 +222,8 @@ void Layouter::PutInside()
         isBehindLine = comment.m_isLine;
         numBlanks = m_walk.IsBlankBehindComments() ? 1 : 0;
     }
-    numBlanks += CountPadding();
+    if (m_walk.CanBeInColumn())
+        numBlanks += CountPadding();
     if (isBehindLine)
         Put(m_walk.GetPiece(), isComma || IsOpeningBracket(m_walk.GetToken()) ? GetIndent() : deeper, 1);
     else
@@ -329,7 +331,8 @@ void Layouter::PutBehind(const Comment& comment, bool isWrittenSo)
 void Layouter::AllowBreak(const Piece& first)
 {
     Level& level = GetLevel();
-    level.m_canBreak = m_isAwaited = level.m_rows != Rows::Single && !IsKept(first);
+    level.m_canBreak = level.m_rows != Rows::Single && !IsKept(first);
+    level.m_itemSpace = first.m_space;
     level.m_item = m_queue.size();
     level.m_itemPlace = m_place + 1;
 }
@@ -339,9 +342,12 @@ void Layouter::BreakBefore(Level& level)
 {
     if (!std::exchange(level.m_canBreak, false) || m_place <= m_options.m_width)
         return;
-    Spacing& spacing = m_queue[level.m_item];
-    spacing.m_numBreaks = 1;
-    spacing.m_numBlanks = GetIndent();
+    const Spacing spacing{level.m_itemSpace, GetIndent(), 1, m_shapes.m_isCrLf};
+    const auto place = m_queue.begin() + static_cast<std::ptrdiff_t>(level.m_item);
+    if (place != m_queue.end() && place->m_place == level.m_itemSpace)
+        *place = spacing;
+    else
+        m_queue.insert(place, spacing);
     m_place = spacing.m_numBlanks + (m_place - level.m_itemPlace);
     m_lineIndent = spacing.m_numBlanks;
     EndCommentColumn();
@@ -366,10 +372,8 @@ void Layouter::Put(const Piece& piece, std::size_t numBlanks, int numBreaks)
     }
     if (numBreaks > 0)
         EndLine(numBreaks);
-    const Spacing spacing{piece.m_space, numBlanks, static_cast<uint8>(numBreaks), m_shapes.m_isCrLf || m_isBehindCr};
-    if (std::exchange(m_isAwaited, false) || !IsAsWritten(spacing, m_text))
-        m_queue.push_back(spacing);
-    m_isBehindCr = false;
+    m_queue.push_back({piece.m_space, numBlanks, static_cast<uint8>(numBreaks), m_shapes.m_isCrLf || m_isBehindCr});
+    m_isBehindCr = m_isAwaited = false;
     m_place = numBlanks + (numBreaks > 0 ? 0 : m_place);
     if (numBreaks > 0)
         m_lineIndent = numBlanks;
@@ -443,8 +447,11 @@ void Layouter::EndCommentColumn()
 void Layouter::Send()
 {
     for (const Spacing& spacing : m_queue)
-        if (!IsAsWritten(spacing, m_text))
+    {
+        const bool isOther = spacing.m_numBreaks == 0 && spacing.m_place.GetSize() != spacing.m_numBlanks; // most often
+        if (isOther || !IsAsWritten(spacing, m_text))
             m_receiver.Take(spacing);
+    }
     m_queue.clear();
 }
 
@@ -457,7 +464,7 @@ public:
 
     void Take(const Spacing& spacing) override
     {
-        m_made += m_text.substr(m_taken, spacing.m_place.m_begin - m_taken);
+        m_made.append(m_text.data() + m_taken, spacing.m_place.m_begin - m_taken);
         if (spacing.m_numBreaks == 0 && spacing.m_numBlanks == 1)
             m_made += ' ';
         else

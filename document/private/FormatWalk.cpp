@@ -5,6 +5,7 @@
 #include <klUtils/text/private/Messages.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -14,6 +15,15 @@ namespace kelm::formatting
 
 namespace
 {
+
+// Of the first character: white space, or perhaps a comment.
+constexpr std::array<bool, 256> s_beginsPassed = []
+{
+    std::array<bool, 256> begins{};
+    for (const char c : {' ', '\t', '\n', '\v', '\f', '\r', '/', '#'})
+        begins[static_cast<unsigned char>(c)] = true;
+    return begins;
+}();
 
 bool IsNumber(EToken token)
 {
@@ -58,7 +68,7 @@ bool FormatWalk::PassSpace()
     m_comments.clear();
     const char* p = m_place;
     p += p != m_end && *p == ' ' ? 1 : 0;
-    if (p == m_end || text::Spaces::In(*p) || *p == '/' || *p == '#')
+    if (p == m_end || s_beginsPassed[static_cast<unsigned char>(*p)])
         return PassAnySpace();
     const ScannedPart part = ScanPartHere(m_begin, p, m_end);
     if (part.m_kind != PartKind::Token) [[unlikely]]
@@ -179,12 +189,12 @@ std::size_t FormatWalk::CountCommentsBehind() const
 bool FormatWalk::FindBlankBefore() const
 {
     constexpr auto bitOf = [](auto... where) { return ((1U << static_cast<int>(where)) | ...); };
-    unsigned blanks = bitOf(Where::Item, Where::AfterComma);
+    constexpr unsigned always = bitOf(Where::Item, Where::AfterComma);
+    constexpr unsigned inCurly = bitOf(Where::Open, Where::Close);
+    constexpr unsigned loose = bitOf(Where::Inside);
+    constexpr unsigned blanksOf[] = {always | loose, always | loose | inCurly, always, always | inCurly};
     const bool isCurly = GetOpening() == TOKEN_LEFT_CURLY;
-    if (isCurly)
-        blanks |= bitOf(Where::Open, Where::Close);
-    if (!m_isTight)
-        blanks |= bitOf(Where::Inside);
+    unsigned blanks = blanksOf[(isCurly ? 1 : 0) + (m_isTight ? 2 : 0)];
     if (!m_comments.empty()) [[unlikely]]
         blanks |= bitOf(Where::Inside, Where::Comma, Where::Close, Where::End) | (isCurly ? bitOf(Where::Empty) : 0);
     return (blanks >> static_cast<int>(m_where) & 1) != 0;
@@ -335,10 +345,12 @@ bool FormatWalk::Next()
     if (IsOpeningBracket(m_token))
     {
         m_levels.push_back({m_token});
+        m_opening = m_token;
     }
     else if (IsClosingBracket(m_token))
     {
         m_levels.pop_back();
+        m_opening = m_levels.empty() ? TOKEN_UNDEF : m_levels.back().m_opening;
         m_isKeyPlain = false;
     }
     m_isTight = m_isSeparator = false;

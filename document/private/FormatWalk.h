@@ -72,7 +72,7 @@ public:
 
     // The brackets that the token stands in; of a bracket those around it for an opening one, its own for a closing
     // one. Undefined outside of all.
-    EToken GetOpening() const { return m_levels.empty() ? TOKEN_UNDEF : m_levels.back().m_opening; }
+    EToken GetOpening() const { return m_opening; }
     bool HasArrows() const { return !m_levels.empty() && m_levels.back().m_arrows == Arrows::Some; }
     std::size_t GetDepth() const { return m_levels.size(); }
 
@@ -133,17 +133,17 @@ private:
         bool m_isBehindArrow = false; // in the item
     };
 
-    inline bool FindBlankBefore() const;
-    inline bool PassSpace();
+    [[gnu::always_inline]] inline bool FindBlankBefore() const;
+    [[gnu::always_inline]] inline bool PassSpace();
     bool PassAnySpace();
     void PassComment(const char* past);
     void CountLines(const char* from, const char* to);
     void NoteLineEnd(const char* space);
     std::size_t CountCommentsBehind() const;
     bool IsCommentBehind(int numBreaks) const;
-    inline void Measure();
+    [[gnu::always_inline]] inline void Measure();
     void MeasureComments();
-    inline bool Take();
+    [[gnu::always_inline]] inline bool Take();
     inline bool TakeItem(Where where);
     inline bool TakeValue();
     inline bool TakeWhatFollows();
@@ -161,7 +161,8 @@ private:
     State m_state = State::Text;
     EToken m_token = TOKEN_UNDEF;
     Where m_where = Where::Begin;
-    bool m_isTight = false; // no blank before it
+    EToken m_opening = TOKEN_UNDEF; // of the innermost level
+    bool m_isTight = false;         // no blank before it
     bool m_isBehindBlank = false;
     bool m_isSeparator = false;
     bool m_isKeyPlain = false;
