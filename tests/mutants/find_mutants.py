@@ -6,6 +6,7 @@ So a thousand of them take one build. What is only evaluated at compile time nev
 
 import bisect
 import functools
+import hashlib
 import os
 import re
 from dataclasses import dataclass
@@ -27,6 +28,7 @@ class Mutant:
     prefix: str  # what is written around the source, in which N stands for the mutant's number
     suffix: str
     is_constexpr: bool
+    body: str  # a hash of the function's tokens
 
 
 FUNCTIONS = {CursorKind.FUNCTION_DECL, CursorKind.CXX_METHOD, CursorKind.CONSTRUCTOR, CursorKind.DESTRUCTOR,
@@ -78,6 +80,7 @@ class Finder:
         self.starts = [t.extent.start.offset for t in self.tokens]
         self.found = []
         self.function = ""
+        self.body = ""
         self.is_constexpr = False
 
     def find(self):
@@ -104,16 +107,18 @@ class Finder:
         body = next((c for c in cursor.get_children() if c.kind == CursorKind.COMPOUND_STMT), None)
         if body is None:
             return
-        before = self.function, self.is_constexpr
+        before = self.function, self.body, self.is_constexpr
         parent = cursor.semantic_parent
         scope = parent.spelling + "::" if parent is not None and parent.spelling and parent.kind not in (
             CursorKind.NAMESPACE, CursorKind.TRANSLATION_UNIT) else ""
         self.function = scope + re.sub(r"<.*", "", cursor.spelling)
+        whole = self.joined(cursor.extent.start.offset, cursor.extent.end.offset)
+        self.body = hashlib.sha256(whole.encode()).hexdigest()[:12]
         head = [t.spelling for t in self.between(cursor.extent.start.offset, body.extent.start.offset)]
         self.is_constexpr = "constexpr" in head
         if "consteval" not in head:
             self.statement(body, None)
-        self.function, self.is_constexpr = before
+        self.function, self.body, self.is_constexpr = before
 
     # The tokens that begin in a range.
     def between(self, begin, end):
@@ -132,7 +137,7 @@ class Finder:
         begin, end = cursor.extent.start.offset, cursor.extent.end.offset
         if self.is_plain(begin, end):
             self.found.append(Mutant(self.name, begin, end, cursor.extent.start.line, self.function, before, after, prefix,
-                                     suffix, self.is_constexpr))
+                                     suffix, self.is_constexpr, self.body))
 
     def instead(self, cursor, after):
         if any(c.kind == CursorKind.LAMBDA_EXPR for c in cursor.walk_preorder()):

@@ -5,6 +5,7 @@
 
 #include "Operands.h"
 
+#include <support/ExactText.h>
 #include <support/Script.h>
 
 #include <gtest/gtest.h>
@@ -281,6 +282,58 @@ TEST(Expression, OfALiteralThatNoScannerDeliversIsMalformed)
             const auto parse = [&] { parser.ParseExpression(literal); };
             EXPECT_TRUE(ThrowsDescription<LexScannerException>(parse, message)) << kind;
         }
+}
+
+TEST(Expression, OfALiteralThatAProgramPutThereHasTheValueOfItsText)
+{
+    const struct
+    {
+        EToken m_kind;
+        const char* m_token;
+        const char* m_outcome;
+    } rows[] = {
+        {TOKEN_INTEGER, "12", "int64 12"},
+        {TOKEN_HEX_INTEGER, "0x1F", "int64 31"},
+        {TOKEN_FLOAT, "1.5", "float64 1.5"},
+        {TOKEN_FLOAT, ".0", "float64 0.0"},
+        {TOKEN_FLOAT, "12", "float64 12.0"}, // digits alone tell a float, too
+        {TOKEN_INTEGER, "1.5", "LexScannerException at 0: Integer literal 1.5 is malformed"},
+        {TOKEN_INTEGER, "0x1F", "LexScannerException at 0: Integer literal 0x1F is malformed"},
+        {TOKEN_HEX_INTEGER, "12", "LexScannerException at 0: Hexadecimal literal 12 is malformed"},
+        {TOKEN_FLOAT, "0x1F", "LexScannerException at 0: Float literal 0x1F is malformed"},
+    };
+    for (const auto& row : rows)
+    {
+        const ExactText token(row.m_token);
+        const auto evaluate = [&]
+        {
+            KSParser parser;
+            parser.m_token = {row.m_kind, token.View()};
+            KSValue literal;
+            parser.ParseExpression(literal);
+            return literal;
+        };
+        EXPECT_EQ(OutcomeOf(evaluate, token.View()), row.m_outcome) << row.m_token;
+    }
+}
+
+// Wherever a text is cut, nobody looks at what is behind it.
+TEST(Expression, IsReadNoFurtherThanItsText)
+{
+    const std::string texts[] = {
+        "1 + 0x1F /* a */ * 12345678 // b\n - .5e-3 % 4. / 'a\\x41\\u00e9\\n' + \"b\" ? true : int(3.5)",
+        "a.b::c.d[ 0x0 ](1, 'x', \"y\")->e == len(\"\\\\\") && !false || ~7 << 2 >= 1e+10",
+        "000000000000000000000000000001234567890123456789012345678901234567890",
+        "'\\x4' + '\\U0010FFFF' + \"\\q",
+    };
+    for (const std::string& text : texts)
+        for (std::size_t begin = 0; begin < text.size(); ++begin)
+            for (std::size_t size = 0; begin + size <= text.size() && size < 40; ++size)
+            {
+                const std::string_view part = std::string_view(text).substr(begin, size);
+                const ExactText exact(part);
+                ASSERT_EQ(Evaluate(exact.View()).m_outcome, OutcomeOfText(std::string(part))) << part;
+            }
 }
 
 TEST(Expression, OfANameThatNoScannerDeliversIsUnexpected)

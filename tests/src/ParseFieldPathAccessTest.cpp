@@ -177,6 +177,34 @@ TEST_F(PathNavigator, GoesOnFromItsPosition)
     EXPECT_EQ(navigator.GetFieldAddress(), &c.m_corners[1].m_y);
 }
 
+// Where no token follows, the parser stays at the one before.
+TEST_F(PathNavigator, LeavesTheParserAtTheLastTokenThereIs)
+{
+    const ptr<IObject> object = New<Containers>();
+    const struct
+    {
+        const char* m_path;
+        EToken m_kind;
+        const char* m_token;
+    } rows[] = {
+        {".vec \x01", TOKEN_IDENTIFIER, "vec"},
+        {".vec[1] \x01", TOKEN_RIGHT_SQUARE, "]"},
+        {".matrix[0][1] \x01", TOKEN_RIGHT_SQUARE, "]"},
+        {".vec[ \x01", TOKEN_LEFT_SQUARE, "["},
+        {".vec[1 \x01", TOKEN_INTEGER, "1"},
+        {". \x01", TOKEN_DOT, "."},
+    };
+    for (const auto& row : rows)
+        for (const EPathNavigatorMode mode : {PNM_READ_ACCESS, PNM_WRITE_ACCESS})
+        {
+            ExpressionParser parser;
+            parser.Init(SubString(row.m_path));
+            EXPECT_THROW(ExpressionPathNavigator(parser, object, mode), LexScannerException) << row.m_path;
+            EXPECT_EQ(parser.m_token.m_type, row.m_kind) << row.m_path;
+            EXPECT_EQ(parser.m_token, row.m_token) << row.m_path;
+        }
+}
+
 TEST_F(PathNavigator, ChecksItsInvariants)
 {
     const auto fails = [](auto&& f, const char* condition)

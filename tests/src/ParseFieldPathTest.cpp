@@ -392,6 +392,9 @@ TEST_F(FieldPath, RefusesIndicesOutOfRangeAtTheClosingBracket)
         {".fixed['0']", "Expected int32 when read '0'", 7},
         {".fixed[1.0]", "Expected int32 when read 1.0", 7},
         {".fixed[2147483648]", "Value 2147483648 is out of range of int32", 7},
+        {".fixed[18446744073709551617]", "Value 18446744073709551617 is out of range of int32", 7},
+        {".fixed[0x10000000000000001]", "Value 0x10000000000000001 is out of range of int32", 7},
+        {".fixed[[1]", "Expected int32 when read [", 7},
         {".fixed[1", "Expected ] when read end of text", 8},
         {".fixed[1 + 1]", "Expected ] when read +", 9},
         {".fixed[1)", "Expected ] when read )", 8},
@@ -413,9 +416,12 @@ TEST_F(FieldPath, FailsAnAssertionAtAVectorThatIsNoWholeNumberOfElements)
 {
     const ptr<IObject> object = New<Containers>();
     auto& bytes = reinterpret_cast<VectorOfByte&>(As<Containers>(object).m_vec);
-    bytes.resize(3);
     const AssertingPath rows[] = {{".vec[0]", "V.size() % elementSize == 0"}};
-    ExpectAssertions(object, rows);
+    for (const ssize_t size : {1, 2, 3, 5})
+    {
+        bytes.resize(size);
+        ExpectAssertions(object, rows);
+    }
     bytes.clear();
 
     char* const words = reinterpret_cast<char*>(&bytes);

@@ -191,6 +191,13 @@ TEST_F(PathStepsOf, ADynamicArrayGrowOnlyWhereItIsWritten)
     EXPECT_EQ(Take(writing, ".dyn[[5]"), "");
     EXPECT_EQ(containers.m_dyn.size(), 6);
     EXPECT_EQ(writing.GetAddress(), &containers.m_dyn[5]);
+    const ssize_t limit = SetPathGrowthLimit(0); // what is there is reached all the same
+    for (const int64 index : {0, 5})
+    {
+        PathSteps within(object, Access::Write);
+        EXPECT_TRUE(within.TryStepToField("dyn") && within.TryStepToElement(index)) << index;
+    }
+    SetPathGrowthLimit(limit);
     for (const int64 index : {std::numeric_limits<int64>::max(), std::numeric_limits<int64>::min()})
     {
         PathSteps far(object, Access::Write);
@@ -220,7 +227,13 @@ TEST_F(PathStepsOf, AMapTakeAKey)
         EXPECT_EQ(steps.GetType().GetCode(), FT_INT32);
     }
 
+    containers.m_nested[7]["a"] = 71;
     xstring there("a");
+    PathSteps deeper(object, Access::Write);
+    int32 outer = 7;
+    ASSERT_TRUE(deeper.TryStepToField("nested") && deeper.TryStepToPayload(&outer) && deeper.TryStepToPayload(&there));
+    EXPECT_EQ(*static_cast<const int32*>(deeper.GetAddress()), 71);
+
     xstring absent("b");
     PathSteps inside(object, Access::Read);
     ASSERT_TRUE(inside.TryStepToField("byName") && inside.TryStepToPayload(&there) && inside.TryStepToElement(1));

@@ -70,7 +70,7 @@ public:
     {
         if (this != &other)
             other.Visit([this, &other]<class T>(const T& value)
-                        { Replace(other.m_index, [&value](void* place) { ::new (place) T(value); }); });
+                        { this->Replace(other.m_index, [&value](void* place) { ::new (place) T(value); }); });
         return *this;
     }
     xvariant& operator=(xvariant&& other) noexcept

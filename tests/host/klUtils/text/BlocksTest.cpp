@@ -187,6 +187,20 @@ TEST(Blocks, OfDigitsAreANumber)
 }
 
 // Of every length around one block, two, and as many as a lane can count.
+TEST(Blocks, FindTheFirstWhereverItIs)
+{
+    for (std::size_t size = 0; size <= 100; ++size)
+        for (std::size_t at = 0; at <= size; ++at)
+        {
+            std::string text(size, 'x');
+            if (at < size)
+                text[at] = '"';
+            const char* const begin = text.data();
+            EXPECT_EQ(FindFirst<Only<'"'>>(begin, begin + size) - begin, at) << size;
+            EXPECT_EQ(FindFirstOfTwoBlocks<Only<'"'>>(begin, begin + size) - begin, at) << size;
+        }
+}
+
 TEST(Blocks, CountOneCharacter)
 {
     for (const ssize_t size : {ssize_t(0), ssize_t(1), ssize_t(15), ssize_t(16), ssize_t(31), ssize_t(32), ssize_t(33),

@@ -1,31 +1,18 @@
 // What the cursor that expects tokens accepts, where it stands afterwards, and that it reads nothing beyond its text.
 
 #include <klUtils/text/private/ExpectingCursor.h>
+#include <support/ExactText.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <memory>
 #include <string>
 
 namespace kelm::text
 {
 namespace
 {
-
-// A text that ends where memory does, for sanitizers to see.
-struct ExactText
-{
-    explicit ExactText(const std::string& text) : m_size(text.size()), m_text(std::make_unique<char[]>(text.size()))
-    {
-        std::memcpy(m_text.get(), text.data(), text.size());
-    }
-    SubString Get() const { return {m_text.get(), m_text.get() + m_size}; }
-
-    std::size_t m_size;
-    std::unique_ptr<char[]> m_text;
-};
 
 // The kind and text of the current token, and the rest of the text behind it.
 std::string Told(const ExpectingCursor& cursor)
@@ -82,11 +69,11 @@ TEST(ExpectingCursor, GoesToAnOperatorOrWhateverElseComes)
     for (const auto& row : rows)
     {
         const ExactText text(row.m_text);
-        ExpectingCursor expecting(text.Get());
+        ExpectingCursor expecting(text.View());
         const EToken found = expecting.TryOperatorOrEnd<'.'>();
         EXPECT_EQ(found, row.m_isExpected ? row.m_kind : TOKEN_UNDEF) << row.m_text;
 
-        ExpectingCursor cursor(text.Get());
+        ExpectingCursor cursor(text.View());
         EXPECT_EQ(cursor.TryNextOperator<'.'>(), row.m_kind != TOKEN_UNDEF) << row.m_text;
         if (row.m_kind == TOKEN_UNDEF)
             continue;
@@ -96,7 +83,7 @@ TEST(ExpectingCursor, GoesToAnOperatorOrWhateverElseComes)
             EXPECT_EQ(Told(expecting), Told(cursor)) << row.m_text;
         }
 
-        ExpectingCursor operatorAlone(text.Get());
+        ExpectingCursor operatorAlone(text.View());
         EXPECT_EQ(operatorAlone.TryOperator<'.'>(), row.m_isExpected && row.m_kind == TOKEN_DOT) << row.m_text;
     }
 }
@@ -136,11 +123,11 @@ TEST(ExpectingCursor, GuessesNames)
     for (const auto& row : rows)
     {
         const ExactText text(row.m_text);
-        const ExpectingCursor cursor(text.Get());
+        const ExpectingCursor cursor(text.View());
         const ExpectingCursor::GuessedName name = cursor.GuessName();
         const char* const past = name.m_start + name.m_size;
         EXPECT_EQ(ToStdString({name.m_start, past}), row.m_name) << row.m_text;
-        EXPECT_EQ(ToStdString({past, text.Get().m_p2}), row.m_rest) << row.m_text;
+        EXPECT_EQ(ToStdString({past, text.View().m_p2}), row.m_rest) << row.m_text;
         EXPECT_EQ(name.m_word, WordOfShortText(name.m_start, static_cast<ssize_t>(name.m_size))) << row.m_text;
         EXPECT_EQ(name.MayBeLonger(), std::strlen(row.m_name) == 8) << row.m_text;
     }
@@ -214,7 +201,7 @@ TEST(ExpectingCursor, ReadsIndicesAtOnce)
     for (const auto& row : rows)
     {
         const ExactText text(row.m_text);
-        ExpectingCursor cursor(text.Get());
+        ExpectingCursor cursor(text.View());
         int64 index = 77;
         EXPECT_EQ(cursor.TryIntegerAnd<']'>(index), row.m_isFound) << row.m_text;
         EXPECT_EQ(index, row.m_isFound ? row.m_index : 77) << row.m_text;
@@ -230,11 +217,11 @@ TEST(ExpectingCursor, GivesAParserWhatItWouldHave)
 {
     const ExactText text(".a [ 3 ] \x01");
     ParserBase expected;
-    expected.Init(text.Get());
+    expected.Init(text.View());
     for (int tokens = 0; tokens <= 4; ++tokens)
     {
         ParserBase parser;
-        parser.Init(text.Get());
+        parser.Init(text.View());
         ExpectingCursor cursor(parser);
         for (int i = 0; i < tokens; ++i)
             EXPECT_TRUE(cursor.TryNext());
@@ -249,7 +236,7 @@ TEST(ExpectingCursor, GivesAParserWhatItWouldHave)
     }
     // Stuck: the current token is the previous one too.
     ParserBase parser;
-    parser.Init(text.Get());
+    parser.Init(text.View());
     ExpectingCursor cursor(parser);
     for (int i = 0; i < 4; ++i)
         EXPECT_TRUE(cursor.TryNext());

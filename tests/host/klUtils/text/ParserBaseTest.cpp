@@ -1,5 +1,6 @@
 #include <klUtils/text/ParserBase.h>
 
+#include <support/ExactText.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
@@ -62,6 +63,35 @@ TEST(ParserBase, OfATextWithoutTokensBeginsAtItsEnd)
     ParserBase parser;
     parser.Init(SubString());
     EXPECT_EQ(parser.m_token.m_type, TOKEN_END);
+}
+
+// Wherever a text is cut, nobody looks at what is behind it.
+TEST(ParserBase, ReadsNoFurtherThanItsText)
+{
+    const std::string text = "a 1 12 123 1234 12345 123456789 1. 1.5 12.345 0x1F .5 1e5 1e+5 'a\\x41' \"b\\\\\" "
+                             "/* c */ // d\n #e\n# f\n + - -> :: << = a_b9 \x01";
+    for (std::size_t begin = 0; begin < text.size(); ++begin)
+        for (std::size_t size = 0; begin + size <= text.size() && size < 24; ++size)
+        {
+            const std::string part = text.substr(begin, size);
+            const ExactText exact(part);
+            const auto read = [](SubString in)
+            {
+                std::string tokens;
+                try
+                {
+                    ParserBase parser;
+                    for (parser.Init(in); parser.m_token.m_type != TOKEN_END; parser.ReadNextToken())
+                        tokens += std::to_string(parser.m_token.m_type) + ToStdString(parser.m_token.m_str) + ' ';
+                }
+                catch (const LexScannerException& e)
+                {
+                    tokens += ToStdString(e.m_description) + std::to_string(e.m_pos - in.m_p1);
+                }
+                return tokens;
+            };
+            ASSERT_EQ(read(exact.View()), read(ViewOf(part))) << part;
+        }
 }
 
 TEST(ParserBase, KeepsThePreviousToken)

@@ -1,5 +1,7 @@
 #include <klUtils/text/private/ShortText.h>
 
+#include <support/ExactText.h>
+
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 #include <rapidcheck/gtest.h>
@@ -7,24 +9,11 @@
 #include <algorithm>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace kelm
 {
 namespace
 {
-
-// A view of memory that holds nothing but the text, so that the sanitizer sees whoever reads beyond it.
-struct ExactText
-{
-    explicit ExactText(const std::string& text) : m_bytes(text.begin(), text.end()) {}
-
-    const char* begin() const { return m_bytes.data(); }
-    const char* end() const { return m_bytes.data() + m_bytes.size(); }
-    SubString View() const { return {begin(), end()}; }
-
-    std::vector<char> m_bytes;
-};
 
 TEST(ShortText, IsAWordWithItsFirstCharacterLowestAndZerosAbove)
 {
@@ -53,6 +42,26 @@ TEST(ShortText, IsWhatIsLeftOfAWord)
                              "bcdefg\x80";
     for (ssize_t size = 0; size <= s_maxShortText; ++size)
         EXPECT_EQ(LoadWord<uint64>(text.data()) & s_firstCharacters[size], WordOfShortText(text.data(), size)) << size;
+}
+
+// Wherever the difference is, and whatever the characters around it have in common.
+TEST(KnownText, EndsNowhereInATextThatDiffersAnywhere)
+{
+    for (std::size_t size = 1; size <= 40; ++size)
+    {
+        const std::string known(size, 'k');
+        const ExactText exactKnown(known);
+        for (std::size_t at = 0; at <= size; ++at)
+        {
+            std::string text = known;
+            if (at < size)
+                text[at] = 'x';
+            const ExactText exact(text);
+            EXPECT_EQ(KnownText(exactKnown.View()).FindEnd(exact.begin(), exact.end()),
+                      at < size ? nullptr : exact.end())
+                << size << " " << at;
+        }
+    }
 }
 
 RC_GTEST_PROP(KnownText, EndsWhereATextBeginsWithIt, ())
