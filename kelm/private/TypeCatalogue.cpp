@@ -99,6 +99,113 @@ int64 ValueOf(const ForeignType& type, ConstStringZ name)
     return value;
 }
 
+// What a new instance holds: of an object where data sources make one, of a value elsewhere.
+class NewInstance
+{
+public:
+    explicit NewInstance(const ReflectedClass& rc)
+    {
+        try
+        {
+            if (rc.m_createFn != nullptr)
+                m_object = rc.m_createFn();
+            else
+                MakeValue(rc);
+        }
+        catch (const std::bad_alloc&)
+        {
+            throw;
+        }
+        catch (const std::exception&) // then there are no defaults to tell
+        {
+        }
+    }
+    NewInstance(const NewInstance&) = delete;
+    NewInstance& operator=(const NewInstance&) = delete;
+    ~NewInstance()
+    {
+        if (m_object)
+            m_object.fns()->Destroy(m_object.self());
+        if (m_value != nullptr)
+            m_ops->m_DestructArrayFn(m_value.get(), m_ops->m_size, 1);
+    }
+
+    std::optional<std::string> TextOf(ReflectionByteCode type, ssize_t offset) const
+    {
+        const char* const data = m_object ? static_cast<const char*>(m_object.self()) : m_value.get();
+        if (data == nullptr)
+            return std::nullopt;
+        try
+        {
+            TextStream text;
+            WriteVariable(text, type, data + offset, {.m_isWhole = true});
+            return std::move(text.m_text);
+        }
+        catch (const WriteException&) // such as a set, or a null persistent reference
+        {
+            return std::nullopt;
+        }
+        catch (const KelmAssertionError&) // a type that cannot be written
+        {
+            return std::nullopt;
+        }
+    }
+
+private:
+    struct TextStream : xostream
+    {
+        using xostream::put;
+        void put(const char* text, long length) override { m_text.append(text, static_cast<std::size_t>(length)); }
+
+        std::string m_text;
+    };
+
+    void MakeValue(const ReflectedClass& rc)
+    {
+        if (rc.m_ops == nullptr || rc.m_ops->m_ConstructArrayFn == nullptr || rc.m_ops->m_DestructArrayFn == nullptr)
+            return;
+        m_ops = rc.m_ops;
+        auto memory = std::make_unique<char[]>(static_cast<std::size_t>(rc.m_size));
+        m_ops->m_ConstructArrayFn(memory.get(), m_ops->m_size, 1);
+        m_value = std::move(memory);
+    }
+
+    ptr<IObject> m_object;
+    const TypeOps* m_ops = nullptr;
+    std::unique_ptr<char[]> m_value;
+};
+
+// Calls back for each member that texts can give, in the order of a positional body.
+struct Member
+{
+    ConstStringZ m_name;
+    ReflectionByteCode m_type;
+    ssize_t m_offset;
+    const ReflectedClass& m_owner; // the class, or the one whose model it has
+    ssize_t m_index;               // there: of its model's fields, or behind these
+    bool m_isOfModel;
+};
+template <class F>
+void ForEachMember(const ReflectedClass& rc, F f)
+{
+    if (const ClassModel model = FindClassModel(rc); model.m_class != nullptr)
+        for (ssize_t i = 0; i < model.m_class->m_numModelFields; ++i)
+            if (const ReflectedModelField& field = model.m_class->m_modelFields[i]; IsPresent(field))
+                f(Member{field.m_name,
+                         {field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns},
+                         model.m_offset + field.m_offset,
+                         *model.m_class,
+                         i,
+                         true});
+    for (ssize_t i = 0; i < GetOrdinaryFieldCount(rc); ++i)
+        f(Member{rc.m_fields[i].m_name,
+                 {rc.m_fields[i].m_bc, rc.m_stringTable},
+                 rc.m_fields[i].m_offset,
+                 rc,
+                 GetModelFieldCount(rc) + i,
+                 false});
+}
+
 class Cataloguer
 {
 public:
@@ -189,112 +296,24 @@ private:
         for (ssize_t i = 0; i < rc.m_numInterfaces; ++i)
             entry.m_interfaces.emplace_back(rc.m_interfaces[i]);
 
-        const NewInstance instance(rc, m_defaults);
-        if (const ClassModel model = FindClassModel(rc); model.m_class != nullptr)
-            for (ssize_t i = 0; i < model.m_class->m_numModelFields; ++i)
-                if (const ReflectedModelField& field = model.m_class->m_modelFields[i]; IsPresent(field))
-                {
-                    const ReflectionByteCode type(field.m_bc, model.m_class->m_stringTable, field.m_mapOrSetFns);
-                    CatalogueMember member{field.m_name, NodeOf(type),
-                                           instance.TextOf(type, model.m_offset + field.m_offset),
-                                           DocOf(model.m_class->m_notes, i)};
-                    if (model.m_class->m_rules != nullptr)
-                    {
-                        member.m_isRequired = model.m_class->m_rules[i].m_isRequired;
-                        member.m_isChecked = model.m_class->m_rules[i].m_check != nullptr;
-                    }
-                    entry.m_members.push_back(std::move(member));
-                }
-        for (ssize_t i = 0; i < GetOrdinaryFieldCount(rc); ++i)
-        {
-            const ReflectedField& field = rc.m_fields[i];
-            const ReflectionByteCode type(field.m_bc, rc.m_stringTable);
-            CatalogueMember member{field.m_name, NodeOf(type), instance.TextOf(type, field.m_offset),
-                                   DocOf(rc.m_notes, GetModelFieldCount(rc) + i)};
-            member.m_isOfModel = false;
-            entry.m_members.push_back(std::move(member));
-        }
+        ForEachMember(rc,
+                      [&](const Member& field)
+                      {
+                          CatalogueMember member{field.m_name, NodeOf(field.m_type), std::nullopt,
+                                                 DocOf(field.m_owner.m_notes, field.m_index)};
+                          if (const FieldRule* const rules = field.m_owner.m_rules;
+                              rules != nullptr && field.m_isOfModel)
+                          {
+                              member.m_isRequired = rules[field.m_index].m_isRequired;
+                              member.m_isChecked = rules[field.m_index].m_check != nullptr;
+                          }
+                          member.m_isOfModel = field.m_isOfModel;
+                          entry.m_members.push_back(std::move(member));
+                      });
+        if (m_defaults == Defaults::Told)
+            TellDefaults(entry);
         return entry;
     }
-
-    // What a new instance holds: of an object where data sources make one, of a value elsewhere.
-    class NewInstance
-    {
-    public:
-        NewInstance(const ReflectedClass& rc, Defaults defaults)
-        {
-            if (defaults == Defaults::Untold)
-                return;
-            try
-            {
-                if (rc.m_createFn != nullptr)
-                    m_object = rc.m_createFn();
-                else
-                    MakeValue(rc);
-            }
-            catch (const std::bad_alloc&)
-            {
-                throw;
-            }
-            catch (const std::exception&) // then there are no defaults to tell
-            {
-            }
-        }
-        NewInstance(const NewInstance&) = delete;
-        NewInstance& operator=(const NewInstance&) = delete;
-        ~NewInstance()
-        {
-            if (m_object)
-                m_object.fns()->Destroy(m_object.self());
-            if (m_value != nullptr)
-                m_ops->m_DestructArrayFn(m_value.get(), m_ops->m_size, 1);
-        }
-
-        std::optional<std::string> TextOf(ReflectionByteCode type, ssize_t offset) const
-        {
-            const char* const data = m_object ? static_cast<const char*>(m_object.self()) : m_value.get();
-            if (data == nullptr)
-                return std::nullopt;
-            try
-            {
-                TextStream text;
-                WriteVariable(text, type, data + offset, {.m_isWhole = true});
-                return std::move(text.m_text);
-            }
-            catch (const WriteException&) // such as a set, or a null persistent reference
-            {
-                return std::nullopt;
-            }
-            catch (const KelmAssertionError&) // a type that cannot be written
-            {
-                return std::nullopt;
-            }
-        }
-
-    private:
-        struct TextStream : xostream
-        {
-            using xostream::put;
-            void put(const char* text, long length) override { m_text.append(text, static_cast<std::size_t>(length)); }
-
-            std::string m_text;
-        };
-
-        void MakeValue(const ReflectedClass& rc)
-        {
-            if (rc.m_ops == nullptr || rc.m_ops->m_ConstructArrayFn == nullptr ||
-                rc.m_ops->m_DestructArrayFn == nullptr)
-                return;
-            m_ops = rc.m_ops;
-            auto memory = std::make_unique<char[]>(static_cast<std::size_t>(rc.m_size));
-            m_ops->m_ConstructArrayFn(memory.get(), m_ops->m_size, 1);
-            m_value = std::move(memory);
-        }
-
-        ptr<IObject> m_object;
-        const TypeOps* m_ops = nullptr;
-        std::unique_ptr<char[]> m_value;
-    };
 
     TypeNode NodeOf(ReflectionByteCode type)
     {
@@ -383,6 +402,21 @@ private:
 };
 
 } // namespace
+
+void TellDefaults(CatalogueClass& entry)
+{
+    const ReflectedClass* const rc = TryFindReflectedClass(entry.m_name.c_str());
+    if (rc == nullptr)
+        return;
+    const NewInstance instance(*rc);
+    auto member = entry.m_members.begin();
+    ForEachMember(*rc,
+                  [&](const Member& field)
+                  {
+                      if (member != entry.m_members.end())
+                          (member++)->m_default = instance.TextOf(field.m_type, field.m_offset);
+                  });
+}
 
 TypeCatalogue CatalogueOfRegisteredTypes(std::string_view name, Defaults defaults)
 {

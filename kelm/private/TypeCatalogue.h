@@ -157,6 +157,9 @@ enum class Defaults
 // Of all that is registered, or of the one that has the name.
 KELM_API TypeCatalogue CatalogueOfRegisteredTypes(std::string_view name = {}, Defaults defaults = Defaults::Told);
 
+// Tells those of one class that is registered: an instance is made, whatever that does.
+KELM_API void TellDefaults(CatalogueClass& entry);
+
 // As a text in JSON, which is the same for the same catalogue.
 KELM_API std::string JsonOf(const TypeCatalogue& catalogue);
 
