@@ -154,7 +154,7 @@ TEST(CommandLineDocUsage, NamesEveryOption)
 {
     const std::string document = TextOfFile(KELM_COMMAND_LINE_DOC);
     const std::vector<std::set<std::string>> common = OptionsOfHelp({"--help"});
-    EXPECT_EQ(common.size(), 5u);
+    EXPECT_EQ(common.size(), 6u);
     for (const std::set<std::string>& option : common)
         EXPECT_NE(document.find("`" + *option.rbegin()), std::string::npos) << *option.rbegin();
     int numLines = 0;

@@ -28,6 +28,7 @@ namespace
 
 constexpr OptionRow s_commonOptions[] = {
     {0, "--module", "LIB.so", &Options::m_modules, "Load a library that registers types (repeatable)"},
+    {0, "--catalogue", "FILE", &Options::m_catalogues, "Take types from what types --dump wrote of them (repeatable)"},
     {0, "--max-size", "N", &Options::m_maxSize,
      "Refuse longer files, lines and dynamic arrays: octets, or with K, M or G behind; 1G unless given"},
     {0, "--color", "WHEN", &Options::m_colour,

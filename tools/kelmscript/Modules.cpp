@@ -1,7 +1,10 @@
 #include "Modules.h"
 
 #include "Diagnostics.h"
+#include "Files.h"
 
+#include <kelmLanguage/DumpedTypes.h>
+#include <kelmLanguage/Types.h>
 #include <klKelmScript/klKelmScript.h>
 #include <klUtils/types.h>
 
@@ -123,6 +126,26 @@ bool LoadModules(const std::vector<std::string>& modules)
     return std::all_of(environment.begin(), environment.end(), LoadModuleOfEnvironment) &&
            std::all_of(modules.begin(), modules.end(),
                        [](const std::string& module) { return LoadModule(module, PathOfGiven(module)); });
+}
+
+bool LoadTypes(const std::vector<std::string>& files)
+{
+    for (const std::string& file : files)
+    {
+        const std::optional<NamedText> text = ReadFile(file);
+        if (!text)
+            return false;
+        std::string why;
+        const std::optional<TypeCatalogue> catalogue = language::ReadTypeCatalogue(text->Source().m_text, why);
+        if (catalogue)
+            why = language::RegisterDumpedTypes(*catalogue);
+        if (!why.empty())
+        {
+            ReportError("cannot load types of " + text->m_name + ": " + why);
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace kelm::tool

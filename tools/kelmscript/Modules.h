@@ -12,4 +12,8 @@ namespace kelm::tool
 // cannot be loaded. Modules stay loaded until the process ends.
 bool LoadModules(const std::vector<std::string>& modules);
 
+// Registers the types that catalogues tell of, files that `types --dump` and kelm::WriteTypes write. False, after an
+// error was reported, where that cannot be.
+bool LoadTypes(const std::vector<std::string>& files);
+
 } // namespace kelm::tool

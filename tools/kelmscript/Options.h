@@ -13,6 +13,7 @@ struct Options
     bool m_needsTypes = true;               // whether it looks at any types
 
     std::vector<std::string> m_modules;
+    std::vector<std::string> m_catalogues;
     std::vector<std::string> m_expressions;
     std::vector<std::string> m_files;
     std::vector<std::string> m_data;

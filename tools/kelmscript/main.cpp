@@ -21,7 +21,7 @@ int Run(int argc, char** argv)
     const Options options = ParseOptions(argc, argv, exitCode);
     if (options.m_run == nullptr)
         return exitCode;
-    if (options.m_needsTypes && !LoadModules(options.m_modules))
+    if (options.m_needsTypes && (!LoadModules(options.m_modules) || !LoadTypes(options.m_catalogues)))
         return EXIT_USAGE;
     exitCode = options.m_run(options);
     kelm::CollectGarbage();
