@@ -2,10 +2,13 @@
 
 #include <kelmLanguage/Types.h>
 
+#include <kelm/private/CatalogueFields.h>
+
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
 #include <limits>
+#include <type_traits>
 
 namespace kelm::language
 {
@@ -30,13 +33,19 @@ class Reader
 public:
     Reader(const Json& json, std::string way) : m_json(json), m_way(std::move(way)) {}
 
-    // What is not there keeps its value.
+    // A field of a row. What is not there keeps its value.
     template <class T>
-    void Get(const char* name, T& value) const
+    void operator()(const char* name, T& value) const
     {
         const auto member = m_json.find(name);
         if (member != m_json.end())
             Reader(*member, m_way.empty() ? name : m_way + "." + name).Read(value);
+    }
+    void operator()(const char* name, Opposite<bool> opposite) const
+    {
+        bool value = !opposite.m_value;
+        (*this)(name, value);
+        opposite.m_value = !value;
     }
 
     void RequireObject() const
@@ -100,20 +109,12 @@ private:
     void Read(Row& row) const
     {
         RequireObject();
-        Inside(row);
-    }
-
-    void Inside(TypeNode& type) const
-    {
-        Get("kind", type.m_kind);
-        Get("text", type.m_text);
-        Get("name", type.m_name);
-        Get("parts", type.m_parts);
-        Get("names", type.m_names);
-        Get("count", type.m_count);
-        Get("const", type.m_isConst);
-        Get("standard", type.m_isStandard);
-        CheckParts(type);
+        ForEachField(row, *this);
+        if constexpr (std::is_same_v<Row, TypeNode>)
+            CheckParts(row);
+        else if constexpr (std::is_base_of_v<CatalogueEntry, Row>)
+            if (row.m_name.empty())
+                Fail("has no name");
     }
 
     // As many as the kind says.
@@ -133,64 +134,6 @@ private:
             Fail("has not a name for each part");
         if (type.m_count < 0)
             Fail("has less than no elements");
-    }
-
-    void EntryInside(CatalogueEntry& entry) const
-    {
-        Get("name", entry.m_name);
-        Get("module", entry.m_module);
-        Get("doc", entry.m_doc);
-        Get("file", entry.m_place.m_file);
-        Get("line", entry.m_place.m_line);
-        if (entry.m_name.empty())
-            Fail("has no name");
-    }
-    void Inside(CatalogueMember& member) const
-    {
-        Get("name", member.m_name);
-        Get("type", member.m_type);
-        Get("default", member.m_default);
-        Get("doc", member.m_doc);
-        Get("required", member.m_isRequired);
-        Get("checked", member.m_isChecked);
-        bool isOrdinary = false;
-        Get("ordinary", isOrdinary);
-        member.m_isOfModel = !isOrdinary;
-    }
-    void Inside(CatalogueClass& entry) const
-    {
-        EntryInside(entry);
-        Get("bases", entry.m_bases);
-        Get("interfaces", entry.m_interfaces);
-        Get("creatable", entry.m_isCreatable);
-        Get("members", entry.m_members);
-    }
-    void Inside(CatalogueEnumerator& enumerator) const
-    {
-        Get("name", enumerator.m_name);
-        Get("value", enumerator.m_value);
-        Get("doc", enumerator.m_doc);
-    }
-    void Inside(CatalogueEnum& entry) const
-    {
-        EntryInside(entry);
-        Get("standard", entry.m_isStandard);
-        Get("enumerators", entry.m_enumerators);
-    }
-    void Inside(CatalogueAlternative& alternative) const
-    {
-        Get("name", alternative.m_name);
-        Get("type", alternative.m_type);
-    }
-    void Inside(CatalogueVariant& entry) const
-    {
-        EntryInside(entry);
-        Get("alternatives", entry.m_alternatives);
-    }
-    void Inside(CatalogueTypedef& entry) const
-    {
-        EntryInside(entry);
-        Get("type", entry.m_type);
     }
 
     const Json& m_json;
@@ -232,12 +175,8 @@ std::optional<TypeCatalogue> ReadTypeCatalogue(std::string_view json, std::strin
         if (*version != s_catalogueVersion)
             throw NoCatalogue{"it is of version " + version->dump() + ", and version " +
                               std::to_string(s_catalogueVersion) + " can be read"};
-        const Reader reader(whole, {});
         TypeCatalogue catalogue;
-        reader.Get("classes", catalogue.m_classes);
-        reader.Get("enums", catalogue.m_enums);
-        reader.Get("variants", catalogue.m_variants);
-        reader.Get("typedefs", catalogue.m_typedefs);
+        ForEachField(catalogue, Reader(whole, {}));
         return catalogue;
     }
     catch (const NoCatalogue& e)

@@ -1,5 +1,6 @@
 // The catalogue of types as JSON. What is empty, false or 0 is left out.
 
+#include <kelm/private/CatalogueFields.h>
 #include <kelm/private/JsonText.h>
 #include <kelm/private/TypeCatalogue.h>
 
@@ -26,10 +27,7 @@ public:
         m_json.BeginObject();
         m_json.Name(s_catalogueMark);
         m_json.Integer(s_catalogueVersion);
-        All("classes", catalogue.m_classes);
-        All("enums", catalogue.m_enums);
-        All("variants", catalogue.m_variants);
-        All("typedefs", catalogue.m_typedefs);
+        ForEachField(catalogue, [&](std::string_view name, const auto& rows) { All(name, rows); });
         m_json.EndObject();
         return m_json.GetText();
     }
@@ -42,20 +40,30 @@ private:
         m_json.Name(name);
         m_json.Text(text);
     }
-    void Put(std::string_view name, bool value)
+    void Put(std::string_view name, const std::optional<std::string>& text)
+    {
+        if (!text)
+            return;
+        m_json.Name(name);
+        m_json.Text(*text);
+    }
+    void Put(std::string_view name, const bool& value)
     {
         if (!value)
             return;
         m_json.Name(name);
         m_json.Bool(true);
     }
-    void Put(std::string_view name, int64 value)
+    void Put(std::string_view name, const Opposite<const bool>& value) { Put(name, !value.m_value); }
+    void Put(std::string_view name, const int64& value)
     {
         if (value == 0)
             return;
         m_json.Name(name);
         m_json.Integer(value);
     }
+    void Put(std::string_view name, const int32& value) { Put(name, int64{value}); }
+    void Put(std::string_view name, const TypeKind& kind) { Put(name, std::string(NameOf(kind))); }
     template <class Row>
     void Put(std::string_view name, const std::vector<Row>& rows)
     {
@@ -83,77 +91,8 @@ private:
     void Element(const Row& row)
     {
         m_json.BeginObject();
-        Inside(row);
+        ForEachField(row, [&](std::string_view name, const auto& field) { Put(name, field); });
         m_json.EndObject();
-    }
-
-    void Inside(const TypeNode& type)
-    {
-        Put("kind", std::string(NameOf(type.m_kind)));
-        Put("text", type.m_text);
-        Put("name", type.m_name);
-        Put("parts", type.m_parts);
-        Put("names", type.m_names);
-        Put("count", type.m_count);
-        Put("const", type.m_isConst);
-        Put("standard", type.m_isStandard);
-    }
-    void EntryInside(const CatalogueEntry& entry)
-    {
-        Put("name", entry.m_name);
-        Put("module", entry.m_module);
-        Put("doc", entry.m_doc);
-        Put("file", entry.m_place.m_file);
-        Put("line", int64{entry.m_place.m_line});
-    }
-    void Inside(const CatalogueMember& member)
-    {
-        Put("name", member.m_name);
-        Put("type", member.m_type);
-        if (member.m_default)
-        {
-            m_json.Name("default");
-            m_json.Text(*member.m_default);
-        }
-        Put("doc", member.m_doc);
-        Put("required", member.m_isRequired);
-        Put("checked", member.m_isChecked);
-        Put("ordinary", !member.m_isOfModel);
-    }
-    void Inside(const CatalogueClass& entry)
-    {
-        EntryInside(entry);
-        Put("bases", entry.m_bases);
-        Put("interfaces", entry.m_interfaces);
-        Put("creatable", entry.m_isCreatable);
-        Put("members", entry.m_members);
-    }
-    void Inside(const CatalogueEnumerator& enumerator)
-    {
-        Put("name", enumerator.m_name);
-        Put("value", enumerator.m_value);
-        Put("doc", enumerator.m_doc);
-    }
-    void Inside(const CatalogueEnum& entry)
-    {
-        EntryInside(entry);
-        Put("standard", entry.m_isStandard);
-        Put("enumerators", entry.m_enumerators);
-    }
-    void Inside(const CatalogueAlternative& alternative)
-    {
-        Put("name", alternative.m_name);
-        Put("type", alternative.m_type);
-    }
-    void Inside(const CatalogueVariant& entry)
-    {
-        EntryInside(entry);
-        Put("alternatives", entry.m_alternatives);
-    }
-    void Inside(const CatalogueTypedef& entry)
-    {
-        EntryInside(entry);
-        Put("type", entry.m_type);
     }
 
     JsonText m_json{JSON_INDENTED};

@@ -16,10 +16,10 @@ int DigitOf(char c)
 
 } // namespace
 
-std::string UriOfPath(std::string_view path)
+std::string PercentEncoded(std::string_view path)
 {
     constexpr std::string_view plain = "-._~/";
-    std::string uri = "file://";
+    std::string uri;
     for (const char c : path)
     {
         const auto octet = static_cast<unsigned char>(c);
@@ -30,6 +30,11 @@ std::string UriOfPath(std::string_view path)
             uri += {'%', s_digits[octet >> 4], s_digits[octet & 15]};
     }
     return uri;
+}
+
+std::string UriOfPath(std::string_view path)
+{
+    return "file://" + PercentEncoded(path);
 }
 
 std::optional<std::string> PathOfUri(std::string_view uri)

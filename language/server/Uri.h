@@ -7,6 +7,9 @@
 namespace kelm::language
 {
 
+// "a b" as "a%20b", slashes as they are.
+std::string PercentEncoded(std::string_view path);
+
 // "/a b" as "file:///a%20b".
 std::string UriOfPath(std::string_view path);
 

@@ -12,6 +12,7 @@
 
 #include <kelm/private/Suggest.h>
 #include <kelmDocument/Diagnose.h>
+#include <kelmLanguage/server/Uri.h>
 #include <klObject/objects/Collector.h>
 #include <klUtils/Version.h>
 
@@ -283,19 +284,7 @@ private:
     // A path as a reference relative to wherever the log is read, or a whole one.
     static std::string UriOf(const std::string& path)
     {
-        constexpr std::string_view plain = "-._~/";
-        constexpr std::string_view digits = "0123456789ABCDEF";
-        std::string uri = path.starts_with('/') ? "file://" : "";
-        for (const char c : path)
-        {
-            const auto octet = static_cast<unsigned char>(c);
-            const bool isLetter = ('a' <= (c | 0x20) && (c | 0x20) <= 'z') || ('0' <= c && c <= '9');
-            if (isLetter || plain.find(c) != std::string_view::npos)
-                uri += c;
-            else
-                uri += {'%', digits[octet >> 4], digits[octet & 15]};
-        }
-        return uri;
+        return path.starts_with('/') ? language::UriOfPath(path) : language::PercentEncoded(path);
     }
 
     JsonText m_json{JSON_INDENTED};
