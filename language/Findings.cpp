@@ -103,7 +103,10 @@ public:
 
     std::vector<Change> Make(Span range)
     {
-        ForEachName(m_document, m_types, {range.m_begin, std::max(range.m_end, range.m_begin + 1)},
+        // A place between two characters is at the name on either side.
+        const Span reach =
+            range.IsEmpty() ? Span{range.m_begin - std::min<std::size_t>(range.m_begin, 1), range.m_end + 1} : range;
+        ForEachName(m_document, m_types, reach,
                     [&](const NameSite& site)
                     {
                         for (const Finding& finding : FindingOf(m_document, m_types, site))

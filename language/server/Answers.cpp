@@ -1,6 +1,7 @@
 #include <kelmLanguage/server/Answers.h>
 
 #include <kelmLanguage/Completion.h>
+#include <kelmLanguage/DescriptionText.h>
 #include <kelmLanguage/Findings.h>
 #include <kelmLanguage/Help.h>
 #include <kelmLanguage/Outline.h>
@@ -13,6 +14,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 
 namespace kelm::language
@@ -22,7 +24,8 @@ namespace
 {
 
 constexpr std::size_t s_mostFindings = 100;
-constexpr std::size_t s_mostDescribed = 200; // completions with descriptions of their own
+constexpr std::size_t s_mostDescribed = 200;                  // completions with descriptions of their own
+constexpr std::size_t s_longestSource = std::size_t{1} << 20; // of C++ that is looked at, in octets
 
 // A text that the client has, and the place that it asks about.
 struct Asked
@@ -152,8 +155,13 @@ std::string FindDescribing(const Session& session, const DescribedPlace& place)
     const fs::path file(place.m_file);
     if (file.is_absolute())
         return fs::is_regular_file(file, ignored) ? file.string() : std::string();
+    // Compilers run in folders of their own, somewhere below.
+    fs::path below;
+    for (const fs::path& part : file.lexically_normal())
+        if (part != "..")
+            below /= part;
     for (const std::string& root : session.m_roots)
-        if (const fs::path candidate = (fs::path(root) / file).lexically_normal();
+        if (const fs::path candidate = (fs::path(root) / below).lexically_normal();
             fs::is_regular_file(candidate, ignored))
             return candidate.string();
     return {};
@@ -165,6 +173,25 @@ Json LineLocation(const std::string& path, std::size_t line)
     return {{"uri", UriOfPath(path)}, {"range", {{"start", place}, {"end", place}}}};
 }
 
+// The name of a member, if it is there, or the line.
+Json DescribingLocation(const Session& session, const std::string& path, std::size_t line, const std::string& name)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string source(s_longestSource, '\0');
+    file.read(source.data(), static_cast<std::streamsize>(source.size()));
+    source.resize(static_cast<std::size_t>(file.gcount()));
+    const auto found = name.empty() ? std::nullopt : FindInDescription(source, line, name);
+    if (!found)
+        return LineLocation(path, line);
+    const LineIndex lines(source);
+    const auto placeOf = [&](std::size_t at)
+    {
+        const LinePlace place = lines.PlaceOf(source, at, session.m_units);
+        return Json{{"line", place.m_line}, {"character", place.m_unit}};
+    };
+    return {{"uri", UriOfPath(path)}, {"range", {{"start", placeOf(found->m_begin)}, {"end", placeOf(found->m_end)}}}};
+}
+
 Json AnswerDefinition(Session& session, const Json& params)
 {
     const Asked asked(session, params);
@@ -173,7 +200,8 @@ Json AnswerDefinition(Session& session, const Json& params)
         return nullptr;
     if (const CatalogueEntry* const entry = FindEntry(*session.m_types, place->m_subject))
         if (const std::string path = FindDescribing(session, entry->m_place); !path.empty())
-            return LineLocation(path, static_cast<std::size_t>(entry->m_place.m_line - 1));
+            return DescribingLocation(session, path, static_cast<std::size_t>(entry->m_place.m_line - 1),
+                                      place->m_subject.m_name);
     const auto declaration = DeclarationOf(*session.m_types, place->m_subject);
     if (!declaration)
         return nullptr;

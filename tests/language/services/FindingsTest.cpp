@@ -71,6 +71,9 @@ TEST(Changes, MendNamesAndNameMembers)
 {
     const std::pair<std::string, std::string> rows[] = {
         {"garden.Point { |xs = 1 }", "Write 'x' instead -> garden.Point { x = 1 }"},
+        {"garden.Point { xs| = 1 }", "Write 'x' instead -> garden.Point { x = 1 }"},
+        {"garden.Point { xs |= 1 }", ""},
+        {"garden.Point {xs|", "Write 'x' instead -> garden.Point {x"},
         {"garden.Po|nit { }",
          "Write 'garden::Point' instead -> garden::Point { }\nWrite 'garden::Pond' instead -> garden::Pond { }"},
         {"garden.Point { x = 1| }", ""},
