@@ -6,6 +6,13 @@ const { LanguageClient } = require("vscode-languageclient/node");
 
 let client;
 
+// Starting and stopping take a while; each begins when the one before it is over.
+let last = Promise.resolve();
+function inTurn(task) {
+    last = last.then(task, task);
+    return last;
+}
+
 function settings() {
     const configuration = workspace.getConfiguration("kelmscript");
     const chosen = {
@@ -39,7 +46,7 @@ async function start() {
 async function stop() {
     const former = client;
     client = undefined;
-    if (former?.isRunning()) await former.stop();
+    if (former?.needsStop()) await former.stop();
 }
 
 async function restart() {
@@ -47,19 +54,23 @@ async function restart() {
     await start();
 }
 
-async function settingsChanged(event) {
-    if (event.affectsConfiguration("kelmscript.server")) await restart();
-    else if (event.affectsConfiguration("kelmscript") && client?.isRunning())
+async function tellSettings() {
+    if (client?.isRunning())
         await client.sendNotification("workspace/didChangeConfiguration", { settings: { kelmscript: settings() } });
+}
+
+async function settingsChanged(event) {
+    if (event.affectsConfiguration("kelmscript.server")) await inTurn(restart);
+    else if (event.affectsConfiguration("kelmscript")) await inTurn(tellSettings);
 }
 
 async function activate(context) {
     context.subscriptions.push(
-        commands.registerCommand("kelmscript.restart", restart),
+        commands.registerCommand("kelmscript.restart", () => inTurn(restart)),
         workspace.onDidChangeConfiguration(settingsChanged),
-        workspace.onDidGrantWorkspaceTrust(restart),
+        workspace.onDidGrantWorkspaceTrust(() => inTurn(restart)),
     );
-    await start();
+    await inTurn(start);
 }
 
-module.exports = { activate, deactivate: stop };
+module.exports = { activate, deactivate: () => inTurn(stop) };

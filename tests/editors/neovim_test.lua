@@ -48,13 +48,18 @@ end
 
 local function run()
   vim.cmd('filetype plugin on | syntax on')
-  require('kelmscript').setup({ server = vim.env.KELMSCRIPT, modules = { vim.env.MODULE } })
-  vim.cmd('edit ' .. vim.fn.fnameescape(vim.env.FILE))
-  expect('the kind of file', vim.bo.filetype, 'kds')
-  wait_for('the server', function()
+  local function has_server()
     local _, client = next(vim.lsp.buf_get_clients(0))
     return client ~= nil and client.initialized
-  end)
+  end
+  -- In a file that is open already, as in those that are opened later.
+  vim.cmd('edit ' .. vim.fn.fnameescape(vim.env.FILE .. '.kds'))
+  local settings = { server = vim.env.KELMSCRIPT, modules = { vim.env.MODULE } }
+  require('kelmscript').setup(settings)
+  wait_for('the server of an open file', has_server)
+  vim.cmd('edit ' .. vim.fn.fnameescape(vim.env.FILE))
+  expect('the kind of file', vim.bo.filetype, 'kds')
+  wait_for('the server', has_server)
 
   -- Colours.
   expect('a class', group_at('garden.Plan {'), 'kdsType')
@@ -63,6 +68,19 @@ local function run()
   expect('a number', group_at('1204417'), 'kdsNumber')
   expect('an enumerator', group_at('CANOPY'), 'kdsEnumerator')
   expect('a comment', group_at('// A small'), 'kdsComment')
+
+  -- Also where the screen begins inside of a comment.
+  local last = vim.fn.line('$')
+  local long = { '/*' }
+  for _ = 1, 200 do
+    long[#long + 1] = 'title = 1'
+  end
+  long[#long + 1] = '*/'
+  vim.fn.append(last, long)
+  vim.cmd('syntax clear')
+  vim.cmd('unlet b:current_syntax | runtime syntax/kds.vim')
+  expect('a line of a comment', vim.fn.synIDattr(vim.fn.synID(last + 150, 1, 1), 'name'), 'kdsComment')
+  vim.fn.deletebufline('%', last + 1, '$')
 
   -- A right file has no diagnostics, a wrong one has its error where it is.
   local function diagnostics()

@@ -34,6 +34,12 @@ function M.setup(settings)
       attach(event.buf, settings)
     end,
   })
+  -- Those that are open already.
+  for _, buffer in ipairs(vim.api.nvim_list_bufs()) do
+    if vim.api.nvim_buf_is_loaded(buffer) and vim.bo[buffer].filetype == 'kds' then
+      attach(buffer, settings)
+    end
+  end
 end
 
 return M

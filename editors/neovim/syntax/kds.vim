@@ -21,6 +21,7 @@ syntax match kdsComment /^#.*/ contains=kdsTodo
 syntax match kdsComment +//.*+ contains=kdsTodo
 syntax region kdsComment start=+/\*+ end=+\*/+ contains=kdsTodo
 syntax keyword kdsTodo contained TODO FIXME
+syntax sync ccomment kdsComment
 
 highlight default link kdsEnumerator Constant
 highlight default link kdsType Type
