@@ -2,6 +2,7 @@
 
 #include <kelmLanguage/DumpedTypes.h>
 
+#include <kelmLanguage/Types.h>
 #include <kelmLanguage/private/DumpedForeign.h>
 
 #include <klKelmScript/ParseDataSource.h>
@@ -21,6 +22,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -42,6 +44,7 @@ struct Unregistrable
 // How many types have functions of their own.
 constexpr std::size_t s_maxClasses = 400;
 constexpr ssize_t s_maxSize = ssize_t{1} << 30;
+constexpr std::size_t s_maxDepth = 400; // of types in types
 constexpr ssize_t s_instanceHeader = 16;
 
 // --- Classes
@@ -210,7 +213,8 @@ constexpr SetFns s_noSet = {[](void*, const void*) { return false; }, [](void* s
 template <class T>
 T& Keep(T value)
 {
-    return *new T(std::move(value));
+    static auto& s_kept = *new std::deque<T>(); // destroyed by nothing that runs at the end
+    return s_kept.emplace_back(std::move(value));
 }
 ConstStringZ KeepText(std::string text)
 {
@@ -308,7 +312,11 @@ private:
         case TypeKind::Optional:
         case TypeKind::Choice: return Foreign(type, node, FF_CHOICE, sizeof(ChoiceValue));
         case TypeKind::Handle: code(FT_INTERFACE_POINTER); return Index(type, FT_INTERFACE, "kelm::IObject");
-        case TypeKind::Reference: code(FT_PREF); return name(FT_CLASS);
+        case TypeKind::Reference:
+            if (node.m_name.empty()) // to what, is not told
+                return code(FT_VOID);
+            code(FT_PREF);
+            return name(FT_CLASS);
         }
     }
 
@@ -368,13 +376,198 @@ private:
     std::vector<ConstStringZ> m_names;
 };
 
+// Whether types can be made of a catalogue, however wrong that is, and how much memory their variables take.
+class Measure
+{
+public:
+    explicit Measure(const TypeCatalogue& catalogue) : m_types(catalogue) {}
+
+    // Everything of the catalogue. Throws.
+    void Check()
+    {
+        const TypeCatalogue& catalogue = m_types.GetCatalogue();
+        for (const CatalogueEnum& entry : catalogue.m_enums)
+            CheckName(entry);
+        for (const CatalogueTypedef& entry : catalogue.m_typedefs)
+        {
+            CheckName(entry);
+            CheckParts(entry.m_type);
+        }
+        for (const CatalogueVariant& entry : catalogue.m_variants)
+        {
+            CheckName(entry);
+            if (entry.m_alternatives.empty())
+                throw Unregistrable{"variant " + entry.m_name + " has no alternatives"};
+            for (const CatalogueAlternative& alternative : entry.m_alternatives)
+                CheckParts(alternative.m_type);
+        }
+        for (const CatalogueClass& entry : catalogue.m_classes)
+        {
+            CheckName(entry);
+            for (const std::string& base : entry.m_bases)
+                if (const CatalogueClass* const found = m_types.FindClass(base);
+                    found != nullptr && m_types.IsDerived(*found, entry.m_name))
+                    throw Unregistrable{"class " + entry.m_name + " is its own base"};
+            for (const CatalogueMember& member : entry.m_members)
+                CheckParts(member.m_type);
+        }
+        // All names mean something by now.
+        for (const CatalogueTypedef& entry : catalogue.m_typedefs)
+            RoomOf(entry);
+        for (const CatalogueVariant& entry : catalogue.m_variants)
+            RoomOf(entry);
+        for (const CatalogueClass& entry : catalogue.m_classes)
+            RoomOf(entry);
+    }
+
+    static ssize_t Aligned(ssize_t size) { return (size + 15) / 16 * 16; }
+
+    // Of a variable, at the most.
+    ssize_t SizeOf(const TypeNode& node) { return RoomOf(node).m_size; }
+    ssize_t SizeOf(const CatalogueVariant& entry) { return RoomOf(entry).m_size; }
+
+private:
+    struct Room
+    {
+        ssize_t m_size;
+        ssize_t m_whole; // with what a new one has elsewhere
+    };
+
+    void CheckName(const CatalogueEntry& entry)
+    {
+        if (entry.m_name.find('\0') != std::string::npos || !m_rooms.try_emplace(entry.m_name).second)
+            throw Unregistrable{"'" + entry.m_name + "' cannot be the name of a type"};
+    }
+
+    // Of lists and the like too, which take no room themselves.
+    void CheckParts(const TypeNode& node) const
+    {
+        const ConstStringZ name = node.m_name.c_str();
+        bool isThere = true;
+        switch (node.m_kind)
+        {
+        case TypeKind::Class: isThere = m_types.FindClass(node.m_name) || TryFindReflectedClass(name); break;
+        case TypeKind::Enum: isThere = m_types.FindEnum(node.m_name) || TryFindReflectedEnum(name); break;
+        case TypeKind::Variant: isThere = m_types.FindVariant(node.m_name) || TryFindReflectedVariant(name); break;
+        case TypeKind::Typedef: isThere = m_types.FindTypedef(node.m_name) || TryFindReflectedTypedef(name); break;
+        default: break;
+        }
+        if (!isThere)
+            throw Unregistrable{"there is no type '" + node.m_name + "'"};
+        for (const TypeNode& part : node.m_parts)
+            CheckParts(part);
+    }
+
+    static Room Checked(Room room)
+    {
+        if (room.m_whole > s_maxSize)
+            throw Unregistrable{"a type is too large"};
+        return room;
+    }
+
+    // Each named type is measured once. While it is, it must not be met again.
+    template <class F>
+    Room Once(const std::string& name, F measure)
+    {
+        std::optional<Room>& known = m_rooms[name];
+        if (known)
+            return *known;
+        if (std::find(m_measured.begin(), m_measured.end(), name) != m_measured.end())
+            throw Unregistrable{"'" + name + "' is a part of itself"};
+        if (m_measured.size() == s_maxDepth)
+            throw Unregistrable{"types are nested too deep"};
+        m_measured.push_back(name);
+        const Room room = Checked(measure());
+        m_measured.pop_back();
+        return *(known = room);
+    }
+
+    Room RoomOf(const CatalogueTypedef& entry)
+    {
+        return Once(entry.m_name, [&] { return RoomOf(entry.m_type); });
+    }
+
+    Room RoomOf(const CatalogueClass& entry)
+    {
+        return Once(entry.m_name,
+                    [&]
+                    {
+                        Room room = {s_instanceHeader, s_instanceHeader};
+                        for (const CatalogueMember& member : entry.m_members)
+                        {
+                            const Room part = RoomOf(member.m_type);
+                            room = Checked({room.m_size + Aligned(part.m_size), room.m_whole + Aligned(part.m_whole)});
+                        }
+                        return room;
+                    });
+    }
+
+    Room RoomOf(const CatalogueVariant& entry)
+    {
+        return Once(entry.m_name,
+                    [&]
+                    {
+                        Room room = {0, 0};
+                        for (const CatalogueAlternative& alternative : entry.m_alternatives)
+                        {
+                            const Room part = RoomOf(alternative.m_type);
+                            room = {std::max(room.m_size, part.m_size), std::max(room.m_whole, part.m_whole)};
+                        }
+                        return Room{s_instanceHeader + Aligned(room.m_size), s_instanceHeader + Aligned(room.m_whole)};
+                    });
+    }
+
+    Room RoomOf(const TypeNode& node)
+    {
+        constexpr Room most = {32, 32}; // of all that is not told here
+        switch (node.m_kind)
+        {
+        case TypeKind::Array:
+        {
+            const Room part = RoomOf(node.m_parts[0]);
+            if (part.m_whole > 0 && node.m_count > s_maxSize / part.m_whole)
+                return Checked({0, s_maxSize + 1});
+            return {part.m_size * node.m_count, part.m_whole * node.m_count};
+        }
+        case TypeKind::Tuple:
+        {
+            Room room = {static_cast<ssize_t>(sizeof(void*) * node.m_parts.size()), 0};
+            room.m_whole = room.m_size;
+            for (const TypeNode& part : node.m_parts)
+                room = Checked({room.m_size, room.m_whole + RoomOf(part).m_whole});
+            return room;
+        }
+        case TypeKind::Choice: // holds its first alternative
+            return Checked({most.m_size, most.m_whole + (node.m_parts.empty() ? 0 : RoomOf(node.m_parts[0]).m_whole)});
+        case TypeKind::Class:
+            if (const ReflectedClass* const known = TryFindReflectedClass(node.m_name.c_str()))
+                return {known->m_size, known->m_size};
+            return RoomOf(*m_types.FindClass(node.m_name));
+        case TypeKind::Variant:
+            if (const ReflectedVariant* const known = TryFindReflectedVariant(node.m_name.c_str()))
+                return {known->m_size, known->m_size};
+            return RoomOf(*m_types.FindVariant(node.m_name));
+        case TypeKind::Typedef:
+            if (const CatalogueTypedef* const entry = m_types.FindTypedef(node.m_name))
+                return RoomOf(*entry);
+            return most;
+        default: return most;
+        }
+    }
+
+    Types m_types;
+    std::map<std::string, std::optional<Room>> m_rooms; // of named types, once they are known
+    std::vector<std::string> m_measured;                // those that are being measured
+};
+
 class Registrar
 {
 public:
-    explicit Registrar(const TypeCatalogue& catalogue) : m_catalogue(catalogue) {}
+    explicit Registrar(const TypeCatalogue& catalogue) : m_catalogue(catalogue), m_measure(catalogue) {}
 
     void Register()
     {
+        m_measure.Check();
         for (const CatalogueEnum& entry : m_catalogue.m_enums)
             Register(entry);
         for (const CatalogueTypedef& entry : m_catalogue.m_typedefs)
@@ -398,81 +591,6 @@ private:
     {
         if (error != NSE_OK)
             throw Unregistrable{"'" + name + "' cannot be the name of a type"};
-    }
-
-    // --- How much room a variable takes, at the most
-
-    ssize_t RoomOf(const TypeNode& node)
-    {
-        if (++m_depth > 500)
-            throw Unregistrable{"types are part of themselves, or nested too deep"};
-        const ssize_t room = RoomOfNode(node);
-        --m_depth;
-        if (room > s_maxSize)
-            throw Unregistrable{"a type is too large"};
-        return room;
-    }
-
-    template <class Entry>
-    const Entry* Find(const std::vector<Entry>& entries, const std::string& name) const
-    {
-        const auto found =
-            std::find_if(entries.begin(), entries.end(), [&](const Entry& e) { return e.m_name == name; });
-        return found != entries.end() ? &*found : nullptr;
-    }
-
-    ssize_t RoomOfNode(const TypeNode& node)
-    {
-        switch (node.m_kind)
-        {
-        case TypeKind::Array:
-        {
-            ssize_t room = 0;
-            const bool isTooLarge = node.m_count > 2147483647 ||
-                                    __builtin_mul_overflow(ssize_t{node.m_count}, RoomOf(node.m_parts[0]), &room);
-            return isTooLarge ? s_maxSize + 1 : room;
-        }
-        case TypeKind::Tuple: return static_cast<ssize_t>(sizeof(void*) * node.m_parts.size());
-        case TypeKind::Class:
-            if (const ReflectedClass* const known = TryFindReflectedClass(node.m_name.c_str()))
-                return known->m_size;
-            if (const CatalogueClass* const entry = Find(m_catalogue.m_classes, node.m_name))
-                return RoomOfClass(*entry);
-            break;
-        case TypeKind::Variant:
-            if (const ReflectedVariant* const known = TryFindReflectedVariant(node.m_name.c_str()))
-                return known->m_size;
-            if (const CatalogueVariant* const entry = Find(m_catalogue.m_variants, node.m_name))
-                return RoomOfVariant(*entry);
-            break;
-        case TypeKind::Typedef:
-            if (const CatalogueTypedef* const entry = Find(m_catalogue.m_typedefs, node.m_name))
-                return RoomOf(entry->m_type);
-            break;
-        default: return 32; // the largest of all others
-        }
-        throw Unregistrable{"there is no type '" + node.m_name + "'"};
-    }
-
-    static ssize_t Aligned(ssize_t size) { return (size + 15) / 16 * 16; }
-
-    ssize_t RoomOfClass(const CatalogueClass& entry)
-    {
-        const auto known = m_rooms.find(entry.m_name);
-        if (known != m_rooms.end())
-            return known->second;
-        ssize_t room = s_instanceHeader;
-        for (const CatalogueMember& member : entry.m_members)
-            room += Aligned(RoomOf(member.m_type));
-        return m_rooms[entry.m_name] = room;
-    }
-
-    ssize_t RoomOfVariant(const CatalogueVariant& entry)
-    {
-        ssize_t room = 0;
-        for (const CatalogueAlternative& alternative : entry.m_alternatives)
-            room = std::max(room, Aligned(RoomOf(alternative.m_type)));
-        return s_instanceHeader + room;
     }
 
     // --- Registration
@@ -509,15 +627,13 @@ private:
     {
         if (IsRegistered(entry.m_name))
             return;
-        if (entry.m_alternatives.empty())
-            throw Unregistrable{"variant " + entry.m_name + " has no alternatives"};
         Emitter& emitter = Keep(Emitter());
         auto& fields = Keep(std::vector<ReflectedField>());
         for (const CatalogueAlternative& alternative : entry.m_alternatives)
             fields.push_back(
                 {KeepText(alternative.m_name), s_instanceHeader, emitter.Emit(alternative.m_type).m_bytes.data()});
         auto& rv = Keep(ReflectedVariant{.m_name = KeepText(entry.m_name),
-                                         .m_size = RoomOfVariant(entry),
+                                         .m_size = m_measure.SizeOf(entry),
                                          .m_fields = fields.data(),
                                          .m_numFields = static_cast<ssize_t>(fields.size()),
                                          .m_stringTable = emitter.GetNames()});
@@ -547,7 +663,7 @@ private:
             if (member.m_default)
                 dumped.m_defaults.push_back(
                     {{type.m_bytes.data(), nullptr, type.m_fns.data()}, offset, KeepText(*member.m_default)});
-            offset += Aligned(RoomOf(member.m_type));
+            offset += Measure::Aligned(m_measure.SizeOf(member.m_type));
         }
         for (const std::string& base : entry.m_bases)
             dumped.m_bases.push_back({KeepText(base), [](void* derived) { return derived; }});
@@ -579,8 +695,7 @@ private:
     }
 
     const TypeCatalogue& m_catalogue;
-    std::map<std::string, ssize_t> m_rooms; // of classes
-    int m_depth = 0;
+    Measure m_measure;
 };
 
 } // namespace
