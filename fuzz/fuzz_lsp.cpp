@@ -31,8 +31,7 @@ class Host : public ServerHost
 {
 public:
     void UseTypes(const TypeSettings&) override {}
-    bool ReadsTexts() override { return false; }
-    void ReadText(const std::string&, long long, std::string_view) override {}
+    bool ReadText(const std::string&, long long, std::string_view) override { return false; }
     std::string WriteShown(const std::string& name, const std::string&) override { return "/tmp/" + name; }
 };
 

@@ -40,8 +40,8 @@ public:
     void SendError(Json id, ErrorCode code, const std::string& message);
     bool Work(bool areTypesAwaited);
     void TakeTypes(std::shared_ptr<const Types> types, std::string_view why);
-    void TakeFindings(const std::string& uri, long long version, const std::vector<ReadFinding>& findings);
-    void DiagnoseAllAgain();
+    void TakeFindings(const std::string& uri, long long edition, const std::vector<ReadFinding>& findings);
+    void ReadAgain(const std::string& uri);
     void Show(std::string_view message, bool isError);
 
     bool IsOver() const { return m_state == State::Over; }
@@ -327,6 +327,7 @@ void Server::Implementation::Open(const Json& params)
     const std::string& uri = GetText(document, "uri");
     OpenText text(GetText(document, "text"));
     text.m_version = GetInteger(document, "version");
+    text.m_edition = ++m_session.m_lastEdition;
     m_session.m_texts.insert_or_assign(uri, std::move(text));
 }
 
@@ -336,6 +337,8 @@ void Server::Implementation::Change(const Json& params)
     const Json& changes = Get(params, "contentChanges");
     if (!changes.is_array())
         throw RequestError{ERROR_INVALID_PARAMS, "'contentChanges' is no list"};
+    text.m_edition = ++m_session.m_lastEdition; // even where one of the changes is wrong
+    text.m_isDiagnosed = false;
     for (const Json& change : changes)
     {
         const std::string& inserted = GetText(change, "text");
@@ -345,7 +348,6 @@ void Server::Implementation::Change(const Json& params)
         text.m_lines.Edit(text.GetText(), removed, inserted.size());
     }
     text.m_version = GetInteger(Get(params, "textDocument"), "version");
-    text.m_isDiagnosed = false;
 }
 
 void Server::Implementation::Close(const Json& params)
@@ -365,9 +367,7 @@ bool Server::Implementation::DiagnoseOne()
         if (text.m_isDiagnosed)
             continue;
         text.m_isDiagnosed = true;
-        if (!text.IsHuge() && m_session.m_host.ReadsTexts())
-            m_session.m_host.ReadText(uri, text.m_version, text.GetText());
-        else
+        if (text.IsHuge() || !m_session.m_host.ReadText(uri, text.m_edition, text.GetText()))
             Publish(uri, text, DiagnosticsOf(m_session, text));
         return true;
     }
@@ -386,21 +386,22 @@ void Server::Implementation::TakeTypes(std::shared_ptr<const Types> types, std::
     m_hasTypes = true;
     if (!why.empty())
         Show(why, true);
-    DiagnoseAllAgain();
-}
-
-void Server::Implementation::DiagnoseAllAgain()
-{
     for (auto& [uri, text] : m_session.m_texts)
         text.m_isDiagnosed = false;
 }
 
+void Server::Implementation::ReadAgain(const std::string& uri)
+{
+    if (const auto text = m_session.m_texts.find(uri); text != m_session.m_texts.end())
+        text->second.m_isDiagnosed = false;
+}
+
 // Of a text that was another one then, or is closed, they are of no use: the newer one is being read.
-void Server::Implementation::TakeFindings(const std::string& uri, long long version,
+void Server::Implementation::TakeFindings(const std::string& uri, long long edition,
                                           const std::vector<ReadFinding>& findings)
 {
     const auto text = m_session.m_texts.find(uri);
-    if (text != m_session.m_texts.end() && text->second.m_version == version && text->second.m_isDiagnosed)
+    if (text != m_session.m_texts.end() && text->second.m_edition == edition && text->second.m_isDiagnosed)
         Publish(uri, text->second, DiagnosticsOf(m_session, text->second, findings));
 }
 
@@ -432,14 +433,14 @@ void Server::TakeTypes(std::shared_ptr<const Types> types, std::string_view why)
     m_implementation->TakeTypes(std::move(types), why);
 }
 
-void Server::TakeFindings(const std::string& uri, long long version, std::vector<ReadFinding> findings)
+void Server::TakeFindings(const std::string& uri, long long edition, std::vector<ReadFinding> findings)
 {
-    m_implementation->TakeFindings(uri, version, findings);
+    m_implementation->TakeFindings(uri, edition, findings);
 }
 
-void Server::ReadAgain()
+void Server::ReadAgain(const std::string& uri)
 {
-    m_implementation->DiagnoseAllAgain();
+    m_implementation->ReadAgain(uri);
 }
 
 void Server::Show(std::string_view message, bool isError)

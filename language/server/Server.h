@@ -49,9 +49,9 @@ public:
 
     virtual void UseTypes(const TypeSettings& settings) = 0;
 
-    // Whether it reads texts, which it then answers by Server::TakeFindings; false where nobody can now.
-    virtual bool ReadsTexts() = 0;
-    virtual void ReadText(const std::string& uri, long long version, std::string_view text) = 0;
+    // Reads a text, which is answered by Server::TakeFindings; false where nobody can now. Each text has an edition of
+    // its own, whatever versions clients count.
+    virtual bool ReadText(const std::string& uri, long long edition, std::string_view text) = 0;
 
     // Writes a text that an editor is shown; its path, empty where that fails.
     virtual std::string WriteShown(const std::string& name, const std::string& text) = 0;
@@ -77,9 +77,9 @@ public:
 
     // The types are those from now on; `why` there are none, or not all, where that is so.
     void TakeTypes(std::shared_ptr<const Types> types, std::string_view why);
-    void TakeFindings(const std::string& uri, long long version, std::vector<ReadFinding> findings);
-    // Whoever read texts no longer does, or does again.
-    void ReadAgain();
+    void TakeFindings(const std::string& uri, long long edition, std::vector<ReadFinding> findings);
+    // Whoever would read a text no longer does.
+    void ReadAgain(const std::string& uri);
 
     // A message for the user.
     void Show(std::string_view message, bool isError);

@@ -38,7 +38,8 @@ struct OpenText : LinedText
 
     bool IsHuge() const { return GetText().size() > s_longestText; }
 
-    long long m_version = 0;
+    long long m_version = 0;    // the client's, which may be that of another text
+    long long m_edition = 0;    // of all texts another
     bool m_isDiagnosed = false; // as it is now
 };
 
@@ -60,7 +61,8 @@ struct Session
     ServerHost& m_host;
     std::shared_ptr<const Types> m_types;
     std::map<std::string, OpenText> m_texts; // by URI
-    std::vector<std::string> m_roots;        // folders of the workspace
+    long long m_lastEdition = 0;
+    std::vector<std::string> m_roots; // folders of the workspace
     Units m_units = Units::Utf16;
     bool m_hasSnippets = false;
     bool m_hasHierarchy = false; // of symbols

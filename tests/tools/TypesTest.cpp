@@ -156,6 +156,24 @@ TEST(Types, WriteTheCatalogueOfOne)
                              "kelmscript: note: did you mean tool::Colour?\n"}));
 }
 
+TEST(Types, AreCataloguedThoughAClassCannotBeCreated)
+{
+    const auto run = [](const std::string& trap, const std::string& name) {
+        return RunTool({"types", "--json", name}, "", {{"KELMSCRIPT_MODULES", KELM_TOOL_TRAPS}, {"KELM_TRAP", trap}});
+    };
+    const std::string type = "\"type\": {\n            \"kind\": \"integer\",\n            \"text\": \"int32\",\n"
+                             "            \"name\": \"int32\"\n          }";
+    const ProgramResult good = run("crash at birth", "");
+    EXPECT_EQ(good.m_exitCode, 0);
+    EXPECT_EQ(good.m_errors, "kelmscript: note: what new objects of trap::Born hold is not known, as their creation "
+                             "ended the process that made them: signal 6, Aborted\n");
+    const ProgramResult born = run("crash at birth", "trap::Born");
+    EXPECT_EQ(born.m_errors, good.m_errors);
+    EXPECT_THAT(born.m_output, ::testing::HasSubstr(type + "\n"));
+    EXPECT_THAT(good.m_output, ::testing::HasSubstr(type + ",\n          \"default\": \"0\"\n"));
+    EXPECT_THAT(run("", "trap::Born").m_output, ::testing::HasSubstr(type + ",\n          \"default\": \"1\"\n"));
+}
+
 TEST(Types, SayWhereTheCatalogueCannotBeWritten)
 {
     EXPECT_EQ(RunTool({"types", "--dump", "/no/such/folder/types.json"}),

@@ -83,6 +83,9 @@ bool LoadModule(const std::string& module, const std::string& path)
     }
 }
 
+constexpr char s_modulesVariable[] = "KELMSCRIPT_MODULES";
+constexpr char s_foldersVariable[] = "KELMSCRIPT_MODULE_PATH";
+
 // The entries of an environment variable with colons between them.
 std::vector<std::string> ListOf(ConstStringZ variable)
 {
@@ -107,7 +110,7 @@ bool LoadModuleOfEnvironment(const std::string& module)
         return LoadModule(module, module);
     if (module.find('/') != std::string::npos)
         return Fail(module, "KELMSCRIPT_MODULES holds whole paths, and names of files in KELMSCRIPT_MODULE_PATH");
-    for (std::string path : ListOf("KELMSCRIPT_MODULE_PATH"))
+    for (std::string path : ListOf(s_foldersVariable))
     {
         const bool isWhole = path.starts_with('/');
         path.append("/").append(module);
@@ -122,30 +125,49 @@ bool LoadModuleOfEnvironment(const std::string& module)
 bool LoadModules(const std::vector<std::string>& modules)
 {
     Register_Project_klKelmScript();
-    const std::vector<std::string> environment = ListOf("KELMSCRIPT_MODULES");
+    const std::vector<std::string> environment = ListOf(s_modulesVariable);
     return std::all_of(environment.begin(), environment.end(), LoadModuleOfEnvironment) &&
            std::all_of(modules.begin(), modules.end(),
                        [](const std::string& module) { return LoadModule(module, PathOfGiven(module)); });
 }
 
-bool LoadTypes(const std::vector<std::string>& files)
+std::string TryLoadTypes(const std::vector<std::string>& catalogues)
 {
-    for (const std::string& file : files)
+    for (const std::string& path : catalogues)
     {
-        const std::optional<NamedText> text = ReadFile(file);
-        if (!text)
-            return false;
         std::string why;
-        const std::optional<TypeCatalogue> catalogue = language::ReadTypeCatalogue(text->Source().m_text, why);
+        const std::optional<NamedText> file = TryReadFile(path, why);
+        if (!file)
+            return UnreadableText(path, why);
+        const std::optional<TypeCatalogue> catalogue = language::ReadTypeCatalogue(file->Source().m_text, why);
         if (catalogue)
             why = language::RegisterDumpedTypes(*catalogue);
         if (!why.empty())
-        {
-            ReportError("cannot load types of " + text->m_name + ": " + why);
-            return false;
-        }
+            return "cannot load types of " + file->m_name + ": " + why;
     }
-    return true;
+    return {};
+}
+
+bool LoadTypes(const std::vector<std::string>& catalogues)
+{
+    const std::string why = TryLoadTypes(catalogues);
+    if (!why.empty())
+        ReportError(why, "file");
+    return why.empty();
+}
+
+std::vector<std::string> FilesOfModules(const std::vector<std::string>& modules)
+{
+    std::vector<std::string> files;
+    for (const std::string& module : ListOf(s_modulesVariable))
+        if (module.starts_with('/'))
+            files.push_back(module);
+        else
+            for (const std::string& folder : ListOf(s_foldersVariable))
+                files.push_back(folder + "/" + module);
+    for (const std::string& module : modules)
+        files.push_back(PathOfGiven(module));
+    return files;
 }
 
 } // namespace kelm::tool

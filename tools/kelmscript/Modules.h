@@ -14,6 +14,12 @@ bool LoadModules(const std::vector<std::string>& modules);
 
 // Registers the types that catalogues tell of, files that `types --dump` and kelm::WriteTypes write. False, after an
 // error was reported, where that cannot be.
-bool LoadTypes(const std::vector<std::string>& files);
+bool LoadTypes(const std::vector<std::string>& catalogues);
+
+// The same, where nothing is reported: empty, or why not.
+std::string TryLoadTypes(const std::vector<std::string>& catalogues);
+
+// The files that LoadModules would load, or look for.
+std::vector<std::string> FilesOfModules(const std::vector<std::string>& modules);
 
 } // namespace kelm::tool

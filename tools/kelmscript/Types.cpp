@@ -1,8 +1,10 @@
 #include "Types.h"
 
 #include "Diagnostics.h"
+#include "Modules.h"
 #include "Output.h"
 #include "Suggest.h"
+#include "lsp/Worker.h"
 
 #include <kelm/private/FileText.h>
 #include <kelm/private/Names.h>
@@ -216,13 +218,24 @@ bool ShowType(const std::string& name)
 
 // --- The catalogue
 
-// Of all, or of one.
-std::optional<std::string> CatalogueText(const std::string& name)
+// Of all, or of one. Objects are created in a process beside this one, where there are modules.
+std::optional<std::string> CatalogueText(const Options& options)
 {
-    if (name.empty())
-        return JsonOf(CatalogueOfRegisteredTypes());
-    const std::optional<std::string> found = FindRegistered(name);
-    return found ? std::optional(JsonOf(CatalogueOfRegisteredTypes(*found))) : std::nullopt;
+    std::string name = options.m_name;
+    if (!name.empty())
+    {
+        const std::optional<std::string> found = FindRegistered(name);
+        if (!found)
+            return std::nullopt;
+        name = *found;
+    }
+    if (FilesOfModules(options.m_modules).empty())
+        return JsonOf(CatalogueOfRegisteredTypes(name));
+    TypeCatalogue catalogue = CatalogueOfRegisteredTypes(name, Defaults::Untold);
+    const std::string fault = TellDefaultsBeside(catalogue.m_classes, {options.m_modules, options.m_catalogues});
+    if (!fault.empty())
+        ReportNote(fault);
+    return JsonOf(catalogue);
 }
 
 bool DumpTypes(const std::string& file, const std::string& text)
@@ -237,7 +250,7 @@ int RunTypes(const Options& options)
 {
     if (options.m_json || !options.m_dump.empty())
     {
-        const std::optional<std::string> text = CatalogueText(options.m_name);
+        const std::optional<std::string> text = CatalogueText(options);
         if (!text)
             return EXIT_FAILED;
         if (!options.m_dump.empty())

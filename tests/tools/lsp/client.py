@@ -7,21 +7,24 @@ import select
 import subprocess
 import time
 
+import protocol
+
 LONGEST_WAIT = 60  # seconds until a test is given up
 
 
 class Client:
     """Starts the server, and talks to it in frames."""
 
-    def __init__(self, command, environment=None):
-        settings = dict(os.environ, KELMSCRIPT_MODULES="", **(environment or {}))
+    def __init__(self, command, environment=None, errors=subprocess.DEVNULL):
+        settings = {**os.environ, "KELMSCRIPT_MODULES": "", **(environment or {})}
         self.process = subprocess.Popen(
-            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=settings
+            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=errors, env=settings
         )
         self.octets = b""
         self.next_id = 0
         self.notifications = []
         self.answers = {}
+        self.methods = {}  # of requests, by their ids
 
     def __enter__(self):
         return self
@@ -32,6 +35,8 @@ class Client:
         self.process.wait()
         self.process.stdin.close()
         self.process.stdout.close()
+        if self.process.stderr:
+            self.process.stderr.close()
 
     # --- Frames
 
@@ -40,11 +45,13 @@ class Client:
         self.process.stdin.flush()
 
     def send(self, message):
+        if "id" in message and "method" in message:
+            self.methods[message["id"]] = message["method"]
         body = json.dumps({"jsonrpc": "2.0", **message}).encode()
         self.write(b"Content-Length: %d\r\n\r\n" % len(body) + body)
 
     def read(self):
-        """The next message of the server; None at its end."""
+        """The next message of the server, which must be one of the protocol; None at its end."""
         end = time.monotonic() + LONGEST_WAIT
         while True:
             head, found, rest = self.octets.partition(b"\r\n\r\n")
@@ -52,7 +59,11 @@ class Client:
                 length = int(head.split(b":")[1])
                 if len(rest) >= length:
                     self.octets = rest[length:]
-                    return json.loads(rest[:length])
+                    message = json.loads(rest[:length])
+                    faults = protocol.faults_of_message(message, self.methods)
+                    if faults:
+                        raise AssertionError(f"{faults} of {message}")
+                    return message
             if not select.select([self.process.stdout], [], [], max(0, end - time.monotonic()))[0]:
                 raise TimeoutError("the server says nothing")
             octets = os.read(self.process.stdout.fileno(), 1 << 16)
@@ -71,16 +82,20 @@ class Client:
         self.send({"id": self.next_id, "method": method, "params": params if params is not None else {}})
         return self.next_id
 
+    def take(self):
+        """Reads one message, and keeps it for whoever asks for it."""
+        message = self.read()
+        if message is None:
+            raise EOFError("the server has ended")
+        if "method" in message:
+            self.notifications.append(message)
+        else:
+            self.answers[message["id"]] = message
+
     def answer(self, number):
-        """The whole answer to a request; what comes before it is kept."""
+        """The whole answer to a request."""
         while number not in self.answers:
-            message = self.read()
-            if message is None:
-                raise EOFError("the server has ended")
-            if "method" in message:
-                self.notifications.append(message)
-            else:
-                self.answers[message["id"]] = message
+            self.take()
         return self.answers.pop(number)
 
     def ask(self, method, params=None):
@@ -101,13 +116,7 @@ class Client:
                 if message["method"] == method and is_meant(message["params"]):
                     del self.notifications[index]
                     return message["params"]
-            message = self.read()
-            if message is None:
-                raise EOFError("the server has ended")
-            if "method" in message:
-                self.notifications.append(message)
-            else:
-                self.answers[message["id"]] = message
+            self.take()
 
     # --- What editors do
 

@@ -8,6 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
+import protocol
 from client import Client, uri_of
 
 TOOL = os.environ["KELMSCRIPT"]
@@ -40,6 +41,31 @@ def applied(text, edits):
     for edit in sorted(edits, key=lambda edit: -place(edit["range"]["start"])):
         text = text[: place(edit["range"]["start"])] + edit["newText"] + text[place(edit["range"]["end"]) :]
     return text
+
+
+class Protocol(unittest.TestCase):
+    """By which all that the server sends is looked at while it is read."""
+
+    def test_refuses_what_it_does_not_know(self):
+        place = {"line": 0, "character": 1}
+        span = {"start": place, "end": place}
+        for method, right, wrong in (
+            ("shutdown", None, {}),
+            ("textDocument/hover", {"contents": "a", "range": span}, {"contents": "a", "range": place}),
+            ("textDocument/hover", {"contents": {"kind": "markdown", "value": ""}}, {"contents": {"kind": "bold", "value": ""}}),
+            ("textDocument/definition", {"uri": "a", "range": span}, {"uri": "a"}),
+            ("textDocument/inlayHint", [{"position": place, "label": "a", "kind": 2}], [{"position": place, "label": "a", "kind": 3}]),
+            ("textDocument/formatting", [{"range": span, "newText": "a"}], [{"range": span, "newtext": "a"}]),
+            ("textDocument/semanticTokens/full", {"data": [0, 1]}, {"data": [0, -1]}),
+            ("textDocument/semanticTokens/full", {"data": [0, 1]}, {"data": [0, 1.5]}),
+            ("textDocument/completion", {"isIncomplete": False, "items": []}, {"isIncomplete": 0, "items": []}),
+            ("textDocument/signatureHelp", {"signatures": [{"label": "a", "parameters": [{"label": [0, 1]}]}]},
+             {"signatures": [{"label": "a", "parameters": [{"label": [0]}]}]}),
+            ("window/showMessage", {"type": 1, "message": "a"}, {"type": 9, "message": "a"}),
+        ):
+            with self.subTest(method=method, wrong=wrong):
+                self.assertEqual(protocol.faults_of_sent(method, right), [])
+                self.assertNotEqual(protocol.faults_of_sent(method, wrong), [])
 
 
 class Lifecycle(unittest.TestCase):
@@ -246,6 +272,18 @@ class Services(unittest.TestCase):
         location = self.client.ask("textDocument/definition", self.place("outline = Cir", "cle"))
         path = pathlib.Path(location["uri"].removeprefix("file://"))
         self.assertIn("Circle", path.read_text().split("\n")[location["range"]["start"]["line"]])
+        # Of a member in the workspace's file that describes it.
+        source = DATA.parent / "shapes" / "Garden.h"
+        with started("--module", MODULE, rootUri=uri_of(DATA.parent.parent)) as client:
+            client.open(SCENE, self.TEXT)
+            for text, described in (("    title", "KELM_MODEL(title"), ("SHRUB", "KELM_VALUE(SHRUB"),
+                                    ("garden.Plan", "")):
+                location = client.ask("textDocument/definition", self.place(text))
+                end = location["range"]["end"]
+                line = source.read_text().split("\n")[end["line"]]
+                self.assertEqual(location["uri"], uri_of(source))
+                self.assertTrue(line[: end["character"]].endswith(described), line)
+                self.assertEqual(line.startswith("KELM_CLASS(garden::Plan"), text != "SHRUB")
         found = self.client.ask("textDocument/references",
                                 {**self.place("    title"), "context": {"includeDeclaration": False}})
         self.assertEqual([self.textAt(reference["range"]) for reference in found], ["title"])
@@ -354,6 +392,36 @@ class Types(unittest.TestCase):
             client.notify("workspace/didChangeConfiguration", {"settings": {"kelmscript": {"modules": []}}})
             self.assertEqual(client.ask("textDocument/completion", client.at(SCENE, 0, 14))["items"], [])
 
+    def test_of_a_file_tell_of_values_too(self):
+        with tempfile.TemporaryDirectory() as folder:
+            file = os.path.join(folder, "types.json")
+            subprocess.run([TOOL, "types", "--module", MODULE, "--dump", file], check=True)
+            with started("--types", file, "--module", TRAPS) as client:
+                client.open("file:///one.kds", "garden.Point { x = 1 y = \"no\" }")
+                client.open("file:///two.kds", "trap.Good { x = 1.5 }")
+                for uri, message in (("file:///one.kds", "Expected float64 when read \"no\""),
+                                     ("file:///two.kds", "Expected int32 when read 1.5")):
+                    while not (found := client.diagnostics(uri, 1)):  # until the modules are there
+                        pass
+                    self.assertEqual([f["message"] for f in found], [message])
+                self.assertEqual(client.stop(), 0)
+            with started("--types", file) as client:
+                client.open(SCENE, "garden.Point { x = 1 y = \"no\" }")
+                self.assertEqual([f["message"] for f in client.diagnostics(SCENE, 1)],
+                                 ["Expected float64 when read \"no\""])
+                hover = client.ask("textDocument/hover", client.at(SCENE, 0, 22))
+                self.assertIn("garden::Metres y = 0.0", hover["contents"]["value"])
+                # A file that names what is not there cannot be read by.
+                catalogue = json.loads(pathlib.Path(file).read_text())
+                catalogue["enums"] = []
+                pathlib.Path(file).write_text(json.dumps(catalogue))
+                client.notify("workspace/didChangeWatchedFiles", {"changes": []})
+                self.assertIn("there is no type 'garden::", client.notification("window/showMessage")["message"])
+                client.change(SCENE, 2, {"text": "garden.Point { y = \"no\" z = 1 }"})
+                self.assertEqual([f["message"].split("\n")[0] for f in client.diagnostics(SCENE, 2)],
+                                 ["Unknown member 'z' of class garden::Point"])
+                self.assertEqual(client.stop(), 0)
+
     def test_that_cannot_be_had_are_told(self):
         for arguments, message in ((["--module", "/nothing/libNothing.so"], "cannot load module /nothing/libNothing.so"),
                                    (["--types", "/nothing.json"], "cannot read /nothing.json"), ([], "no types are known")):
@@ -364,47 +432,101 @@ class Types(unittest.TestCase):
                 self.assertEqual(client.stop(), 0)
 
     def test_of_a_module_that_is_built_anew_are_loaded_anew(self):
-        with tempfile.TemporaryDirectory() as folder:
-            module = os.path.join(folder, os.path.basename(MODULE))
-            with started("--module", module) as client:
-                client.notification("window/showMessage")
-                client.open(SCENE, "garden.Point { z = 1 }")
-                self.assertEqual(client.diagnostics(SCENE, 1), [])
-                shutil.copy(MODULE, module + ".new")
-                os.rename(module + ".new", module)
-                client.notify("workspace/didChangeWatchedFiles", {"changes": []})
-                self.assertEqual(len(client.diagnostics(SCENE, 1)), 1)
-                self.assertEqual(client.stop(), 0)
+        name = os.path.basename(MODULE)
+        for way in ("given", "in the environment", "in a folder of the environment"):
+            with self.subTest(way=way), tempfile.TemporaryDirectory() as folder:
+                self.load_anew(os.path.join(folder, name),
+                               {"given": {}, "in the environment": {"KELMSCRIPT_MODULES": os.path.join(folder, name)},
+                                "in a folder of the environment": {"KELMSCRIPT_MODULES": name,
+                                                                   "KELMSCRIPT_MODULE_PATH": "/nothing:" + folder}}[way])
+
+    def load_anew(self, module, environment):
+        with Client([TOOL, "lsp", *([] if environment else ["--module", module])], environment) as client:
+            client.start()
+            client.notification("window/showMessage")
+            client.open(SCENE, "garden.Point { z = 1 }")
+            self.assertEqual(client.diagnostics(SCENE, 1), [])
+            shutil.copy(MODULE, module + ".new")
+            os.rename(module + ".new", module)
+            client.notify("workspace/didChangeWatchedFiles", {"changes": []})
+            self.assertEqual(len(client.diagnostics(SCENE, 1)), 1)
+            self.assertEqual(client.stop(), 0)
 
 
 class Modules(unittest.TestCase):
     """What modules do is no matter of the server's."""
 
-    def started(self, trap="", **options):
-        client = Client([TOOL, "lsp", "--module", TRAPS], {"KELM_TRAP": trap})
+    def started(self, trap="", errors=subprocess.DEVNULL, **options):
+        client = Client([TOOL, "lsp", "--module", TRAPS], {"KELM_TRAP": trap}, errors)
         client.start(initializationOptions=options or None)
         return client
 
+    def faults(self, client, version):
+        """Of a wrong text: as long as the modules are not there, nothing is known to be wrong."""
+        while True:
+            if found := client.diagnostics(SCENE, version):
+                return found
+
     def test_that_crash_at_a_text_are_started_anew(self):
         with self.started() as client:
-            for version, name in enumerate(("Good", "Crash", "Good", "Crash"), 1):
-                text = "trap." + name + " { x = 1.5 }"
+            good, crash = "trap.Good { x = 1.5 }", "trap.Box { crashes = [{}, {}] }"
+            for version, text in enumerate((good, crash, good, crash), 1):
                 client.open(SCENE, text, version)
-                found = []
-                while not found:  # as long as the modules are not there, nothing is known to be wrong
-                    found = client.diagnostics(SCENE, version)
-                if name == "Crash":
+                found = self.faults(client, version)
+                if text == crash:
                     self.assertIn("ended the process of the modules: signal 6", found[0]["message"])
                 else:
                     self.assertEqual(found[0]["message"], "Expected int32 when read 1.5")
-                self.assertEqual(labels(client.ask("textDocument/completion", client.at(SCENE, 0, len(text) - 1))), ["x"])
+                self.assertEqual(labels(client.ask("textDocument/completion", client.at(SCENE, 0, len(text) - 1))),
+                                 ["x" if text == good else "crashes"])
+            self.assertEqual(client.stop(), 0)
+
+    def test_read_another_text_of_the_same_version(self):
+        with self.started() as client:
+            for name in ("Crash", "Good"):
+                client.open(SCENE, "trap." + name + " { x = 1.5 }")
+                found = self.faults(client, 1)
+                client.notify("textDocument/didClose", {"textDocument": {"uri": SCENE}})
+            self.assertEqual(found[0]["message"], "Expected int32 when read 1.5")
             self.assertEqual(client.stop(), 0)
 
     def test_that_never_come_back_are_ended(self):
-        with self.started(readingLimit=0.3) as client:
+        for name, limit, how in (("Hang", 0.3, "it took longer than 0.3 seconds"),
+                                 ("Wait", 0.1, "it has waited for longer than 1.0 seconds")):
+            with self.subTest(name=name), self.started(readingLimit=limit) as client:
+                client.open(SCENE, "trap." + name + " { x = 1 }")
+                self.assertIn(how, client.diagnostics(SCENE, 1)[0]["message"])
+                self.assertEqual(labels(client.ask("textDocument/completion", client.at(SCENE, 0, 18))), ["x"])
+                self.assertEqual(client.stop(), 0)
+
+    def test_of_which_a_class_cannot_be_created_have_types(self):
+        text = "trap.Good { x = 1.5 }\n"
+        for trap, how in (("crash at birth", "signal 6, Aborted"), ("hang at birth", "it took longer than 0.3 seconds")):
+            with self.subTest(trap=trap), self.started(trap, readingLimit=0.3) as client:
+                client.open(SCENE, text)
+                self.assertEqual(self.faults(client, 1)[0]["message"], "Expected int32 when read 1.5")
+                client.open("file:///born.kds", text.replace("Good", "Born"))
+                self.assertEqual(client.notification("window/showMessage")["message"],
+                                 "what new objects of trap::Born hold is not known, as their creation ended the process "
+                                 "that made them: " + how)
+                for uri, declared in ((SCENE, "int32 x = 0"), ("file:///born.kds", "int32 x")):
+                    hover = client.ask("textDocument/hover", client.at(uri, 0, 12))
+                    self.assertEqual(hover["contents"]["value"].split("\n")[1], declared)
+                self.assertEqual(client.stop(), 0)
+
+    def test_that_are_no_longer_wanted_are_gone(self):
+        with started(initializationOptions={"modules": [TRAPS]}) as client:
             client.open(SCENE, "trap.Hang { x = 1 }")
-            self.assertIn("it took longer than 0.3 seconds", client.diagnostics(SCENE, 1)[0]["message"])
             self.assertEqual(labels(client.ask("textDocument/completion", client.at(SCENE, 0, 18))), ["x"])
+            client.notify("workspace/didChangeConfiguration", {"settings": {"kelmscript": {"modules": []}}})
+            client.open("file:///other.kds", "trap.Good { x = 1 ]")
+            self.assertEqual(client.diagnostics("file:///other.kds", 1)[0]["message"], "This bracket closes nothing")
+            self.assertEqual(client.stop(), 0)
+
+    def test_that_speak_without_end_keep_nobody(self):
+        with self.started("speak without end", subprocess.PIPE) as client:  # which nobody reads
+            client.open(SCENE, "trap.Good { x = 1.5 }")
+            self.assertEqual(client.diagnostics(SCENE, 1)[0]["message"], "Expected int32 when read 1.5")
             self.assertEqual(client.stop(), 0)
 
     def test_that_crash_or_hang_at_once_leave_the_server(self):

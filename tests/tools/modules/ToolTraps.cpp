@@ -1,5 +1,5 @@
-// Classes of which the second object, and every other one behind it, does what no class should. The first is the one by
-// which the tool sees what new objects hold.
+// Classes of which the second object, and every other one behind it, does what no class should; the first is the one by
+// which the tool sees what new objects hold. And one of which the first does, where the environment asks for that.
 
 #include <klObject/describe/Describe.h>
 
@@ -7,9 +7,41 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <thread>
+
+#include <unistd.h>
+
+namespace
+{
+
+std::string GetTrap()
+{
+    const char* const trap = std::getenv("KELM_TRAP");
+    return trap != nullptr ? trap : "";
+}
+
+void HangIf(bool condition)
+{
+    for (volatile bool goesOn = condition; goesOn;)
+    {
+    }
+}
+
+} // namespace
 
 namespace trap
 {
+
+struct Born
+{
+    Born()
+    {
+        if (GetTrap() == "crash at birth")
+            std::raise(SIGABRT);
+        HangIf(GetTrap() == "hang at birth");
+    }
+    kelm::int32 x = 1;
+};
 
 struct Crash
 {
@@ -22,14 +54,28 @@ struct Crash
     kelm::int32 x = 0;
 };
 
+struct Box
+{
+    kelm::xvector<Crash> crashes;
+};
+
 struct Hang
 {
     Hang()
     {
         static int s_count = 0;
-        for (volatile bool goesOn = ++s_count > 1; goesOn;)
-        {
-        }
+        HangIf(++s_count > 1);
+    }
+    kelm::int32 x = 0;
+};
+
+struct Wait
+{
+    Wait()
+    {
+        static int s_count = 0;
+        if (++s_count > 1)
+            pause();
     }
     kelm::int32 x = 0;
 };
@@ -41,25 +87,32 @@ struct Good
 
 } // namespace trap
 
+KELM_CLASS(trap::Born, KELM_MODEL(x))
 KELM_CLASS(trap::Crash, KELM_MODEL(x))
+KELM_CLASS(trap::Box, KELM_MODEL(crashes))
 KELM_CLASS(trap::Hang, KELM_MODEL(x))
+KELM_CLASS(trap::Wait, KELM_MODEL(x))
 KELM_CLASS(trap::Good, KELM_MODEL(x))
 
 // Crashes, hangs and speaks at once where the environment says so.
 extern "C" __attribute__((visibility("default"))) void Register_Project_klToolTraps()
 {
-    const char* const trap = std::getenv("KELM_TRAP");
-    const std::string what = trap != nullptr ? trap : "";
-    if (what == "crash")
+    if (GetTrap() == "crash")
         std::raise(SIGABRT);
-    for (volatile bool goesOn = what == "hang"; goesOn;)
-    {
-    }
-    if (what == "speak")
+    HangIf(GetTrap() == "hang");
+    if (GetTrap() == "speak")
         std::puts("Content-Length: 2\r\n\r\n[]");
     static bool s_called = false;
     if (s_called)
         return;
     s_called = true;
-    kelm::RegisterTypes<trap::Crash, trap::Hang, trap::Good>(nullptr);
+    if (GetTrap() == "speak without end")
+        std::thread(
+            []
+            {
+                while (true)
+                    std::fputs("and so on\n", stderr);
+            })
+            .detach();
+    kelm::RegisterTypes<trap::Born, trap::Crash, trap::Box, trap::Hang, trap::Wait, trap::Good>(nullptr);
 }

@@ -16,11 +16,12 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include <poll.h>
 #include <sys/stat.h>
@@ -109,24 +110,26 @@ public:
     int Run();
 
     void UseTypes(const TypeSettings& settings) override;
-    bool ReadsTexts() override { return m_hasModuleTypes; }
-    void ReadText(const std::string& uri, long long version, std::string_view text) override;
+    bool ReadText(const std::string& uri, long long edition, std::string_view text) override;
     std::string WriteShown(const std::string& name, const std::string& text) override
     {
         return m_shown.Write(name, text);
     }
 
 private:
-    struct WaitingText
+    // What the worker is at, and all that ends with it.
+    struct Work
     {
-        long long m_version;
-        std::string m_text;
+        bool m_hasTypes = false;    // those of its modules have come
+        bool m_hasAllTypes = false; // it has those of the file, too
+        bool m_readsTexts = false;  // when it has them
+        std::string m_uri = {};     // of the text that it reads; empty for none
+        long long m_edition = 0;    // of that
+        Allowance m_allowance = {}; // for that, or whatever it does
+        std::map<std::string, std::pair<long long, std::string>> m_waiting = {}; // texts by URI: the newest
     };
 
-    Clock::time_point ReadingEnd() const
-    {
-        return Clock::now() + milliseconds(static_cast<long long>(1000 * m_used.m_readingLimit));
-    }
+    bool HasWorker() const { return !m_moduleFiles.empty() || m_fileTypes; }
     bool AreTypesAwaited() const { return m_awaitedUntil && Clock::now() < *m_awaitedUntil; }
     bool ReadClient();
     void Poll();
@@ -134,30 +137,36 @@ private:
     void KeepTime();
     void LookAtFiles();
     void StartWorker();
+    void StopWorker();
     void ReadWorker();
     void TakeFromWorker(const std::string& body);
-    void EndWorker(bool hasHung);
+    void TakeModuleTypes(const std::string& text);
+    void GoOnMaking();
+    void EndWorker(const std::string& hungHow);
     void GiveWorkerText();
     void LoadTypesFile();
-    void GiveTypes(TypeCatalogue catalogue, std::string_view why);
+    void GiveTypes(std::string_view why = {});
 
     Server m_server{*this,
                     [](std::string_view body) { static_cast<void>(WriteAll(STDOUT_FILENO, language::Framed(body))); }};
     language::FrameReader m_reader;
     ShownTexts m_shown;
-    Worker m_worker;
     TypeSettings m_given; // on the command line
     TypeSettings m_used;
     bool m_isUsed = false;
-    std::vector<FileState> m_files; // modules, then the types' file
+    std::vector<std::pair<std::string, FileState>> m_moduleFiles; // by their paths
+    FileState m_typesFile{{}};
     std::optional<Clock::time_point> m_awaitedUntil;
-    std::optional<Clock::time_point> m_readsUntil; // the worker, a text
+    std::optional<TypeCatalogue> m_fileTypes; // of the types' file
+
+    // What is known of the modules outlives their process.
+    Worker m_worker;
+    Work m_work;
     std::optional<Clock::time_point> m_restartsAt;
     milliseconds m_pause{0};
-    bool m_hasModuleTypes = false;                // the worker is at hand
-    std::map<std::string, WaitingText> m_waiting; // by URI: the newest
-    std::string m_readUri;
-    long long m_readVersion = 0;
+    std::string m_moduleText; // the catalogue as it was sent
+    TypeCatalogue m_moduleTypes;
+    Making m_making;                           // of what new objects hold
     std::map<std::string, long long> m_deadly; // texts that ended the worker
     bool m_hasClient = true;
 };
@@ -175,30 +184,48 @@ void Host::UseTypes(const TypeSettings& settings)
         return LookAtFiles();
     m_isUsed = true;
     m_used = std::move(used);
-    m_files.clear();
-    for (const std::string& module : m_used.m_modules)
-        m_files.emplace_back(module);
-    m_files.emplace_back(m_used.m_typesFile);
-    m_pause = milliseconds(0);
-    const char* const environment = std::getenv("KELMSCRIPT_MODULES");
-    const bool hasModules = !m_used.m_modules.empty() || (environment != nullptr && *environment != '\0');
-    if (hasModules)
-    {
-        m_awaitedUntil = Clock::now() + s_longestWait;
-        StartWorker();
-    }
-    else
-        m_worker.Kill();
+    StopWorker();
+    m_moduleFiles.clear();
+    for (const std::string& file : FilesOfModules(m_used.m_modules))
+        m_moduleFiles.emplace_back(file, FileState(file));
+    m_typesFile = FileState(m_used.m_typesFile);
+    m_fileTypes.reset();
     if (!m_used.m_typesFile.empty())
         LoadTypesFile();
-    else if (!hasModules)
-        GiveTypes({}, "no types are known: name modules, or a file that `kelmscript types --dump` has written, in the "
-                      "settings");
+    if (HasWorker())
+    {
+        if (!m_moduleFiles.empty())
+            m_awaitedUntil = Clock::now() + s_longestWait;
+        StartWorker();
+    }
+    else if (m_used.m_typesFile.empty())
+        GiveTypes("no types are known: name modules, or a file that `kelmscript types --dump` has written, in the "
+                  "settings");
 }
 
-void Host::GiveTypes(TypeCatalogue catalogue, std::string_view why)
+// The modules' types, and those of the file that have other names.
+void Host::GiveTypes(std::string_view why)
 {
-    m_server.TakeTypes(std::make_shared<const Types>(std::move(catalogue)), why);
+    TypeCatalogue all = m_moduleTypes;
+    if (m_fileTypes)
+    {
+        const auto add = []<class Entry>(std::vector<Entry>& to, const std::vector<Entry>& from)
+        {
+            std::set<std::string_view> names;
+            for (const Entry& entry : to)
+                names.insert(entry.m_name);
+            std::vector<Entry> others;
+            for (const Entry& entry : from)
+                if (!names.contains(entry.m_name))
+                    others.push_back(entry);
+            to.insert(to.end(), others.begin(), others.end());
+        };
+        add(all.m_classes, m_fileTypes->m_classes);
+        add(all.m_enums, m_fileTypes->m_enums);
+        add(all.m_variants, m_fileTypes->m_variants);
+        add(all.m_typedefs, m_fileTypes->m_typedefs);
+    }
+    m_server.TakeTypes(std::make_shared<const Types>(std::move(all)), why);
 }
 
 void Host::LoadTypesFile()
@@ -207,35 +234,36 @@ void Host::LoadTypesFile()
     const std::optional<NamedText> file = TryReadFile(m_used.m_typesFile, why);
     if (!file)
         return m_server.Show(UnreadableText(m_used.m_typesFile, why), true);
-    if (auto catalogue = language::ReadTypeCatalogue(file->Source().m_text, why))
-        GiveTypes(std::move(*catalogue), {});
-    else
-        m_server.Show(m_used.m_typesFile + ": " + why, true);
+    auto catalogue = language::ReadTypeCatalogue(file->Source().m_text, why);
+    if (!catalogue)
+        return m_server.Show(m_used.m_typesFile + ": " + why, true);
+    m_fileTypes = std::move(catalogue);
+    if (m_moduleFiles.empty() || !m_moduleText.empty()) // by the file alone names of modules would be wrong
+        GiveTypes();
 }
 
-// A module that is built anew is loaded anew.
+// A module that is built anew is loaded anew, and so is a file of types.
 void Host::LookAtFiles()
 {
     if (!m_isUsed)
         return;
-    bool areModulesNew = false;
-    for (std::size_t i = 0; i < m_files.size(); ++i)
+    bool isAnyNew = false;
+    for (auto& [path, state] : m_moduleFiles)
     {
-        const bool isModule = i < m_used.m_modules.size();
-        const FileState now(isModule ? m_used.m_modules[i] : m_used.m_typesFile);
-        if (now == m_files[i])
-            continue;
-        m_files[i] = now;
-        if (isModule)
-            areModulesNew = true;
-        else if (!m_hasModuleTypes && !m_used.m_typesFile.empty())
-            LoadTypesFile();
+        const FileState now(path);
+        isAnyNew |= std::exchange(state, now) != now;
     }
-    if (!areModulesNew)
+    if (const FileState now(m_used.m_typesFile); now != m_typesFile)
+    {
+        m_typesFile = now;
+        LoadTypesFile();
+        isAnyNew = true;
+    }
+    if (!isAnyNew)
         return;
-    m_pause = milliseconds(0);
-    m_deadly.clear();
-    StartWorker();
+    StopWorker();
+    if (HasWorker())
+        StartWorker();
 }
 
 // --- The worker
@@ -243,41 +271,62 @@ void Host::LookAtFiles()
 void Host::StartWorker()
 {
     m_restartsAt.reset();
-    m_readsUntil = ReadingEnd(); // its first word
-    m_readUri.clear();
-    m_hasModuleTypes = false;
-    if (!m_worker.Start(m_used.m_modules))
-        EndWorker(false);
+    m_work = {};
+    m_work.m_readsTexts = m_moduleFiles.empty() || !m_moduleText.empty(); // types are known
+    WorkerTypes types{m_used.m_modules, {}};
+    if (m_fileTypes)
+        types.m_catalogues.push_back(m_used.m_typesFile);
+    if (!m_worker.Start(types))
+        return EndWorker("it cannot be started");
+    m_work.m_allowance.Begin(m_worker, m_used.m_readingLimit); // for its first word
 }
 
-void Host::EndWorker(bool hasHung)
+// Until it is started anew, as if there had been none.
+void Host::StopWorker()
+{
+    m_worker.Kill();
+    m_work = {};
+    m_awaitedUntil.reset();
+    m_restartsAt.reset();
+    m_pause = milliseconds(0);
+    m_moduleText.clear();
+    m_moduleTypes = {};
+    m_making = {};
+    m_deadly.clear();
+}
+
+// Where it has not ended by itself, it has been told how.
+void Host::EndWorker(const std::string& hungHow)
 {
     bool hasRefused = false;
-    std::string how = "it cannot be started";
-    if (hasHung)
-        how = "it took longer than " + Json(m_used.m_readingLimit).dump() + " seconds";
-    if (hasHung)
+    std::string how = hungHow;
+    if (!hungHow.empty())
         m_worker.Kill();
-    else if (m_worker.IsRunning())
+    else
         how = m_worker.End(hasRefused);
-    m_hasModuleTypes = false;
-    m_readsUntil.reset();
+    const Work work = std::exchange(m_work, {});
     m_awaitedUntil.reset();
-    m_waiting.clear();
-    if (hasRefused) // until they are built anew
+    if (work.m_hasTypes && !m_making.IsOver()) // each class once
     {
-        m_server.Show(how, true);
-        return m_server.ReadAgain();
+        m_making.LeaveOut(how);
+        StartWorker();
+        m_work.m_waiting = work.m_waiting;
+        return;
     }
-    if (!m_readUri.empty())
+    for (const auto& [uri, text] : work.m_waiting)
+        m_server.ReadAgain(uri);
+    if (m_moduleText.empty() && m_fileTypes) // better than none
+        GiveTypes();
+    if (hasRefused && !work.m_hasTypes) // until they are built anew
+        return m_server.Show(how, true);
+    if (!work.m_uri.empty())
     {
-        m_deadly[m_readUri] = m_readVersion;
-        m_server.TakeFindings(m_readUri, m_readVersion,
+        m_deadly[work.m_uri] = work.m_edition;
+        m_server.TakeFindings(work.m_uri, work.m_edition,
                               {{true, "reading this text ended the process of the modules: " + how, 0, 0}});
     }
     else
         m_server.Show("the process of the modules has ended: " + how, true);
-    m_readUri.clear();
     m_pause = m_pause == milliseconds(0) ? s_shortestPause : std::min(2 * m_pause, s_longestPause);
     m_restartsAt = Clock::now() + m_pause;
 }
@@ -293,59 +342,96 @@ void Host::ReadWorker()
     }
     catch (const language::RequestError&) // modules can do anything there
     {
-        return EndWorker(false);
+        return EndWorker({});
     }
     if (!isOpen)
-        EndWorker(false);
+        EndWorker({});
 }
 
 void Host::TakeFromWorker(const std::string& body)
 {
     const Json message = Json::parse(body, nullptr, false);
     if (const Json* const types = language::Find(message, "types"); types != nullptr && types->is_string())
+        return TakeModuleTypes(types->get_ref<const std::string&>());
+    if (const Json* const why = language::Find(message, "catalogues"); why != nullptr && why->is_string())
     {
-        std::string why;
-        auto catalogue = language::ReadTypeCatalogue(types->get_ref<const std::string&>(), why);
-        m_hasModuleTypes = true;
-        m_readsUntil.reset();
-        m_awaitedUntil.reset();
-        return catalogue ? GiveTypes(std::move(*catalogue), {}) : m_server.Show(why, true);
+        if (const auto& reason = why->get_ref<const std::string&>(); !reason.empty())
+        {
+            m_server.Show(reason + "; so names alone are looked at in texts of them", false);
+            m_work.m_readsTexts = !m_moduleFiles.empty();
+        }
+        m_work.m_hasAllTypes = true;
+        return GoOnMaking();
     }
+    if (m_making.Take(message))
+        return GoOnMaking();
     const Json* const told = language::Find(message, "findings");
-    if (told == nullptr || !told->is_array() || m_readUri.empty())
+    if (told == nullptr || !told->is_array() || m_work.m_uri.empty())
         return;
     std::vector<language::ReadFinding> findings;
     for (const Json& finding : *told)
         findings.push_back({language::IsTrue(language::Find(finding, "error")), language::GetText(finding, "message"),
                             static_cast<std::size_t>(language::GetInteger(finding, "begin")),
                             static_cast<std::size_t>(language::GetInteger(finding, "end"))});
-    m_readsUntil.reset();
+    m_work.m_allowance.End();
     m_pause = milliseconds(0);
-    m_server.TakeFindings(m_readUri, m_readVersion, std::move(findings));
-    m_readUri.clear();
+    m_server.TakeFindings(std::exchange(m_work.m_uri, {}), m_work.m_edition, std::move(findings));
     GiveWorkerText();
 }
 
-void Host::ReadText(const std::string& uri, long long version, std::string_view text)
+// What creates objects comes last: it may end the process, and the types are known by then.
+void Host::TakeModuleTypes(const std::string& text)
 {
-    if (const auto deadly = m_deadly.find(uri); deadly != m_deadly.end() && deadly->second == version)
-        return; // what was said of it stays
-    m_waiting.insert_or_assign(uri, WaitingText{version, std::string(text)});
+    m_awaitedUntil.reset();
+    m_work.m_hasTypes = true;
+    m_work.m_readsTexts = true;
+    if (text != m_moduleText)
+    {
+        std::string why;
+        auto catalogue = language::ReadTypeCatalogue(text, why);
+        if (!catalogue)
+            return m_server.Show(why, true);
+        m_moduleText = text;
+        m_moduleTypes = std::move(*catalogue);
+        m_making.Begin(m_moduleTypes.m_classes);
+        GiveTypes();
+    }
+    if (!m_making.IsOver())
+        m_making.Ask(m_worker);
+}
+
+void Host::GoOnMaking()
+{
+    if (!m_making.IsOver())
+        return m_work.m_allowance.Begin(m_worker, m_used.m_readingLimit); // for each class
+    m_work.m_allowance.End();
+    if (const std::string fault = m_making.GetFault(); !fault.empty())
+        m_server.Show(fault, true);
+    m_work.m_waiting.clear(); // all are read now
+    GiveTypes();
+}
+
+bool Host::ReadText(const std::string& uri, long long edition, std::string_view text)
+{
+    if (const auto deadly = m_deadly.find(uri); deadly != m_deadly.end() && deadly->second == edition)
+        return true; // what was said of it stays
+    if (!m_work.m_readsTexts)
+        return false;
+    m_work.m_waiting.insert_or_assign(uri, std::pair(edition, std::string(text)));
     GiveWorkerText();
+    return true;
 }
 
 // One at a time; of those that wait the newest of each document.
 void Host::GiveWorkerText()
 {
-    if (!m_hasModuleTypes || !m_readUri.empty() || m_waiting.empty())
+    if (!m_work.m_hasAllTypes || !m_making.IsOver() || !m_work.m_uri.empty() || m_work.m_waiting.empty())
         return;
-    const auto first = m_waiting.begin();
-    m_readUri = first->first;
-    m_readVersion = first->second.m_version;
-    const Json request = {{"text", std::move(first->second.m_text)}};
-    m_waiting.erase(first);
-    m_readsUntil = ReadingEnd();
-    m_worker.Send(request.dump(-1, ' ', false, Json::error_handler_t::replace));
+    auto first = m_work.m_waiting.extract(m_work.m_waiting.begin());
+    m_work.m_uri = first.key();
+    m_work.m_edition = first.mapped().first;
+    m_work.m_allowance.Begin(m_worker, m_used.m_readingLimit);
+    m_worker.Send({{"text", std::move(first.mapped().second)}});
 }
 
 // --- The loop
@@ -370,7 +456,8 @@ int Host::Timeout() const
 {
     constexpr int lookAgain = 1000; // at files
     std::optional<Clock::time_point> next;
-    for (const auto& time : {m_awaitedUntil, m_readsUntil, m_restartsAt})
+    const auto looksAt = m_work.m_allowance.IsRunning() ? std::optional(m_work.m_allowance.GetNext()) : std::nullopt;
+    for (const auto& time : {m_awaitedUntil, looksAt, m_restartsAt})
         if (time && (!next || *time < *next))
             next = time;
     if (!next)
@@ -384,8 +471,8 @@ void Host::KeepTime()
     const auto now = Clock::now();
     if (m_awaitedUntil && *m_awaitedUntil <= now)
         m_awaitedUntil.reset();
-    if (m_readsUntil && *m_readsUntil <= now)
-        EndWorker(true);
+    if (const std::string how = m_work.m_allowance.Look(m_worker); !how.empty())
+        EndWorker(how);
     if (m_restartsAt && *m_restartsAt <= now)
         StartWorker();
 }
@@ -437,7 +524,7 @@ int Host::Run()
 int RunLsp(const Options& options)
 {
     if (options.m_isWorker)
-        return LoadModules(options.m_modules) ? RunWorker() : EXIT_USAGE;
+        return RunWorker({options.m_modules, options.m_catalogues});
     std::signal(SIGPIPE, SIG_IGN); // an end that is gone is an error like others
     return Host(options).Run();
 }

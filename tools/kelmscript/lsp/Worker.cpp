@@ -1,19 +1,21 @@
 #include "Worker.h"
 
+#include "../Modules.h"
 #include "../Options.h"
 
-#include <kelm/private/TypeCatalogue.h>
 #include <kelmDocument/Diagnose.h>
-#include <kelmLanguage/server/Json.h>
 #include <klObject/objects/Collector.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -52,29 +54,54 @@ bool Put(int output, const Json& message)
     return WriteAll(output, Framed(message.dump(-1, ' ', false, Json::error_handler_t::replace)));
 }
 
+Json DefaultsOf(const std::string& name)
+{
+    TypeCatalogue catalogue = CatalogueOfRegisteredTypes(name, Defaults::Untold);
+    Json defaults = Json::array();
+    for (CatalogueClass& entry : catalogue.m_classes)
+    {
+        TellDefaults(entry);
+        for (const CatalogueMember& member : entry.m_members)
+            defaults.push_back(member.m_default ? Json(*member.m_default) : Json());
+    }
+    return defaults;
+}
+
+// False where that cannot be done, or nothing is asked.
+bool Answer(int output, const Json& request)
+{
+    if (const Json* const text = language::Find(request, "text"); text != nullptr && text->is_string())
+        return Put(output, {{"findings", FindingsOf(text->get_ref<const std::string&>())}});
+    const Json* const names = language::Find(request, "make");
+    if (names == nullptr || !names->is_array())
+        return false;
+    for (const Json& name : *names)
+        if (!name.is_string() || !Put(output, {{"made", name}, {"defaults", DefaultsOf(name.get<std::string>())}}))
+            return false;
+    CollectGarbage();
+    return true;
+}
+
 } // namespace
 
-int RunWorker()
+int RunWorker(const WorkerTypes& types)
 {
+    if (!LoadModules(types.m_modules))
+        return EXIT_USAGE;
     // What modules write to standard output is no message.
     const FileDescriptor output(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3));
     if (!output.IsOpen() || dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
         return EXIT_FAILED;
-    if (!Put(output.get(), {{"types", JsonOf(CatalogueOfRegisteredTypes())}}))
+    if (!Put(output.get(), {{"types", JsonOf(CatalogueOfRegisteredTypes({}, Defaults::Untold))}}) ||
+        !Put(output.get(), {{"catalogues", TryLoadTypes(types.m_catalogues)}}))
         return EXIT_FAILED;
     language::FrameReader reader;
     std::array<char, 65536> buffer;
     while (true)
     {
         while (const auto message = reader.Next())
-        {
-            const Json request = Json::parse(message->m_body, nullptr, false);
-            const Json* const text = language::Find(request, "text");
-            if (text == nullptr || !text->is_string())
+            if (!Answer(output.get(), Json::parse(message->m_body, nullptr, false)))
                 return EXIT_FAILED;
-            if (!Put(output.get(), {{"findings", FindingsOf(text->get_ref<const std::string&>())}}))
-                return EXIT_FAILED;
-        }
         const ssize_t size = ReadSome(STDIN_FILENO, buffer.data(), buffer.size());
         if (size <= 0)
             return size == 0 ? EXIT_OK : EXIT_FAILED;
@@ -110,7 +137,7 @@ void DoNotBlock(const FileDescriptor& file)
 
 } // namespace
 
-bool Worker::Start(const std::vector<std::string>& modules)
+bool Worker::Start(const WorkerTypes& types)
 {
     Kill();
     Pipe input;
@@ -119,8 +146,10 @@ bool Worker::Start(const std::vector<std::string>& modules)
     if (!input.Open() || !output.Open() || !errors.Open())
         return false;
     std::vector<std::string> arguments = {"kelmscript", "lsp", "--worker"};
-    for (const std::string& module : modules)
+    for (const std::string& module : types.m_modules)
         arguments.insert(arguments.end(), {"--module", module});
+    for (const std::string& file : types.m_catalogues)
+        arguments.insert(arguments.end(), {"--catalogue", file});
     std::vector<char*> pointers;
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
@@ -157,15 +186,20 @@ void Worker::Kill()
         return;
     kill(m_process, SIGKILL);
     waitpid(m_process, nullptr, 0);
-    m_process = -1;
-    m_input.Close();
-    m_output.Close();
-    m_errors.Close();
+    Close();
 }
 
-void Worker::Send(std::string_view body)
+void Worker::Close()
 {
-    m_toSend += Framed(body);
+    m_process = -1;
+    m_isSending = false;
+    for (FileDescriptor* const file : {&m_input, &m_output, &m_errors})
+        file->Close();
+}
+
+void Worker::Send(const Json& message)
+{
+    m_toSend += Framed(message.dump(-1, ' ', false, Json::error_handler_t::replace));
     m_isSending = true;
     Write();
 }
@@ -190,43 +224,70 @@ void Worker::Write()
 
 bool Worker::Read(std::vector<language::Message>& messages)
 {
+    constexpr int most = 16;
     std::array<char, 65536> buffer;
     ssize_t size = 0;
-    while ((size = read(m_output.get(), buffer.data(), buffer.size())) > 0)
+    for (int i = 0; i < most && (size = read(m_output.get(), buffer.data(), buffer.size())) > 0; ++i)
         m_reader.Add({buffer.data(), static_cast<std::size_t>(size)});
+    const bool isOpen = size > 0 || (size < 0 && (errno == EAGAIN || errno == EINTR));
     while (auto message = m_reader.Next())
         messages.push_back(std::move(*message));
-    return size < 0 && (errno == EAGAIN || errno == EINTR);
+    return isOpen;
 }
+
+namespace
+{
+
+// Whoever reads our errors may not; nobody waits for that.
+void PutError(std::string_view text)
+{
+    pollfd file = {STDERR_FILENO, POLLOUT, 0};
+    if (poll(&file, 1, 0) > 0 && (file.revents & POLLOUT) != 0)
+        static_cast<void>(!write(STDERR_FILENO, text.data(), text.size()));
+}
+
+} // namespace
 
 void Worker::PassErrors()
 {
     constexpr std::size_t most = 2000;
-    std::array<char, 4096> buffer;
-    ssize_t size = 0;
-    while ((size = read(m_errors.get(), buffer.data(), buffer.size())) > 0)
+    std::array<char, PIPE_BUF> buffer; // as many as are taken at once
+    const ssize_t size = read(m_errors.get(), buffer.data(), buffer.size());
+    if (size > 0)
     {
         const std::string_view text(buffer.data(), static_cast<std::size_t>(size));
-        static_cast<void>(WriteAll(STDERR_FILENO, text));
+        PutError(text);
         m_lastErrors += text;
         if (m_lastErrors.size() > most)
             m_lastErrors.erase(0, m_lastErrors.size() - most);
     }
-    if (size == 0)
+    else if (size == 0)
         m_errors.Close();
+}
+
+std::chrono::nanoseconds Worker::GetTimeUsed() const
+{
+    clockid_t clock{};
+    timespec used{};
+    if (clock_getcpuclockid(m_process, &clock) != 0 || clock_gettime(clock, &used) != 0)
+        return std::chrono::nanoseconds(0);
+    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
 }
 
 std::string Worker::End(bool& hasRefused)
 {
-    if (m_errors.IsOpen())
-        PassErrors();
     int status = 0;
     kill(m_process, SIGKILL); // where it has merely closed its output
     waitpid(m_process, &status, 0);
-    m_process = -1;
-    m_input.Close();
-    m_output.Close();
-    m_errors.Close();
+    constexpr int most = 64; // more than a pipe holds
+    const auto hasErrors = [&]
+    {
+        pollfd file = {m_errors.get(), POLLIN, 0};
+        return m_errors.IsOpen() && poll(&file, 1, 0) > 0;
+    };
+    for (int i = 0; i < most && hasErrors(); ++i)
+        PassErrors();
+    Close();
     hasRefused = WIFEXITED(status) && WEXITSTATUS(status) == EXIT_USAGE;
     if (hasRefused)
     {
@@ -241,6 +302,35 @@ std::string Worker::End(bool& hasRefused)
     if (WIFSIGNALED(status))
         return std::string("signal ") + std::to_string(WTERMSIG(status)) + ", " + strsignal(WTERMSIG(status));
     return "exit code " + std::to_string(WEXITSTATUS(status));
+}
+
+// --- How long it may take
+
+void Allowance::Begin(const Worker& worker, double seconds)
+{
+    m_isRunning = true;
+    m_seconds = seconds;
+    m_usedBefore = worker.GetTimeUsed();
+    m_begin = Clock::now();
+    m_next = m_begin + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+std::string Allowance::Look(const Worker& worker)
+{
+    using Seconds = std::chrono::duration<double>;
+    constexpr double longestWait = 10; // times as long
+    const auto now = Clock::now();
+    if (!m_isRunning || now < m_next)
+        return {};
+    const double used = Seconds(worker.GetTimeUsed() - m_usedBefore).count();
+    const double waited = Seconds(now - m_begin).count();
+    if (used >= m_seconds)
+        return "it took longer than " + Json(m_seconds).dump() + " seconds";
+    if (waited >= longestWait * m_seconds)
+        return "it has waited for longer than " + Json(longestWait * m_seconds).dump() + " seconds";
+    const double left = std::min(m_seconds - used, longestWait * m_seconds - waited);
+    m_next = now + std::chrono::duration_cast<Clock::duration>(Seconds(left)) + std::chrono::milliseconds(1);
+    return {};
 }
 
 } // namespace kelm::tool
