@@ -77,8 +77,7 @@ local function run()
   end
   long[#long + 1] = '*/'
   vim.fn.append(last, long)
-  vim.cmd('syntax clear')
-  vim.cmd('unlet b:current_syntax | runtime syntax/kds.vim')
+  vim.cmd('syntax clear | runtime syntax/kds.vim')
   expect('a line of a comment', vim.fn.synIDattr(vim.fn.synID(last + 150, 1, 1), 'name'), 'kdsComment')
   vim.fn.deletebufline('%', last + 1, '$')
 
