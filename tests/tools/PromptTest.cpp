@@ -395,6 +395,12 @@ TEST_F(Prompt, CompletesFieldNamesAlongAPath)
         {":get .note.te\t\r", ":get .note.text\r\nxstring \"z\"\r\nkelm> "},
         {":get .samples[[0].y\t\r", ":get .samples[[0].y\r\nfloat64 2.0\r\nkelm> "},
         {":set .tit\t \"t\"\r", ":set .title \"t\"\r\nxstring \"t\"\r\nkelm> "},
+        {":set .colour DE\t\r", ":set .colour DEEP_BLUE\r\ntool::Colour DEEP_BLUE\r\nkelm> "},
+        {":set .isOpen t\t\r", ":set .isOpen true\r\nbool true\r\nkelm> "},
+        {":set .origin {x\t3}\r", ":set .origin {x = 3}\r\ntool::Point Point{x=3.0 y=0.0}\r\nkelm> "},
+        {":set .notes[0].next too\tNo\t{ te\t\"w\" }\r", // which begins several names
+         ":set .notes[0].next too\al.Note{ text = \"w\" }\r\nptr<kelm::IObject> tool::Note{text=\"w\" next=null}\r\n"
+         "kelm> "},
     };
     for (const auto& [keys, answer] : rows)
         EXPECT_EQ(Answer(*terminal, keys), answer);

@@ -5,11 +5,15 @@
 
 #include <kelm/private/Functions.h>
 #include <kelm/private/Names.h>
+#include <kelmDocument/Document.h>
+#include <kelmLanguage/Completion.h>
+#include <kelmLanguage/Types.h>
 #include <klKelmScript/private/BuiltIns.h>
 #include <klObject/objects/prefbase.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/text/QualifiedName.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace kelm::tool
@@ -138,6 +142,71 @@ std::vector<std::string> CompleteTypeName(const std::string& beginning)
     for (const std::string& name : names)
         lastParts.emplace_back(LastPart(name));
     return StartingWith(beginning, lastParts);
+}
+
+namespace
+{
+
+const language::Types& AllTypes()
+{
+    static const language::Types s_types(CatalogueOfRegisteredTypes({}, Defaults::Untold)); // no more are loaded
+    return s_types;
+}
+
+// A data source up to where the value of a field begins: "garden::Plan { layers = [". Empty where that is not known.
+std::string TextBeforeValue(ptr<IObject> object, std::string_view path)
+{
+    const std::size_t dot = path.rfind('.');
+    if (!object || dot == std::string_view::npos)
+        return {};
+    const Field parent = FindField(object, std::string(path.substr(0, dot)));
+    const ReflectedClass* const rc = parent.m_data != nullptr ? ClassAt(object, parent) : nullptr;
+    const CatalogueClass* const entry = rc != nullptr ? AllTypes().FindClass(rc->m_name) : nullptr;
+    const std::string_view step = path.substr(dot + 1);
+    const std::string_view name = step.substr(0, step.find('['));
+    const CatalogueMember* const member = entry != nullptr ? language::Types::FindMember(*entry, name) : nullptr;
+    if (member == nullptr)
+        return {};
+    std::string text = entry->m_name + " { " + std::string(name) + " = ";
+    const TypeNode* type = &AllTypes().UnderlyingOf(member->m_type);
+    for (const char c : step)
+    {
+        if (c != '[')
+            continue;
+        text += type->m_kind == TypeKind::Map ? "[ 0 -> " : "[ ";
+        if (type->m_parts.empty())
+            return {};
+        type = &AllTypes().UnderlyingOf(type->m_parts.back());
+    }
+    return text;
+}
+
+} // namespace
+
+std::vector<std::string> CompleteValue(ptr<IObject> object, std::string_view path, std::string_view value,
+                                       std::size_t word)
+{
+    const std::string before = TextBeforeValue(object, path);
+    if (before.empty())
+        return {};
+    const Document document = Document::Parse(before + std::string(value));
+    const language::Completions completions = language::Complete(document, AllTypes(), document.GetText().size());
+    const std::string_view written = value.substr(word);
+    // What is replaced may begin before the word, and be the same there.
+    const std::size_t begin = before.size() + word;
+    std::vector<std::string> words;
+    for (const language::Completion& choice : completions.m_choices)
+    {
+        const bool isBeginning = choice.m_kind == language::CompletionKind::Value;
+        std::string text = isBeginning ? choice.m_text.substr(0, choice.m_text.find("$0")) : choice.m_label;
+        if (choice.m_kind == language::CompletionKind::Member)
+            text += " = ";
+        if (completions.m_replaced.m_begin < begin)
+            text.erase(0, begin - completions.m_replaced.m_begin);
+        if (text.starts_with(written) && !text.empty() && std::find(words.begin(), words.end(), text) == words.end())
+            words.push_back(std::move(text));
+    }
+    return words;
 }
 
 std::vector<std::string> FieldNamesAt(ptr<IObject> object, const std::string& path)

@@ -30,4 +30,9 @@ std::vector<std::string> CompleteTypeName(const std::string& beginning);
 // without changing it; none where the path leads nowhere.
 std::vector<std::string> FieldNamesAt(ptr<IObject> object, const std::string& path);
 
+// What can stand behind the beginning of a value that is read into the field at a path, as editors offer it: whole
+// words for the one that begins at `word` there.
+std::vector<std::string> CompleteValue(ptr<IObject> object, std::string_view path, std::string_view value,
+                                       std::size_t word);
+
 } // namespace kelm::tool

@@ -37,6 +37,7 @@ constexpr ConstStringZ s_continuation = "  ... ";
 
 constexpr ConstStringZ s_expressionBreaks = " \t\n\"'`@$><=;|&{}()[]+-*/%^~!?:,.";
 constexpr ConstStringZ s_nameBreaks = " \t\n\"'";
+constexpr ConstStringZ s_valueBreaks = " \t\n\"'(){}[],=>";
 
 // Counts the brackets of a text that comes line by line, each of which is scanned once.
 class OpenBrackets
@@ -147,6 +148,7 @@ private:
         ARG_EXPRESSION,
         ARG_FILE,
         ARG_PATH,
+        ARG_PATH_AND_VALUE,
         ARG_TYPE,
     };
 
@@ -388,6 +390,15 @@ private:
         return command != nullptr ? command->m_argument : ARG_NONE;
     }
 
+    // Where the value begins that follows the path at `path`; npos where there is none yet.
+    static std::size_t ValueOf(const std::string& line, std::size_t path)
+    {
+        const std::size_t end = std::min(line.find_first_of(" \t", path), line.size());
+        if (end == line.size())
+            return std::string::npos;
+        return std::min(line.find_first_not_of(" \t", end), line.size());
+    }
+
     bool TakesFile(const std::string& line) const override
     {
         std::size_t begin = 0;
@@ -398,6 +409,8 @@ private:
     {
         std::size_t begin = 0;
         const EArgument argument = ArgumentOf(line, begin);
+        if (argument == ARG_PATH_AND_VALUE && ValueOf(line, begin) != std::string::npos)
+            return s_valueBreaks;
         return argument == ARG_FILE || argument == ARG_TYPE ? s_nameBreaks : s_expressionBreaks;
     }
 
@@ -412,6 +425,14 @@ private:
         case ARG_EXPRESSION: return {CompleteInExpression(m_workspace, line.substr(begin, start - begin), word)};
         case ARG_FILE: return {{}, true};
         case ARG_TYPE: return {CompleteTypeName(word)};
+        case ARG_PATH_AND_VALUE:
+            if (const std::size_t value = ValueOf(line, begin); value <= start)
+            {
+                const std::string_view all(line);
+                const std::string_view path = all.substr(begin, all.find_first_of(" \t", begin) - begin);
+                return {CompleteValue(GetObject(), path, all.substr(value, end - value), start - value)};
+            }
+            [[fallthrough]];
         case ARG_PATH:
             if (begin < start)
                 return {StartingWith(word, FieldNamesAt(GetObject(), line.substr(begin, start - begin)))};
@@ -435,7 +456,7 @@ const Repl::Command Repl::s_commands[] = {
     {"type", ":type EXPR", ARG_EXPRESSION, true, &Repl::Type, "the kind of an expression's value"},
     {"load", ":load FILE", ARG_FILE, true, &Repl::Load, "read a data source, whose members are names then"},
     {"get", ":get PATH", ARG_PATH, true, &Repl::Get, "the type and value of a field of what is loaded"},
-    {"set", ":set PATH VALUE", ARG_PATH, true, &Repl::Set, "read a value into a field of what is loaded"},
+    {"set", ":set PATH VALUE", ARG_PATH_AND_VALUE, true, &Repl::Set, "read a value into a field of what is loaded"},
     {"print", ":print", ARG_NONE, false, &Repl::Print, "write what is loaded"},
     {"types", ":types [NAME]", ARG_TYPE, false, &Repl::Types, "what is registered, or one type"},
     {"quit", ":quit", ARG_NONE, false, &Repl::Quit, "leave (so does Ctrl-D)"},
