@@ -167,12 +167,12 @@ void FillClass(DumpedClass& dumped, bool isCreatable)
 template <std::size_t... Is>
 constexpr auto MakeFillForeign(std::index_sequence<Is...>)
 {
-    return std::array{FillForeign<Is>...};
+    return std::array<void (*)(DumpedForeign&), sizeof...(Is)>{FillForeign<Is>...}; // more than can be deduced
 }
 template <std::size_t... Is>
 constexpr auto MakeFillClass(std::index_sequence<Is...>)
 {
-    return std::array{FillClass<Is>...};
+    return std::array<void (*)(DumpedClass&, bool), sizeof...(Is)>{FillClass<Is>...};
 }
 constexpr auto s_fillForeign = MakeFillForeign(std::make_index_sequence<s_maxForeign>());
 constexpr auto s_fillClass = MakeFillClass(std::make_index_sequence<s_maxClasses>());
