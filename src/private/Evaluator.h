@@ -58,7 +58,9 @@ public:
     // A malformed literal is a LiteralException here.
     [[gnu::always_inline]] void EvaluateExpression(Operand& literal)
     {
-        EvaluateUnary(literal);
+        EvaluateOperand(literal);
+        if (!IsNow(ROLE_LEVEL))
+            FinishPostfix(literal);
         FinishExpression(literal);
     }
 
@@ -92,10 +94,15 @@ private:
     // The Finish functions take an expression on from its first operand, which is in `literal`.
     [[gnu::always_inline]] void FinishExpression(Operand& literal)
     {
-        if (!IsNow(ROLE_BEHIND_OPERAND))
-            return;
+        if (IsNow(ROLE_LEVEL))
+            EvaluateOperators(literal, LEVEL_LOGICAL_OR);
+        if (IsNow(ROLE_CONDITIONAL | ROLE_ASSIGNMENT)) [[unlikely]]
+            FinishBranchesAndAssignments(literal);
+    }
+    [[gnu::noinline]] void FinishBranchesAndAssignments(Operand& literal)
+    {
         FinishConditional(literal);
-        if (IsNow(ROLE_ASSIGNMENT)) [[unlikely]]
+        if (IsNow(ROLE_ASSIGNMENT))
             EvaluateAssignments(literal);
     }
 
@@ -244,7 +251,9 @@ private:
     {
         uint64 digits = 0;
         float64 value = 0.0;
-        if (m_tokens.Is(TOKEN_INTEGER))
+        if (m_tokens.IsShortInteger()) [[likely]]
+            Set(literal, m_tokens.GetShortInteger());
+        else if (m_tokens.Is(TOKEN_INTEGER))
         {
             const bool isInRange = m_tokens.GetUnsigned(digits) && digits <= std::numeric_limits<int64>::max();
             Set(literal, isInRange ? static_cast<int64>(digits) : m_tokens.GetToken().GetLiteralInt64());

@@ -31,11 +31,19 @@ namespace kelm
         if (run.m_past != end && text::DigitValue(*run.m_past) <= 9)
             run = text::AppendOneByOne(run.m_past, end - start > few ? start + few : end, run.m_number);
         if (run.m_past != end && text::HasProperty(*run.m_past, text::CHAR_IN_NUMBER))
+        {
+            if (atLineStart) // at the first token: there is none yet where this throws
+                m_token = m_prevToken;
             return ReadNumber(start);
+        }
         return SetNumber(TOKEN_INTEGER, start, run.m_past, run.m_number, 0, run.m_past - start);
     }
     if (!text::TryScanOrEndHere(start, end, lexeme))
+    {
+        if (atLineStart)
+            m_token = m_prevToken;
         return ReadAnyToken(atLineStart);
+    }
     m_token = lexeme.GetToken();
     m_str.m_p1 = lexeme.m_past;
 }
@@ -72,8 +80,7 @@ namespace kelm
 void ParserBase::Init(SubString text)
 {
     m_str = text;
-    m_token = {TOKEN_UNDEF, {text.m_p1, text.m_p1}};
-    m_prevToken = m_token;
+    m_prevToken = {TOKEN_UNDEF, {text.m_p1, text.m_p1}};
     ReadToken(true);
 }
 

@@ -12,6 +12,8 @@
 #include <klUtils/text/ParserBase.h>
 #include <klUtils/text/private/Scan.h>
 
+#include <limits>
+
 namespace kelm::text
 {
 
@@ -59,6 +61,13 @@ public:
         return Is(TOKEN_INTEGER) ? ToUnsignedBy(GetNumber(), getText, value)
                                  : HexToUnsignedBy(GetNumber(), getText, value);
     }
+    // Whether it is an integer, decimal, that needs no look at its range; and which.
+    bool IsShortInteger() const
+    {
+        return Is(TOKEN_INTEGER) && static_cast<uint32>(m_count) <= std::numeric_limits<int64>::digits10;
+    }
+    int64 GetShortInteger() const { return static_cast<int64>(m_digits); }
+
     // Of TOKEN_INTEGER and TOKEN_FLOAT.
     bool GetFloat(double& value) const { return ToFloating(GetNumber(), GetText(), value); }
 
