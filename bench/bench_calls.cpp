@@ -136,6 +136,7 @@ ptr<IObject> MakeChain()
 }
 
 constexpr Path s_paths[] = {
+    {"path of 1 step", ".scene", MakeDocument},
     {"path of 3 steps", ".items[3].name", MakeDocument},
     {"path of 7 steps", ".scene.nodes[2].mesh.parts[1].weight", MakeDocument},
     {"path of 3 steps, spaced", " . items [ 3 ] . name", MakeDocument},
@@ -145,6 +146,8 @@ constexpr Path s_paths[] = {
     {"path of 7 steps, embedded models", ".scene.nodes[2].mesh.parts[1].weight", MakeDocumentOfModels},
     {"path of 3 steps, handles", ".next.next.number", MakeChain},
     {"path of 7 steps, handles", ".next.next.next.next.next.next.number", MakeChain},
+    {"failing path of 1 step, unknown member", ".scne", MakeDocument, false},
+    {"failing path of 1 step, malformed", ".", MakeDocument, false},
     {"failing path of 3 steps, unknown member", ".items[3].nme", MakeDocument, false},
     {"failing path of 3 steps, index", ".items[9].name", MakeDocument, false},
     {"failing path of 7 steps, unknown member", ".scene.nodes[2].mesh.parts[1].wight", MakeDocument, false},

@@ -1,5 +1,6 @@
 #include <klKelmScript/ParseFieldPath.h>
 
+#include <klKelmScript/private/PathMessages.h>
 #include <klKelmScript/private/PathWalk.h>
 #include <klKelmScript/private/RegisterInModule.h>
 #include <klObject/types/ReflectedTypes.h>
@@ -159,8 +160,9 @@ inline PathState PathStride::EndAt(EToken behind)
     {
         Arrive();
         const FieldLead kind = m_lead->m_kind;
-        const bool isKnown =
-            kind == FieldLead::Instance ? m_lead->GetIndex() != nullptr : kind != FieldLead::Other; // most are values
+        if (kind == FieldLead::Value) [[likely]]
+            return EndWith(State::Over, TOKEN_END);
+        const bool isKnown = kind == FieldLead::Instance ? m_lead->GetIndex() != nullptr : kind != FieldLead::Other;
         return EndWith(isKnown ? State::Over : State::AtVariable, TOKEN_END);
     }
     if (m_walk == nullptr)
@@ -172,21 +174,21 @@ template <bool TakesKeys>
 inline PathState PathStride::FollowLead()
 {
     const FieldLead kind = m_nextLead->m_kind;
+    if (kind == FieldLead::Vector)
+        return FollowVector();
     if (HasLeadBehind(kind) && (TakesKeys || kind != FieldLead::Map)) [[unlikely]]
-        return kind == FieldLead::Vector ? FollowVector()
-               : kind < FieldLead::List  ? FollowOtherContainer(kind)
-                                         : FollowForeign<TakesKeys>(kind);
+        return kind < FieldLead::List ? FollowOtherContainer(kind) : FollowForeign<TakesKeys>(kind);
     const EToken behind = m_cursor.TryOperatorOrEnd<'.'>();
     if (behind != TOKEN_DOT)
         return EndAt(behind);
     Arrive();
+    if (kind == FieldLead::Handle)
+        return StepThroughHandle(*reinterpret_cast<const ptr<IObject>*>(m_data));
     if (kind == FieldLead::Instance) [[likely]]
     {
         m_index = m_lead->GetIndex();
         return m_index != nullptr ? State::AtField : EndWith(State::AtVariable, TOKEN_DOT);
     }
-    if (kind == FieldLead::Handle)
-        return StepThroughHandle(*reinterpret_cast<const ptr<IObject>*>(m_data));
     if (kind == FieldLead::Pref)
         return StepThroughHandle(reinterpret_cast<const prefbase*>(m_data)->GetLoaded());
     const bool isValue = kind == FieldLead::Value || kind == FieldLead::Map; // which a path does not enter
@@ -203,9 +205,9 @@ inline PathState PathStride::FollowVector()
     if (elementSize == 0) [[unlikely]]
         return EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
     const VectorOfByte& V = *reinterpret_cast<const VectorOfByte*>(m_data);
-    const ssize_t count = V.size() / elementSize;
+    ssize_t count = 0;
     int64 index = 0;
-    if (V.size() % elementSize != 0 || count < 0 || !m_cursor.TryIntegerAnd<']'>(index)) [[unlikely]]
+    if (!m_lead->TryCountElements(V.size(), elementSize, count) || !m_cursor.TryIntegerAnd<']'>(index)) [[unlikely]]
         return EndWith(State::AtVariable, TOKEN_LEFT_SQUARE);
     return StepToElement(V.data(), count, elementSize, index, "Vector");
 }
@@ -347,7 +349,7 @@ inline PathState PathStride::StepThroughHandle(const ptr<IObject>& target)
 // From an instance, past the dot, to the model field that is named.
 PathWalk::State PathWalk::StepToField()
 {
-    if (!m_cursor.TryNext())
+    if (!m_cursor.TryNextName())
         return Fail(Fault::NotScanned);
     if (!m_cursor.Is(TOKEN_IDENTIFIER))
         return Fail(Fault::Expected, "identifier");
@@ -601,44 +603,10 @@ void* NavigatePathToField(ptr<IObject> obj, ExpressionParser& parser, Reflection
 namespace
 {
 
-// A stream that collects its text where there is room for nearly every message, and hands it over in the end.
-class MessageStream final : public xostream
-{
-public:
-    using xostream::put;
-    void put(const char* text, long length) override
-    {
-        if (length > s_capacity - m_size) [[unlikely]]
-            return PutAtOnce(text, length);
-        std::memcpy(m_buffer + m_size, text, static_cast<std::size_t>(length));
-        m_size += length;
-    }
-    void MoveTo(xstring& text)
-    {
-        if (m_longText.empty()) [[likely]]
-            return text.assign(m_buffer, m_size);
-        m_longText.append(m_buffer, m_size);
-        text.swap(m_longText);
-    }
-
-private:
-    static constexpr ssize_t s_capacity = 256;
-
-    [[gnu::noinline]] void PutAtOnce(const char* text, long length)
-    {
-        m_longText.append(m_buffer, std::exchange(m_size, 0));
-        m_longText.append(text, length);
-    }
-
-    char m_buffer[s_capacity];
-    ssize_t m_size = 0;
-    xstring m_longText; // what came before the buffer's
-};
-
 // As LexScannerException writes it, with the line.
 void WriteFailure(const PathWalk& walk, SubString path, xstring& text)
 {
-    MessageStream os;
+    PathMessageStream os;
     if (walk.m_problem.m_fault == PathFault::NotScanned)
     {
         const text::ScanFailure failure = walk.m_cursor.GetScanFailure();

@@ -1,12 +1,11 @@
 #include <klKelmScript/private/PathPosition.h>
 
 #include <klKelmScript/ParseFieldPath.h>
+#include <klKelmScript/private/PathMessages.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klUtils/KelmAssertionError.h>
-#include <klUtils/text/private/Messages.h>
-#include <klUtils/text/private/TypedReads.h>
 
 #include <atomic>
 #include <limits>
@@ -87,25 +86,6 @@ ssize_t GetSize(const ReflectionByteCode& type)
 ssize_t SetPathGrowthLimit(ssize_t numOctets)
 {
     return s_growthLimit.exchange(numOctets, std::memory_order_relaxed);
-}
-
-void WriteMessage(xostream& os, const PathProblem& problem, const LSToken& token)
-{
-    switch (problem.m_fault)
-    {
-    case PathFault::NotScanned: break;
-    case PathFault::Expected: text::WriteExpected(os, problem.m_subject, token); break;
-    case PathFault::IndexOutOfType: text::WriteOutOfRange(os, false, token, text::s_typeName<int32>); break;
-    case PathFault::NegativeIndexOutOfType: text::WriteOutOfRange(os, true, token, text::s_typeName<int32>); break;
-    case PathFault::UnknownField:
-        os << "Identifier " << token.m_str << " is not a model field of class " << problem.m_subject;
-        break;
-    case PathFault::IndexOutOfRange: os << problem.m_subject << " index " << problem.m_index << " out of range"; break;
-    case PathFault::NullDereference: os << "null dereference"; break;
-    case PathFault::NoFields: os << "No field " << token << " here: this is not an instance of a class"; break;
-    case PathFault::NoElements: os << "No elements here: this is not a container"; break;
-    case PathFault::UnknownKey: os << "Key " << token << " is not in the map"; break;
-    }
 }
 
 xstring MessageOf(const PathProblem& problem, const LSToken& token)

@@ -11,7 +11,6 @@
 #include <klUtils/BasicSubString.h>
 #include <klUtils/VectorOfByte.h>
 #include <klUtils/text/LSToken.h>
-#include <klUtils/xostream.h>
 #include <klUtils/xstring.h>
 
 namespace kelm
@@ -40,8 +39,7 @@ struct PathProblem
     ConstStringZ m_subject; // the class or kind of container, or what was expected
 };
 
-// The message, said of the token that it is about. Not of what could not be scanned.
-void WriteMessage(xostream& os, const PathProblem& problem, const LSToken& token);
+// The message, said of the token that it is about (PathMessages.h). Not of what could not be scanned.
 KLKELMSCRIPT_API xstring MessageOf(const PathProblem& problem, const LSToken& token);
 
 // The elements of a container, one of which a path steps to.

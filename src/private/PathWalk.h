@@ -24,10 +24,11 @@ namespace kelm
 
 class PathWalk;
 
-// Where a walk is.
+// Where a walk is. No lead's kind has one of these numbers: a compiler would keep a kind in place of the state that it
+// is known to be equal to.
 enum class PathState : uint8
 {
-    Failed,
+    Failed = 0x80,
     Over,
     AtInstance, // of m_class
     AtField,    // of that, behind the dot
@@ -47,7 +48,11 @@ public:
     // For the text form there is no walk until one is needed.
     [[gnu::always_inline]] PathStride(const text::ExpectingCursor& cursor, const ptr<IObject>& obj, char* data,
                                       bool reads, PathWalk* walk)
-        : m_cursor(cursor), m_obj(obj), m_data(data), m_reads(reads), m_walk(walk)
+        : m_cursor(cursor)
+        , m_obj(obj)
+        , m_data(data)
+        , m_barrier(reads ? &s_installedReadBarrier : &s_noBarrier)
+        , m_walk(walk)
     {
     }
 
@@ -85,9 +90,10 @@ private:
     [[gnu::always_inline]] void Arrive();
     [[gnu::always_inline]] State EndAt(EToken behind);
     [[gnu::always_inline]] State EndWith(State state, EToken kind);
-    [[gnu::always_inline]] bool IsWatched() const { return m_reads && IsReadBarrierInstalled(); }
+    [[gnu::always_inline]] bool IsWatched() const { return m_barrier->m_barrier != nullptr; }
 
-    const bool m_reads;
+    static constexpr InstalledReadBarrier s_noBarrier{};
+    const InstalledReadBarrier* const m_barrier; // what is installed, where it is read access
     PathWalk* const m_walk;
     const FieldIndex* m_index = nullptr; // of the instance's class
 

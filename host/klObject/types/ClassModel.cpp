@@ -199,7 +199,10 @@ ssize_t TypeLead::FindElementSize(const TypeLead& lead)
         size = foreign->m_size;
     if (size <= 0)
         return 0;
-    lead.m_elementSize.store(size, std::memory_order_relaxed);
+    const ExactDivisor divisor = ExactDivisor::Of(size);
+    lead.m_inverse.store(divisor.m_inverse, std::memory_order_relaxed);
+    lead.m_maxElements.store(divisor.m_maxQuotient, std::memory_order_relaxed);
+    lead.m_elementSize.store(size, std::memory_order_release);
     return size;
 }
 

@@ -8,6 +8,7 @@
 #include <klObject/types/NameTable.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/ReflectionByteCode.h>
+#include <klObject/types/private/ExactDivision.h>
 #include <klUtils/BasicSubString.h>
 #include <klUtils/text/private/ShortText.h>
 #include <klUtils/types.h>
@@ -62,8 +63,16 @@ struct TypeLead
     // The size of a container's elements; 0 where it depends on more than a class that is registered.
     ssize_t GetElementSize() const
     {
-        const ssize_t size = m_elementSize.load(std::memory_order_relaxed);
+        const ssize_t size = m_elementSize.load(std::memory_order_acquire);
         return size > 0 ? size : FindElementSize(*this);
+    }
+
+    // How many elements, whose size that is and known, make up so many bytes. False where no number of them does.
+    bool TryCountElements(ssize_t numBytes, ssize_t elementSize, ssize_t& count) const
+    {
+        const ExactDivisor divisor{m_inverse.load(std::memory_order_relaxed),
+                                   m_maxElements.load(std::memory_order_relaxed)};
+        return divisor.TryDivide(numBytes, elementSize, count);
     }
 
 private:
@@ -72,6 +81,8 @@ private:
 
     mutable std::atomic<const FieldIndex*> m_index = nullptr;
     mutable std::atomic<ssize_t> m_elementSize = 0;
+    mutable std::atomic<uint64> m_inverse = 0; // to divide by it
+    mutable std::atomic<uint64> m_maxElements = 0;
 };
 
 // The fields of one name. An index of -1 is none.

@@ -13,7 +13,7 @@
 //     AreEqual(c)                  which are it
 //     AreBeyondAscii()
 //     AreAtLeast(least)            each compared with that of `least`, which are beyond ASCII
-//     AreBelow(c)                  which are less than c, which is ASCII, or are not ASCII
+//     AreBelow(c)                  which are less than c, which is ASCII; of those that are not ASCII, some
 //     AreBetween(first, last)      both of them ASCII
 //     AreLettersBetween(first, last)  the same with the letters' case ignored; no other character is one of them
 //     Store(p)

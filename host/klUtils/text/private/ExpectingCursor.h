@@ -152,6 +152,11 @@ public:
     {
         static_assert(StartOf(Behind) == Start::SingleOperator);
         const char* start = m_p;
+        if (m_end - start > 1 && start[1] == Behind && DigitValue(*start) <= 9) // most have a single digit
+        {
+            integer = static_cast<int64>(DigitValue(*start));
+            return AcceptBehind<Behind>(start, start + 1);
+        }
         bool isNegative = false;
         if (!IsDigitAt(start)) [[unlikely]]
         {
@@ -189,11 +194,7 @@ public:
                 return false;
         }
         integer = isNegative ? -static_cast<int64>(value) : static_cast<int64>(value);
-        m_previous = start;
-        m_start = p;
-        m_kind = s_operatorTrie.TokenOf(Behind);
-        m_p = p + 1;
-        return true;
+        return AcceptBehind<Behind>(start, p);
     }
 
     // Expects a quoted text of ASCII characters without escapes, and behind it that operator. False where something
@@ -213,13 +214,7 @@ public:
             return false;
         text = {start + 1, p};
         ++p;
-        if (!TryPassSpaceTo<Behind>(p))
-            return false;
-        m_previous = start;
-        m_start = p;
-        m_kind = s_operatorTrie.TokenOf(Behind);
-        m_p = p + 1;
-        return true;
+        return TryPassSpaceTo<Behind>(p) && AcceptBehind<Behind>(start, p);
     }
 
     // Expects a number, and tells which.
@@ -230,6 +225,14 @@ public:
             return GetStuck();
         number = scanned.m_lexeme.GetNumber();
         return Accept(scanned.m_lexeme);
+    }
+
+    // Expects an identifier.
+    bool TryNextName()
+    {
+        if (m_p != m_end && StartOf(*m_p) == Start::Identifier) [[likely]]
+            return Accept(TOKEN_IDENTIFIER, m_p, SkipName(m_p + 1, m_end));
+        return TryNext();
     }
 
     // Expects nothing.
@@ -357,6 +360,16 @@ private:
         m_start = start;
         m_kind = kind;
         m_p = past;
+        return true;
+    }
+    // An operator of one character at `start`, behind the token that begins there.
+    template <char Operator>
+    [[gnu::always_inline]] bool AcceptBehind(const char* previous, const char* start)
+    {
+        m_previous = previous;
+        m_start = start;
+        m_kind = s_operatorTrie.TokenOf(Operator);
+        m_p = start + 1;
         return true;
     }
     [[gnu::always_inline]] bool Accept(const Lexeme& lexeme)

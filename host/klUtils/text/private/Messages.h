@@ -9,18 +9,26 @@
 namespace kelm::text
 {
 
+// Each writes to an xostream or what is used as one.
+
 // What comes before a message whose line is known.
-inline void WriteLineBefore(xostream& os, int64 line)
+template <class Stream>
+void WriteLineBefore(Stream& os, int64 line)
 {
-    os << "line " << line << ": ";
+    if (line == 1)
+        os << "line 1: ";
+    else
+        os << "line " << line << ": ";
 }
 
 // Of something that was expected where a token was found, and of a literal that a type does not hold.
-inline void WriteExpected(xostream& os, ConstStringZ what, const LSToken& found)
+template <class Stream>
+void WriteExpected(Stream& os, ConstStringZ what, const LSToken& found)
 {
     os << "Expected " << what << " when read " << found;
 }
-inline void WriteOutOfRange(xostream& os, bool isNegative, const LSToken& literal, ConstStringZ typeName)
+template <class Stream>
+void WriteOutOfRange(Stream& os, bool isNegative, const LSToken& literal, ConstStringZ typeName)
 {
     os << "Value " << (isNegative ? "-" : "") << literal << " is out of range of " << typeName;
 }

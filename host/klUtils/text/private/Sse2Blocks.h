@@ -50,7 +50,7 @@ public:
         return Lanes(_mm_subs_epu8(m_bytes, _mm_xor_si128(least.m_bytes, _mm_set1_epi8(-0x80))));
     }
 
-    Lanes AreBelow(char c) const { return Lanes(_mm_or_si128(m_bytes, _mm_sub_epi8(m_bytes, _mm_set1_epi8(c)))); }
+    Lanes AreBelow(char c) const { return Lanes(_mm_sub_epi8(m_bytes, _mm_set1_epi8(c))); }
 
     Lanes AreBetween(char first, char last) const { return Between(m_bytes, first, last); }
 
