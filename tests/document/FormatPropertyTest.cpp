@@ -5,13 +5,10 @@
 #include "Ships.h"
 
 #include <kelmDocument/Format.h>
-#include <klKelmScript/ParseDataSource.h>
 #include <klObject/objects/Collector.h>
-#include <klObject/values/WriteVariable.h>
-#include <klUtils/text/ExpressionParser.h>
-#include <klUtils/xostream.h>
 #include <support/ExpectedLeaks.h>
 #include <support/ReferenceTexts.h>
+#include <support/SameDocument.h>
 
 #include <gtest/gtest.h>
 
@@ -39,44 +36,6 @@ std::size_t NumCases()
 {
     const char* const cases = std::getenv("KELM_READING_CASES");
     return cases != nullptr ? std::strtoull(cases, nullptr, 10) : 3000;
-}
-
-// All but white space, a line each.
-std::string PiecesOf(std::string_view text)
-{
-    std::string pieces;
-    for (std::size_t at = 0; at < text.size();)
-    {
-        const Part part = ScanPart(text, at);
-        if (part.m_kind != PartKind::Space)
-            ((pieces += std::to_string(part.m_token)) += part.m_span.In(text)) += "\n\n\n";
-        at = part.m_span.m_end;
-    }
-    return pieces;
-}
-
-// What a text reads as; nothing where it is no data source, or something stands behind it.
-std::string WhatItReadsAs(std::string_view text)
-{
-    if (text.starts_with("\xEF\xBB\xBF"))
-        text.remove_prefix(3);
-    try
-    {
-        ExpressionParser parser;
-        parser.Init({text.data(), text.data() + text.size()});
-        const ptr<IObject> object = ParseDataSource(parser);
-        if (parser.m_token.m_type != TOKEN_END)
-            return {};
-        if (!object)
-            return "null";
-        StringStream stream(4096);
-        WriteObject(stream, object);
-        return std::string(stream.GetString().view());
-    }
-    catch (const std::exception&)
-    {
-        return {};
-    }
 }
 
 FormatOptions AnyOptions(Random& random)
