@@ -114,15 +114,14 @@ public:
                                 m_changes.push_back({"Write '" + name + "' instead", true, {{finding.m_span, name}}});
                     });
         const Situation situation = SituationAt(m_document, m_types, range.m_begin);
-        for (auto frame = situation.m_frames.rbegin(); frame != situation.m_frames.rend(); ++frame)
-            if (frame->m_class != nullptr)
-            {
-                if (frame->m_kind == FrameKind::Named)
-                    AddRequired(*frame);
-                else
-                    NamePositions(*frame);
-                break;
-            }
+        const auto frame = std::find_if(situation.m_frames.rbegin(), situation.m_frames.rend(),
+                                        [](const Frame& around) { return around.m_class != nullptr; });
+        if (frame == situation.m_frames.rend())
+            return std::move(m_changes);
+        if (frame->m_kind == FrameKind::Named)
+            AddRequired(*frame);
+        else
+            NamePositions(*frame);
         return std::move(m_changes);
     }
 

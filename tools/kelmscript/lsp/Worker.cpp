@@ -151,6 +151,7 @@ bool Worker::Start(const WorkerTypes& types)
     for (const std::string& file : types.m_catalogues)
         arguments.insert(arguments.end(), {"--catalogue", file});
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);
