@@ -112,7 +112,7 @@ bool Machine::PushLocal(const Op& op)
 bool Machine::Binary(const Op& op)
 {
     if (!GetOperations().m_binary[op.GetToken()](m_top[-2], m_top[-1], op.GetToken(), m_failure)) [[unlikely]]
-        return false;
+        return AtOperands(op, m_top - 2, m_top - 1);
     --m_top;
     return true;
 }
@@ -121,7 +121,8 @@ bool Machine::Binary(const Op& op)
 
 bool Machine::Prefix(const Op& op)
 {
-    return GetOperations().m_prefix[op.GetToken()](m_top[-1], op.GetToken(), m_failure);
+    return GetOperations().m_prefix[op.GetToken()](m_top[-1], op.GetToken(), m_failure) ||
+           AtOperands(op, nullptr, m_top - 1);
 }
 
 bool Machine::BuiltInFunction(const Op& op)
@@ -161,20 +162,20 @@ bool Machine::Select(const Op&)
     return true;
 }
 
-bool Machine::TakeBool(bool& x)
+bool Machine::TakeBool(const Op& op, bool isRight, bool& x)
 {
     Slot& slot = m_top[-1];
-    if (!ToBool(slot, x, m_failure))
-        return false;
+    if (!ToBool(slot, x, m_failure)) [[unlikely]]
+        return AtOperands(op, isRight ? nullptr : &slot, isRight ? &slot : nullptr);
     slot.Release();
     --m_top;
     return true;
 }
 
-bool Machine::CheckBool(const Op&)
+bool Machine::CheckBool(const Op& op)
 {
     bool x = false;
-    if (!TakeBool(x))
+    if (!TakeBool(op, true, x))
         return false;
     (m_top++)->Set(x);
     return true;
@@ -295,6 +296,21 @@ bool Machine::AtIndex(const Op& subscript)
     return false;
 }
 
+// What holds no value of the language, an empty optional or too large a number, is wrong itself, and not what is done
+// with it.
+bool Machine::AtOperands(const Op& op, Slot* left, Slot* right)
+{
+    if (m_failure.m_details->m_kind != ErrorKind::Range)
+        return false;
+    for (Slot* const operand : {left, right})
+        if (Failure failure; operand != nullptr && !Load(*operand, failure))
+        {
+            m_failedPlace = PlaceOfOperand(m_program->m_text, op.GetPlace(), operand == right);
+            break;
+        }
+    return false;
+}
+
 bool Machine::FailCall(const Op& op, std::string_view name, int32 argument)
 {
     const std::string part = argument < 0 ? "" : ", argument " + std::to_string(argument + 1);
@@ -371,8 +387,15 @@ bool Machine::StoreName(const Op& op)
         return Fail(m_failure, ErrorKind::Type,
                     "Can't assign to " + std::string(use.m_name) + ", which is no variable");
     if (op.GetToken() != IndexOfToken(TOKEN_EQUAL))
-        if (!evaluation::PushRecord(*record, *m_top, m_failure) || !CombineWith(op))
+    {
+        if (!evaluation::PushRecord(*record, *m_top, m_failure)) [[unlikely]]
+        {
+            m_failedPlace = use.m_place;
             return false;
+        }
+        if (!CombineWith(op))
+            return false;
+    }
     Slot& value = m_top[-1];
     OwnBelow(&value);
     if (!StoreInName(*record, value, GetChecks(), m_failure))
@@ -389,7 +412,7 @@ bool Machine::CombineWith(const Op& op)
     Slot& old = *m_top++;
     std::swap(value, old);
     if (!GetOperations().m_binary[op.GetToken()](value, old, op.GetToken(), m_failure))
-        return false;
+        return AtOperands(op, &value, &old);
     --m_top;
     return true;
 }
@@ -501,6 +524,7 @@ bool Machine::GoOnBehindPath(const Op*& op)
     op = GetOp(path[-1].m_size);
     path[-1].Set(false);
     m_failure.m_details = nullptr;
+    m_failedPlace = s_noPlace;
     return true;
 }
 
@@ -556,7 +580,7 @@ const Op* JumpIf(const Op* op, Machine& machine, Slot* top, int64, float64)
 {
     bool x = false;
     machine.m_top = top;
-    if (!machine.TakeBool(x)) [[unlikely]]
+    if (!machine.TakeBool(*op, false, x)) [[unlikely]]
         return machine.Failed(op);
     if (x != Jumps)
         return GoOnAt(op + 1, machine, machine.m_top);

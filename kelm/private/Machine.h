@@ -118,8 +118,8 @@ struct Machine
     // Whether there is an element, which has been pushed with what counts them; otherwise the result is there.
     bool ListBegin(const Op& op, bool& hasElement);
     bool ListNext(const Op& op, bool& hasElement);
-    // Whether a bool is there, and which.
-    bool TakeBool(bool& x);
+    // Whether a bool is there, and which: the operand before an operator, or behind it.
+    bool TakeBool(const Op& op, bool isRight, bool& x);
 
     // --- Places that have waited (Trail.cpp)
 
@@ -199,6 +199,7 @@ private:
     bool GoOnBehindPath(const Op*& op);
     bool AtArgument(const Op& op, std::size_t index);
     bool AtIndex(const Op& subscript);
+    bool AtOperands(const Op& op, Slot* left, Slot* right);
     void Return(Slot* arguments, std::size_t count, const Slot& result);
     bool LoadArguments(Slot* arguments, std::size_t count);
     bool FailCount(const Callable& function, std::string_view name, std::size_t count, std::size_t numObjects);

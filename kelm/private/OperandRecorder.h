@@ -487,12 +487,12 @@ protected:
     }
 
     // The kind that the general form of an operator gives, where that is known.
-    Kind KindOfGeneral(EToken token, Kind left, Kind right) const
+    static Kind KindOfGeneral(EToken token, Kind left, Kind right)
     {
         const bool areNumbers =
             (left == Kind::Integer || left == Kind::Float) && (right == Kind::Integer || right == Kind::Float);
         const int level = LevelOf(token);
-        if (!m_isTyped || (level == LEVEL_POWER && !areNumbers))
+        if (level == LEVEL_POWER && !areNumbers)
             return Kind::None;
         if (level == LEVEL_EQUALITY || level == LEVEL_RELATIONAL)
             return Kind::Bool;

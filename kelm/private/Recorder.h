@@ -72,7 +72,7 @@ public:
             LookAtWaiting(left);
             --m_depth;
             Add(BinaryStepOf(m_program->m_language, op.m_token), Code::Binary, op.m_token, op.m_place);
-            SetPushed(left, KindOfGeneral(op.m_token, left.m_kind, right.m_kind));
+            SetPushed(left, m_isTyped ? KindOfGeneral(op.m_token, left.m_kind, right.m_kind) : Kind::None);
         }
     }
 
@@ -262,7 +262,8 @@ public:
         const std::string_view name = TextOf(e.m_tokens);
         const std::size_t place = PlaceOf(e.m_tokens);
         // No name that is given is a built-in one.
-        if (FindLocal(name, operand, place))
+        const bool hasLocals = !m_locals.empty() || !m_program->m_parameters.empty();
+        if (hasLocals && FindLocal(name, operand, place)) [[unlikely]]
             return e.m_tokens.NextBehindOperand();
         const evaluation::Record* const record = ScopeAccess::Find(m_scope, name);
         if (record == nullptr)

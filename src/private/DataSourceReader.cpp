@@ -8,6 +8,7 @@
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/EnumIndex.h>
 #include <klObject/types/FieldIndex.h>
+#include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
 #include <klObject/types/VariantIndex.h>
@@ -311,21 +312,23 @@ ssize_t CountModelFields(const ClassModel& model)
 
 // Complains where the member has been written before.
 template <class Rules>
-void BasicDataSourceReader<Rules>::NoteMember([[maybe_unused]] Members& written, [[maybe_unused]] ssize_t member,
-                                              [[maybe_unused]] const ClassShape& shape,
-                                              [[maybe_unused]] const char* place) const
+inline void BasicDataSourceReader<Rules>::NoteMember([[maybe_unused]] Members& written, [[maybe_unused]] ssize_t member,
+                                                     [[maybe_unused]] const ClassShape& shape,
+                                                     [[maybe_unused]] const char* place) const
 {
     if constexpr (Rules::s_isRuled)
-    {
-        if (written.Has(member))
-        {
-            const ssize_t numModelFields = CountModelFields(shape.m_model);
-            const ConstStringZ name = member < numModelFields ? shape.m_model.m_class->m_modelFields[member].m_name
-                                                              : shape.m_rc->m_fields[member - numModelFields].m_name;
-            Complain(place, "Member '", name, "' of class ", shape.m_rc->m_name, " is written twice");
-        }
-        written.Add(member);
-    }
+        if (!written.Add(member)) [[unlikely]]
+            ComplainOfTwo(member, shape, place);
+}
+
+template <class Rules>
+[[gnu::cold, gnu::noinline]] void BasicDataSourceReader<Rules>::ComplainOfTwo(ssize_t member, const ClassShape& shape,
+                                                                              const char* place) const
+{
+    const ssize_t numModelFields = CountModelFields(shape.m_model);
+    const ConstStringZ name = member < numModelFields ? shape.m_model.m_class->m_modelFields[member].m_name
+                                                      : shape.m_rc->m_fields[member - numModelFields].m_name;
+    Complain(place, "Member '", name, "' of class ", shape.m_rc->m_name, " is written twice");
 }
 
 // Complains where one is missing that must be written.
@@ -403,6 +406,14 @@ template <class Rules>
         const ReflectedEnum* const r = type.GetReflectedEnum();
         return r != nullptr && TryReadEnumerator(cursor, *r, data);
     }
+    case FT_FOREIGN:
+    {
+        const Place behind = TryReadForeign(cursor, type.GetForeignType(), data);
+        if (behind.m_start == nullptr) [[unlikely]]
+            return false;
+        cursor.Load(behind);
+        return true;
+    }
     default: return false;
     }
 }
@@ -462,6 +473,18 @@ inline Place BasicDataSourceReader<Rules>::ReadMember(FastCursor cursor, const R
 {
     if constexpr (Rules::s_isRuled)
     {
+        // What is read in registers does not fail, and where nothing is checked there is no more to do.
+        if (facts.m_check == nullptr && type.m_bc != nullptr)
+        {
+            const auto code = static_cast<std::size_t>(type.GetCode());
+            Place behind = {};
+            if (code < s_simpleReads.size())
+                behind = s_simpleReads[code](m_cursor, cursor.GetOperator(), data);
+            else if (code == FT_FOREIGN && type.GetForeignType().GetForm() == FF_TEXT)
+                behind = TryReadForeignText(m_cursor, cursor.GetOperator(), *type.GetForeignType().m_text, data);
+            if (behind.m_start != nullptr) [[likely]]
+                return behind;
+        }
         const char* const begin = cursor.FindNext();
         const Place behind = m_rules.AtMember(facts.m_name, [&, cursor] { return ReadOneBehind(cursor, type, data); });
         if (facts.m_check != nullptr)

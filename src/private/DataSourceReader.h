@@ -188,6 +188,9 @@ private:
     inline bool TryReadEnumerator(text::FastCursor& cursor, const ReflectedEnum& r, void* data);
     [[gnu::always_inline]] inline bool TryReadNesting(text::FastCursor& cursor, const ReflectionByteCode& type,
                                                       char* data);
+    text::Place TryReadForeign(text::FastCursor cursor, const ForeignType& type, char* data);
+    text::Place ReadForeignElements(text::FastCursor cursor, const ForeignType& type, void* list);
+    inline void ShowBehind(const text::FastCursor& cursor);
     [[gnu::always_inline]] inline void ReadBehind(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
     text::Place ReadOneBehind(text::FastCursor cursor, const ReflectionByteCode& type, char* data);
     inline text::Place ReadMember(text::FastCursor cursor, const ReflectionByteCode& type, char* data,
@@ -205,7 +208,8 @@ private:
     template <class Lists>
     [[gnu::always_inline]] inline void EnterElement(text::FastCursor& cursor, Body& body, Lists& lists);
     void PassName(const text::FastCursor& cursor);
-    void NoteMember(Members& written, ssize_t member, const ClassShape& shape, const char* place) const;
+    inline void NoteMember(Members& written, ssize_t member, const ClassShape& shape, const char* place) const;
+    void ComplainOfTwo(ssize_t member, const ClassShape& shape, const char* place) const;
     void RequireMembers(const Members& written, const ClassShape& shape, const char* place) const;
     static FoundName FindName(const char* p, const char* end, const ClassShape& shape);
     FoundField FindField(const text::FastCursor& cursor, const ClassShape& shape, ssize_t nextModelField,
@@ -239,6 +243,18 @@ using DataSourceReader = BasicDataSourceReader<ExactRules>;
 using ProgramDataReader = BasicDataSourceReader<ProgramRules>;
 
 // Defined in ReadForeign.cpp.
+
+// A text of a foreign type behind an operator: the place behind it, or null where anything is unusual.
+text::Place TryReadForeignText(text::Cursor& home, SubString op, const ForeignTextFns& fns, void* data);
+
+extern template text::Place BasicDataSourceReader<ExactRules>::TryReadForeign(text::FastCursor, const ForeignType&,
+                                                                              char*);
+extern template text::Place BasicDataSourceReader<ProgramRules>::TryReadForeign(text::FastCursor, const ForeignType&,
+                                                                                char*);
+extern template text::Place BasicDataSourceReader<GoingOnRules>::TryReadForeign(text::FastCursor, const ForeignType&,
+                                                                                char*);
+extern template text::Place BasicDataSourceReader<ProgramGoingOnRules>::TryReadForeign(text::FastCursor,
+                                                                                       const ForeignType&, char*);
 extern template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
 extern template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
 extern template void BasicDataSourceReader<GoingOnRules>::ReadForeign(const ForeignType&, void*);

@@ -8,7 +8,10 @@
 #include <klKelmScript/private/UnknownNameException.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
+#include <klUtils/StackSegment.h>
 #include <klUtils/VectorOfByte.h>
+#include <klUtils/text/private/FastCursor.h>
+#include <klUtils/text/private/FastReads.h>
 #include <klUtils/text/private/TypedReads.h>
 
 #include <cstddef>
@@ -270,6 +273,115 @@ void BasicDataSourceReader<Rules>::ReadForeignChoice(const ForeignType& type, vo
     ReadVariable(type.GetPartType(index), type.m_choice->Emplace(choice, index));
 }
 
+// --- Behind an operator that the cursor need not have come to
+//
+// Values of the forms that are nearly always written: the place behind one. Null where anything is unusual, with
+// nothing done that reading it by the cursor does not do again.
+
+// A quoted text or an enumerator.
+text::Place TryReadForeignText(text::Cursor& home, SubString op, const ForeignTextFns& fns, void* data)
+{
+    text::FastCursor cursor(home, op);
+    const char* const next = cursor.FindNext();
+    const text::Found found =
+        fns.m_isIdentifier ? text::FindName(next, cursor.GetEnd()) : text::FindVerbatim(next, cursor.GetEnd());
+    const int quote = fns.m_isIdentifier ? 0 : 1;
+    if (found.m_past == nullptr || !cursor.TryMove(next, found.m_past) ||
+        !fns.Set(data, {next + quote, found.m_past - quote})) [[unlikely]]
+        return {};
+    return cursor.GetPlace();
+}
+
+template <class Rules>
+text::Place BasicDataSourceReader<Rules>::TryReadForeign(text::FastCursor cursor, const ForeignType& type, char* data)
+{
+    if constexpr (Rules::s_goesOn)
+        return {};
+    if (type.GetForm() == FF_TEXT)
+        return TryReadForeignText(m_cursor, cursor.GetOperator(), *type.m_text, data);
+    if (m_foreignDepth == s_maxForeignDepth || IsStackLow()) [[unlikely]]
+        return {};
+    const char* const next = cursor.FindNext();
+    const char first = next != cursor.GetEnd() ? *next : '\0';
+    const Deeper deeper(m_foreignDepth);
+    if (type.GetForm() == FF_LIST && !type.m_list->m_isFixed && first == '[')
+    {
+        if (type.m_list->Count(data) > 0)
+        {
+            ShowBehind(cursor);
+            type.m_list->Clear(data);
+        }
+        return ReadForeignElements(text::FastCursor(m_cursor, {next, next + 1}), type, data);
+    }
+    if (type.IsOptional() && first != 'n')
+    {
+        ShowBehind(cursor);
+        return ReadOneBehind(cursor, type.GetPartType(0), static_cast<char*>(type.m_choice->Emplace(data, 0)));
+    }
+    return {};
+}
+
+// From the bracket on, of an empty list.
+template <class Rules>
+text::Place BasicDataSourceReader<Rules>::ReadForeignElements(text::FastCursor cursor, const ForeignType& type,
+                                                              void* list)
+{
+    const ForeignListFns& fns = *type.m_list;
+    const ReflectionByteCode elementType = type.GetElementType(0);
+    if (fns.AppendCopies != nullptr)
+    {
+        m_copies.clear();
+        const text::Place behind = ReadElements(cursor.GetOperator(), elementType, m_copies);
+        if (!m_copies.empty())
+            fns.AppendCopies(list, m_copies.data(), m_copies.size() / elementType.GetTypeSize());
+        return behind;
+    }
+    if (cursor.TryPassEmpty<']'>())
+        return cursor.GetPlace();
+    const ReflectedClass* const rc = elementType.GetReflectedClass();
+    const auto readEach = [&](const auto& readOne)
+    {
+        do
+        {
+            ShowBehind(cursor);
+            auto* const element = static_cast<char*>(fns.Append(list));
+            cursor.Load(
+                m_rules.AtIndex([&] { return fns.Count(list) - 1; }, [&, cursor] { return readOne(cursor, element); }));
+        } while (cursor.TakeCommaOrPassEnd<']'>());
+        return cursor.GetPlace();
+    };
+    if (rc == nullptr)
+        return readEach([&](const text::FastCursor& at, char* element)
+                        { return ReadOneBehind(at, elementType, element); });
+    const ClassShape shape(*rc);
+    return readEach(
+        [&](const text::FastCursor& at, char* element)
+        {
+            const char* const next = at.FindNext();
+            if (next != at.GetEnd() && *next == '{') [[likely]]
+                return ReadMembers({next, next + 1}, shape, element);
+            at.GoHomeToNext();
+            ReadInstance(shape, element);
+            return m_cursor.GetPlace();
+        });
+}
+
+// Before a host's function is called that may look at the parser. Nobody has it where a program's own data are read.
+template <class Rules>
+void BasicDataSourceReader<Rules>::ShowBehind([[maybe_unused]] const text::FastCursor& cursor)
+{
+    if constexpr (!Rules::s_isRuled)
+    {
+        cursor.GoHomeToNext();
+        m_cursor.Show();
+    }
+}
+
+template text::Place BasicDataSourceReader<ExactRules>::TryReadForeign(text::FastCursor, const ForeignType&, char*);
+template text::Place BasicDataSourceReader<ProgramRules>::TryReadForeign(text::FastCursor, const ForeignType&, char*);
+template text::Place BasicDataSourceReader<GoingOnRules>::TryReadForeign(text::FastCursor, const ForeignType&, char*);
+template text::Place BasicDataSourceReader<ProgramGoingOnRules>::TryReadForeign(text::FastCursor, const ForeignType&,
+                                                                                char*);
 template void BasicDataSourceReader<ExactRules>::ReadForeign(const ForeignType&, void*);
 template void BasicDataSourceReader<ProgramRules>::ReadForeign(const ForeignType&, void*);
 template void BasicDataSourceReader<GoingOnRules>::ReadForeign(const ForeignType&, void*);

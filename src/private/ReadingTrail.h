@@ -8,7 +8,9 @@
 
 #include <cstddef>
 #include <exception>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kelm
@@ -79,26 +81,37 @@ public:
     bool Has(ssize_t member) const
     {
         const auto i = static_cast<std::size_t>(member);
-        return i < s_few ? (m_few >> i & 1) != 0 : i - s_few < m_others.size() && m_others[i - s_few];
+        if (i < s_few)
+            return (m_few >> i & 1) != 0;
+        return m_others != nullptr && i - s_few < m_others->size() && (*m_others)[i - s_few];
     }
-    void Add(ssize_t member)
+
+    // Whether it has not been there.
+    bool Add(ssize_t member)
     {
         const auto i = static_cast<std::size_t>(member);
-        if (i < s_few)
-        {
-            m_few |= uint64{1} << i;
-            return;
-        }
-        if (i - s_few >= m_others.size())
-            m_others.resize(i - s_few + 1);
-        m_others[i - s_few] = true;
+        if (i >= s_few) [[unlikely]]
+            return AddOther(i - s_few);
+        const uint64 before = std::exchange(m_few, m_few | uint64{1} << i);
+        return before != m_few;
     }
 
 private:
     static constexpr std::size_t s_few = 64;
 
+    [[gnu::noinline]] bool AddOther(std::size_t i)
+    {
+        if (m_others == nullptr)
+            m_others = std::make_unique<std::vector<bool>>();
+        if (i >= m_others->size())
+            m_others->resize(i + 1);
+        const bool isNew = !(*m_others)[i];
+        (*m_others)[i] = true;
+        return isNew;
+    }
+
     uint64 m_few = 0;
-    std::vector<bool> m_others;
+    std::unique_ptr<std::vector<bool>> m_others;
 };
 
 // Past a value of any type, from its first token to the one behind it. Throws LexScannerException where none stands

@@ -189,7 +189,7 @@ TEST(BoundObjects, AreReadAndCalled)
         {"order.lines[-1].price", "3 15 Vector index -1 out of range"},
         {"order.lines[1.0].price", "2 16 No implicit conversion from value 1.0 to int64"},
         {"order.rates['USD']", "3 18 Key USD is not there"},
-        {"order.discount + 1", "3 16 null dereference"},
+        {"order.discount + 1", "3 7 null dereference"},
         {"order.extra.item", "3 13 null dereference"},
         {"order + 1", "2 7 Incompatible types (booth::Order and int64) for + operation"},
         {"order.customer.size", "2 16 . not available on string"},

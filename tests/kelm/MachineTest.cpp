@@ -288,7 +288,7 @@ TEST(Machine, ErrorsComeInTheOrderOfTheText)
     for (const Language language : {Language::Natural, Language::Exact})
     {
         EXPECT_EQ(OutcomeOf("o.items[9].q + grow(o.nothing)", language), "3 10 Vector index 9 out of range");
-        EXPECT_EQ(OutcomeOf("o.items[1].none + grow(1)", language), "3 17 null dereference");
+        EXPECT_EQ(OutcomeOf("o.items[1].none + grow(1)", language), "3 12 null dereference");
         EXPECT_EQ(OutcomeOf("o.items[1].none + grow(o.nothing)", language),
                   "1 26 Identifier nothing is not a model field of class machine::Store");
     }
@@ -576,6 +576,75 @@ TEST(Machine, TakesArgumentsOfEveryKindForAFloat)
     const Expression element("p[i]", plain.m_outer, {"p", "i"});
     EXPECT_EQ(element.Evaluate<double>(std::vector<double>{1.0, 2.0}, 1), 2.0);
     EXPECT_EQ(element.Evaluate<double>(Value(std::vector<double>{1.0, 2.0}), 1), 2.0);
+}
+
+// What holds no value of the language is wrong itself, wherever in an operand it stands: what the error marks.
+struct OperandRow
+{
+    const char* m_text;
+    std::string_view m_marked; // of "huge", "none" ... the first that stands there
+    std::size_t m_column;
+};
+
+const OperandRow s_operands[] = {
+    {"1 + huge", "huge", 5},
+    {"huge + 1", "huge", 1},
+    {"huge += 1", "huge", 1},
+    {"item.huge + 1", "huge", 6},
+    {"item.n * 2 + item.huge * 3", "huge", 19},
+    {"-item.huge", "huge", 7},
+    {"-(item.huge)", "huge", 8},
+    {"(item.huge) + 1", "huge", 7},
+    {"1 + ((item.huge))", "huge", 12},
+    {"item.none + 1", "none", 6},
+    {"1 < item.none", "none", 10},
+    {"item.n == item.none", "none", 16},
+    {"item.none += 1", "none", 6},
+    {"item.n += item.none", "none", 16},
+    {"!item.none", "none", 7},
+    {"none + 1", "none", 1},
+    {"flag && true", "flag", 1},
+    {"true && flag", "flag", 9},
+    {"flag ? 1 : 2", "flag", 1},
+    {"store.items[0].none + 1", "none", 16},
+    {"1 - store.items[store.items[0].n - 1].none", "none", 39},
+    {"hugeOf(1)[0] + 1", "]", 12},
+    {"noneOf(1) + 1", "noneOf", 1},
+    {"1 + noneOf(item.n)", "noneOf", 5},
+    {"(item.b ? item.none : 1) + 1", "+", 26}, // more than a path
+    {"true && (item.b ? item.none : 1)", "&&", 6},
+    {"has(store.items[abs(item.none)]) ? 1 : item.none + 1", "none", 45},
+    {"has(store.items[abs(item.none)]) ? 1 : 1 / 0", "/", 42},
+};
+
+TEST(Machine, MarksTheOperandThatHoldsNoValue)
+{
+    machine::Item item;
+    machine::Store store;
+    std::uint64_t huge = 18446744073709551615U;
+    std::optional<double> none;
+    std::optional<bool> flag;
+    std::vector<std::uint64_t> listed{huge};
+    Scope scope;
+    scope.Bind("item", item).Bind("store", store).Bind("huge", huge).Bind("none", none).Bind("flag", flag);
+    scope.Define("hugeOf", [&listed](int) -> const std::vector<std::uint64_t>& { return listed; });
+    scope.Define("noneOf", [&none](int) -> const std::optional<double>& { return none; });
+    for (const OperandRow& row : s_operands)
+    {
+        const std::string_view text = row.m_text;
+        const auto check = [&](const Error& error)
+        {
+            EXPECT_EQ(error.GetColumn(), static_cast<int64>(row.m_column)) << text;
+            const std::string& excerpt = error.GetExcerpt();
+            const std::size_t caret = excerpt.find('^') - excerpt.find('\n') - 1;
+            EXPECT_EQ(excerpt.substr(caret, row.m_marked.size()), row.m_marked) << text;
+            EXPECT_EQ(excerpt.size(), text.size() + 1 + caret + row.m_marked.size()) << text;
+        };
+        check(TryEvaluate(text, scope).GetError());
+        check(Expression(text, scope).TryEvaluate().GetError());
+        check(Expression(text, scope).TryEvaluate<double>().GetError());
+        check(Expression(text, scope, {"p"}).TryEvaluate(1).GetError());
+    }
 }
 
 } // namespace

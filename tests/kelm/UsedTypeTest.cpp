@@ -28,16 +28,46 @@ struct Branch
     double weight = 0;
 };
 
+// Made of itself.
+struct Chapter
+{
+    std::string title;
+    std::vector<Chapter> chapters;
+};
+struct Book
+{
+    std::vector<Chapter> chapters;
+};
+struct Shelf
+{
+    std::vector<Book> books;
+    std::map<std::string, std::vector<kelm::ptr<kelm::IObject>>> lent;
+};
+
 } // namespace first
 
 KELM_DESCRIBE(first::Leaf, name, branches)
 KELM_DESCRIBE(first::Branch, leaves, weight)
+KELM_DESCRIBE(first::Chapter, title, chapters)
+KELM_DESCRIBE(first::Book, chapters)
+KELM_DESCRIBE(first::Shelf, books, lent)
 
 namespace kelm
 {
 
 namespace
 {
+
+// A circle of types may be entered anywhere.
+static_assert(!HoldsHandles<first::Book>);
+static_assert(!HoldsHandles<std::vector<first::Chapter>>);
+static_assert(HoldsHandles<first::Shelf>);
+
+TEST(UsedTypes, MayHoldThoseThatAreMadeOfThemselves)
+{
+    const auto book = Read<first::Book>("{ chapters = [{ title = \"one\" chapters = [{ title = \"two\" }] }] }");
+    EXPECT_EQ(book.chapters[0].chapters[0].title, "two");
+}
 
 // Each thread does something else with the types first.
 TEST(UsedTypes, AreRegisteredByWhicheverThreadIsFirst)

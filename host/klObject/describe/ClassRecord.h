@@ -4,6 +4,7 @@
 // before the program begins. With it, what the records of all kinds have in common.
 
 #include <klObject/describe/Members.h>
+#include <klObject/describe/TypeParts.h>
 #include <klObject/objects/GcObject.h>
 #include <klObject/types/TypeOps.h>
 
@@ -49,8 +50,23 @@ constexpr auto DataOrNull(const Array& array) -> decltype(array.data())
     return array.empty() ? nullptr : array.data();
 }
 
+// A vector of what cannot be copied says of itself that it can, and so does a class that has one. What shares what it
+// leads to can be copied whatever that is.
 template <class T>
-inline constexpr TypeOps s_typeOps = MakeTypeOps<T>();
+struct CannotBeCopied
+{
+    static constexpr bool s_has = !std::is_copy_constructible_v<std::remove_all_extents_t<T>>;
+    static constexpr bool s_isWhole = requires(const T& pointer) { pointer.use_count(); };
+};
+template <class T>
+struct CannotBeAssigned
+{
+    static constexpr bool s_has = !std::is_copy_assignable_v<std::remove_all_extents_t<T>>;
+    static constexpr bool s_isWhole = requires(const T& pointer) { pointer.use_count(); };
+};
+
+template <class T>
+inline constexpr TypeOps s_typeOps = MakeTypeOps<T, !HasPart<T, CannotBeCopied>, !HasPart<T, CannotBeAssigned>>();
 
 // The operations on arrays of structs, which make little code of each.
 KLOBJECT_API void ConstructArrayBy(void (*construct)(void*), void (*destroy)(void*), void* dst, ssize_t dstStride,

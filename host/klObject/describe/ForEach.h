@@ -4,11 +4,12 @@
 
 // KELM_FOR_EACH(F, X, a, b, c) is F(X, a), F(X, b), F(X, c), for up to 64 arguments.
 
-#define KELM_FOR_EACH(F, X, ...)                                                                                       \
-    KELM_FOR_EACH_OF(__VA_ARGS__, 64, 63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44,  \
-                     43, 42, 41, 40, 39, 38, 37, 36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20,   \
-                     19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0)                             \
-    (F, X, __VA_ARGS__)
+#define KELM_FOR_EACH(F, X, ...) KELM_FOR_EACH_FROM(__VA_ARGS__, KELM_FOR_EACH_NUMBERS)(F, X, __VA_ARGS__)
+#define KELM_FOR_EACH_FROM(...)  KELM_FOR_EACH_OF(__VA_ARGS__)
+#define KELM_FOR_EACH_NUMBERS                                                                                          \
+    64, 63, 62, 61, 60, 59, 58, 57, 56, 55, 54, 53, 52, 51, 50, 49, 48, 47, 46, 45, 44, 43, 42, 41, 40, 39, 38, 37,    \
+        36, 35, 34, 33, 32, 31, 30, 29, 28, 27, 26, 25, 24, 23, 22, 21, 20, 19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, \
+        8, 7, 6, 5, 4, 3, 2, 1, 0
 
 #define KELM_FOR_EACH_OF(A1, A2, A3, A4, A5, A6, A7, A8, A9, A10, A11, A12, A13, A14, A15, A16, A17, A18, A19, A20,    \
                          A21, A22, A23, A24, A25, A26, A27, A28, A29, A30, A31, A32, A33, A34, A35, A36, A37, A38,     \

@@ -21,24 +21,24 @@
             {                                                                                                          \
                 using M = decltype(S::NAME);                                                                           \
                 constexpr ::kelm::EObstacle obstacle = ::kelm::FieldType<M>::Obstacle;                                 \
-                static_assert(obstacle != ::kelm::EObstacle::NotDescribed,                                             \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::NotDescribed>,                              \
                               #TYPE "::" #NAME " cannot be described: its type, or one in it, is not described (with " \
                                     "KELM_DESCRIBE or KELM_DESCRIBE_ENUM, before it is used)");                        \
-                static_assert(obstacle != ::kelm::EObstacle::Pointer,                                                  \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::Pointer>,                                   \
                               #TYPE "::" #NAME " cannot be described: it is or holds a pointer, which does not say "   \
                                     "who owns what (use std::unique_ptr, std::shared_ptr or kelm::ptr)");              \
-                static_assert(obstacle != ::kelm::EObstacle::Number,                                                   \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::Number>,                                    \
                               #TYPE "::" #NAME " cannot be described: it is or holds a long double, a wchar_t, or a "  \
                                     "duration of no whole number of nanoseconds");                                     \
-                static_assert(obstacle != ::kelm::EObstacle::NotCreatable,                                             \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::NotCreatable>,                              \
                               #TYPE "::" #NAME " cannot be described: it holds a type without a default constructor"); \
-                static_assert(obstacle != ::kelm::EObstacle::NotRelocatable,                                           \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::NotRelocatable>,                            \
                               #TYPE "::" #NAME " cannot be described: a container of ours in it holds a type that "    \
                                     "cannot be moved as bytes (use std::vector, std::map)");                           \
-                static_assert(obstacle != ::kelm::EObstacle::Ambiguous,                                                \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::Ambiguous>,                                 \
                               #TYPE "::" #NAME " cannot be described: what is optional in it may be null itself, and " \
                                     "one null would mean two things");                                                 \
-                static_assert(obstacle != ::kelm::EObstacle::SameNames,                                                \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::SameNames>,                                 \
                               #TYPE "::" #NAME " cannot be described: two alternatives of a std::variant have the "    \
                                     "same name");                                                                      \
                 return ::kelm::MakeStructField<M, obstacle>(#NAME, offsetof(S, NAME));                                 \
@@ -52,9 +52,8 @@
         }                                                                                                              \
         else if constexpr (requires { typename S::NAME; })                                                             \
         {                                                                                                              \
-            static_assert(                                                                                             \
-                requires { ::kelm::Description<typename S::NAME>::template Members<S>(); },                            \
-                #TYPE ": the base class " #NAME " is not described with KELM_DESCRIBE");                               \
+            static_assert(::kelm::s_isDescribedBase<typename S::NAME, S>,                                              \
+                          #TYPE ": the base class " #NAME " is not described with KELM_DESCRIBE");                     \
             return ::kelm::ListBase<typename S::NAME, S>();                                                            \
         }                                                                                                              \
         else                                                                                                           \
@@ -68,6 +67,10 @@
 namespace kelm
 {
 
+// By a name, of which compilers tell no more than that it is false; of a comparison they tell all of the macros again.
+template <EObstacle Obstacle, EObstacle Other>
+inline constexpr bool s_isNot = Obstacle != Other;
+
 // Where there is an obstacle, the one message is said already.
 template <class M, EObstacle O>
 constexpr auto MakeStructField(ConstStringZ name, std::size_t offset)
@@ -78,11 +81,17 @@ constexpr auto MakeStructField(ConstStringZ name, std::size_t offset)
         return MakeModelField<int>(name, offset);
 }
 
+template <class Base, class S>
+inline constexpr bool s_isDescribedBase = requires
+{
+    Description<Base>::template Members<S>();
+};
+
 // A base class, and its members at their places in the class S.
 template <class Base, class S>
 constexpr auto ListBase()
 {
-    if constexpr (requires { Description<Base>::template Members<S>(); })
+    if constexpr (s_isDescribedBase<Base, S>)
         return ListMembers(MakeBase<Base, S>(), Description<Base>::template Members<S>());
     else
         return MemberList<>{};

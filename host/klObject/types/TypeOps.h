@@ -145,8 +145,10 @@ ssize_t BinaryUpperBound(const void* base, ssize_t stride, ssize_t n, const void
                                        [&](const T& element) { return !(*static_cast<const T*>(key) < element); });
 }
 
-// The record of T: a slot is set where T supports the operation. The two visiting slots stay null.
-template <class T>
+// The record of T: a slot is set where T supports the operation. The two visiting slots stay null. T may claim to be
+// copied or assigned more than what it is made of allows; whoever knows better says so.
+template <class T, bool CanBeCopied = std::is_copy_constructible_v<T>,
+          bool CanBeAssigned = std::is_copy_assignable_v<T>>
 constexpr TypeOps MakeTypeOps()
 {
     TypeOps ops;
@@ -165,9 +167,9 @@ constexpr TypeOps MakeTypeOps()
         ops.m_PrintVariableFn = PrintVariable<T>;
     if constexpr (std::is_default_constructible_v<T>)
         ops.m_ConstructArrayFn = ConstructArray<T>;
-    if constexpr (std::is_copy_constructible_v<T>)
+    if constexpr (CanBeCopied)
         ops.m_CopyConstructArrayFn = CopyConstructArray<T>;
-    if constexpr (std::is_copy_assignable_v<T>)
+    if constexpr (CanBeAssigned)
         ops.m_AssignArrayFn = AssignArray<T>;
     if constexpr (std::is_destructible_v<T>)
         ops.m_DestructArrayFn = DestructArray<T>;

@@ -9,8 +9,53 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
+
+// A list says that it can be copied, whatever its elements are.
+namespace copied
+{
+
+struct Part
+{
+    std::unique_ptr<int> m_number;
+};
+struct Tree
+{
+    std::vector<Tree> m_trees;
+    kelm::int32 m_array[2] = {};
+};
+
+template <class T>
+struct Holder
+{
+    T m_held;
+};
+template <class T>
+struct FixedHolder
+{
+    const int m_number = 1;
+    T m_held;
+};
+using Parts = Holder<std::vector<Part>>;
+using PartsByNumber = Holder<std::map<int, std::vector<Part>>>;
+using OwnParts = Holder<kelm::xvector<kelm::xvector<std::unique_ptr<int>>>>;
+using SharedParts = Holder<std::shared_ptr<Part>>;
+using Trees = Holder<std::vector<Tree>>;
+using FixedTrees = FixedHolder<std::vector<Tree>>;
+
+} // namespace copied
+
+KELM_DESCRIBE(copied::Part, m_number)
+KELM_CLASS(copied::Tree, KELM_MODEL(m_trees), KELM_MODEL(m_array))
+KELM_CLASS(copied::Parts, KELM_MODEL(m_held))
+KELM_CLASS(copied::PartsByNumber, KELM_MODEL(m_held))
+KELM_CLASS(copied::OwnParts, KELM_MODEL(m_held))
+KELM_CLASS(copied::SharedParts, KELM_MODEL(m_held))
+KELM_CLASS(copied::Trees, KELM_MODEL(m_held))
+KELM_CLASS(copied::FixedTrees, KELM_MODEL(m_number), KELM_MODEL(m_held))
 
 namespace byhand
 {
@@ -276,6 +321,29 @@ TEST(DescribedClass, HasTheOperationsThatTheTypeSupports)
     EXPECT_EQ(ops->m_equalsFn, nullptr);
     EXPECT_NE(ops->m_ConstructArrayFn, nullptr);
     EXPECT_EQ(RecordOfType<NoDefault>().m_ops->m_ConstructArrayFn, nullptr);
+}
+
+TEST(DescribedClass, IsCopiedAsFarAsWhatItHolds)
+{
+    const struct
+    {
+        const ReflectedClass& m_class;
+        bool m_isCopied;
+        bool m_isAssigned;
+    } rows[] = {
+        {RecordOf<copied::Tree>::s_record, true, true},
+        {RecordOf<copied::Parts>::s_record, false, false},
+        {RecordOf<copied::PartsByNumber>::s_record, false, false},
+        {RecordOf<copied::OwnParts>::s_record, false, false},
+        {RecordOf<copied::SharedParts>::s_record, true, true},
+        {RecordOf<copied::Trees>::s_record, true, true},
+        {RecordOf<copied::FixedTrees>::s_record, true, false},
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(row.m_class.m_ops->m_CopyConstructArrayFn != nullptr, row.m_isCopied) << row.m_class.m_name;
+        EXPECT_EQ(row.m_class.m_ops->m_AssignArrayFn != nullptr, row.m_isAssigned) << row.m_class.m_name;
+    }
 }
 
 TEST(DescribedClass, MayHoldItselfInContainers)
