@@ -1,13 +1,16 @@
-# kelm_test(NAME SOURCES... [LIBS libs...]): a GoogleTest program and its entry in ctest.
+# kelm_test(NAME [LEVEL -O2] SOURCES... [LIBS libs...]): a GoogleTest program and its entry in ctest.
+#
+# Tests are built once and run once: compiling them fast matters more than their speed, but where LEVEL says otherwise.
+# GoogleTest's headers take longer than most of the tests themselves: kelmTestHeaders compiles them for all.
 function(kelm_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
-    add_executable(${name} ${ARG_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/Locale.cpp)
-    # Tests are built once and run once: compiling them fast matters more than their speed.
-    target_compile_options(${name} PRIVATE -O0)
-    list(LENGTH ARG_SOURCES count)
-    if(count GREATER 3)
-        # GoogleTest's headers take longer than most of the tests themselves.
+    cmake_parse_arguments(ARG "" "LEVEL" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES} $<TARGET_OBJECTS:kelmTestHeaders>)
+    if(ARG_LEVEL)
+        target_compile_options(${name} PRIVATE ${ARG_LEVEL})
         target_precompile_headers(${name} PRIVATE <gmock/gmock.h>)
+    else()
+        target_compile_options(${name} PRIVATE -O0)
+        target_precompile_headers(${name} REUSE_FROM kelmTestHeaders)
     endif()
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} kelmTestSupport GTest::gmock_main)
     add_test(NAME ${name} COMMAND ${name})
