@@ -4,8 +4,8 @@
 #include <kelmDocument/private/ScanPartHere.h>
 #include <kelmDocument/private/Subject.h>
 
-#include <kelm/private/Source.h>
-#include <kelm/private/Suggest.h>
+#include <kelm/private/errors/Source.h>
+#include <kelm/private/errors/Suggest.h>
 #include <klKelmScript/private/ReadingErrors.h>
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include <kelmDocument/private/Edit.h>
 
-#include <kelm/private/ErrorOf.h>
+#include <kelm/private/errors/ErrorOf.h>
 
 #include <utility>
 

@@ -7,7 +7,7 @@
 #include <kelmDocument/private/FormatShapes.h>
 #include <kelmDocument/private/FormatWalk.h>
 
-#include <kelm/private/ErrorOf.h>
+#include <kelm/private/errors/ErrorOf.h>
 
 #include <algorithm>
 #include <string_view>

@@ -4,9 +4,9 @@
 #include <kelmDocument/private/Subject.h>
 #include <kelmDocument/private/Updater.h>
 
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/FileText.h>
-#include <kelm/private/WholeTexts.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/files/FileText.h>
+#include <kelm/private/files/WholeTexts.h>
 
 #include <utility>
 

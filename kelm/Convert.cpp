@@ -1,9 +1,9 @@
 #include <kelm/Convert.h>
 
-#include <kelm/private/Conversions.h>
-#include <kelm/private/Operations.h>
-#include <kelm/private/Places.h>
-#include <kelm/private/TypeText.h>
+#include <kelm/private/expressions/Operations.h>
+#include <kelm/private/types/TypeText.h>
+#include <kelm/private/values/Conversions.h>
+#include <kelm/private/values/Places.h>
 
 #include <string>
 #include <utility>

@@ -1,7 +1,7 @@
 #include <kelm/Error.h>
 
-#include <kelm/private/Excerpt.h>
-#include <kelm/private/Suggest.h>
+#include <kelm/private/errors/Excerpt.h>
+#include <kelm/private/errors/Suggest.h>
 
 #include <atomic>
 #include <utility>

@@ -1,9 +1,9 @@
 #include <kelm/Expression.h>
 
-#include <kelm/private/Failures.h>
-#include <kelm/private/Functions.h>
-#include <kelm/private/Machine.h>
-#include <kelm/private/Recorder.h>
+#include <kelm/private/errors/Failures.h>
+#include <kelm/private/expressions/Functions.h>
+#include <kelm/private/expressions/Machine.h>
+#include <kelm/private/expressions/Recorder.h>
 #include <klKelmScript/private/Evaluator.h>
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/LexScannerException.h>

@@ -1,10 +1,10 @@
 #include <kelm/Fields.h>
 
 #include <kelm/Convert.h>
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/Failures.h>
-#include <kelm/private/KnownTypes.h>
-#include <kelm/private/PlaceSteps.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/errors/Failures.h>
+#include <kelm/private/expressions/KnownTypes.h>
+#include <kelm/private/values/PlaceSteps.h>
 #include <klKelmScript/private/PathWalk.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/private/TypeCodes.h>

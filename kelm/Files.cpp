@@ -1,9 +1,9 @@
 #include <kelm/Files.h>
 
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/FileDescriptor.h>
-#include <kelm/private/FileText.h>
-#include <kelm/private/WholeTexts.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/files/FileDescriptor.h>
+#include <kelm/private/files/FileText.h>
+#include <kelm/private/files/WholeTexts.h>
 #include <klKelmScript/private/RuledReading.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/text/ExpressionParser.h>

@@ -1,6 +1,6 @@
 #include <kelm/Object.h>
 
-#include <kelm/private/ErrorOf.h>
+#include <kelm/private/errors/ErrorOf.h>
 #include <klObject/describe/RegisterUsed.h>
 #include <klObject/objects/CastObject.h>
 #include <klObject/types/ClassModel.h>

@@ -1,7 +1,7 @@
 #include <kelm/Scope.h>
 
-#include <kelm/private/Names.h>
-#include <kelm/private/ScopeNames.h>
+#include <kelm/private/expressions/ScopeNames.h>
+#include <kelm/private/types/Names.h>
 #include <klKelmScript/private/BuiltIns.h>
 #include <klObject/types/private/TextHash.h>
 #include <klUtils/text/LsScanToken.h>

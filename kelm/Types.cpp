@@ -1,8 +1,8 @@
 #include <kelm/Types.h>
 
 #include <kelm/Files.h>
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/TypeCatalogue.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/types/TypeCatalogue.h>
 
 namespace kelm
 {

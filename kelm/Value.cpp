@@ -1,8 +1,8 @@
 #include <kelm/Value.h>
 
-#include <kelm/private/Names.h>
-#include <kelm/private/Operations.h>
-#include <kelm/private/Places.h>
+#include <kelm/private/expressions/Operations.h>
+#include <kelm/private/types/Names.h>
+#include <kelm/private/values/Places.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/MessageOf.h>
 

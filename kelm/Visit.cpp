@@ -1,8 +1,8 @@
 #include <kelm/Visit.h>
 
-#include <kelm/private/Conversions.h>
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/TypeText.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/types/TypeText.h>
+#include <kelm/private/values/Conversions.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/ReflectedTypes.h>

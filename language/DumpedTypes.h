@@ -1,6 +1,6 @@
 #pragma once
 
-#include <kelm/private/TypeCatalogue.h>
+#include <kelm/private/types/TypeCatalogue.h>
 
 #include <string>
 

@@ -4,7 +4,7 @@
 #include <kelmLanguage/Sites.h>
 #include <kelmLanguage/Situation.h>
 
-#include <kelm/private/Suggest.h>
+#include <kelm/private/errors/Suggest.h>
 #include <kelmDocument/Items.h>
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 
 #include <kelmLanguage/Types.h>
 
-#include <kelm/private/CatalogueFields.h>
+#include <kelm/private/types/CatalogueFields.h>
 
 #include <nlohmann/json.hpp>
 

@@ -1,6 +1,6 @@
 #include <kelmLanguage/Schema.h>
 
-#include <kelm/private/JsonText.h>
+#include <kelm/private/types/JsonText.h>
 
 #include <algorithm>
 #include <cstddef>

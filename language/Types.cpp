@@ -1,6 +1,6 @@
 #include <kelmLanguage/Types.h>
 
-#include <kelm/private/Suggest.h>
+#include <kelm/private/errors/Suggest.h>
 
 #include <algorithm>
 

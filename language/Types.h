@@ -3,7 +3,7 @@
 // The types that texts are written in, for whoever helps to write them: a catalogue, wherever it comes from, and what
 // is asked of it.
 
-#include <kelm/private/TypeCatalogue.h>
+#include <kelm/private/types/TypeCatalogue.h>
 
 #include <optional>
 #include <string>

@@ -3,8 +3,8 @@
 #include <kelmDocument/private/Edit.h>
 
 #include <kelm/Error.h>
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/Variable.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/values/Variable.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
 #include <klUtils/VectorOfByte.h>

@@ -3,7 +3,7 @@
 #include <kelmDocument/private/Edit.h>
 
 #include <kelm/Error.h>
-#include <kelm/private/Variable.h>
+#include <kelm/private/values/Variable.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
 

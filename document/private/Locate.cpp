@@ -1,8 +1,8 @@
 #include <kelmDocument/private/Locate.h>
 
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/Suggest.h>
-#include <kelm/private/Variable.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/errors/Suggest.h>
+#include <kelm/private/values/Variable.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ForeignType.h>

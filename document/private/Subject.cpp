@@ -1,7 +1,7 @@
 #include <kelmDocument/private/Subject.h>
 
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/WholeTexts.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/files/WholeTexts.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/text/ExpressionParser.h>

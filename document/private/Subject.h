@@ -5,8 +5,8 @@
 #include <kelmDocument/Document.h>
 #include <kelmDocument/Policy.h>
 
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/Variable.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/values/Variable.h>
 #include <klObject/objects/Collector.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/ReflectionByteCode.h>

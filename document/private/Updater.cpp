@@ -3,8 +3,8 @@
 #include <kelmDocument/private/Locate.h>
 #include <kelmDocument/private/Matching.h>
 
-#include <kelm/private/ErrorOf.h>
-#include <kelm/private/Variable.h>
+#include <kelm/private/errors/ErrorOf.h>
+#include <kelm/private/values/Variable.h>
 #include <klObject/objects/Collector.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ClassModel.h>

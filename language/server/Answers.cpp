@@ -9,7 +9,7 @@
 #include <kelmLanguage/Sites.h>
 #include <kelmLanguage/server/Uri.h>
 
-#include <kelm/private/Suggest.h>
+#include <kelm/private/errors/Suggest.h>
 #include <kelmDocument/Format.h>
 
 #include <algorithm>

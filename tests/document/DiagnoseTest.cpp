@@ -3,7 +3,7 @@
 #include "EditedTypes.h"
 #include "OrderTypes.h"
 
-#include <kelm/private/Source.h>
+#include <kelm/private/errors/Source.h>
 #include <kelmDocument/Diagnose.h>
 #include <support/ReferenceTexts.h>
 

@@ -1,7 +1,7 @@
 #include <kelm/Error.h>
 
 #include <kelm/Result.h>
-#include <kelm/private/ErrorOf.h>
+#include <kelm/private/errors/ErrorOf.h>
 #include <klUtils/text/ExpressionParser.h>
 
 #include <gmock/gmock.h>

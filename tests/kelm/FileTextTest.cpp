@@ -1,4 +1,4 @@
-#include <kelm/private/FileText.h>
+#include <kelm/private/files/FileText.h>
 
 #include <support/TemporaryFolder.h>
 

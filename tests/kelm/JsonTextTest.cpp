@@ -1,5 +1,5 @@
 #include <gtest/gtest.h>
-#include <kelm/private/JsonText.h>
+#include <kelm/private/types/JsonText.h>
 
 #include <cmath>
 #include <limits>

@@ -1,4 +1,4 @@
-#include <kelm/private/Suggest.h>
+#include <kelm/private/errors/Suggest.h>
 
 #include <gmock/gmock.h>
 

@@ -2,7 +2,7 @@
 
 // What stays of a document that has been laid out: its pieces, and what it reads as.
 
-#include <kelm/private/Source.h>
+#include <kelm/private/errors/Source.h>
 #include <kelmDocument/Part.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/values/WriteVariable.h>

@@ -2,7 +2,7 @@
 // "text", a data source of it, and "document", the object. With an argument it writes the catalogue of its types.
 
 #include <kelmLanguage/Schema.h>
-#include <kelmscript/JsonVariable.h>
+#include <kelmscript/json/JsonVariable.h>
 
 #include <language/AnyText.h>
 #include <language/RichTypes.h>

@@ -1,5 +1,5 @@
-#include <kelmscript/JsonVariable.h>
-#include <kelmscript/SourceOfJson.h>
+#include <kelmscript/json/JsonVariable.h>
+#include <kelmscript/json/SourceOfJson.h>
 
 #include <language/AnyText.h>
 #include <language/Damage.h>

@@ -1,9 +1,9 @@
 // kelmscript: the command line tool. `kelmscript --help` tells what it does.
 
-#include "Diagnostics.h"
-#include "Modules.h"
-#include "Options.h"
-#include "Output.h"
+#include "commandline/Options.h"
+#include "files/Modules.h"
+#include "reporting/Diagnostics.h"
+#include "reporting/Output.h"
 
 #include <klObject/objects/Collector.h>
 

@@ -4,9 +4,9 @@
 
 #include "Worker.h"
 
-#include "../Diagnostics.h"
-#include "../Files.h"
-#include "../Modules.h"
+#include "../files/Files.h"
+#include "../files/Modules.h"
+#include "../reporting/Diagnostics.h"
 
 #include <kelmLanguage/server/Json.h>
 #include <kelmLanguage/server/Server.h>

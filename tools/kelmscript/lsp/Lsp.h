@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../Options.h"
+#include "../commandline/Options.h"
 
 namespace kelm::tool
 {

@@ -1,7 +1,7 @@
 #include "Worker.h"
 
-#include "../Modules.h"
-#include "../Options.h"
+#include "../commandline/Options.h"
+#include "../files/Modules.h"
 
 #include <kelmDocument/Diagnose.h>
 #include <klObject/objects/Collector.h>

@@ -9,8 +9,8 @@
 //     { "make": [ CLASS ... ] }    for each { "made": CLASS, "defaults": [ TEXT or null ... ] }, those of its members
 //     { "text": ... }              { "findings": [ { "error", "message", "begin", "end" } ] }
 
-#include <kelm/private/FileDescriptor.h>
-#include <kelm/private/TypeCatalogue.h>
+#include <kelm/private/files/FileDescriptor.h>
+#include <kelm/private/types/TypeCatalogue.h>
 #include <kelmLanguage/server/Frames.h>
 #include <kelmLanguage/server/Json.h>
 

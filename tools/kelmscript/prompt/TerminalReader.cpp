@@ -1,7 +1,7 @@
 // Lines from a terminal, with editing, completion and a history. A library of its own, which is loaded at the first
 // prompt: nothing else of the tool needs the editor.
 
-#include "../LineReader.h"
+#include "../repl/LineReader.h"
 #include "History.h"
 
 #include <cerrno>
