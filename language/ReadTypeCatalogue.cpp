@@ -158,7 +158,7 @@ Json Parse(std::string_view text)
         // Behind the library's own name of the error.
         const std::string_view what = e.what();
         const std::size_t end = what.find("] ");
-        throw NoCatalogue{"it is no JSON: " + std::string(end == what.npos ? what : what.substr(end + 2))};
+        throw NoCatalogue{"it is no JSON: " + std::string(end == std::string_view::npos ? what : what.substr(end + 2))};
     }
 }
 

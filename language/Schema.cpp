@@ -163,7 +163,7 @@ private:
         std::set<std::string_view> names;
         std::vector<std::string> required;
         if (isObject)
-            required.push_back("$class");
+            required.emplace_back("$class");
         for (const CatalogueMember& member : entry.m_members)
         {
             if (!names.insert(member.m_name).second)

@@ -20,6 +20,7 @@ template <class Row>
 std::vector<std::string> NamesOf(const std::vector<Row>& rows)
 {
     std::vector<std::string> names;
+    names.reserve(rows.size());
     for (const Row& row : rows)
         names.push_back(row.m_name);
     return names;

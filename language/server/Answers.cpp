@@ -278,23 +278,24 @@ Json AnswerSymbols(Session& session, const Json& params)
     }
     // From behind, so that children are whole when they are put into what they are in.
     std::vector<Json> levels;
-    for (auto symbol = symbols.rbegin(); symbol != symbols.rend(); ++symbol)
+    for (std::size_t i = symbols.size(); i-- > 0;)
     {
-        levels.resize(std::max(levels.size(), symbol->m_depth + 2), Json::array());
-        Json told = {{"name", NameOf(*symbol)},
-                     {"kind", NumberOf(symbol->m_kind)},
-                     {"range", session.JsonOf(text, symbol->m_span)},
-                     {"selectionRange", session.JsonOf(text, symbol->m_named)}};
-        if (!symbol->m_detail.empty())
-            told["detail"] = symbol->m_detail;
-        Json& children = levels[symbol->m_depth + 1];
+        const Symbol& symbol = symbols[i];
+        levels.resize(std::max(levels.size(), symbol.m_depth + 2), Json::array());
+        Json told = {{"name", NameOf(symbol)},
+                     {"kind", NumberOf(symbol.m_kind)},
+                     {"range", session.JsonOf(text, symbol.m_span)},
+                     {"selectionRange", session.JsonOf(text, symbol.m_named)}};
+        if (!symbol.m_detail.empty())
+            told["detail"] = symbol.m_detail;
+        Json& children = levels[symbol.m_depth + 1];
         if (!children.empty())
         {
             std::reverse(children.begin(), children.end());
             told["children"] = std::move(children);
             children = Json::array();
         }
-        levels[symbol->m_depth].push_back(std::move(told));
+        levels[symbol.m_depth].push_back(std::move(told));
     }
     if (levels.empty())
         return Json::array();

@@ -34,7 +34,8 @@ bool IsJson(const NamedText& file)
 {
     const std::string_view text = file.Source().m_text;
     const std::size_t begin = text.find_first_not_of(" \t\r\n");
-    return file.m_name.ends_with(".json") || (begin != text.npos && (text[begin] == '{' || text[begin] == '['));
+    return file.m_name.ends_with(".json") ||
+           (begin != std::string_view::npos && (text[begin] == '{' || text[begin] == '['));
 }
 
 // What is wrong with the JSON, at a place in it.

@@ -164,7 +164,7 @@ std::vector<std::string> FilesOfModules(const std::vector<std::string>& modules)
             files.push_back(module);
         else
             for (const std::string& folder : ListOf(s_foldersVariable))
-                files.push_back(folder + "/" + module);
+                files.emplace_back(folder).append("/").append(module);
     for (const std::string& module : modules)
         files.push_back(PathOfGiven(module));
     return files;

@@ -33,8 +33,8 @@ using language::JsonKind;
 using language::JsonTape;
 using language::JsonValue;
 
-constexpr int s_indent = 4;
-constexpr int s_maxIndentedDepth = 16; // as of data sources that are written
+constexpr std::size_t s_indent = 4;
+constexpr std::size_t s_maxIndentedDepth = 16; // as of data sources that are written
 
 SubString Of(std::string_view text)
 {
@@ -149,7 +149,7 @@ private:
     void BreakLine()
     {
         Put("\n");
-        m_source.m_text.append(static_cast<std::size_t>(s_indent * std::min(m_depth, s_maxIndentedDepth)), ' ');
+        m_source.m_text.append(s_indent * std::min(m_depth, s_maxIndentedDepth), ' ');
     }
 
     void Quoted(std::string_view text, std::size_t i)
@@ -391,7 +391,7 @@ private:
     {
         const std::size_t end = m_json[list].m_next;
         Put("[", list);
-        m_depth += isFlat ? 0 : 1;
+        m_depth += isFlat ? 0U : 1U;
         std::size_t count = 0;
         for (std::size_t i = list + 1; i < end; ++count)
         {
@@ -402,7 +402,7 @@ private:
             write(i, count);
             i = m_json[m_json[i].m_kind == JsonKind::Name ? i + 1 : i].m_next;
         }
-        m_depth -= isFlat ? 0 : 1;
+        m_depth -= isFlat ? 0U : 1U;
         if (!isFlat && count > 0)
             BreakLine();
         MarkEnd(list);
@@ -537,7 +537,7 @@ private:
 
     const JsonTape& m_json;
     SourceOfJson m_source;
-    int m_depth = 0;
+    std::size_t m_depth = 0;
 };
 
 } // namespace
