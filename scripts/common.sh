@@ -58,7 +58,7 @@ build() {
     [ $# -eq 0 ] || targets=(--target "$@")
     echo "Building $preset"
     if ! { cmake --preset "$preset" "${options[@]}" && cmake --build --preset "$preset" "${targets[@]}"; } >"$log" 2>&1; then
-        grep -E -A12 'error|FAILED|CMake Error' "$log" | head -n 80 || tail -n 40 "$log"
+        grep -E -A12 'error:|^FAILED|CMake Error' "$log" | head -n 80 || tail -n 40 "$log"
         echo "The whole log: $log"
         return 1
     fi
