@@ -76,8 +76,50 @@ void ForEachField(const DumpedClass& dumped, void (*apply)(ReflectionByteCode, v
         apply({field.m_bc, dumped.m_class.m_stringTable}, instance + field.m_offset);
 }
 
+// Defaults may say of each other that they are made, without an end, which no program's do. What is deeper than this,
+// or more in one creation, is left as it is without.
+constexpr int s_maxDefaultsDepth = 64;
+constexpr int s_maxDefaults = 100'000;
+
+// What is being created on a thread, one in the other.
+struct Creation
+{
+    int m_numInstances = 0;
+    int m_defaultsDepth = 0;
+    int m_numDefaults = 0;
+};
+thread_local Creation s_creation;
+
+class OneInstance
+{
+public:
+    OneInstance()
+    {
+        if (s_creation.m_numInstances++ == 0)
+            s_creation.m_numDefaults = 0;
+    }
+    OneInstance(const OneInstance&) = delete;
+    OneInstance& operator=(const OneInstance&) = delete;
+    ~OneInstance() { --s_creation.m_numInstances; }
+};
+
+class OneDefault
+{
+public:
+    OneDefault() { ++s_creation.m_defaultsDepth, ++s_creation.m_numDefaults; }
+    OneDefault(const OneDefault&) = delete;
+    OneDefault& operator=(const OneDefault&) = delete;
+    ~OneDefault() { --s_creation.m_defaultsDepth; }
+
+    static bool IsAllowed()
+    {
+        return s_creation.m_defaultsDepth < s_maxDefaultsDepth && s_creation.m_numDefaults < s_maxDefaults;
+    }
+};
+
 void ConstructInstance(const DumpedClass& dumped, char* instance)
 {
+    const OneInstance one;
     std::memset(instance, 0, static_cast<std::size_t>(dumped.m_class.m_size));
     const DumpedClass* const self = &dumped;
     std::memcpy(instance, &self, sizeof self);
@@ -85,6 +127,9 @@ void ConstructInstance(const DumpedClass& dumped, char* instance)
     for (const DumpedClass::Default& member : dumped.m_defaults)
         try
         {
+            if (!OneDefault::IsAllowed())
+                break;
+            const OneDefault inner;
             ExpressionParser parser;
             parser.Init(SubString(member.m_text));
             ParseVariable(parser, member.m_type, instance + member.m_offset);

@@ -613,6 +613,9 @@ const OperandRow s_operands[] = {
     {"1 + noneOf(item.n)", "noneOf", 5},
     {"(item.b ? item.none : 1) + 1", "+", 26}, // more than a path
     {"true && (item.b ? item.none : 1)", "&&", 6},
+    {"1 +/*c*/ item.none", "none", 15},
+    {"item.none/*(*/+ 1", "none", 6},
+    {"1 + item /*c*/ .none", "none", 17},
     {"has(store.items[abs(item.none)]) ? 1 : item.none + 1", "none", 45},
     {"has(store.items[abs(item.none)]) ? 1 : 1 / 0", "/", 42},
 };

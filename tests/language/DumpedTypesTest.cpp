@@ -158,6 +158,26 @@ TEST(DumpedTypes, AreReadAsTheyAreTold)
     CollectGarbage();
 }
 
+// Two of the class itself in each: without a limit, creation would have no end, and soon no memory.
+TEST(DumpedTypes, AreCreatedThoughTheirDefaultsHaveNoEnd)
+{
+    const auto next = [](const char* name)
+    {
+        return std::string("{ \"name\": \"") + name +
+               "\", \"default\": \"dumped::Endless{}\", \"type\": " + Type("handle", "\"name\": \"kelm::IObject\"") +
+               " }";
+    };
+    EXPECT_EQ(RegisterDumpedTypes(
+                  CatalogueOf("\"classes\": [ { \"name\": \"dumped::Endless\", \"interfaces\": [ \"kelm::IObject\" ], "
+                              "\"creatable\": true, \"members\": [ " +
+                              next("left") + ", " + next("right") + " ] } ]")),
+              "");
+    ExpressionParser parser;
+    parser.Init("dumped::Endless {}");
+    EXPECT_NE(ParseDataSource(parser), nullptr);
+    CollectGarbage();
+}
+
 } // namespace
 
 } // namespace kelm::language

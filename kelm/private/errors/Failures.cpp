@@ -52,7 +52,7 @@ std::size_t PlaceOfArgument(std::string_view text, std::size_t function, std::si
     const char* const end = text.data() + text.size();
     text::Lexeme token;
     int64 depth = 0;
-    while (text::Scan(p, end, false, token) && token.m_kind != TOKEN_END)
+    while (text::ScanToken(p, end, false, token) && token.m_kind != TOKEN_END)
     {
         if (depth == 1 && index == 0 && token.m_kind != TOKEN_COMMA)
             return static_cast<std::size_t>(token.m_start - text.data());
@@ -79,7 +79,7 @@ std::vector<text::Lexeme> TokensOf(std::string_view text)
     std::vector<text::Lexeme> tokens(1);
     const char* const end = text.data() + text.size();
     const char* p = text.data();
-    while (text::Scan(p, end, false, tokens.back()) && tokens.back().m_kind != TOKEN_END)
+    while (text::ScanToken(p, end, p == text.data(), tokens.back()) && tokens.back().m_kind != TOKEN_END)
     {
         p = tokens.back().m_past;
         tokens.emplace_back();
