@@ -79,7 +79,7 @@ void ForEachField(const DumpedClass& dumped, void (*apply)(ReflectionByteCode, v
 // Defaults may say of each other that they are made, without an end, which no program's do. What is deeper than this,
 // or more in one creation, is left as it is without.
 constexpr int s_maxDefaultsDepth = 64;
-constexpr int s_maxDefaults = 100'000;
+constexpr int s_maxDefaults = 2'000;
 
 // What is being created on a thread, one in the other.
 struct Creation
