@@ -92,7 +92,7 @@ char* Writer::WriteUnderlying(char* p, ReflectionByteCode type, const void* data
     switch (kind)
     {
     case VK_NONE: KELM_ASSERT(kind != VK_NONE); break;
-    case VK_VOID: break;
+    case VK_VOID: break; // of which an array may hold any number
     case VK_SCALAR:
         return VisitScalarType(
             type.GetCode(), [&]<class T>(std::type_identity<T>) { return WriteScalar<T>(p, data); }, [&] { return p; });
@@ -110,7 +110,7 @@ char* Writer::WriteUnderlying(char* p, ReflectionByteCode type, const void* data
     case VK_PREF: return WriteReference(p, *static_cast<const prefbase*>(data));
     case VK_FOREIGN: return WriteForeign(p, type.GetForeignType(), data, before);
     }
-    return p;
+    return m_room.MakeRoom(p);
 }
 
 namespace

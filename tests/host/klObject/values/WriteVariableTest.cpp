@@ -352,6 +352,19 @@ TEST(WriteContainers, WritesListsOfAnyLengthAndDepth)
     EXPECT_EQ(ToStdString(os.GetString()), std::string(depth, '[') + "true" + std::string(depth, ']'));
 }
 
+// Nothing is written of an element, and as many commas as there are between them.
+TEST(WriteContainers, WritesArraysOfVoids)
+{
+    constexpr int32 count = 100'000;
+    uint8 bc[6] = {FT_ARRAY};
+    std::memcpy(bc + 1, &count, sizeof count);
+    bc[5] = FT_VOID;
+    StringStream os(64);
+    const char none = 0;
+    WriteVariable(os, ReflectionByteCode(bc, nullptr), &none);
+    EXPECT_EQ(ToStdString(os.GetString()), "[" + std::string(count - 1, ',') + "]");
+}
+
 TEST(WriteClass, PassesOverDroppedFields)
 {
     EXPECT_EQ(Text(Versioned{1, 2, 3}), "Versioned{m_first=1 m_late=3}");
