@@ -327,6 +327,25 @@ TEST(Memory, OfReadingIsTheObjectsOwnWithinATenth)
     }
 }
 
+TEST(Memory, OfATextIsFreedWhereAnotherValueTakesItsPlace)
+{
+    const std::string longText(1000, 'x');
+    for (const char* text : {"1", "(2.5)", "true", "-(7)", "'b'", "is_int(1)", "1 + 2", "1 < 2"})
+    {
+        const auto evaluate = [&]
+        {
+            KSValue value(xstring(longText.c_str()));
+            KSParser parser;
+            parser.Init(SubString(text));
+            parser.ParseExpression(value);
+        };
+        evaluate();
+        const std::size_t before = GetAllocationCounts().m_liveBytes;
+        evaluate();
+        EXPECT_EQ(GetAllocationCounts().m_liveBytes, before) << text;
+    }
+}
+
 TEST(Memory, OfReadingIsFreedWithTheObjects)
 {
     RegisterMeasuredTypes();

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <string>
 
 namespace watch
@@ -87,6 +89,31 @@ TEST(EvaluationBorder, ShowsTheTokenWhoseValueTakesThePlaceOfAnother)
         Onlooker::s_parser = nullptr;
         EXPECT_EQ(Onlooker::s_seen, row.m_seen) << row.m_text;
     }
+}
+
+// Leaves with what a handler of the fault sees of the parser.
+void DivideAndLook(const char* text)
+{
+    std::signal(SIGFPE,
+                [](int)
+                {
+                    const KSParser& parser = *Onlooker::s_parser;
+                    const bool isThere = ToStdString(parser.m_prevToken.m_str) == "1" || //
+                                         ToStdString(parser.m_prevToken.m_str) == "1.0";
+                    std::_Exit(isThere && ToStdString(parser.m_token.m_str) == "+" ? 42 : 1);
+                });
+    KSParser parser;
+    Onlooker::s_parser = &parser;
+    parser.Init(SubString(text));
+    KSValue value;
+    parser.ParseExpression(value);
+}
+
+TEST(EvaluationBorderDeathTest, ShowsTheTokenBehindADivisionThatFaults)
+{
+    for (const char* text : {"(-9223372036854775807 - 1) / -1 + 2", "(-9223372036854775807 - 1) % -1 + 2",
+                             "-9223372036854775808.0 / -1.0 + 2", "(-9223372036854775807 - 1) / -1.0 + 2"})
+        EXPECT_EXIT(DivideAndLook(text), ::testing::ExitedWithCode(42), "") << text;
 }
 
 TEST(EvaluationBorder, ValuesAreDestroyedWithTheirVariable)

@@ -325,6 +325,7 @@ TEST(Expression, IsReadNoFurtherThanItsText)
         "a.b::c.d[ 0x0 ](1, 'x', \"y\")->e == len(\"\\\\\") && !false || ~7 << 2 >= 1e+10",
         "000000000000000000000000000001234567890123456789012345678901234567890",
         "'\\x4' + '\\U0010FFFF' + \"\\q",
+        "1 + / 2 - /* a */ 3 / // b",
     };
     for (const std::string& text : texts)
         for (std::size_t begin = 0; begin < text.size(); ++begin)

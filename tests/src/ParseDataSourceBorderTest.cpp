@@ -51,6 +51,7 @@ struct Onlooker
 };
 
 using Choice = kelm::xvariant<kelm::int32, Onlooker>;
+using Other = kelm::xvariant<Onlooker, kelm::int32>; // a new one holds an onlooker
 
 // More than a map's key takes on the stack.
 struct LargeKey
@@ -79,8 +80,10 @@ struct Whole
 {
     kelm::xvector<Onlooker> ours;
     kelm::xvector<Choice> choices;
+    kelm::xvector<Other> others;
     Choice choice;
     kelm::xmap<kelm::int32, Onlooker> byNumber;
+    kelm::xmap<Onlooker, kelm::int32> numbers;
     std::vector<Onlooker> list;
     std::map<int, Onlooker> map;
     std::optional<Onlooker> perhaps;
@@ -98,13 +101,14 @@ inline constexpr bool kelm::IsRelocatable<border::Onlooker> = true;
 
 KELM_CLASS(border::Onlooker, KELM_MODEL(id))
 KELM_VARIANT(border::Choice, "number", "onlooker")
+KELM_VARIANT(border::Other, "onlooker", "number")
 KELM_CLASS(border::LargeKey, KELM_MODEL(numbers))
 KELM_ENUM(border::Colour, KELM_VALUE(RED), KELM_VALUE(GREEN))
 KELM_CLASS(border::Inner, KELM_MODEL(flag), KELM_MODEL(number), KELM_MODEL(colour), KELM_MODEL(name),
            KELM_MODEL(numbers), KELM_MODEL(lists))
-KELM_CLASS(border::Whole, KELM_MODEL(ours), KELM_MODEL(choices), KELM_MODEL(choice), KELM_MODEL(byNumber),
-           KELM_MODEL(list), KELM_MODEL(map), KELM_MODEL(perhaps), KELM_MODEL(either), KELM_MODEL(byOnlooker),
-           KELM_MODEL(byLargeKey), KELM_MODEL(inner), KELM_MODEL(behind))
+KELM_CLASS(border::Whole, KELM_MODEL(ours), KELM_MODEL(choices), KELM_MODEL(others), KELM_MODEL(choice),
+           KELM_MODEL(byNumber), KELM_MODEL(numbers), KELM_MODEL(list), KELM_MODEL(map), KELM_MODEL(perhaps),
+           KELM_MODEL(either), KELM_MODEL(byOnlooker), KELM_MODEL(byLargeKey), KELM_MODEL(inner), KELM_MODEL(behind))
 
 namespace kelm
 {
@@ -140,8 +144,10 @@ TEST(ReadingBorder, ShowsTheTokenWhoseValueIsMade)
     } rows[] = {
         {"{ ours = [{ id = 1 }, { id = 2 }] }", "+{@10 +{@22 ", "+{@10 +{@22 "},
         {"{ choices = [onlooker { id = 1 }, number 7, onlooker {}] }", "+{@22 +{@53 ", "+{@22 +{@53 "},
+        {"{ others = [number 7, number 8] }", "+number@12 +number@22 ", "+number@12 +number@22 "},
         {"{ choice = onlooker { id = 1 } }", "+{@20 ", "+{@20 "},
         {"{ byNumber = [1 -> { id = 1 }, 2 -> {}] }", "+{@19 +{@36 ", ""},
+        {"{ numbers = [{ id = 1 } -> 10] }", "+[@12 ", "+[@12 "}, // one key for the whole map, never destroyed
         {"{ list = [{ id = 1 }, {}] }", "+{@10 +{@22 -{@22 ", "-[@9 -[@9 +{@10 +{@22 "},
         {"{ map = [1 -> { id = 1 }, 2 -> {}] }", "+{@14 +{@31 ", "-[@8 -[@8 +{@14 +{@31 "},
         {"{ perhaps = { id = 1 } }", "+{@12 ", "-{@12 +{@12 "},

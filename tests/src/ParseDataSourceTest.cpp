@@ -299,6 +299,19 @@ TEST_F(ClassBody, IsNamedOrPositionalAndMayBeginWithASuffixOfTheClassName)
     }
 }
 
+// A class that is registered nowhere may have any name, of which what is a qualified name counts.
+TEST_F(ClassBody, MayBeginWithASuffixOfAnyName)
+{
+    const ReflectedClass rc = {.m_name = "hand.odd::Bare<int>", .m_size = sizeof(hand::Bare)};
+    hand::Bare bare;
+    for (const char* text : {"Bare {}", "odd.Bare {}", "hand::odd::Bare {}"})
+    {
+        ExpressionParser parser;
+        parser.Init(SubString(text));
+        EXPECT_NO_THROW(ParseClassVariable(parser, rc, &bare)) << text;
+    }
+}
+
 TEST_F(ClassBody, IsRefusedWhereItBreaksTheGrammar)
 {
     const FailingText rows[] = {

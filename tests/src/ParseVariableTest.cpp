@@ -317,6 +317,18 @@ TEST_F(ImpossibleTypes, IncludeATypedefThatNobodyHasDescribed)
     EXPECT_TRUE(FailsAssertion([&] { Fill(object, "{ unknownTypedef = 1 }"); }, "r", "src/ParseDataSource"));
 }
 
+// The parser is left at the element that would have been read.
+TEST_F(ImpossibleTypes, IncludeElementsOfATypedefThatNobodyHasDescribed)
+{
+    static constexpr uint8 s_byteCode[] = {FT_VECTOR, FT_TYPEDEF, 0, 0};
+    static constexpr ConstStringZ s_names[] = {"hand::Undescribed"};
+    VectorOfByte elements;
+    ExpressionParser parser;
+    parser.Init("[7]");
+    EXPECT_THROW(ParseVariable(parser, {s_byteCode, s_names}, &elements), KelmAssertionError);
+    EXPECT_EQ(ToStdString(parser.m_token.m_str), "7");
+}
+
 TEST_F(ImpossibleTypes, IncludeNone)
 {
     static constexpr ReflectedModelField s_fields[] = {{"none", 0, nullptr, 0, -1, nullptr}};

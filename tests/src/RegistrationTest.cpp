@@ -6,7 +6,9 @@
 #include <klKelmScript/KSValue.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
+#include <klObject/objects/prefbase.h>
 #include <klObject/types/Registry.h>
+#include <klPersistStore/ObjectStore.h>
 #include <klPersistStore/Target.h>
 #include <support/Expect.h>
 
@@ -81,6 +83,36 @@ TEST(RegistrationDeathTest, PublishesEverythingUnderTheModulesTarget)
                       &_GetReflected(static_cast<const ReflectedValue*>(nullptr)));
             EXPECT_EQ(GetReflectedGlobalFunctions().size(), 3);
             EXPECT_NE(TryFindReflectedInterface("kelm::IObject"), nullptr); // what the module stands on
+        });
+}
+
+class CountingStore final : public IObjectStore
+{
+public:
+    ptr<IPersistable> Load(ObjectId) override
+    {
+        ++m_loads;
+        return nullptr;
+    }
+    ObjectId Store(ptr<IPersistable>) override { return 0; }
+
+    int m_loads = 0;
+};
+
+TEST(RegistrationDeathTest, LetsReferencesLoadFromTheStore)
+{
+    RunAlone(
+        []
+        {
+            CountingStore store;
+            SetObjectStore(&store);
+            prefbase reference;
+            reference.SetObjectId(7);
+            reference.Get();
+            EXPECT_EQ(store.m_loads, 0);
+            Register_Project_klKelmScript();
+            reference.Get();
+            EXPECT_EQ(store.m_loads, 1);
         });
 }
 

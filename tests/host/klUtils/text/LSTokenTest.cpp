@@ -161,6 +161,8 @@ TEST(FloatLiterals, ReadTheNearestDouble)
                 {"1e-99999999999999999999", 0.0},
                 {"0e99999999999999999999", 0.0},
                 {"0.0e400", 0.0},
+                {".0e400", 0.0}, // no digit counts
+                {"." + std::string(30, '0'), 0.0},
                 {"0." + std::string(18, '0'), 0.0},
                 {"0." + std::string(19, '0'), 0.0}, // no digit is left when leading zeros are not counted
                 {std::string(30, '0') + "." + std::string(30, '0') + "e5", 0.0},
