@@ -2,11 +2,10 @@
 
 #include <kelmLanguage/DumpedTypes.h>
 
-#include <kelmLanguage/Types.h>
 #include <kelmLanguage/private/DumpedForeign.h>
+#include <kelmLanguage/private/Measure.h>
 
 #include <klKelmScript/ParseDataSource.h>
-#include <klObject/describe/Describe.h>
 #include <klObject/objects/GcObject.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/Registry.h>
@@ -17,13 +16,10 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstring>
 #include <deque>
 #include <map>
 #include <memory>
-#include <optional>
-#include <stdexcept>
 #include <utility>
 #include <vector>
 
@@ -35,17 +31,8 @@ namespace
 
 using namespace dumped;
 
-// Why a catalogue cannot be registered.
-struct Unregistrable
-{
-    std::string m_why;
-};
-
 // How many types have functions of their own.
-constexpr std::size_t s_maxClasses = 400;
-constexpr ssize_t s_maxSize = ssize_t{1} << 30;
-constexpr std::size_t s_maxDepth = 400; // of types in types
-constexpr ssize_t s_instanceHeader = 16;
+constexpr std::size_t s_maxClasses = 2000;
 
 // --- Classes
 
@@ -63,6 +50,7 @@ struct DumpedClass
         ReflectionByteCode m_type;
         ssize_t m_offset;
         ConstStringZ m_text;
+        ConstStringZ m_member;
     };
     std::vector<Default> m_defaults;
 };
@@ -117,6 +105,12 @@ public:
     }
 };
 
+void ReadDefault(ExpressionParser& parser, const DumpedClass::Default& member, void* variable)
+{
+    parser.Init(SubString(member.m_text));
+    ParseVariable(parser, member.m_type, variable);
+}
+
 void ConstructInstance(const DumpedClass& dumped, char* instance)
 {
     const OneInstance one;
@@ -131,10 +125,10 @@ void ConstructInstance(const DumpedClass& dumped, char* instance)
                 break;
             const OneDefault inner;
             ExpressionParser parser;
-            parser.Init(SubString(member.m_text));
-            ParseVariable(parser, member.m_type, instance + member.m_offset);
+            ReadDefault(parser, member, instance + member.m_offset);
         }
-        catch (const LexScannerException&) // a default that no text gives
+        // They could be read when they were registered. What a module creates for one need not be the same each time.
+        catch (const LexScannerException&)
         {
         }
         catch (const KelmAssertionError&)
@@ -191,6 +185,12 @@ void ConstructInstances(const DumpedClass& dumped, void* dst, ssize_t stride, ss
         ConstructInstance(dumped, static_cast<char*>(dst) + i * stride);
 }
 
+void DestructInstances(void* first, ssize_t stride, ssize_t count)
+{
+    for (ssize_t i = 0; i < count; ++i)
+        DestructInstance(static_cast<char*>(first) + i * stride);
+}
+
 template <std::size_t I>
 struct ClassOps
 {
@@ -200,31 +200,28 @@ struct ClassOps
         ConstructInstances(*s_classes[I], dst, stride, count);
     }
 };
-
-template <std::size_t I>
-void FillClass(DumpedClass& dumped, bool isCreatable)
+struct NumberedClassFns
 {
-    dumped.m_ops.m_ConstructArrayFn = ClassOps<I>::Construct;
-    if (isCreatable)
-        dumped.m_class.m_createFn = ClassOps<I>::Create;
-}
-
+    ptr<IObject> (*Create)();
+    void (*Construct)(void*, ssize_t, ssize_t);
+};
 template <std::size_t... Is>
-constexpr auto MakeFillForeign(std::index_sequence<Is...>)
+constexpr auto MakeClassFns(std::index_sequence<Is...>)
 {
-    return std::array<void (*)(DumpedForeign&), sizeof...(Is)>{FillForeign<Is>...}; // more than can be deduced
+    // More than can be deduced.
+    return std::array<NumberedClassFns, sizeof...(Is)>{
+        NumberedClassFns{ClassOps<Is>::Create, ClassOps<Is>::Construct}...};
 }
-template <std::size_t... Is>
-constexpr auto MakeFillClass(std::index_sequence<Is...>)
-{
-    return std::array<void (*)(DumpedClass&, bool), sizeof...(Is)>{FillClass<Is>...};
-}
-constexpr auto s_fillForeign = MakeFillForeign(std::make_index_sequence<s_maxForeign>());
-constexpr auto s_fillClass = MakeFillClass(std::make_index_sequence<s_maxClasses>());
+constexpr auto s_classFns = MakeClassFns(std::make_index_sequence<s_maxClasses>());
 std::size_t s_numClasses = 0;
+
+std::size_t s_numForeign = 0;
 
 // Each once: a number stands for a type.
 std::deque<std::pair<TypeNode, DumpedForeign*>> s_knownForeign;
+
+// Enumerations of other widths than 32 bits, which are in no registry.
+std::map<std::string, const DumpedForeign*, std::less<>> s_foreignEnums;
 
 // A string of the standard library's: one of ours, which may be moved as bytes.
 constexpr ForeignTextFns s_textFns = {
@@ -278,6 +275,76 @@ constexpr NamedCode s_scalars[] = {
     {"char8", FT_CHAR8},   {"char16", FT_CHAR16},
 };
 
+// What is of the same form and has no parts of other types, is the same for all of them.
+bool IsCopiedAsBytes(const TypeNode& node)
+{
+    constexpr TypeKind kinds[] = {TypeKind::Bool, TypeKind::Integer, TypeKind::Float, TypeKind::Character,
+                                  TypeKind::Enum};
+    return std::find(std::begin(kinds), std::end(kinds), node.m_kind) != std::end(kinds) && !node.m_isStandard;
+}
+
+// Of a type whose form, size, parts and names are known: the rest, and a number.
+void FillForeign(DumpedForeign& foreign, const TypeNode& node)
+{
+    if (s_numForeign == s_maxForeign)
+        throw Unregistrable{"there are more than " + std::to_string(s_maxForeign) +
+                            " types of the standard library's and of maps"};
+    const std::size_t number = s_numForeign++;
+    s_foreign[number] = &foreign;
+    ForeignType& type = foreign.m_type;
+    type.Construct = s_numberedFns[number].Construct;
+    type.Exchange = ExchangeValues;
+    type.m_parts = foreign.m_parts.data();
+    type.m_numParts = static_cast<int32>(foreign.m_parts.size());
+    type.m_name = KeepText(node.m_text + "#" + std::to_string(number));
+    switch (type.GetForm())
+    {
+    case FF_TEXT:
+        foreign.m_text = node.m_kind == TypeKind::Enum ? s_enumFns : s_durationFns;
+        if (node.m_kind == TypeKind::Enum)
+        {
+            foreign.m_text.m_what = KeepText(node.m_name);
+            foreign.m_text.m_names = foreign.m_names.data();
+            foreign.m_text.m_numNames = static_cast<ssize_t>(foreign.m_names.size());
+        }
+        else
+        {
+            foreign.m_text.IsBeyondRange = s_numberedFns[number].IsBeyondRange;
+            if (foreign.m_tick == 0)
+                foreign.m_text.Compare = CompareNumbers<&NumberValue::m_fraction>;
+        }
+        type.m_text = &foreign.m_text;
+        type.Destruct = DestructText;
+        break;
+    case FF_LIST:
+        foreign.m_list = node.m_kind == TypeKind::Tuple ? s_tupleFns : s_listFns;
+        if (node.m_kind == TypeKind::List && IsCopiedAsBytes(node.m_parts[0]))
+            foreign.m_list.AppendCopies = AppendBytes;
+        type.m_list = &foreign.m_list;
+        type.Destruct = node.m_kind == TypeKind::Tuple ? DestructTuple : DestructList;
+        break;
+    case FF_MAP:
+        foreign.m_map = s_mapFns;
+        foreign.m_ownMap = {InsertIntoOurs, type.Construct, DestructMap, CountEntries,
+                            ForEachEntry,   FindEntry,      EraseEntry};
+        type.m_map = &foreign.m_map;
+        type.Exchange = ExchangeMaps;
+        type.Destruct = DestructMap;
+        break;
+    case FF_CHOICE:
+        foreign.m_choice = s_choiceFns;
+        foreign.m_choice.m_isPointer = node.m_isPointer;
+        if (node.m_kind == TypeKind::Choice)
+        {
+            foreign.m_choice.m_names = foreign.m_names.data();
+            foreign.m_choice.Reset = nullptr;
+        }
+        type.m_choice = &foreign.m_choice;
+        type.Destruct = ResetChoice;
+        break;
+    }
+}
+
 // The byte code of types that share a string table.
 class Emitter
 {
@@ -317,6 +384,8 @@ private:
     {
         const auto code = [&](ETypeByteCode c) { type.m_bytes.push_back(c); };
         const auto name = [&](ETypeByteCode c) { Index(type, c, KeepText(node.m_name)); };
+        if (node.m_isConst)
+            code(FT_CONST);
         switch (node.m_kind)
         {
         case TypeKind::Void:
@@ -329,8 +398,11 @@ private:
             if (node.m_isStandard)
                 return Index(type, FT_FOREIGN, &s_text.m_form);
             return code(node.m_name == "string16" ? FT_STRING16 : FT_STRING8);
-        case TypeKind::Duration: return Index(type, FT_FOREIGN, &s_foreignType<std::chrono::nanoseconds>.m_form);
-        case TypeKind::Enum: return name(FT_ENUM);
+        case TypeKind::Duration: return Foreign(type, node, FF_TEXT, sizeof(NumberValue));
+        case TypeKind::Enum:
+            if (node.m_isStandard)
+                return Index(type, FT_FOREIGN, &s_foreignEnums.find(node.m_name)->second->m_type.m_form);
+            return name(FT_ENUM);
         case TypeKind::Class: return name(FT_CLASS);
         case TypeKind::Variant: return name(FT_VARIANT);
         case TypeKind::Typedef: return name(FT_TYPEDEF);
@@ -339,18 +411,22 @@ private:
             for (int shift = 0; shift < 32; shift += 8)
                 type.m_bytes.push_back(static_cast<uint8>(static_cast<uint64>(node.m_count) >> shift));
             return Append(type, node.m_parts[0]);
-        case TypeKind::List: code(FT_VECTOR); return Append(type, node.m_parts[0]);
-        case TypeKind::Set:
-            if (!node.m_isStandard)
-                type.m_fns.push_back({.setFns = &s_noSet});
-            code(node.m_isStandard ? FT_VECTOR : FT_SET);
+        case TypeKind::List:
+            if (node.m_isStandard)
+                return Foreign(type, node, FF_LIST, sizeof(ListValue));
+            code(node.m_isDynamic ? FT_DYNARRAY : FT_VECTOR);
             return Append(type, node.m_parts[0]);
-        case TypeKind::Tuple:
-            return Foreign(type, node, FF_LIST, static_cast<ssize_t>(sizeof(void*) * node.m_parts.size()));
+        case TypeKind::Set:
+            if (node.m_isStandard)
+                return Foreign(type, node, FF_MAP, sizeof(Entries*));
+            type.m_fns.push_back({.setFns = &s_noSet});
+            code(FT_SET);
+            return Append(type, node.m_parts[0]);
+        case TypeKind::Tuple: return Foreign(type, node, FF_LIST, SizeOfTuple(node.m_parts.size()));
         case TypeKind::Map:
             if (node.m_isStandard)
-                return Foreign(type, node, FF_MAP, sizeof(void*));
-            type.m_fns.push_back({.mapFns = &ForeignOf(node, FF_MAP, sizeof(void*)).m_ownMap});
+                return Foreign(type, node, FF_MAP, sizeof(Entries*));
+            type.m_fns.push_back({.mapFns = &ForeignOf(node, FF_MAP, sizeof(Entries*)).m_ownMap});
             code(FT_MAP);
             Append(type, node.m_parts[0]);
             return Append(type, node.m_parts[1]);
@@ -394,215 +470,17 @@ private:
             foreign.m_parts.push_back({part->m_bytes.data(), names, part->m_fns.data()});
         for (const std::string& name : node.m_names)
             foreign.m_names.push_back(KeepText(name));
+        foreign.m_tick = node.m_count;
 
         // What the parts are made of has numbers by now.
-        const std::size_t number = s_knownForeign.size();
-        if (number == s_maxForeign)
-            throw Unregistrable{"there are more than " + std::to_string(s_maxForeign) + " types of maps and optionals"};
-        s_knownForeign.emplace_back(node, &foreign);
-        s_foreign[number] = &foreign;
-        s_fillForeign[number](foreign);
-        if (node.m_kind == TypeKind::Choice)
-        {
-            foreign.m_choice.m_names = foreign.m_names.data();
-            foreign.m_choice.Reset = nullptr;
-        }
         foreign.m_type.m_form = form;
         foreign.m_type.m_size = size;
-        foreign.m_type.m_parts = foreign.m_parts.data();
-        foreign.m_type.m_numParts = static_cast<int32>(foreign.m_parts.size());
-        foreign.m_type.m_list = form == FF_LIST ? &foreign.m_list : nullptr;
-        foreign.m_type.m_map = form == FF_MAP ? &foreign.m_map : nullptr;
-        foreign.m_type.m_choice = form == FF_CHOICE ? &foreign.m_choice : nullptr;
-        foreign.m_type.m_name = KeepText(node.m_text + "#" + std::to_string(number));
+        FillForeign(foreign, node);
+        s_knownForeign.emplace_back(node, &foreign);
         return foreign;
     }
 
     std::vector<ConstStringZ> m_names;
-};
-
-// Whether types can be made of a catalogue, however wrong that is, and how much memory their variables take.
-class Measure
-{
-public:
-    explicit Measure(const TypeCatalogue& catalogue) : m_types(catalogue) {}
-
-    // Everything of the catalogue. Throws.
-    void Check()
-    {
-        const TypeCatalogue& catalogue = m_types.GetCatalogue();
-        for (const CatalogueEnum& entry : catalogue.m_enums)
-            CheckName(entry);
-        for (const CatalogueTypedef& entry : catalogue.m_typedefs)
-        {
-            CheckName(entry);
-            CheckParts(entry.m_type);
-        }
-        for (const CatalogueVariant& entry : catalogue.m_variants)
-        {
-            CheckName(entry);
-            if (entry.m_alternatives.empty())
-                throw Unregistrable{"variant " + entry.m_name + " has no alternatives"};
-            for (const CatalogueAlternative& alternative : entry.m_alternatives)
-                CheckParts(alternative.m_type);
-        }
-        for (const CatalogueClass& entry : catalogue.m_classes)
-        {
-            CheckName(entry);
-            for (const std::string& base : entry.m_bases)
-                if (const CatalogueClass* const found = m_types.FindClass(base);
-                    found != nullptr && m_types.IsDerived(*found, entry.m_name))
-                    throw Unregistrable{"class " + entry.m_name + " is its own base"};
-            for (const CatalogueMember& member : entry.m_members)
-                CheckParts(member.m_type);
-        }
-        // All names mean something by now.
-        for (const CatalogueTypedef& entry : catalogue.m_typedefs)
-            RoomOf(entry);
-        for (const CatalogueVariant& entry : catalogue.m_variants)
-            RoomOf(entry);
-        for (const CatalogueClass& entry : catalogue.m_classes)
-            RoomOf(entry);
-    }
-
-    static ssize_t Aligned(ssize_t size) { return (size + 15) / 16 * 16; }
-
-    // Of a variable, at the most.
-    ssize_t SizeOf(const TypeNode& node) { return RoomOf(node).m_size; }
-    ssize_t SizeOf(const CatalogueVariant& entry) { return RoomOf(entry).m_size; }
-
-private:
-    struct Room
-    {
-        ssize_t m_size;
-        ssize_t m_whole; // with what a new one has elsewhere
-    };
-
-    void CheckName(const CatalogueEntry& entry)
-    {
-        if (entry.m_name.find('\0') != std::string::npos || !m_rooms.try_emplace(entry.m_name).second)
-            throw Unregistrable{"'" + entry.m_name + "' cannot be the name of a type"};
-    }
-
-    // Of lists and the like too, which take no room themselves.
-    void CheckParts(const TypeNode& node) const
-    {
-        const ConstStringZ name = node.m_name.c_str();
-        bool isThere = true;
-        switch (node.m_kind)
-        {
-        case TypeKind::Class: isThere = m_types.FindClass(node.m_name) || TryFindReflectedClass(name); break;
-        case TypeKind::Enum: isThere = m_types.FindEnum(node.m_name) || TryFindReflectedEnum(name); break;
-        case TypeKind::Variant: isThere = m_types.FindVariant(node.m_name) || TryFindReflectedVariant(name); break;
-        case TypeKind::Typedef: isThere = m_types.FindTypedef(node.m_name) || TryFindReflectedTypedef(name); break;
-        default: break;
-        }
-        if (!isThere)
-            throw Unregistrable{"there is no type '" + node.m_name + "'"};
-        for (const TypeNode& part : node.m_parts)
-            CheckParts(part);
-    }
-
-    static Room Checked(Room room)
-    {
-        if (room.m_whole > s_maxSize)
-            throw Unregistrable{"a type is too large"};
-        return room;
-    }
-
-    // Each named type is measured once. While it is, it must not be met again.
-    template <class F>
-    Room Once(const std::string& name, F measure)
-    {
-        std::optional<Room>& known = m_rooms[name];
-        if (known)
-            return *known;
-        if (std::find(m_measured.begin(), m_measured.end(), name) != m_measured.end())
-            throw Unregistrable{"'" + name + "' is a part of itself"};
-        if (m_measured.size() == s_maxDepth)
-            throw Unregistrable{"types are nested too deep"};
-        m_measured.push_back(name);
-        const Room room = Checked(measure());
-        m_measured.pop_back();
-        return *(known = room);
-    }
-
-    Room RoomOf(const CatalogueTypedef& entry)
-    {
-        return Once(entry.m_name, [&] { return RoomOf(entry.m_type); });
-    }
-
-    Room RoomOf(const CatalogueClass& entry)
-    {
-        return Once(entry.m_name,
-                    [&]
-                    {
-                        Room room = {s_instanceHeader, s_instanceHeader};
-                        for (const CatalogueMember& member : entry.m_members)
-                        {
-                            const Room part = RoomOf(member.m_type);
-                            room = Checked({room.m_size + Aligned(part.m_size), room.m_whole + Aligned(part.m_whole)});
-                        }
-                        return room;
-                    });
-    }
-
-    Room RoomOf(const CatalogueVariant& entry)
-    {
-        return Once(entry.m_name,
-                    [&]
-                    {
-                        Room room = {0, 0};
-                        for (const CatalogueAlternative& alternative : entry.m_alternatives)
-                        {
-                            const Room part = RoomOf(alternative.m_type);
-                            room = {std::max(room.m_size, part.m_size), std::max(room.m_whole, part.m_whole)};
-                        }
-                        return Room{s_instanceHeader + Aligned(room.m_size), s_instanceHeader + Aligned(room.m_whole)};
-                    });
-    }
-
-    Room RoomOf(const TypeNode& node)
-    {
-        constexpr Room most = {32, 32}; // of all that is not told here
-        switch (node.m_kind)
-        {
-        case TypeKind::Array:
-        {
-            const Room part = RoomOf(node.m_parts[0]);
-            if (part.m_whole > 0 && node.m_count > s_maxSize / part.m_whole)
-                return Checked({0, s_maxSize + 1});
-            return {part.m_size * node.m_count, part.m_whole * node.m_count};
-        }
-        case TypeKind::Tuple:
-        {
-            Room room = {static_cast<ssize_t>(sizeof(void*) * node.m_parts.size()), 0};
-            room.m_whole = room.m_size;
-            for (const TypeNode& part : node.m_parts)
-                room = Checked({room.m_size, room.m_whole + RoomOf(part).m_whole});
-            return room;
-        }
-        case TypeKind::Choice: // holds its first alternative
-            return Checked({most.m_size, most.m_whole + (node.m_parts.empty() ? 0 : RoomOf(node.m_parts[0]).m_whole)});
-        case TypeKind::Class:
-            if (const ReflectedClass* const known = TryFindReflectedClass(node.m_name.c_str()))
-                return {known->m_size, known->m_size};
-            return RoomOf(*m_types.FindClass(node.m_name));
-        case TypeKind::Variant:
-            if (const ReflectedVariant* const known = TryFindReflectedVariant(node.m_name.c_str()))
-                return {known->m_size, known->m_size};
-            return RoomOf(*m_types.FindVariant(node.m_name));
-        case TypeKind::Typedef:
-            if (const CatalogueTypedef* const entry = m_types.FindTypedef(node.m_name))
-                return RoomOf(*entry);
-            return most;
-        default: return most;
-        }
-    }
-
-    Types m_types;
-    std::map<std::string, std::optional<Room>> m_rooms; // of named types, once they are known
-    std::vector<std::string> m_measured;                // those that are being measured
 };
 
 class Registrar
@@ -621,6 +499,9 @@ public:
             Register(entry);
         for (const CatalogueClass& entry : m_catalogue.m_classes)
             Register(entry);
+        for (const DumpedClass* const made : m_made)
+            for (const DumpedClass::Default& member : made->m_defaults)
+                CheckDefault(*made, member);
     }
 
 private:
@@ -638,10 +519,55 @@ private:
             throw Unregistrable{"'" + name + "' cannot be the name of a type"};
     }
 
+    // Each is read once, when all that it may name is there.
+    static void CheckDefault(const DumpedClass& dumped, const DumpedClass::Default& member)
+    {
+        std::string why;
+        void* const variable = NewVariable(member.m_type);
+        try
+        {
+            ExpressionParser parser;
+            ReadDefault(parser, member, variable);
+            if (parser.GetTokenType() != TOKEN_END)
+                why = "Unexpected text behind it";
+        }
+        catch (const LexScannerException& e)
+        {
+            why = e.what();
+        }
+        catch (const KelmAssertionError& e)
+        {
+            why = e.what();
+        }
+        DeleteVariable(member.m_type, variable);
+        if (!why.empty())
+            throw Unregistrable{"the default of member '" + std::string(member.m_member) + "' of class " +
+                                dumped.m_class.m_name + " cannot be read: " + why};
+    }
+
     // --- Registration
+
+    static void RegisterForeign(const CatalogueEnum& entry)
+    {
+        const auto [place, isNew] = s_foreignEnums.try_emplace(entry.m_name);
+        if (!isNew)
+            return;
+        DumpedForeign& foreign = Keep(DumpedForeign{});
+        place->second = &foreign;
+        foreign.m_type.m_form = FF_TEXT;
+        foreign.m_type.m_size = sizeof(NumberValue);
+        for (const CatalogueEnumerator& enumerator : entry.m_enumerators)
+        {
+            foreign.m_names.push_back(KeepText(enumerator.m_name));
+            foreign.m_values.push_back(enumerator.m_value);
+        }
+        FillForeign(foreign, {TypeKind::Enum, entry.m_name, entry.m_name});
+    }
 
     void Register(const CatalogueEnum& entry)
     {
+        if (entry.m_isStandard)
+            return RegisterForeign(entry);
         if (IsRegistered(entry.m_name))
             return;
         auto& names = Keep(std::vector<ConstStringZ>());
@@ -675,8 +601,8 @@ private:
         Emitter& emitter = Keep(Emitter());
         auto& fields = Keep(std::vector<ReflectedField>());
         for (const CatalogueAlternative& alternative : entry.m_alternatives)
-            fields.push_back(
-                {KeepText(alternative.m_name), s_instanceHeader, emitter.Emit(alternative.m_type).m_bytes.data()});
+            fields.push_back({KeepText(alternative.m_name), Measure::InstanceHeader,
+                              emitter.Emit(alternative.m_type).m_bytes.data()});
         auto& rv = Keep(ReflectedVariant{.m_name = KeepText(entry.m_name),
                                          .m_size = m_measure.SizeOf(entry),
                                          .m_fields = fields.data(),
@@ -693,7 +619,7 @@ private:
             throw Unregistrable{"there are more than " + std::to_string(s_maxClasses) + " classes"};
         DumpedClass& dumped = Keep(DumpedClass{});
         Emitter& emitter = Keep(Emitter());
-        ssize_t offset = s_instanceHeader;
+        ssize_t offset = Measure::InstanceHeader;
         for (const CatalogueMember& member : entry.m_members)
         {
             const Emitter::Type& type = emitter.Emit(member.m_type);
@@ -707,7 +633,7 @@ private:
                 dumped.m_fields.push_back({name, offset, type.m_bytes.data()});
             if (member.m_default)
                 dumped.m_defaults.push_back(
-                    {{type.m_bytes.data(), nullptr, type.m_fns.data()}, offset, KeepText(*member.m_default)});
+                    {{type.m_bytes.data(), nullptr, type.m_fns.data()}, offset, KeepText(*member.m_default), name});
             offset += Measure::Aligned(m_measure.SizeOf(member.m_type));
         }
         for (const std::string& base : entry.m_bases)
@@ -735,12 +661,17 @@ private:
         dumped.m_ops.m_size = offset;
         const std::size_t number = s_numClasses++;
         s_classes[number] = &dumped;
-        s_fillClass[number](dumped, entry.m_isCreatable);
+        dumped.m_ops.m_ConstructArrayFn = s_classFns[number].Construct;
+        dumped.m_ops.m_DestructArrayFn = DestructInstances;
+        if (entry.m_isCreatable)
+            rc.m_createFn = s_classFns[number].Create;
         Require(RegisterReflectedClass(&rc, nullptr), entry.m_name);
+        m_made.push_back(&dumped);
     }
 
     const TypeCatalogue& m_catalogue;
     Measure m_measure;
+    std::vector<const DumpedClass*> m_made;
 };
 
 } // namespace

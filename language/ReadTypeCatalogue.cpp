@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <limits>
 #include <type_traits>
+#include <unordered_set>
 
 namespace kelm::language
 {
@@ -40,6 +41,8 @@ public:
         const auto member = m_json.find(name);
         if (member != m_json.end())
             Reader(*member, m_way.empty() ? name : m_way + "." + name).Read(value);
+        else if constexpr (std::is_same_v<T, TypeNode> || std::is_same_v<T, TypeKind>)
+            Fail("has no " + std::string(name));
     }
     void operator()(const char* name, Opposite<bool> opposite) const
     {
@@ -55,7 +58,7 @@ public:
     }
 
 private:
-    [[noreturn]] void Fail(const char* what) const { throw NoCatalogue{m_way + " " + what}; }
+    [[noreturn]] void Fail(const std::string& what) const { throw NoCatalogue{m_way + " " + what}; }
 
     void Read(std::string& text) const
     {
@@ -112,9 +115,34 @@ private:
         ForEachField(row, *this);
         if constexpr (std::is_same_v<Row, TypeNode>)
             CheckParts(row);
-        else if constexpr (std::is_base_of_v<CatalogueEntry, Row>)
-            if (row.m_name.empty())
-                Fail("has no name");
+        else if (row.m_name.empty())
+            Fail("has no name");
+        if constexpr (std::is_same_v<Row, CatalogueClass>)
+            CheckNames("members", row.m_members);
+        else if constexpr (std::is_same_v<Row, CatalogueVariant>)
+            CheckNames("alternatives", row.m_alternatives);
+        else if constexpr (std::is_same_v<Row, CatalogueEnum>)
+        {
+            CheckNames("enumerators", row.m_enumerators);
+            CheckValues(row);
+        }
+    }
+
+    // No two of a name.
+    template <class Row>
+    void CheckNames(const char* what, const std::vector<Row>& rows) const
+    {
+        std::unordered_set<std::string_view> names;
+        for (const Row& row : rows)
+            if (!names.insert(row.m_name).second)
+                Fail("has two " + std::string(what) + " named '" + row.m_name + "'");
+    }
+
+    void CheckValues(const CatalogueEnum& entry) const
+    {
+        for (const CatalogueEnumerator& enumerator : entry.m_enumerators)
+            if (!entry.m_isStandard && enumerator.m_value != static_cast<int32>(enumerator.m_value))
+                Fail("gives '" + enumerator.m_name + "' a value of more than 32 bits");
     }
 
     // As many as the kind says.

@@ -5,7 +5,27 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <fstream>
+#include <ratio>
+
+namespace waits
+{
+
+struct Waits
+{
+    std::chrono::nanoseconds nano{};
+    std::chrono::hours hours{};
+    std::chrono::duration<int, std::ratio<1, 25>> frames{};
+    std::chrono::duration<long, std::ratio<604800>> weeks{};
+    std::chrono::duration<long, std::ratio<2629746>> months{};
+    std::chrono::duration<signed char, std::milli> few{};
+    std::chrono::duration<double> seconds{};
+};
+
+} // namespace waits
+
+KELM_DESCRIBE(waits::Waits, nano, hours, frames, weeks, months, few, seconds)
 
 namespace kelm::language
 {
@@ -31,6 +51,7 @@ const Types& RichTypes()
 std::string Shown(const TypeNode& type)
 {
     std::string text = (type.m_isConst ? "const " : "") + std::string(type.m_isStandard ? "std " : "") +
+                       (type.m_isDynamic ? "growing " : "") + (type.m_isPointer ? "pointer " : "") +
                        std::string(NameOf(type.m_kind));
     if (!type.m_name.empty())
         text += " " + type.m_name;
@@ -64,7 +85,7 @@ const MemberRow s_members[] = {
     {"rich::Scene", "extent", "variant rich::Extent", "rich::Extent", "none"},
     {"rich::Scene", "corners", "array[3](integer int32)", "int32[3]", "[1,2,3]"},
     {"rich::Scene", "shapes", "list(class rich::Shape)", "xvector<rich::Shape>", "[]"},
-    {"rich::Scene", "samples", "list(float float64)", "xdynarray<float64>", "[]"},
+    {"rich::Scene", "samples", "growing list(float float64)", "xdynarray<float64>", "[]"},
     {"rich::Scene", "rows", "map(integer int32, list(text string8))", "xmap<int32, xvector<xstring>>", "[]"},
     {"rich::Scene", "next", "handle kelm::IObject", "ptr<kelm::IObject>", "null"},
     {"rich::Scene", "length", "typedef rich::Metres", "rich::Metres", "2.5"},
@@ -73,7 +94,7 @@ const MemberRow s_members[] = {
     {"rich::Folder", "numbers", "set(integer int32)", "xset<int32>", "-"},
     {"rich::Order", "lines", "std list(class rich::Line)", "vector<rich::Line>", "[]"},
     {"rich::Order", "discount", "std optional(float float64)", "optional<float64>", "null"},
-    {"rich::Order", "gift", "std optional(class rich::Line)", "pointer<rich::Line>", "null"},
+    {"rich::Order", "gift", "std pointer optional(class rich::Line)", "pointer<rich::Line>", "null"},
     {"rich::Order", "carriers", "std map(std text string, std enum rich::Carrier)", "map<string, rich::Carrier>", "[]"},
     {"rich::Order", "tags", "std set(std text string)", "set<string>", "[]"},
     {"rich::Order", "place", "std tuple(integer int32, std text string)", "pair<int32, string>", "[1,\"one\"]"},
@@ -81,7 +102,7 @@ const MemberRow s_members[] = {
      "std choice(null: void, bool: bool, float64: float float64, string: std text string, rich::Point: class "
      "rich::Point)",
      "variant<void, bool, float64, string, rich::Point>", "null"},
-    {"rich::Order", "patience", "std duration duration", "duration", "\"100ms\""},
+    {"rich::Order", "patience", "std duration duration[1000000]", "duration", "\"100ms\""},
     {"rich::Order", "file", "std text string", "string", "\"a/b\""},
     {"rich::Order", "carrier", "std enum rich::Carrier", "rich::Carrier", "courier"},
 };
@@ -99,6 +120,19 @@ TEST(Catalogue, TellsTypesAndDefaultsOfMembers)
         EXPECT_EQ(member->m_type.m_text, row.m_text);
         EXPECT_EQ(member->m_default.value_or("-"), row.m_default);
     }
+}
+
+TEST(Catalogue, TellsHowLongOneOfADurationIs)
+{
+    EnsureRegistered<waits::Waits>();
+    const TypeCatalogue catalogue = CatalogueOfRegisteredTypes("waits::Waits");
+    ASSERT_EQ(catalogue.m_classes.size(), 1U);
+    constexpr int64 second = 1'000'000'000;
+    const int64 expected[] = {1, 3600 * second, second / 25, 604800 * second, 2629746 * second, second / 1000, 0};
+    std::vector<int64> told;
+    for (const CatalogueMember& member : catalogue.m_classes[0].m_members)
+        told.push_back(member.m_type.m_count);
+    EXPECT_THAT(told, ::testing::ElementsAreArray(expected));
 }
 
 TEST(Catalogue, TellsClasses)
@@ -261,6 +295,21 @@ const FaultRow s_faults[] = {
      "typedefs[0].type has not a name for each part"},
     {R"({"kelmscriptTypes":1,"enums":[{"name":"a","enumerators":[{"value":9223372036854775808}]}]})",
      "enums[0].enumerators[0].value is no integer of 64 bits"},
+    {R"({"kelmscriptTypes":1,"classes":[{"name":"a","members":[{"name":"b"}]}]})", "classes[0].members[0] has no type"},
+    {R"({"kelmscriptTypes":1,"classes":[{"name":"a","members":[{"type":{"kind":"bool"}}]}]})",
+     "classes[0].members[0] has no name"},
+    {R"({"kelmscriptTypes":1,"typedefs":[{"name":"a","type":{"kind":"map","parts":[{},{"kind":"bool"}]}}]})",
+     "typedefs[0].type.parts[0] has no kind"},
+    {R"({"kelmscriptTypes":1,"classes":[{"name":"a","members":[{"name":"b","type":{"kind":"bool"}},
+        {"name":"b","type":{"kind":"text"}}]}]})",
+     "classes[0] has two members named 'b'"},
+    {R"({"kelmscriptTypes":1,"variants":[{"name":"a","alternatives":[{"name":"b","type":{"kind":"bool"}},
+        {"name":"b","type":{"kind":"text"}}]}]})",
+     "variants[0] has two alternatives named 'b'"},
+    {R"({"kelmscriptTypes":1,"enums":[{"name":"a","enumerators":[{"name":"B"},{"name":"B","value":1}]}]})",
+     "enums[0] has two enumerators named 'B'"},
+    {R"({"kelmscriptTypes":1,"enums":[{"name":"a","enumerators":[{"name":"B","value":2147483648}]}]})",
+     "enums[0] gives 'B' a value of more than 32 bits"},
     {R"({"kelmscriptTypes":1,"enums":[{"name":"a","line":2147483648}]})", "enums[0].line is no integer of 32 bits"},
     {"{\"kelmscriptTypes\":1,\"classes\":" + std::string(500, '['), "it is nested too deep"},
 };

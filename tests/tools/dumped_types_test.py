@@ -1,7 +1,7 @@
 """Types of a dump read texts as the types themselves do.
 
-dumped_types_test.py KELMSCRIPT MODULE DATA DOCUMENTS: the tool, a module, a folder of data sources of its classes, and
-the program that writes random documents of its own types.
+dumped_types_test.py KELMSCRIPT MODULE DATA DOCUMENTS CLASSES: the tool, a module, a folder of data sources of its classes,
+the program that writes random documents of its own types, and the module of the tool's tests.
 """
 
 import os
@@ -27,48 +27,74 @@ def damaged(text, seed):
     return " ".join(words)
 
 
-# What a dump does not tell: the unit of a duration, that an enumeration is not of 32 bits. And keys of its maps take
-# nothing over from the key before.
-UNTOLD = {"patience", "counts", "heights"}
+# Paths and values that commands are given, whether or not a file has them.
+PATHS = """.shapes .shapes[0] .shapes[0].outline .shapes[0].position.x .owner .gardener .margins .margins[2] .margins[9]
+.layers[0].levels[0] .layers .materials .diary .rainfall .rainfall[[3] .rainfall[[99] .zoom .parcel .format .x .name .age
+.samples .samples[[2] .samples[[2].x .note .notes .extent .version .counts .title .wide""".split()
+VALUES = """.title='x' .title=5 .revision=99999999999999999999 .margins=[1,2,3,4] .margins=[1,2,3] .shapes[0].level=CANOPY
+.shapes[0].level=FOO .shapes[0].level=51 .shapes[0].outline=Circle(-1) .shapes[0].outline=Square(1) .rainfall=[1,2]
+.rainfall[[2]=7 .rainfall[[70]=7 .diary=[1->[SPRING->['a']]] .owner=Person{name='Z'} .gardener=null .format=3 .zoom=-1
+.materials=['x'->Material{price=1}] .name='b' .age=-4 .samples=[(1,2)] .samples[[3].x=1 .version=4 .extent=radius(2)
+.note=Note{} .counts=['a'->2]""".split()
+
+SCENE = """tool.Scene { title = "a" samples = [(1, 2), {}] counts = ["a" -> 1] marks = [1 -> (2, 3), 4 -> {}] tags = ["b"]
+    extent = tool.Point(1, 2) first = Note { text = "c" next = Note {} } note = Note {} notes = [null, Note {}] }
+"""
 
 
-def told(value):
-    if isinstance(value, dict):
-        return {name: told(part) for name, part in value.items() if name not in UNTOLD}
-    return [told(part) for part in value] if isinstance(value, list) else value
-
-
-def main(tool, module, data, documents):
-    folder = tempfile.TemporaryDirectory()
-    types = os.path.join(folder.name, "types.json")
+def compare(tool, module, folder, files):
+    """With a module and with its dump: all that is said."""
+    types = os.path.join(folder, "types.json")
     assert run([tool, "types", "--dump", types], KELMSCRIPT_MODULES=module)[0] == 0
 
-    # With a module and with its dump: what is written of files, and all that is said of wrong ones.
-    for file in sorted(pathlib.Path(data).glob("**/*.kds")):
-        text = file.read_text()
-        for command in (["print", "-"], ["print", "--json", "-"], ["check", "--all", "--json", "-"]):
-            expected = run([tool, *command], text, KELMSCRIPT_MODULES=module)
-            assert run([tool, "--catalogue", types, *command], text) == expected, f"{command} of {file}"
+    def same(command, text):
+        expected = run([tool, *command], text, KELMSCRIPT_MODULES=module)
+        mirrored = run([tool, "--catalogue", types, *command], text)
+        assert mirrored == expected, f"{command} of {text}\n{expected}\n{mirrored}"
+
+    for text in files:
+        for command in (["print", "-"], ["print", "--json", "-"], ["print", "--compact", "-"],
+                        ["check", "--all", "--json", "-"], ["convert", "--to", "json", "-"], ["fmt", "-"]):
+            same(command, text)
+        for path in PATHS:
+            same(["get", "-", path], text)
+        for value in VALUES:
+            for options in ([], ["--replace"], ["--compact"]):
+                same(["set", *options, "-", *value.split("=", 1)], text)
+        for path in PATHS[:12]:
+            same(["unset", "-", path], text)
         for seed in range(8):
-            wrong = damaged(text, seed)
-            expected = run([tool, "check", "--json", "-"], wrong, KELMSCRIPT_MODULES=module)
-            assert run([tool, "--catalogue", types, "check", "--json", "-"], wrong) == expected, f"{file} {seed}"
+            same(["check", "--json", "-"], damaged(text, seed))
 
     # A dump of a dump's types is that dump, but for what only modules have.
     again = json.loads(run([tool, "--catalogue", types, "types", "--json"])[1])
     first = json.loads(pathlib.Path(types).read_text())
-    for entry, other in zip(first["classes"], again["classes"], strict=True):
-        assert entry["name"] == other["name"]
-        for member, mirrored in zip(entry.get("members", []), other.get("members", []), strict=True):
-            assert member["name"] == mirrored["name"] and member.get("default") == mirrored.get("default"), member
+    for catalogue in (first, again):
+        for kind in ("classes", "enums", "variants", "typedefs"):
+            for entry in catalogue[kind]:
+                for name in ("doc", "file", "line", "module"):
+                    entry.pop(name, None)
+                for member in entry.get("members", []):
+                    member.pop("doc", None)
+                    member.pop("checked", None)
+    for entry, mirrored in zip(first["classes"], again["classes"], strict=True):
+        for member, other in zip(entry.get("members", []), mirrored.get("members", []), strict=True):
+            if "default" not in member:  # of what cannot be created, or not be written
+                other.pop("default", None)
+    assert first == again
 
-    rich = os.path.join(folder.name, "rich.json")
-    pathlib.Path(rich).write_text(run([documents, "types"])[1])
-    rows = run([documents])[1].splitlines()
-    for row in map(json.loads, rows[::6]):
-        code, output, errors = run([tool, "--catalogue", rich, "print", "--json", "-"], row["text"])
-        assert code == 0, f"{row['text']}\n{errors}"
-        assert told(json.loads(output)) == told(row["document"]), f"{row['text']}\n{output}"
+
+def main(tool, module, data, documents, classes):
+    with tempfile.TemporaryDirectory() as folder:
+        compare(tool, module, folder, [file.read_text() for file in sorted(pathlib.Path(data).glob("*.kds"))])
+        compare(tool, classes, folder, [SCENE])
+
+        rich = os.path.join(folder, "rich.json")
+        pathlib.Path(rich).write_text(run([documents, "types"])[1])
+        for row in map(json.loads, run([documents])[1].splitlines()[::6]):
+            code, output, errors = run([tool, "--catalogue", rich, "print", "--json", "-"], row["text"])
+            assert code == 0, f"{row['text']}\n{errors}"
+            assert json.loads(output) == row["document"], f"{row['text']}\n{output}"
 
 
 main(*sys.argv[1:])

@@ -31,6 +31,8 @@ void ForEachField(Row& type, const F& f)
     f("count", type.m_count);
     f("const", type.m_isConst);
     f("standard", type.m_isStandard);
+    f("dynamic", type.m_isDynamic);
+    f("pointer", type.m_isPointer);
 }
 template <FieldsOf<CatalogueEntry> Row, class F>
 void ForEachField(Row& entry, const F& f)

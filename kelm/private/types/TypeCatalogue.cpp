@@ -99,6 +99,42 @@ int64 ValueOf(const ForeignType& type, ConstStringZ name)
     return value;
 }
 
+// How long one of a duration is, in nanoseconds, as the texts tell that it takes; 0 where it has fractions.
+int64 TickOf(const ForeignType& type)
+{
+    constexpr int64 second = 1'000'000'000;
+    constexpr int64 units[] = {1,
+                               1'000,
+                               1'000'000,
+                               second,
+                               60 * second,
+                               3600 * second,
+                               86400 * second,
+                               604'800 * second,
+                               2'629'746 * second, // a month and a year
+                               31'556'952 * second};
+    const auto memory = std::make_unique<char[]>(static_cast<std::size_t>(type.m_size));
+    const auto takes = [&](const std::string& text) {
+        return type.m_text->Set(memory.get(), {text.data(), text.data() + text.size()});
+    };
+    const auto takesNanoseconds = [&](int64 count) { return takes(std::to_string(count) + "ns"); };
+    type.Construct(memory.get());
+    const int64* const unit = std::find_if(std::begin(units), std::end(units), takesNanoseconds);
+    int64 tick = takes("0.5ns") ? 0 : unit != std::end(units) ? *unit : 1;
+    // It is a part of that unit, by any of the factors that this has.
+    int64 rest = tick;
+    for (int64 factor = 2; rest > 1; ++factor)
+    {
+        if (factor * factor > rest)
+            factor = rest;
+        for (; rest % factor == 0; rest /= factor)
+            if (takesNanoseconds(tick / factor))
+                tick /= factor;
+    }
+    type.Destruct(memory.get());
+    return tick;
+}
+
 // What a new instance holds: of an object where data sources make one, of a value elsewhere.
 class NewInstance
 {
@@ -355,6 +391,7 @@ private:
         else if (const WrappingKind* const list = Find(s_listKinds, code))
         {
             node.m_kind = list->m_kind;
+            node.m_isDynamic = code == FT_DYNARRAY;
             node.m_parts.push_back(NodeOf(type.GetElementType()));
             if (code == FT_ARRAY)
                 node.m_count = type.GetArrayCount();
@@ -385,11 +422,14 @@ private:
                           : type.m_text->IsBeyondRange != nullptr ? TypeKind::Duration
                                                                   : TypeKind::Text;
             node.m_name = type.m_text->m_what;
+            if (node.m_kind == TypeKind::Duration)
+                node.m_count = TickOf(type);
             break;
         case FF_LIST: node.m_kind = type.m_list->m_isFixed ? TypeKind::Tuple : TypeKind::List; break;
         case FF_MAP: node.m_kind = type.m_numParts == 2 ? TypeKind::Map : TypeKind::Set; break;
         case FF_CHOICE:
             node.m_kind = type.IsOptional() ? TypeKind::Optional : TypeKind::Choice;
+            node.m_isPointer = type.m_choice->m_isPointer;
             if (!type.IsOptional())
                 node.m_names.assign(type.m_choice->m_names, type.m_choice->m_names + type.m_numParts);
             break;

@@ -47,9 +47,11 @@ struct TypeNode
     std::string m_name = {};
     std::vector<TypeNode> m_parts = {};
     std::vector<std::string> m_names = {};
-    int64 m_count = 0;
+    int64 m_count = 0; // of an array; of a duration of whole numbers, how many nanoseconds one is
     bool m_isConst = false;
     bool m_isStandard = false; // of the standard library's: programs replace what it holds where a text gives it anew
+    bool m_isDynamic = false;  // a list that paths make grow
+    bool m_isPointer = false;  // an optional whose value lies elsewhere
 
     bool operator==(const TypeNode&) const = default;
 };

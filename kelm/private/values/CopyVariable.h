@@ -3,6 +3,7 @@
 // Variables of reflected types, copied as far as they are described.
 
 #include <kelm/Slot.h>
+#include <kelm/api.h>
 #include <klObject/types/ReflectionByteCode.h>
 
 namespace kelm::evaluation
@@ -13,7 +14,7 @@ bool CanBeAssigned(ReflectionByteCode type);
 
 // Makes a new variable equal to another one of its type. What unique pointers lead to is copied too, what shared ones
 // and handles lead to is shared. Where it throws, the new one is a variable still.
-void CopyVariable(ReflectionByteCode type, void* to, const void* from);
+KELM_API void CopyVariable(ReflectionByteCode type, void* to, const void* from);
 
 // Exchanges two variables of a type that can be assigned.
 void ExchangeVariables(ReflectionByteCode type, void* a, void* b) noexcept;
