@@ -143,14 +143,15 @@ Pairs FindUniqueCommon(std::span<const std::size_t> a, std::span<const std::size
 class Matching
 {
 public:
-    Matching(std::span<const std::size_t> before, std::span<const std::size_t> after, const Likeness& likeness)
-        : m_before(before), m_after(after), m_likeness(likeness)
+    Matching(std::span<const std::size_t> before, std::span<const std::size_t> after, const Comparison& comparison)
+        : m_before(before), m_after(after), m_comparison(comparison)
     {
     }
 
-    std::vector<MatchStep> Make(const Pairs& kept, const IsMoved& isMoved)
+    std::vector<MatchStep> Make(const Pairs& kept)
     {
-        FindMoves(kept, isMoved);
+        FindMoves(kept);
+        FindIdentities(kept);
         for (const auto& [x, y] : kept)
         {
             FillGap(x, y);
@@ -164,7 +165,7 @@ private:
     static constexpr std::size_t s_none = std::numeric_limits<std::size_t>::max();
 
     // Of those that do not stay, each of the one with the next one of the other that is the same.
-    void FindMoves(const Pairs& kept, const IsMoved& isMoved)
+    void FindMoves(const Pairs& kept)
     {
         m_movedTo.assign(m_before.size(), s_none);
         m_isPut.assign(m_after.size(), false);
@@ -181,12 +182,107 @@ private:
         for (std::size_t x = 0; x < m_before.size(); ++x)
         {
             const auto place = isKeptBefore[x] ? first.end() : first.find(m_before[x]);
-            if (place == first.end() || place->second == s_none || !isMoved(x))
+            if (place == first.end() || place->second == s_none || !m_comparison.m_isMoved(x))
                 continue;
             m_movedTo[x] = place->second;
             m_isPut[place->second] = true;
             place->second = next[place->second];
         }
+    }
+
+    // What lies before a pair that stays, or behind the last one: what is not there in the other list.
+    struct Gap
+    {
+        std::vector<std::size_t> m_before;
+        std::vector<std::size_t> m_after;
+    };
+    Gap GapOf(std::size_t x, std::size_t pastBefore, std::size_t y, std::size_t pastAfter) const
+    {
+        Gap gap;
+        for (; x < pastBefore; ++x)
+            if (m_movedTo[x] == s_none)
+                gap.m_before.push_back(x);
+        for (; y < pastAfter; ++y)
+            if (!m_isPut[y])
+                gap.m_after.push_back(y);
+        return gap;
+    }
+
+    // Of those that neither stay nor move, as far as there are such in both lists. Those that have the identity of one
+    // in another gap, or across another pair's way, move with it.
+    void FindIdentities(const Pairs& kept)
+    {
+        std::vector<Gap> gaps;
+        std::size_t x = 0;
+        std::size_t y = 0;
+        for (const auto& [keptX, keptY] : kept)
+        {
+            gaps.push_back(GapOf(x, keptX, y, keptY));
+            x = keptX + 1;
+            y = keptY + 1;
+        }
+        gaps.push_back(GapOf(x, m_before.size(), y, m_after.size()));
+        Gap all;
+        for (const Gap& gap : gaps)
+        {
+            all.m_before.insert(all.m_before.end(), gap.m_before.begin(), gap.m_before.end());
+            all.m_after.insert(all.m_after.end(), gap.m_after.begin(), gap.m_after.end());
+        }
+        if (all.m_before.empty() || all.m_after.empty())
+            return;
+
+        m_idsBefore = NumbersOf(Side::Before, all.m_before, m_before.size());
+        m_idsAfter = NumbersOf(Side::After, all.m_after, m_after.size());
+        std::vector<bool> isInOrder(m_before.size(), false);
+        for (const Gap& gap : gaps)
+            for (const auto& [i, j] : CommonOf(gap))
+                isInOrder[gap.m_before[i]] = true;
+        std::unordered_map<std::size_t, std::size_t> placesAfter; // by identity
+        for (const std::size_t j : all.m_after)
+            if (const auto [place, isNew] = placesAfter.try_emplace(m_idsAfter[j], j); !isNew)
+                place->second = s_none;
+        std::unordered_map<std::size_t, std::size_t> countsBefore;
+        for (const std::size_t i : all.m_before)
+            ++countsBefore[m_idsBefore[i]];
+        for (const std::size_t i : all.m_before)
+        {
+            const auto place = placesAfter.find(m_idsBefore[i]);
+            if (isInOrder[i] || place == placesAfter.end() || place->second == s_none ||
+                countsBefore[m_idsBefore[i]] != 1 || !m_comparison.m_isMoved(i))
+                continue;
+            m_movedTo[i] = place->second;
+            m_isPut[place->second] = true;
+        }
+    }
+
+    // Identities as numbers. Where there is none, the number is nobody else's.
+    std::vector<std::size_t> NumbersOf(Side side, const std::vector<std::size_t>& elements, std::size_t size)
+    {
+        std::vector<std::size_t> numbers(size, s_none);
+        for (const std::size_t element : elements)
+        {
+            const std::string_view identity = m_comparison.m_identity(side, element);
+            numbers[element] = identity.empty() ? m_numIds++ : m_ids.emplace(identity, m_numIds++).first->second;
+        }
+        return numbers;
+    }
+
+    // Those of one identity in a gap, in order.
+    Pairs CommonOf(const Gap& gap) const
+    {
+        const auto idsOf = [](const std::vector<std::size_t>& elements, const std::vector<std::size_t>& ids)
+        {
+            std::vector<std::size_t> own;
+            own.reserve(elements.size());
+            for (const std::size_t element : elements)
+                own.push_back(ids[element]);
+            return own;
+        };
+        if (gap.m_before.empty() || gap.m_after.empty())
+            return {};
+        Pairs pairs = FindUniqueCommon(idsOf(gap.m_before, m_idsBefore), idsOf(gap.m_after, m_idsAfter));
+        std::reverse(pairs.begin(), pairs.end());
+        return pairs;
     }
 
     // Up to two elements, which are the next.
@@ -200,59 +296,72 @@ private:
         for (; m_j < y; ++m_j)
             m_steps.push_back({m_isPut[m_j] ? Step::Put : Step::Insert, m_i, m_j});
     }
+    void Change(std::size_t x, std::size_t y)
+    {
+        GoTo(x, y);
+        m_steps.push_back({Step::Change, m_i++, m_j++});
+    }
 
-    // What lies before the next elements that stay: as many changes as there can be, of those that are likest.
+    // What lies before the next elements that stay.
     void FillGap(std::size_t pastBefore, std::size_t pastAfter)
     {
-        constexpr std::size_t mostLooked = 4096; // pairs
-        std::vector<std::size_t> before;
-        for (std::size_t x = m_i; x < pastBefore; ++x)
-            if (m_movedTo[x] == s_none)
-                before.push_back(x);
-        std::vector<std::size_t> after;
-        for (std::size_t y = m_j; y < pastAfter; ++y)
-            if (!m_isPut[y])
-                after.push_back(y);
-        const auto change = [&](std::size_t i, std::size_t j)
-        {
-            GoTo(before[i], after[j]);
-            m_steps.push_back({Step::Change, m_i++, m_j++});
-        };
+        const Gap gap = GapOf(m_i, pastBefore, m_j, pastAfter);
         std::size_t i = 0;
         std::size_t j = 0;
-        if (before.size() != after.size() && !before.empty() && !after.empty() &&
-            before.size() * after.size() <= mostLooked)
+        for (const auto& [nextI, nextJ] : CommonOf(gap))
         {
+            ChangeLikest(gap, i, nextI, j, nextJ);
+            Change(gap.m_before[nextI], gap.m_after[nextJ]);
+            i = nextI + 1;
+            j = nextJ + 1;
+        }
+        ChangeLikest(gap, i, gap.m_before.size(), j, gap.m_after.size());
+        GoTo(pastBefore, pastAfter);
+    }
+
+    // As many changes as there can be, of those that are likest.
+    void ChangeLikest(const Gap& gap, std::size_t i, std::size_t pastI, std::size_t j, std::size_t pastJ)
+    {
+        const std::size_t height = pastI - i;
+        const std::size_t width = pastJ - j;
+        if (height * width > 1 && height <= s_mostComparisons && height * width <= s_mostComparisons)
+        {
+            const std::size_t firstI = i;
+            const std::size_t firstJ = j;
+            std::vector<std::size_t> pair(height * width);
+            for (std::size_t n = 0; n < pair.size(); ++n)
+                pair[n] = 1 + 64 * m_comparison.m_likeness(gap.m_before[i + n / width], gap.m_after[j + n % width]);
             // The best that the rests of both from there on come to.
-            const std::size_t width = after.size() + 1;
-            std::vector<std::size_t> pair(before.size() * after.size());
-            std::vector<std::size_t> best((before.size() + 1) * width, 0);
-            for (std::size_t x = before.size(); x-- > 0;)
-                for (std::size_t y = after.size(); y-- > 0;)
-                {
-                    pair[x * after.size() + y] = 1 + 64 * m_likeness(before[x], after[y]);
-                    best[x * width + y] = std::max({best[(x + 1) * width + y], best[x * width + y + 1],
-                                                    best[(x + 1) * width + y + 1] + pair[x * after.size() + y]});
-                }
-            while (i < before.size() && j < after.size())
+            std::vector<std::size_t> best((height + 1) * (width + 1), 0);
+            const auto bestAt = [&](std::size_t x, std::size_t y) -> std::size_t& { return best[x * (width + 1) + y]; };
+            for (std::size_t x = height; x-- > 0;)
+                for (std::size_t y = width; y-- > 0;)
+                    bestAt(x, y) =
+                        std::max({bestAt(x + 1, y), bestAt(x, y + 1), bestAt(x + 1, y + 1) + pair[x * width + y]});
+            while (i < pastI && j < pastJ)
             {
-                const std::size_t now = best[i * width + j];
-                if (now == best[(i + 1) * width + j + 1] + pair[i * after.size() + j])
-                    change(i++, j++);
-                else if (now == best[(i + 1) * width + j])
+                const std::size_t x = i - firstI;
+                const std::size_t y = j - firstJ;
+                if (bestAt(x, y) == bestAt(x + 1, y + 1) + pair[x * width + y])
+                    Change(gap.m_before[i++], gap.m_after[j++]);
+                else if (bestAt(x, y) == bestAt(x + 1, y))
                     ++i;
                 else
                     ++j;
             }
+            return;
         }
-        for (; i < before.size() && j < after.size(); ++i, ++j)
-            change(i, j);
-        GoTo(pastBefore, pastAfter);
+        for (; i < pastI && j < pastJ; ++i, ++j)
+            Change(gap.m_before[i], gap.m_after[j]);
     }
 
     std::span<const std::size_t> m_before;
     std::span<const std::size_t> m_after;
-    const Likeness& m_likeness;
+    const Comparison& m_comparison;
+    std::unordered_map<std::string_view, std::size_t> m_ids;
+    std::size_t m_numIds = 0;
+    std::vector<std::size_t> m_idsBefore; // of those that are in gaps
+    std::vector<std::size_t> m_idsAfter;
     std::vector<std::size_t> m_movedTo; // of those before
     std::vector<bool> m_isPut;          // of those after
     std::size_t m_i = 0;
@@ -263,7 +372,7 @@ private:
 } // namespace
 
 std::vector<MatchStep> Match(std::span<const std::string_view> before, std::span<const std::string_view> after,
-                             const Likeness& likeness, const IsMoved& isMoved)
+                             const Comparison& comparison)
 {
     Numbers numbers;
     const std::vector<std::size_t> a = numbers.Of(before);
@@ -288,7 +397,7 @@ std::vector<MatchStep> Match(std::span<const std::string_view> before, std::span
                   [&](const auto& pair) { kept.emplace_back(first + pair.first, first + pair.second); });
     for (std::size_t i = last; i > 0; --i)
         kept.emplace_back(a.size() - i, b.size() - i);
-    return Matching(a, b, likeness).Make(kept, isMoved);
+    return Matching(a, b, comparison).Make(kept);
 }
 
 } // namespace kelm::editing

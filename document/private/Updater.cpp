@@ -83,6 +83,18 @@ ItemPlace NextPlace(const Document& document, std::size_t begin, const ItemPlace
     return {index, item.m_span.m_begin};
 }
 
+// Members that tell an element from others.
+bool IsName(std::string_view member)
+{
+    constexpr std::string_view names[] = {"id", "key", "name", "uuid"};
+    return std::any_of(std::begin(names), std::end(names),
+                       [&](std::string_view name)
+                       {
+                           return std::equal(member.begin(), member.end(), name.begin(), name.end(),
+                                             [](char a, char b) { return (a | ('a' ^ 'A')) == b; });
+                       });
+}
+
 // The members of elements, to be compared.
 class ElementMembers
 {
@@ -92,31 +104,50 @@ public:
     {
     }
 
-    const std::set<std::string_view>& Of(std::size_t i)
-    {
-        if (!m_members[i])
-        {
-            const std::string_view element = m_elements[i];
-            const Document document = Document::Parse(std::string(element));
-            m_members[i].emplace();
-            if (const std::optional<Part> brackets = BracketsOf(document, {0, element.size()}))
-                for (const Item& item : ItemsOf(document, *brackets))
-                    m_members[i]->insert(item.m_span.In(element));
-        }
-        return *m_members[i];
-    }
+    // What tells it from others: its class with a member that is called so, or else with the first one, if that is no
+    // class, list or map.
+    std::string_view IdentityOf(std::size_t i) { return Of(i).m_identity; }
 
     std::size_t CountCommon(std::size_t i, ElementMembers& others, std::size_t j)
     {
-        const std::set<std::string_view>& other = others.Of(j);
-        const std::set<std::string_view>& own = Of(i);
+        const std::set<std::string_view>& other = others.Of(j).m_written;
+        const std::set<std::string_view>& own = Of(i).m_written;
         return static_cast<std::size_t>(
             std::count_if(own.begin(), own.end(), [&](std::string_view member) { return other.contains(member); }));
     }
 
 private:
+    struct Members
+    {
+        std::set<std::string_view> m_written;
+        std::string m_identity;
+    };
+
+    const Members& Of(std::size_t i)
+    {
+        if (m_members[i])
+            return *m_members[i];
+        Members& members = m_members[i].emplace();
+        const std::string_view element = m_elements[i];
+        const Document document = Document::Parse(std::string(element));
+        const std::optional<Part> brackets = BracketsOf(document, {0, element.size()});
+        if (!brackets)
+            return members;
+        const std::vector<Item> items = ItemsOf(document, *brackets);
+        for (const Item& item : items)
+            members.m_written.insert(item.m_span.In(element));
+        auto named =
+            std::find_if(items.begin(), items.end(), [&](const Item& item) { return IsName(item.m_name.In(element)); });
+        if (named == items.end())
+            named = items.begin();
+        if (named != items.end() && !named->m_name.IsEmpty() && !BracketsOf(document, named->m_value))
+            members.m_identity =
+                std::string(element.substr(0, brackets->m_span.m_begin + 1)).append(named->m_span.In(element));
+        return members;
+    }
+
     std::span<const std::string_view> m_elements;
-    std::vector<std::optional<std::set<std::string_view>>> m_members; // of those that were asked for
+    std::vector<std::optional<Members>> m_members; // of those that were asked for
 };
 
 } // namespace
@@ -260,13 +291,15 @@ void Updater::UpdateList(Span value, const Spot& before, const Spot& after)
     ElementMembers membersOfA(a);
     ElementMembers membersOfB(b);
     const auto likeness = [&](std::size_t i, std::size_t j) { return membersOfA.CountCommon(i, membersOfB, j); };
+    const auto identity = [&](Side side, std::size_t i)
+    { return (side == Side::Before ? membersOfA : membersOfB).IdentityOf(i); };
     // What a person gave it: comments, another form of its value.
     const auto isMoved = [&](std::size_t i)
     {
         const NewItem item = m_layout.GetItem(Brackets(value), {i, items});
         return !item.m_above.empty() || !item.m_behind.empty() || item.m_text != a[i];
     };
-    const std::vector<MatchStep> steps = Match(a, b, likeness, isMoved);
+    const std::vector<MatchStep> steps = Match(a, b, {likeness, identity, isMoved});
     const auto numMoved =
         std::count_if(steps.begin(), steps.end(),
                       [](const MatchStep& step) { return step.m_step != Step::Keep && step.m_step != Step::Change; });
@@ -292,6 +325,9 @@ void Updater::UpdateList(Span value, const Spot& before, const Spot& after)
                 m_layout.ReplaceValue(items[step.m_before].m_value, b[step.m_after]);
             break;
         case Step::Take:
+            if (void* const element = before.GetElement(i); element != nullptr && a[step.m_before] != b[step.m_after])
+                Update(items[step.m_before].m_value, type, element,
+                       after.GetElement(static_cast<ssize_t>(step.m_after)));
             moved.emplace(step.m_after, m_layout.GetItem(PartAt(m_document, begin), {step.m_before, items}));
             [[fallthrough]];
         case Step::Remove: m_layout.RemoveItem(PartAt(m_document, begin), {step.m_before, items}); break;

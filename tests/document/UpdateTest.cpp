@@ -51,6 +51,17 @@ TEST(Update, ChangesWhatDiffers)
         {"{ customer = \"a\" number = 0x10 }", [](Order& o) { o.customer = "b"; },
          "{ customer = \"b\" number = 0x10 }"},
         {"{ customer = \"a\" }", [](Order& o) { o.isOpen = true; }, "{ customer = \"a\" isOpen = true }"},
+        // Elements of as many as before are those that they are likest to.
+        {"{ customer = \"a\" lines = [{ item = \"x\" quantity = 2 } /* x */, { item = \"y\" } /* y */] }",
+         [](Order& o) {
+             o.lines = {{"y", 3, 0}, {"z", 4, 0}};
+         },
+         "{ customer = \"a\" lines = [{ item = \"y\" quantity = 3 } /* y */, { item = \"z\" quantity = 4 }] }"},
+        {"{ customer = \"a\" lines = [{ quantity = 2 price = 5 } /* x */, { quantity = 3 price = 6 } /* y */] }",
+         [](Order& o) {
+             o.lines = {{"", 3, 7}, {"", 4, 8}};
+         },
+         "{ customer = \"a\" lines = [{ quantity = 3 price = 7.0 } /* x */, { quantity = 4 price = 8.0 } /* y */] }"},
         {"{ customer = \"a\" isOpen = true }", [](Order& o) { o.isOpen = false; },
          "{ customer = \"a\" isOpen = false }"},
         // Of a class that is not written, what differs from what creation gives.
@@ -497,6 +508,44 @@ TEST(Update, MovesElementsWithTheirComments)
     }
 }
 
+// Which is known by its name: it keeps its comments, wherever it goes.
+TEST(Update, MovesElementsThatChange)
+{
+    Random random(Seed() + 1);
+    for (std::size_t i = 0; i < NumCases(); ++i)
+    {
+        std::vector<orders::Line> lines;
+        for (std::size_t n = 2 + random.Below(i % 20 == 0 ? 600 : 12); n-- > 0;)
+            lines.push_back({std::to_string(n), static_cast<int>(2 + random.Below(5)), 0});
+        const uint64 style = random.Below(3);
+        const auto textOf = [&]
+        {
+            std::string text = "{ customer = \"a\" lines = [\n";
+            for (const orders::Line& line : lines)
+            {
+                const std::string comment = "of " + line.item;
+                const std::string written =
+                    "{ item = \"" + line.item + "\" quantity = " + std::to_string(line.quantity) +
+                    (style == 2 ? " /* " + comment + " */" : "") + " }" + (&line == &lines.back() ? "" : ",");
+                text += (style == 1 ? "    // " + comment + "\n" : "") + "    " + written +
+                        (style == 0 ? " // " + comment : "") + "\n";
+            }
+            return text + "] }\n";
+        };
+        const std::string before = textOf();
+        Order order = Read<Order>(before);
+        for (std::size_t n = 1 + random.Below(random.OneIn(3) ? 2 * lines.size() : 3); n-- > 0;)
+            std::swap(lines[random.Below(lines.size())], lines[random.Below(lines.size())]);
+        for (orders::Line& line : lines)
+            if (random.OneIn(2))
+                line.quantity = static_cast<int>(2 + random.Below(5));
+        for (std::size_t n = random.Below(3); n-- > 0 && lines.size() > 1;)
+            lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(random.Below(lines.size())));
+        order.lines = lines;
+        ASSERT_EQ(Update(before, order), textOf()) << before;
+    }
+}
+
 TEST(Update, OfLongListsEndsSoon)
 {
     Order order;
@@ -509,6 +558,16 @@ TEST(Update, OfLongListsEndsSoon)
     EXPECT_EQ(Write(Read<Order>(Update(text, order))), Write(order));
     order.codes.erase(order.codes.begin() + 5'000, order.codes.begin() + 15'000);
     EXPECT_EQ(Write(Read<Order>(Update(text, order))), Write(order));
+
+    Order named;
+    named.customer = "a";
+    for (int i = 0; i < 5'000; ++i)
+        named.lines.push_back({std::to_string(i), i, 0});
+    const std::string lines = Write(named);
+    std::reverse(named.lines.begin(), named.lines.end());
+    for (orders::Line& line : named.lines)
+        line.quantity += 7;
+    EXPECT_EQ(Write(Read<Order>(Update(lines, named))), Write(named));
 }
 
 } // namespace
