@@ -1,9 +1,12 @@
 #include <kelmDocument/Editor.h>
 
+#include <kelmDocument/private/Assignments.h>
 #include <kelmDocument/private/Edit.h>
 
+#include <kelm/Error.h>
 #include <kelm/private/errors/ErrorOf.h>
 
+#include <optional>
 #include <utility>
 
 namespace kelm
@@ -39,6 +42,25 @@ Result<bool> DocumentEditor::Set(std::string_view path, std::string_view value)
 Result<bool> DocumentEditor::Add(std::string_view path, std::string_view value)
 {
     return Change(m_document, m_policy, path, value, [&](editing::Edit& edit) { edit.Add(path, value); });
+}
+
+bool DocumentEditor::TrySetAll(std::span<const Assignment> assignments)
+{
+    try
+    {
+        editing::Assignments all(m_document, editing::Reading(m_policy));
+        for (const Assignment& assignment : assignments)
+            if (!all.TryAdd(assignment.m_path, assignment.m_value))
+                return false;
+        std::optional<Document> changed = all.TryTake();
+        if (changed)
+            m_document = std::move(*changed);
+        return changed.has_value();
+    }
+    catch (const Error&) // which the first of them tells, made alone
+    {
+        return false;
+    }
 }
 
 Result<bool> DocumentEditor::Remove(std::string_view path)

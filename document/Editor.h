@@ -22,10 +22,17 @@
 #include <kelmDocument/Policy.h>
 #include <kelmDocument/api.h>
 
+#include <span>
 #include <string_view>
 
 namespace kelm
 {
+
+struct Assignment
+{
+    std::string_view m_path;
+    std::string_view m_value;
+};
 
 class KELM_DOCUMENT_API DocumentEditor
 {
@@ -44,6 +51,11 @@ public:
     // The same where a value has parts: these are set and added, as reading the value into what is there would. Lists
     // and maps receive what it holds in addition, of a class the members that it names are changed.
     Result<bool> Add(std::string_view path, std::string_view value);
+
+    // Set, or Add, of one after the other, where each gives a number, a text or the like another value that is written
+    // once: in about the time that one takes. False, with nothing changed, where that is not so or one is refused; then
+    // they are to be made one by one.
+    bool TrySetAll(std::span<const Assignment> assignments);
 
     // Takes every mention of a member, an element or a key out, with the comments that belong to it: those above it on
     // lines of their own, up to a blank line, and those behind it on the same line. A member then has the value that

@@ -46,6 +46,13 @@ std::ptrdiff_t CountBreaks(std::string_view space)
 
 } // namespace
 
+std::string Apart(std::string_view before, std::string_view text, std::string_view behind)
+{
+    const bool joinsBefore = WouldJoin(before, text.empty() ? behind : text);
+    const bool joinsBehind = WouldJoin(text, behind);
+    return std::string(joinsBefore ? " " : "") + std::string(text) + (joinsBehind ? " " : "");
+}
+
 std::string Spaced(const std::string& value)
 {
     if (value.find_first_of("[({") == std::string::npos)
@@ -229,11 +236,7 @@ Span Layout::WithSpace(Span removed) const
 // By tokens, which stay apart from their neighbours.
 void Layout::Replace(Span removed, std::string_view text)
 {
-    const std::string_view before = GetText().substr(0, removed.m_begin);
-    const std::string_view behind = GetText().substr(removed.m_end);
-    const bool joinsBefore = WouldJoin(before, text.empty() ? behind : text);
-    const bool joinsBehind = WouldJoin(text, behind);
-    m_document.Edit(removed, std::string(joinsBefore ? " " : "") + std::string(text) + (joinsBehind ? " " : ""));
+    m_document.Edit(removed, Apart(GetText().substr(0, removed.m_begin), text, GetText().substr(removed.m_end)));
 }
 
 void Layout::ReplaceValue(Span value, std::string_view text)

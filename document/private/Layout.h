@@ -49,6 +49,9 @@ struct ItemPlace
 // What was written without blanks, with those that a layout gives it on one line.
 std::string Spaced(const std::string& value);
 
+// A text as it is put between two others: with blanks where its tokens would be others without.
+std::string Apart(std::string_view before, std::string_view text, std::string_view behind);
+
 // The part that begins there; brackets are one.
 Part PartAt(const Document& document, std::size_t at);
 

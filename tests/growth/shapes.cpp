@@ -3,6 +3,7 @@
 //     growthShapes                 the shapes' names, one a line
 //     growthShapes NAME SIZE       makes the text of about so many bytes, and reads it
 
+#include <kelmDocument/Editor.h>
 #include <kelmDocument/Format.h>
 #include <klKelmScript/KSParser.h>
 #include <klKelmScript/ParseDataSource.h>
@@ -256,6 +257,20 @@ void Lay(const std::string& text)
     *Format(text);
 }
 
+// Gives what stands under each of so many indices or keys another value.
+void Assign(const std::string& text, const char* member, std::size_t count)
+{
+    std::vector<std::string> paths;
+    for (std::size_t i = 0; i < count; ++i)
+        paths.push_back(std::string(member) + '[' + std::to_string(i) + ']');
+    std::vector<Assignment> assignments;
+    for (const std::string& path : paths)
+        assignments.push_back({path, "7"});
+    Document document = Document::Parse(text);
+    if (!DocumentEditor(document).TrySetAll(assignments))
+        throw std::runtime_error("they cannot be set at once");
+}
+
 struct Shape
 {
     const char* m_name;
@@ -342,6 +357,14 @@ const Shape s_shapes[] = {
              members += "name" + std::to_string(i) + " = name" + std::to_string(count - 1 - i) + ' ';
          ReadAny(members + '}');
      }},
+    {"elements that are set",
+     [](std::size_t n)
+     { return InRecord("numbers = [" + List(n, [](std::size_t i) { return std::to_string(i + 10); }) + ']'); },
+     [](const std::string& text) { Assign(text, ".numbers", text.size() / 16); }},
+    {"keys that are set",
+     [](std::size_t n)
+     { return InRecord("counts = [" + List(n, [](std::size_t i) { return std::to_string(i) + "->1"; }) + ']'); },
+     [](const std::string& text) { Assign(text, ".counts", text.size() / 16); }},
     {"a layout of numbers", [](std::size_t n) { return "A([" + Repeat(n, "1,") + "1])"; }, Lay},
     {"a layout of texts", [](std::size_t n) { return "A([" + Repeat(n, "'a longer text',\n'b',") + "1])"; }, Lay},
     {"a layout of members", [](std::size_t n) { return "A {" + Repeat(n, "a=1 b = B{} // c\n") + '}'; }, Lay},

@@ -113,6 +113,16 @@ void Explain(const Document& document, const Error& error, const EditTexts& edit
     ReportEdit(error, edit);
 }
 
+// Those of `set`, where they are plain enough to be made at once.
+bool TrySetAll(DocumentEditor& editor, const std::vector<EditTexts>& edits)
+{
+    std::vector<Assignment> assignments;
+    assignments.reserve(edits.size());
+    for (const EditTexts& edit : edits)
+        assignments.push_back({edit.m_path, edit.m_value});
+    return editor.TrySetAll(assignments);
+}
+
 // Makes all of the edits, or none.
 int EditFile(const Options& options, const std::vector<EditTexts>& edits, const Change& change)
 {
@@ -125,12 +135,13 @@ int EditFile(const Options& options, const std::vector<EditTexts>& edits, const 
     const std::string_view before = file->m_text.View();
     Document document = Document::Parse(std::string(before));
     DocumentEditor editor(document);
-    for (const EditTexts& edit : edits)
-        if (const Result<bool> result = change(editor, edit); !result)
-        {
-            Explain(document, result.GetError(), edit, options);
-            return EXIT_FAILED;
-        }
+    if (options.m_run != RunSet || edits.size() == 1 || !TrySetAll(editor, edits))
+        for (const EditTexts& edit : edits)
+            if (const Result<bool> result = change(editor, edit); !result)
+            {
+                Explain(document, result.GetError(), edit, options);
+                return EXIT_FAILED;
+            }
     if (!options.m_inPlace)
     {
         Put(document.GetText());

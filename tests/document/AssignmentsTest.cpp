@@ -1,0 +1,150 @@
+// Edits that are made at once leave what they leave one by one.
+
+#include "EditedTypes.h"
+#include "OrderTypes.h"
+#include "Ships.h"
+
+#include <kelmDocument/Editor.h>
+#include <support/ExpectedLeaks.h>
+#include <support/ReferenceTexts.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace kelm
+{
+
+namespace
+{
+
+using reference::Random;
+
+struct Pair
+{
+    std::string m_path;
+    std::string m_value;
+};
+
+bool TrySetAll(DocumentEditor& editor, const std::vector<Pair>& pairs)
+{
+    std::vector<Assignment> assignments;
+    for (const Pair& pair : pairs)
+        assignments.push_back({pair.m_path, pair.m_value});
+    return editor.TrySetAll(assignments);
+}
+
+template <class Add>
+bool MakeEach(const std::vector<Pair>& pairs, const Add& add)
+{
+    for (const Pair& pair : pairs)
+        if (!add(pair))
+            return false;
+    return true;
+}
+
+TEST(Assignments, LeaveWhatEditsOneByOneLeave)
+{
+    yard::Register();
+    const char* const paths[] = {
+        ".title",     "title",          ".origin.x",          ".origin.y",      ".berth",
+        ".isOpen",    ".scores[0]",     ".scores[2]",         ".tags[0]",       ".tags[3]",
+        ".tags[9]",   ".filled[0]",     ".filled[2]",         ".list[1]",       ".area",
+        ".extent",    ".rows",          ".crates[0].label",   ".oops",          ".crates[1].weight",
+        ".crates[1]", ".counts['a']",   ".crates[1].place.y", ".counts[\"b\"]", ".counts['z']",
+        ".origin",    ".crates[0].on",  ".map['made']",       ". title",        ".maybe.x",
+        ".pair[0]",   ".stock['rope']", ".extent.radius",     ".tags[ 1 ]"};
+    const char* const values[] = {"1",   "2.5",        "'text'", "SOUTH", "true", "-7",
+                                  " 3 ", "7 // seven", "- 4",    "oops",  "",     "[1]"};
+    Random random(7);
+    int numAtOnce = 0;
+    int numAlone = 0;
+    for (int i = 0; i < 3000; ++i)
+    {
+        int numComments = 0;
+        const std::string text = random.OneIn(4) ? AnyShip(random, numComments) : TidyShip(random, numComments);
+        std::vector<Pair> pairs;
+        const bool isLikely = random.OneIn(2); // so that enough of them can be made
+        for (std::size_t n = 1 + random.Below(4); n-- > 0;)
+        {
+            const std::string path = paths[random.Below(std::size(paths))];
+            std::string value = values[random.Below(std::size(values))];
+            if (isLikely)
+                value = path == ".title" || path == "title" || path.ends_with("label") ? "'text'"
+                        : path == ".berth"                                             ? "SOUTH"
+                        : path == ".isOpen"                                            ? "true"
+                                            : std::to_string(random.Below(9));
+            pairs.push_back({path, value});
+        }
+        Document atOnce = Document::Parse(text);
+        Document each = Document::Parse(text);
+        Document added = Document::Parse(text);
+        DocumentEditor atOnceEditor(atOnce);
+        DocumentEditor editor(each);
+        DocumentEditor adder(added);
+        const bool isMade =
+            MakeEach(pairs, [&](const Pair& pair) { return static_cast<bool>(editor.Set(pair.m_path, pair.m_value)); });
+        if (!TrySetAll(atOnceEditor, pairs))
+        {
+            ++numAlone;
+            ASSERT_EQ(atOnce.GetText(), text);
+            continue;
+        }
+        ++numAtOnce;
+        ASSERT_TRUE(isMade) << text;
+        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text;
+        ASSERT_TRUE(
+            MakeEach(pairs, [&](const Pair& pair) { return static_cast<bool>(adder.Add(pair.m_path, pair.m_value)); }));
+        ASSERT_EQ(atOnce.GetText(), added.GetText()) << text;
+    }
+    EXPECT_GT(numAtOnce, 300);
+    EXPECT_GT(numAlone, 300);
+}
+
+struct Row
+{
+    std::string m_text;
+    std::vector<Pair> m_pairs;
+    std::string m_after; // empty where they are to be made one by one
+};
+
+TEST(Assignments, AreOfPlainValuesThatAreWrittenOnce)
+{
+    const std::string head = "{ customer = 'a' ";
+    const Row rows[] = {
+        {head + "codes = [1, /* two */ 2] }",
+         {{".codes[1]", "5"}, {".codes[0]", "0x10"}, {".customer", "'b'"}},
+         "{ customer = 'b' codes = [0x10, /* two */ 5] }"},
+        {head + "number=1 isOpen=true }", {{".number", "2"}, {".isOpen", "false"}}, head + "number=2 isOpen=false }"},
+        {head + "lines = [{ item = 'x' }, ('y', 2, 3)] }",
+         {{".lines[1].quantity", "7"}, {".lines[0].item", "'z'"}},
+         head + "lines = [{ item = 'z' }, ('y', 7, 3)] }"},
+        {head + "rates = ['x' -> 1, 'y' -> 2] }",
+         {{".rates['y']", "3"}, {".rates[\"x\"]", "4"}},
+         head + "rates = ['x' -> 4, 'y' -> 3] }"},
+        {head + "gift = { item = 'x' } }", {{".gift.item", "'z'"}}, head + "gift = { item = 'z' } }"},
+        {head + "number = 1 }", {{".number", "1"}}, head + "number = 1 }"},
+        {head + "number = 1 }", {}, head + "number = 1 }"},
+        // Others.
+        {head + "number = 1 }", {{".number", "2"}, {".number", "3"}}, ""},
+        {head + "number = 1 }", {{".number", "-2"}}, ""}, // refused by its check
+        {head + "number = - /* one */ 1 }", {{".number", "2"}}, ""},
+        {head + "}", {{".number", "2"}}, ""},
+        {head + "rates = [] }", {{".rates['x']", "2"}}, ""},
+        {head + "place = { x = 1 } }", {{".place", "(1, 2)"}}, ""},
+        {head + "extra = int 1 }", {{".extra", "int 2"}}, ""},
+        {head + "oops = 1 }", {{".customer", "'b'"}}, ""},
+    };
+    for (const Row& row : rows)
+    {
+        Document document = Document::Parse(row.m_text);
+        DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
+        EXPECT_EQ(TrySetAll(editor, row.m_pairs), !row.m_after.empty()) << row.m_text;
+        EXPECT_EQ(document.GetText(), row.m_after.empty() ? row.m_text : row.m_after);
+    }
+}
+
+} // namespace
+
+} // namespace kelm
