@@ -94,22 +94,26 @@ public:
     }
 
 private:
+    template <class F>
+    static void PutJson(const NamedText& file, ConstStringZ what, const F& putValue)
+    {
+        JsonText json(JSON_COMPACT);
+        json.BeginObject();
+        json.Name("file");
+        json.Text(file.m_name);
+        json.Name(what);
+        putValue(json);
+        json.EndObject();
+        PutLine(json.GetText());
+    }
+
     int ReportFailure(const NamedText& file) const
     {
         const SourceText source = file.Source();
         const std::optional<Diagnostic> error = FindSyntaxError(source.m_text);
         const Failure failure{"syntax", error->m_message, error->m_place, {}};
         if (m_options.m_json)
-        {
-            JsonText json(JSON_COMPACT);
-            json.BeginObject();
-            json.Name("file");
-            json.Text(file.m_name);
-            json.Name("error");
-            WriteJson(json, failure, source);
-            json.EndObject();
-            PutLine(json.GetText());
-        }
+            PutJson(file, "error", [&](JsonText& json) { WriteJson(json, failure, source); });
         else
             Report(source, failure);
         return EXIT_FAILED;
@@ -119,16 +123,7 @@ private:
     int Tell(const NamedText& file, bool isChanged) const
     {
         if (m_options.m_json)
-        {
-            JsonText json(JSON_COMPACT);
-            json.BeginObject();
-            json.Name("file");
-            json.Text(file.m_name);
-            json.Name("changed");
-            json.Bool(isChanged);
-            json.EndObject();
-            PutLine(json.GetText());
-        }
+            PutJson(file, "changed", [&](JsonText& json) { json.Bool(isChanged); });
         else if (m_options.m_check && !m_options.m_diff && isChanged)
             PutLine(file.m_name);
         return m_options.m_check && isChanged ? EXIT_FAILED : EXIT_OK;
