@@ -337,6 +337,18 @@ TEST(Expression, IsReadNoFurtherThanItsText)
             }
 }
 
+// Nor where the token before is dropped.
+TEST(LiteralInBrackets, IsReadNoFurtherThanItsText)
+{
+    for (const std::string text : {"1 /", "1 -", "1 .", "1 '", "1 0", "1 (", "1 / ", "1 /*"})
+    {
+        const ExactText exact(text);
+        EXPECT_EQ(Evaluate(exact.View(), &KSParser::ParseLiteralInBrackets).m_outcome,
+                  Evaluate(ViewOf(text), &KSParser::ParseLiteralInBrackets).m_outcome)
+            << text;
+    }
+}
+
 TEST(Expression, OfANameThatNoScannerDeliversIsUnexpected)
 {
     for (const SubString token : {SubString(""), SubString()})
