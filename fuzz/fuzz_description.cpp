@@ -6,7 +6,9 @@
 #include <klObject/values/ReflectedVariable.h>
 #include <klObject/values/WriteVariable.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <vector>
 
@@ -65,9 +67,30 @@ void UseType(const ReflectionByteCode& type)
 
 } // namespace
 
+namespace
+{
+
+// An array of voids takes no room however many they are, and time and text for each.
+bool HasFewElements(const unsigned char* data, std::size_t size)
+{
+    double count = 1;
+    for (std::size_t i = 0; i + 4 < size; ++i)
+        if (data[i] == FT_ARRAY)
+        {
+            int32 ofArray = 0;
+            std::memcpy(&ofArray, data + i + 1, sizeof ofArray);
+            count *= std::max(1, ofArray);
+        }
+    return count < 1 << 20;
+}
+
+} // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     sample::RegisterOnce();
+    if (!HasFewElements(data, size))
+        return 0;
     for (std::size_t i = 0; i < size; ++i)
         if (data[i] == FT_FOREIGN)
             return 0; // names a record of the compiler's by its address

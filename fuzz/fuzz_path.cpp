@@ -23,12 +23,14 @@ void Require(bool condition)
         std::abort();
 }
 
-// Requires that the steps of a path that has led to the address lead there, too; of paths that are written plainly.
+// Requires that the steps of a path that has led to the address lead there, too, as far as there are any: what follows
+// a value is not part of a walk. Of paths that are written plainly.
 void TakeSteps(const ptr<IObject>& root, std::string_view path, PathSteps::Access access, const void* address)
 {
     PathSteps steps(root, access);
     while (!path.empty())
     {
+        const void* const before = steps.GetAddress();
         const bool isField = path.front() == '.';
         if (!isField && path.front() != '[')
             return;
@@ -40,9 +42,10 @@ void TakeSteps(const ptr<IObject>& root, std::string_view path, PathSteps::Acces
         path.remove_prefix(size);
         if (isField)
         {
-            if (name.empty())
+            if (name.empty() || std::isdigit(static_cast<unsigned char>(name.front())) != 0)
                 return;
-            Require(steps.TryStepToField({name.data(), name.data() + name.size()}));
+            if (!steps.TryStepToField({name.data(), name.data() + name.size()}))
+                return Require(before == address);
             continue;
         }
         const bool isPlain = !name.empty() && name.size() < 10 && path.starts_with(']') &&
@@ -50,7 +53,8 @@ void TakeSteps(const ptr<IObject>& root, std::string_view path, PathSteps::Acces
         if (!isPlain)
             return;
         path.remove_prefix(1);
-        Require(steps.TryStepToElement(std::stoll(std::string(name))));
+        if (!steps.TryStepToElement(std::stoll(std::string(name))))
+            return Require(before == address);
     }
     Require(steps.GetAddress() == address);
 }
