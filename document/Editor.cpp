@@ -44,22 +44,23 @@ Result<bool> DocumentEditor::Add(std::string_view path, std::string_view value)
     return Change(m_document, m_policy, path, value, [&](editing::Edit& edit) { edit.Add(path, value); });
 }
 
-bool DocumentEditor::TrySetAll(std::span<const Assignment> assignments)
+std::size_t DocumentEditor::SetSome(std::span<const Assignment> assignments)
 {
     try
     {
-        editing::Assignments all(m_document, editing::Reading(m_policy));
-        for (const Assignment& assignment : assignments)
-            if (!all.TryAdd(assignment.m_path, assignment.m_value))
-                return false;
-        std::optional<Document> changed = all.TryTake();
-        if (changed)
-            m_document = std::move(*changed);
-        return changed.has_value();
+        editing::Assignments plain(m_document, editing::Reading(m_policy));
+        std::size_t count = 0;
+        while (count < assignments.size() && plain.TryAdd(assignments[count].m_path, assignments[count].m_value))
+            ++count;
+        std::optional<Document> changed = count > 0 ? plain.TryTake() : std::nullopt;
+        if (!changed)
+            return 0;
+        m_document = std::move(*changed);
+        return count;
     }
-    catch (const Error&) // which the first of them tells, made alone
+    catch (const Error&) // which one of them tells, made alone
     {
-        return false;
+        return 0;
     }
 }
 

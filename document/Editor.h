@@ -22,6 +22,7 @@
 #include <kelmDocument/Policy.h>
 #include <kelmDocument/api.h>
 
+#include <cstddef>
 #include <span>
 #include <string_view>
 
@@ -52,10 +53,10 @@ public:
     // and maps receive what it holds in addition, of a class the members that it names are changed.
     Result<bool> Add(std::string_view path, std::string_view value);
 
-    // Set, or Add, of one after the other, where each gives a number, a text or the like another value that is written
-    // once: in about the time that one takes. False, with nothing changed, where that is not so or one is refused; then
-    // they are to be made one by one.
-    bool TrySetAll(std::span<const Assignment> assignments);
+    // Set, or Add, of one after the other, as far as each gives a number, a text or the like another value that is
+    // written once: all of them in about the time that one takes. Returns how many it has made; the next one is of
+    // another kind, or is refused, and is to be made alone.
+    std::size_t SetSome(std::span<const Assignment> assignments);
 
     // Takes every mention of a member, an element or a key out, with the comments that belong to it: those above it on
     // lines of their own, up to a blank line, and those behind it on the same line. A member then has the value that

@@ -64,21 +64,25 @@ bool Assignments::TryAdd(std::string_view path, std::string_view value)
     if (text.empty() || !TryFind(path, place) || !IsPlain(place.m_spot) || place.m_spot.m_data == nullptr ||
         HasComments(place.m_value))
         return false;
+    // What is replaced again depends on what it was replaced by.
+    if (m_replacements.contains(place.m_value.m_begin))
+        return false;
     const Reading& reading = m_subject.GetReading();
     const Spot& spot = place.m_spot;
-    const std::optional<std::string> before = reading.Written(spot.m_type, spot.m_data);
     try
     {
-        reading.ReadValue(s_textName, text, spot.m_type, spot.m_data);
+        const Variable fresh(spot.m_type); // what is wrong with the value shows before anything is changed
+        reading.ReadValue(s_textName, text, spot.m_type, fresh.Get());
     }
     catch (const Error&)
     {
         return false;
     }
-    if (before && reading.Written(spot.m_type, spot.m_data) == before)
-        return true;
-    // What is replaced again depends on what it was replaced by.
-    return m_replacements.try_emplace(place.m_value.m_begin, Replacement{place.m_value, std::string(text)}).second;
+    const std::optional<std::string> before = reading.Written(spot.m_type, spot.m_data);
+    reading.ReadValue(s_textName, text, spot.m_type, spot.m_data);
+    if (!before || reading.Written(spot.m_type, spot.m_data) != before)
+        m_replacements.try_emplace(place.m_value.m_begin, Replacement{place.m_value, std::string(text)});
+    return true;
 }
 
 std::optional<Document> Assignments::TryTake() const

@@ -27,7 +27,7 @@ public:
     {
     }
 
-    // False where the edit is none such, or an error: then all of this is to be forgotten.
+    // False where the edit is none such, or an error: then it is the end of them.
     bool TryAdd(std::string_view path, std::string_view value);
 
     // The changed document; nothing where it would not read as it is to.
@@ -54,8 +54,8 @@ private:
     bool TryFind(std::string_view path, Place& place);
     static bool TryEnter(Spot& spot);
     bool TryStepToMember(std::string_view name, Place& place);
-    bool TryStepToElement(std::string_view index, Place& place);
-    bool TryStepToPayload(std::string_view key, Place& place);
+    bool TryStepToElement(std::string_view text, Place& place);
+    bool TryStepToPayload(std::string_view text, Place& place);
     Contents* FindContents(Span value);
     void NoteKeys(const Spot& map, Contents& contents) const;
     bool HasComments(Span value) const;

@@ -267,7 +267,7 @@ void Assign(const std::string& text, const char* member, std::size_t count)
     for (const std::string& path : paths)
         assignments.push_back({path, "7"});
     Document document = Document::Parse(text);
-    if (!DocumentEditor(document).TrySetAll(assignments))
+    if (DocumentEditor(document).SetSome(assignments) != count)
         throw std::runtime_error("they cannot be set at once");
 }
 

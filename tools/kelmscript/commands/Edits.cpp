@@ -15,8 +15,11 @@
 #include <klObject/objects/Collector.h>
 #include <klUtils/text/ExpressionParser.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -113,14 +116,30 @@ void Explain(const Document& document, const Error& error, const EditTexts& edit
     ReportEdit(error, edit);
 }
 
-// Those of `set`, where they are plain enough to be made at once.
-bool TrySetAll(DocumentEditor& editor, const std::vector<EditTexts>& edits)
+// Makes one after the other; of `set` those that are plain enough together. False after an error.
+bool MakeEach(Document& document, const std::vector<EditTexts>& edits, const Change& change, const Options& options)
 {
+    DocumentEditor editor(document);
     std::vector<Assignment> assignments;
-    assignments.reserve(edits.size());
-    for (const EditTexts& edit : edits)
-        assignments.push_back({edit.m_path, edit.m_value});
-    return editor.TrySetAll(assignments);
+    if (options.m_run == RunSet && edits.size() > 1)
+        for (const EditTexts& edit : edits)
+            assignments.push_back({edit.m_path, edit.m_value});
+    // Where that fails, more and more are made alone before it is tried again.
+    std::size_t numAlone = 1;
+    for (std::size_t i = 0; i < edits.size();)
+    {
+        const std::size_t made =
+            assignments.empty() ? 0 : editor.SetSome(std::span<const Assignment>(assignments).subspan(i));
+        numAlone = made > 0 ? 1 : 2 * numAlone;
+        i += made;
+        for (const std::size_t past = std::min(i + numAlone, edits.size()); i < past; ++i)
+            if (const Result<bool> result = change(editor, edits[i]); !result)
+            {
+                Explain(document, result.GetError(), edits[i], options);
+                return false;
+            }
+    }
+    return true;
 }
 
 // Makes all of the edits, or none.
@@ -134,14 +153,8 @@ int EditFile(const Options& options, const std::vector<EditTexts>& edits, const 
     const Progress progress("editing " + NameOfFile(options.m_file));
     const std::string_view before = file->m_text.View();
     Document document = Document::Parse(std::string(before));
-    DocumentEditor editor(document);
-    if (options.m_run != RunSet || edits.size() == 1 || !TrySetAll(editor, edits))
-        for (const EditTexts& edit : edits)
-            if (const Result<bool> result = change(editor, edit); !result)
-            {
-                Explain(document, result.GetError(), edit, options);
-                return EXIT_FAILED;
-            }
+    if (!MakeEach(document, edits, change, options))
+        return EXIT_FAILED;
     if (!options.m_inPlace)
     {
         Put(document.GetText());
