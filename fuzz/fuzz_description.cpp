@@ -51,7 +51,17 @@ void UseType(const ReflectionByteCode& type)
     ConstructReflectedVariable(type, p);
     struct Guard
     {
-        ~Guard() { DestructReflectedVariable(m_type, m_p); }
+        ~Guard()
+        {
+            try
+            {
+                DestructReflectedVariable(m_type, m_p);
+            }
+            catch (const KelmAssertionError&)
+            {
+                // An empty list of what is described nowhere, of which only its end asks what it is.
+            }
+        }
         ReflectionByteCode m_type;
         void* m_p;
     } guard{type, p};
