@@ -205,9 +205,9 @@ TEST(BoundObjects, AreReadAndCalled)
         {"order.port[0]", "2 13 [] not available on int64"},
         {"order.lines[0].price.x", "2 22 . not available on float64"},
         {"order.port.Total()", "2 12 . not available on int64"},
-        {"sum(order.port, x, 1)", "2 1 No list but int64"},
+        {"sum(order.port, x, 1)", "2 5 No list but int64"},
         {"len(order.port)", "2 5 len() not available on int64"},
-        {"sum(order, x, 1)", "2 1 No list but booth::Order"},
+        {"sum(order, x, 1)", "2 5 No list but booth::Order"},
         {"order = 1", "2 7 No implicit conversion from value 1 to booth::Order"},
     };
     for (const Row& row : rows)
@@ -228,7 +228,8 @@ TEST(BoundObjects, AreReadAndCalled)
     }
     Evaluate("rename(order.lines[0], 'mug')", scope);
     EXPECT_EQ(order.lines[0].item, "mug");
-    EXPECT_EQ(&Evaluate("order.lines[1]", scope).As<booth::Line&>(), &order.lines[1]);
+    const Value line = Evaluate("order.lines[1]", scope);
+    EXPECT_EQ(&line.As<booth::Line&>(), &order.lines[1]);
     EXPECT_EQ(Evaluate<booth::Line>("make(9)", scope).quantity, 9);
 }
 
@@ -321,7 +322,7 @@ TEST(BoundObjects, AreAssignedWhole)
         {{"order.lines[0] = line(9)"}, "order.lines[0].quantity", "9"},
         {{"order.lines[0] = order"}, "", "2 16 No implicit conversion from value of booth::Order to booth::Line"},
         {{"order.lines[0] = null"}, "", "1 18 Unknown name null"},
-        {{"order.lines[0] = order.extra"}, "", "3 16 null dereference"},
+        {{"order.lines[0] = order.extra"}, "", "3 24 null dereference"},
         {{"order.lines = order.flags"},
          "",
          "2 13 No implicit conversion from value of vector<bool> to vector<booth::Line>"},
@@ -443,7 +444,7 @@ TEST(BoundObjects, OfEveryContainerAreGoneThrough)
         {"all(shelf.ourMarks, x, x > 0)", "true"},
         {"sum(shelf.byItem, l, count(shelf.prices, p, p < l.price))", "3"},
         {"sum(copy().prices, p, p)", "6.0"},
-        {"sum(shelf.more, p, p)", "3 1 null dereference"},
+        {"sum(shelf.more, p, p)", "3 11 null dereference"},
         {"sum(shelf.marks, m, m.x)", "2 23 . not available on int64"},
     };
     for (const Row& row : rows)

@@ -611,8 +611,27 @@ const OperandRow s_operands[] = {
     {"hugeOf(1)[0] + 1", "]", 12},
     {"noneOf(1) + 1", "noneOf", 1},
     {"1 + noneOf(item.n)", "noneOf", 5},
-    {"(item.b ? item.none : 1) + 1", "+", 26}, // more than a path
-    {"true && (item.b ? item.none : 1)", "&&", 6},
+    {"1 + (item).none", "none", 12},
+    {"(item.b ? item.none : 1) + 1", "none", 16},
+    {"true && (item.b ? item.none : 1)", "none", 24},
+    {"(item.b ? item.none : noneOf(1)) + 1", "?", 9}, // which of them is not known any longer
+    {"huge ? 1 : 2", "huge", 1},
+    {"!huge", "huge", 2},
+    {"huge && 1", "huge", 1},
+    {"item.n = item.none", "none", 15},
+    {"item.n = noneOf(1)", "noneOf", 10},
+    {"item.n = item.b ? item.none : 1", "none", 24},
+    {"item.n += item.b ? item.none : 1", "none", 25},
+    {"store.items[0].n = item.none", "none", 25},
+    {"numbers[1] = item.none", "none", 19},
+    {"item.none", "none", 6},
+    {"noneOf(1)", "noneOf", 1},
+    {"item.b ? item.none : 1", "none", 15},
+    {"item.b ? item.none : noneOf(1)", "?", 8},
+    {"sum(store.items, x, x.none)", "none", 23},
+    {"any(store.items, x, x.none)", "none", 23},
+    {"sum(store.items, x, item.b ? x.none : 1)", "none", 32},
+    {"sum(none, x, 1)", "none", 5},
     {"1 +/*c*/ item.none", "none", 15},
     {"item.none/*(*/+ 1", "none", 6},
     {"1 + item /*c*/ .none", "none", 17},
@@ -628,7 +647,9 @@ TEST(Machine, MarksTheOperandThatHoldsNoValue)
     std::optional<double> none;
     std::optional<bool> flag;
     std::vector<std::uint64_t> listed{huge};
+    std::vector<double> numbers{1, 2};
     Scope scope;
+    scope.Bind("numbers", numbers);
     scope.Bind("item", item).Bind("store", store).Bind("huge", huge).Bind("none", none).Bind("flag", flag);
     scope.Define("hugeOf", [&listed](int) -> const std::vector<std::uint64_t>& { return listed; });
     scope.Define("noneOf", [&none](int) -> const std::optional<double>& { return none; });
@@ -638,6 +659,7 @@ TEST(Machine, MarksTheOperandThatHoldsNoValue)
         const auto check = [&](const Error& error)
         {
             EXPECT_EQ(error.GetColumn(), static_cast<int64>(row.m_column)) << text;
+            EXPECT_EQ(error.GetKind(), row.m_marked == "/" ? ErrorKind::Arithmetic : ErrorKind::Range) << text;
             const std::string& excerpt = error.GetExcerpt();
             const std::size_t caret = excerpt.find('^') - excerpt.find('\n') - 1;
             EXPECT_EQ(excerpt.substr(caret, row.m_marked.size()), row.m_marked) << text;
@@ -648,6 +670,21 @@ TEST(Machine, MarksTheOperandThatHoldsNoValue)
         check(Expression(text, scope).TryEvaluate<double>().GetError());
         check(Expression(text, scope, {"p"}).TryEvaluate(1).GetError());
     }
+}
+
+TEST(Machine, MarksTheOperandThatHoldsNoValueHoweverDeep)
+{
+    constexpr std::size_t depth = 3000;
+    const std::optional<double> none;
+    Scope scope;
+    scope.Bind("none", none);
+    std::string text;
+    for (std::size_t i = 0; i < depth; ++i)
+        text += "(false ? 1 : ";
+    const std::size_t place = text.size();
+    text += "none" + std::string(depth, ')');
+    EXPECT_EQ(TryEvaluate(text, scope).GetError().GetColumn(), static_cast<int64>(place) + 1);
+    EXPECT_EQ(TryEvaluate(text + " + 1", scope).GetError().GetColumn(), static_cast<int64>(place) + 1);
 }
 
 } // namespace

@@ -29,13 +29,6 @@ std::string UnknownMessage(std::string_view name);
 
 std::string CountMessage(std::string_view name, std::size_t count, int32 min, int32 max);
 
-// Where an argument begins, of a call whose function's name stands at a place.
-std::size_t PlaceOfArgument(std::string_view text, std::size_t function, std::size_t index);
-
-// Where a path that is an operand of an operator ends: at its last name or bracket, of a call at the function's name.
-// The operator's own place where the operand is more than a path.
-std::size_t PlaceOfOperand(std::string_view text, std::size_t op, bool isRight);
-
 // With the place, its line, and the nearest names.
 Error MakeError(std::string_view text, const Failure& failure, std::size_t place, std::string fieldPath = {});
 

@@ -181,254 +181,19 @@ bool Machine::CheckBool(const Op& op)
     return true;
 }
 
-// --- Calls -----------------------------------------------------------------------------------------------------------
-
-bool Machine::CallOwn(const Op& op)
-{
-    const OwnFunction& function = GetOwnFunction(static_cast<uint32>(op.m_index));
-    const std::size_t count = op.m_count;
-    Slot* const arguments = m_top - count;
-    for (std::size_t i = 0; i < count; ++i)
-        if (!Load(arguments[i], m_failure))
-            return AtArgument(op, i);
-    Slot result;
-    std::size_t failed = 0;
-    if (!function.m_apply(arguments, count, result, failed, m_failure))
-        return AtArgument(op, failed);
-    Return(arguments, count, result);
-    return true;
-}
-
-bool Machine::CallName(const Op& op)
-{
-    const NameUse& use = m_program->m_names[op.m_index];
-    const Record* const record = m_records[op.m_index];
-    if (record == nullptr)
-        return Fail(m_failure, ErrorKind::Name, UnknownMessage(use.m_name));
-    if (record->m_is != Record::Is::Function)
-        return Fail(m_failure, ErrorKind::Type, record->m_name + " is not a function");
-    return Call(op, record->m_function, use.m_name, 0);
-}
-
-bool Machine::CallMember(const Op& op)
-{
-    const NameUse& use = m_program->m_names[op.m_index];
-    const Record* const record = m_records[op.m_index];
-    Slot& object = m_top[-static_cast<ssize_t>(op.m_count)];
-    const ReflectedClass* const rc = GoToObject(object, m_failure);
-    if (rc == nullptr)
-        return false;
-    if (record != nullptr)
-        for (const Callable& member : record->m_members)
-            if (std::strcmp(ReflectionByteCode(member.m_class).GetName(), rc->m_name) == 0)
-            {
-                object.SetType(member.m_class);
-                return Call(op, member, use.m_name, 1);
-            }
-    return Fail(m_failure, ErrorKind::Type, std::string(use.m_name) + " is not a function of " + NameOfType(object));
-}
-
-bool Machine::Call(const Op& op, const Callable& function, std::string_view name, std::size_t numObjects)
-{
-    const std::size_t count = op.m_count;
-    if (static_cast<std::size_t>(function.m_min) > count ||
-        (function.m_max >= 0 && static_cast<std::size_t>(function.m_max) < count)) [[unlikely]]
-        return FailCount(function, name, count, numObjects);
-    Slot* const arguments = m_top - count;
-    if (function.m_takesValues && !LoadArguments(arguments, count)) [[unlikely]]
-        return false;
-    OwnBelow(arguments);
-    Slot result;
-    result.SetNone();
-    CallFrame frame{arguments, count, &result, &m_failure, -1};
-    const ScopeAccess::Running running;
-    if (!function.m_call(function.m_function, frame)) [[unlikely]]
-        return FailCall(op, name, frame.m_failed < 0 ? -1 : frame.m_failed - static_cast<int32>(numObjects));
-    if (result.m_kind == Kind::Place) [[unlikely]]
-        KeepFrom(arguments, count, result);
-    Return(arguments, count, result);
-    return true;
-}
-
-void Machine::Return(Slot* arguments, std::size_t count, const Slot& result)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        arguments[i].Release();
-    *arguments = result;
-    m_top = arguments + 1;
-}
-
-// A function that takes values sees variables of numbers and texts as these.
-bool Machine::LoadArguments(Slot* arguments, std::size_t count)
-{
-    for (std::size_t i = 0; i < count; ++i)
-        if (arguments[i].m_kind == Kind::Place && IsThere(arguments[i]) && !LoadPlace(arguments[i], m_failure))
-            return false;
-    return true;
-}
-
-bool Machine::PushResolved(const NameUse& use, Slot& slot)
-{
-    OwnBelow(m_top);
-    const ScopeAccess::Running running;
-    std::optional<Value> value = ScopeAccess::Resolve(m_scope, use.m_name);
-    if (!value)
-    {
-        m_failedPlace = use.m_place;
-        return FailUnknown(m_failure, UnknownMessage(use.m_name), use.m_name, ScopeAccess::AllNames(m_scope));
-    }
-    slot = ValueAccess::Of(*value);
-    ValueAccess::Of(*value).SetNone();
-    return true;
-}
-
-bool Machine::AtArgument(const Op& op, std::size_t index)
-{
-    m_failedPlace = PlaceOfArgument(m_program->m_text, op.GetPlace(), index);
-    return false;
-}
-
-// A name that is no enumerator's, as a key, is wrong itself; an index is wrong at its bracket.
-bool Machine::AtIndex(const Op& subscript)
-{
-    if (m_failure.m_details->m_kind == ErrorKind::Name)
-        m_failedPlace = subscript.m_index;
-    return false;
-}
-
-// What holds no value of the language, an empty optional or too large a number, is wrong itself, and not what is done
-// with it.
-bool Machine::AtOperands(const Op& op, Slot* left, Slot* right)
-{
-    if (m_failure.m_details->m_kind != ErrorKind::Range)
-        return false;
-    for (Slot* const operand : {left, right})
-        if (Failure failure; operand != nullptr && !Load(*operand, failure))
-        {
-            m_failedPlace = PlaceOfOperand(m_program->m_text, op.GetPlace(), operand == right);
-            break;
-        }
-    return false;
-}
-
-bool Machine::FailCall(const Op& op, std::string_view name, int32 argument)
-{
-    const std::string part = argument < 0 ? "" : ", argument " + std::to_string(argument + 1);
-    m_failure.m_details->m_message.insert(0, std::string(name) + "()" + part + ": ");
-    return argument >= 0 && AtArgument(op, static_cast<std::size_t>(argument));
-}
-
-bool Machine::FailCount(const Callable& function, std::string_view name, std::size_t count, std::size_t numObjects)
-{
-    const auto objects = static_cast<int32>(numObjects);
-    return Fail(m_failure, ErrorKind::Call,
-                CountMessage(name, count - numObjects, function.m_min - objects,
-                             function.m_max < 0 ? -1 : function.m_max - objects));
-}
-
-// --- Assignments -----------------------------------------------------------------------------------------------------
-
-// What is behind the place that a value is for.
-bool Machine::KeepPlace(const Op&) // NOLINT: not const, as the table of operations wants it
-{
-    m_top[-1].m_stays = m_top[-1].m_kind == Kind::Place;
-    return true;
-}
-
-bool Machine::Store(const Op& op)
-{
-    Slot& target = m_top[-2];
-    OwnBelow(&target);
-    if (target.m_kind != Kind::Place)
-        return Fail(m_failure, ErrorKind::Type,
-                    "Can't assign to " + NameOfType(target) + (target.m_kind != Kind::None ? " r-value" : ""));
-    if (op.GetToken() != IndexOfToken(TOKEN_EQUAL))
-    {
-        *m_top = target;
-        m_top->m_holder = nullptr;
-        if (!CombineWith(op))
-            return false;
-    }
-    if (!StorePlace(target, m_top[-1], GetChecks(), m_failure))
-        return false;
-    (--m_top)->Release();
-    target.Release();
-    target.SetNone();
-    return true;
-}
-
-// The operation behind this one says where the bracket is.
-bool Machine::StoreElement(const Op& op)
-{
-    Slot* const top = m_top;
-    OwnBelow(top - 3);
-    bool isIndexWrong = false;
-    if (!evaluation::StoreElement(top[-3], top[-2], top[-1], GetChecks(), isIndexWrong, m_failure))
-    {
-        if (isIndexWrong)
-        {
-            m_failedPlace = (&op)[1].GetPlace();
-            AtIndex((&op)[1]);
-        }
-        return false;
-    }
-    for (int i = 1; i <= 3; ++i)
-        top[-i].Release();
-    top[-3].SetNone();
-    m_top = top - 2;
-    return true;
-}
-
-bool Machine::StoreName(const Op& op)
-{
-    const NameUse& use = m_program->m_names[op.m_index];
-    const Record* const record = m_records[op.m_index];
-    if (record == nullptr)
-        return Fail(m_failure, ErrorKind::Type,
-                    "Can't assign to " + std::string(use.m_name) + ", which is no variable");
-    if (op.GetToken() != IndexOfToken(TOKEN_EQUAL))
-    {
-        if (!evaluation::PushRecord(*record, *m_top, m_failure)) [[unlikely]]
-        {
-            m_failedPlace = use.m_place;
-            return false;
-        }
-        if (!CombineWith(op))
-            return false;
-    }
-    Slot& value = m_top[-1];
-    OwnBelow(&value);
-    if (!StoreInName(*record, value, GetChecks(), m_failure))
-        return false;
-    value.Release();
-    value.SetNone();
-    return true;
-}
-
-// The value below the top with the new value; the old one is at the top, not counted yet.
-bool Machine::CombineWith(const Op& op)
-{
-    Slot& value = m_top[-1];
-    Slot& old = *m_top++;
-    std::swap(value, old);
-    if (!GetOperations().m_binary[op.GetToken()](value, old, op.GetToken(), m_failure))
-        return AtOperands(op, &value, &old);
-    --m_top;
-    return true;
-}
-
 // --- Lists and paths -------------------------------------------------------------------------------------------------
 
 bool Machine::ListBegin(const Op& op, bool& hasElement)
 {
     Slot* const list = m_top - 1;
     std::size_t length = 0;
-    if (list->m_kind != Kind::Place)
-        return Fail(m_failure, ErrorKind::Type, "No list but " + NameOfType(*list));
-    if (!GoToList(*list, m_program->m_isTraced, m_failure))
-        return false;
-    if (!GetLength(*list, length, m_failure))
-        return Fail(m_failure, ErrorKind::Type, "No list but " + NameOfType(*list));
+    if (list->m_kind == Kind::Place && !GoToList(*list, m_program->m_isTraced, m_failure))
+        return AtListArgument(op, 0, *list);
+    if (list->m_kind != Kind::Place || !GetLength(*list, length, m_failure))
+    {
+        Fail(m_failure, ErrorKind::Type, "No list but " + NameOfType(*list));
+        return AtListArgument(op, 0, *list);
+    }
     const auto function = static_cast<ListFunction>(op.m_index);
     if (function == ListFunction::Any || function == ListFunction::All)
         list[1].Set(function == ListFunction::All);
@@ -455,13 +220,13 @@ bool Machine::ListNext(const Op& op, bool& hasElement)
     {
         const std::size_t plus = IndexOfToken(TOKEN_PLUS);
         if (!GetOperations().m_binary[plus](list[1], list[4], plus, m_failure))
-            return false;
+            return AtListArgument(op, 2, list[4]);
     }
     else
     {
         bool holds = false;
         if (!ToBool(list[4], holds, m_failure))
-            return false;
+            return AtListArgument(op, 2, list[4]);
         list[4].Release();
         if (function == ListFunction::Count)
             list[1].m_integer += holds;

@@ -87,7 +87,7 @@ struct Machine
         }
         if (receiver.m_receive(*result, receiver.m_out, m_failure)) [[likely]]
             return true;
-        m_failedPlace = 0;
+        AtResult(*result);
         return false;
     }
 
@@ -200,6 +200,8 @@ private:
     bool AtArgument(const Op& op, std::size_t index);
     bool AtIndex(const Op& subscript);
     bool AtOperands(const Op& op, Slot* left, Slot* right);
+    bool AtListArgument(const Op& op, std::size_t index, Slot& argument);
+    [[gnu::cold, gnu::noinline]] void AtResult(Slot& result);
     void Return(Slot* arguments, std::size_t count, const Slot& result);
     bool LoadArguments(Slot* arguments, std::size_t count);
     bool FailCount(const Callable& function, std::string_view name, std::size_t count, std::size_t numObjects);
