@@ -94,7 +94,11 @@ public:
 class OneDefault
 {
 public:
-    OneDefault() { ++s_creation.m_defaultsDepth, ++s_creation.m_numDefaults; }
+    OneDefault()
+    {
+        ++s_creation.m_defaultsDepth;
+        ++s_creation.m_numDefaults;
+    }
     OneDefault(const OneDefault&) = delete;
     OneDefault& operator=(const OneDefault&) = delete;
     ~OneDefault() { --s_creation.m_defaultsDepth; }
