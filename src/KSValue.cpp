@@ -229,6 +229,8 @@ void ApplyUnaryPlus(KSValue& v)
 
 void ApplyUnaryMinus(KSValue& v)
 {
+    if (v.is<int64>()) [[likely]]
+        return KSValueAccess::Construct(v, WrappingNegation(KSValueAccess::Get<int64>(v)));
     int64 i = 0;
     float64 f = 0.0;
     if (Read(i, v))
@@ -241,6 +243,8 @@ void ApplyUnaryMinus(KSValue& v)
 
 void ApplyUnaryBitComplement(KSValue& v)
 {
+    if (v.is<int64>()) [[likely]]
+        return KSValueAccess::Construct(v, ~KSValueAccess::Get<int64>(v));
     int64 i = 0;
     if (!Read(i, v))
         ThrowIncompatibleTypeException(v, "~");
@@ -249,7 +253,9 @@ void ApplyUnaryBitComplement(KSValue& v)
 
 void ApplyUnaryNot(KSValue& v)
 {
-    KSValueAccess::Set(v, !(v.is<bool>() ? KSValueAccess::Get<bool>(v) : As<bool>(v, false)));
+    if (v.is<bool>()) [[likely]]
+        return KSValueAccess::Construct(v, !KSValueAccess::Get<bool>(v));
+    KSValueAccess::Set(v, !As<bool>(v, false));
 }
 
 void ApplyFunction(KSValue&, const xvector<KSValue>&)

@@ -149,6 +149,12 @@ std::vector<ExpressionText> GetMoreExpressions(std::uint64_t seed)
 {
     return {
         {"one integer: 42", "42"},
+        {"seven digits: 1234567", "1234567"},
+        {"hexadecimal: 0x1F", "0x1F"},
+        {"sign: -42", "-42"},
+        {"constant: true", "true"},
+        {"constants: !true || false", "!true || false"},
+        {"function: -sin(1.5)", "-sin(1.5)"},
         {"spaces: 1 + 2 * 3", "1 + 2 * 3"},
         {"two floats: 2.5*1.25", "2.5*1.25"},
         {"sign and remainder: -75 % 8", "-75 % 8"},

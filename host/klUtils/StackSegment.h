@@ -54,7 +54,14 @@ KLUTILS_API bool IsStackLowHere(std::uintptr_t stackPointer);
 // Runs call(context) on a fresh segment, and returns or throws what it does.
 KLUTILS_API void RunOnFreshSegment(void (*call)(void*), void* context);
 
-// One comparison when there is room: what lies outside the stack, on either side, has none.
+// One comparison, and no call: whether IsStackLow has to be asked. What lies outside the stack, on either side, has no
+// room.
+inline bool MayStackBeLow()
+{
+    return __builtin_expect(!t_stackInUse.HasRoomAt(StackPointer()), 0);
+}
+
+// One comparison as well, when there is room.
 inline bool IsStackLow()
 {
     const std::uintptr_t stackPointer = StackPointer();

@@ -4,6 +4,8 @@
 
 #include <klKelmScript/private/KSValueOperations.h>
 #include <klUtils/BasicSubString.h>
+#include <klUtils/text/private/CharTable.h>
+#include <klUtils/text/private/ShortText.h>
 #include <klUtils/types.h>
 
 #include <span>
@@ -34,5 +36,19 @@ KLKELMSCRIPT_API std::span<const BuiltIn> GetBuiltIns();
 
 // The one of that name, or null.
 KLKELMSCRIPT_API const BuiltIn* FindBuiltIn(SubString name);
+
+// Where the name that begins at `p` is that of one of the constants, which are asked for more often than all the rest:
+// its end, and the value. Null otherwise.
+inline const char* FindConstant(const char* p, const char* end, bool& value)
+{
+    if (end - p < 4)
+        return nullptr;
+    const uint32 word = LoadWord<uint32>(p);
+    p += 4;
+    value = word == WordOf("true");
+    if (!value && (word != WordOf("fals") || p == end || *p++ != 'e'))
+        return nullptr;
+    return p == end || !text::HasProperty(*p, text::CHAR_IDENTIFIER) ? p : nullptr;
+}
 
 } // namespace kelm

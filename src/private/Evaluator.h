@@ -205,9 +205,17 @@ private:
     // A primary or a prefix form. Numbers are the commonest.
     [[gnu::always_inline]] void EvaluateOperand(Operand& literal)
     {
-        if (!IsNumber(m_tokens.GetKind()))
-            return EvaluateAnyOperand(literal);
-        SetNumber(literal);
+        if (m_tokens.IsFirstShortInteger()) [[likely]]
+            Set(literal, m_tokens.GetFirstShortInteger());
+        else
+        {
+            if (!m_tokens.IsLiteral())
+                return EvaluateAnyOperand(literal);
+            m_tokens.TakeValue();
+            if (!IsNumber(m_tokens.GetKind()))
+                return EvaluateAnyOperand(literal);
+            SetNumber(literal);
+        }
         m_tokens.NextBehindOperand();
     }
 
@@ -215,15 +223,15 @@ private:
     template <bool IsVoid = false>
     [[gnu::always_inline]] void EvaluateNextOperand(Operand& literal)
     {
-        if (!NextPastNumber<IsVoid>(literal))
+        if (!NextPastConstant<IsVoid>(literal))
             EvaluateAnyOperand(literal);
         FinishPostfix(literal);
     }
 
-    // Goes to the next token, and past it where it is a number, which becomes the value: whether it was. Numbers
-    // without a value are left, and those for which a value would have to be released.
+    // Goes to the next token, and past it where it is a number, true or false, which becomes the value: whether it was.
+    // Numbers without a value are left, and those for which a value would have to be released.
     template <bool IsVoid = false>
-    [[gnu::always_inline]] bool NextPastNumber(Operand& literal)
+    [[gnu::always_inline]] bool NextPastConstant(Operand& literal)
     {
         const auto take = [&](const text::ScannedNumber& number, SubString text) __attribute__((always_inline))
         {
@@ -241,8 +249,17 @@ private:
                 return false;
             return true;
         };
-        return m_tokens.NextPastNumber(take);
+        const auto takeName = [&]([[maybe_unused]] const char* start) __attribute__((always_inline))
+        {
+            if constexpr (s_isRecording)
+                return false;
+            else
+                return (*start == 't' || *start == 'f') && (IsVoid || !Access::OwnsMemory(literal)) &&
+                       TryPassConstant(start, literal);
+        };
+        return m_tokens.NextPastConstant(take, takeName);
     }
+    bool TryPassConstant(const char* start, Operand& literal);
 
     static constexpr bool IsNumber(EToken kind) { return TOKEN_INTEGER <= kind && kind <= TOKEN_FLOAT; }
 
@@ -274,6 +291,7 @@ private:
     // --- Prefix and postfix forms ------------------------------------------------------------------------------------
 
     void EvaluatePrefix(Operand& literal);
+    [[gnu::always_inline]] void EvaluatePrefixes(Operand& literal, uint8 first);
 
     [[gnu::always_inline]] void FinishPostfix(Operand& literal)
     {
@@ -302,6 +320,7 @@ public:
     float64 EvaluateFloatInBrackets();
 
 private:
+    void EvaluateFunction(Operand& literal, SubString name);
     void EvaluateCallOf(Operand& literal, const BuiltIn& builtIn);
 
     void NextToBracket()
@@ -321,7 +340,7 @@ private:
     [[gnu::always_inline]] void Nest(void (Evaluator::*evaluate)(Arguments...),
                                      std::type_identity_t<Arguments>... arguments)
     {
-        if (IsStackLow()) [[unlikely]]
+        if (MayStackBeLow()) [[unlikely]]
             return NestDeep(evaluate, arguments...);
         (this->*evaluate)(arguments...);
     }
@@ -329,6 +348,8 @@ private:
     [[gnu::noinline, gnu::cold]] void NestDeep(void (Evaluator::*evaluate)(Arguments...),
                                                std::type_identity_t<Arguments>... arguments)
     {
+        if (!IsStackLow())
+            return (this->*evaluate)(arguments...);
         CallOnFreshSegment([&] { (this->*evaluate)(arguments...); });
     }
 

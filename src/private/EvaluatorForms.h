@@ -142,15 +142,15 @@ template <class Tokens, class Semantics>
 void Evaluator<Tokens, Semantics>::EvaluateParentheses(Operand& literal)
 {
     int64 depth = 0;
-    bool isNumber = false;
+    bool isPast = false;
     do
     {
         ++depth;
-        isNumber = NextPastNumber(literal);
-    } while (!isNumber && m_tokens.Is(TOKEN_LEFT_PAREN));
+        isPast = NextPastConstant(literal);
+    } while (!isPast && m_tokens.Is(TOKEN_LEFT_PAREN));
     try
     {
-        if (!isNumber)
+        if (!isPast)
             EvaluateAnyOperand(literal);
         FinishPostfix(literal);
         while (true)
@@ -168,8 +168,7 @@ void Evaluator<Tokens, Semantics>::EvaluateParentheses(Operand& literal)
     }
 }
 
-// Prefix operators that stand one behind the other are not recursed into until they are many: two bits remember each,
-// the innermost in the lowest.
+// Most often there is one, and a constant behind it, of which no postfix form makes anything.
 template <class Tokens, class Semantics>
 void Evaluator<Tokens, Semantics>::EvaluatePrefix(Operand& literal)
 {
@@ -177,24 +176,36 @@ void Evaluator<Tokens, Semantics>::EvaluatePrefix(Operand& literal)
         m_semantics.Prefix(*this, literal);
     else
     {
-        static_assert(std::size(s_prefixOperators) == 4);
-        constexpr uint64 none = 1;
-        constexpr uint64 full = uint64(1) << 62;
-        uint64 operators = none;
-        bool isNumber = false;
-        do
-        {
-            operators = operators << 2 | s_tokenRoles.m_prefix[IndexOf(m_tokens.GetKind())];
-            isNumber = NextPastNumber(literal);
-        } while (!isNumber && IsNow(ROLE_PREFIX) && operators < full);
-        if (!isNumber)
-            EvaluateAnyOperand(literal);
+        const uint8 op = s_tokenRoles.m_prefix[IndexOf(m_tokens.GetKind())];
+        if (!NextPastConstant(literal))
+            return EvaluatePrefixes(literal, op);
         FinishPostfix(literal);
-        for (; operators != none; operators >>= 2)
-        {
-            ShowTo(literal);
-            s_prefixOperators[operators & 3].m_apply(literal);
-        }
+        s_prefixOperators[op].m_apply(literal);
+    }
+}
+
+// Those that stand one behind the other, `first` before the current token, are not recursed into until they are many:
+// two bits remember each, the innermost in the lowest.
+template <class Tokens, class Semantics>
+inline void Evaluator<Tokens, Semantics>::EvaluatePrefixes(Operand& literal, uint8 first)
+{
+    static_assert(std::size(s_prefixOperators) == 4);
+    constexpr uint64 none = 1;
+    constexpr uint64 full = uint64(1) << 62;
+    uint64 operators = none << 2 | first;
+    bool isPast = false;
+    while (!isPast && IsNow(ROLE_PREFIX) && operators < full)
+    {
+        operators = operators << 2 | s_tokenRoles.m_prefix[IndexOf(m_tokens.GetKind())];
+        isPast = NextPastConstant(literal);
+    }
+    if (!isPast)
+        EvaluateAnyOperand(literal);
+    FinishPostfix(literal);
+    for (; operators != none; operators >>= 2)
+    {
+        ShowTo(literal);
+        s_prefixOperators[operators & 3].m_apply(literal);
     }
 }
 
@@ -252,14 +263,34 @@ void Evaluator<Tokens, Semantics>::EvaluateName(Operand& literal) requires(!Sema
     if (!m_tokens.Is(TOKEN_IDENTIFIER))
         ThrowKelmAssertionError("m_token == TOKEN_IDENTIFIER", s_sourceFile, 527);
     const SubString name = m_tokens.GetText();
+    bool constant = false;
+    if (FindConstant(name.m_p1, name.m_p2, constant) == nullptr)
+        return EvaluateFunction(literal, name);
+    m_tokens.NextBehindOperand();
+    Set(literal, constant);
+}
+
+template <class Tokens, class Semantics>
+[[gnu::noinline]] void Evaluator<Tokens, Semantics>::EvaluateFunction(Operand& literal, SubString name)
+{
     const BuiltIn* const builtIn = FindBuiltIn(name);
-    if (builtIn != nullptr && builtIn->m_argument != Argument::None)
-        return Nest(&Evaluator::EvaluateCallOf, literal, *builtIn);
     if (builtIn == nullptr)
         ThrowUnexpected();
-    m_tokens.NextBehindOperand();
-    if (builtIn != nullptr)
-        Set(literal, builtIn->m_constant);
+    Nest(&Evaluator::EvaluateCallOf, literal, *builtIn);
+}
+
+// At the name that begins there and is not the current token yet: whether it is that of a constant, and has been
+// passed.
+template <class Tokens, class Semantics>
+[[gnu::noinline]] bool Evaluator<Tokens, Semantics>::TryPassConstant(const char* start, Operand& literal)
+{
+    bool constant = false;
+    const char* const past = FindConstant(start, m_tokens.GetEnd(), constant);
+    if (past == nullptr)
+        return false;
+    m_tokens.GoBehind(TOKEN_IDENTIFIER, start, past);
+    Access::Construct(literal, constant);
+    return true;
 }
 
 // The current token is dropped; then "(", an expression, ")".

@@ -29,9 +29,11 @@ TEST(Constants, AreNames)
 
 TEST(UnknownNames, AreReportedWhereTheyStand)
 {
-    for (const char* name : {"True",    "TRUE",    "x",    "foo",  "sinh", "si",  "is_",        "is_int64",
-                             "int64",   "float64", "void", "null", "_",    "Len", "trues",      "fals",
-                             "stringg", "uint8",   "pow",  "sqrt", "lon",  "lag", "is_boolean", "doublE"})
+    for (const char* name :
+         {"True",    "TRUE",  "x",        "foo", "sinh",       "si",     "is_",   "is_int64", "int64",
+          "float64", "void",  "null",     "_",   "Len",        "trues",  "fals",  "stringg",  "uint8",
+          "pow",     "sqrt",  "lon",      "lag", "is_boolean", "doublE", "t",     "f",        "tru",
+          "true_",   "true1", "truetrue", "fal", "false_",     "false1", "falsee"})
     {
         const std::string text = std::string("1 + ") + name + "(2)";
         EXPECT_EQ(OutcomeOfText(text),

@@ -26,40 +26,34 @@ namespace kelm
     text::Lexeme lexeme;
     if (start != end && text::StartOf(*start) == text::Start::Digit)
     {
-        constexpr ssize_t few = 4;
-        text::DigitRun run{start + 1, text::DigitValue(*start)};
-        if (run.m_past != end && text::DigitValue(*run.m_past) <= 9)
-            run = text::AppendOneByOne(run.m_past, end - start > few ? start + few : end, run.m_number);
+        const text::DigitRun run = text::AppendOneByOne(start + 1, end, text::DigitValue(*start));
         if (run.m_past != end && text::HasProperty(*run.m_past, text::CHAR_IN_NUMBER))
-        {
-            if (atLineStart) // at the first token: there is none yet where this throws
-                m_token = m_prevToken;
-            return ReadNumber(start);
-        }
+            return text::IsHexadecimal(start, end) ? ReadHexadecimal(start, atLineStart)
+                                                   : ReadRestOfNumber(start, run.m_past, run.m_number, atLineStart);
         return SetNumber(TOKEN_INTEGER, start, run.m_past, run.m_number, 0, run.m_past - start);
     }
     if (!text::TryScanOrEndHere(start, end, lexeme))
-    {
-        if (atLineStart)
-            m_token = m_prevToken;
         return ReadAnyToken(atLineStart);
-    }
     m_token = lexeme.GetToken();
     m_str.m_p1 = lexeme.m_past;
 }
 
-[[gnu::noinline]] void ParserBase::ReadNumber(const char* start)
+[[gnu::noinline]] void ParserBase::ReadHexadecimal(const char* start, bool atLineStart)
 {
-    const char* const end = m_str.m_p2;
-    if (text::IsHexadecimal(start, end))
-    {
-        const text::DigitRun run = text::ScanHexadecimal(start, end);
-        if (run.m_past != nullptr) [[likely]]
-            return SetNumber(TOKEN_HEX_INTEGER, start, run.m_past, run.m_number, 0, run.m_past - (start + 2));
-    }
-    const text::ScannedNumber number = text::ScanNumberHere(start, end);
+    const text::DigitRun run = text::ScanHexadecimal(start, m_str.m_p2);
+    if (run.m_past == nullptr) [[unlikely]]
+        ThrowNoToken(atLineStart);
+    SetNumber(TOKEN_HEX_INTEGER, start, run.m_past, run.m_number, 0, run.m_past - (start + 2));
+}
+
+// Of the number at `start`, behind its first digits.
+[[gnu::noinline]] void ParserBase::ReadRestOfNumber(const char* start, const char* past, uint64 digits,
+                                                    bool atLineStart)
+{
+    const text::ScannedNumber number =
+        text::ScanToItsEnd(start, m_str.m_p2, {TOKEN_INTEGER, past, digits, past - start});
     if (number.m_past == nullptr) [[unlikely]]
-        text::ThrowScanFailure(m_str.m_p1, end, false);
+        ThrowNoToken(atLineStart);
     SetNumber(number.m_kind, start, number.m_past, number.m_digits, number.m_exponent, number.m_count);
 }
 
@@ -67,7 +61,7 @@ namespace kelm
 {
     text::Lexeme lexeme;
     if (!text::ScanToken(m_str.m_p1, m_str.m_p2, atLineStart, lexeme)) [[unlikely]]
-        text::ThrowScanFailure(m_str.m_p1, m_str.m_p2, atLineStart);
+        ThrowNoToken(atLineStart);
     m_digits = lexeme.m_digits;
     m_exponent = lexeme.m_exponent;
     m_count = lexeme.m_count;
@@ -75,6 +69,14 @@ namespace kelm
     m_token = lexeme.GetToken();
     m_valued = m_token;
     m_str.m_p1 = lexeme.m_past;
+}
+
+// At the first token there is none yet.
+[[gnu::noinline, gnu::cold]] void ParserBase::ThrowNoToken(bool atLineStart)
+{
+    if (atLineStart)
+        m_token = m_prevToken;
+    text::ThrowScanFailure(m_str.m_p1, m_str.m_p2, atLineStart);
 }
 
 void ParserBase::Init(SubString text)

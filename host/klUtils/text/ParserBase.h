@@ -68,9 +68,11 @@ private:
     friend class text::ExpressionCursor;
 
     void ReadToken(bool atLineStart);
-    void ReadNumber(const char* start);
+    void ReadHexadecimal(const char* start, bool atLineStart);
+    void ReadRestOfNumber(const char* start, const char* past, uint64 digits, bool atLineStart);
     void SetNumber(EToken kind, const char* start, const char* past, uint64 digits, int32 exponent, ssize_t count);
     void ReadAnyToken(bool atLineStart);
+    [[noreturn]] void ThrowNoToken(bool atLineStart);
 
     // The number or quoted literal that has been scanned last, and what that has found out about its value.
     LSToken m_valued;

@@ -114,6 +114,15 @@ struct DigitRun
     return run.m_past != nullptr ? run : AppendDigits(p, end, number);
 }
 
+// The same of the number at `p`, of whose digits the first one is `digit`.
+[[gnu::always_inline]] inline DigitRun AppendFewMoreDigits(const char* p, const char* end, uint64 digit)
+{
+    if (end - p < 4)
+        return AppendOneByOne(p + 1, end, digit);
+    const DigitRun run = AppendUpToThree(p, 0);
+    return run.m_past != nullptr ? run : AppendDigits(p, end, 0);
+}
+
 // The same where there are often no more than seven, which are found in one word of eight characters.
 [[gnu::always_inline]] inline DigitRun AppendSomeDigits(const char* p, const char* end, uint64 number)
 {

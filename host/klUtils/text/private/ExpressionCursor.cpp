@@ -83,8 +83,10 @@ void ExpressionCursor::GoTo(const char* start)
         case Start::SingleOperator: return AcceptShortOperator(start, previous);
         case Start::Identifier: return AcceptName(start);
         case Start::Operator:
+            if (IsShortOperator(start))
+                return AcceptShortOperator(start, previous);
             if (!IsComment(start))
-                return AcceptOperator(start, previous);
+                return AcceptLongOperator(start, previous);
             start = SkipComment(start);
             continue;
         case Start::Quote:
@@ -100,10 +102,11 @@ void ExpressionCursor::GoTo(const char* start)
     AcceptEnd(m_kind, previous, m_p);
 }
 
-void ExpressionCursor::AcceptOperator(const char* start, const char* previous)
+// Of more than one character.
+void ExpressionCursor::AcceptLongOperator(const char* start, const char* previous)
 {
     const char* past = start;
-    const EToken kind = ScanOperator(past, m_end);
+    const EToken kind = ScanLongOperator(past, m_end);
     Accept(kind, start, past, previous);
 }
 

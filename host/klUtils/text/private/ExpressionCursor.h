@@ -29,8 +29,6 @@ public:
         , m_passed(None())
         , m_parser(parser)
     {
-        if (IsLiteral(m_kind))
-            TakeValue();
     }
     ExpressionCursor(const ExpressionCursor&) = delete;
     ExpressionCursor& operator=(const ExpressionCursor&) = delete;
@@ -47,6 +45,32 @@ public:
     }
 
     // --- The current token ---
+
+    // Whether it is a number or a quoted literal.
+    bool IsLiteral() const { return TOKEN_INTEGER <= m_kind && m_kind <= TOKEN_DOUBLE_QUOTED_STRING; }
+
+    // Of a literal, before its value is asked for: of the parser's token, that is what scanning it has found out,
+    // unless somebody has put another one in its place.
+    [[gnu::always_inline]] void TakeValue()
+    {
+        if (!IsAtFirst())
+            return;
+        if (!IsValued()) [[unlikely]]
+            return FindValue();
+        m_digits = m_parser.m_digits;
+        m_exponent = m_parser.m_exponent;
+        m_count = m_parser.m_count;
+        m_escape = m_parser.m_escape;
+    }
+
+    // Whether it is the parser's token and an integer, decimal or hexadecimal, that needs no look at its range; and
+    // which. Nothing has to be taken for that.
+    [[gnu::always_inline]] bool IsFirstShortInteger() const
+    {
+        return IsAtFirst() && (Is(TOKEN_INTEGER) || Is(TOKEN_HEX_INTEGER)) && IsValued() &&
+               static_cast<uint32>(m_parser.m_count) <= Number::s_maxHexDigits;
+    }
+    int64 GetFirstShortInteger() const { return static_cast<int64>(m_parser.m_digits); }
 
     EToken GetKind() const { return m_kind; }
     bool Is(EToken kind) const { return m_kind == kind; }
@@ -91,10 +115,13 @@ public:
     // Behind an operand, which the current token ends.
     [[gnu::always_inline]] void NextBehindOperand() { GoBehind(m_kind, m_start, m_p); }
 
-    // Where an operand is to begin. If that is a number that `take` takes, past it as well: whether it was. It does not
-    // become the current token on the way unless there is a need.
-    template <class Take>
-    [[gnu::always_inline]] bool NextPastNumber(Take take)
+    // And where the next token begins there, up to `past`, and ends an operand.
+    [[gnu::always_inline]] void GoBehind(EToken kind, const char* start, const char* past);
+
+    // Where an operand is to begin. If that is a number that `take` takes, past it as well, or a name that `takeName`
+    // goes behind: whether it was. It does not become the current token on the way unless there is a need.
+    template <class Take, class TakeName>
+    [[gnu::always_inline]] bool NextPastConstant(Take take, TakeName takeName)
     {
         const char* const start = SkipSpaceHere(m_p);
         if (start != m_end) [[likely]]
@@ -104,11 +131,10 @@ public:
                 // Most numbers are digits alone, and many a single one.
                 DigitRun run{start + 1, DigitValue(*start)};
                 if (run.m_past != m_end && DigitValue(*run.m_past) <= 9)
-                    run = AppendFewDigits(start, m_end, 0);
+                    run = AppendFewMoreDigits(start, m_end, run.m_number);
                 const ScannedNumber number(TOKEN_INTEGER, run.m_past, run.m_number, run.m_past - start);
                 const bool isWhole = run.m_past == m_end || !HasProperty(*run.m_past, CHAR_IN_NUMBER);
-                if (isWhole ? TryPass(start, number, take) : TryPass(start, ScanToItsEnd(start, m_end, number), take))
-                    [[likely]]
+                if (isWhole ? TryPass(start, number, take) : TryPass(start, ScanRest(start, number), take)) [[likely]]
                     return true;
             }
             else if (IsShortOperator(start))
@@ -118,6 +144,8 @@ public:
             }
             else if (StartOf(*start) == Start::Identifier)
             {
+                if (takeName(start))
+                    return true;
                 AcceptName(start);
                 return false;
             }
@@ -125,6 +153,7 @@ public:
         GoTo(start);
         return false;
     }
+    const char* GetEnd() const { return m_end; }
 
     // Past a token of that kind. Throws "Expected " + text + " when read " + the current token where it is another.
     [[gnu::always_inline]] void Pass(EToken kind, ConstStringZ text)
@@ -161,21 +190,15 @@ private:
     {
         return TOKEN_END <= kind && kind <= TOKEN_HASH ? kind : TOKEN_COMMENT;
     }
-    static constexpr bool IsLiteral(EToken kind) { return TOKEN_INTEGER <= kind && kind <= TOKEN_DOUBLE_QUOTED_STRING; }
     Number GetNumber() const { return {m_digits, m_exponent, m_count}; }
 
-    // What scanning has found out about the parser's current token, unless that has been replaced.
-    [[gnu::always_inline]] void TakeValue()
+    // Whether the parser's current token is the one whose value it has kept.
+    [[gnu::always_inline]] bool IsValued() const
     {
         const LSToken& token = m_parser.m_token;
         const LSToken& valued = m_parser.m_valued;
-        if (token.m_type != valued.m_type || token.m_str.m_p1 != valued.m_str.m_p1 ||
-            token.m_str.m_p2 != valued.m_str.m_p2) [[unlikely]]
-            return FindValue();
-        m_digits = m_parser.m_digits;
-        m_exponent = m_parser.m_exponent;
-        m_count = m_parser.m_count;
-        m_escape = m_parser.m_escape;
+        return token.m_type == valued.m_type && token.m_str.m_p1 == valued.m_str.m_p1 &&
+               token.m_str.m_p2 == valued.m_str.m_p2;
     }
     KLUTILS_API void FindValue();
 
@@ -198,6 +221,15 @@ private:
             return false;
         GoBehind(number.m_kind, start, number.m_past);
         return true;
+    }
+
+    // Of the number at `start`, behind its first digits.
+    [[gnu::always_inline]] ScannedNumber ScanRest(const char* start, const ScannedNumber& number) const
+    {
+        if (*number.m_past == '.' || !IsHexadecimal(start, m_end))
+            return ScanToItsEnd(start, m_end, number);
+        const DigitRun run = ScanHexadecimal(start, m_end);
+        return {TOKEN_HEX_INTEGER, run.m_past, run.m_number, run.m_past - (start + 2)};
     }
 
     // Most often there is none, or one blank.
@@ -231,21 +263,6 @@ private:
         m_p = past;
     }
 
-    // To the token behind that one, which ends an operand.
-    [[gnu::always_inline]] void GoBehind(EToken kind, const char* start, const char* past)
-    {
-        const char* const behind = SkipSpaceHere(past);
-        if (behind == m_end)
-            return AcceptEnd(kind, start, past);
-        if (IsShortOperator(behind)) [[likely]]
-            return AcceptShortOperator(behind, start);
-        if (StartOf(*behind) == Start::Operator && *behind != '/')
-            return AcceptOperator(behind, start);
-        if (start != m_start)
-            Accept(kind, start, past, m_start);
-        GoTo(behind);
-    }
-
     // To the end of the text from a token that is at hand: the members are soon given back then, with it as the
     // previous one.
     [[gnu::always_inline]] void AcceptEnd(EToken kind, const char* start, const char* past)
@@ -258,7 +275,7 @@ private:
 
     // To the token at `start`, the first character behind the current one that is no white space.
     KLUTILS_API void GoTo(const char* start);
-    KLUTILS_API void AcceptOperator(const char* start, const char* previous);
+    KLUTILS_API void AcceptLongOperator(const char* start, const char* previous);
     KLUTILS_API void AcceptName(const char* start);
     void AcceptNumber(const char* start);
     template <char Quote>
@@ -285,5 +302,19 @@ private:
 
     ParserBase& m_parser;
 };
+
+inline void ExpressionCursor::GoBehind(EToken kind, const char* start, const char* past)
+{
+    const char* const behind = SkipSpaceHere(past);
+    if (behind == m_end)
+        return AcceptEnd(kind, start, past);
+    if (IsShortOperator(behind)) [[likely]]
+        return AcceptShortOperator(behind, start);
+    if (StartOf(*behind) == Start::Operator && *behind != '/')
+        return AcceptLongOperator(behind, start);
+    if (start != m_start)
+        Accept(kind, start, past, m_start);
+    GoTo(behind);
+}
 
 } // namespace kelm::text

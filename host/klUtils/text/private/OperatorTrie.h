@@ -109,18 +109,36 @@ private:
 inline constexpr OperatorPairs s_operatorPairs;
 static_assert(s_operatorPairs.Has('<', '=') && s_operatorPairs.Has('/', '*') && !s_operatorPairs.Has('-', '+'));
 
-// The operator that begins at `p`, which is advanced past it. The first character must begin an operator.
-inline EToken ScanOperator(const char*& p, const char* end)
+// The operator whose beginning, up to `p`, is that node.
+inline EToken ScanRestOfOperator(std::size_t node, const char*& p, const char* end)
 {
-    std::size_t node = s_operatorTrie.m_nodeOfChar[static_cast<unsigned char>(*p)];
-    while (++p != end)
+    for (; p != end; ++p)
     {
-        const std::size_t next = s_operatorTrie.m_next[node][s_operatorTrie.m_symbol[static_cast<unsigned char>(*p)]];
+        const std::size_t symbol = s_operatorTrie.m_symbol[static_cast<unsigned char>(*p)];
+        if (symbol == 0)
+            break;
+        const std::size_t next = s_operatorTrie.m_next[node][symbol];
         if (next == 0)
             break;
         node = next;
     }
     return s_operatorTrie.m_token[node];
+}
+
+// The operator that begins at `p`, which is advanced past it. The first character must begin an operator.
+inline EToken ScanOperator(const char*& p, const char* end)
+{
+    const std::size_t node = s_operatorTrie.m_nodeOfChar[static_cast<unsigned char>(*p)];
+    return ScanRestOfOperator(node, ++p, end);
+}
+
+// The same where its first two characters begin one of more than one.
+inline EToken ScanLongOperator(const char*& p, const char* end)
+{
+    const std::size_t first = s_operatorTrie.m_nodeOfChar[static_cast<unsigned char>(p[0])];
+    const std::size_t node = s_operatorTrie.m_next[first][s_operatorTrie.m_symbol[static_cast<unsigned char>(p[1])]];
+    p += 2;
+    return ScanRestOfOperator(node, p, end);
 }
 
 } // namespace kelm
