@@ -187,7 +187,7 @@ void BasicDataSourceReader<Rules>::ReadForeignList(const ForeignType& type, void
         m_copies.clear();
         ReadVector(elementType, m_copies);
         if (!m_copies.empty())
-            fns.AppendCopies(list, m_copies.data(), m_copies.size() / elementType.GetTypeSize());
+            fns.AppendCopies(list, m_copies.data(), m_copies.size());
         return;
     }
     if constexpr (Rules::s_goesOn)
@@ -333,7 +333,7 @@ text::Place BasicDataSourceReader<Rules>::ReadForeignElements(text::FastCursor c
         m_copies.clear();
         const text::Place behind = ReadElements(cursor.GetOperator(), elementType, m_copies);
         if (!m_copies.empty())
-            fns.AppendCopies(list, m_copies.data(), m_copies.size() / elementType.GetTypeSize());
+            fns.AppendCopies(list, m_copies.data(), m_copies.size());
         return behind;
     }
     if (cursor.TryPassEmpty<']'>())

@@ -72,10 +72,15 @@ struct ForeignForm<T>
             fns.Append = [](void* list) -> void* { return AddressOf(static_cast<T*>(list)->emplace_back()); };
         }
         if constexpr (std::is_arithmetic_v<Element> || std::is_enum_v<Element>)
-            fns.AppendCopies = [](void* list, const void* elements, ssize_t count)
+            fns.AppendCopies = [](void* list, const void* elements, ssize_t size)
             {
+                T& all = *static_cast<T*>(list);
                 const auto* const first = static_cast<const Element*>(elements);
-                static_cast<T*>(list)->insert(static_cast<T*>(list)->end(), first, first + count);
+                const auto* const past = first + size / static_cast<ssize_t>(sizeof(Element));
+                if constexpr (requires { all.assign(first, past); })
+                    if (all.size() == 0)
+                        return all.assign(first, past);
+                all.insert(all.end(), first, past);
             };
         fns.m_isContiguous = requires(T & list)
         {

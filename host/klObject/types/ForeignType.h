@@ -51,8 +51,8 @@ struct ForeignListFns
     void* (*At)(void* list, ssize_t i); // an existing element
     // Appends a default-constructed element; null where elements have no address of their own, or the size is fixed.
     void* (*Append)(void* list);
-    // Appends elements that lie side by side, for those that may be copied as bytes.
-    void (*AppendCopies)(void* list, const void* elements, ssize_t count);
+    // Appends elements that lie side by side, for those that may be copied as bytes: so many bytes of them.
+    void (*AppendCopies)(void* list, const void* elements, ssize_t size);
     void (*Clear)(void* list);
     bool m_isFixed;      // as many elements as parts, each with a type of its own; otherwise part 0 is that of all
     bool m_isContiguous; // elements lie side by side

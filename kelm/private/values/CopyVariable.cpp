@@ -159,15 +159,18 @@ void CopyList(const ForeignType& type, void* to, void* from)
     const ssize_t count = fns.Count(from);
     if (!fns.m_isFixed)
         fns.Clear(to);
-    if (fns.AppendCopies != nullptr && fns.m_isContiguous && count > 0)
-        return fns.AppendCopies(to, fns.At(from, 0), count);
-    for (ssize_t i = 0; i < count; ++i)
+    if (fns.AppendCopies != nullptr)
     {
-        if (fns.Append == nullptr && !fns.m_isFixed)
-            fns.AppendCopies(to, fns.At(from, i), 1);
-        else
-            CopyVariable(type.GetElementType(i), fns.m_isFixed ? fns.At(to, i) : fns.Append(to), fns.At(from, i));
+        const ssize_t size = type.GetElementType(0).GetTypeSize();
+        if (!fns.m_isContiguous)
+            for (ssize_t i = 0; i < count; ++i)
+                fns.AppendCopies(to, fns.At(from, i), size);
+        else if (count > 0)
+            fns.AppendCopies(to, fns.At(from, 0), count * size);
+        return;
     }
+    for (ssize_t i = 0; i < count; ++i)
+        CopyVariable(type.GetElementType(i), fns.m_isFixed ? fns.At(to, i) : fns.Append(to), fns.At(from, i));
 }
 
 struct ForeignEntryCopier
