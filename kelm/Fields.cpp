@@ -8,7 +8,6 @@
 #include <klKelmScript/private/PathWalk.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/private/TypeCodes.h>
-#include <klUtils/VectorOfByte.h>
 #include <klUtils/text/ExpressionParser.h>
 #include <klUtils/text/private/Cursor.h>
 #include <klUtils/text/private/TypedReads.h>
@@ -189,17 +188,6 @@ bool ReadShortStep(const char*& p, const char* end, ShortStep& step)
     return begin != p && p - begin <= mostDigits && p != end && *p++ == ']';
 }
 
-// Null where there is none.
-void* FindElement(const evaluation::KnownPlace& place, void* list, int64 i)
-{
-    if (place.m_list != nullptr)
-        return i < place.m_list->Count(list) ? place.m_list->At(list, i) : nullptr;
-    if (place.m_count >= 0)
-        return i < place.m_count ? static_cast<char*>(list) + i * place.m_elementSize : nullptr;
-    VectorOfByte& bytes = *static_cast<VectorOfByte*>(list);
-    return i < bytes.size() / place.m_elementSize ? bytes.data() + i * place.m_elementSize : nullptr;
-}
-
 // From a list, at an index, on along the leads of its elements' class.
 [[gnu::noinline]] PathEnd FindFromList(const ReflectionByteCode& type, void* list, std::string_view path,
                                        bool stopsAtChecks)
@@ -212,7 +200,7 @@ void* FindElement(const evaluation::KnownPlace& place, void* list, int64 i)
     if (!ReadShortStep(p, end, step) || step.m_text.m_p1 != nullptr ||
         !evaluation::FindKnownElements(evaluation::KnownVariable::Of(type, false, 0), place, element))
         return {};
-    void* const data = FindElement(place, list, step.m_number);
+    void* const data = place.Find(list, step.m_number);
     ReflectionByteCode elementType = element.GetType();
     if (data == nullptr || element.m_isConst || GetTypeCode(elementType).m_passedAs != 0)
         return {};

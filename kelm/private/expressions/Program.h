@@ -11,6 +11,8 @@
 #include <kelm/Language.h>
 #include <kelm/Slot.h>
 #include <kelm/private/expressions/SmallArray.h>
+#include <klObject/types/ForeignType.h>
+#include <klUtils/VectorOfByte.h>
 #include <klUtils/text/EToken.h>
 #include <klUtils/types.h>
 
@@ -22,7 +24,6 @@
 namespace kelm
 {
 struct BuiltIn;
-struct ForeignListFns;
 class ScopeState;
 } // namespace kelm
 
@@ -163,6 +164,19 @@ struct KnownPlace
     const ForeignListFns* m_list; // null of our own lists
     ssize_t m_elementSize;        // of our own
     ssize_t m_count;              // of an array; -1 of a vector
+
+    // Null where there is none.
+    [[gnu::always_inline]] void* Find(void* list, int64 i) const
+    {
+        if (m_list != nullptr)
+            return 0 <= i && i < m_list->Count(list) ? m_list->At(list, i) : nullptr;
+        if (m_count >= 0)
+            return 0 <= i && i < m_count ? static_cast<char*>(list) + i * m_elementSize : nullptr;
+        VectorOfByte& bytes = *static_cast<VectorOfByte*>(list);
+        ssize_t offset = 0;
+        const bool isBeyond = __builtin_mul_overflow(i, m_elementSize, &offset);
+        return isBeyond || i < 0 || offset > bytes.size() - m_elementSize ? nullptr : bytes.data() + offset;
+    }
 };
 
 // What a parameter is: the kind, and of a place its type.

@@ -1,8 +1,6 @@
 #include <kelm/private/expressions/Scalars.h>
 
 #include <kelm/private/expressions/Machine.h>
-#include <klObject/types/ForeignType.h>
-#include <klUtils/VectorOfByte.h>
 
 #include <cmath>
 #include <cstring>
@@ -487,24 +485,12 @@ const Op* LocalAddress(const Op* op, Machine& machine, Slot* top, int64, float64
     return GoOnWithAddress(op + 1, machine, top, machine.m_base[op->m_index].m_address);
 }
 
-// Null where there is none.
-[[gnu::always_inline]] inline const void* ElementOf(const KnownPlace& place, void* list, int64 i)
-{
-    if (place.m_list != nullptr)
-        return 0 <= i && i < place.m_list->Count(list) ? place.m_list->At(list, i) : nullptr;
-    const bool isArray = place.m_count >= 0;
-    VectorOfByte* const bytes = isArray ? nullptr : static_cast<VectorOfByte*>(list);
-    if (i < 0 || i >= (isArray ? place.m_count : bytes->size() / place.m_elementSize)) [[unlikely]]
-        return nullptr;
-    return (isArray ? static_cast<char*>(list) : bytes->data()) + i * place.m_elementSize;
-}
-
 template <From Where>
 const Op* Element(const Op* op, Machine& machine, Slot* top, int64 i, float64 f)
 {
     const KnownPlace& place = machine.m_program->m_places[op->m_index];
     i = Operand<int64, Where>::Get(op->m_right, machine, top, i, f);
-    const void* const element = ElementOf(place, place.m_slot.m_address, i);
+    const void* const element = place.Find(place.m_slot.m_address, i);
     if (element != nullptr) [[likely]]
         return GoOnWithAddress(op + 1, machine, top, element);
     top[0] = place.m_slot;
@@ -516,7 +502,7 @@ const Op* Element(const Op* op, Machine& machine, Slot* top, int64 i, float64 f)
 // a function.
 const Op* ElementOfSlot(const Op* op, Machine& machine, Slot* top, int64 i, float64)
 {
-    const void* const element = ElementOf(machine.m_program->m_places[op->m_index], top[-1].m_address, i);
+    const void* const element = machine.m_program->m_places[op->m_index].Find(top[-1].m_address, i);
     if (element != nullptr) [[likely]]
         return GoOnWithAddress(op + 1, machine, top - 1, element);
     top->Set(i);
