@@ -1,5 +1,6 @@
-# kelm_joined_tests(VARIABLE NAME SOURCES sources... [APART sources...]): sets VARIABLE to what a test program of these sources is compiled from where
-# KELM_JOIN_TESTS is on: its *Test.cpp as few sources, since what they include and instantiate costs more than they do.
+# kelm_joined_tests(VARIABLE NAME SOURCES sources... [APART sources...]): sets VARIABLE to what a test program of these
+# sources is compiled from where KELM_JOIN_TESTS is on: its *Test.cpp as few sources, since what they include and
+# instantiate costs more than they do.
 #
 # Each file's unnamed namespaces stand in one that is called by the file, so that files need not know each other's names.
 # Lines, and the paths that messages and __FILE__ show, stay those of the files. Compiled as they are: files with macros
