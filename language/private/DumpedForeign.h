@@ -227,10 +227,10 @@ inline void* AppendElement(void* list)
     }
     return element;
 }
-inline void AppendBytes(void* list, const void* elements, ssize_t count)
+inline void AppendBytes(void* list, const void* elements, ssize_t size)
 {
     auto& value = As<ListValue>(list);
-    value.m_elements.insertbytes(value.m_elements.size(), elements, count * SizeOfElement(*value.m_self));
+    value.m_elements.insertbytes(value.m_elements.size(), elements, size);
 }
 inline void ClearList(void* list)
 {
