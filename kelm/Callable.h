@@ -122,7 +122,8 @@ struct CallArgument<P>
 };
 
 template <class P>
-requires Object<std::remove_cvref_t<P>> &&(!s_isSpan<P>)&&(!OptionalParameter<P>)struct CallArgument<P>
+requires(Object<std::remove_cvref_t<P>> && !s_isSpan<P> && !OptionalParameter<P> &&
+         s_isDescribable<std::remove_cvref_t<P>>) struct CallArgument<P>
 {
     using Type = std::remove_cvref_t<P>;
     static constexpr bool s_isWritten = std::is_lvalue_reference_v<P> && !std::is_const_v<std::remove_reference_t<P>>;
@@ -173,10 +174,18 @@ decltype(auto) GetArgument(CallArgument<P>& argument, const CallFrame& frame, st
 
 // --- Results ---------------------------------------------------------------------------------------------------------
 
+// An object, which is copied where it is no variable.
 template <class R>
-inline constexpr bool s_isResult =
-    std::is_void_v<R> || NumberOrBool<std::remove_cvref_t<R>> ||
-    (Object<std::remove_cvref_t<R>> && std::is_lvalue_reference_v<R>) || std::is_constructible_v<Value, R>;
+constexpr bool CanBeResult()
+{
+    return std::is_lvalue_reference_v<R> || std::is_constructible_v<Value, R>;
+}
+
+template <class R>
+inline constexpr bool s_isResult = std::is_void_v<R> || NumberOrBool<std::remove_cvref_t<R>> ||
+                                   (Object<std::remove_cvref_t<R>>
+                                        ? s_isDescribable<std::remove_cvref_t<R>> && CanBeResult<R>()
+                                        : std::is_constructible_v<Value, R>);
 
 // False where it is beyond the integers of expressions.
 template <class R>

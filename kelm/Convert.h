@@ -6,6 +6,7 @@
 #include <kelm/Slot.h>
 #include <klObject/describe/FieldType.h>
 #include <klObject/describe/TypeOf.h>
+#include <klObject/describe/TypeParts.h>
 
 #include <concepts>
 #include <optional>
@@ -115,11 +116,17 @@ inline constexpr Copying s_copying = {CopyInto<T>};
 template <class T>
 inline constexpr Copying s_copying<std::optional<T>> = {CopyInto<std::optional<T>>, CopyInto<std::optional<T>, T>};
 
-// Of what cannot be copied, a reference can be had.
 template <Object T>
 bool Convert(const Slot& slot, T& x, Failure& failure)
 {
-    return ToVariable(slot, TypeOf<T>(), &x, s_copying<T>, failure);
+    if constexpr (CheckDescribable<T>())
+    {
+        constexpr bool isCopied = !HasPart<T, CannotBeAssigned>;
+        static_assert(isCopied, "the type cannot be copied: a Value's As<const T&>() gives the object itself");
+        if constexpr (isCopied)
+            return ToVariable(slot, TypeOf<T>(), &x, s_copying<T>, failure);
+    }
+    return false;
 }
 
 } // namespace evaluation

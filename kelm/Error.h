@@ -6,7 +6,7 @@
 //         lines = [{ quantity = "three" }]
 //                               ^~~~~~~
 //
-// Copying one never throws.
+// Copying one never throws. What is asked of a temporary is a copy.
 
 #include <kelm/api.h>
 #include <klUtils/types.h>
@@ -54,21 +54,26 @@ public:
     ErrorKind GetKind() const noexcept { return m_details->m_kind; }
 
     // What is wrong, without a place.
-    const std::string& GetMessage() const noexcept { return m_details->m_message; }
+    const std::string& GetMessage() const& noexcept { return m_details->m_message; }
+    std::string GetMessage() const&& { return m_details->m_message; }
 
     // Where: lines and characters, both counted from 1; 0 where the error has no place.
-    const std::string& GetSource() const noexcept { return m_details->m_source; }
+    const std::string& GetSource() const& noexcept { return m_details->m_source; }
+    std::string GetSource() const&& { return m_details->m_source; }
     int64 GetLine() const noexcept { return m_details->m_line; }
     int64 GetColumn() const noexcept { return m_details->m_column; }
 
     // The line, and below it a caret under all of the token; empty where the error has no place.
-    const std::string& GetExcerpt() const noexcept { return m_details->m_excerpt; }
+    const std::string& GetExcerpt() const& noexcept { return m_details->m_excerpt; }
+    std::string GetExcerpt() const&& { return m_details->m_excerpt; }
 
     // The field that was being read, ".lines[0].quantity"; empty where there was none.
-    const std::string& GetFieldPath() const noexcept { return m_details->m_fieldPath; }
+    const std::string& GetFieldPath() const& noexcept { return m_details->m_fieldPath; }
+    std::string GetFieldPath() const&& { return m_details->m_fieldPath; }
 
     // The nearest names that exist, where one was wrong.
-    const std::vector<std::string>& GetSuggestions() const noexcept { return m_details->m_suggestions; }
+    const std::vector<std::string>& GetSuggestions() const& noexcept { return m_details->m_suggestions; }
+    std::vector<std::string> GetSuggestions() const&& { return m_details->m_suggestions; }
 
 private:
     struct SharedDetails;

@@ -468,7 +468,7 @@ Expression::Expression(Expression&&) noexcept = default;
 Expression& Expression::operator=(Expression&&) noexcept = default;
 Expression::~Expression() = default;
 
-const std::vector<std::string>& Expression::GetNames() const
+const std::vector<std::string>& Expression::GetNames() const&
 {
     return m_kept->m_names;
 }

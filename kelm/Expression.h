@@ -17,6 +17,7 @@
 #include <kelm/Value.h>
 #include <kelm/api.h>
 
+#include <concepts>
 #include <cstddef>
 #include <initializer_list>
 #include <memory>
@@ -53,10 +54,17 @@ KELM_API bool TakeValue(Slot& result, Value& out, Failure& failure);
 template <class T>
 bool Receive(Slot& result, void* out, Failure& failure)
 {
+    constexpr bool isResult = NumberOrBool<T> || std::is_same_v<T, std::string> || Object<T>;
     if constexpr (std::is_same_v<T, Value>)
         return TakeValue(result, *static_cast<Value*>(out), failure);
-    else
+    else if constexpr (isResult)
         return Convert(result, *static_cast<T*>(out), failure);
+    else
+    {
+        static_assert(isResult, "Evaluate gives a number, bool, std::string, kelm::Value or described type: no view or "
+                                "pointer of what may be gone");
+        return false;
+    }
 }
 
 // False, with the error, where there is one.
@@ -168,6 +176,18 @@ public:
                Language language = Language::Natural);
     Expression(std::string_view text, const Scope& scope, std::span<const std::string_view> parameters,
                Language language = Language::Natural);
+    template <std::same_as<Scope> S>
+    Expression(std::string_view text, S&&, std::span<const std::string_view> = {}, Language = Language::Natural)
+        : Expression(text)
+    {
+        static_assert(evaluation::s_never<S>, "an Expression keeps its scope, which must outlive it: a variable");
+    }
+    template <std::same_as<Scope> S>
+    Expression(std::string_view text, S&&, std::initializer_list<std::string_view>, Language = Language::Natural)
+        : Expression(text)
+    {
+        static_assert(evaluation::s_never<S>, "an Expression keeps its scope, which must outlive it: a variable");
+    }
     Expression(Expression&&) noexcept;
     Expression& operator=(Expression&&) noexcept;
     ~Expression();
@@ -193,7 +213,8 @@ public:
 
     // The names that the text uses, each once, in the order of the text: neither parameters nor built-in names, nor
     // functions that come with the library and are not hidden.
-    const std::vector<std::string>& GetNames() const;
+    const std::vector<std::string>& GetNames() const&;
+    std::vector<std::string> GetNames() const&& { return GetNames(); }
 
 private:
     struct Kept;

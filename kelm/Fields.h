@@ -76,7 +76,7 @@ template <class T>
 bool GetFieldInto(T& value, const FieldStart& start, std::string_view path, Result<void>* result)
 {
     constexpr bool isView = std::is_same_v<T, std::string_view> || std::is_pointer_v<T>;
-    constexpr bool isCopied = std::is_copy_assignable_v<T>;
+    constexpr bool isCopied = !HasPart<T, CannotBeAssigned>;
     static_assert(!isView, "Get gives copies: ask for a std::string");
     static_assert(!std::is_same_v<T, Value>,
                   "Get gives what a field holds: ask for a number, a text or the field's type");
@@ -115,7 +115,7 @@ bool SetFieldTo(const FieldStart& start, std::string_view path, const V& value, 
         return SetField(start, path, Scalar(), result);
     else if constexpr (std::is_convertible_v<const V&, std::string_view>)
         return SetField(start, path, Scalar(static_cast<std::string_view>(value)), result);
-    else if constexpr (!std::is_copy_constructible_v<V>)
+    else if constexpr (HasPart<V, CannotBeCopied>)
     {
         static_assert(s_isNever<V>, "Set copies the value, and the type cannot be copied: set what is in it");
         return false;
@@ -139,8 +139,10 @@ FieldStart StartOf(const Whole& whole)
 {
     if constexpr (std::is_same_v<Whole, Object> || IsRoot<Whole>)
         return {.m_object = whole.GetHandle()};
-    else
+    else if constexpr (CheckDescribable<Whole>())
         return {.m_type = &s_typeOf<Whole>, .m_data = const_cast<void*>(static_cast<const void*>(&whole))};
+    else
+        return {};
 }
 
 template <class T, class Whole>

@@ -23,7 +23,8 @@ public:
     }
     FilePath(const Path& path) : m_path(path.native()) {}
 
-    const std::string& GetText() const { return m_path; }
+    const std::string& GetText() const& { return m_path; }
+    std::string GetText() && { return std::move(m_path); }
 
 private:
     std::string m_path;

@@ -98,7 +98,7 @@ Result<T> ReadFrom(const TextPlace& place, UnknownMembers unknown)
         const Result<void> result = place.Read(s_typeOf<std::remove_cvref_t<decltype(*root)>>, &*root, unknown);
         return result ? Result<T>(std::move(root)) : Result<T>(result.GetError());
     }
-    else
+    else if constexpr (CheckDescribable<T>())
     {
         static_assert(!HoldsHandles<T>, "a type that holds handles of collected objects (ptr, pref) is read into a "
                                         "kelm::Root<T>, which keeps them alive");
@@ -106,6 +106,8 @@ Result<T> ReadFrom(const TextPlace& place, UnknownMembers unknown)
         const Result<void> result = place.Read(s_typeOf<T>, &value, unknown);
         return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
     }
+    else
+        return GetErrorOfNone();
 }
 
 template <class T>
@@ -115,8 +117,10 @@ Result<std::string> WriteValue(const T& value)
         return WriteText(value);
     else if constexpr (IsRoot<T>)
         return WriteText(Object(value.GetHandle()));
-    else
+    else if constexpr (CheckDescribable<T>())
         return WriteText(s_typeOf<T>, &value);
+    else
+        return std::string();
 }
 
 template <class T>

@@ -28,18 +28,21 @@ public:
 
     explicit operator bool() const noexcept { return m_outcome.index() == 0; }
 
-    // Throw the error where there is no value.
+    // Throw the error where there is no value. A temporary gives the value itself: (*TryRead<Order>(text)).lines may be
+    // gone through in a loop.
     T& operator*() & { return Value(*this); }
     const T& operator*() const& { return Value(*this); }
-    T&& operator*() && { return std::move(Value(*this)); }
-    T* operator->() { return &Value(*this); }
-    const T* operator->() const { return &Value(*this); }
+    T operator*() && { return std::move(Value(*this)); }
+    T* operator->() & { return &Value(*this); }
+    const T* operator->() const& { return &Value(*this); }
+    const T* operator->() const&& = delete;
 
-    const Error& GetError() const noexcept
+    const Error& GetError() const& noexcept
     {
         const Error* const error = std::get_if<1>(&m_outcome);
         return error != nullptr ? *error : GetErrorOfNone();
     }
+    Error GetError() const&& noexcept { return GetError(); }
 
 private:
     template <class Self>
@@ -69,7 +72,8 @@ public:
             throw Error(*m_error);
     }
 
-    const Error& GetError() const noexcept { return m_error ? *m_error : GetErrorOfNone(); }
+    const Error& GetError() const& noexcept { return m_error ? *m_error : GetErrorOfNone(); }
+    Error GetError() const&& noexcept { return GetError(); }
 
 private:
     std::optional<Error> m_error;

@@ -264,7 +264,7 @@ Scope& Scope::BindMembersOf(const Value& object)
     return *this;
 }
 
-Scope& Scope::Set(std::string_view name, Value value)
+Scope& Scope::Set(std::string_view name, Value value) &
 {
     // A number in place of another changes nothing else.
     Record* const former = m_names->m_table.Find({name.data(), name.data() + name.size()}, HashOfText(name));

@@ -45,7 +45,7 @@ public:
     // By reference: an expression sees the variable as it is then, and assigns to it where it is not const. A number,
     // bool, std::string, or a described type; it must outlive the scope.
     template <class T>
-    Scope& Bind(std::string_view name, T&& variable)
+    Scope& Bind(std::string_view name, T&& variable) &
     {
         using Type = std::remove_cvref_t<T>;
         static_assert(std::is_lvalue_reference_v<T>,
@@ -63,7 +63,7 @@ public:
     // object must outlive the scope. It takes the place of the one given before: members that it does not have are
     // errors then. What has no members, a null handle or a number, gives no names.
     template <class T>
-    Scope& BindMembers(T&& object)
+    Scope& BindMembers(T&& object) &
     {
         using Type = std::remove_cvref_t<T>;
         if constexpr (std::is_same_v<Type, Value>)
@@ -78,20 +78,20 @@ public:
     }
 
     // A value of the scope's own.
-    Scope& Set(std::string_view name, Value value);
+    Scope& Set(std::string_view name, Value value) &;
 
     // A function: anything of one signature whose parameters and result are numbers, bools, texts, Values, or described
     // objects by reference; std::span<const Value> as its last parameter takes all further arguments. A const member
     // function becomes one of the objects of its class. What it throws passes through evaluations unchanged.
     template <class F>
-    Scope& Define(std::string_view name, F&& function)
+    Scope& Define(std::string_view name, F&& function) &
     {
         return DefineCallable(name, evaluation::MakeCallableFrom(std::forward<F>(function)));
     }
 
     // What is asked for names that nothing binds, anew at each evaluation: std::optional<Value>(std::string_view).
     template <class F>
-    Scope& Resolve(F&& resolver)
+    Scope& Resolve(F&& resolver) &
     {
         using Type = std::decay_t<F>;
         static_assert(std::is_invocable_r_v<std::optional<Value>, Type&, std::string_view>,
@@ -99,6 +99,29 @@ public:
         return SetResolver([](void* f, std::string_view name) -> std::optional<Value>
                            { return (*static_cast<Type*>(f))(name); },
                            [](void* f) noexcept { delete static_cast<Type*>(f); }, new Type(std::forward<F>(resolver)));
+    }
+
+    // Of a temporary, which becomes the scope that is given: kelm::Scope scope = kelm::Scope().Bind("x", x);
+    template <class T>
+    Scope Bind(std::string_view name, T&& variable) &&
+    {
+        return std::move(Bind(name, std::forward<T>(variable)));
+    }
+    template <class T>
+    Scope BindMembers(T&& object) &&
+    {
+        return std::move(BindMembers(std::forward<T>(object)));
+    }
+    Scope Set(std::string_view name, Value value) && { return std::move(Set(name, std::move(value))); }
+    template <class F>
+    Scope Define(std::string_view name, F&& function) &&
+    {
+        return std::move(Define(name, std::forward<F>(function)));
+    }
+    template <class F>
+    Scope Resolve(F&& resolver) &&
+    {
+        return std::move(Resolve(std::forward<F>(resolver)));
     }
 
 private:

@@ -52,21 +52,21 @@ struct IsHandle
     static constexpr bool s_has = false;
     static constexpr bool s_isWhole = false;
 };
-struct IsOne
+struct IsHandleItself
 {
     static constexpr bool s_has = true;
     static constexpr bool s_isWhole = true;
 };
 template <class I>
-struct IsHandle<ptr<I>> : IsOne
+struct IsHandle<ptr<I>> : IsHandleItself
 {
 };
 template <class C>
-struct IsHandle<pref<C>> : IsOne
+struct IsHandle<pref<C>> : IsHandleItself
 {
 };
 template <>
-struct IsHandle<prefbase> : IsOne
+struct IsHandle<prefbase> : IsHandleItself
 {
 };
 

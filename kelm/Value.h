@@ -63,16 +63,22 @@ public:
     explicit Value(T&& object)
     {
         using Type = std::remove_cvref_t<T>;
-        struct ObjectHolder : evaluation::Holder
+        constexpr bool isMade = std::is_same_v<T, Type> || !HasPart<Type, CannotBeCopied>;
+        static_assert(isMade,
+                      "a Value copies the object, and the type cannot be copied: move it, or Bind it in a Scope");
+        if constexpr (isMade)
         {
-            explicit ObjectHolder(T&& x) : m_object(std::forward<T>(x))
+            struct ObjectHolder : evaluation::Holder
             {
-                m_destroy = [](evaluation::Holder* holder) noexcept { delete static_cast<ObjectHolder*>(holder); };
-            }
-            Type m_object;
-        };
-        auto* const holder = new ObjectHolder(std::forward<T>(object));
-        m_slot.SetPlace(&holder->m_object, TypeOf<Type>(), false, holder);
+                explicit ObjectHolder(T&& x) : m_object(std::forward<T>(x))
+                {
+                    m_destroy = [](evaluation::Holder* holder) noexcept { delete static_cast<ObjectHolder*>(holder); };
+                }
+                Type m_object;
+            };
+            auto* const holder = new ObjectHolder(std::forward<T>(object));
+            m_slot.SetPlace(&holder->m_object, TypeOf<Type>(), false, holder);
+        }
     }
 
     Value(const Value& other) : m_slot(other.m_slot) { Keep(); }
@@ -87,9 +93,10 @@ public:
     Kind GetKind() const;
 
     // The value as a T: a number, bool, text, Value or described type (T, or const T& and T& for the object itself).
-    // Throws an Error of kind Type or Range (Convert.h). A std::string_view is valid as long as the value.
+    // Throws an Error of kind Type or Range (Convert.h). A std::string_view or a reference is valid as long as the
+    // value.
     template <class T>
-    T As() const
+    T As() const&
     {
         evaluation::Failure failure;
         if constexpr (std::is_reference_v<T>)
@@ -113,6 +120,15 @@ public:
                 evaluation::ThrowWithoutPlace(failure);
             return x;
         }
+    }
+
+    template <class T>
+    T As() const&&
+    {
+        constexpr bool lastsNotLong = std::is_reference_v<T> || std::is_same_v<T, std::string_view>;
+        static_assert(!lastsNotLong, "As gives a reference or std::string_view of a Value that is kept: of a variable");
+        if constexpr (!lastsNotLong)
+            return As<T>();
     }
 
     // Of an object, the members that expressions can name; of anything else, and where there is no object, none.

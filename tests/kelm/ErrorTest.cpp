@@ -10,6 +10,8 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace kelm
 {
@@ -201,6 +203,34 @@ TEST(Result, OfVoidHoldsAnErrorOrNone)
 
 static_assert(std::is_nothrow_copy_constructible_v<Error> && std::is_nothrow_copy_assignable_v<Error>);
 static_assert(!std::is_convertible_v<Result<int>, bool>);
+
+// What a temporary gives outlives it.
+template <class T, class Got>
+concept GivesText = std::is_same_v<decltype(std::declval<T>().GetMessage()), Got> &&
+    std::is_same_v<decltype(std::declval<T>().GetSource()), Got> &&
+    std::is_same_v<decltype(std::declval<T>().GetExcerpt()), Got> &&
+    std::is_same_v<decltype(std::declval<T>().GetFieldPath()), Got>;
+static_assert(GivesText<const Error&, const std::string&> && GivesText<Error&, const std::string&>);
+static_assert(GivesText<const Error, std::string> && GivesText<Error, std::string>);
+
+TEST(Result, OfATemporaryIsKept)
+{
+    const auto make = [](bool isGood) -> Result<std::vector<std::string>>
+    {
+        if (isGood)
+            return std::vector<std::string>{"a text that is too long to lie in the string itself", "b"};
+        return Error({.m_kind = ErrorKind::Name, .m_message = "unknown", .m_suggestions = {"near", "nearer"}});
+    };
+    std::string all;
+    for (const std::string& text : *make(true))
+        all += text + ' ';
+    for (const std::string& name : make(false).GetError().GetSuggestions())
+        all += name + ' ';
+    const Error& error = make(false).GetError();
+    EXPECT_EQ(all + error.GetMessage(), "a text that is too long to lie in the string itself b near nearer unknown");
+    const Error& none = make(true).GetError();
+    EXPECT_EQ(none.GetKind(), ErrorKind::Internal);
+}
 
 } // namespace
 

@@ -256,6 +256,14 @@ TEST(ExactLanguage, IsTheLanguageToTheLetter)
         EXPECT_EQ(Outcome(row.m_text, Scope(), Language::Exact), row.m_outcome) << row.m_text;
 }
 
+TEST(Expression, GivesTheNamesOfATemporary)
+{
+    std::string all;
+    for (const std::string& name : Expression("aNameThatIsTooLongToLieInTheString + b * c").GetNames())
+        all += name + ' ';
+    EXPECT_EQ(all, "aNameThatIsTooLongToLieInTheString b c ");
+}
+
 } // namespace
 
 } // namespace kelm

@@ -273,6 +273,18 @@ TEST(Value, ConvertsByTheTable)
     EXPECT_EQ(kindOf([] { return Value().As<double>(); }), ErrorKind::Type);
 }
 
+TEST(Scope, IsMadeInOneExpression)
+{
+    double rate = 3;
+    const Scope outer = Scope().Bind("rate", rate).Set("two", 2);
+    const Scope scope = Scope(&outer)
+                            .Define("twice", [](double x) { return 2 * x; })
+                            .Resolve([](std::string_view) -> std::optional<Value> { return 100; });
+    rate = 4;
+    EXPECT_EQ(Evaluate<double>("twice(rate) + two + other", scope), 110.0);
+    EXPECT_EQ(Evaluate<double>("rate + x", Scope(&outer).Set("x", 1)), 5.0);
+}
+
 } // namespace
 
 } // namespace kelm

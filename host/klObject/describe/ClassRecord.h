@@ -50,21 +50,6 @@ constexpr auto DataOrNull(const Array& array) -> decltype(array.data())
     return array.empty() ? nullptr : array.data();
 }
 
-// A vector of what cannot be copied says of itself that it can, and so does a class that has one. What shares what it
-// leads to can be copied whatever that is.
-template <class T>
-struct CannotBeCopied
-{
-    static constexpr bool s_has = !std::is_copy_constructible_v<std::remove_all_extents_t<T>>;
-    static constexpr bool s_isWhole = requires(const T& pointer) { pointer.use_count(); };
-};
-template <class T>
-struct CannotBeAssigned
-{
-    static constexpr bool s_has = !std::is_copy_assignable_v<std::remove_all_extents_t<T>>;
-    static constexpr bool s_isWhole = requires(const T& pointer) { pointer.use_count(); };
-};
-
 template <class T>
 inline constexpr TypeOps s_typeOps = MakeTypeOps<T, !HasPart<T, CannotBeCopied>, !HasPart<T, CannotBeAssigned>>();
 
@@ -91,6 +76,8 @@ struct DescribedRecord
 {
     static_assert(IsQualifiedName(Description<T>::s_name),
                   "a type is described under its full name, identifiers with \"::\" between them");
+    static_assert(!std::is_union_v<T>,
+                  "a union cannot be described, since nothing says which of its members it holds: use std::variant");
 };
 
 template <class T>

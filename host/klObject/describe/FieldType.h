@@ -42,6 +42,7 @@ enum class EObstacle
     NotRelocatable, // an element of ours that does not move as bytes
     Ambiguous,      // an optional of what may be null itself
     SameNames,      // two alternatives of a variant have one name
+    KeysNotFound,   // keys of a map or set without what finds them
 };
 
 template <class T>

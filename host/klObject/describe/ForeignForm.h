@@ -16,6 +16,7 @@
 #include <array>
 #include <concepts>
 #include <cstddef>
+#include <memory> // and std::less, for which <functional> would bring far more
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -145,6 +146,32 @@ inline constexpr bool s_isOrderedForeign = requires
     typename T::key_compare;
 };
 
+// Whether keys are found: std::less and std::equal_to say of themselves that they take everything.
+template <class T>
+constexpr EObstacle FindObstacleToKeys()
+{
+    using Key = typename T::key_type;
+    bool isFound = true;
+    if constexpr (s_isOrderedForeign<T>)
+    {
+        if constexpr (std::is_same_v<typename T::key_compare, std::less<Key>>)
+            isFound = requires(const Key& key)
+            {
+                key < key;
+            };
+    }
+    else if constexpr (requires { typename T::hasher; })
+    {
+        isFound = std::is_default_constructible_v<typename T::hasher>;
+        if constexpr (std::is_same_v<typename T::key_equal, std::equal_to<Key>>)
+            isFound = isFound && requires(const Key& key)
+            {
+                key == key;
+            };
+    }
+    return isFound ? EObstacle::None : EObstacle::KeysNotFound;
+}
+
 // The payload under a key, which a map may know how to compare in another form than its own.
 template <class T, class Key>
 void* FindPayload(const void* map, const Key& key)
@@ -165,8 +192,8 @@ struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>, F
     using Key = typename T::key_type;
     using Payload = typename T::mapped_type;
     using Base = ForeignFormOf<FF_MAP, FieldType<Key>, FieldType<Payload>>;
-    static constexpr EObstacle Obstacle =
-        FirstObstacle({Base::Obstacle, FindObstacleToCreating<Key>(), FindObstacleToCreating<Payload>()});
+    static constexpr EObstacle Obstacle = FirstObstacle(
+        {Base::Obstacle, FindObstacleToCreating<Key>(), FindObstacleToCreating<Payload>(), FindObstacleToKeys<T>()});
     static constexpr auto GetFindText() -> void* (*)(const void*, SubString)
     {
         if constexpr (ForeignString<Key>)
@@ -212,7 +239,8 @@ struct ForeignForm<T> : ForeignFormOf<FF_MAP, FieldType<typename T::key_type>>
 {
     using Key = typename T::key_type;
     using Base = ForeignFormOf<FF_MAP, FieldType<Key>>;
-    static constexpr EObstacle Obstacle = FirstObstacle({Base::Obstacle, FindObstacleToCreating<Key>()});
+    static constexpr EObstacle Obstacle =
+        FirstObstacle({Base::Obstacle, FindObstacleToCreating<Key>(), FindObstacleToKeys<T>()});
     static constexpr ForeignMapFns s_fns = {
         [](const void* set) { return static_cast<ssize_t>(static_cast<const T*>(set)->size()); },
         [](void* set, void* key) -> void*

@@ -116,7 +116,8 @@ struct FieldType<T>
     {
         static_assert(Obstacle == EObstacle::None,
                       "the type T of this field cannot be described, because of what it holds");
-        out.Foreign(s_foreignType<T>.m_form, ForeignPartTables<typename ForeignForm<T>::Parts>::Use);
+        if constexpr (Obstacle == EObstacle::None)
+            out.Foreign(s_foreignType<T>.m_form, ForeignPartTables<typename ForeignForm<T>::Parts>::Use);
     }
 };
 

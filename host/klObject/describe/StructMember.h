@@ -41,6 +41,9 @@
                 static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::SameNames>,                                 \
                               #TYPE "::" #NAME " cannot be described: two alternatives of a std::variant have the "    \
                                     "same name");                                                                      \
+                static_assert(::kelm::s_isNot<obstacle, ::kelm::EObstacle::KeysNotFound>,                              \
+                              #TYPE "::" #NAME " cannot be described: the keys of a map or set in it have no "         \
+                                    "operator<, or, where it is unordered, no std::hash or operator==");               \
                 return ::kelm::MakeStructField<M, obstacle>(#NAME, offsetof(S, NAME));                                 \
             }                                                                                                          \
             else                                                                                                       \

@@ -21,10 +21,29 @@ void EnsureRegistered()
 }
 
 template <class T>
+inline constexpr bool s_isDescribable = FieldType<T>::Obstacle == EObstacle::None;
+
+// Whether it is: where not, with the one message. Whoever asks leaves the rest out then.
+template <class T>
+constexpr bool CheckDescribable()
+{
+    static_assert(
+        s_isDescribable<T>,
+        "the type is neither a number or text, nor described (KELM_DESCRIBE, KELM_DESCRIBE_ENUM), nor made of "
+        "such; pointers, and views of what others own, cannot be described");
+    return s_isDescribable<T>;
+}
+
+template <class T>
 ReflectionByteCode TypeOf()
 {
-    EnsureRegistered<T>();
-    return {s_tablesOfType<T>.ByteCode(0), s_tablesOfType<T>.m_names.data(), s_tablesOfType<T>.Functions(0)};
+    if constexpr (CheckDescribable<T>())
+    {
+        EnsureRegistered<T>();
+        return {s_tablesOfType<T>.ByteCode(0), s_tablesOfType<T>.m_names.data(), s_tablesOfType<T>.Functions(0)};
+    }
+    else
+        return {};
 }
 
 } // namespace kelm

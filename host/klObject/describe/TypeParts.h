@@ -126,4 +126,29 @@ inline constexpr bool HasPart = []
     return HasAnyPart(PartsOf<T, Property>::s_parts, seen);
 }();
 
+// What shares what it leads to can be copied whatever that is, and so can what makes room for it.
+template <class T>
+inline constexpr bool s_isNoPart = requires(const T& pointer)
+{
+    pointer.use_count();
+}
+|| requires(T& allocator)
+{
+    allocator.deallocate(allocator.allocate(1), 1);
+};
+
+// A vector of what cannot be copied says of itself that it can, and so does a class that has one.
+template <class T>
+struct CannotBeCopied
+{
+    static constexpr bool s_has = !std::is_copy_constructible_v<std::remove_all_extents_t<T>>;
+    static constexpr bool s_isWhole = s_isNoPart<T>;
+};
+template <class T>
+struct CannotBeAssigned
+{
+    static constexpr bool s_has = !std::is_copy_assignable_v<std::remove_all_extents_t<T>>;
+    static constexpr bool s_isWhole = s_isNoPart<T>;
+};
+
 } // namespace kelm
