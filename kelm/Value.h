@@ -93,8 +93,8 @@ public:
     Kind GetKind() const;
 
     // The value as a T: a number, bool, text, Value or described type (T, or const T& and T& for the object itself).
-    // Throws an Error of kind Type or Range (Convert.h). A std::string_view or a reference is valid as long as the
-    // value.
+    // Throws an Error of kind Type or Range (Convert.h). A std::string_view is valid as long as the value; a reference
+    // as long as the program's object for which the value stands, else as long as the value.
     template <class T>
     T As() const&
     {
@@ -122,12 +122,16 @@ public:
         }
     }
 
+    // Of a temporary, only what outlives it: no std::string_view, and of objects by reference the program's own. An
+    // object that the value alone keeps is refused, with an Error of kind Type.
     template <class T>
     T As() const&&
     {
-        constexpr bool lastsNotLong = std::is_reference_v<T> || std::is_same_v<T, std::string_view>;
-        static_assert(!lastsNotLong, "As gives a reference or std::string_view of a Value that is kept: of a variable");
-        if constexpr (!lastsNotLong)
+        constexpr bool isView = std::is_same_v<T, std::string_view>;
+        static_assert(!isView, "As gives a std::string_view of a Value that is kept: of a variable");
+        if constexpr (std::is_reference_v<T>)
+            CheckItLasts();
+        if constexpr (!isView)
             return As<T>();
     }
 
@@ -149,6 +153,15 @@ private:
     }
     void SetUnsigned(uint64 x);
     void SetCharacter(const uint8& code, const void* character);
+    void CheckItLasts() const
+    {
+        if (m_slot.m_kind != evaluation::Kind::Place || m_slot.m_holder == nullptr)
+            return;
+        evaluation::Failure failure;
+        evaluation::Fail(failure, ErrorKind::Type,
+                         "The object ends with the temporary Value: a reference to it needs the Value in a variable");
+        evaluation::ThrowWithoutPlace(failure);
+    }
     std::string_view GetText() const;
     void Keep();
 

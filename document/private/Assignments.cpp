@@ -30,12 +30,12 @@ bool IsPlain(const Spot& spot)
 
 // The next step of a path as people nearly always write them: a dot and a name, or what stands in brackets. False at
 // anything else.
-struct Step
+struct WrittenStep
 {
     bool m_isName = false;
     std::string_view m_text;
 };
-bool TryTakeStep(std::string_view path, std::size_t& at, Step& step)
+bool TryTakeStep(std::string_view path, std::size_t& at, WrittenStep& step)
 {
     const bool isDot = path[at] == '.';
     step.m_isName = isDot || (at == 0 && path[at] != '[');
@@ -128,7 +128,7 @@ bool Assignments::TryFind(std::string_view path, Place& place)
     place.m_value = m_wholeSpan;
     for (std::size_t at = 0; at < path.size();)
     {
-        Step step;
+        WrittenStep step;
         if (!TryTakeStep(path, at, step) || !TryEnter(place.m_spot))
             return false;
         const bool isThere = step.m_isName           ? TryStepToMember(step.m_text, place)

@@ -228,8 +228,20 @@ TEST(BoundObjects, AreReadAndCalled)
     }
     Evaluate("rename(order.lines[0], 'mug')", scope);
     EXPECT_EQ(order.lines[0].item, "mug");
-    const Value line = Evaluate("order.lines[1]", scope);
-    EXPECT_EQ(&line.As<booth::Line&>(), &order.lines[1]);
+    EXPECT_EQ(&Evaluate("order.lines[1]", scope).As<booth::Line&>(), &order.lines[1]);
+    const Value made = Evaluate("make(9)", scope);
+    EXPECT_EQ(made.As<const booth::Line&>().quantity, 9);
+    try
+    {
+        Evaluate("make(9)", scope).As<const booth::Line&>();
+        ADD_FAILURE() << "a reference to an object that is gone";
+    }
+    catch (const Error& e)
+    {
+        EXPECT_EQ(e.GetKind(), ErrorKind::Type);
+        EXPECT_EQ(e.GetMessage(),
+                  "The object ends with the temporary Value: a reference to it needs the Value in a variable");
+    }
     EXPECT_EQ(Evaluate<booth::Line>("make(9)", scope).quantity, 9);
 }
 

@@ -228,6 +228,7 @@ TEST(Result, OfATemporaryIsKept)
         all += name + ' ';
     const Error& error = make(false).GetError();
     EXPECT_EQ(all + error.GetMessage(), "a text that is too long to lie in the string itself b near nearer unknown");
+    EXPECT_EQ(make(true)->back(), "b");
     const Error& none = make(true).GetError();
     EXPECT_EQ(none.GetKind(), ErrorKind::Internal);
 }

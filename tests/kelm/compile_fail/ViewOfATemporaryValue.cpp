@@ -1,4 +1,4 @@
-// error: As gives a reference or std::string_view of a Value that is kept: of a variable
+// error: As gives a std::string_view of a Value that is kept: of a variable
 #include <kelm/kelm.h>
 
 std::string_view Use(const kelm::Scope& scope)
