@@ -1,6 +1,7 @@
 include(KelmJoinTests)
 
-# kelm_test(NAME [JOINED] [LEVEL -O2] SOURCES... [APART sources...] [LIBS libs...]): a GoogleTest program and its entry in ctest.
+# kelm_test(NAME [JOINED] [LEVEL -O2] SOURCES... [APART sources...] [LIBS libs...]): a GoogleTest program and its entry in
+# ctest.
 #
 # Tests are built once and run once: compiling them fast matters more than their speed, but where LEVEL says otherwise.
 # GoogleTest's headers take longer than most of the tests themselves: kelmTestHeaders compiles them for all.
