@@ -1,15 +1,14 @@
 include(KelmJoinTests)
 
-# kelm_test(NAME [JOINED] [LEVEL -O2] SOURCES... [APART sources...] [LIBS libs...]): a GoogleTest program and its entry in
-# ctest.
+# kelm_test(NAME [LEVEL -O2] SOURCES... [APART sources...] [LIBS libs...]): a GoogleTest program and its entry in ctest.
 #
 # Tests are built once and run once: compiling them fast matters more than their speed, but where LEVEL says otherwise.
 # GoogleTest's headers take longer than most of the tests themselves: kelmTestHeaders compiles them for all.
 #
-# JOINED are those whose sources are compiled together where KELM_JOIN_TESTS is on, but for what stands behind APART.
+# Where KELM_JOIN_TESTS is on, the sources are compiled together, but for what stands behind APART.
 function(kelm_test name)
-    cmake_parse_arguments(ARG "JOINED" "LEVEL" "SOURCES;APART;LIBS" ${ARGN})
-    if(ARG_JOINED AND KELM_JOIN_TESTS)
+    cmake_parse_arguments(ARG "" "LEVEL" "SOURCES;APART;LIBS" ${ARGN})
+    if(KELM_JOIN_TESTS)
         kelm_joined_tests(ARG_SOURCES ${name} SOURCES ${ARG_SOURCES} APART ${ARG_APART})
     endif()
     add_executable(${name} ${ARG_SOURCES} $<TARGET_OBJECTS:kelmTestHeaders>)
