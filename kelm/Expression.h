@@ -57,6 +57,8 @@ bool Receive(Slot& result, void* out, Failure& failure)
     constexpr bool isResult = NumberOrBool<T> || std::is_same_v<T, std::string> || Object<T>;
     if constexpr (std::is_same_v<T, Value>)
         return TakeValue(result, *static_cast<Value*>(out), failure);
+    else if constexpr (Object<T>)
+        return CheckDescribable<T>() && Convert(result, *static_cast<T*>(out), failure);
     else if constexpr (isResult)
         return Convert(result, *static_cast<T*>(out), failure);
     else

@@ -158,26 +158,27 @@ Result<T> TryGet(const Whole& whole, std::string_view path)
 }
 
 template <class Whole>
-FieldStart StartOfSet(const std::remove_reference_t<Whole>& whole)
+constexpr void CheckSettable()
 {
     using W = std::remove_reference_t<Whole>;
     static_assert(std::is_same_v<std::remove_const_t<W>, Object> || IsRoot<std::remove_const_t<W>> ||
                       (std::is_lvalue_reference_v<Whole> && !std::is_const_v<W>),
                   "Set changes a field of a variable, which must neither be constant nor a temporary");
-    return StartOf<std::remove_const_t<W>>(whole);
 }
 
 template <class Whole, class V>
 void Set(Whole&& whole, std::string_view path, const V& value)
 {
-    SetFieldTo(StartOfSet<Whole>(whole), path, value, nullptr);
+    CheckSettable<Whole>();
+    SetFieldTo(StartOf(std::as_const(whole)), path, value, nullptr);
 }
 
 template <class Whole, class V>
 Result<void> TrySet(Whole&& whole, std::string_view path, const V& value)
 {
+    CheckSettable<Whole>();
     Result<void> result;
-    SetFieldTo(StartOfSet<Whole>(whole), path, value, &result);
+    SetFieldTo(StartOf(std::as_const(whole)), path, value, &result);
     return result;
 }
 

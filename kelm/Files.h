@@ -126,7 +126,7 @@ Result<std::string> WriteValue(const T& value)
 template <class T>
 T Read(std::string_view text, UnknownMembers unknown)
 {
-    return *TryRead<T>(text, unknown);
+    return *ReadFrom<T>(TextPlace(text), unknown);
 }
 
 template <class T>
@@ -138,7 +138,7 @@ Result<T> TryRead(std::string_view text, UnknownMembers unknown)
 template <class T>
 T ReadFile(const FilePath& path, UnknownMembers unknown)
 {
-    return *TryReadFile<T>(path, unknown);
+    return *ReadFrom<T>(TextPlace(path), unknown);
 }
 
 template <class T>
@@ -156,7 +156,7 @@ std::string Write(const T& value)
 template <class T>
 void WriteFile(const FilePath& path, const T& value)
 {
-    *TryWriteFile(path, value);
+    *WriteTextFile(path, WriteValue(value));
 }
 
 template <class T>

@@ -88,6 +88,7 @@ KELM_API void EnsureAll(const UsedType* const* types);
 template <class... Ts>
 void Register()
 {
+    static_assert((CheckDescribable<Ts>() && ...));
     static constexpr const UsedType* s_types[] = {&s_typeOf<Ts>..., nullptr};
     EnsureAll(s_types);
 }

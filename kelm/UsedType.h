@@ -11,9 +11,6 @@
 namespace kelm
 {
 
-template <class T>
-concept DescribedClass = Described<T> && std::is_base_of_v<ClassDescription, Description<T>>;
-
 // A type that is registered on first use. Constant data but for that.
 struct UsedType
 {

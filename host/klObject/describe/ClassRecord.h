@@ -72,22 +72,13 @@ inline constexpr TypeOps s_structOps = []
 }();
 
 template <class T>
-struct DescribedRecord
-{
-    static_assert(IsQualifiedName(Description<T>::s_name),
-                  "a type is described under its full name, identifiers with \"::\" between them");
-    static_assert(!std::is_union_v<T>,
-                  "a union cannot be described, since nothing says which of its members it holds: use std::variant");
-};
-
-template <class T>
 constexpr TypeNotes NotesOf(const ConstStringZ* docs = nullptr)
 {
     return {nullptr, Description<T>::s_file, Description<T>::s_line, docs};
 }
 
 template <class T>
-class ClassRecord : DescribedRecord<T>
+class ClassRecord
 {
     static constexpr auto s_list = Description<T>::Members();
     static constexpr typename decltype(s_list)::Tables s_tables{};

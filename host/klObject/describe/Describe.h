@@ -28,12 +28,22 @@
 #include <klObject/describe/StructMember.h>
 #include <klObject/describe/TypeOf.h>
 #include <klObject/types/Registry.h>
+#include <klUtils/text/QualifiedName.h>
 
 #include <array>
 #include <cstddef>
+#include <type_traits>
 
 // As ForEach.h says.
 #pragma GCC system_header
+
+// The type's name, which is told here, where the program wrote it.
+#define KELM_NAME_OF_DESCRIPTION(TYPE)                                                                                 \
+    static constexpr char s_name[] = #TYPE;                                                                            \
+    static_assert(::kelm::IsQualifiedName(#TYPE),                                                                      \
+                  "a type is described under its full name, identifiers with \"::\" between them");                    \
+    static_assert(!std::is_union_v<TYPE>,                                                                              \
+                  "a union cannot be described, since nothing says which of its members it holds: use std::variant");
 
 // The line in which the description begins, whatever lines it goes on in.
 #define KELM_PLACE_OF_DESCRIPTION                                                                                      \
@@ -47,7 +57,7 @@
     struct kelm::Description<TYPE> : ::kelm::KIND                                                                      \
     {                                                                                                                  \
         using Self = TYPE;                                                                                             \
-        static constexpr char s_name[] = #TYPE;                                                                        \
+        KELM_NAME_OF_DESCRIPTION(TYPE)                                                                                 \
         KELM_PLACE_OF_DESCRIPTION                                                                                      \
         __VA_ARGS__                                                                                                    \
     };                                                                                                                 \
@@ -58,7 +68,8 @@
 #define KELM_DESCRIBE(TYPE, ...)                                                                                       \
     KELM_DESCRIPTION(                                                                                                  \
         TYPE, StructDescription, template <class Self_ = TYPE> static constexpr auto Members() {                       \
-            return ::kelm::ListMembers(__VA_OPT__(KELM_FOR_EACH(KELM_STRUCT_MEMBER, TYPE, __VA_ARGS__)));              \
+            __VA_OPT__(KELM_FOR_EACH(KELM_CHECK_MEMBER, KELM_NOTHING, TYPE, __VA_ARGS__))                              \
+            return ::kelm::ListMembers(__VA_OPT__(KELM_FOR_EACH(KELM_STRUCT_MEMBER, KELM_COMMA, Self_, __VA_ARGS__))); \
         })
 
 // An enumeration of any width: KELM_DESCRIBE_ENUM(geom::Colour, RED, GREEN).
@@ -72,7 +83,7 @@
                                     }()>                                                                               \
     {                                                                                                                  \
         using Self = TYPE;                                                                                             \
-        static constexpr char s_name[] = #TYPE;                                                                        \
+        KELM_NAME_OF_DESCRIPTION(TYPE)                                                                                 \
         KELM_PLACE_OF_DESCRIPTION                                                                                      \
         static constexpr auto Values()                                                                                 \
         {                                                                                                              \
@@ -136,7 +147,11 @@ void Register(XTarget* target)
         static_assert(s_isNever<T>, "this type is not described: KELM_CLASS, KELM_ENUM, KELM_VARIANT or KELM_TYPEDEF "
                                     "must stand before");
     else
+    {
+        if constexpr (DescribedClass<T>)
+            static_cast<void>(Description<T>::Members()); // as CheckDescribable does
         RegisterDescriptor(_GetReflected(static_cast<const T*>(nullptr)), target);
+    }
 }
 
 template <class... Ts>

@@ -6,6 +6,8 @@
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/types.h>
 
+#include <concepts>
+
 namespace kelm
 {
 
@@ -37,6 +39,9 @@ struct ClassDescription
 struct StructDescription : ClassDescription
 {
 };
+template <class T>
+concept DescribedClass = Described<T> && std::derived_from<Description<T>, ClassDescription>;
+
 struct VariantDescription
 {
     using Descriptor = ReflectedVariant;

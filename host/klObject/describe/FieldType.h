@@ -31,10 +31,13 @@
 namespace kelm
 {
 
-// Why a type cannot be described.
+// Why a type, or a member of a struct, cannot be described.
 enum class EObstacle
 {
     None,
+    NoMember,         // there is none, nor a base class, of that name
+    NoField,          // static, or a function
+    BaseNotDescribed, // a base class
     NotDescribed,
     Pointer,        // or a reference
     Number,         // long double, wchar_t

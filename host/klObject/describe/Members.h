@@ -274,9 +274,8 @@ constexpr auto ListMembers(const Ms&... members)
 }
 
 // A described class moves as bytes if its description tells of all that is in it, and all of that does.
-template <Described T>
-requires(std::derived_from<Description<T>, ClassDescription> &&
-         !AnswersIsRelocatable<T>) inline constexpr bool IsRelocatable<T> =
+template <DescribedClass T>
+requires(!AnswersIsRelocatable<T>) inline constexpr bool IsRelocatable<T> =
     std::is_trivially_copyable_v<T> ||
     decltype(Description<T>::Members())::template IsRelocatableClass<T>(Description<T>::Members().m_members);
 

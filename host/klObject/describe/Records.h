@@ -46,7 +46,7 @@ inline constexpr TypeOps s_variantOps = {.m_size = sizeof(T),
                                          .m_DestructArrayFn = DestructArray<T>};
 
 template <class T>
-class VariantRecord : DescribedRecord<T>
+class VariantRecord
 {
     static_assert(
         requires { AsXvariant(static_cast<const T*>(nullptr)); },
@@ -124,7 +124,7 @@ constexpr EnumValue MakeEnumValue(ConstStringZ name, E value)
 }
 
 template <class T>
-class EnumRecord : DescribedRecord<T>
+class EnumRecord
 {
     static constexpr auto s_enumerators = Description<T>::Values();
     static constexpr std::size_t s_count = s_enumerators.size();
@@ -190,7 +190,7 @@ public:
 // --- typedefs
 
 template <class T>
-class TypedefRecord : DescribedRecord<T>
+class TypedefRecord
 {
     static constexpr TypeTables<FieldType<typename Description<T>::Type>> s_tables{};
     static constexpr TypeNotes s_notes = NotesOf<T>();
@@ -206,8 +206,7 @@ public:
 
 template <class T>
 struct RecordOf;
-template <Described T>
-requires std::derived_from<Description<T>, ClassDescription>
+template <DescribedClass T>
 struct RecordOf<T> : ClassRecord<T>
 {
 };

@@ -31,6 +31,8 @@ constexpr bool CheckDescribable()
         s_isDescribable<T>,
         "the type is neither a number or text, nor described (KELM_DESCRIBE, KELM_DESCRIBE_ENUM), nor made of "
         "such; pointers, and views of what others own, cannot be described");
+    if constexpr (DescribedClass<T>)
+        static_cast<void>(Description<T>::Members()); // whose mistakes are told here, at few steps from the program
     return s_isDescribable<T>;
 }
 

@@ -89,8 +89,7 @@ struct PartsOfMembers
 template <class T, template <class> class Property, class... Ms>
 PartsOfMembers<T, Property, Ms...> PartsOfList(const MemberList<Ms...>&);
 
-template <Described T, template <class> class Property>
-requires std::is_base_of_v<ClassDescription, Description<T>>
+template <DescribedClass T, template <class> class Property>
 struct PartsOf<T, Property> : decltype(PartsOfList<T, Property>(Description<T>::Members()))
 {
 };

@@ -1,0 +1,17 @@
+// error: Line::next cannot be described: it is or holds a pointer
+#include <kelm/kelm.h>
+
+struct Line
+{
+    std::string item;
+    Line* next = nullptr;
+};
+
+KELM_DESCRIBE(Line, item, next)
+
+int main()
+{
+    Line line;
+    kelm::Scope scope;
+    scope.Bind("line", line);
+}
