@@ -81,14 +81,14 @@ namespace
 {
 
 // An array of voids takes no room however many they are, and time and text for each.
-bool HasFewElements(const unsigned char* data, std::size_t size)
+bool HasFewElements(const std::vector<uint8>& bytes)
 {
     double count = 1;
-    for (std::size_t i = 0; i + 4 < size; ++i)
-        if (data[i] == FT_ARRAY)
+    for (std::size_t i = 0; i + 4 < bytes.size(); ++i)
+        if (bytes[i] == FT_ARRAY)
         {
             int32 ofArray = 0;
-            std::memcpy(&ofArray, data + i + 1, sizeof ofArray);
+            std::memcpy(&ofArray, &bytes[i + 1], sizeof ofArray);
             count *= std::max(1, ofArray);
         }
     return count < 1 << 20;
@@ -99,14 +99,14 @@ bool HasFewElements(const unsigned char* data, std::size_t size)
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     sample::RegisterOnce();
-    if (!HasFewElements(data, size))
-        return 0;
     for (std::size_t i = 0; i < size; ++i)
         if (data[i] == FT_FOREIGN)
             return 0; // names a record of the compiler's by its address
     // Byte code ends where its type does: behind the input stand as many voids as can be missing.
     std::vector<uint8> bytes(data, data + size);
     bytes.resize(2 * size + 64);
+    if (!HasFewElements(bytes))
+        return 0;
     try
     {
         UseType({bytes.data(), GetNames().data()});

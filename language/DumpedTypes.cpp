@@ -167,7 +167,8 @@ const IPersistableFns s_objectFns = {
     GetGcObjectId,
     SetGcObjectId};
 
-ptr<IObject> CreateObject(const DumpedClass& dumped)
+// Not within each of the numbered functions, of which there are thousands.
+[[gnu::noinline]] ptr<IObject> CreateObject(const DumpedClass& dumped)
 {
     constexpr auto nothing = [](void*) {};
     const ptr<IObject> object =
@@ -183,7 +184,7 @@ ptr<IObject> CreateObject(const DumpedClass& dumped)
         throw;
     }
 }
-void ConstructInstances(const DumpedClass& dumped, void* dst, ssize_t stride, ssize_t count)
+[[gnu::noinline]] void ConstructInstances(const DumpedClass& dumped, void* dst, ssize_t stride, ssize_t count)
 {
     for (ssize_t i = 0; i < count; ++i)
         ConstructInstance(dumped, static_cast<char*>(dst) + i * stride);
