@@ -75,6 +75,7 @@ if(KELM_COVERAGE)
     add_compile_definitions(KELM_COVERAGE)
     # What is inlined always has no counters of its own, and cannot be told from a copy of it.
     add_compile_definitions(always_inline=noinline)
+    add_compile_options(-Wno-attributes) # of functions that are inline and noinline
     add_link_options(--coverage)
 endif()
 

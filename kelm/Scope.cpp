@@ -142,9 +142,11 @@ void Scope::Names::RetireResolver()
 
 void Scope::Names::DestroyRetired()
 {
-    const std::unique_ptr<Names> former = std::move(m_former);
+    std::unique_ptr<Names> former = std::move(m_former);
     for (evaluation::Callable& function : std::exchange(m_retired, {}))
         evaluation::Destroy(function);
+    while (former != nullptr) // one behind the other, however many there are
+        former = std::move(former->m_former);
 }
 
 ScopeState::ScopeState(const Scope* scope) : m_version(ScopeAccess::VersionOf(scope))

@@ -6,6 +6,7 @@
 #include <kelm/private/values/Variable.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
+#include <klUtils/StackSegment.h>
 
 #include <algorithm>
 #include <map>
@@ -208,6 +209,8 @@ void Edit::SetComposite(std::string_view path, const std::string& text)
 // Gives the i-th spot that value, by whatever has to be written around it.
 void Edit::SetText(std::string_view path, const Spots& spots, std::size_t i, const std::string& text)
 {
+    if (IsStackLow()) // paths have any number of steps
+        return CallOnFreshSegment([&] { SetText(path, spots, i, text); });
     const Spot& spot = spots[i];
     if (!spot.m_mentions.empty())
         return m_layout.ReplaceValue(spot.m_mentions.back().m_value, text);
@@ -303,6 +306,8 @@ void Edit::Add(std::string_view path, std::string_view value)
 // Each part of the value to what is there. The object is made to be so, part by part, and is not read again.
 void Edit::AddTo(const std::string& path, const std::string& text)
 {
+    if (IsStackLow()) // maps are within maps
+        return CallOnFreshSegment([&] { AddTo(path, text); });
     Spots spots = Find(path, Purpose::Set);
     const Spot target = spots.back();
     if (!target.m_former.empty() || IsSaidWhole(target))

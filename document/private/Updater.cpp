@@ -10,6 +10,7 @@
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
+#include <klUtils/StackSegment.h>
 
 #include <algorithm>
 #include <cstring>
@@ -30,6 +31,14 @@ constexpr std::size_t s_mostOctets = std::size_t{1} << 33;
 
 // A value that is longer is laid out over several lines.
 constexpr std::size_t s_longestLine = 100;
+
+template <class MakeText>
+std::string OnFreshSegment(MakeText makeText)
+{
+    std::string text;
+    CallOnFreshSegment([&] { text = makeText(); });
+    return text;
+}
 
 Spot SpotOf(const ReflectionByteCode& type, void* data)
 {
@@ -177,6 +186,8 @@ Part Updater::Brackets(Span value) const
 
 void Updater::Update(Span value, const ReflectionByteCode& type, void* before, void* after)
 {
+    if (IsStackLow()) // objects hold objects
+        return CallOnFreshSegment([&] { Update(value, type, before, after); });
     if (AreEqual(type, before, after))
         return;
     const Spot from = SpotOf(type, before);
@@ -463,6 +474,8 @@ std::string Updater::EntryText(const Spot& map, const Pieces& pieces, std::size_
 // As short as people write it: of classes the members that differ from what is there before the text is read.
 std::string Updater::NewText(const ReflectionByteCode& type, void* fresh, void* data) const
 {
+    if (IsStackLow())
+        return OnFreshSegment([&] { return NewText(type, fresh, data); });
     const Spot spot = SpotOf(type, data);
     switch (spot.GetVariableKind())
     {
@@ -544,6 +557,8 @@ namespace
 // Items on lines of their own, where they are too long together.
 std::string OverLines(const std::string& text, const std::string& indent, const std::string& newLine)
 {
+    if (IsStackLow())
+        return OnFreshSegment([&] { return OverLines(text, indent, newLine); });
     const Document document = Document::Parse(text);
     const std::optional<Part> brackets = BracketsOf(document, {0, text.size()});
     const std::vector<Item> items = brackets ? ItemsOf(document, *brackets) : std::vector<Item>();

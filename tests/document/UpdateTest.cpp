@@ -5,6 +5,7 @@
 #include <kelmDocument/Document.h>
 #include <kelmDocument/Items.h>
 #include <kelmDocument/Update.h>
+#include <support/DeepStack.h>
 #include <support/ReferenceTexts.h>
 #include <support/TemporaryFolder.h>
 
@@ -253,6 +254,30 @@ TEST(Update, ReachesObjectsThroughHandles)
               "pages = 9 }]\n}\n");
     EXPECT_EQ(Updated(text, Object(book.GetHandle())), "orders::Book { pages = 9 }\n");
     EXPECT_EQ(Updated(text, Object()), "null\n");
+}
+
+// As deep as memory lets it be, on a stack of any size: what is new, and what differs at the bottom.
+TEST(Update, ReachesAnyDepth)
+{
+    constexpr int levels = 400;
+    Register<orders::Shelf>();
+    const auto text = [](const std::string& innermost)
+    {
+        std::string nested = innermost;
+        for (int i = 0; i < levels; ++i)
+            nested = "orders::Shelf { next = " + nested + " }";
+        return nested;
+    };
+    const std::string before = text("null");
+    const std::string after = text("orders::Shelf { name = \"s\" }");
+    RunOnThread(std::size_t{64} << 10,
+                [&]
+                {
+                    const Object deep = Read<Object>(after);
+                    EXPECT_EQ(Updated(before, deep), after);
+                    const std::string made = Updated("orders::Shelf {}", deep);
+                    EXPECT_EQ(Write(Read<Object>(made)), Write(deep));
+                });
 }
 
 // --- Files

@@ -167,6 +167,46 @@ TEST(Allocation, OfStringsBeginsAboveTheInlineSize)
     EXPECT_EQ(AllocationsOfExpression("\"\\n\\x41\\u00e9\""), 0u);
 }
 
+// --- Qualified names
+
+const std::string s_names[] = {"",        "a",     "a.b::c", " a . b\n::\tc ",
+                               "a::b<c>", "a:::b", "a::",    "::a",
+                               "1",       "'a",    "a.'b",   "a_name::that_is_longer.than::a_short::string.is"};
+
+TEST(Allocation, OfMatchingQualifiedNamesIsNone)
+{
+    for (const std::string& path : s_names)
+        for (const std::string& suffix : s_names)
+            EXPECT_EQ(AllocationsOf([&] { IsPathSuffix(ViewOf(path), ViewOf(suffix)); }), 0u) << path << ", " << suffix;
+}
+
+TEST(Allocation, OfSplittingQualifiedNamesIsTheSegmentsAlone)
+{
+    for (const std::string& name : s_names)
+    {
+        xvector<SubString> kept;
+        xvector<SubString> segments;
+        const auto split = [&](xvector<SubString>& into)
+        {
+            SubString text = ViewOf(name);
+            TokenisePath(text, into);
+        };
+        const auto splitAnew = [&]
+        {
+            segments = {};
+            split(segments);
+        };
+        const auto pushAnew = [&]
+        {
+            segments = {};
+            for (const SubString segment : kept)
+                segments.push_back(segment);
+        };
+        EXPECT_EQ(AllocationsOf([&] { split(kept); }), 0u) << name; // they go where the last ones were
+        EXPECT_EQ(AllocationsOf(splitAnew), AllocationsOf(pushAnew)) << name;
+    }
+}
+
 // --- Paths
 
 TEST(Allocation, OfPathsIsNone)

@@ -124,6 +124,14 @@ private:
     std::unordered_map<const void*, HandlePlan*> m_byDescriptor; // classes and variants that are begun
 };
 
+template <class MakePlan>
+const HandlePlan& OnFreshSegment(MakePlan makePlan)
+{
+    const HandlePlan* plan = nullptr;
+    CallOnFreshSegment([&] { plan = &makePlan(); });
+    return *plan;
+}
+
 HandlePlan& PlanMaker::Make(EHandlePlan kind)
 {
     m_made.push_back(std::make_unique<HandlePlan>());
@@ -140,6 +148,8 @@ HandlePlan& PlanMaker::MakeOfElements(EHandlePlan kind, ReflectionByteCode eleme
 
 const HandlePlan& PlanMaker::OfClass(const ReflectedClass& rc)
 {
+    if (IsStackLow()) // classes contain classes
+        return OnFreshSegment([&]() -> const HandlePlan& { return OfClass(rc); });
     if (m_classes == LOOK_UP_CLASSES)
         return PlanOfClass(rc);
     if (const HandlePlan* const known = GetKeptPlan(rc))
@@ -230,11 +240,7 @@ const HandlePlan& PlanMaker::OfSet(ReflectionByteCode rbc)
 const HandlePlan& PlanMaker::OfType(ReflectionByteCode rbc)
 {
     if (IsStackLow())
-    {
-        const HandlePlan* plan = nullptr;
-        CallOnFreshSegment([&] { plan = &OfType(rbc); });
-        return *plan;
-    }
+        return OnFreshSegment([&]() -> const HandlePlan& { return OfType(rbc); });
     rbc.AdvanceToUnderlyingType2();
     return OfUnderlyingType(rbc);
 }

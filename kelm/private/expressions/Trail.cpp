@@ -2,6 +2,8 @@
 
 #include <kelm/private/expressions/Machine.h>
 
+#include <klUtils/StackSegment.h>
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -86,6 +88,12 @@ bool Machine::FindAgain(Slot& slot)
     const std::span<Trail::Step> steps = trail.StepsOf(static_cast<std::size_t>(&slot - m_base));
     if (steps.empty() || steps.back().m_runs == trail.GetRuns())
         return true;
+    if (IsStackLow()) // loops are within loops
+    {
+        bool isFound = false;
+        CallOnFreshSegment([&] { isFound = FindAgain(slot); });
+        return isFound;
+    }
     Value again;
     Slot& found = ValueAccess::Of(again);
     for (const Trail::Step& step : steps)
