@@ -467,4 +467,10 @@ std::vector<Spot> Locate(const Document& document, const Subject& subject, std::
     return Locator(document, subject, path, purpose).Walk();
 }
 
+std::vector<Spot> LocateIn(const ptr<IObject>& object, std::string_view path, Purpose purpose)
+{
+    const Subject subject(Reading(DocumentPolicy()), object);
+    return Locate(Document::Parse({}), subject, path, purpose);
+}
+
 } // namespace kelm::editing

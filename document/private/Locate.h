@@ -4,6 +4,7 @@
 // of the text that have a part in its value.
 
 #include <kelmDocument/Document.h>
+#include <kelmDocument/api.h>
 #include <kelmDocument/private/Layout.h>
 #include <kelmDocument/private/Spot.h>
 #include <kelmDocument/private/Subject.h>
@@ -25,6 +26,9 @@ enum class Purpose : uint8
 
 // The chain to what a path names. Throws kelm::Error about the path.
 std::vector<Spot> Locate(const Document& document, const Subject& subject, std::string_view path, Purpose purpose);
+
+// The same in an object that no document is known of: spots without mentions.
+KELM_DOCUMENT_API std::vector<Spot> LocateIn(const ptr<IObject>& object, std::string_view path, Purpose purpose);
 
 // All of a data source, from its name to the end of its body, behind which something may stand where that is not read.
 Span FindDataSource(const Document& document, bool isRestIgnored);

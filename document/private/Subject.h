@@ -46,6 +46,9 @@ public:
     // What is new, of the type that the policy names. Throws kelm::Error where that cannot be used.
     explicit Subject(const Reading& reading);
 
+    // An object that is there.
+    Subject(const Reading& reading, ptr<IObject> object) : m_reading(reading) { Hold(object); }
+
     // Throws kelm::Error about the document, too.
     Subject(const Reading& reading, const Document& document, std::string_view name = s_textName);
 

@@ -177,6 +177,40 @@ TEST(Repl, FollowsPathsOfWhatIsLoaded)
                                      "kelmscript: error: cannot read /nowhere: No such file or directory\n"}));
 }
 
+// As those of the commands that change files.
+TEST(Repl, FollowsPathsToKeys)
+{
+    const TemporaryFolder folder;
+    const std::string scene =
+        folder.MakeFile("scene.kds", "tool::Scene { counts = [\"a b\" -> 1] marks = [7 -> (1, 2)] }");
+    const auto with = [&](const std::string& lines)
+    {
+        ProgramResult result = RunToolWithTypes({"repl"}, ":load " + scene + "\n" + lines);
+        EXPECT_TRUE(result.m_output.starts_with("tool::Scene\n"));
+        result.m_output.erase(0, result.m_output.find('\n') + 1);
+        return result;
+    };
+    const struct
+    {
+        std::string m_lines;
+        ProgramResult m_result;
+    } rows[] = {
+        {":get .counts[\"a b\"]", {0, "int32 1\n", ""}},
+        {":get .marks[7].y", {0, "float64 2.0\n", ""}},
+        {":set .counts[\"a b\"] 5", {0, "int32 5\n", ""}},
+        {":set .counts['two'] 2\n:get .counts[\"two\"]", {0, "int32 2\nint32 2\n", ""}},
+        {":set .marks[7] { y = -3 }", {0, "tool::Point Point{x=1.0 y=-3.0}\n", ""}},
+        {":set .marks[8].x 4", {0, "float64 4.0\n", ""}},
+        {":get .counts[\"two\"]", {1, "", "<path>:1:9: error: there is no such key\n.counts[\"two\"]\n        ^\n"}},
+        {":get .counts[2]", {1, "", "<path>:1:9: error: Expected string when read 2\n.counts[2]\n        ^\n"}},
+        {":get .counts[\"a b\"].z",
+         {1, "", "<path>:1:16: error: there are no members here\n.counts[\"a b\"].z\n               ^\n"}},
+        {":set .counts[\"a b\"] x", {1, "", "<value>:1:1: error: Expected int32 when read x\nx\n^\n"}},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(with(row.m_lines + "\n"), row.m_result) << row.m_lines;
+}
+
 TEST(Repl, PrintsWhatIsLoaded)
 {
     const TemporaryFolder folder;

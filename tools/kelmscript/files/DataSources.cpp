@@ -6,9 +6,12 @@
 #include "../reporting/Diagnostics.h"
 #include "../reporting/Output.h"
 #include "../reporting/Progress.h"
+#include "../reporting/Suggest.h"
 #include "Files.h"
 
+#include <kelm/Error.h>
 #include <kelm/private/types/TypeText.h>
+#include <kelmDocument/private/Locate.h>
 #include <kelmDocument/private/Repeats.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
@@ -62,9 +65,44 @@ struct FoundField
 {
     std::optional<Field> m_field;
     std::optional<Failure> m_failure;
+
+    // Of an alternative that a variant does not hold, and which has no data therefore.
+    std::optional<Field> m_variant = {};
+    std::string m_alternative = {};
 };
 
-FoundField TryFindField(ptr<IObject> object, const std::string& path, bool forWriting)
+// By a path as documents have them, which goes on to what keys lead to and into variants.
+FoundField TryFindInDocument(ptr<IObject> object, const std::string& path, bool forWriting)
+{
+    using editing::Spot;
+    try
+    {
+        const std::vector<Spot> spots =
+            editing::LocateIn(object, path, forWriting ? editing::Purpose::Set : editing::Purpose::Find);
+        const Spot& spot = spots.back();
+        FoundField found{Field{spot.m_type, spot.m_data}, std::nullopt};
+        if (!spot.m_former.empty())
+        {
+            const Spot& variant = spots[spots.size() - 2];
+            found.m_variant = Field{variant.m_type, variant.m_data};
+            found.m_alternative = spot.m_name;
+        }
+        else if (spot.m_data == nullptr)
+            return {std::nullopt, Failure{"path", "an element of a set is no field", spot.m_step, {}}};
+        return found;
+    }
+    catch (const Error& e)
+    {
+        const std::size_t offset = OffsetOf(path, e);
+        Failure failure{"path", e.GetMessage(), offset, {}};
+        if (const std::vector<std::string>& names = e.GetSuggestions(); !names.empty())
+            failure.m_notes.push_back({DidYouMean(names), offset});
+        return {std::nullopt, std::move(failure)};
+    }
+}
+
+// By a path to fields, which makes dynamic arrays grow.
+FoundField TryFindByFields(ptr<IObject> object, const std::string& path, bool forWriting)
 {
     const SourceText source{"<path>", path};
     if (!object)
@@ -88,12 +126,21 @@ FoundField TryFindField(ptr<IObject> object, const std::string& path, bool forWr
     return found;
 }
 
-std::optional<Field> FindField(ptr<IObject> object, const std::string& path, bool forWriting)
+FoundField TryFindField(ptr<IObject> object, const std::string& path, bool forWriting)
 {
-    const FoundField found = TryFindField(object, path, forWriting);
+    FoundField found = TryFindByFields(object, path, forWriting);
+    // A path to fields asserts that it comes by no map: those of documents go on to what is under a key.
+    const bool comesByMap = found.m_failure && found.m_failure->m_kind == std::string_view("assertion") &&
+                            path.find('[', found.m_failure->m_offset) != std::string::npos;
+    return comesByMap ? TryFindInDocument(object, path, forWriting) : found;
+}
+
+FoundField FindField(ptr<IObject> object, const std::string& path, bool forWriting)
+{
+    FoundField found = TryFindField(object, path, forWriting);
     if (found.m_failure)
         Report({"<path>", path}, *found.m_failure);
-    return found.m_field;
+    return found;
 }
 
 // A variable that lies in memory of its own.
@@ -140,6 +187,18 @@ bool IsVariant(ReflectionByteCode type)
 {
     type.AdvanceToUnderlyingType2();
     return type.GetCode() == FT_VARIANT;
+}
+
+bool SetTo(const Field& field, const std::string& value, bool replaces)
+{
+    // A variant never keeps what it held, which reading in place would forget without destroying it.
+    if (!replaces && !IsVariant(field.m_type))
+        return ReadValue(value, field.m_type, field.m_data);
+    Variable fresh(field.m_type);
+    const bool isRead = ReadValue(value, field.m_type, fresh.GetData());
+    if (isRead)
+        fresh.Swap(field.m_data);
+    return isRead;
 }
 
 // --- Texts
@@ -304,7 +363,7 @@ EFieldForm FieldFormOf(const Options& options)
 
 std::optional<std::string> FieldText(ptr<IObject> object, const std::string& path, EFieldForm form)
 {
-    const std::optional<Field> field = FindField(object, path, false);
+    const std::optional<Field> field = FindField(object, path, false).m_field;
     if (!field)
         return std::nullopt;
     StringOutput text;
@@ -347,28 +406,28 @@ bool PutObject(ptr<IObject> object, EForm form)
 
 std::size_t UnderstoodOfPath(ptr<IObject> object, const std::string& path)
 {
-    const FoundField found = TryFindField(object, path, true);
+    const FoundField found = TryFindByFields(object, path, true);
     return found.m_failure ? found.m_failure->m_offset : path.size();
 }
 
 bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces)
 {
-    const std::optional<Field> field = FindField(object, path, true);
+    const FoundField found = FindField(object, path, true);
+    const std::optional<Field>& field = found.m_field;
     if (!field)
         return false;
+    if (found.m_variant)
+    {
+        Variable fresh(field->m_type); // what is wrong with the value shows as it is said
+        return ReadValue(value, field->m_type, fresh.GetData()) &&
+               SetTo(*found.m_variant, found.m_alternative + " " + value, true);
+    }
     if (field->m_type.m_bc == nullptr)
     {
         Report(SEV_ERROR, {"<path>", path}, path.size(), "the object itself cannot be set: name a field");
         return false;
     }
-    // A variant never keeps what it held, which reading in place would forget without destroying it.
-    if (!replaces && !IsVariant(field->m_type))
-        return ReadValue(value, field->m_type, field->m_data);
-    Variable fresh(field->m_type);
-    const bool isRead = ReadValue(value, field->m_type, fresh.GetData());
-    if (isRead)
-        fresh.Swap(field->m_data);
-    return isRead;
+    return SetTo(*field, value, replaces);
 }
 
 int RunPrint(const Options& options)

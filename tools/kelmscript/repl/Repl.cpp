@@ -14,6 +14,7 @@
 
 #include <kelm/private/expressions/Functions.h>
 #include <kelm/private/types/Names.h>
+#include <kelmDocument/Part.h>
 #include <klKelmScript/private/BuiltIns.h>
 #include <klObject/objects/Collector.h>
 #include <klUtils/LexScannerException.h>
@@ -78,23 +79,45 @@ private:
     int m_depth = 0;
 };
 
-// Splits at the first white space; neither part keeps blanks at its ends.
+constexpr ConstStringZ s_blanks = " \t\r\n";
+
+// Neither part keeps blanks at its ends.
 struct WordAndRest
 {
     std::string m_word;
     std::string m_rest;
 };
 
+WordAndRest SplitBehind(const std::string& text, std::size_t begin, std::size_t end)
+{
+    const std::size_t rest = std::min(text.find_first_not_of(s_blanks, end), text.size());
+    const std::size_t last = text.find_last_not_of(s_blanks) + 1;
+    return {text.substr(begin, end - begin), rest < last ? text.substr(rest, last - rest) : std::string()};
+}
+
+// Splits at the first white space.
 WordAndRest SplitFirstWord(const std::string& text)
 {
-    constexpr ConstStringZ blanks = " \t\r\n";
-    const std::size_t begin = text.find_first_not_of(blanks);
+    const std::size_t begin = text.find_first_not_of(s_blanks);
     if (begin == std::string::npos)
         return {};
-    const std::size_t end = std::min(text.find_first_of(blanks, begin), text.size());
-    const std::size_t rest = std::min(text.find_first_not_of(blanks, end), text.size());
-    const std::size_t last = text.find_last_not_of(blanks) + 1;
-    return {text.substr(begin, end - begin), rest < last ? text.substr(rest, last - rest) : std::string()};
+    return SplitBehind(text, begin, std::min(text.find_first_of(s_blanks, begin), text.size()));
+}
+
+// A path ends at white space outside of its brackets: keys may hold some.
+std::size_t EndOfPath(const std::string& text, std::size_t begin)
+{
+    std::size_t at = begin;
+    int depth = 0;
+    while (at < text.size())
+    {
+        const Part part = ScanPart(text, at);
+        if (part.m_kind == PartKind::Space && depth == 0)
+            break;
+        depth += static_cast<int>(IsOpeningBracket(part.m_token)) - static_cast<int>(IsClosingBracket(part.m_token));
+        at = part.m_span.m_end;
+    }
+    return at;
 }
 
 // Of a name as the editor completes it, in quotes and from a home folder, that of the file.
@@ -337,7 +360,7 @@ private:
 
     bool Set(const std::string& argument)
     {
-        const WordAndRest words = SplitFirstWord(argument);
+        const WordAndRest words = SplitBehind(argument, 0, EndOfPath(argument, 0));
         return HasObject() && SetField(GetObject(), words.m_word, words.m_rest, false) &&
                PutIfAny(FieldText(GetObject(), words.m_word, FieldFormOf(m_options)));
     }
@@ -393,7 +416,7 @@ private:
     // Where the value begins that follows the path at `path`; npos where there is none yet.
     static std::size_t ValueOf(const std::string& line, std::size_t path)
     {
-        const std::size_t end = std::min(line.find_first_of(" \t", path), line.size());
+        const std::size_t end = EndOfPath(line, path);
         if (end == line.size())
             return std::string::npos;
         return std::min(line.find_first_not_of(" \t", end), line.size());
@@ -429,7 +452,7 @@ private:
             if (const std::size_t value = ValueOf(line, begin); value <= start)
             {
                 const std::string_view all(line);
-                const std::string_view path = all.substr(begin, all.find_first_of(" \t", begin) - begin);
+                const std::string_view path = all.substr(begin, EndOfPath(line, begin) - begin);
                 return {CompleteValue(GetObject(), path, all.substr(value, end - value), start - value)};
             }
             [[fallthrough]];
