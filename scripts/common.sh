@@ -35,6 +35,7 @@ docs_packages=(chromium chromium-driver doxygen mkdocs mkdocs-material python3-r
 picture_packages=(python3 python3-pexpect termtosvg)
 abi_packages=(abigail-tools xz-utils)
 vsix_packages=(nodejs npm)
+try_packages=(chromium chromium-driver g++ make python3 python3-selenium)
 package_packages=(dpkg-dev file gzip lintian mmdebstrap)
 matrix_packages=(clang-14 clang-19)
 arm64_packages=(g++-aarch64-linux-gnu qemu-user)
