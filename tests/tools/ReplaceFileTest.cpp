@@ -4,9 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
-#include <thread>
-
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
@@ -159,24 +156,6 @@ TEST_F(InPlace, FailsWholeWhereItCannotWrite)
     EXPECT_EQ(result, Refused(File(), "File too large"));
     EXPECT_EQ(TextOfFile(File()), s_old);
     ExpectNothingLeftBeside();
-}
-
-// Whenever it is killed, the old text or the new one is there, whole.
-TEST_F(InPlace, LeavesOneWholeFileWhenItIsKilled)
-{
-    const std::string text(200000, 'x');
-    for (int i = 0; i < 40; ++i)
-    {
-        m_folder.MakeFile("scene.kds", "tool::Note { text = \"" + text + "\" }");
-        const std::string script = "\"$0\" --module \"$1\" set -i --compact \"$2\" .next tool::Note & "
-                                   "sleep " +
-                                   std::to_string(0.0005 * i) + "; kill -KILL $! 2>/dev/null; wait $!; true";
-        RunProgram({"/bin/sh", "-c", script, KELMSCRIPT, KELM_TOOL_TYPES, File()});
-        const std::string left = TextOfFile(File());
-        EXPECT_TRUE(left == "tool::Note { text = \"" + text + "\" }" ||
-                    left == "tool::Note{text=\"" + text + "\" next=tool::Note{text=\"\" next=null}}\n")
-            << left.size();
-    }
 }
 
 } // namespace
