@@ -213,6 +213,27 @@ void FailWithoutReturn(int line)
     throw;
 }
 
+// What is rare needs a frame, which what is common does without.
+[[gnu::noinline]] void NegateAny(KSValue& v)
+{
+    int64 i = 0;
+    float64 f = 0.0;
+    if (Read(i, v))
+        KSValueAccess::Set(v, WrappingNegation(i));
+    else if (Read(f, v))
+        KSValueAccess::Set(v, -f);
+    else
+        ThrowIncompatibleTypeException(v, "-");
+}
+
+[[gnu::noinline]] void ComplementAny(KSValue& v)
+{
+    int64 i = 0;
+    if (!Read(i, v))
+        ThrowIncompatibleTypeException(v, "~");
+    KSValueAccess::Set(v, ~i);
+}
+
 } // namespace
 
 void ApplyUnaryPlus(KSValue& v)
@@ -229,33 +250,23 @@ void ApplyUnaryPlus(KSValue& v)
 
 void ApplyUnaryMinus(KSValue& v)
 {
-    if (v.is<int64>()) [[likely]]
-        return KSValueAccess::Construct(v, WrappingNegation(KSValueAccess::Get<int64>(v)));
-    int64 i = 0;
-    float64 f = 0.0;
-    if (Read(i, v))
-        KSValueAccess::Set(v, WrappingNegation(i));
-    else if (Read(f, v))
-        KSValueAccess::Set(v, -f);
-    else
-        ThrowIncompatibleTypeException(v, "-");
+    if (!v.is<int64>()) [[unlikely]]
+        return NegateAny(v);
+    KSValueAccess::Construct(v, WrappingNegation(KSValueAccess::Get<int64>(v)));
 }
 
 void ApplyUnaryBitComplement(KSValue& v)
 {
-    if (v.is<int64>()) [[likely]]
-        return KSValueAccess::Construct(v, ~KSValueAccess::Get<int64>(v));
-    int64 i = 0;
-    if (!Read(i, v))
-        ThrowIncompatibleTypeException(v, "~");
-    KSValueAccess::Set(v, ~i);
+    if (!v.is<int64>()) [[unlikely]]
+        return ComplementAny(v);
+    KSValueAccess::Construct(v, ~KSValueAccess::Get<int64>(v));
 }
 
 void ApplyUnaryNot(KSValue& v)
 {
-    if (v.is<bool>()) [[likely]]
-        return KSValueAccess::Construct(v, !KSValueAccess::Get<bool>(v));
-    KSValueAccess::Set(v, !As<bool>(v, false));
+    if (!v.is<bool>()) [[unlikely]]
+        return KSValueAccess::Set(v, !As<bool>(v, false));
+    KSValueAccess::Construct(v, !KSValueAccess::Get<bool>(v));
 }
 
 void ApplyFunction(KSValue&, const xvector<KSValue>&)

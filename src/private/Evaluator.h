@@ -292,6 +292,8 @@ private:
 
     void EvaluatePrefix(Operand& literal);
     [[gnu::always_inline]] void EvaluatePrefixes(Operand& literal, uint8 first);
+    void EvaluateNestedPrefixes(Operand& literal, uint8 first);
+    void RecordPrefix(Operand& literal) { m_semantics.Prefix(*this, literal); }
 
     [[gnu::always_inline]] void FinishPostfix(Operand& literal)
     {

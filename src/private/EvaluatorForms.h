@@ -107,7 +107,7 @@ void Evaluator<Tokens, Semantics>::EvaluateAnyOperand(Operand& literal)
     case TOKEN_PLUS:
     case TOKEN_MINUS:
     case TOKEN_TILDE:
-    case TOKEN_EXCLAM: return Nest(&Evaluator::EvaluatePrefix, literal);
+    case TOKEN_EXCLAM: return EvaluatePrefix(literal);
     default: ThrowUnexpected();
     }
 }
@@ -173,12 +173,16 @@ template <class Tokens, class Semantics>
 void Evaluator<Tokens, Semantics>::EvaluatePrefix(Operand& literal)
 {
     if constexpr (s_isRecording)
-        m_semantics.Prefix(*this, literal);
+        Nest(&Evaluator::RecordPrefix, literal);
     else
     {
         const uint8 op = s_tokenRoles.m_prefix[IndexOf(m_tokens.GetKind())];
-        if (!NextPastConstant(literal))
+        if (!NextPastConstant(literal)) [[unlikely]]
+        {
+            if (MayStackBeLow()) [[unlikely]]
+                return NestDeep(&Evaluator::EvaluateNestedPrefixes, literal, op);
             return EvaluatePrefixes(literal, op);
+        }
         FinishPostfix(literal);
         s_prefixOperators[op].m_apply(literal);
     }
@@ -207,6 +211,12 @@ inline void Evaluator<Tokens, Semantics>::EvaluatePrefixes(Operand& literal, uin
         ShowTo(literal);
         s_prefixOperators[operators & 3].m_apply(literal);
     }
+}
+
+template <class Tokens, class Semantics>
+void Evaluator<Tokens, Semantics>::EvaluateNestedPrefixes(Operand& literal, uint8 first)
+{
+    EvaluatePrefixes(literal, first);
 }
 
 template <class Tokens, class Semantics>

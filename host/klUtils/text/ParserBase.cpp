@@ -1,6 +1,7 @@
 #include <klUtils/text/ParserBase.h>
 
 #include <klUtils/text/private/Cursor.h>
+#include <klUtils/text/private/Hexadecimal.h>
 #include <klUtils/text/private/TypedReads.h>
 
 namespace kelm
@@ -40,7 +41,7 @@ namespace kelm
 
 [[gnu::noinline]] void ParserBase::ReadHexadecimal(const char* start, bool atLineStart)
 {
-    const text::DigitRun run = text::ScanHexadecimal(start, m_str.m_p2);
+    const text::DigitRun run = text::ScanHexadecimalHere(start, m_str.m_p2);
     if (run.m_past == nullptr) [[unlikely]]
         ThrowNoToken(atLineStart);
     SetNumber(TOKEN_HEX_INTEGER, start, run.m_past, run.m_number, 0, run.m_past - (start + 2));

@@ -1,5 +1,6 @@
 #include <klUtils/text/private/Number.h>
 
+#include <klUtils/text/private/Hexadecimal.h>
 #include <klUtils/text/private/NearestDouble.h>
 
 #include <algorithm>
@@ -39,28 +40,11 @@ const char* ScanExponent(const char* p, const char* end, int32& sum)
     return past;
 }
 
-// What a character is worth as a hexadecimal digit; more than 15 where it is none.
-constexpr auto s_hexValues = []
-{
-    std::array<uint8, 256> values{};
-    for (std::size_t c = 0; c < values.size(); ++c)
-        values[c] = HasProperty(static_cast<char>(c), CHAR_HEX_DIGIT)
-                        ? static_cast<uint8>(HexDigitValue(static_cast<char>(c)))
-                        : 0xff;
-    return values;
-}();
-
 } // namespace
 
 DigitRun ScanHexadecimal(const char* start, const char* end)
 {
-    const char* const digits = start + 2;
-    const char* p = digits;
-    uint64 number = 0;
-    for (uint8 value; p != end && (value = s_hexValues[static_cast<unsigned char>(*p)]) <= 15; ++p)
-        number = number << 4 | value;
-    const bool isMalformed = p == digits || (p != end && HasProperty(*p, CHAR_IDENTIFIER));
-    return {isMalformed ? nullptr : p, number};
+    return ScanHexadecimalHere(start, end);
 }
 
 void ScanRestOfNumber(const char* start, const char* end, ScannedNumber& scanned)
