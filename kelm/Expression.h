@@ -101,6 +101,24 @@ Slot ArgumentOf(T&& x)
     return slot;
 }
 
+// What is asked of it may be a part of an object, and of a temporary one is to keep that: it becomes a Value as well.
+template <class T, class Argument>
+inline constexpr bool s_isKept =
+    std::is_same_v<T, Value> && !std::is_reference_v<Argument> && Object<std::remove_const_t<Argument>>;
+
+template <class T, class Argument>
+Argument&& KeepFor(Argument&& x)
+{
+    return std::forward<Argument>(x);
+}
+template <class T, class Argument>
+requires s_isKept<T, Argument> Value KeepFor(Argument&& x)
+{
+    Value value(std::forward<Argument>(x));
+    ValueAccess::Of(value).m_isConst = true; // as every temporary
+    return value;
+}
+
 template <class T>
 inline constexpr bool s_isScope = std::is_same_v<std::remove_cvref_t<T>, Scope>;
 
@@ -238,7 +256,7 @@ private:
                     return result;
                 }
             }
-        WithArguments(
+        WithArguments<T>(
             [&](const evaluation::Slot* slots, std::size_t count)
             {
                 if constexpr (std::is_same_v<T, double>)
@@ -271,16 +289,19 @@ private:
         const auto evaluate = [&](const evaluation::Slot* slots, std::size_t count) {
             TryExecute(scope, slots, count, {evaluation::Receive<T>, &result}, error);
         };
-        WithArguments(evaluate, std::forward<Args>(arguments)...);
+        WithArguments<T>(evaluate, std::forward<Args>(arguments)...);
         if (error)
             return *std::move(error);
         return result;
     }
-    template <class F, class... Args>
+    // For a result of type T.
+    template <class T, class F, class... Args>
     static void WithArguments(const F& evaluate, Args&&... arguments)
     {
         if constexpr (sizeof...(Args) == 0)
             evaluate(nullptr, 0);
+        else if constexpr ((evaluation::s_isKept<T, Args> || ...))
+            WithArguments<void>(evaluate, evaluation::KeepFor<T>(std::forward<Args>(arguments))...);
         else
         {
             const evaluation::Slot slots[] = {evaluation::ArgumentOf(std::forward<Args>(arguments))...};

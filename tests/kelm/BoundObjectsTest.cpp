@@ -245,6 +245,30 @@ TEST(BoundObjects, AreReadAndCalled)
     EXPECT_EQ(Evaluate<booth::Line>("make(9)", scope).quantity, 9);
 }
 
+// A part of an argument is kept by the Value that stands for it, where the argument is a temporary.
+TEST(BoundObjects, ThatAreTemporaryArgumentsAreKeptByValues)
+{
+    const Scope scope;
+    constexpr const char* expected[][2] = {
+        {"order.lines[1]", "8.0"}, {"order.lines", "3"}, {"order", "Ada"}, {"order.customer", "Ada"}};
+    constexpr const char* shown[] = {"x.price", "len(x)", "x.customer", "x"};
+    for (std::size_t i = 0; i < std::size(expected); ++i)
+    {
+        const Expression part(expected[i][0], scope, {"order"});
+        const Expression use(shown[i], scope, {"x"});
+        const Value kept = part.Evaluate(MakeOrder());
+        const Result<Value> tried = part.TryEvaluate(MakeOrder());
+        EXPECT_EQ(use.Evaluate(kept).ToText(), expected[i][1]);
+        EXPECT_EQ(use.Evaluate(*tried).ToText(), expected[i][1]);
+    }
+    const Expression write("order.port = 8080", scope, {"order"});
+    EXPECT_EQ(Shown(write.TryEvaluate(MakeOrder())), "2 12 Can't assign to const integer");
+    EXPECT_EQ(write.TryEvaluate<int>(MakeOrder()).GetError().GetMessage(), "Can't assign to const integer");
+    booth::Order order = MakeOrder();
+    EXPECT_TRUE(write.TryEvaluate(order));
+    EXPECT_EQ(order.port, 8080);
+}
+
 TEST(BoundObjects, AreAssignedTo)
 {
     booth::Order order = MakeOrder();
