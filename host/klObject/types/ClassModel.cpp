@@ -50,7 +50,7 @@ FieldLead LeadOf(const ForeignType& type)
     case FF_MAP: return type.m_numParts == 2 ? FieldLead::Map : FieldLead::Other;
     case FF_CHOICE: return type.IsOptional() ? FieldLead::Choice : FieldLead::Other;
     }
-    return FieldLead::Other;
+    return FieldLead::Other; // GCOVR_EXCL_LINE: every one has returned
 }
 
 // Null where there is none.
