@@ -13,6 +13,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
+#include <sstream>
 
 namespace kelm::language
 {
@@ -57,6 +59,29 @@ std::string WithColons(std::string name)
         name.replace(at, 1, "::");
     return name;
 }
+std::string LastPartOf(const std::string& name)
+{
+    return name.substr(name.find_last_of(".:") + 1);
+}
+
+bool IsOffered(const std::vector<Completion>& choices, const std::string& name)
+{
+    return std::any_of(choices.begin(), choices.end(),
+                       [&](const Completion& choice) { return WithColons(choice.m_label) == WithColons(name); });
+}
+
+// Whether the line that a declaration is about has the name.
+bool IsDeclaredAs(const std::optional<Declaration>& declaration, const std::string& name)
+{
+    if (!declaration)
+        return false;
+    std::istringstream lines(declaration->m_text);
+    std::string line;
+    for (std::size_t i = 0; i <= declaration->m_line; ++i)
+        if (!std::getline(lines, line))
+            return false;
+    return line.find(name) != std::string::npos;
+}
 
 class EveryPlace : public ::testing::TestWithParam<ExampleFile>
 {
@@ -88,10 +113,7 @@ TEST_P(EveryPlace, IsToldWhatIsWrittenThere)
             {
                 const auto& choices = completions.m_choices;
                 const std::string written(name.In(text));
-                ASSERT_TRUE(std::any_of(choices.begin(), choices.end(),
-                                        [&](const Completion& choice)
-                                        { return WithColons(choice.m_label) == WithColons(written); }))
-                    << where(place) << ": " << written;
+                ASSERT_TRUE(IsOffered(choices, written)) << where(place) << ": " << written;
                 ASSERT_EQ(completions.m_replaced, name) << where(place);
                 ASSERT_TRUE(written == "null" || (hover && hover->m_span == name)) << where(place) << ": " << written;
                 if (const auto subject = SubjectAt(document, types, place))
@@ -100,6 +122,16 @@ TEST_P(EveryPlace, IsToldWhatIsWrittenThere)
                     ASSERT_TRUE(std::any_of(mentions.begin(), mentions.end(),
                                             [&](Span mention) { return mention.m_end == name.m_end; }))
                         << where(place) << ": " << written;
+                    ASSERT_TRUE(IsDeclaredAs(DeclarationOf(types, subject->m_subject), LastPartOf(written)))
+                        << where(place) << ": " << written;
+                    const auto renaming = RenamingAt(document, types, place);
+                    ASSERT_TRUE(renaming && renaming->m_span.m_end == name.m_end) << where(place) << ": " << written;
+                    ASSERT_FALSE(renaming->m_choices.empty() && renaming->m_nothingElse.empty()) << where(place);
+                    // What could be typed there, or the same class with more or less of its name.
+                    for (const std::string& other : renaming->m_choices)
+                        ASSERT_TRUE(other != written &&
+                                    (IsOffered(choices, other) || LastPartOf(other) == LastPartOf(written)))
+                            << where(place) << ": " << other << " for " << written;
                 }
                 else
                 {
