@@ -3,6 +3,7 @@
 //     growthShapes                 the shapes' names, one a line
 //     growthShapes NAME SIZE       makes the text of about so many bytes, and reads it
 
+#include <kelm/private/errors/Suggest.h>
 #include <kelmDocument/Editor.h>
 #include <kelmDocument/Format.h>
 #include <klKelmScript/KSParser.h>
@@ -227,16 +228,17 @@ void RegisterChain(std::size_t count)
 }
 
 // A class of so many members, an enumeration of so many enumerators.
+const uint8 s_wideEnumType[] = {FT_ENUM, 0, 0};
+const ConstStringZ s_wideNames[] = {"wide::Enum", nullptr};
+
 void RegisterWide(std::size_t count)
 {
     static std::vector<ReflectedModelField> s_fields;
     static std::vector<ConstStringZ> s_names;
-    static const uint8 s_enum[] = {FT_ENUM, 0, 0};
-    static const ConstStringZ s_table[] = {"wide::Enum", nullptr};
     for (std::size_t i = 0; i < count; ++i)
     {
         s_names.push_back(Keep("name" + std::to_string(i)));
-        s_fields.push_back({s_names.back(), 0, s_enum, 0, -1, nullptr});
+        s_fields.push_back({s_names.back(), 0, s_wideEnumType, 0, -1, nullptr});
     }
     static const ReflectedEnum s_wideEnum = {
         .m_name = "wide::Enum", .m_count = static_cast<int32>(count), .m_strings = s_names.data()};
@@ -244,13 +246,54 @@ void RegisterWide(std::size_t count)
                                           .m_size = sizeof(Numbered),
                                           .m_modelFields = s_fields.data(),
                                           .m_numModelFields = static_cast<ssize_t>(count),
-                                          .m_stringTable = s_table,
+                                          .m_stringTable = s_wideNames,
                                           .m_createFn = CreateGcObject<Numbered>};
     if (RegisterReflectedEnum(&s_wideEnum, nullptr) != NSE_OK || RegisterReflectedClass(&s_wide, nullptr) != NSE_OK)
         throw std::runtime_error("a type is refused");
 }
 
+// A variant of so many alternatives, in a list.
+using Pick = xvariant<int32>;
+
+struct Picks
+{
+    xvector<Pick> m_list;
+};
+const ReflectedClass& _GetReflected(const Picks*)
+{
+    static const uint8 s_list[] = {FT_VECTOR, FT_VARIANT, 0, 0};
+    static const ReflectedModelField s_field = {"list", 0, s_list, 0, -1, nullptr};
+    static const ConstStringZ s_table[] = {"wide::Pick", nullptr};
+    static const ReflectedClass s_class = {.m_name = "wide::Picks",
+                                           .m_size = sizeof(Picks),
+                                           .m_modelFields = &s_field,
+                                           .m_numModelFields = 1,
+                                           .m_stringTable = s_table,
+                                           .m_createFn = CreateGcObject<Picks>};
+    return s_class;
+}
+
+void RegisterPicks(std::size_t count)
+{
+    static std::vector<ReflectedField> s_fields;
+    for (std::size_t i = 0; i < count; ++i)
+        s_fields.push_back({Keep("name" + std::to_string(i)), sizeof(Pick) - sizeof(int32), s_int32});
+    static const ReflectedVariant s_pick = {.m_name = "wide::Pick",
+                                            .m_size = sizeof(Pick),
+                                            .m_fields = s_fields.data(),
+                                            .m_numFields = static_cast<ssize_t>(count)};
+    if (RegisterReflectedVariant(&s_pick, nullptr) != NSE_OK ||
+        RegisterReflectedClass(&_GetReflected(static_cast<const Picks*>(nullptr)), nullptr) != NSE_OK)
+        throw std::runtime_error("a type is refused");
+}
+
 // --- The shapes
+
+void SuggestFor(const std::string& name, const std::vector<std::string>& names)
+{
+    if (!NearestNames(name, names).empty())
+        throw std::runtime_error("one is near");
+}
 
 void Lay(const std::string& text)
 {
@@ -357,6 +400,40 @@ const Shape s_shapes[] = {
              members += "name" + std::to_string(i) + " = name" + std::to_string(count - 1 - i) + ' ';
          ReadAny(members + '}');
      }},
+    {"enumerators by number", [](std::size_t n) { return std::string(n, ' '); },
+     [](const std::string& text)
+     {
+         const std::size_t count = CountFor(text.size());
+         RegisterWide(count);
+         std::string members = "wide::Class { ";
+         for (std::size_t i = count; i-- > 0;)
+             members += "name" + std::to_string(i) + " = " + std::to_string(count - 1 - i) + ' ';
+         ReadAny(members + '}');
+         StringStream os(4096);
+         for (std::size_t i = count; i-- > 0;)
+         {
+             const auto value = static_cast<int32>(i);
+             WriteVariable(os, {s_wideEnumType, s_wideNames}, &value);
+         }
+     }},
+    {"a variant of many alternatives", [](std::size_t n) { return std::string(n, ' '); },
+     [](const std::string& text)
+     {
+         const std::size_t count = CountFor(text.size());
+         RegisterPicks(count);
+         std::string list = "wide::Picks { list = [";
+         for (std::size_t i = count; i-- > 0;)
+             list += "name" + std::to_string(i) + " 1" + (i > 0 ? ", " : "");
+         ReadAndWrite(list + "] }");
+     }},
+    {"a long name beside many", [](std::size_t n) { return Repeat(n, "a"); },
+     [](const std::string& text)
+     { SuggestFor(text, std::vector<std::string>(CountFor(text.size()), "a_name_of_some_length")); }},
+    {"a name beside long ones", [](std::size_t n) { return Repeat(n, "a"); },
+     [](const std::string& text) { SuggestFor(text, std::vector<std::string>(8, std::string(text.size(), 'b'))); }},
+    {"a name beside long ones that begin as it does", [](std::size_t n) { return Repeat(n, "a"); },
+     [](const std::string& text)
+     { SuggestFor(text, std::vector<std::string>(8, text.substr(17) + "a name that is another")); }},
     {"elements that are set",
      [](std::size_t n)
      { return InRecord("numbers = [" + List(n, [](std::size_t i) { return std::to_string(i + 10); }) + ']'); },

@@ -5,6 +5,7 @@
 #include <klObject/types/EnumIndex.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klObject/types/Registry.h>
+#include <klObject/types/VariantIndex.h>
 #include <klObject/types/private/ClassFields.h>
 #include <klObject/types/private/TypeCodes.h>
 #include <klObject/values/private/CheckedType.h>
@@ -332,14 +333,10 @@ SubString Writer::AlternativeName(const ReflectedVariant& rv, int32 index) const
     const SubString fullName = rv.m_fields[index].m_name;
     if (!IsQualifiedName(fullName))
         Throw({"the name of this alternative of ", rv.m_name, " is not made of identifiers with \"::\" between them"});
+    constexpr auto readsAsAny = [](SubString, SubString) { return true; };
     for (const SubString name : {LastIdentifier(fullName), fullName})
-    {
-        int32 chosen = 0;
-        while (IsQualifiedName(rv.m_fields[chosen].m_name) && !IsNameSuffix(rv.m_fields[chosen].m_name, name))
-            ++chosen;
-        if (chosen == index)
+        if (FindAlternative(rv, name, readsAsAny) == index)
             return name;
-    }
     Throw({"the name of this alternative of ", rv.m_name, " reads as another one"});
 }
 

@@ -26,11 +26,10 @@ char LowerCase(char c)
     return 'A' <= c && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }
 
-// Whichever is smaller, of the whole names or of their last parts. Nothing where too little of the last parts is the
-// same.
-std::optional<std::size_t> NameDistance(std::string_view wanted, std::string_view existing)
+// Whichever is smaller, of the whole names or of their last parts, of which the written name's is found once. Nothing
+// where too little of the last parts is the same.
+std::optional<std::size_t> NameDistance(std::string_view wanted, std::string_view wantedPart, std::string_view existing)
 {
-    const std::string_view wantedPart = LastPart(wanted);
     const std::string_view existingPart = LastPart(existing);
     const std::size_t limit = std::min((std::max(wantedPart.size(), existingPart.size()) + 1) / 3, s_maxDistance);
     const std::optional<std::size_t> ofParts = EditDistance(wantedPart, existingPart, limit);
@@ -182,8 +181,9 @@ std::optional<std::size_t> EditDistance(std::string_view a, std::string_view b, 
 std::vector<std::string> NearestNames(std::string_view name, const std::vector<std::string>& names)
 {
     std::vector<std::pair<std::size_t, std::string>> near;
+    const std::string_view lastPart = LastPart(name);
     for (const std::string& existing : names)
-        if (const std::optional<std::size_t> distance = NameDistance(name, existing))
+        if (const std::optional<std::size_t> distance = NameDistance(name, lastPart, existing))
             near.emplace_back(*distance, existing);
     std::sort(near.begin(), near.end());
     std::vector<std::string> nearest;
