@@ -94,11 +94,14 @@ public:
     Scope& Resolve(F&& resolver) &
     {
         using Type = std::decay_t<F>;
-        static_assert(std::is_invocable_r_v<std::optional<Value>, Type&, std::string_view>,
-                      "Resolve takes a std::optional<kelm::Value>(std::string_view)");
-        return SetResolver([](void* f, std::string_view name) -> std::optional<Value>
-                           { return (*static_cast<Type*>(f))(name); },
-                           [](void* f) noexcept { delete static_cast<Type*>(f); }, new Type(std::forward<F>(resolver)));
+        constexpr bool isResolver = std::is_invocable_r_v<std::optional<Value>, Type&, std::string_view>;
+        static_assert(isResolver, "Resolve takes a std::optional<kelm::Value>(std::string_view)");
+        if constexpr (isResolver)
+            return SetResolver(
+                [](void* f, std::string_view name) -> std::optional<Value> { return (*static_cast<Type*>(f))(name); },
+                [](void* f) noexcept { delete static_cast<Type*>(f); }, new Type(std::forward<F>(resolver)));
+        else
+            return *this;
     }
 
     // Of a temporary, which becomes the scope that is given: kelm::Scope scope = kelm::Scope().Bind("x", x);

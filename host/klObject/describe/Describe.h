@@ -65,12 +65,14 @@
 
 // A struct, its members and base classes by name: KELM_DESCRIBE(geom::Circle, Shape, centre, radius), up to 64 of them.
 // Its bases are described in the same way. No more is used of it than that: neither operators nor copying.
-#define KELM_DESCRIBE(TYPE, ...)                                                                                       \
-    KELM_DESCRIPTION(                                                                                                  \
-        TYPE, StructDescription, template <class Self_ = TYPE> static constexpr auto Members() {                       \
-            __VA_OPT__(KELM_FOR_EACH(KELM_CHECK_MEMBER, KELM_NOTHING, TYPE, __VA_ARGS__))                              \
-            return ::kelm::ListMembers(__VA_OPT__(KELM_FOR_EACH(KELM_STRUCT_MEMBER, KELM_COMMA, Self_, __VA_ARGS__))); \
-        })
+#define KELM_DESCRIBE(TYPE, ...) KELM_DESCRIPTION(TYPE, StructDescription, KELM_STRUCT_MEMBERS(TYPE, __VA_ARGS__))
+#define KELM_STRUCT_MEMBERS(TYPE, ...)                                                                                 \
+    template <class Self_ = TYPE>                                                                                      \
+    static constexpr auto Members()                                                                                    \
+    {                                                                                                                  \
+        __VA_OPT__(KELM_FOR_EACH(KELM_CHECK_MEMBER, KELM_NOTHING, TYPE, __VA_ARGS__))                                  \
+        return ::kelm::ListMembers(__VA_OPT__(KELM_FOR_EACH(KELM_STRUCT_MEMBER, KELM_COMMA, Self_, __VA_ARGS__)));     \
+    }
 
 // An enumeration of any width: KELM_DESCRIBE_ENUM(geom::Colour, RED, GREEN).
 #define KELM_DESCRIBE_ENUM(TYPE, ...)                                                                                  \

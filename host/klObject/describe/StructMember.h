@@ -84,8 +84,13 @@
 #define KELM_STRUCT_MEMBER(SELF, NAME)                                                                                 \
     []<class S>(S*)                                                                                                    \
     {                                                                                                                  \
-        if constexpr (requires { requires std::is_member_object_pointer_v<decltype(&S::NAME)>; })                      \
-            return ::kelm::MakeStructField<decltype(S::NAME)>(#NAME, offsetof(S, NAME));                               \
+        if constexpr (requires { &S::NAME; })                                                                          \
+        {                                                                                                              \
+            if constexpr (std::is_member_object_pointer_v<decltype(&S::NAME)>)                                         \
+                return ::kelm::MakeStructField<decltype(S::NAME)>(#NAME, offsetof(S, NAME));                           \
+            else                                                                                                       \
+                return ::kelm::MemberList<>{};                                                                         \
+        }                                                                                                              \
         else if constexpr (requires { typename S::NAME; })                                                             \
             return ::kelm::ListBase<typename S::NAME, S>();                                                            \
         else                                                                                                           \
