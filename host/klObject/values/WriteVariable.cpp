@@ -414,19 +414,13 @@ inline char* Writer::WriteScalarsOf(char* p, const char* data, ssize_t first, ss
 template <class T>
 char* Writer::WriteNumbers(char* p, const char* data, ssize_t first, ssize_t count)
 {
-    const bool isIndented = m_indent > 0;
     *p++ = '[';
     ++m_depth;
-    ssize_t blank = 0;
     for (ssize_t i = first; i < count; ++i)
     {
         p = m_room.MakeRoom(p);
-        *p = ' ';
-        if (isIndented && IsLineFull(p)) [[unlikely]]
-            p = BreakLine(p);
-        else
-            p += blank;
-        blank = isIndented;
+        if (m_indent > 0)
+            p = PutBreakBetween(p, i == first, true);
         p = PutNumberOrBool(p, LoadScalar<T>(data + i * static_cast<ssize_t>(sizeof(T))));
         *p++ = ',';
     }

@@ -104,8 +104,10 @@ private:
 // These write at `p` and return the end. They may write more than they return: up to s_maxDecimal characters.
 inline constexpr int s_maxDecimal = 24;
 
+inline constexpr uint64 s_tenToEight = 100'000'000;
+
 // A number of up to eight digits.
-inline char* PutShortDecimal(char* p, uint64 number)
+[[gnu::always_inline]] inline char* PutShortDecimal(char* p, uint64 number)
 {
     if (number < 10)
     {
@@ -113,7 +115,7 @@ inline char* PutShortDecimal(char* p, uint64 number)
         return p + 1;
     }
     const uint64 digits = EightDigitsOf(number);
-    const int leading = std::countr_zero(digits | uint64(1) << 56) & ~7; // the last digit stands in any case
+    const int leading = std::countr_zero(digits) & ~7;
     PutWord(p, (digits | s_eightZeros) >> leading);
     return p + 8 - leading / 8;
 }
@@ -124,17 +126,21 @@ inline char* PutEightDigits(char* p, uint64 number)
     return p + 8;
 }
 
-inline char* PutDecimal(char* p, uint64 number)
+// A number of more than eight digits.
+[[gnu::noinline]] inline char* PutLongDecimal(char* p, uint64 number)
 {
-    constexpr uint64 eightDigits = 100'000'000;
-    if (number < eightDigits)
-        return PutShortDecimal(p, number);
-    const uint64 upper = number / eightDigits;
-    if (upper < eightDigits)
+    const uint64 upper = number / s_tenToEight;
+    if (upper < s_tenToEight)
         p = PutShortDecimal(p, upper);
     else
-        p = PutEightDigits(PutShortDecimal(p, upper / eightDigits), upper % eightDigits);
-    return PutEightDigits(p, number % eightDigits);
+        p = PutEightDigits(PutShortDecimal(p, upper / s_tenToEight), upper % s_tenToEight);
+    return PutEightDigits(p, number % s_tenToEight);
+}
+
+// Most numbers are short: what they take stands where they are written.
+[[gnu::always_inline]] inline char* PutDecimal(char* p, uint64 number)
+{
+    return number < s_tenToEight ? PutShortDecimal(p, number) : PutLongDecimal(p, number);
 }
 
 inline char* PutDecimal(char* p, int64 number)
