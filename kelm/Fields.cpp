@@ -324,9 +324,13 @@ bool GetField(const FieldStart& start, std::string_view path, const UsedType& wa
 {
     if (PathEnd end = FindSoon(start, path, false); end.m_data != nullptr) [[likely]]
     {
-        if (!IsPlainlySame(end.m_type, wanted)) [[unlikely]]
+        bool isSame = IsPlainlySame(end.m_type, wanted);
+        if (!isSame) [[unlikely]]
+        {
             EnterOptionals(end);
-        if (IsPlainlySame(end.m_type, wanted)) [[likely]]
+            isSame = IsPlainlySame(end.m_type, wanted);
+        }
+        if (isSame) [[likely]]
         {
             copying.m_whole(value, end.m_data);
             return true;
