@@ -1,6 +1,7 @@
 #pragma once
 
-// ScanHexadecimalHere: the hexadecimal number at `start`, as ScanHexadecimal in Number.h, where it is worth a loop.
+// ScanHexadecimalHere: ScanHexadecimal of Number.h, in place. A header of its own, since what evaluates expressions
+// includes Number.h, and takes more steps where g++ sees this there.
 
 #include <klUtils/text/private/Number.h>
 
