@@ -1,15 +1,16 @@
-// A layout is made in two walks over the tokens: one finds the shapes of brackets, the other decides on the white space
-// before each comment and token. Decisions wait in a queue up to the end of their line, or of the lines whose comments
-// stand in a column, since what follows can change them.
+// A layout is made of one walk over the text, which finds the shapes of brackets and notes each piece; then, of the
+// notes, the white space before each comment and token is decided on. Decisions wait in a queue up to the end of their
+// line, or of the lines whose comments stand in a column, since what follows can change them.
 
 #include <kelmDocument/Format.h>
 
+#include <kelmDocument/private/FormatNotes.h>
 #include <kelmDocument/private/FormatShapes.h>
-#include <kelmDocument/private/FormatWalk.h>
 
 #include <kelm/private/errors/ErrorOf.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -33,28 +34,34 @@ struct Spacing
     bool m_isCrLf;
 };
 
-void AppendTo(std::string& text, const Spacing& spacing)
+// The white space that spacings are written as.
+class Spaces
 {
-    for (int i = 0; i < spacing.m_numBreaks; ++i)
-        text += spacing.m_isCrLf ? "\r\n" : "\n";
-    text.append(spacing.m_numBlanks, ' ');
-}
+public:
+    std::string_view Of(const Spacing& spacing)
+    {
+        if (m_numBlanks < spacing.m_numBlanks)
+            Grow(spacing.m_numBlanks);
+        const std::size_t breakSize = spacing.m_isCrLf ? 2 : 1;
+        const std::string& line = spacing.m_isCrLf ? m_crLf : m_lf;
+        const char* const begin = line.data() + (s_mostBreaks - spacing.m_numBreaks) * breakSize;
+        return {begin, spacing.m_numBreaks * breakSize + spacing.m_numBlanks};
+    }
 
-bool IsAsWritten(const Spacing& spacing, std::string_view text)
-{
-    if (spacing.m_numBreaks == 0 && spacing.m_numBlanks <= 1)
-        return spacing.m_place.GetSize() == spacing.m_numBlanks &&
-               (spacing.m_numBlanks == 0 || text[spacing.m_place.m_begin] == ' ');
-    const std::string_view space = spacing.m_place.In(text);
-    const std::size_t breakSize = spacing.m_isCrLf ? 2 : 1;
-    const std::size_t indent = spacing.m_numBreaks * breakSize;
-    if (space.size() != indent + spacing.m_numBlanks || space.find_first_not_of(' ', indent) != std::string_view::npos)
-        return false;
-    for (std::size_t i = 0; i < indent; i += breakSize)
-        if (space.substr(i, breakSize) != (spacing.m_isCrLf ? "\r\n" : "\n"))
-            return false;
-    return true;
-}
+private:
+    static constexpr std::size_t s_mostBreaks = 2;
+
+    void Grow(std::size_t numBlanks)
+    {
+        m_lf.append(numBlanks - m_numBlanks, ' ');
+        m_crLf.append(numBlanks - m_numBlanks, ' ');
+        m_numBlanks = numBlanks;
+    }
+
+    std::size_t m_numBlanks = 0; // that each ends in
+    std::string m_lf = "\n\n";
+    std::string m_crLf = "\r\n\r\n";
+};
 
 // Where spacings go, in their order: those that are other than what is written.
 class Receiver
@@ -64,7 +71,7 @@ public:
     Receiver(const Receiver&) = delete;
     Receiver& operator=(const Receiver&) = delete;
     virtual ~Receiver() = default;
-    virtual void Take(const Spacing& spacing) = 0;
+    virtual void Take(Span removed, std::string_view space) = 0;
 };
 
 // Decides on all white space of a text.
@@ -72,7 +79,12 @@ class Layouter
 {
 public:
     Layouter(std::string_view text, const FormatOptions& options, const Shapes& shapes, Span range, Receiver& receiver)
-        : m_text(text), m_options(options), m_shapes(shapes), m_range(range), m_receiver(receiver), m_walk(text)
+        : m_text(text)
+        , m_options(options)
+        , m_shapes(shapes)
+        , m_range(range)
+        , m_receiver(receiver)
+        , m_walk(text, shapes.m_notes)
     {
     }
 
@@ -104,7 +116,7 @@ private:
     Level& GetLevel() { return m_levels.back(); }
     bool IsFlat() const { return !m_levels.empty() && m_levels.back().m_isFlat; }
     std::size_t IndentOf(std::size_t depth) const { return std::min(depth, s_mostLevels) * m_options.m_indent; }
-    std::size_t GetIndent() const { return IndentOf(m_walk.GetDepth()); }
+    std::size_t GetIndent() const { return IndentOf(m_levels.size()); }
 
     void PutFlat();
     void PutBetween();
@@ -129,12 +141,13 @@ private:
     const Shapes& m_shapes;
     Span m_range;
     Receiver& m_receiver;
-    FormatWalk m_walk;
+    NoteReader m_walk;
 
     std::vector<Level> m_levels;
     std::size_t m_bracket = 0; // the next one's shape
     std::size_t m_column = 0;  // the next one's width
 
+    Spaces m_spaces;
     std::vector<Spacing> m_queue;
     bool m_isAwaited = false; // whether the next one can change, though it is as written
     std::size_t m_place = 0;  // in the line
@@ -158,8 +171,6 @@ void Layouter::Make()
         else
             PutBetween();
         PutToken();
-        if (m_walk.GetToken() == TOKEN_END)
-            break;
     }
     EndLine(2);
     Send();
@@ -167,13 +178,13 @@ void Layouter::Make()
 
 void Layouter::PutToken()
 {
-    const EToken token = m_walk.GetToken();
-    if (IsOpeningBracket(token))
+    const Kind kind = m_walk.GetKind();
+    if (kind == Kind::Opening)
         TakeOpening();
     m_place += m_walk.GetTokenWidth();
-    if (IsClosingBracket(token))
+    if (kind == Kind::Closing)
         m_levels.pop_back();
-    else if (token == TOKEN_COMMA)
+    else if (kind == Kind::Comma)
         BreakBefore(GetLevel());
 }
 
@@ -182,7 +193,7 @@ void Layouter::TakeOpening()
     const Shape& shape = m_shapes.m_brackets[m_bracket++];
     Level level;
     level.m_isFlat = IsFlat() || (!shape.m_hasBreak && m_place + shape.m_width <= m_options.m_width);
-    const bool isGrid = shape.m_isGrid && IndentOf(m_walk.GetDepth() + 1) + shape.m_widestRow <= m_options.m_width;
+    const bool isGrid = shape.m_isGrid && IndentOf(m_levels.size() + 1) + shape.m_widestRow <= m_options.m_width;
     level.m_rows = isGrid ? Rows::Kept : shape.m_rows;
     m_levels.push_back(level);
 }
@@ -210,6 +221,11 @@ void Layouter::PutFlat()
 void Layouter::PutInside()
 {
     const bool isComma = m_walk.GetWhere() == Where::Comma;
+    if (isComma && m_walk.GetComments().empty()) // most of them
+    {
+        GetLevel().m_beginsWithComma = false;
+        return Put(m_walk.GetPiece(), 0);
+    }
     const std::size_t deeper = GetIndent() + m_options.m_indent;
     bool isBehindLine = false;
     std::size_t numBlanks = m_walk.IsBlankBefore() ? 1 : 0;
@@ -225,7 +241,7 @@ void Layouter::PutInside()
     if (m_walk.CanBeInColumn())
         numBlanks += CountPadding();
     if (isBehindLine)
-        Put(m_walk.GetPiece(), isComma || IsOpeningBracket(m_walk.GetToken()) ? GetIndent() : deeper, 1);
+        Put(m_walk.GetPiece(), isComma || m_walk.GetKind() == Kind::Opening ? GetIndent() : deeper, 1);
     else
         Put(m_walk.GetPiece(), numBlanks);
     if (isComma)
@@ -296,7 +312,7 @@ void Layouter::PutBetween()
         int numBreaks = isLead || piece.m_numBreaks < 2 ? 1 : 2;
         if (isToken && (isClosing || where == Where::End))
         {
-            numBlanks = isClosing ? IndentOf(m_walk.GetDepth() - 1) : 0;
+            numBlanks = isClosing ? IndentOf(m_levels.size() - 1) : 0;
             numBreaks = 1;
         }
         else if (isOnLine || (where == Where::Begin && i == 0))
@@ -322,9 +338,10 @@ void Layouter::PutBehind(const Comment& comment, bool isWrittenSo)
     PutComment(comment, 1);
     if (comment.m_isMultiLine || IsKept(comment))
         return;
-    const std::string_view before = m_text.substr(comment.m_lineStart, comment.m_span.m_begin - comment.m_lineStart);
-    m_lineComment = {m_queue.size() - 1, place, isWrittenSo ? static_cast<uint32>(WidthOf(before)) : s_noColumn,
-                     comment.m_space.GetSize() > 1};
+    uint32 written = s_noColumn;
+    if (const std::size_t at = comment.m_span.m_begin; isWrittenSo)
+        written = static_cast<uint32>(WidthOf(Span{LineStartOf(m_text, at), at}.In(m_text)));
+    m_lineComment = {m_queue.size() - 1, place, written, comment.m_space.GetSize() > 1};
 }
 
 // Before an item that is put on the line of another one, a blank behind it.
@@ -404,7 +421,7 @@ void Layouter::Keep(const Piece& piece)
         return;
     }
     EndLine(2);
-    m_place = m_lineIndent = piece.m_span.m_begin - piece.m_lineStart;
+    m_place = m_lineIndent = piece.m_span.m_begin - LineStartOf(m_text, piece.m_span.m_begin);
 }
 
 // --- Lines
@@ -447,11 +464,8 @@ void Layouter::EndCommentColumn()
 void Layouter::Send()
 {
     for (const Spacing& spacing : m_queue)
-    {
-        const bool isOther = spacing.m_numBreaks == 0 && spacing.m_place.GetSize() != spacing.m_numBlanks; // most often
-        if (isOther || !IsAsWritten(spacing, m_text))
-            m_receiver.Take(spacing);
-    }
+        if (const std::string_view space = m_spaces.Of(spacing); space != spacing.m_place.In(m_text))
+            m_receiver.Take(spacing.m_place, space);
     m_queue.clear();
 }
 
@@ -460,38 +474,52 @@ void Layouter::Send()
 class TextReceiver : public Receiver
 {
 public:
-    explicit TextReceiver(std::string_view text) : m_text(text) { m_made.reserve(text.size() + text.size() / 8); }
+    explicit TextReceiver(std::string_view text) : m_text(text), m_made(text.size() + text.size() / 8, '\0') {}
 
-    void Take(const Spacing& spacing) override
+    void Take(Span removed, std::string_view space) override
     {
-        m_made.append(m_text.data() + m_taken, spacing.m_place.m_begin - m_taken);
-        if (spacing.m_numBreaks == 0 && spacing.m_numBlanks == 1)
-            m_made += ' ';
+        const std::string_view kept = Span{m_taken, removed.m_begin}.In(m_text);
+        char* const p = MakeRoom(kept.size() + space.size() + s_short);
+        const bool isShort = kept.size() <= s_short && m_text.size() - m_taken >= s_short; // most often
+        if (isShort)
+            std::memcpy(p, kept.data(), s_short);
         else
-            AppendTo(m_made, spacing);
-        m_taken = spacing.m_place.m_end;
+            std::memcpy(p, kept.data(), kept.size());
+        if (space.size() == 1)
+            p[kept.size()] = space.front();
+        else
+            std::memcpy(p + kept.size(), space.data(), space.size());
+        m_size += kept.size() + space.size();
+        m_taken = removed.m_end;
     }
 
     std::string GetText()
     {
+        m_made.resize(m_size);
         m_made.append(m_text, m_taken);
         return std::move(m_made);
     }
 
 private:
+    static constexpr std::size_t s_short = 16; // so many octets are copied at once
+
+    char* MakeRoom(std::size_t size)
+    {
+        if (m_made.size() - m_size < size)
+            m_made.resize(std::max(2 * m_made.size(), m_size + size));
+        return m_made.data() + m_size;
+    }
+
     std::string_view m_text;
     std::size_t m_taken = 0;
-    std::string m_made;
+    std::string m_made; // and room behind it
+    std::size_t m_size = 0;
 };
 
 class ChangesReceiver : public Receiver
 {
 public:
-    void Take(const Spacing& spacing) override
-    {
-        m_changes.push_back({spacing.m_place, {}});
-        AppendTo(m_changes.back().m_inserted, spacing);
-    }
+    void Take(Span removed, std::string_view space) override { m_changes.push_back({removed, std::string(space)}); }
 
     std::vector<SpaceChange> m_changes;
 };

@@ -5,8 +5,22 @@
 namespace kelm
 {
 
+namespace
+{
+
+// One that goes on to the end of its line, which is in front of the line break.
+ScannedPart LineCommentTo(const char* past, const char* end)
+{
+    const bool isBeforeBreak = past != end && *past == '\n' && past[-1] == '\r';
+    return {PartKind::Comment, TOKEN_UNDEF, past - (isBeforeBreak ? 1 : 0)};
+}
+
+} // namespace
+
 [[gnu::noinline]] ScannedPart ScanAnyPart(const char* begin, const char* p, const char* end)
 {
+    if (*p == '/' && p + 1 != end && p[1] == '/') // most comments
+        return LineCommentTo(text::SkipLine(p, end), end);
     const std::string_view all(begin, static_cast<std::size_t>(end - begin));
     const bool hasMark = all.starts_with(s_byteOrderMark);
     const char* const behindMark = begin + (hasMark ? s_byteOrderMark.size() : 0);
@@ -16,10 +30,7 @@ namespace kelm
     if (!text::Scan(p, end, p == behindMark || p[-1] == '\n', lexeme))
         return {PartKind::Wrong, TOKEN_UNDEF, text::SkipWrong(p, end)};
     if (text::IsComment(lexeme.m_kind))
-    {
-        const bool isBeforeBreak = lexeme.m_past != end && *lexeme.m_past == '\n' && lexeme.m_past[-1] == '\r';
-        return {PartKind::Comment, TOKEN_UNDEF, lexeme.m_past - (isBeforeBreak ? 1 : 0)};
-    }
+        return LineCommentTo(lexeme.m_past, end);
     return {PartKind::Token, lexeme.m_kind, lexeme.m_past};
 }
 

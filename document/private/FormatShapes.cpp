@@ -27,10 +27,13 @@ public:
     {
         while (m_walk.Next())
         {
-            if (m_walk.GetToken() == TOKEN_END)
+            AddNotes();
+            if (m_walk.GetKind() == Kind::End)
                 break;
             Take();
             m_flatEndBefore = m_walk.GetFlatEnd();
+            for (Piece sign; m_walk.NextElement(sign);)
+                TakeElement(m_levels.back(), sign);
         }
         m_shapes.m_isCrLf = m_walk.IsCrLf();
         return m_walk.GetError();
@@ -57,7 +60,9 @@ private:
         std::size_t m_firstPlace = 0; // of m_places
     };
 
+    [[gnu::always_inline]] inline void AddNotes();
     void Take();
+    [[gnu::always_inline]] inline void TakeElement(Level& level, const Piece& sign);
     void TakeItem(Level& level);
     void TakeSeparator(Level& level);
     void TakeOpening();
@@ -75,27 +80,60 @@ private:
     std::size_t m_closed = 0; // the bracket of the last token, plus 1
 };
 
+void Measurement::AddNotes()
+{
+    for (const Comment& comment : m_walk.GetComments())
+        m_shapes.m_notes.Add(comment);
+    const bool isInColumn = m_walk.CanBeInColumn();
+    m_shapes.m_notes.Add(m_walk.GetPiece(),
+                         {m_walk.GetKind(), m_walk.GetWhere(), m_walk.IsBlankBefore(),
+                          !m_walk.GetComments().empty() && m_walk.IsBlankBehindComments(), isInColumn},
+                         m_walk.GetTokenWidth(), isInColumn ? m_walk.GetKeyWidth() : 0);
+}
+
 void Measurement::Take()
 {
-    const EToken token = m_walk.GetToken();
+    const Kind kind = m_walk.GetKind();
     if (!m_levels.empty())
     {
         Level& level = m_levels.back();
-        level.m_keepsRows |= IsRowBreaking();
+        const bool isPlain = m_walk.GetPiece().m_numBreaks < 2 && m_walk.GetComments().empty(); // most often
+        level.m_keepsRows |= !isPlain && IsRowBreaking();
         if (m_walk.BeginsItem())
             TakeItem(level);
         else if (m_walk.IsSeparator())
             TakeSeparator(level);
         else if (m_walk.GetWhere() == Where::Comma && m_closed != 0)
             ++m_shapes.m_brackets[m_closed - 1].m_width;
-        level.m_hasLongTexts |= (token == TOKEN_DOUBLE_QUOTED_STRING || token == TOKEN_SINGLE_QUOTED_STRING) &&
-                                m_walk.GetTokenWidth() > s_widestShortText;
+        level.m_hasLongTexts |= kind == Kind::Literal && m_walk.GetTokenWidth() > s_widestShortText;
     }
     m_closed = 0;
-    if (IsOpeningBracket(token))
+    if (kind == Kind::Opening)
         TakeOpening();
-    else if (IsClosingBracket(token))
+    else if (kind == Kind::Closing)
         TakeClosing(m_levels.back());
+}
+
+// What AddNotes and Take do for the comma and for what NextElement has come to.
+void Measurement::TakeElement(Level& level, const Piece& sign)
+{
+    const std::size_t width = m_walk.GetTokenWidth();
+    const bool hasSign = !sign.m_span.IsEmpty();
+    const Piece& first = hasSign ? sign : m_walk.GetPiece();
+    m_shapes.m_notes.AddComma(first.m_isKept);
+    if (hasSign)
+        m_shapes.m_notes.Add(sign, {Kind::Sign, Where::AfterComma, true, false, false}, 1, 0);
+    m_shapes.m_notes.Add(m_walk.GetPiece(), {m_walk.GetKind(), m_walk.GetWhere(), !hasSign, false, false}, width, 0);
+    level.m_hasLongTexts |= m_walk.GetKind() == Kind::Literal && width > s_widestShortText;
+    level.m_beginsLine = first.m_numBreaks > 0;
+    if (level.m_beginsLine)
+    {
+        ++m_flatEndBefore; // behind the comma
+        EndRow(level);
+        level.m_rowBegin = m_flatEndBefore + 1;
+    }
+    ++level.m_numInRow;
+    m_flatEndBefore = m_walk.GetFlatEnd();
 }
 
 // Whether what stands before the token makes lines that cannot be filled: comments that a line break is beside, and
@@ -156,7 +194,7 @@ void Measurement::TakeSeparator(Level& level)
     level.m_hasPadding |= piece.m_numBreaks == 0 && piece.m_space.GetSize() > 1;
     const bool hasPlace = level.m_beginsLine && piece.m_numBreaks == 0;
     m_places.push_back(
-        hasPlace ? Saturated(WidthOf(m_text.substr(piece.m_lineStart, piece.m_span.m_begin - piece.m_lineStart)))
+        hasPlace ? Saturated(WidthOf(Span{LineStartOf(m_text, piece.m_span.m_begin), piece.m_span.m_begin}.In(m_text)))
                  : s_noColumn);
 }
 

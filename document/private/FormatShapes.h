@@ -1,9 +1,10 @@
 #pragma once
 
-// What a layout has to know before it comes to it: how wide brackets are, how their items stood in lines, and which
-// names and keys stood in a column.
+// What a layout has to know of a text: its pieces, and what is asked for before the layout comes to it, which is how
+// wide brackets are, how their items stood in lines, and which names and keys stood in a column.
 
 #include <kelmDocument/Diagnose.h>
+#include <kelmDocument/private/FormatNotes.h>
 #include <klUtils/types.h>
 
 #include <cstddef>
@@ -35,6 +36,7 @@ struct Shape
 
 struct Shapes
 {
+    Notes m_notes;
     std::vector<Shape> m_brackets;   // in the order of the opening ones
     std::vector<uint32> m_keyWidths; // of columns, in the order of their beginnings: of the widest key; 0 of none
     bool m_isCrLf = false;           // whether lines end as on Windows

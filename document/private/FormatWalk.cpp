@@ -25,14 +25,29 @@ constexpr std::array<bool, 256> s_beginsPassed = []
     return begins;
 }();
 
-bool IsNumber(EToken token)
-{
-    return token == TOKEN_INTEGER || token == TOKEN_FLOAT || token == TOKEN_HEX_INTEGER;
-}
+constexpr EToken s_lastToken = TOKEN_HASH;
 
-bool IsLiteral(EToken token)
+constexpr std::array<Kind, s_lastToken - TOKEN_END + 1> s_kinds = []
 {
-    return token == TOKEN_DOUBLE_QUOTED_STRING || token == TOKEN_SINGLE_QUOTED_STRING;
+    std::array<Kind, s_lastToken - TOKEN_END + 1> kinds{};
+    for (std::size_t i = 0; i < kinds.size(); ++i)
+    {
+        const auto token = static_cast<EToken>(static_cast<int>(i) + TOKEN_END);
+        kinds[i] = IsOpeningBracket(token) ? Kind::Opening : IsClosingBracket(token) ? Kind::Closing : Kind::Other;
+    }
+    const auto set = [&](Kind kind, auto... tokens) { ((kinds[tokens - TOKEN_END] = kind), ...); };
+    set(Kind::End, TOKEN_END);
+    set(Kind::Number, TOKEN_INTEGER, TOKEN_HEX_INTEGER, TOKEN_FLOAT);
+    set(Kind::Literal, TOKEN_SINGLE_QUOTED_STRING, TOKEN_DOUBLE_QUOTED_STRING);
+    set(Kind::Name, TOKEN_IDENTIFIER);
+    set(Kind::Sign, TOKEN_PLUS, TOKEN_MINUS);
+    set(Kind::Comma, TOKEN_COMMA);
+    return kinds;
+}();
+
+bool CanBeginValue(Kind kind)
+{
+    return Kind::Number <= kind && kind <= Kind::Opening;
 }
 
 // What a line comment says, without what makes it one.
@@ -46,18 +61,11 @@ std::string_view SaidBy(std::string_view comment)
 
 } // namespace
 
-std::size_t WidthOf(std::string_view text)
-{
-    constexpr auto isCharacter = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; };
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), isCharacter));
-}
-
 FormatWalk::FormatWalk(std::string_view text)
     : m_begin(text.data()), m_end(text.data() + text.size()), m_place(text.data())
 {
-    if (text.starts_with(s_byteOrderMark))
-        m_place += s_byteOrderMark.size();
-    m_spaceBegin = m_lineStart = OffsetOf(m_place);
+    m_place += MarkSizeOf(text);
+    m_spaceBegin = OffsetOf(m_place);
 }
 
 // --- White space and comments
@@ -77,7 +85,6 @@ bool FormatWalk::PassSpace()
     m_place = part.m_past;
     m_piece.m_space = {m_spaceBegin, OffsetOf(p)};
     m_piece.m_span = {m_piece.m_space.m_end, OffsetOf(m_place)};
-    m_piece.m_lineStart = m_lineStart;
     m_piece.m_numBreaks = 0;
     m_piece.m_isKept = m_isOff;
     m_spaceBegin = m_piece.m_span.m_end;
@@ -89,29 +96,16 @@ bool FormatWalk::PassAnySpace()
     std::size_t numBreaks = m_numBreaks;
     const char* p = m_place;
     ScannedPart part{PartKind::Token, TOKEN_END, m_end};
-    for (; p != m_end; p = part.m_past)
+    while ((p = PassLines(p)) != m_end)
     {
         part = ScanPartHere(m_begin, p, m_end);
-        if (part.m_kind == PartKind::Space)
-        {
-            if (part.m_past == p + 1 && *p != '\n')
-                continue;
-            CountLines(p, part.m_past);
-            if (m_lineEnd == LineEnd::Unknown && m_numBreaks != numBreaks && !m_isOff)
-                NoteLineEnd(p);
-        }
-        else if (part.m_kind == PartKind::Comment)
-        {
-            m_piece = {{m_spaceBegin, OffsetOf(p)},
-                       {OffsetOf(p), OffsetOf(part.m_past)},
-                       m_lineStart,
-                       static_cast<uint8>(std::min<std::size_t>(m_numBreaks - numBreaks, 2)),
-                       m_isOff};
-            PassComment(part.m_past);
-            numBreaks = m_numBreaks;
-        }
-        else
+        if (part.m_kind != PartKind::Comment)
             break;
+        m_piece = PieceAt(p, part.m_past, m_numBreaks - numBreaks);
+        PassComment(part.m_past);
+        numBreaks = m_numBreaks;
+        p = part.m_past;
+        part = {PartKind::Token, TOKEN_END, m_end};
     }
     if (part.m_kind == PartKind::Wrong)
     {
@@ -119,42 +113,51 @@ bool FormatWalk::PassAnySpace()
         const std::size_t begin = OffsetOf(failure.m_token.m_str.m_p1);
         return Fail(std::string(failure.m_message.view()), {begin, std::max(begin, OffsetOf(part.m_past))});
     }
-    m_token = p == m_end ? TOKEN_END : part.m_token;
-    m_place = p == m_end ? m_end : part.m_past;
-    m_piece = {{m_spaceBegin, OffsetOf(p)},
-               {OffsetOf(p), OffsetOf(m_place)},
-               m_lineStart,
-               static_cast<uint8>(std::min<std::size_t>(m_numBreaks - numBreaks, 2)),
-               m_isOff};
+    m_token = part.m_token;
+    m_place = part.m_past;
+    m_piece = PieceAt(p, m_place, m_numBreaks - numBreaks);
     m_spaceBegin = OffsetOf(m_place);
     return true;
+}
+
+Piece FormatWalk::PieceAt(const char* p, const char* past, std::size_t numBreaks) const
+{
+    return {{m_spaceBegin, OffsetOf(p)},
+            {OffsetOf(p), OffsetOf(past)},
+            static_cast<unsigned>(std::min<std::size_t>(numBreaks, 2)),
+            m_isOff};
+}
+
+// Past white space, which is most often a line break and an indent.
+const char* FormatWalk::PassLines(const char* space)
+{
+    const char* p = space;
+    const std::size_t numBreaks = m_numBreaks;
+    while (p != m_end && text::Spaces::In(*p))
+    {
+        m_numBreaks += *p == '\n' ? 1 : 0;
+        p = text::SkipRun<text::Only<' '>>(p + 1, m_end);
+    }
+    if (m_lineEnd == LineEnd::Unknown && m_numBreaks != numBreaks && !m_isOff)
+        NoteLineEnd(space);
+    return p;
 }
 
 // m_piece is the comment.
 void FormatWalk::PassComment(const char* past)
 {
-    const std::string_view text = m_piece.m_span.In({m_begin, m_end});
-    const bool isHash = text[0] == '#';
-    const bool isLine = isHash || text[1] == '/';
-    const std::size_t numBreaks = m_numBreaks;
-    if (!isLine)
-        CountLines(m_begin + m_piece.m_span.m_begin, past);
-    m_comments.push_back({m_piece, isLine, isHash, m_numBreaks != numBreaks});
+    const char* const begin = m_begin + m_piece.m_span.m_begin;
+    const bool isHash = *begin == '#';
+    const bool isLine = isHash || begin[1] == '/';
+    const auto numBreaks = isLine ? 0 : text::Count('\n', begin, past);
+    m_numBreaks += static_cast<std::size_t>(numBreaks);
+    m_comments.push_back({m_piece, isLine, isHash, numBreaks != 0});
     m_spaceBegin = m_piece.m_span.m_end;
     if (!isLine)
         return;
-    const std::string_view said = SaidBy(text);
+    const std::string_view said = SaidBy({begin, past});
     if (said == (m_isOff ? "fmt: on" : "fmt: off"))
         m_isOff = !m_isOff;
-}
-
-void FormatWalk::CountLines(const char* from, const char* to)
-{
-    while ((from = static_cast<const char*>(std::memchr(from, '\n', static_cast<std::size_t>(to - from)))) != nullptr)
-    {
-        ++m_numBreaks;
-        m_lineStart = OffsetOf(++from);
-    }
 }
 
 // Behind a comment that has a carriage return of its own, a line can end in one way alone.
@@ -164,24 +167,6 @@ void FormatWalk::NoteLineEnd(const char* space)
         return;
     const char* const end = std::find(space, m_end, '\n');
     m_lineEnd = end != space && end[-1] == '\r' ? LineEnd::CrLf : LineEnd::Lf;
-}
-
-bool FormatWalk::IsCommentBehind(int numBreaks) const
-{
-    return std::any_of(m_comments.begin(), m_comments.end(),
-                       [&](const Comment& c) { return c.m_numBreaks >= numBreaks; });
-}
-
-std::size_t FormatWalk::CountCommentsBehind() const
-{
-    if (m_where == Where::Begin)
-        return 0;
-    const auto other =
-        std::find_if(m_comments.begin(), m_comments.end(), [](const Comment& c) { return c.m_numBreaks > 0; });
-    const bool isAlsoBefore = other == m_comments.end() && m_piece.m_numBreaks == 0;
-    if (isAlsoBefore && (m_where == Where::Open || m_where == Where::AfterComma || m_where == Where::Empty))
-        return 0;
-    return static_cast<std::size_t>(other - m_comments.begin());
 }
 
 // --- Widths
@@ -218,7 +203,7 @@ void FormatWalk::Measure()
     if (!m_comments.empty()) [[unlikely]]
         MeasureComments();
     const std::string_view token = m_piece.m_span.In({m_begin, m_end});
-    m_flatEnd = m_flatBegin + (IsLiteral(m_token) ? WidthOf(token) : token.size());
+    m_flatEnd = m_flatBegin + (m_kind == Kind::Literal ? WidthOf(token) : token.size());
     if (BeginsItem())
     {
         m_keyBegin = m_flatBegin;
@@ -252,13 +237,15 @@ bool FormatWalk::Separate(State state)
 
 bool FormatWalk::TakeValue()
 {
-    if (IsOpeningBracket(m_token))
-        return GoTo(State::FirstItem);
-    if (IsNumber(m_token) || IsLiteral(m_token))
-        return GoTo(State::Done);
-    if (m_token == TOKEN_MINUS || m_token == TOKEN_PLUS)
-        return GoTo(State::Sign);
-    return m_token == TOKEN_IDENTIFIER ? GoTo(State::Name) : Expect("value");
+    switch (m_kind)
+    {
+    case Kind::Number:
+    case Kind::Literal: return GoTo(State::Done);
+    case Kind::Name: return GoTo(State::Name);
+    case Kind::Sign: return GoTo(State::Sign);
+    case Kind::Opening: return GoTo(State::FirstItem);
+    default: return Expect("value");
+    }
 }
 
 bool FormatWalk::TakeItem(Where where)
@@ -319,7 +306,7 @@ bool FormatWalk::Take()
     case State::Value: return TakeValue();
     case State::Sign:
         m_isTight = true;
-        return IsNumber(m_token) || m_token == TOKEN_IDENTIFIER ? GoTo(State::Done) : Expect("number");
+        return m_kind == Kind::Number || m_kind == Kind::Name ? GoTo(State::Done) : Expect("number");
     case State::Dot: m_isTight = true; return m_token == TOKEN_IDENTIFIER ? GoTo(State::Name) : Expect("identifier");
     case State::Name:
         m_isTight = m_token == TOKEN_DOT || m_token == TOKEN_COLON_COLON;
@@ -329,9 +316,7 @@ bool FormatWalk::Take()
         if (m_levels.empty() ? m_token == TOKEN_LEFT_CURLY || m_token == TOKEN_LEFT_PAREN
                              : m_token != TOKEN_IDENTIFIER || GetOpening() != TOKEN_LEFT_CURLY || !IsBeforeEqualsSign())
         {
-            const bool isOfValue = IsOpeningBracket(m_token) || IsNumber(m_token) || IsLiteral(m_token) ||
-                                   m_token == TOKEN_IDENTIFIER || m_token == TOKEN_MINUS || m_token == TOKEN_PLUS;
-            if (isOfValue)
+            if (CanBeginValue(m_kind))
                 return TakeValue();
         }
         return TakeWhatFollows();
@@ -342,19 +327,22 @@ bool FormatWalk::Take()
 
 bool FormatWalk::Next()
 {
-    if (IsOpeningBracket(m_token))
+    if (m_kind == Kind::Opening)
     {
         m_levels.push_back({m_token});
         m_opening = m_token;
     }
-    else if (IsClosingBracket(m_token))
+    else if (m_kind == Kind::Closing)
     {
         m_levels.pop_back();
         m_opening = m_levels.empty() ? TOKEN_UNDEF : m_levels.back().m_opening;
         m_isKeyPlain = false;
     }
     m_isTight = m_isSeparator = false;
-    if (!PassSpace() || !Take())
+    if (!PassSpace())
+        return false;
+    m_kind = s_kinds[static_cast<std::size_t>(m_token - TOKEN_END)];
+    if (!Take())
         return false;
     Measure();
     return true;

@@ -10,6 +10,8 @@
 
 #include <kelmDocument/Diagnose.h>
 #include <kelmDocument/Part.h>
+#include <kelmDocument/private/FormatPieces.h>
+#include <kelmDocument/private/ScanPartHere.h>
 #include <klUtils/types.h>
 
 #include <cstddef>
@@ -20,41 +22,7 @@
 namespace kelm::formatting
 {
 
-// What a token is to the one before it.
-enum class Where : uint8
-{
-    Begin,      // the first of the text
-    Open,       // the first in brackets
-    Item,       // of a member, behind another one
-    AfterComma, // of an element or entry, behind another one
-    Comma,
-    Inside, // of an item
-    Close,  // the bracket behind the last item
-    Empty,  // the bracket behind its opening one
-    End,    // of the text
-};
-
-// A token or a comment, and the white space before it.
-struct Piece
-{
-    Span m_space;
-    Span m_span;
-    std::size_t m_lineStart; // of the line that it begins on
-    uint8 m_numBreaks;       // before it: none, one or more
-    bool m_isKept;           // whether the white space is to stay as it is
-};
-
-struct Comment : Piece
-{
-    bool m_isLine; // which a line break ends
-    bool m_isHash; // which begins its line
-    bool m_isMultiLine;
-};
-
-// How many characters a text has.
-std::size_t WidthOf(std::string_view text);
-
-class FormatWalk
+class FormatWalk : public Found
 {
 public:
     explicit FormatWalk(std::string_view text);
@@ -63,25 +31,19 @@ public:
     bool Next();
     const std::optional<Diagnostic>& GetError() const { return m_error; }
 
+    // The same over a comma and the element behind it, where that is a number or a literal behind another one, and
+    // nothing stands between but white space without a blank line: most of what long lists have. False for all else. A
+    // sign that stands right before the number is a piece of its own; otherwise `sign` is empty.
+    [[gnu::always_inline]] inline bool NextElement(Piece& sign);
+
     // --- What it has come to
 
     EToken GetToken() const { return m_token; }
-    const Piece& GetPiece() const { return m_piece; }
-    const std::vector<Comment>& GetComments() const { return m_comments; } // before the token
-    Where GetWhere() const { return m_where; }
 
     // The brackets that the token stands in; of a bracket those around it for an opening one, its own for a closing
     // one. Undefined outside of all.
     EToken GetOpening() const { return m_opening; }
     bool HasArrows() const { return !m_levels.empty() && m_levels.back().m_arrows == Arrows::Some; }
-    std::size_t GetDepth() const { return m_levels.size(); }
-
-    bool BeginsItem() const { return m_where == Where::Open || m_where == Where::Item || m_where == Where::AfterComma; }
-    // How many of the comments belong to what is before them and begin on its line, between items.
-    std::size_t CountBehind() const { return m_comments.empty() ? 0 : CountCommentsBehind(); }
-    // Whether a line break stands before it or a comment of it; a blank line.
-    bool IsBehindBreak() const { return m_piece.m_numBreaks > 0 || (!m_comments.empty() && IsCommentBehind(1)); }
-    bool IsBehindBlankLine() const { return m_piece.m_numBreaks > 1 || (!m_comments.empty() && IsCommentBehind(2)); }
 
     // Between a name or a key, which is not laid out over several lines, and its value.
     bool IsSeparator() const { return m_isSeparator; }
@@ -137,10 +99,9 @@ private:
     [[gnu::always_inline]] inline bool PassSpace();
     bool PassAnySpace();
     void PassComment(const char* past);
-    void CountLines(const char* from, const char* to);
+    const char* PassLines(const char* space);
+    Piece PieceAt(const char* p, const char* past, std::size_t numBreaks) const;
     void NoteLineEnd(const char* space);
-    std::size_t CountCommentsBehind() const;
-    bool IsCommentBehind(int numBreaks) const;
     [[gnu::always_inline]] inline void Measure();
     void MeasureComments();
     [[gnu::always_inline]] inline bool Take();
@@ -160,7 +121,6 @@ private:
     std::vector<Level> m_levels;
     State m_state = State::Text;
     EToken m_token = TOKEN_UNDEF;
-    Where m_where = Where::Begin;
     EToken m_opening = TOKEN_UNDEF; // of the innermost level
     bool m_isTight = false;         // no blank before it
     bool m_isBehindBlank = false;
@@ -168,15 +128,68 @@ private:
     bool m_isKeyPlain = false;
     bool m_isOff = false; // behind "fmt: off"
     LineEnd m_lineEnd = LineEnd::Unknown;
-    Piece m_piece{};
-    std::vector<Comment> m_comments;
     std::size_t m_spaceBegin = 0;
-    std::size_t m_lineStart = 0;
     std::size_t m_numBreaks = 0;
     std::size_t m_keyBegin = 0;
     std::size_t m_flatBegin = 0;
     std::size_t m_flatEnd = 0;
     std::optional<Diagnostic> m_error;
 };
+
+// --- Inside ----------------------------------------------------------------------------------------------------------
+
+inline bool FormatWalk::NextElement(Piece& sign)
+{
+    const char* p = m_place;
+    if (p == m_end || *p != ',' || (m_kind != Kind::Number && m_kind != Kind::Literal))
+        return false;
+    if (m_levels.empty() || m_opening == TOKEN_LEFT_CURLY || m_levels.back().m_arrows == Arrows::Some)
+        return false;
+    const char* const space = ++p;
+    unsigned numBreaks = 0;
+    while (p != m_end && text::Spaces::In(*p))
+    {
+        numBreaks += *p == '\n' ? 1 : 0;
+        p = text::SkipRun<text::Only<' '>>(p + 1, m_end);
+    }
+    if (p == m_end || numBreaks > (m_lineEnd == LineEnd::Unknown ? 0 : 1))
+        return false;
+    const bool hasSign = (*p == '-' || *p == '+') && p + 1 != m_end && text::HasProperty(p[1], text::CHAR_DIGIT);
+    sign.m_span = {};
+    if (hasSign)
+    {
+        sign = {{OffsetOf(space), OffsetOf(p)}, {OffsetOf(p), OffsetOf(p) + 1}, numBreaks, m_isOff};
+        ++p;
+    }
+    const text::Start start = text::StartOf(*p);
+    if (start != text::Start::Digit && start != text::Start::Quote)
+        return false;
+    const ScannedPart part = ScanPartHere(m_begin, p, m_end);
+    if (part.m_kind != PartKind::Token)
+        return false;
+    const bool isNumber = start == text::Start::Digit;
+    if (m_opening == TOKEN_LEFT_SQUARE)
+        m_levels.back().m_arrows = Arrows::None;
+    m_numBreaks += numBreaks;
+    m_comments.clear();
+    m_piece = {{OffsetOf(hasSign ? p : space), OffsetOf(p)},
+               {OffsetOf(p), OffsetOf(part.m_past)},
+               hasSign ? 0 : numBreaks,
+               m_isOff};
+    m_token = part.m_token;
+    m_kind = isNumber ? Kind::Number : Kind::Literal;
+    m_where = hasSign ? Where::Inside : Where::AfterComma;
+    m_state = State::Done;
+    m_place = part.m_past;
+    m_spaceBegin = m_piece.m_span.m_end;
+    m_isSeparator = false;
+    m_isBehindBlank = !hasSign;
+    m_isTight = hasSign;
+    m_isKeyPlain = true;
+    m_keyBegin = m_flatEnd + 2; // behind the comma and a blank
+    m_flatBegin = m_keyBegin + (hasSign ? 1 : 0);
+    m_flatEnd = m_flatBegin + (isNumber ? m_piece.m_span.GetSize() : WidthOf(m_piece.m_span.In({m_begin, m_end})));
+    return true;
+}
 
 } // namespace kelm::formatting
