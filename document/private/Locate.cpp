@@ -123,6 +123,9 @@ public:
         return std::move(m_spots);
     }
 
+    // As far as it has come.
+    std::vector<Spot>& GetSpots() { return m_spots; }
+
 private:
     bool PassBlanks()
     {
@@ -426,6 +429,7 @@ private:
             Variable key(keyType);
             m_reading.ReadValue("<key>", found.m_name, keyType, key.Get());
             payload = map.InsertKey(map.m_data, key.Get());
+            found.m_isNewKey = !isThere;
         }
         found.m_data = map.IsSet() ? nullptr : payload;
         found.m_isNewEachTime = map.GetVariableKind() == VK_MAP && !m_reading.IsExact();
@@ -464,7 +468,28 @@ private:
 
 std::vector<Spot> Locate(const Document& document, const Subject& subject, std::string_view path, Purpose purpose)
 {
-    return Locator(document, subject, path, purpose).Walk();
+    Locator locator(document, subject, path, purpose);
+    try
+    {
+        return locator.Walk();
+    }
+    catch (const Error&)
+    {
+        TakeBackNewKey(locator.GetSpots());
+        throw;
+    }
+}
+
+void TakeBackNewKey(std::vector<Spot>& spots)
+{
+    const auto spot = std::find_if(spots.begin(), spots.end(), [](const Spot& each) { return each.m_isNewKey; });
+    if (spot == spots.end())
+        return;
+    const Spot& map = *(spot - 1);
+    const Variable key(map.GetKeyType());
+    Reading(DocumentPolicy()).ReadValue("<key>", spot->m_name, map.GetKeyType(), key.Get());
+    map.EraseKey(map.m_data, key.Get());
+    spots.erase(spot, spots.end());
 }
 
 std::vector<Spot> LocateIn(const ptr<IObject>& object, std::string_view path, Purpose purpose)

@@ -20,7 +20,8 @@ namespace kelm::editing
 enum class Purpose : uint8
 {
     Find,   // what is there
-    Set,    // may be a key that is not there yet, which is then put into the object, or another alternative
+    Set,    // may be a key that is not there yet, which is then put into the object unless the path is wrong behind it,
+            // or another alternative
     Insert, // may be an element behind the last one, or a key that is not there
 };
 
@@ -29,6 +30,9 @@ std::vector<Spot> Locate(const Document& document, const Subject& subject, std::
 
 // The same in an object that no document is known of: spots without mentions.
 KELM_DOCUMENT_API std::vector<Spot> LocateIn(const ptr<IObject>& object, std::string_view path, Purpose purpose);
+
+// Takes a key out of the object again that Purpose::Set has put into it, and what is under it: these spots end there.
+KELM_DOCUMENT_API void TakeBackNewKey(std::vector<Spot>& spots);
 
 // All of a data source, from its name to the end of its body, behind which something may stand where that is not read.
 Span FindDataSource(const Document& document, bool isRestIgnored);

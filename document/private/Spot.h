@@ -52,6 +52,7 @@ struct Spot
     std::string m_former = {};               // the alternative that a variant holds in place of this one
     bool m_isRuled = false;                  // lists and maps are what is written
     bool m_isNewEachTime = false;            // of several mentions the last one alone has a part
+    bool m_isNewKey = false;                 // was not in the map before somebody looked for it
 
     EVariableKind GetVariableKind() const { return m_type.m_bc == nullptr ? VK_CLASS : GetTypeCode(m_type).m_kind; }
     const ReflectedClass* GetClass() const { return m_class != nullptr ? m_class : m_type.GetReflectedClass(); }

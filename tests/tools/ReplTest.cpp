@@ -205,6 +205,15 @@ TEST(Repl, FollowsPathsToKeys)
         {":get .counts[2]", {1, "", "<path>:1:9: error: Expected string when read 2\n.counts[2]\n        ^\n"}},
         {":get .counts[\"a b\"].z",
          {1, "", "<path>:1:16: error: there are no members here\n.counts[\"a b\"].z\n               ^\n"}},
+        // Nothing is left of a key that was to be new.
+        {":set .counts[\"new\"] x\n:get .counts[\"new\"]",
+         {1, "",
+          "<value>:1:1: error: Expected int32 when read x\nx\n^\n"
+          "<path>:1:9: error: there is no such key\n.counts[\"new\"]\n        ^\n"}},
+        {":set .marks[9].z 1\n:get .marks[9]",
+         {1, "",
+          "<path>:1:11: error: Unknown member 'z' of class tool::Point\n.marks[9].z\n          ^\n"
+          "<path>:1:8: error: there is no such key\n.marks[9]\n       ^\n"}},
         {":set .counts[\"a b\"] x", {1, "", "<value>:1:1: error: Expected int32 when read x\nx\n^\n"}},
     };
     for (const auto& row : rows)

@@ -44,7 +44,11 @@ class Client:
         self.process.stdin.write(octets)
         self.process.stdin.flush()
 
-    def send(self, message):
+    def send(self, message, is_right=True):
+        """What is right is one of the protocol."""
+        faults = protocol.faults_of_asked(message["method"], message["params"]) if is_right else []
+        if faults:
+            raise AssertionError(f"{faults} of {message}")
         if "id" in message and "method" in message:
             self.methods[message["id"]] = message["method"]
         body = json.dumps({"jsonrpc": "2.0", **message}).encode()
@@ -73,13 +77,14 @@ class Client:
 
     # --- Messages
 
-    def notify(self, method, params=None):
-        self.send({"method": method, "params": params if params is not None else {}})
+    def notify(self, method, params=None, is_right=True):
+        self.send({"method": method, "params": params if params is not None else {}}, is_right)
 
-    def request(self, method, params=None):
+    def request(self, method, params=None, is_right=True):
         """Sends a request; its id."""
         self.next_id += 1
-        self.send({"id": self.next_id, "method": method, "params": params if params is not None else {}})
+        message = {"id": self.next_id, "method": method, "params": params if params is not None else {}}
+        self.send(message, is_right)
         return self.next_id
 
     def take(self):
@@ -106,8 +111,8 @@ class Client:
         return answer["result"]
 
     def fail(self, method, params=None):
-        """The error of a request, which must have one."""
-        return self.answer(self.request(method, params))["error"]
+        """The error of a request, which must have one, and may be wrong."""
+        return self.answer(self.request(method, params, is_right=False))["error"]
 
     def notification(self, method, is_meant=lambda params: True):
         """The parameters of the next notification of that name."""

@@ -16,6 +16,7 @@ MODULE = os.environ["KELM_EXAMPLE_MODULE"]
 TRAPS = os.environ["KELM_TRAPS_MODULE"]
 DATA = pathlib.Path(os.environ["KELM_EXAMPLE_DATA"])
 SCENE = "file:///scene.kds"
+WHOLE_SCENE = {"textDocument": {"uri": SCENE}}
 
 
 def started(*arguments, **params):
@@ -44,7 +45,7 @@ def applied(text, edits):
 
 
 class Protocol(unittest.TestCase):
-    """By which all that the server sends is looked at while it is read."""
+    """By which all that the server and its client send is looked at."""
 
     def test_refuses_what_it_does_not_know(self):
         place = {"line": 0, "character": 1}
@@ -66,6 +67,18 @@ class Protocol(unittest.TestCase):
             with self.subTest(method=method, wrong=wrong):
                 self.assertEqual(protocol.faults_of_sent(method, right), [])
                 self.assertNotEqual(protocol.faults_of_sent(method, wrong), [])
+        text = {"uri": "a"}
+        for method, right, wrong in (
+            ("initialize", {"processId": None, "rootUri": None, "capabilities": {}}, {"capabilities": {}}),
+            ("textDocument/hover", {"textDocument": text, "position": place}, {"textDocument": text}),
+            ("textDocument/foldingRange", {"textDocument": text}, {"textDocument": text, "position": place}),
+            ("textDocument/rename", {"textDocument": text, "position": place, "newName": "a"},
+             {"textDocument": text, "position": place, "newName": 1}),
+            ("textDocument/didClose", {"textDocument": text}, {"textDocument": "a"}),
+        ):
+            with self.subTest(method=method, wrong=wrong):
+                self.assertEqual(protocol.faults_of_asked(method, right), [])
+                self.assertNotEqual(protocol.faults_of_asked(method, wrong), [])
 
 
 class Lifecycle(unittest.TestCase):
@@ -141,11 +154,12 @@ class Lifecycle(unittest.TestCase):
                 with self.subTest(params=params):
                     self.assertEqual(client.fail("textDocument/hover", params)["code"], -32602)
             self.assertEqual(client.fail("textDocument/nothing")["code"], -32601)
-            client.notify("textDocument/didChange", {"textDocument": 3})
-            client.notify("$/nothing", [1])
-            client.send({"id": 99, "result": None})  # of nothing that was asked
+            client.notify("textDocument/didChange", {"textDocument": 3}, is_right=False)
+            client.notify("$/nothing", [1], is_right=False)
+            client.send({"id": 99, "result": None}, is_right=False)  # of nothing that was asked
             huge = {"line": 2**63, "character": 2**64 - 1}
-            self.assertIsNone(client.ask("textDocument/hover", {**good, "position": huge}))
+            asked = client.request("textDocument/hover", {**good, "position": huge}, is_right=False)
+            self.assertIsNone(client.answer(asked)["result"])
             self.assertEqual(client.stop(), 0)
 
     def test_does_not_begin_what_is_cancelled(self):
@@ -210,7 +224,7 @@ class Texts(unittest.TestCase):
             client.open(SCENE, "garden.Plan { title = \"" + "a" * (16 << 20) + "\" }")
             self.assertIn("longer than 16 MiB", client.diagnostics(SCENE, 1)[0]["message"])
             self.assertEqual(client.fail("textDocument/hover", client.at(SCENE, 0, 1))["code"], -32803)
-            self.assertEqual(client.ask("textDocument/foldingRange", client.at(SCENE, 0, 1)), [])
+            self.assertEqual(client.ask("textDocument/foldingRange", WHOLE_SCENE), [])
             self.assertEqual(client.stop(), 0)
 
 
@@ -296,7 +310,7 @@ class Services(unittest.TestCase):
                     ["  " * depth + symbol["name"] + " " + symbol.get("detail", "")] +
                     shown(symbol.get("children", []), depth + 1)]
 
-        self.assertEqual([line.rstrip() for line in shown(self.client.ask("textDocument/documentSymbol", self.place("g", "arden.Plan")))],
+        self.assertEqual([line.rstrip() for line in shown(self.client.ask("textDocument/documentSymbol", WHOLE_SCENE))],
                          ["garden.Plan", "  title \"Yard\"", "  layers",
                           "    [0] Layer \"Plants\"", "      name \"Plants\"", "      levels",
                           "    [1] garden::Layer \"Paths\"", "      name \"Paths\"", "      levels",
@@ -313,11 +327,11 @@ class Services(unittest.TestCase):
         self.assertEqual([symbol["name"] for symbol in symbols], ["[1] garden.Pond \"Pond\""])
 
     def test_folds(self):
-        folds = self.client.ask("textDocument/foldingRange", self.place("g", "arden.Plan"))
+        folds = self.client.ask("textDocument/foldingRange", WHOLE_SCENE)
         self.assertEqual([(fold["startLine"], fold["endLine"]) for fold in folds], [(0, 9), (2, 4), (6, 8)])
 
     def test_colours(self):
-        data = self.client.ask("textDocument/semanticTokens/full", self.place("g", "arden.Plan"))["data"]
+        data = self.client.ask("textDocument/semanticTokens/full", WHOLE_SCENE)["data"]
         kinds = ["namespace", "class", "property", "enumMember", "keyword", "number", "string", "comment"]
         lines = self.TEXT.split("\n")
         line = column = 0
@@ -486,7 +500,7 @@ class Modules(unittest.TestCase):
             for name in ("Crash", "Good"):
                 client.open(SCENE, "trap." + name + " { x = 1.5 }")
                 found = self.faults(client, 1)
-                client.notify("textDocument/didClose", {"textDocument": {"uri": SCENE}})
+                client.notify("textDocument/didClose", WHOLE_SCENE)
             self.assertEqual(found[0]["message"], "Expected int32 when read 1.5")
             self.assertEqual(client.stop(), 0)
 

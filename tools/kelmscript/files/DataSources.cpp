@@ -69,6 +69,9 @@ struct FoundField
     // Of an alternative that a variant does not hold, and which has no data therefore.
     std::optional<Field> m_variant = {};
     std::string m_alternative = {};
+
+    // By which it was found, where that was a path as documents have them.
+    std::vector<editing::Spot> m_spots = {};
 };
 
 // By a path as documents have them, which goes on to what keys lead to and into variants.
@@ -77,7 +80,7 @@ FoundField TryFindInDocument(ptr<IObject> object, const std::string& path, bool 
     using editing::Spot;
     try
     {
-        const std::vector<Spot> spots =
+        std::vector<Spot> spots =
             editing::LocateIn(object, path, forWriting ? editing::Purpose::Set : editing::Purpose::Find);
         const Spot& spot = spots.back();
         FoundField found{Field{spot.m_type, spot.m_data}, std::nullopt};
@@ -89,6 +92,7 @@ FoundField TryFindInDocument(ptr<IObject> object, const std::string& path, bool 
         }
         else if (spot.m_data == nullptr)
             return {std::nullopt, Failure{"path", "an element of a set is no field", spot.m_step, {}}};
+        found.m_spots = std::move(spots);
         return found;
     }
     catch (const Error& e)
@@ -410,9 +414,11 @@ std::size_t UnderstoodOfPath(ptr<IObject> object, const std::string& path)
     return found.m_failure ? found.m_failure->m_offset : path.size();
 }
 
-bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces)
+namespace
 {
-    const FoundField found = FindField(object, path, true);
+
+bool SetFound(const FoundField& found, const std::string& path, const std::string& value, bool replaces)
+{
     const std::optional<Field>& field = found.m_field;
     if (!field)
         return false;
@@ -428,6 +434,18 @@ bool SetField(ptr<IObject> object, const std::string& path, const std::string& v
         return false;
     }
     return SetTo(*field, value, replaces);
+}
+
+} // namespace
+
+// A key that was not there before is not there behind a failure.
+bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces)
+{
+    FoundField found = FindField(object, path, true);
+    const bool isSet = SetFound(found, path, value, replaces);
+    if (!isSet)
+        editing::TakeBackNewKey(found.m_spots);
+    return isSet;
 }
 
 int RunPrint(const Options& options)

@@ -1,4 +1,4 @@
-"""What a language server may send, by the protocol's own types."""
+"""What a language server and its client may send, by the protocol's own types."""
 
 import json
 import pathlib
@@ -53,6 +53,12 @@ def faults_of_sent(method, value):
     """Of the result of a request, or the parameters of a notification."""
     sent = MODEL["definitions"]["Sent"]["properties"]
     return faults_of(value, sent[method], method) if method in sent else [f"nothing is sent for {method}"]
+
+
+def faults_of_asked(method, value):
+    """Of the parameters of what a client sends."""
+    asked = MODEL["definitions"]["Asked"]["properties"]
+    return faults_of(value, asked[method], method) if method in asked else [f"nobody asks for {method}"]
 
 
 def faults_of_message(message, methods):
