@@ -106,7 +106,7 @@ std::size_t Document::FindClosing(std::size_t opening, BlockPlace& from) const
 }
 
 // Reads again from the block before the edit to a block behind it that begins where a part still does: from there on
-// the parts are the same.
+// the parts are the same. Where memory ends, text and index stay as they are.
 void Document::Edit(Span removed, std::string_view inserted)
 {
     const std::size_t look = removed.m_begin - std::min(removed.m_begin, s_longestLook + 1);
@@ -119,25 +119,35 @@ void Document::Edit(Span removed, std::string_view inserted)
     while (last != m_blocks.end() && lastBegin <= removed.m_end)
         lastBegin += last++->m_size;
 
+    const std::string former(removed.In(m_text));
     m_text.replace(removed.m_begin, removed.GetSize(), inserted);
     lastBegin += inserted.size() - removed.GetSize();
 
-    std::vector<Block> blocks;
-    std::size_t at = begin;
-    while (true)
+    try
     {
-        while (at > lastBegin && last != m_blocks.end())
-            lastBegin += last++->m_size;
-        if (at >= lastBegin)
-            break;
-        // No block is left to be small, while there are others.
-        if (lastBegin - at < s_blockSize / 2 && last != m_blocks.end())
-            lastBegin += last++->m_size;
-        blocks.push_back(ScanBlock(at, lastBegin - at < 2 * s_blockSize ? lastBegin : at + s_blockSize));
-        at += blocks.back().m_size;
+        std::vector<Block> blocks;
+        std::size_t at = begin;
+        while (true)
+        {
+            while (at > lastBegin && last != m_blocks.end())
+                lastBegin += last++->m_size;
+            if (at >= lastBegin)
+                break;
+            // No block is left to be small, while there are others.
+            if (lastBegin - at < s_blockSize / 2 && last != m_blocks.end())
+                lastBegin += last++->m_size;
+            blocks.push_back(ScanBlock(at, lastBegin - at < 2 * s_blockSize ? lastBegin : at + s_blockSize));
+            at += blocks.back().m_size;
+        }
+        const auto numReplaced = last - first;
+        const auto replaced = m_blocks.insert(first, blocks.begin(), blocks.end()) + std::ssize(blocks);
+        m_blocks.erase(replaced, replaced + numReplaced);
     }
-    const auto place = m_blocks.erase(first, last);
-    m_blocks.insert(place, blocks.begin(), blocks.end());
+    catch (...)
+    {
+        m_text.replace(removed.m_begin, inserted.size(), former);
+        throw;
+    }
 }
 
 // --- Parts of a level ------------------------------------------------------------------------------------------------

@@ -214,20 +214,15 @@ std::string FillLike(int original, const struct stat& status, std::string_view c
     return fsync(file) == 0 ? "" : ErrnoText();
 }
 
-// The new name reaches the disk. Some file systems cannot be asked for that.
-void SyncFolderOf(const std::string& target)
-{
-    const FileDescriptor folder(open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (folder.IsOpen())
-        static_cast<void>(fsync(folder.get()));
-}
-
-// Empty, or why it was not done.
+// Empty, or why it was not done. The new name reaches the disk, too, where the file system can be asked for that. What
+// takes memory comes before: there is none to fail for once the file is another one.
 std::string TakePlace(Beside& beside, const std::string& target)
 {
+    const FileDescriptor folder(open(FolderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!beside.TakePlaceOf(target))
         return ErrnoText();
-    SyncFolderOf(target);
+    if (folder.IsOpen())
+        static_cast<void>(fsync(folder.get()));
     return {};
 }
 
