@@ -28,7 +28,7 @@ class Counts:
 
     def __init__(self, name):
         self.ran = {}
-        self.taken = {}
+        self.branches = {}
         self.excluded = set()
         within = False
         for number, text in enumerate((ROOT / name).read_text().splitlines(), 1):
@@ -41,28 +41,38 @@ class Counts:
         if number in self.excluded:
             return
         self.ran[number] = self.ran.get(number, False) or line["count"] > 0
-        branches = decisions(line["branches"])
-        # Those of a template's instances stand one behind the other.
-        if num_instances > 1 and len(branches) % num_instances == 0:
-            size = len(branches) // num_instances
-            branches = [sum(branches[i::size]) for i in range(size)]
-        taken = self.taken.setdefault(number, [])
-        taken += [False] * (len(branches) - len(taken))
-        for i, count in enumerate(branches):
-            taken[i] = taken[i] or count > 0
+        self.branches.setdefault(number, []).append((decisions(line["branches"]), num_instances))
+
+    # Those of a template's instances stand one behind the other. Of lambdas in what is constant gcov tells no function:
+    # there the fewest that an object has are those of one instance.
+    def taken_at(self, number):
+        lists = self.branches[number]
+        fewest = min((len(branches) for branches, _ in lists if branches), default=1)
+        taken = []
+        for branches, num_instances in filter(lambda pair: pair[0], lists):
+            size = len(branches) // num_instances if num_instances else fewest
+            if not size or len(branches) % size != 0:
+                size = len(branches)
+            taken += [False] * (size - len(taken))
+            for i, count in enumerate(branches):
+                taken[i % size] = taken[i % size] or count > 0
+        return taken
+
+    def taken(self):
+        return {number: self.taken_at(number) for number in self.branches}
 
     def missed(self):
         return [n for n, ran in self.ran.items() if not ran]
 
     def untaken(self):
-        return {n: taken.count(False) for n, taken in self.taken.items() if not all(taken)}
+        return {n: taken.count(False) for n, taken in self.taken().items() if not all(taken)}
 
     def sums(self):
-        return [len(self.missed()), len(self.ran), sum(self.untaken().values()), sum(map(len, self.taken.values()))]
+        return [len(self.missed()), len(self.ran), sum(self.untaken().values()), sum(map(len, self.taken().values()))]
 
 
 class Instances:
-    """How often the function around a line was compiled."""
+    """How often the function around a line was compiled; 0 where no function is known."""
 
     def __init__(self, functions):
         self.by_place = {}
@@ -72,7 +82,7 @@ class Instances:
 
     def of(self, line):
         around = [place for place in self.by_place if place[0] <= line <= place[2]]
-        return self.by_place[max(around)] if around else 1
+        return self.by_place[max(around)] if around else 0
 
 
 def decisions(branches):
