@@ -24,18 +24,18 @@ template <class F>
                                                              const F& f)
 {
     const DivisionWatch watch(&parser);
-    std::optional<Failure> failure;
     try
     {
         f();
     }
     catch (...)
     {
-        failure = FailureOfException(source, parser);
+        if (!watch.HasFaulted())
+            return FailureOfException(source, parser);
     }
     if (watch.HasFaulted()) [[unlikely]] // whatever came later came of its substitute result
         return FailureOfDivision(source, watch.GetPlace());
-    return failure;
+    return std::nullopt;
 }
 
 // Where an error of the front door is, in the text that it is about.

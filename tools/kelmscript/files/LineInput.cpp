@@ -63,14 +63,16 @@ bool LineInput::ReadBlock()
 {
     if (!m_file.IsOpen())
         return false;
-    FlushOutput();
     const auto size = static_cast<std::size_t>(m_end - m_p);
     if (size > m_maxSize)
         return FailAtLongLine();
     MakeRoom(size);
     std::optional<Progress::Wait> wait;
-    if (m_size == 0)
+    if (m_size == 0) // what is no file on a disk is waited for
+    {
+        FlushOutput();
         wait.emplace();
+    }
     const ssize_t count = ReadSome(m_file.get(), m_buffer.get() + size, m_capacity - size);
     if (count < 0)
         return Fail(ErrnoText());

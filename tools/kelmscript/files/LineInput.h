@@ -10,8 +10,8 @@
 namespace kelm::tool
 {
 
-// The lines of a file, which is read by the block. Standard output is flushed before more of the file is waited for, so
-// that another program can ask one question after the other.
+// The lines of a file, which is read by the block. Standard output is flushed before more is waited for, which a file
+// on a disk needs not, so that another program can ask one question after the other.
 class LineInput
 {
 public:
