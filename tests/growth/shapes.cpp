@@ -3,6 +3,8 @@
 //     growthShapes                 the shapes' names, one a line
 //     growthShapes NAME SIZE       makes the text of about so many bytes, and reads it
 
+#include <tools/kelmscript/repl/Completion.h>
+
 #include <kelm/private/errors/Suggest.h>
 #include <kelmDocument/Editor.h>
 #include <kelmDocument/Format.h>
@@ -314,6 +316,18 @@ void Assign(const std::string& text, const char* member, std::size_t count)
         throw std::runtime_error("they cannot be set at once");
 }
 
+// As the prompt completes behind a path that goes round, and behind the value that is set at its end.
+void CompleteAtPrompt(const std::string& text)
+{
+    const GcRoot root(CreateGcObject<growth::Record>());
+    RegisterGcObject(root.get());
+    CastObject<growth::Record>(root.get())->next = root.get();
+    const std::size_t word = text.rfind(' ') + 1;
+    if (word == 0 ? tool::FieldNamesAt(root.get(), text).empty()
+                  : tool::CompleteValue(root.get(), ".nested", text, word).empty())
+        throw std::runtime_error("nothing completes it");
+}
+
 struct Shape
 {
     const char* m_name;
@@ -442,6 +456,9 @@ const Shape s_shapes[] = {
      [](std::size_t n)
      { return InRecord("counts = [" + List(n, [](std::size_t i) { return std::to_string(i) + "->1"; }) + ']'); },
      [](const std::string& text) { Assign(text, ".counts", text.size() / 16); }},
+    {"completion behind a path", [](std::size_t n) { return Repeat(n, ".next") + '.'; }, CompleteAtPrompt},
+    {"completion in a value", [](std::size_t n) { return "{ inner = [" + Repeat(n, "{}, ") + "{ inn"; },
+     CompleteAtPrompt},
     {"a layout of numbers", [](std::size_t n) { return "A([" + Repeat(n, "1,") + "1])"; }, Lay},
     {"a layout of texts", [](std::size_t n) { return "A([" + Repeat(n, "'a longer text',\n'b',") + "1])"; }, Lay},
     {"a layout of members", [](std::size_t n) { return "A {" + Repeat(n, "a=1 b = B{} // c\n") + '}'; }, Lay},
