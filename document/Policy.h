@@ -26,10 +26,8 @@ public:
     {
         if constexpr (std::is_same_v<T, Object>)
             return {nullptr, unknown};
-        else if constexpr (IsRoot<T>)
-            return {&s_typeOf<std::remove_cvref_t<decltype(*std::declval<T>())>>, unknown};
         else
-            return {&s_typeOf<T>, unknown};
+            return {&s_typeOf<DescribedInType<T>>, unknown};
     }
 
     bool IsExact() const { return m_isExact; }

@@ -127,7 +127,10 @@ Result<std::string> TryUpdateDocument(const NamedDocument& document, const T& va
 template <class T>
 Result<std::string> TryUpdate(std::string_view text, const T& value, UnknownMembers unknown)
 {
-    return TryUpdateDocument({text}, value, unknown);
+    if constexpr (CheckDescribable<DescribedInType<T>>())
+        return TryUpdateDocument({text}, value, unknown);
+    else
+        return GetErrorOfNone();
 }
 
 template <class T>
@@ -146,11 +149,16 @@ std::string Update(std::string_view text, const T& value, UnknownMembers unknown
 template <class T>
 Result<bool> TryUpdateFile(const FilePath& path, const T& value, UnknownMembers unknown)
 {
-    Result<FileVersion> version = FileVersion::Load(path);
-    if (!version)
-        return version.GetError();
-    Result<std::string> text = TryUpdateDocument({version->GetText(), &path}, value, unknown);
-    return text ? version->Replace(*std::move(text)) : Result<bool>(text.GetError());
+    if constexpr (CheckDescribable<DescribedInType<T>>())
+    {
+        Result<FileVersion> version = FileVersion::Load(path);
+        if (!version)
+            return version.GetError();
+        Result<std::string> text = TryUpdateDocument({version->GetText(), &path}, value, unknown);
+        return text ? version->Replace(*std::move(text)) : Result<bool>(text.GetError());
+    }
+    else
+        return GetErrorOfNone();
 }
 
 template <class T>

@@ -85,20 +85,43 @@ inline constexpr bool IsRoot = false;
 template <class T>
 inline constexpr bool IsRoot<Root<T>> = true;
 
+// What must be described for a T to be read and written: nothing of an Object, whose class the text names.
+template <class T>
+struct DescribedIn
+{
+    using Type = T;
+};
+template <class T>
+struct DescribedIn<Root<T>>
+{
+    using Type = T;
+};
+template <>
+struct DescribedIn<Object>
+{
+    using Type = bool;
+};
+template <class T>
+using DescribedInType = typename DescribedIn<T>::Type;
+
 template <class T>
 Result<T> ReadFrom(const TextPlace& place, UnknownMembers unknown)
 {
-    if constexpr (std::is_same_v<T, Object>)
+    if constexpr (!CheckDescribable<DescribedInType<T>>())
+    {
+        return GetErrorOfNone();
+    }
+    else if constexpr (std::is_same_v<T, Object>)
     {
         return place.ReadObject(unknown);
     }
     else if constexpr (IsRoot<T>)
     {
         T root;
-        const Result<void> result = place.Read(s_typeOf<std::remove_cvref_t<decltype(*root)>>, &*root, unknown);
+        const Result<void> result = place.Read(s_typeOf<DescribedInType<T>>, &*root, unknown);
         return result ? Result<T>(std::move(root)) : Result<T>(result.GetError());
     }
-    else if constexpr (CheckDescribable<T>())
+    else
     {
         static_assert(!HoldsHandles<T>, "a type that holds handles of collected objects (ptr, pref) is read into a "
                                         "kelm::Root<T>, which keeps them alive");
@@ -106,21 +129,19 @@ Result<T> ReadFrom(const TextPlace& place, UnknownMembers unknown)
         const Result<void> result = place.Read(s_typeOf<T>, &value, unknown);
         return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
     }
-    else
-        return GetErrorOfNone();
 }
 
 template <class T>
 Result<std::string> WriteValue(const T& value)
 {
-    if constexpr (std::is_same_v<T, Object>)
+    if constexpr (!CheckDescribable<DescribedInType<T>>())
+        return std::string();
+    else if constexpr (std::is_same_v<T, Object>)
         return WriteText(value);
     else if constexpr (IsRoot<T>)
         return WriteText(Object(value.GetHandle()));
-    else if constexpr (CheckDescribable<T>())
-        return WriteText(s_typeOf<T>, &value);
     else
-        return std::string();
+        return WriteText(s_typeOf<T>, &value);
 }
 
 template <class T>

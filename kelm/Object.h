@@ -88,9 +88,11 @@ KELM_API void EnsureAll(const UsedType* const* types);
 template <class... Ts>
 void Register()
 {
-    static_assert((CheckDescribable<Ts>() && ...));
-    static constexpr const UsedType* s_types[] = {&s_typeOf<Ts>..., nullptr};
-    EnsureAll(s_types);
+    if constexpr ((CheckDescribable<Ts>() && ...))
+    {
+        static constexpr const UsedType* s_types[] = {&s_typeOf<Ts>..., nullptr};
+        EnsureAll(s_types);
+    }
 }
 
 template <DescribedClass T>

@@ -75,6 +75,11 @@ inline bool IsPort(const int& port)
 }
 
 // Which may lead back to itself.
+struct Branch // a container of ours that holds its own kind
+{
+    int number = 0;
+    kelm::xvector<Branch> branches;
+};
 struct Ring
 {
     int number = 0;
@@ -119,6 +124,7 @@ KELM_CLASS(shop::Config, KELM_MODEL(host).Required(), KELM_MODEL(port).Named("tc
                                    { return range.size() == 2 && range[0] <= range[1]; }))
 KELM_DESCRIBE(shop::Cell, row, column)
 KELM_DESCRIBE(shop::Sheet, cells, title)
+KELM_DESCRIBE(shop::Branch, number, branches)
 KELM_DESCRIBE(shop::Ring, number, next, kept)
 KELM_CLASS(shop::Strict, KELM_MODEL(rate).Check([](const std::optional<double>& x) { return x && *x < 2; }),
            KELM_MODEL(line).Check([](const std::optional<shop::Line>& x) { return x && x->quantity < 9; }),
@@ -183,6 +189,16 @@ TEST(Structs, AreReadAndReplaceWhatTheyHeld)
     EXPECT_EQ(order.count, -5);
     EXPECT_EQ(Read<Order>("{}").lines.size(), 1U);
     EXPECT_EQ(Read<Order>("{ lines = [] rates = [] }").lines.size(), 0U);
+}
+
+TEST(Structs, HoldTheirOwnKindInContainersOfOurs)
+{
+    const std::string text = "branches = [{ number = 1 branches = [{ number = 2 }, { number = 3 }] }]";
+    const shop::Branch root = kelm::Read<shop::Branch>("{ " + text + " }");
+    ASSERT_EQ(root.branches.size(), 1);
+    ASSERT_EQ(root.branches[0].branches.size(), 2);
+    EXPECT_EQ(root.branches[0].branches[1].number, 3);
+    EXPECT_EQ(kelm::Write(kelm::Read<shop::Branch>(kelm::Write(root))), kelm::Write(root));
 }
 
 TEST(Structs, AreWrittenAndReadBack)

@@ -4,6 +4,7 @@
 // before the program begins. With it, what the records of all kinds have in common.
 
 #include <klObject/describe/Members.h>
+#include <klObject/describe/StructMember.h>
 #include <klObject/describe/TypeParts.h>
 #include <klObject/objects/GcObject.h>
 #include <klObject/types/TypeOps.h>
@@ -80,6 +81,7 @@ constexpr TypeNotes NotesOf(const ConstStringZ* docs = nullptr)
 template <class T>
 class ClassRecord
 {
+    static_assert((CheckMembers<T>(), true));
     static constexpr auto s_list = Description<T>::Members();
     static constexpr typename decltype(s_list)::Tables s_tables{};
 
@@ -94,36 +96,6 @@ class ClassRecord
     static_assert(
         Count(MEMBER_EMBEDDED_MODEL) == 0 || (Count(MEMBER_EMBEDDED_MODEL) == 1 && Count(MEMBER_MODEL_FIELD) == 0),
         "a class lists its model fields (KELM_MODEL) or has the model of one member (KELM_MODEL_OF), not both");
-    static_assert(
-        []
-        {
-            for (std::size_t i = 0; i < s_list.NumMembers; ++i)
-                if (s_list.m_members[i].m_kind == MEMBER_ORDINARY_FIELD && s_tables.HasFunctions(i))
-                    return false;
-            return true;
-        }(),
-        "an ordinary field cannot hold a map or set, at any depth: only model fields carry the functions that it "
-        "needs; "
-        "describe it with KELM_MODEL");
-
-    static_assert(
-        []
-        {
-            for (std::size_t i = 0; i < s_list.NumMembers; ++i)
-                if (s_list.m_members[i].m_kind == MEMBER_EMBEDDED_MODEL && *s_tables.ByteCode(i) != FT_CLASS)
-                    return false;
-            return true;
-        }(),
-        "KELM_MODEL_OF takes a member whose type is a described class");
-    static_assert(decltype(s_list)::CheckEmbeddedModel(
-                      [](const auto& members)
-                      {
-                          for (const Member& member : members)
-                              if (member.m_kind == MEMBER_MODEL_FIELD)
-                                  return true;
-                          return false;
-                      }),
-                  "KELM_MODEL_OF takes a member whose class lists model fields itself (KELM_MODEL)");
 
     // Calls add(member, its index) with each member of a kind.
     template <class Add>
@@ -175,17 +147,16 @@ class ClassRecord
         return bases;
     }();
     static_assert(HaveDistinctNames(s_fields, s_modelFields), "two fields have the same name");
-    static_assert(decltype(s_list)::CheckEmbeddedModel(
-                      [](const auto& members)
-                      {
-                          for (const Member& member : members)
-                              for (const ReflectedField& field : s_fields)
-                                  if (member.m_kind == MEMBER_MODEL_FIELD &&
-                                      std::string_view(member.m_name) == field.m_name)
-                                      return false;
-                          return true;
-                      }),
-                  "a field has the same name as one of the embedded model");
+    static constexpr bool s_isApartFromModel = decltype(s_list)::CheckEmbeddedModel(
+        [](const auto& members)
+        {
+            for (const Member& member : members)
+                for (const ReflectedField& field : s_fields)
+                    if (member.m_kind == MEMBER_MODEL_FIELD && std::string_view(member.m_name) == field.m_name)
+                        return false;
+            return true;
+        });
+    static_assert(s_isApartFromModel, "a field has the same name as one of the embedded model");
 
     // One for each model field, or none where no field has any.
     template <std::size_t I>

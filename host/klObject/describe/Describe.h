@@ -70,8 +70,12 @@
     template <class Self_ = TYPE>                                                                                      \
     static constexpr auto Members()                                                                                    \
     {                                                                                                                  \
-        __VA_OPT__(KELM_FOR_EACH(KELM_CHECK_MEMBER, KELM_NOTHING, TYPE, __VA_ARGS__))                                  \
         return ::kelm::ListMembers(__VA_OPT__(KELM_FOR_EACH(KELM_STRUCT_MEMBER, KELM_COMMA, Self_, __VA_ARGS__)));     \
+    }                                                                                                                  \
+    template <class Self_ = TYPE>                                                                                      \
+    static void Check()                                                                                                \
+    {                                                                                                                  \
+        __VA_OPT__(KELM_FOR_EACH(KELM_CHECK_MEMBER, KELM_NOTHING, TYPE, __VA_ARGS__))                                  \
     }
 
 // An enumeration of any width: KELM_DESCRIBE_ENUM(geom::Colour, RED, GREEN).
@@ -103,15 +107,17 @@
         TYPE, ClassDescription, static constexpr auto Members() { return ::kelm::ListMembers(__VA_ARGS__); })
 
 // A model field, which may be followed by .AddedIn(release), .DroppedIn(release), .As<typedef>() and .Doc("text").
-#define KELM_MODEL(MEMBER) ::kelm::MakeModelField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER))
+#define KELM_MODEL(MEMBER)                                                                                             \
+    ::kelm::MakeModelField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER), KELM_CHECK_TYPE(MEMBER))
 
 // An ordinary field.
-#define KELM_FIELD(MEMBER) ::kelm::MakeOrdinaryField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER))
+#define KELM_FIELD(MEMBER)                                                                                             \
+    ::kelm::MakeOrdinaryField<decltype(Self::MEMBER)>(#MEMBER, offsetof(Self, MEMBER), KELM_CHECK_TYPE(MEMBER))
 
 // A base class, described: an object of the class can be had as one of the base (CastObject, pref).
 #define KELM_BASE(BASE) ::kelm::MakeBase<BASE, Self>()
 
-// In place of model fields: the class has the model of its member, a described class.
+// In place of model fields: the class has the model of its member, or of a member's member, a described class.
 #define KELM_MODEL_OF(MEMBER) ::kelm::MakeEmbeddedModel<decltype(Self::MEMBER)>(offsetof(Self, MEMBER))
 
 // An enumeration of 32 bits, its values contiguous or not: KELM_ENUM(geom::Colour, KELM_VALUE(RED), KELM_VALUE(BLUE)).
@@ -150,9 +156,8 @@ void Register(XTarget* target)
                                     "must stand before");
     else
     {
-        if constexpr (DescribedClass<T>)
-            static_cast<void>(Description<T>::Members()); // as CheckDescribable does
-        RegisterDescriptor(_GetReflected(static_cast<const T*>(nullptr)), target);
+        if constexpr (CheckMembers<T>())
+            RegisterDescriptor(_GetReflected(static_cast<const T*>(nullptr)), target);
     }
 }
 

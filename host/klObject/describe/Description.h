@@ -24,6 +24,29 @@ concept Described = requires
 
 class TypeEmitter;
 
+// Why a type, or a member of a class, cannot be described.
+enum class EObstacle
+{
+    None,
+    NoMember,         // there is none, nor a base class, of that name
+    NoField,          // static, or a function
+    BaseNotDescribed, // a base class
+    NotDescribed,
+    NotNamed,       // an xvariant without KELM_VARIANT
+    Pointer,        // or a reference
+    Number,         // long double, wchar_t
+    NotCreatable,   // an element without a default constructor
+    NotRelocatable, // an element of ours that does not move as bytes
+    Ambiguous,      // an optional of what may be null itself
+    SameNames,      // two alternatives of a variant have one name
+    KeysNotFound,   // keys of a map or set without what finds them
+    MapInKey,       // keys of ours with a map or set in them
+    NotPersistable, // what a pref leads to
+    MapInField,     // a map or set of ours in a field that is none of the model
+    NotAClass,      // a member whose model would be the class's
+    NoModel,        // the same, of a class without model fields of its own
+};
+
 // What stands for a member of a description that is no field.
 struct NoFieldType
 {
@@ -79,9 +102,20 @@ struct NoFunction
 {
 };
 
+// As RefuseField, of a member that has no type.
+struct NoRefusal
+{
+    template <class M>
+    void operator()(M*) const
+    {
+    }
+};
+
 struct Member
 {
     using Function = NoFunction;
+    using Refusal = NoRefusal;
+    static constexpr EObstacle Obstacle = EObstacle::None;
     static constexpr NoFunction m_function{};
 
     EMember m_kind;

@@ -1,12 +1,12 @@
 #pragma once
 
-// FieldType<T>: what a field of the C++ type T is in byte code. One specialisation for each kind of type; a type that
-// has none is a compile error that names it.
+// FieldType<T>: what a field of the C++ type T is in byte code. One specialisation for each kind of type; one that has
+// none has an obstacle to being described, of which the compile error tells (StructMember.h).
 //
 // Each has
 //     Value              the C++ type itself: T, with described typedefs replaced by what they stand for
 //     HasFunctions       whether a map or set lies in it, so that it needs a function table
-//     Obstacle           why T cannot be described, which also fails the assertion in Emit where there is one
+//     Obstacle           why T cannot be described; None where it can
 //     Emit(TypeEmitter&) appends the byte code, and the functions in the order of the byte code
 
 #include <klObject/containers/xdynarray.h>
@@ -31,23 +31,6 @@
 namespace kelm
 {
 
-// Why a type, or a member of a struct, cannot be described.
-enum class EObstacle
-{
-    None,
-    NoMember,         // there is none, nor a base class, of that name
-    NoField,          // static, or a function
-    BaseNotDescribed, // a base class
-    NotDescribed,
-    Pointer,        // or a reference
-    Number,         // long double, wchar_t
-    NotCreatable,   // an element without a default constructor
-    NotRelocatable, // an element of ours that does not move as bytes
-    Ambiguous,      // an optional of what may be null itself
-    SameNames,      // two alternatives of a variant have one name
-    KeysNotFound,   // keys of a map or set without what finds them
-};
-
 template <class T>
 struct PlainFieldType
 {
@@ -56,48 +39,31 @@ struct PlainFieldType
     static constexpr EObstacle Obstacle = EObstacle::None;
 };
 
-// What a failed FieldType is instead, so that the one message is not buried under others.
+// A type that cannot be described. What it emits does not matter: whoever describes something refuses it.
 template <class T, EObstacle O>
 struct UndescribedFieldType
 {
     using Value = T;
     static constexpr bool HasFunctions = false;
     static constexpr EObstacle Obstacle = O;
-    static constexpr void Emit(TypeEmitter&) {}
+    static constexpr void Emit(TypeEmitter& out) { out.Code(FT_INT32); }
 };
 
 template <class T>
 struct FieldType : UndescribedFieldType<T, EObstacle::NotDescribed>
 {
-    static constexpr void Emit(TypeEmitter&)
-    {
-        static_assert(s_isNever<T>,
-                      "the type T of this field is not described: describe it with KELM_CLASS or KELM_ENUM, "
-                      "KELM_DESCRIBE or KELM_DESCRIBE_ENUM, where the class with the field is described, or before (or "
-                      "write _GetReflected and _GetTypeOps for it by hand)");
-    }
 };
 
 template <class T>
 requires(std::is_pointer_v<T> || std::is_reference_v<T>) struct FieldType<T>
     : UndescribedFieldType<T, EObstacle::Pointer>
 {
-    static constexpr void Emit(TypeEmitter&)
-    {
-        static_assert(s_isNever<T>, "a field that is a pointer or a reference (T) cannot be described: hold objects by "
-                                    "ptr<I> or pref<C>, and text in an xstring");
-    }
 };
 
 template <class T>
 requires(std::is_same_v<T, long double> || std::is_same_v<T, wchar_t>) struct FieldType<T>
     : UndescribedFieldType<T, EObstacle::Number>
 {
-    static constexpr void Emit(TypeEmitter&)
-    {
-        static_assert(s_isNever<T>, "a field of type long double or wchar_t cannot be described: no type of ours is "
-                                    "like it");
-    }
 };
 
 // --- numbers, characters, strings
@@ -145,7 +111,11 @@ requires(s_scalarCode<T> != FT_NOT_REFLECTED) struct FieldType<T> : PlainFieldTy
 template <Described T>
 struct FieldType<T> : PlainFieldType<T>
 {
-    static constexpr void Emit(TypeEmitter& out) { out.Name(Description<T>::s_code, RegisteredName<T>(), UseType<T>); }
+    static constexpr void Emit(TypeEmitter& out)
+    {
+        static_cast<void>(CheckMembers<T>());
+        out.Name(Description<T>::s_code, RegisteredName<T>(), UseType<T>);
+    }
 };
 
 // A typedef stands for its type, maps and sets in it included.
@@ -194,13 +164,8 @@ struct FieldType<T> : PlainFieldType<T>
 
 template <class... As>
 requires(!Described<xvariant<As...>>) struct FieldType<xvariant<As...>>
-    : UndescribedFieldType<xvariant<As...>, EObstacle::NotDescribed>
+    : UndescribedFieldType<xvariant<As...>, EObstacle::NotNamed>
 {
-    static constexpr void Emit(TypeEmitter&)
-    {
-        static_assert(s_isNever<As...>,
-                      "this xvariant is not described: name it and its alternatives with KELM_VARIANT");
-    }
 };
 
 // --- qualifiers and arrays
@@ -266,6 +231,18 @@ constexpr EObstacle FindObstacleToMoving()
         return IsRelocatable<typename FieldType<T>::Value> ? EObstacle::None : EObstacle::NotRelocatable;
 }
 
+// To a type as the key of a map, or as the element of a set, of ours.
+template <class T>
+constexpr EObstacle FindObstacleToKey()
+{
+    constexpr bool isOrdered = requires(const typename FieldType<T>::Value& key)
+    {
+        key < key;
+    };
+    return FirstObstacle({FindObstacleToMoving<T>(), FieldType<T>::HasFunctions ? EObstacle::MapInKey : EObstacle::None,
+                          isOrdered ? EObstacle::None : EObstacle::KeysNotFound});
+}
+
 template <class T>
 struct FieldType<xvector<T>>
 {
@@ -297,17 +274,15 @@ struct FieldType<xmap<K, V>>
 {
     using Key = typename FieldType<K>::Value;
     using Payload = typename FieldType<V>::Value;
-    static_assert(!FieldType<K>::HasFunctions, "the key of a map cannot hold a map or set itself: its functions would "
-                                               "not be found; put it in a described class, as a model field");
-
     using Value = xmap<Key, Payload>;
     static constexpr bool HasFunctions = true;
-    static constexpr EObstacle Obstacle = FirstObstacle({FindObstacleToMoving<K>(), FindObstacleToMoving<V>()});
+    static constexpr EObstacle Obstacle = FirstObstacle({FindObstacleToKey<K>(), FindObstacleToMoving<V>()});
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_MAP);
         PtrMapOrSetFns functions;
-        functions.mapFns = &MapFunctions<Key, Payload>::table;
+        if constexpr (Obstacle == EObstacle::None)
+            functions.mapFns = &MapFunctions<Key, Payload>::table;
         out.Functions(functions);
         FieldType<K>::Emit(out);
         FieldType<V>::Emit(out);
@@ -321,12 +296,13 @@ struct FieldType<xset<T>>
 
     using Value = xset<Element>;
     static constexpr bool HasFunctions = true;
-    static constexpr EObstacle Obstacle = FindObstacleToMoving<T>();
+    static constexpr EObstacle Obstacle = FindObstacleToKey<T>();
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_SET);
         PtrMapOrSetFns functions;
-        functions.setFns = &SetFunctions<Element>::table;
+        if constexpr (Obstacle == EObstacle::None)
+            functions.setFns = &SetFunctions<Element>::table;
         out.Functions(functions);
         FieldType<T>::Emit(out);
     }
@@ -364,9 +340,7 @@ constexpr bool IsPersistable()
 template <class T>
 struct FieldType<pref<T>> : PlainFieldType<pref<T>>
 {
-    static_assert(IsPersistable<T>(),
-                  "the class C of this pref<C> is not persistable: describe it with the option kelm::Persistable()");
-
+    static constexpr EObstacle Obstacle = IsPersistable<T>() ? EObstacle::None : EObstacle::NotPersistable;
     static constexpr void Emit(TypeEmitter& out)
     {
         out.Code(FT_PREF);

@@ -114,8 +114,6 @@ struct FieldType<T>
     static constexpr EObstacle Obstacle = ForeignForm<T>::Obstacle;
     static constexpr void Emit(TypeEmitter& out)
     {
-        static_assert(Obstacle == EObstacle::None,
-                      "the type T of this field cannot be described, because of what it holds");
         if constexpr (Obstacle == EObstacle::None)
             out.Foreign(s_foreignType<T>.m_form, ForeignPartTables<typename ForeignForm<T>::Parts>::Use);
     }

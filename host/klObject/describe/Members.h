@@ -14,16 +14,30 @@
 namespace kelm
 {
 
+// What is called with a member and fails to compile where that has an obstacle. KELM_MODEL and its kin make one that
+// tells the member's name.
+struct RefuseField
+{
+    template <class M>
+    void operator()(M*) const
+    {
+        static_assert(M::Obstacle == EObstacle::None,
+                      "a member cannot be described: its type, or one in it, is none that a field may have");
+    }
+};
+
 // A function that needs no object to be called.
 template <class F>
 concept StatelessFunction = std::is_class_v<F> && std::is_empty_v<F> && std::is_default_constructible_v<F>;
 
 // A field of the model, of type T: reached by paths, kept by persistence, written by data sources. F is the function
 // that checks it, where that is one with an address.
-template <class T, class F = NoFunction>
+template <class T, class F = NoFunction, class R = RefuseField>
 struct ModelField : Member
 {
     using FieldTypeOf = FieldType<T>;
+    using Refusal = R;
+    static constexpr EObstacle Obstacle = FieldTypeOf::Obstacle;
     using Type = T;
     using Function = F;
 
@@ -85,13 +99,13 @@ struct ModelField : Member
         else
         {
             static_assert(std::is_pointer_v<G>, "a check is a function, or a lambda that captures nothing");
-            return ModelField<T, G>{static_cast<const Member&>(*this), function};
+            return ModelField<T, G, R>{static_cast<const Member&>(*this), function};
         }
     }
 
     // The field described with typedefs in its type: As<Metres>() or As<xvector<Metres>>().
     template <class U>
-    constexpr ModelField<U, F> As() const
+    constexpr ModelField<U, F, R> As() const
     {
         static_assert(std::is_same_v<typename FieldType<U>::Value, T>,
                       "the field's type is not the one of the typedef");
@@ -100,10 +114,13 @@ struct ModelField : Member
 };
 
 // A field that data sources write as well, but that is no part of the model.
-template <class T>
+template <class T, class R = RefuseField>
 struct OrdinaryField : Member
 {
     using FieldTypeOf = FieldType<T>;
+    using Refusal = R;
+    static constexpr EObstacle Obstacle =
+        FirstObstacle({FieldTypeOf::Obstacle, FieldTypeOf::HasFunctions ? EObstacle::MapInField : EObstacle::None});
 
     constexpr OrdinaryField Doc(ConstStringZ text) const
     {
@@ -113,7 +130,7 @@ struct OrdinaryField : Member
     }
 
     template <class U>
-    constexpr OrdinaryField<U> As() const
+    constexpr OrdinaryField<U, R> As() const
     {
         static_assert(std::is_same_v<typename FieldType<U>::Value, T>,
                       "the field's type is not the one of the typedef");
@@ -121,28 +138,57 @@ struct OrdinaryField : Member
     }
 };
 
+// To a class as the one whose model another has. Nothing is known of types described by hand.
+template <class T>
+constexpr EObstacle FindObstacleToModel()
+{
+    if constexpr (DescribedClass<T>)
+    {
+        for (const Member& member : Description<T>::Members().m_members)
+            if (member.m_kind == MEMBER_MODEL_FIELD)
+                return EObstacle::None;
+        return EObstacle::NoModel;
+    }
+    else
+        return HandDescribed<T> ? EObstacle::None : EObstacle::NotAClass;
+}
+
 // The member of class T whose model is the model of the class described.
+struct RefuseModel
+{
+    template <class M>
+    void operator()(M*) const
+    {
+        static_assert(M::Obstacle != EObstacle::NotAClass,
+                      "KELM_MODEL_OF takes a member whose type is a described class");
+        static_assert(M::Obstacle != EObstacle::NoModel,
+                      "KELM_MODEL_OF takes a member whose class lists model fields itself (KELM_MODEL)");
+    }
+};
+
 template <class T>
 struct EmbeddedModel : Member
 {
     using FieldTypeOf = FieldType<T>;
+    using Refusal = RefuseModel;
+    static constexpr EObstacle Obstacle = FindObstacleToModel<T>();
 
     template <class Check>
     static constexpr bool CheckModel(Check check)
     {
-        if constexpr (requires { Description<T>::Members(); })
+        if constexpr (DescribedClass<T>)
             return check(Description<T>::Members().m_members);
         return true; // nothing is known of types described by hand
     }
 };
 
-template <class T>
-constexpr ModelField<T> MakeModelField(ConstStringZ name, std::size_t offset)
+template <class T, class R = RefuseField>
+constexpr ModelField<T, NoFunction, R> MakeModelField(ConstStringZ name, std::size_t offset, R = {})
 {
     return {{MEMBER_MODEL_FIELD, name, static_cast<ssize_t>(offset)}, {}};
 }
-template <class T>
-constexpr OrdinaryField<T> MakeOrdinaryField(ConstStringZ name, std::size_t offset)
+template <class T, class R = RefuseField>
+constexpr OrdinaryField<T, R> MakeOrdinaryField(ConstStringZ name, std::size_t offset, R = {})
 {
     return {{MEMBER_ORDINARY_FIELD, name, static_cast<ssize_t>(offset)}};
 }

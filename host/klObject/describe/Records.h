@@ -28,6 +28,7 @@ struct XvariantTraits<const xvariant<As...>*>
     using Type = xvariant<As...>;
     using Tables = TypeTables<FieldType<As>...>;
     static constexpr bool HasFunctions = (FieldType<As>::HasFunctions || ...);
+    static constexpr EObstacle Obstacle = FirstObstacle({FieldType<As>::Obstacle...});
 };
 
 // An alternative without a value.
@@ -79,6 +80,9 @@ class VariantRecord
             return true;
         }(),
         "an alternative's name is made of identifiers with \"::\" between them");
+    static_assert(Traits::Obstacle == EObstacle::None,
+                  "an alternative of this variant cannot be described: its type, or one in it, is not described, or is "
+                  "none that a field may have");
 
     static constexpr TypeNotes s_notes = NotesOf<T>();
 
@@ -192,6 +196,10 @@ public:
 template <class T>
 class TypedefRecord
 {
+    static_assert(
+        FieldType<typename Description<T>::Type>::Obstacle == EObstacle::None,
+        "the type that this typedef stands for cannot be described: it, or one in it, is not described, or is "
+        "none that a field may have");
     static constexpr TypeTables<FieldType<typename Description<T>::Type>> s_tables{};
     static constexpr TypeNotes s_notes = NotesOf<T>();
 

@@ -55,12 +55,16 @@ KLOBJECT_API bool RegisterUsed(const UseFn* uses);
 
 template <class T>
 struct RecordOf;
+template <class T>
+constexpr bool CheckMembers();
 
 // Of a type that is described here, or by hand.
 template <class T>
 void UseType(UsedTypes& used)
 {
-    if constexpr (Described<T>)
+    if constexpr (!CheckMembers<T>())
+        return;
+    else if constexpr (Described<T>)
         used.Add(RecordOf<T>::s_record, RecordOf<T>::GetUses());
     else
         used.Add(_GetReflected(static_cast<const T*>(nullptr)), nullptr);

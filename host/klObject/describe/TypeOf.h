@@ -4,12 +4,17 @@
 
 #include <klObject/describe/FieldType.h>
 #include <klObject/describe/RegisterUsed.h>
+#include <klObject/describe/StructMember.h>
 #include <klObject/types/ReflectionByteCode.h>
 
 namespace kelm
 {
 
 template <class T>
+inline constexpr bool s_isDescribable = FieldType<T>::Obstacle == EObstacle::None;
+
+template <class T>
+requires s_isDescribable<T>
 inline constexpr TypeTables<FieldType<T>> s_tablesOfType{};
 
 // Registers T where that is described, and what it is made of.
@@ -20,9 +25,6 @@ void EnsureRegistered()
     static_cast<void>(s_isRegistered);
 }
 
-template <class T>
-inline constexpr bool s_isDescribable = FieldType<T>::Obstacle == EObstacle::None;
-
 // Whether it is: where not, with the one message. Whoever asks leaves the rest out then.
 template <class T>
 constexpr bool CheckDescribable()
@@ -31,9 +33,7 @@ constexpr bool CheckDescribable()
         s_isDescribable<T>,
         "the type is neither a number or text, nor described (KELM_DESCRIBE, KELM_DESCRIBE_ENUM), nor made of "
         "such; pointers, and views of what others own, cannot be described");
-    if constexpr (DescribedClass<T>)
-        static_cast<void>(Description<T>::Members()); // whose mistakes are told here, at few steps from the program
-    return s_isDescribable<T>;
+    return s_isDescribable<T> && CheckMembers<T>();
 }
 
 template <class T>

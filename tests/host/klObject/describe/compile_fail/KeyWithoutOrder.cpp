@@ -1,5 +1,4 @@
-// error: the keys of an xmap and the elements of an xset need an operator<
-// lines: 32
+// error: stock cannot be described: the keys of a map or set in it have no operator<
 #include <klObject/describe/Describe.h>
 
 namespace shop

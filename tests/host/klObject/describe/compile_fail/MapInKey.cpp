@@ -1,4 +1,4 @@
-// error: the key of a map cannot hold a map or set itself
+// error: stock cannot be described: the keys of an xmap or xset in it hold a map or set themselves
 #include <klObject/describe/Describe.h>
 
 namespace shop

@@ -1,5 +1,4 @@
-// error: an ordinary field cannot hold a map or set, at any depth: only model fields carry the functions that it needs
-// lines: 25
+// error: stock cannot be an ordinary field: it holds an xmap or xset, whose functions only model fields carry
 #include <klObject/describe/Describe.h>
 
 namespace shop

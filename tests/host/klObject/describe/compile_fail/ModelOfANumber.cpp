@@ -1,5 +1,4 @@
 // error: KELM_MODEL_OF takes a member whose type is a described class
-// lines: 45
 #include <klObject/describe/Describe.h>
 
 namespace shop

@@ -1,4 +1,4 @@
-// error: a field that is a pointer or a reference (T) cannot be described: hold objects by ptr<I> or pref<C>
+// error: next cannot be described: it is or holds a pointer, which does not say who owns what
 // error: shop::Article
 #include <klObject/describe/Describe.h>
 

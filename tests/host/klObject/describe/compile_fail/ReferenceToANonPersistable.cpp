@@ -1,4 +1,5 @@
-// error: the class C of this pref<C> is not persistable: describe it with the option kelm::Persistable()
+// error: successor cannot be described: the class C of a pref<C> in it is not persistable (describe it with the option
+// kelm::Persistable())
 #include <klObject/describe/Describe.h>
 
 namespace shop

@@ -1,4 +1,4 @@
-// error: the type T of this field is not described: describe it with KELM_CLASS or KELM_ENUM
+// error: cannot be described: its type, or one in it, is not described
 // error: std::
 #include <klObject/describe/Describe.h>
 

@@ -1,5 +1,4 @@
 // error: shop::Shelf::stock cannot be described: the keys of a map or set in it have no operator<
-// lines: 45 (clang tells by itself, too, that such a set cannot be destroyed)
 #include <klObject/describe/Describe.h>
 
 #include <unordered_set>

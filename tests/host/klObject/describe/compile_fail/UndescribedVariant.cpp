@@ -1,4 +1,5 @@
-// error: this xvariant is not described: name it and its alternatives with KELM_VARIANT
+// error: cannot be described: it is or holds a kelm::xvariant whose alternatives have no names (KELM_VARIANT gives
+// them)
 #include <klObject/describe/Describe.h>
 
 namespace shop
