@@ -45,6 +45,9 @@
     static_assert(!std::is_union_v<TYPE>,                                                                              \
                   "a union cannot be described, since nothing says which of its members it holds: use std::variant");
 
+#define KELM_NO_ENUMERATION(TYPE)                                                                                      \
+    static_assert(!std::is_enum_v<TYPE>, #TYPE " is an enumeration, which KELM_DESCRIBE_ENUM describes");
+
 // The line in which the description begins, whatever lines it goes on in.
 #define KELM_PLACE_OF_DESCRIPTION                                                                                      \
     static constexpr ::kelm::ConstStringZ s_file = __FILE__;                                                           \
@@ -65,14 +68,20 @@
 
 // A struct, its members and base classes by name: KELM_DESCRIBE(geom::Circle, Shape, centre, radius), up to 64 of them.
 // Its bases are described in the same way. No more is used of it than that: neither operators nor copying.
-#define KELM_DESCRIBE(TYPE, ...) KELM_DESCRIPTION(TYPE, StructDescription, KELM_STRUCT_MEMBERS(TYPE, __VA_ARGS__))
+#define KELM_DESCRIBE(TYPE, ...)                                                                                       \
+    KELM_DESCRIPTION(TYPE, StructDescription,                                                                          \
+                     KELM_STRUCT_CHECKS(TYPE, #__VA_ARGS__) KELM_STRUCT_MEMBERS(TYPE, __VA_ARGS__))
+#define KELM_STRUCT_CHECKS(TYPE, NAMES)                                                                                \
+    KELM_NO_ENUMERATION(TYPE)                                                                                          \
+    static_assert(!::kelm::HasQualifiedName(NAMES),                                                                    \
+                  "a member or base class is named as the class itself may name it: Shape, and not geom::Shape");
 #define KELM_STRUCT_MEMBERS(TYPE, ...)                                                                                 \
-    template <class Self_ = TYPE>                                                                                      \
+    template <class Self_ = ::kelm::ClassItself<TYPE>>                                                                 \
     static constexpr auto Members()                                                                                    \
     {                                                                                                                  \
         return ::kelm::ListMembers(__VA_OPT__(KELM_FOR_EACH(KELM_STRUCT_MEMBER, KELM_COMMA, Self_, __VA_ARGS__)));     \
     }                                                                                                                  \
-    template <class Self_ = TYPE>                                                                                      \
+    template <class Self_ = ::kelm::ClassItself<TYPE>>                                                                 \
     static void Check()                                                                                                \
     {                                                                                                                  \
         __VA_OPT__(KELM_FOR_EACH(KELM_CHECK_MEMBER, KELM_NOTHING, TYPE, __VA_ARGS__))                                  \
@@ -104,7 +113,8 @@
 // options, in the order in which positional data sources give them.
 #define KELM_CLASS(TYPE, ...)                                                                                          \
     KELM_DESCRIPTION(                                                                                                  \
-        TYPE, ClassDescription, static constexpr auto Members() { return ::kelm::ListMembers(__VA_ARGS__); })
+        TYPE, ClassDescription,                                                                                        \
+        KELM_NO_ENUMERATION(TYPE) static constexpr auto Members() { return ::kelm::ListMembers(__VA_ARGS__); })
 
 // A model field, which may be followed by .AddedIn(release), .DroppedIn(release), .As<typedef>() and .Doc("text").
 #define KELM_MODEL(MEMBER)                                                                                             \

@@ -7,6 +7,7 @@
 #include <klObject/describe/Members.h>
 
 #include <cstddef>
+#include <string_view>
 #include <type_traits>
 
 // As ForEach.h says.
@@ -91,7 +92,9 @@
 #define KELM_OBSTACLE_TO_MEMBER(SELF, NAME)                                                                            \
     []<class S>(S*)                                                                                                    \
     {                                                                                                                  \
-        if constexpr (requires { &S::NAME; })                                                                          \
+        if constexpr (std::is_same_v<S, ::kelm::NoClass>)                                                              \
+            return ::kelm::EObstacle::None;                                                                            \
+        else if constexpr (requires { &S::NAME; })                                                                     \
         {                                                                                                              \
             if constexpr (std::is_member_object_pointer_v<decltype(&S::NAME)>)                                         \
                 return ::kelm::FieldType<decltype(S::NAME)>::Obstacle;                                                 \
@@ -126,6 +129,19 @@ namespace kelm
 // By a name, of which compilers tell no more than that it is false; of a comparison they tell all of the macros again.
 template <EObstacle Obstacle, EObstacle Other>
 inline constexpr bool s_isNot = Obstacle != Other;
+
+// What stands for an enumeration in the place of a class, of which the description itself tells.
+struct NoClass
+{
+};
+template <class T>
+using ClassItself = std::conditional_t<std::is_enum_v<T>, NoClass, T>;
+
+// Whether one of the names has a "::" in it.
+constexpr bool HasQualifiedName(std::string_view names)
+{
+    return names.find("::") != std::string_view::npos;
+}
 
 template <class Base, class S>
 inline constexpr bool s_isDescribedBase = requires
@@ -162,7 +178,7 @@ template <class T, class... Ms>
 constexpr void CheckEach(const MemberList<Ms...>&)
 {
     if constexpr (std::is_base_of_v<StructDescription, Description<T>>)
-        static_cast<void>(&Description<T>::template Check<T>);
+        static_cast<void>(&Description<T>::template Check<>);
     else
         (static_cast<void>(&CheckField<Ms>), ...);
 }
