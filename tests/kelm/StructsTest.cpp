@@ -2,6 +2,8 @@
 
 #include <kelm/kelm.h>
 #include <klObject/containers/xmap.h>
+#include <klObject/objects/GcObject.h>
+#include <klObject/types/Registry.h>
 #include <klObject/values/ReflectedVariable.h>
 
 #include <support/TemporaryFolder.h>
@@ -22,6 +24,27 @@
 
 namespace shop
 {
+
+// Cannot be made at times, nor moved without a doubt.
+struct Fragile
+{
+    static inline bool s_breaks = false;
+
+    Fragile()
+    {
+        if (s_breaks)
+            throw std::domain_error("broken");
+    }
+    Fragile(const Fragile& other) : x(other.x) {}
+    Fragile& operator=(const Fragile&) = default;
+
+    int x = 0;
+};
+
+struct Breaking
+{
+    std::variant<Fragile, int> choice;
+};
 
 enum class Size : unsigned char
 {
@@ -114,6 +137,8 @@ struct Strict
 
 } // namespace shop
 
+KELM_DESCRIBE(shop::Fragile, x)
+KELM_DESCRIBE(shop::Breaking, choice)
 KELM_DESCRIBE_ENUM(shop::Size, small, large)
 KELM_DESCRIBE(shop::Line, item, quantity, price)
 KELM_DESCRIBE(shop::Part, name, parts)
@@ -608,6 +633,67 @@ TEST(Structs, SayWhereAValueIsThatItsTypeRefuses)
                                " title = '\xEF\xBF\xBDz' }\n         ^~~~");
     EXPECT_EQ(error.GetKind(), ErrorKind::Type);
     EXPECT_EQ(error.GetFieldPath(), ".title");
+}
+
+TEST(Structs, VariantsHaveAValueWhereTheNewOneCannotBeMade)
+{
+    shop::Breaking breaking;
+    const auto read = [&breaking](std::string_view text)
+    { return TextPlace(text).Read(s_typeOf<shop::Breaking>, &breaking, UnknownMembers::Refuse); };
+    EXPECT_TRUE(read("{ choice = Fragile { x = 5 } }"));
+    EXPECT_EQ(std::get<shop::Fragile>(breaking.choice).x, 5);
+    shop::Fragile::s_breaks = true;
+    EXPECT_THROW(static_cast<void>(read("{ choice = Fragile { x = 6 } }")), std::domain_error);
+    shop::Fragile::s_breaks = false;
+    ASSERT_FALSE(breaking.choice.valueless_by_exception());
+    EXPECT_EQ(Write(breaking), "Breaking {\n    choice = int32 0\n}");
+}
+
+// --- More members than a word has bits -----------------------------------------------------------------------------
+
+struct Numbered
+{
+    int32 numbers[150] = {};
+};
+const ReflectedClass& _GetReflected(const Numbered*)
+{
+    static const auto s_names = []
+    {
+        std::vector<std::string> names;
+        for (std::size_t i = 0; i < std::size(Numbered().numbers); ++i)
+            names.push_back("number" + std::to_string(i));
+        return names;
+    }();
+    static const auto s_fields = []
+    {
+        static const uint8 s_type[] = {FT_INT32};
+        std::vector<ReflectedModelField> fields;
+        for (const std::string& name : s_names)
+            fields.push_back({name.c_str(), static_cast<int32>(fields.size() * sizeof(int32)), s_type, 0, -1, nullptr});
+        return fields;
+    }();
+    static const ReflectedClass s_class = {.m_name = "structs::Numbered",
+                                           .m_size = sizeof(Numbered),
+                                           .m_modelFields = s_fields.data(),
+                                           .m_numModelFields = std::ssize(s_fields),
+                                           .m_createFn = CreateGcObject<Numbered>};
+    return s_class;
+}
+
+TEST(Structs, OfManyMembersHaveEachOfThemOnce)
+{
+    ASSERT_EQ(RegisterReflectedClass(&_GetReflected(static_cast<Numbered*>(nullptr)), nullptr), NSE_OK);
+    std::string all;
+    for (std::size_t i = std::size(Numbered().numbers); i-- > 0;) // the last one first
+        all += "number" + std::to_string(i) + " = " + std::to_string(i + 1) + ' ';
+    const Object object = Read<Object>("structs::Numbered { " + all + "}");
+    for (const char* const name : {"number0", "number63", "number64", "number65", "number149"})
+    {
+        EXPECT_EQ(Get<int>(object, std::string(".") + name), std::atoi(name + 6) + 1);
+        const Error error = TryRead<Object>("structs::Numbered { " + all + name + " = 7 }").GetError();
+        EXPECT_EQ(error.GetMessage(), std::string("Member '") + name + "' of class structs::Numbered is written twice");
+        EXPECT_TRUE(TryRead<Object>(std::string("structs::Numbered { ") + name + " = 7 }"));
+    }
 }
 
 } // namespace

@@ -136,6 +136,9 @@ TEST_F(FieldPath, ReachesModelFieldsOfEveryKindOfValue)
 
 TEST_F(FieldPath, ExpectsAModelFieldBehindADot)
 {
+    const std::string longName(1000, 'n');
+    const std::string longPath = "." + longName;
+    const std::string longMessage = "Identifier " + longName + " is not a model field of class hand::Scalars";
     const FailingPath rows[] = {
         {".", "Expected identifier when read end of text", 1},
         {". ", "Expected identifier when read end of text", 2},
@@ -149,6 +152,8 @@ TEST_F(FieldPath, ExpectsAModelFieldBehindADot)
         {".int", "Identifier int is not a model field of class hand::Scalars", 1},
         {".int321", "Identifier int321 is not a model field of class hand::Scalars", 1},
         {".nosuch\x01", "Identifier nosuch is not a model field of class hand::Scalars", 1},
+        // However long it is.
+        {longPath.c_str(), longMessage.c_str(), 1},
         // What follows a field is scanned one token ahead.
         {".int32 \x01", "Illegal character 0x01 outside quotes", 7},
         {".int32 'x", "Unterminated string literal", 7},
