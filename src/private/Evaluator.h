@@ -260,6 +260,7 @@ private:
         return m_tokens.NextPastConstant(take, takeName);
     }
     bool TryPassConstant(const char* start, Operand& literal);
+    bool PassConstant(const char* start, const char* past, Operand& literal, bool constant);
 
     static constexpr bool IsNumber(EToken kind) { return TOKEN_INTEGER <= kind && kind <= TOKEN_FLOAT; }
 

@@ -298,6 +298,18 @@ template <class Tokens, class Semantics>
     const char* const past = FindConstant(start, m_tokens.GetEnd(), constant);
     if (past == nullptr)
         return false;
+    const auto set = [&]() __attribute__((always_inline))
+    {
+        Access::Construct(literal, constant);
+    };
+    return m_tokens.TryGoBehind(TOKEN_IDENTIFIER, start, past, set) || PassConstant(start, past, literal, constant);
+}
+
+// What follows may not be a token: the value is stored behind it.
+template <class Tokens, class Semantics>
+[[gnu::noinline]] bool Evaluator<Tokens, Semantics>::PassConstant(const char* start, const char* past, Operand& literal,
+                                                                  bool constant)
+{
     m_tokens.GoBehind(TOKEN_IDENTIFIER, start, past);
     Access::Construct(literal, constant);
     return true;

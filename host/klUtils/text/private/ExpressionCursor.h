@@ -118,6 +118,14 @@ public:
     // And where the next token begins there, up to `past`, and ends an operand.
     [[gnu::always_inline]] void GoBehind(EToken kind, const char* start, const char* past);
 
+    // The same where nothing can fail: what follows, behind one blank at most, is the end or an operator. `first` is
+    // done before; false where something else follows, and nothing has been done.
+    template <class First>
+    [[gnu::always_inline]] bool TryGoBehind(EToken kind, const char* start, const char* past, First first)
+    {
+        return TryAcceptBehind(kind, start, past, past != m_end && *past == ' ' ? past + 1 : past, first);
+    }
+
     // Where an operand is to begin. If that is a number that `take` takes, past it as well, or a name that `takeName`
     // goes behind: whether it was. It does not become the current token on the way unless there is a need.
     template <class Take, class TakeName>
@@ -255,6 +263,34 @@ private:
     {
         Accept(s_operatorTrie.TokenOf(*start), start, start + 1, previous);
     }
+
+    // From a token that is at hand to what stands `behind` it, if that is the end or an operator; `first` is done
+    // before.
+    template <class First>
+    [[gnu::always_inline]] bool TryAcceptBehind(EToken kind, const char* start, const char* past, const char* behind,
+                                                First first)
+    {
+        if (behind == m_end)
+        {
+            first();
+            AcceptEnd(kind, start, past);
+            return true;
+        }
+        if (IsShortOperator(behind)) [[likely]]
+        {
+            first();
+            AcceptShortOperator(behind, start);
+            return true;
+        }
+        if (StartOf(*behind) == Start::Operator && *behind != '/')
+        {
+            first();
+            AcceptLongOperator(behind, start);
+            return true;
+        }
+        return false;
+    }
+
     [[gnu::always_inline]] void Accept(EToken kind, const char* start, const char* past, const char* previous)
     {
         m_previous = previous;
@@ -306,12 +342,8 @@ private:
 inline void ExpressionCursor::GoBehind(EToken kind, const char* start, const char* past)
 {
     const char* const behind = SkipSpaceHere(past);
-    if (behind == m_end)
-        return AcceptEnd(kind, start, past);
-    if (IsShortOperator(behind)) [[likely]]
-        return AcceptShortOperator(behind, start);
-    if (StartOf(*behind) == Start::Operator && *behind != '/')
-        return AcceptLongOperator(behind, start);
+    if (TryAcceptBehind(kind, start, past, behind, [] {}))
+        return;
     if (start != m_start)
         Accept(kind, start, past, m_start);
     GoTo(behind);
