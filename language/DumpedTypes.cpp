@@ -339,6 +339,7 @@ void FillForeign(DumpedForeign& foreign, const TypeNode& node)
     case FF_CHOICE:
         foreign.m_choice = s_choiceFns;
         foreign.m_choice.m_isPointer = node.m_isPointer;
+        foreign.m_choice.IsShared = node.m_isShared ? IsNeverShared : nullptr;
         if (node.m_kind == TypeKind::Choice)
         {
             foreign.m_choice.m_names = foreign.m_names.data();
@@ -476,6 +477,10 @@ private:
         for (const std::string& name : node.m_names)
             foreign.m_names.push_back(KeepText(name));
         foreign.m_tick = node.m_count;
+        for (const DurationNumber& number : s_durationNumbers)
+            if (number.m_name == node.m_number)
+                foreign.m_number = number;
+        foreign.m_isSingle = node.m_number == s_durationFloat;
 
         // What the parts are made of has numbers by now.
         foreign.m_type.m_form = form;

@@ -160,6 +160,10 @@ private:
                 Fail("has not the parts of its kind");
         if (type.m_kind == TypeKind::Choice && type.m_parts.size() != type.m_names.size())
             Fail("has not a name for each part");
+        const auto isIt = [&](const DurationNumber& number) { return number.m_name == type.m_number; };
+        if (!type.m_number.empty() && type.m_number != s_durationFloat &&
+            std::none_of(std::begin(s_durationNumbers), std::end(s_durationNumbers), isIt))
+            Fail("counts in '" + type.m_number + "', which is no number of durations");
         if (type.m_count < 0)
             Fail("has less than no elements");
     }

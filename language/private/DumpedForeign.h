@@ -65,6 +65,8 @@ struct DumpedForeign
     std::vector<ConstStringZ> m_names;
     std::vector<int64> m_values; // of an enumeration's names
     int64 m_tick = 0;            // of a duration of whole numbers, in nanoseconds; 0 of any others
+    DurationNumber m_number = DurationNumberOf<int64>({});
+    bool m_isSingle = false; // whether its other numbers are no longer than 32 bits
 
     ReflectionByteCode PartType(ssize_t i) const { return m_parts[static_cast<std::size_t>(i)].GetType(); }
 };
@@ -180,7 +182,20 @@ inline bool SetDuration(void* duration, SubString text)
 {
     auto& value = As<NumberValue>(duration);
     const int64 tick = value.m_self->m_tick;
-    return tick != 0 ? ReadDuration(text, tick, value.m_number) : ReadDuration(text, 1, value.m_fraction);
+    if (tick == 0)
+    {
+        if (!ReadDuration(text, 1, value.m_fraction))
+            return false;
+        if (value.m_self->m_isSingle)
+            value.m_fraction = static_cast<float>(value.m_fraction);
+        return true;
+    }
+    int64 number = 0;
+    const DurationNumber& held = value.m_self->m_number;
+    if (!ReadDuration(text, tick, number) || number < held.m_least || number > held.m_most)
+        return false;
+    value.m_number = number;
+    return true;
 }
 
 // --- Tuples, whose parts lie elsewhere
@@ -413,6 +428,10 @@ inline constexpr ForeignListFns s_tupleFns = {CountParts, PartAt, nullptr, nullp
 inline constexpr ForeignListFns s_listFns = {CountElements, ElementAt, AppendElement, nullptr, ClearList, false, true};
 inline constexpr ForeignMapFns s_mapFns = {CountEntries, InsertEntry,  FindEntry, EraseEntry,
                                            ClearMap,     ForEachEntry, true};
+inline bool IsNeverShared(const void*) // by those that a text gives
+{
+    return false;
+}
 inline constexpr ForeignChoiceFns s_choiceFns = {GetIndex, GetValue, EmplaceChoice, ResetChoice, nullptr, false};
 inline constexpr ForeignTextFns s_durationFns = {GetDuration, SetDuration, CompareNumbers<&NumberValue::m_number>,
                                                  "duration"};

@@ -198,6 +198,7 @@ TEST(DumpedTypes, HoldWhatTheyAreOf)
         member("map", Type("map", "\"parts\": [ " + Named("class", "held::Key") + ", " + integer + " ]"), "[]") + ", " +
         member("side", Type("enum", "\"name\": \"held::Side\", \"standard\": true"), "RIGHT") + ", " +
         member("wait", Type("duration", "\"count\": 1000000"), "'5ms'") + ", " +
+        member("few", Type("duration", "\"count\": 1000000, \"number\": \"uint8\""), "'5ms'") + ", " +
         member("pair", Type("tuple", "\"standard\": true, \"parts\": [ " + integer + ", " + Named("bool", "") + " ]"),
                "[1, true]") +
         ", " + member("fixed", Type("integer", "\"name\": \"int32\", \"const\": true"), "2") + " ] } ]");
@@ -206,7 +207,7 @@ TEST(DumpedTypes, HoldWhatTheyAreOf)
                            const std::string& map, const std::string& end)
     {
         return "held::Holder{list=[" + list + "] own=[" + own + "] grows=[1] set=[" + set + "] map=[" + map + "] " +
-               end + " pair=[1,true] fixed=2}";
+               end + " few=\"5ms\" pair=[1,true] fixed=2}";
     };
     const std::pair<std::string, std::string> rows[] = {
         {"{}", holder("1,2", "1,2", "1,3", "", "side=RIGHT wait=\"5ms\"")},
@@ -217,6 +218,8 @@ TEST(DumpedTypes, HoldWhatTheyAreOf)
         {"{ side = 0 }", "Expected identifier when read 0"},
         {"{ side = UP }", "Unknown member 'UP' of enum held::Side"},
         {"{ wait = '5us' }", "Expected duration when read '5us'"},
+        {"{ few = '256ms' }", "Value '256ms' is out of range of duration"},
+        {"{ few = '-1ms' }", "Value '-1ms' is out of range of duration"},
         {"{ wait = '99999999999999999h' }", "Value '99999999999999999h' is out of range of duration"},
     };
     for (const auto& [text, told] : rows)

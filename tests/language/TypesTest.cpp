@@ -21,11 +21,15 @@ struct Waits
     std::chrono::duration<long, std::ratio<2629746>> months{};
     std::chrono::duration<signed char, std::milli> few{};
     std::chrono::duration<double> seconds{};
+    std::chrono::duration<float> singles{};
+    std::chrono::duration<unsigned long, std::micro> unsigneds{};
+    std::chrono::duration<short, std::ratio<3600>> shorts{};
+    std::chrono::duration<unsigned char> octets{};
 };
 
 } // namespace waits
 
-KELM_DESCRIBE(waits::Waits, nano, hours, frames, weeks, months, few, seconds)
+KELM_DESCRIBE(waits::Waits, nano, hours, frames, weeks, months, few, seconds, singles, unsigneds, shorts, octets)
 
 namespace kelm::language
 {
@@ -52,7 +56,7 @@ std::string Shown(const TypeNode& type)
 {
     std::string text = (type.m_isConst ? "const " : "") + std::string(type.m_isStandard ? "std " : "") +
                        (type.m_isDynamic ? "growing " : "") + (type.m_isPointer ? "pointer " : "") +
-                       std::string(NameOf(type.m_kind));
+                       (type.m_isShared ? "shared " : "") + std::string(NameOf(type.m_kind));
     if (!type.m_name.empty())
         text += " " + type.m_name;
     if (type.m_count != 0)
@@ -95,6 +99,7 @@ const MemberRow s_members[] = {
     {"rich::Order", "lines", "std list(class rich::Line)", "vector<rich::Line>", "[]"},
     {"rich::Order", "discount", "std optional(float float64)", "optional<float64>", "null"},
     {"rich::Order", "gift", "std pointer optional(class rich::Line)", "pointer<rich::Line>", "null"},
+    {"rich::Order", "shared", "std pointer shared optional(class rich::Line)", "pointer<rich::Line>", "null"},
     {"rich::Order", "carriers", "std map(std text string, std enum rich::Carrier)", "map<string, rich::Carrier>", "[]"},
     {"rich::Order", "tags", "std set(std text string)", "set<string>", "[]"},
     {"rich::Order", "place", "std tuple(integer int32, std text string)", "pair<int32, string>", "[1,\"one\"]"},
@@ -128,11 +133,16 @@ TEST(Catalogue, TellsHowLongOneOfADurationIs)
     const TypeCatalogue catalogue = CatalogueOfRegisteredTypes("waits::Waits");
     ASSERT_EQ(catalogue.m_classes.size(), 1U);
     constexpr int64 second = 1'000'000'000;
-    const int64 expected[] = {1, 3600 * second, second / 25, 604800 * second, 2629746 * second, second / 1000, 0};
+    const int64 expected[] = {1, 3600 * second, second / 25,   604800 * second, 2629746 * second, second / 1000, 0,
+                              0, 1000,          3600 * second, second};
     std::vector<int64> told;
     for (const CatalogueMember& member : catalogue.m_classes[0].m_members)
         told.push_back(member.m_type.m_count);
     EXPECT_THAT(told, ::testing::ElementsAreArray(expected));
+    std::vector<std::string> numbers;
+    for (const CatalogueMember& member : catalogue.m_classes[0].m_members)
+        numbers.push_back(member.m_type.m_number);
+    EXPECT_THAT(numbers, ElementsAre("", "", "int32", "", "", "int8", "", "float32", "uint64", "int16", "uint8"));
 }
 
 TEST(Catalogue, TellsClasses)
@@ -293,6 +303,8 @@ const FaultRow s_faults[] = {
      "typedefs[0].type has not the parts of its kind"},
     {R"({"kelmscriptTypes":1,"typedefs":[{"name":"a","type":{"kind":"choice","names":["a"]}}]})",
      "typedefs[0].type has not a name for each part"},
+    {R"({"kelmscriptTypes":1,"typedefs":[{"name":"a","type":{"kind":"duration","number":"int7"}}]})",
+     "typedefs[0].type counts in 'int7', which is no number of durations"},
     {R"({"kelmscriptTypes":1,"enums":[{"name":"a","enumerators":[{"value":9223372036854775808}]}]})",
      "enums[0].enumerators[0].value is no integer of 64 bits"},
     {R"({"kelmscriptTypes":1,"classes":[{"name":"a","members":[{"name":"b"}]}]})", "classes[0].members[0] has no type"},

@@ -33,6 +33,8 @@ void ForEachField(Row& type, const F& f)
     f("standard", type.m_isStandard);
     f("dynamic", type.m_isDynamic);
     f("pointer", type.m_isPointer);
+    f("shared", type.m_isShared);
+    f("number", type.m_number);
 }
 template <FieldsOf<CatalogueEntry> Row, class F>
 void ForEachField(Row& entry, const F& f)

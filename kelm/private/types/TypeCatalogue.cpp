@@ -5,6 +5,7 @@
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/types/Registry.h>
+#include <klObject/values/DurationText.h>
 #include <klObject/values/ReflectedVariable.h>
 #include <klObject/values/WriteVariable.h>
 #include <klPersistStore/Target.h>
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
 
@@ -99,41 +101,87 @@ int64 ValueOf(const ForeignType& type, ConstStringZ name)
     return value;
 }
 
-// How long one of a duration is, in nanoseconds, as the texts tell that it takes; 0 where it has fractions.
-int64 TickOf(const ForeignType& type)
+// A duration, of which the texts that it takes tell what it is.
+class ProbedDuration
 {
-    constexpr int64 second = 1'000'000'000;
-    constexpr int64 units[] = {1,
-                               1'000,
-                               1'000'000,
-                               second,
-                               60 * second,
-                               3600 * second,
-                               86400 * second,
-                               604'800 * second,
-                               2'629'746 * second, // a month and a year
-                               31'556'952 * second};
-    const auto memory = std::make_unique<char[]>(static_cast<std::size_t>(type.m_size));
-    const auto takes = [&](const std::string& text) {
-        return type.m_text->Set(memory.get(), {text.data(), text.data() + text.size()});
-    };
-    const auto takesNanoseconds = [&](int64 count) { return takes(std::to_string(count) + "ns"); };
-    type.Construct(memory.get());
-    const int64* const unit = std::find_if(std::begin(units), std::end(units), takesNanoseconds);
-    int64 tick = takes("0.5ns") ? 0 : unit != std::end(units) ? *unit : 1;
-    // It is a part of that unit, by any of the factors that this has.
-    int64 rest = tick;
-    for (int64 factor = 2; rest > 1; ++factor)
+public:
+    explicit ProbedDuration(const ForeignType& type)
+        : m_type(type), m_memory(std::make_unique<char[]>(static_cast<std::size_t>(type.m_size)))
     {
-        if (factor * factor > rest)
-            factor = rest;
-        for (; rest % factor == 0; rest /= factor)
-            if (takesNanoseconds(tick / factor))
-                tick /= factor;
+        m_type.Construct(m_memory.get());
+        FindTick();
     }
-    type.Destruct(memory.get());
-    return tick;
-}
+    ProbedDuration(const ProbedDuration&) = delete;
+    ProbedDuration& operator=(const ProbedDuration&) = delete;
+    ~ProbedDuration() { m_type.Destruct(m_memory.get()); }
+
+    // How long one is, in nanoseconds; 0 where it has fractions.
+    int64 GetTick() const { return m_tick; }
+
+    // As TypeNode has it.
+    std::string_view GetNumber()
+    {
+        if (m_tick == 0) // a difference that only the longer ones keep
+            return Retold("1s") == Retold("1.000000001s") ? s_durationFloat : std::string_view();
+        constexpr int64 most = std::numeric_limits<int64>::max();
+        for (const DurationNumber& number : s_durationNumbers)
+            if (TakesTicks(number.m_most) && !TakesTicks(number.m_most == most ? -1 : number.m_most + 1))
+                return number.m_name;
+        return {};
+    }
+
+private:
+    bool Takes(const std::string& text)
+    {
+        return m_type.m_text->Set(m_memory.get(), {text.data(), text.data() + text.size()});
+    }
+    bool TakesNanoseconds(int64 count) { return Takes(std::to_string(count) + "ns"); }
+    bool TakesTicks(int64 count)
+    {
+        char buffer[s_maxDurationText];
+        const SubString text = PutDuration(buffer, count, m_tick);
+        return Takes({text.m_p1, text.m_p2});
+    }
+    std::string Retold(const std::string& text)
+    {
+        char buffer[s_maxDurationText];
+        Takes(text);
+        const SubString retold = m_type.m_text->Get(m_memory.get(), buffer);
+        return {retold.m_p1, retold.m_p2};
+    }
+
+    void FindTick()
+    {
+        constexpr int64 second = 1'000'000'000;
+        constexpr int64 units[] = {1,
+                                   1'000,
+                                   1'000'000,
+                                   second,
+                                   60 * second,
+                                   3600 * second,
+                                   86400 * second,
+                                   604'800 * second,
+                                   2'629'746 * second, // a month and a year
+                                   31'556'952 * second};
+        const int64* const unit =
+            std::find_if(std::begin(units), std::end(units), [&](int64 count) { return TakesNanoseconds(count); });
+        m_tick = Takes("0.5ns") ? 0 : unit != std::end(units) ? *unit : 1;
+        // It is a part of that unit, by any of the factors that this has.
+        int64 rest = m_tick;
+        for (int64 factor = 2; rest > 1; ++factor)
+        {
+            if (factor * factor > rest)
+                factor = rest;
+            for (; rest % factor == 0; rest /= factor)
+                if (TakesNanoseconds(m_tick / factor))
+                    m_tick /= factor;
+        }
+    }
+
+    const ForeignType& m_type;
+    std::unique_ptr<char[]> m_memory;
+    int64 m_tick = 0;
+};
 
 // What a new instance holds: of an object where data sources make one, of a value elsewhere.
 class NewInstance
@@ -423,13 +471,18 @@ private:
                                                                   : TypeKind::Text;
             node.m_name = type.m_text->m_what;
             if (node.m_kind == TypeKind::Duration)
-                node.m_count = TickOf(type);
+            {
+                ProbedDuration duration(type);
+                node.m_count = duration.GetTick();
+                node.m_number = duration.GetNumber();
+            }
             break;
         case FF_LIST: node.m_kind = type.m_list->m_isFixed ? TypeKind::Tuple : TypeKind::List; break;
         case FF_MAP: node.m_kind = type.m_numParts == 2 ? TypeKind::Map : TypeKind::Set; break;
         case FF_CHOICE:
             node.m_kind = type.IsOptional() ? TypeKind::Optional : TypeKind::Choice;
             node.m_isPointer = type.m_choice->m_isPointer;
+            node.m_isShared = type.m_choice->IsShared != nullptr;
             if (!type.IsOptional())
                 node.m_names.assign(type.m_choice->m_names, type.m_choice->m_names + type.m_numParts);
             break;

@@ -6,6 +6,8 @@
 #include <kelm/api.h>
 #include <klUtils/types.h>
 
+#include <algorithm>
+#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -52,9 +54,31 @@ struct TypeNode
     bool m_isStandard = false; // of the standard library's: programs replace what it holds where a text gives it anew
     bool m_isDynamic = false;  // a list that paths make grow
     bool m_isPointer = false;  // an optional whose value lies elsewhere
+    bool m_isShared = false;   // where others can have it too
+    std::string m_number = {}; // of what a duration counts: "int32"; empty of "int64" and "float64"
 
     bool operator==(const TypeNode&) const = default;
 };
+
+// The integers that durations count with, but for "int64", and what these hold of it.
+struct DurationNumber
+{
+    std::string_view m_name;
+    int64 m_least;
+    int64 m_most;
+};
+template <class T>
+constexpr DurationNumber DurationNumberOf(std::string_view name)
+{
+    constexpr auto most = static_cast<uint64>(std::numeric_limits<int64>::max());
+    return {name, static_cast<int64>(std::numeric_limits<T>::min()),
+            static_cast<int64>(std::min(static_cast<uint64>(std::numeric_limits<T>::max()), most))};
+}
+inline constexpr DurationNumber s_durationNumbers[] = {
+    DurationNumberOf<int8>("int8"),     DurationNumberOf<uint8>("uint8"), DurationNumberOf<int16>("int16"),
+    DurationNumberOf<uint16>("uint16"), DurationNumberOf<int32>("int32"), DurationNumberOf<uint32>("uint32"),
+    DurationNumberOf<uint64>("uint64")};
+inline constexpr std::string_view s_durationFloat = "float32";
 
 // Where a description stands, in the words of the compiler that saw it. Line 0: not known.
 struct DescribedPlace
