@@ -62,8 +62,11 @@ constexpr bool CheckMembers();
 template <class T>
 void UseType(UsedTypes& used)
 {
-    if constexpr (!CheckMembers<T>())
-        return;
+    if constexpr (DescribedClass<T>)
+    {
+        if constexpr (CheckMembers<T>())
+            used.Add(RecordOf<T>::s_record, RecordOf<T>::GetUses());
+    }
     else if constexpr (Described<T>)
         used.Add(RecordOf<T>::s_record, RecordOf<T>::GetUses());
     else
