@@ -52,7 +52,7 @@ std::string RequestAt(const char* method, unsigned line, unsigned unit)
                             {"position", place},
                             {"range", {{"start", {{"line", 0}, {"character", 0}}}, {"end", place}}},
                             {"newName", "x"}}}};
-    return request.dump();
+    return WriteJson(request);
 }
 
 } // namespace
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     Server server(host,
                   [&](std::string_view body)
                   {
-                      const Json message = Json::parse(body, nullptr, false);
+                      const Json message = ReadJson(body);
                       Require(message.is_object());
                       numAnswers += message.contains("id") && message["id"] == s_own ? 1 : 0;
                   });
@@ -93,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             const Json open = {
                 {"method", "textDocument/didOpen"},
                 {"params", {{"textDocument", {{"uri", "file:///a.kds"}, {"version", 1}, {"text", text}}}}}};
-            server.Receive(open.dump(-1, ' ', false, Json::error_handler_t::replace));
+            server.Receive(WriteJson(open));
             for (const char* const method : s_methods)
             {
                 server.Receive(RequestAt(method, 0, at));

@@ -7,11 +7,17 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace kelm::language
 {
 
 using Json = nlohmann::json;
+
+// The library's reader and writer, compiled once. What is no JSON is read as a discarded value; what is no UTF-8 is
+// written with replacement characters.
+Json ReadJson(std::string_view text);
+std::string WriteJson(const Json& json);
 
 enum ErrorCode
 {

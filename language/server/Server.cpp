@@ -91,7 +91,7 @@ void Server::Implementation::SendMessage(Json message)
 {
     message["jsonrpc"] = "2.0";
     // What was read is UTF-8; of what files hold the rest is shown as what it is not.
-    m_send(message.dump(-1, ' ', false, Json::error_handler_t::replace));
+    m_send(WriteJson(message));
 }
 
 void Server::Implementation::Notify(const char* method, Json params)
@@ -116,7 +116,7 @@ void Server::Implementation::Show(std::string_view message, bool isError)
 
 void Server::Implementation::Receive(std::string_view body)
 {
-    Json message = Json::parse(body, nullptr, false);
+    Json message = ReadJson(body);
     if (message.is_discarded())
         return SendError(nullptr, ERROR_PARSE, "the message is no JSON");
     const Json* const method = Find(message, "method");

@@ -141,7 +141,7 @@ TEST_F(Fmt, RefusesWrongSettings)
         EXPECT_EQ(RunTool({"fmt", file, file}), (ProgramResult{1, "", errors})) << settings;
     }
     const std::string path = Make("kelm.json", "{\n \"fmt\": }");
-    EXPECT_TRUE(RunTool({"fmt", file}).m_errors.starts_with(path + ":2:9: error: no JSON: syntax error "));
+    EXPECT_TRUE(RunTool({"fmt", file}).m_errors.starts_with(path + ":2:9: error: it is no JSON: syntax error "));
     for (const std::string twice :
          {"{\"fmt\": {\"width\": 50, \"width\": 60}}", "{\"fmt\": {}, \"fmt\": {\"width\": 60}}"})
     {

@@ -5,9 +5,8 @@
 
 #include <kelmLanguage/JsonTape.h>
 
-#include <nlohmann/json.hpp>
-
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 #include <system_error>
 
@@ -17,7 +16,9 @@ namespace kelm::tool
 namespace
 {
 
-using Json = nlohmann::json;
+using language::JsonKind;
+using language::JsonTape;
+using language::JsonValue;
 
 constexpr char s_fileName[] = "kelm.json";
 
@@ -27,41 +28,51 @@ struct SettingsError
     std::string m_message;
 };
 
-void TakeOption(FormatOptions& options, const std::string& name, const Json& value)
+// Nothing where it is no whole number from 0 on.
+std::optional<std::size_t> NumberOf(const JsonValue& value)
+{
+    std::size_t number = 0;
+    const char* const end = value.m_text.data() + value.m_text.size();
+    const auto [behind, error] = std::from_chars(value.m_text.data(), end, number);
+    if (value.m_kind != JsonKind::Number || behind != end || error != std::errc())
+        return std::nullopt;
+    return number;
+}
+
+void TakeOption(FormatOptions& options, std::string_view name, const JsonValue& value)
 {
     const auto* const option = std::find_if(std::begin(s_layoutOptions), std::end(s_layoutOptions),
                                             [&](const LayoutOption& row) { return row.m_name == name; });
     if (option == std::end(s_layoutOptions))
-        throw SettingsError{"\"fmt\" has no \"" + name + "\", only \"width\" and \"indent\""};
-    if (!value.is_number_unsigned() || !option->Allows(value.get<std::size_t>()))
-        throw SettingsError{"\"" + name + "\" is " + option->Rule()};
-    options.*option->m_member = value.get<std::size_t>();
+        throw SettingsError{"\"fmt\" has no \"" + std::string(name) + "\", only \"width\" and \"indent\""};
+    const std::optional<std::size_t> number = NumberOf(value);
+    if (!number || !option->Allows(*number))
+        throw SettingsError{"\"" + std::string(name) + "\" is " + option->Rule()};
+    options.*option->m_member = *number;
 }
 
-FormatOptions OptionsOf(const Json& settings)
+// take(name, value) for each member of the object at the i-th place of the tape.
+template <class Take>
+void ForEachMember(const JsonTape& tape, std::size_t object, const char* otherwise, Take&& take)
+{
+    if (tape[object].m_kind != JsonKind::Object)
+        throw SettingsError{otherwise};
+    for (std::size_t name = object + 1; name < tape[object].m_next; name = tape[name + 1].m_next)
+        take(tape[name].m_text, name + 1);
+}
+
+FormatOptions OptionsOf(const JsonTape& tape)
 {
     FormatOptions options;
-    if (!settings.is_object())
-        throw SettingsError{"settings are an object, such as {\"fmt\": {\"width\": 100}}"};
-    for (const auto& [section, values] : settings.items())
+    const auto takeSection = [&](std::string_view section, std::size_t values)
     {
         if (section != "fmt")
-            throw SettingsError{"there is no setting \"" + section + "\", only \"fmt\""};
-        if (!values.is_object())
-            throw SettingsError{"\"fmt\" is an object, such as {\"width\": 100}"};
-        for (const auto& [name, value] : values.items())
-            TakeOption(options, name, value);
-    }
+            throw SettingsError{"there is no setting \"" + std::string(section) + "\", only \"fmt\""};
+        ForEachMember(tape, values, "\"fmt\" is an object, such as {\"width\": 100}",
+                      [&](std::string_view name, std::size_t value) { TakeOption(options, name, tape[value]); });
+    };
+    ForEachMember(tape, 0, "settings are an object, such as {\"fmt\": {\"width\": 100}}", takeSection);
     return options;
-}
-
-// The message without the library's own heading.
-std::string WhatIsWrong(const Json::parse_error& error)
-{
-    const std::string_view message = error.what();
-    constexpr std::string_view heading = "syntax error ";
-    const std::size_t begin = std::min(message.find(heading), message.size());
-    return begin == message.size() ? "no JSON" : "no JSON: " + std::string(message.substr(begin));
 }
 
 std::optional<FormatOptions> ReadSettings(const std::string& path)
@@ -70,24 +81,22 @@ std::optional<FormatOptions> ReadSettings(const std::string& path)
     if (!file)
         return std::nullopt;
     const SourceText source = file->Source();
+    language::JsonFault fault;
+    const std::optional<JsonTape> tape = JsonTape::Read(source.m_text, fault);
+    if (!tape)
+    {
+        Report(source, {"syntax", fault.m_message, fault.m_place, {}});
+        return std::nullopt;
+    }
     try
     {
-        const Json settings = Json::parse(source.m_text, nullptr, true, true);
-        language::JsonFault fault; // what is written twice, which the values do not tell
-        if (language::JsonTape::Read(source.m_text, fault))
-            return OptionsOf(settings);
-        Report(source, {"syntax", fault.m_message, fault.m_place, {}});
-    }
-    catch (const Json::parse_error& e)
-    {
-        const std::size_t place = std::min(e.byte, source.m_text.size() + 1);
-        Report(source, {"syntax", WhatIsWrong(e), place - std::min<std::size_t>(place, 1), {}});
+        return OptionsOf(*tape);
     }
     catch (const SettingsError& e)
     {
         ReportError(path + ": " + e.m_message, "file");
+        return std::nullopt;
     }
-    return std::nullopt;
 }
 
 } // namespace

@@ -34,6 +34,7 @@ namespace
 {
 
 using language::Json;
+using language::ReadJson;
 using language::Server;
 using language::Types;
 using language::TypeSettings;
@@ -350,7 +351,7 @@ void Host::ReadWorker()
 
 void Host::TakeFromWorker(const std::string& body)
 {
-    const Json message = Json::parse(body, nullptr, false);
+    const Json message = ReadJson(body);
     if (const Json* const types = language::Find(message, "types"); types != nullptr && types->is_string())
         return TakeModuleTypes(types->get_ref<const std::string&>());
     if (const Json* const why = language::Find(message, "catalogues"); why != nullptr && why->is_string())

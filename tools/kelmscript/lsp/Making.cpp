@@ -10,6 +10,7 @@ namespace kelm::tool
 {
 
 using language::Json;
+using language::ReadJson;
 
 namespace
 {
@@ -93,7 +94,7 @@ std::string WaitForNext(Worker& worker, Making& making, bool& hasSpoken)
         const bool isOpen = files[0].revents == 0 || worker.Read(messages);
         bool isMade = false;
         for (const language::Message& message : messages)
-            isMade |= making.Take(Json::parse(message.m_body, nullptr, false));
+            isMade |= making.Take(ReadJson(message.m_body));
         hasSpoken |= !messages.empty();
         bool hasRefused = false;
         if (!isOpen)

@@ -25,6 +25,8 @@ namespace kelm::tool
 
 using language::Framed;
 using language::Json;
+using language::ReadJson;
+using language::WriteJson;
 
 // --- In the worker
 
@@ -51,7 +53,7 @@ Json FindingsOf(std::string_view text)
 
 bool Put(int output, const Json& message)
 {
-    return WriteAll(output, Framed(message.dump(-1, ' ', false, Json::error_handler_t::replace)));
+    return WriteAll(output, Framed(WriteJson(message)));
 }
 
 Json DefaultsOf(const std::string& name)
@@ -100,7 +102,7 @@ int RunWorker(const WorkerTypes& types)
     while (true)
     {
         while (const auto message = reader.Next())
-            if (!Answer(output.get(), Json::parse(message->m_body, nullptr, false)))
+            if (!Answer(output.get(), ReadJson(message->m_body)))
                 return EXIT_FAILED;
         const ssize_t size = ReadSome(STDIN_FILENO, buffer.data(), buffer.size());
         if (size <= 0)
@@ -200,7 +202,7 @@ void Worker::Close()
 
 void Worker::Send(const Json& message)
 {
-    m_toSend += Framed(message.dump(-1, ' ', false, Json::error_handler_t::replace));
+    m_toSend += Framed(WriteJson(message));
     m_isSending = true;
     Write();
 }
@@ -326,9 +328,9 @@ std::string Allowance::Look(const Worker& worker)
     const double used = Seconds(worker.GetTimeUsed() - m_usedBefore).count();
     const double waited = Seconds(now - m_begin).count();
     if (used >= m_seconds)
-        return "it took longer than " + Json(m_seconds).dump() + " seconds";
+        return "it took longer than " + WriteJson(m_seconds) + " seconds";
     if (waited >= longestWait * m_seconds)
-        return "it has waited for longer than " + Json(longestWait * m_seconds).dump() + " seconds";
+        return "it has waited for longer than " + WriteJson(longestWait * m_seconds) + " seconds";
     const double left = std::min(m_seconds - used, longestWait * m_seconds - waited);
     m_next = now + std::chrono::duration_cast<Clock::duration>(Seconds(left)) + std::chrono::milliseconds(1);
     return {};
