@@ -16,6 +16,7 @@
 #include <klUtils/text/private/DecimalDigits.h>
 #include <klUtils/types.h>
 
+#include <algorithm>
 #include <limits>
 
 namespace kelm::text
@@ -182,7 +183,8 @@ inline bool HexToUnsignedBy(Number number, GetLiteral getLiteral, uint64& value)
     const auto getDigits = [&]
     {
         const SubString literal = getLiteral();
-        return SubString(literal.m_p1 + 2, literal.m_p2);
+        // A token that was made by hand may have no "0x".
+        return SubString(literal.m_p1 + std::min<std::ptrdiff_t>(2, literal.m_p2 - literal.m_p1), literal.m_p2);
     };
     return DigitsToUnsigned(number, Number::s_maxHexDigits, getDigits, 16, value);
 }
