@@ -1,13 +1,11 @@
 # kelm_joined_tests(VARIABLE NAME SOURCES sources... [APART sources...]): sets VARIABLE to what a test program of these
-# sources is compiled from where KELM_JOIN_TESTS is on: its *Test.cpp as few sources, since what they include and
+# sources is compiled from where KELM_JOIN_TESTS is on: its *Test.cpp as one source, since what they include and
 # instantiate costs more than they do.
 #
 # Each file's unnamed namespaces stand in one that is called by the file, so that files need not know each other's names.
 # Lines, and the paths that messages and __FILE__ show, stay those of the files. Compiled as they are: files with macros
 # of their own, those behind APART (which define for their own use what a header that others include has as well, or say
 # something of a type in an unnamed namespace that another has, too), and all that are no tests.
-set(KELM_JOINED_FILES 9)
-
 function(kelm_joined_tests variable name)
     cmake_parse_arguments(ARG "" "" "SOURCES;APART" ${ARGN})
     set(apart ${ARG_APART})
@@ -32,18 +30,10 @@ function(kelm_joined_tests variable name)
         return()
     endif()
 
-    # As many files in each as in the others.
-    math(EXPR parts "(${count} + ${KELM_JOINED_FILES} - 1) / ${KELM_JOINED_FILES}")
-    foreach(part RANGE 1 ${parts})
-        math(EXPR begin "(${part} - 1) * ${count} / ${parts}")
-        math(EXPR length "${part} * ${count} / ${parts} - ${begin}")
-        list(SUBLIST joined ${begin} ${length} files)
-        set(output ${CMAKE_CURRENT_BINARY_DIR}/joined/${name}${part}.cpp)
-        kelm_write_joined(${output} ${files})
-        list(APPEND alone ${output})
-    endforeach()
+    set(output ${CMAKE_CURRENT_BINARY_DIR}/joined/${name}.cpp)
+    kelm_write_joined(${output} ${joined})
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${joined})
-    set(${variable} ${alone} PARENT_SCOPE)
+    set(${variable} ${output} ${alone} PARENT_SCOPE)
 endfunction()
 
 # A source is written only when it changes, so that configuring again does not compile it again.

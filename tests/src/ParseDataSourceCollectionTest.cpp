@@ -62,8 +62,9 @@ class CollectionWhileReading : public HandmadeTest
 protected:
     CollectionWhileReading()
     {
-        using namespace collecting;
-        static const bool s_once = (RegisterTypes<Leaf, Choice, Tree, Stranger>(nullptr), true);
+        static const bool s_once =
+            (RegisterTypes<collecting::Leaf, collecting::Choice, collecting::Tree, collecting::Stranger>(nullptr),
+             true);
         static_cast<void>(s_once);
         CollectGarbage();
     }

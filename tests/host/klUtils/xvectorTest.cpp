@@ -380,25 +380,25 @@ TEST(Vector, DestroysEveryElementOnceEvenWhenMakingOneFails)
     EXPECT_EQ(Counted::s_alive, 0);
 }
 
-struct Nested
+struct NestedVectors
 {
-    xvector<Nested> m_children;
+    xvector<NestedVectors> m_children;
 };
 
 } // namespace
 
 template <>
-inline constexpr bool IsRelocatable<Nested> = true;
+inline constexpr bool IsRelocatable<NestedVectors> = true;
 
 namespace
 {
 
-Nested MakeChain(int depth)
+NestedVectors MakeChain(int depth)
 {
-    Nested chain;
+    NestedVectors chain;
     for (int i = 0; i < depth; ++i)
     {
-        Nested outer;
+        NestedVectors outer;
         outer.m_children.push_back(std::move(chain));
         chain = std::move(outer);
     }
@@ -408,10 +408,10 @@ Nested MakeChain(int depth)
 TEST(Vector, OfItsOwnKindNestsToAnyDepth)
 {
     constexpr int depth = s_depth / 20;
-    const Nested chain = MakeChain(depth);
-    const Nested copy(chain);
+    const NestedVectors chain = MakeChain(depth);
+    const NestedVectors copy(chain);
     int copiedDepth = 0;
-    for (const Nested* level = &copy; !level->m_children.empty(); level = &level->m_children.front())
+    for (const NestedVectors* level = &copy; !level->m_children.empty(); level = &level->m_children.front())
         ++copiedDepth;
     EXPECT_EQ(copiedDepth, depth);
 }

@@ -447,7 +447,7 @@ TEST_F(ByteCode, ElementTypesAreBehindTheCodeAndItsOperand)
     EXPECT_EQ(qualified.rbc().GetElementType().m_bc, qualified.rbc().m_bc + 1);
 
     // Of a map, the key; the entry of the map itself is passed.
-    const T map = Map<int8, bool>() + T(FT_INT8) + T(FT_BOOL);
+    const T map = handwritten::Map<int8, bool>() + T(FT_INT8) + T(FT_BOOL);
     EXPECT_EQ(map.rbc().GetElementType().m_bc, map.rbc().m_bc + 1);
     EXPECT_EQ(map.rbc().GetElementType().m_mapOrSetFns, map.rbc().m_mapOrSetFns + 1);
 
