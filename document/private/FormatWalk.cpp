@@ -35,7 +35,8 @@ constexpr std::array<Kind, s_lastToken - TOKEN_END + 1> s_kinds = []
         const auto token = static_cast<EToken>(static_cast<int>(i) + TOKEN_END);
         kinds[i] = IsOpeningBracket(token) ? Kind::Opening : IsClosingBracket(token) ? Kind::Closing : Kind::Other;
     }
-    const auto set = [&](Kind kind, auto... tokens) { ((kinds[tokens - TOKEN_END] = kind), ...); };
+    const auto set = [&](Kind kind, auto... tokens)
+    { ((kinds[static_cast<std::size_t>(tokens - TOKEN_END)] = kind), ...); };
     set(Kind::End, TOKEN_END);
     set(Kind::Number, TOKEN_INTEGER, TOKEN_HEX_INTEGER, TOKEN_FLOAT);
     set(Kind::Literal, TOKEN_SINGLE_QUOTED_STRING, TOKEN_DOUBLE_QUOTED_STRING);

@@ -64,7 +64,7 @@ private:
     void TakeSettings(const Json& settings);
 
     void Exit(const Json&) { m_state = State::Over; }
-    void Cancel(const Json& params);
+    void Cancel(const Json& message);
     void Open(const Json& params);
     void Change(const Json& params);
     void Close(const Json& params);
@@ -433,7 +433,7 @@ void Server::TakeTypes(std::shared_ptr<const Types> types, std::string_view why)
     m_implementation->TakeTypes(std::move(types), why);
 }
 
-void Server::TakeFindings(const std::string& uri, long long edition, std::vector<ReadFinding> findings)
+void Server::TakeFindings(const std::string& uri, long long edition, const std::vector<ReadFinding>& findings)
 {
     m_implementation->TakeFindings(uri, edition, findings);
 }

@@ -77,7 +77,7 @@ public:
 
     // The types are those from now on; `why` there are none, or not all, where that is so.
     void TakeTypes(std::shared_ptr<const Types> types, std::string_view why);
-    void TakeFindings(const std::string& uri, long long edition, std::vector<ReadFinding> findings);
+    void TakeFindings(const std::string& uri, long long edition, const std::vector<ReadFinding>& findings);
     // Whoever would read a text no longer does.
     void ReadAgain(const std::string& uri);
 

@@ -376,7 +376,7 @@ void Host::TakeFromWorker(const std::string& body)
                             static_cast<std::size_t>(language::GetInteger(finding, "end"))});
     m_work.m_allowance.End();
     m_pause = milliseconds(0);
-    m_server.TakeFindings(std::exchange(m_work.m_uri, {}), m_work.m_edition, std::move(findings));
+    m_server.TakeFindings(std::exchange(m_work.m_uri, {}), m_work.m_edition, findings);
     GiveWorkerText();
 }
 
