@@ -105,47 +105,52 @@ std::size_t Document::FindClosing(std::size_t opening, BlockPlace& from) const
     return m_text.size();
 }
 
+// The blocks from `at` to `end`, where the block `last` begins; where no part begins there, `last` becomes the next one
+// at whose beginning one does.
+std::vector<Document::Block> Document::ScanBlocks(std::size_t at, std::size_t end,
+                                                  std::vector<Block>::const_iterator& last) const
+{
+    std::vector<Block> blocks;
+    while (true)
+    {
+        while (at > end && last != m_blocks.end())
+            end += last++->m_size;
+        if (at >= end)
+            return blocks;
+        // No block is left to be small, while there are others.
+        if (end - at < s_blockSize / 2 && last != m_blocks.end())
+            end += last++->m_size;
+        blocks.push_back(ScanBlock(at, end - at < 2 * s_blockSize ? end : at + s_blockSize));
+        at += blocks.back().m_size;
+    }
+}
+
 // Reads again from the block before the edit to a block behind it that begins where a part still does: from there on
 // the parts are the same. Where memory ends, text and index stay as they are.
 void Document::Edit(Span removed, std::string_view inserted)
 {
     const std::size_t look = removed.m_begin - std::min(removed.m_begin, s_longestLook + 1);
-    auto first = m_blocks.begin();
+    auto first = m_blocks.cbegin();
     std::size_t begin = 0;
     while (first != m_blocks.end() && begin + first->m_size <= look)
         begin += first++->m_size;
     auto last = first; // the first block that stays
-    std::size_t lastBegin = begin;
-    while (last != m_blocks.end() && lastBegin <= removed.m_end)
-        lastBegin += last++->m_size;
+    std::size_t end = begin;
+    while (last != m_blocks.end() && end <= removed.m_end)
+        end += last++->m_size;
 
     const std::string former(removed.In(m_text));
     m_text.replace(removed.m_begin, removed.GetSize(), inserted);
-    lastBegin += inserted.size() - removed.GetSize();
-
     try
     {
-        std::vector<Block> blocks;
-        std::size_t at = begin;
-        while (true)
-        {
-            while (at > lastBegin && last != m_blocks.end())
-                lastBegin += last++->m_size;
-            if (at >= lastBegin)
-                break;
-            // No block is left to be small, while there are others.
-            if (lastBegin - at < s_blockSize / 2 && last != m_blocks.end())
-                lastBegin += last++->m_size;
-            blocks.push_back(ScanBlock(at, lastBegin - at < 2 * s_blockSize ? lastBegin : at + s_blockSize));
-            at += blocks.back().m_size;
-        }
+        const std::vector<Block> blocks = ScanBlocks(begin, end + inserted.size() - removed.GetSize(), last);
         const auto numReplaced = last - first;
         const auto replaced = m_blocks.insert(first, blocks.begin(), blocks.end()) + std::ssize(blocks);
         m_blocks.erase(replaced, replaced + numReplaced);
     }
     catch (...)
     {
-        m_text.replace(removed.m_begin, inserted.size(), former);
+        m_text.replace(removed.m_begin, inserted.size(), former); // for which there is room
         throw;
     }
 }

@@ -66,6 +66,7 @@ private:
     Document() = default;
 
     Block ScanBlock(std::size_t at, std::size_t until) const;
+    std::vector<Block> ScanBlocks(std::size_t at, std::size_t end, std::vector<Block>::const_iterator& last) const;
     bool FindClosingIn(std::size_t end, Depth& place) const;
 
     // Where the bracket is that closes the one at `opening`; the end of the text where there is none. Looks from a

@@ -4,8 +4,7 @@
     missing.py [--lines PERCENT] [--branches PERCENT] [--room PATTERN]... BUILD [FILE...]
 
 Counts are taken from gcov as data, since only there branches that were never reached say whether they are the compiler's for
-exceptions; these are left out. So is the way past an assertion, which ends in one, and the choice of a switch: its cases
-are lines. A template's branch counts as taken where one of its instances took it. Lines marked
+exceptions; these are left out. A template's branch counts as taken where one of its instances took it. Lines marked
 GCOVR_EXCL_LINE, or between GCOVR_EXCL_START and GCOVR_EXCL_STOP, are not counted: a reason stands behind the mark. Nor are
 lines of brackets alone: what runs there is what an exception destroys on its way.
 
@@ -24,10 +23,6 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 
 
-# Lines whose ways on are ends or lines by themselves.
-UNBRANCHED = re.compile(r"^\s*(KELM_ASSERT|switch) ?\(")
-
-
 class Counts:
     """Of one file: for each line of code whether it has run, and for each of its branches."""
 
@@ -35,22 +30,18 @@ class Counts:
         self.ran = {}
         self.branches = {}
         self.excluded = set()
-        self.unbranched = set()
         within = False
         for number, text in enumerate((ROOT / name).read_text().splitlines(), 1):
             within = (within or "GCOVR_EXCL_START" in text) and "GCOVR_EXCL_STOP" not in text
             if within or "GCOVR_EXCL_LINE" in text or not text.strip(" {}()[];,"):
                 self.excluded.add(number)
-            if UNBRANCHED.match(text):
-                self.unbranched.add(number)
 
     def add(self, line, num_instances):
         number = line["line_number"]
         if number in self.excluded:
             return
         self.ran[number] = self.ran.get(number, False) or line["count"] > 0
-        if number not in self.unbranched:
-            self.branches.setdefault(number, []).append((decisions(line["branches"]), num_instances))
+        self.branches.setdefault(number, []).append((decisions(line["branches"]), num_instances))
 
     # Those of a template's instances stand one behind the other. Of lambdas in what is constant gcov tells no function:
     # there the fewest that an object has are those of one instance.
