@@ -145,6 +145,46 @@ const ErrorRow s_errors[] = {
     {"nothing_like_it", "<argument 1>:1:1: error: Unexpected nothing_like_it after start of text in expression\n"
                         "nothing_like_it\n"
                         "^\n"},
+    // As others spell it.
+    {"true and false", "<argument 1>:1:6: error: Expected end of text when read and\n"
+                       "true and false\n"
+                       "     ^\n"
+                       "<argument 1>:1:6: note: the operator is &&\n"
+                       "true and false\n"
+                       "     ^\n"},
+    {"not true", "<argument 1>:1:1: error: Unexpected not after start of text in expression\n"
+                 "not true\n"
+                 "^\n"
+                 "<argument 1>:1:1: note: the operator is !\n"
+                 "not true\n"
+                 "^\n"},
+    {"(1 or 2)", "<argument 1>:1:4: error: Expected ) when read or\n"
+                 "(1 or 2)\n"
+                 "   ^\n"
+                 "<argument 1>:1:4: note: the operator is ||\n"
+                 "(1 or 2)\n"
+                 "   ^\n"},
+    {"2**3", "<argument 1>:1:3: error: Unexpected * after * in expression\n"
+             "2**3\n"
+             "  ^\n"
+             "<argument 1>:1:3: note: the operator is ^^\n"
+             "2**3\n"
+             "  ^\n"},
+    {"1 !== 2", "<argument 1>:1:5: error: Unexpected = after != in expression\n"
+                "1 !== 2\n"
+                "    ^\n"
+                "<argument 1>:1:5: note: the operator is !=\n"
+                "1 !== 2\n"
+                "    ^\n"},
+    {"2 * * 3", "<argument 1>:1:5: error: Unexpected * after * in expression\n"
+                "2 * * 3\n"
+                "    ^\n"},
+    {"min(1, 2)", "<argument 1>:1:1: error: Unexpected min after start of text in expression\n"
+                  "min(1, 2)\n"
+                  "^\n"
+                  "<argument 1>:1:1: note: with --natural, there is min(x, ...)\n"
+                  "min(1, 2)\n"
+                  "^\n"},
     // The processor refuses this division: the evaluation fails, the tool lives.
     {"(-9223372036854775807 - 1) / -1 + 3",
      "<argument 1>:1:31: error: Division fault: -9223372036854775808 divided by -1 is beyond int64\n"

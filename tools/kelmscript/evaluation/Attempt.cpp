@@ -36,8 +36,10 @@ Failure FailureOfException(const SourceText& source, const ParserBase& parser)
     {
         const std::size_t offset = OffsetOf(source, e.m_pos);
         const std::string message(e.m_description.view());
-        Failure failure{"syntax", message, offset, SuggestNames(source, parser, message, offset)};
+        Failure failure{"syntax", message, offset, {}};
         AddHint(failure, source.m_text);
+        if (failure.m_notes.empty())
+            failure.m_notes = SuggestNames(source, parser, message, offset);
         return failure;
     }
     catch (const KSValueException& e)

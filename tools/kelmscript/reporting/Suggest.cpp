@@ -1,31 +1,107 @@
 #include "Suggest.h"
 
+#include <kelm/private/expressions/Functions.h>
 #include <klUtils/text/EToken.h>
 #include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
 #include <optional>
+#include <string>
+#include <string_view>
 
 namespace kelm::tool
 {
 
-std::string HintFor(std::string_view message, std::string_view text, std::size_t offset)
+namespace
+{
+
+// What other languages call an operator of ours.
+struct Spelling
+{
+    std::string_view m_written;
+    std::string_view m_operator;
+};
+
+constexpr Spelling s_spellings[] = {
+    {"and", "&&"}, {"or", "||"},  {"not", "!"},  {"mod", "%"}, {"xor", "^"},
+    {"**", "^^"},  {"===", "=="}, {"!==", "!="}, {"<>", "!="},
+};
+
+// What is known of an error of values or syntax.
+struct Situation
+{
+    std::string_view m_message;
+    std::string_view m_before; // the text to the end of the token's first character
+    std::string_view m_word;   // that stands at the place, if one does
+};
+
+std::string HintForIntegers(const Situation& situation)
 {
     constexpr std::string_view fromValue = "No implicit conversion from value ";
     constexpr std::string_view toFloat = " to float64";
-    if (message.starts_with(fromValue) && message.ends_with(toFloat))
-    {
-        const std::string_view value =
-            message.substr(fromValue.size(), message.size() - fromValue.size() - toFloat.size());
-        if (value.find_first_not_of("-0123456789") == std::string_view::npos)
-            return "with --natural, functions of floats take integers";
-    }
-    if (message == ". not available on map")
-    {
-        const std::string_view rest = text.substr(offset);
-        const auto* const end = std::find_if_not(rest.begin(), rest.end(), IsIdentifierCharacter);
-        return "what a map holds is named by its key: [\"" + std::string(rest.begin(), end) + "\"]";
-    }
+    std::string_view message = situation.m_message;
+    if (!message.starts_with(fromValue) || !message.ends_with(toFloat))
+        return {};
+    message.remove_prefix(fromValue.size());
+    message.remove_suffix(toFloat.size());
+    return message.find_first_not_of("-0123456789") == std::string_view::npos
+               ? "with --natural, functions of floats take integers"
+               : "";
+}
+
+std::string HintForMaps(const Situation& situation)
+{
+    if (situation.m_message != ". not available on map")
+        return {};
+    return "what a map holds is named by its key: [\"" + std::string(situation.m_word) + "\"]";
+}
+
+bool IsOfGrammar(std::string_view message)
+{
+    return message.starts_with("Unexpected ") || message.starts_with("Expected ") ||
+           message.starts_with("Unknown name ");
+}
+
+std::string HintForSpelling(const Situation& situation)
+{
+    if (!IsOfGrammar(situation.m_message))
+        return {};
+    for (const auto& [written, ours] : s_spellings)
+        if (situation.m_word.empty() ? situation.m_before.ends_with(written) : situation.m_word == written)
+            return "the operator is " + std::string(ours);
+    return {};
+}
+
+std::string HintForFunctions(const Situation& situation)
+{
+    if (!situation.m_message.starts_with("Unexpected "))
+        return {};
+    for (const evaluation::OwnFunction& function : evaluation::GetOwnFunctions())
+        if (function.m_name == situation.m_word)
+            return "with --natural, there is " + std::string(function.m_name) + "(" + function.m_parameters + ")";
+    return {};
+}
+
+std::string HintForTexts(const Situation& situation)
+{
+    if (!situation.m_message.starts_with("Expected string when read ") || situation.m_word.empty())
+        return {};
+    return "a text stands in quotes: \"" + std::string(situation.m_word) + "\"";
+}
+
+constexpr std::string (*s_hints[])(const Situation&) = {HintForIntegers, HintForMaps, HintForSpelling, HintForFunctions,
+                                                        HintForTexts};
+
+} // namespace
+
+std::string HintFor(std::string_view message, std::string_view text, std::size_t offset)
+{
+    const std::string_view rest = text.substr(std::min(offset, text.size()));
+    const auto* const end = std::find_if_not(rest.begin(), rest.end(), IsIdentifierCharacter);
+    const Situation situation{message, text.substr(0, offset + 1), std::string_view(rest.begin(), end)};
+    for (const auto hintFor : s_hints)
+        if (std::string hint = hintFor(situation); !hint.empty())
+            return hint;
     return {};
 }
 

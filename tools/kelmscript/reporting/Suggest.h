@@ -18,7 +18,7 @@ namespace kelm::tool
 inline constexpr char s_noClasses[] =
     "no class is registered yet: name the module that describes it by --module or in KELMSCRIPT_MODULES";
 
-// What helps with an error of values at a place of an expression; empty for most.
+// What helps with an error at a place of an expression or of a value; empty for most.
 std::string HintFor(std::string_view message, std::string_view text, std::size_t offset);
 
 inline void AddHint(Failure& failure, std::string_view text)
