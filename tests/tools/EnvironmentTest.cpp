@@ -13,13 +13,6 @@ namespace
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-// Runs a shell's script, in which "$0" is the tool and "$1" a file.
-ProgramResult RunScript(const std::string& script, const std::string& file = {})
-{
-    return RunProgram({"/bin/sh", "-c", script, KELMSCRIPT, file}, {},
-                      {{"KELMSCRIPT_MODULES", KELM_TOOL_TYPES}, {"LC_ALL", "C"}, {"TERM", "dumb"}});
-}
-
 class Environment : public ::testing::Test
 {
 protected:
@@ -59,17 +52,12 @@ TEST_F(Environment, ClosedPipeEndsTheRun)
 TEST_F(Environment, UnreadableFileIsReported)
 {
     std::filesystem::permissions(m_note, std::filesystem::perms::none);
-    // The one who may read everything becomes nobody.
-    const std::string run = geteuid() == 0 ? "exec setpriv --reuid=65534 --regid=65534 --clear-groups " : "exec ";
-    if (geteuid() == 0)
-    {
-        std::filesystem::permissions(m_folder.GetPath(), std::filesystem::perms::all);
-        if (RunScript(run + "\"$0\" eval 1").m_exitCode != 0)
-            GTEST_SKIP() << "nobody cannot run the tool here";
-    }
+    const std::optional<std::string> exec = ExecUnprivileged(m_folder);
+    if (!exec)
+        GTEST_SKIP() << "nobody cannot run the tool here";
     for (const std::string command : {"eval -f \"$1\"", "eval --data \"$1\" 1", "check \"$1\"", "print \"$1\"",
                                       "get \"$1\" .text", "each it \"$1\""})
-        EXPECT_EQ(RunScript(run + "\"$0\" " + command, m_note),
+        EXPECT_EQ(RunScript(*exec + "\"$0\" " + command, m_note),
                   (ProgramResult{1, "", "kelmscript: error: cannot read " + m_note + ": Permission denied\n"}))
             << command;
 }

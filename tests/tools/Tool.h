@@ -9,9 +9,12 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 namespace kelm
 {
@@ -47,6 +50,24 @@ inline ProgramResult RunTool(const std::vector<std::string>& arguments, const st
 inline ProgramResult RunToolWithTypes(const std::vector<std::string>& arguments, const std::string& input = {})
 {
     return RunTool(arguments, input, {{"KELMSCRIPT_MODULES", KELM_TOOL_TYPES}});
+}
+
+// Runs a shell's script, in which "$0" is the tool and "$1" a file, with these types.
+inline ProgramResult RunScript(const std::string& script, const std::string& file = {})
+{
+    return RunProgram({"/bin/sh", "-c", script, KELMSCRIPT, file}, {},
+                      {{"KELMSCRIPT_MODULES", KELM_TOOL_TYPES}, {"LC_ALL", "C"}, {"TERM", "dumb"}});
+}
+
+// What a script begins a command with that runs without privileges: who may do everything becomes nobody. The folder is
+// opened to everyone. Nothing where nobody cannot run the tool.
+inline std::optional<std::string> ExecUnprivileged(const TemporaryFolder& folder)
+{
+    if (geteuid() != 0)
+        return "exec ";
+    std::filesystem::permissions(folder.GetPath(), std::filesystem::perms::all);
+    const std::string exec = "exec setpriv --reuid=65534 --regid=65534 --clear-groups ";
+    return RunScript(exec + "\"$0\" eval 1").m_exitCode == 0 ? std::optional(exec) : std::nullopt;
 }
 
 } // namespace kelm
