@@ -58,7 +58,7 @@ void PutAscii(std::string& out, char c)
             out += escape.m_letter;
             return;
         }
-    if (0 <= c && c < ' ')
+    if (static_cast<unsigned char>(c) < ' ')
     {
         constexpr char digits[] = "0123456789abcdef";
         out += "\\u00";
