@@ -29,7 +29,7 @@ public:
     explicit operator bool() const noexcept { return m_outcome.index() == 0; }
 
     // Throw the error where there is no value. The * of a temporary gives the value itself:
-    // (*TryRead<Order>(text)).lines may be gone through in a loop. What its -> leads to is valid until the end of the
+    // `(*TryRead<Order>(text)).lines` may be gone through in a loop. What its -> leads to is valid until the end of the
     // expression.
     T& operator*() & { return Value(*this); }
     const T& operator*() const& { return Value(*this); }
