@@ -24,7 +24,8 @@ void Require(bool condition)
 }
 
 // Requires that the steps of a path that has led to the address lead there, too, as far as there are any: what follows
-// a value is not part of a walk. Of paths that are written plainly.
+// a value is not part of a walk, which an optional and its like have been left for already where a bracket or a dot
+// follows. Of paths that are written plainly.
 void TakeSteps(const ptr<IObject>& root, std::string_view path, PathSteps::Access access, const void* address)
 {
     PathSteps steps(root, access);
@@ -45,7 +46,7 @@ void TakeSteps(const ptr<IObject>& root, std::string_view path, PathSteps::Acces
             if (name.empty() || std::isdigit(static_cast<unsigned char>(name.front())) != 0)
                 return;
             if (!steps.TryStepToField({name.data(), name.data() + name.size()}))
-                return Require(before == address);
+                return Require(before == address || steps.GetAddress() == address);
             continue;
         }
         const bool isPlain = !name.empty() && name.size() < 10 && path.starts_with(']') &&
@@ -54,7 +55,7 @@ void TakeSteps(const ptr<IObject>& root, std::string_view path, PathSteps::Acces
             return;
         path.remove_prefix(1);
         if (!steps.TryStepToElement(std::stoll(std::string(name))))
-            return Require(before == address);
+            return Require(before == address || steps.GetAddress() == address);
     }
     Require(steps.GetAddress() == address);
 }
