@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -74,6 +75,12 @@ public:
     virtual void Take(Span removed, std::string_view space) = 0;
 };
 
+// Of what begins a line. A blank line that is written stays, but not behind what leads.
+int BreaksBefore(const Piece& piece, bool isBehindLead)
+{
+    return isBehindLead || piece.m_numBreaks < 2 ? 1 : 2;
+}
+
 // Decides on all white space of a text.
 class Layouter
 {
@@ -94,7 +101,8 @@ private:
     // Brackets that are open.
     struct Level
     {
-        bool m_isFlat = false; // on one line
+        std::size_t m_indent = 0; // of lines in it
+        bool m_isFlat = false;    // on one line
         Rows m_rows = Rows::Single;
         bool m_isInColumn = false;
         uint32 m_keyWidth = 0;          // of the column; 0 where there is none
@@ -109,14 +117,14 @@ private:
     {
         std::size_t m_spacing; // before it, queued
         std::size_t m_place;   // where the line ends before that
-        uint32 m_written;      // where it begins in the text's line
+        std::size_t m_written; // where it begins in the text; s_nowhere where its line does not end behind it
         bool m_hasPadding;
     };
 
     Level& GetLevel() { return m_levels.back(); }
     bool IsFlat() const { return !m_levels.empty() && m_levels.back().m_isFlat; }
     std::size_t IndentOf(std::size_t depth) const { return std::min(depth, s_mostLevels) * m_options.m_indent; }
-    std::size_t GetIndent() const { return IndentOf(m_levels.size()); }
+    std::size_t GetIndent() const { return m_levels.empty() ? 0 : m_levels.back().m_indent; }
 
     void PutFlat();
     void PutBetween();
@@ -124,16 +132,26 @@ private:
     void PutToken();
     void TakeOpening();
     std::size_t CountPadding();
+    bool BeginItem(std::size_t numBehind);
+    void PutComments(std::size_t numBehind, bool& isOnLine, bool& isLead);
     void PutBehind(const Comment& comment, bool isWrittenSo);
-    void AllowBreak(const Piece& first);
+    inline void AllowBreak(const Piece& first);
     void BreakBefore(Level& level);
 
-    void Put(const Piece& piece, std::size_t numBlanks, int numBreaks = 0);
+    inline void Put(const Piece& piece, std::size_t numBlanks, int numBreaks = 0);
+    inline bool IsWrittenSo(Span space, std::size_t numBlanks) const;
+    void Change(const Piece& piece, std::size_t numBlanks, int numBreaks);
     void PutComment(const Comment& comment, std::size_t numBlanks, int numBreaks = 0);
     bool IsKept(const Piece& piece) const;
     void Keep(const Piece& piece);
     void EndLine(int numBreaks);
-    void EndCommentColumn();
+    void EndCommentColumn()
+    {
+        if (!m_commentColumn.empty())
+            AlignComments();
+    }
+    void AlignComments();
+    bool IsInColumn(std::span<const LineComment> comments) const;
     void Send();
 
     std::string_view m_text;
@@ -184,16 +202,21 @@ void Layouter::PutToken()
     m_place += m_walk.GetTokenWidth();
     if (kind == Kind::Closing)
         m_levels.pop_back();
-    else if (kind == Kind::Comma)
+    if (m_walk.HasComma())
+    {
+        GetLevel().m_beginsWithComma = false;
+        ++m_place;
+    }
+    if (kind == Kind::Comma || m_walk.HasComma())
         BreakBefore(GetLevel());
 }
 
 void Layouter::TakeOpening()
 {
     const Shape& shape = m_shapes.m_brackets[m_bracket++];
-    Level level;
+    Level level{.m_indent = IndentOf(m_levels.size() + 1)};
     level.m_isFlat = IsFlat() || (!shape.m_hasBreak && m_place + shape.m_width <= m_options.m_width);
-    const bool isGrid = shape.m_isGrid && IndentOf(m_levels.size() + 1) + shape.m_widestRow <= m_options.m_width;
+    const bool isGrid = shape.m_isGrid && level.m_indent + shape.m_widestRow <= m_options.m_width;
     level.m_rows = isGrid ? Rows::Kept : shape.m_rows;
     m_levels.push_back(level);
 }
@@ -221,11 +244,6 @@ void Layouter::PutFlat()
 void Layouter::PutInside()
 {
     const bool isComma = m_walk.GetWhere() == Where::Comma;
-    if (isComma && m_walk.GetComments().empty()) // most of them
-    {
-        GetLevel().m_beginsWithComma = false;
-        return Put(m_walk.GetPiece(), 0);
-    }
     const std::size_t deeper = GetIndent() + m_options.m_indent;
     bool isBehindLine = false;
     std::size_t numBlanks = m_walk.IsBlankBefore() ? 1 : 0;
@@ -280,53 +298,61 @@ void Layouter::PutBetween()
     const bool isClosing = where == Where::Close || where == Where::Empty;
     if (isClosing)
         BreakBefore(GetLevel());
-    if (where == Where::Empty && comments.empty())
-        return Put(token, 0);
-
-    bool isInRow = false; // whether the first piece may stay on the line
-    bool isFilled = false;
-    if (m_walk.BeginsItem())
-    {
-        Level& level = GetLevel();
-        level.m_canBreak = false;
-        if (where != Where::Open && m_walk.IsBehindBlankLine())
-            level.m_isInColumn = false;
-        isInRow = where == Where::AfterComma && (level.m_rows != Rows::Single || level.m_beginsWithComma);
-        isFilled = isInRow && level.m_rows == Rows::Filled && !level.m_beginsWithComma;
-        level.m_beginsWithComma = false;
-    }
-    bool isLead = where == Where::Begin || where == Where::Open || where == Where::Empty; // no blank line may follow
     const std::size_t numBehind = m_walk.CountBehind();
-    for (std::size_t i = 0; i < numBehind; ++i)
-        if (i == 0)
-            PutBehind(comments[0], comments.size() > numBehind || token.m_numBreaks > 0);
-        else
-            PutComment(comments[i], 1);
-    for (std::size_t i = numBehind; i <= comments.size(); ++i)
+    bool isOnLine = m_walk.BeginsItem() && BeginItem(numBehind);
+    bool isLead = where == Where::Begin || where == Where::Open || where == Where::Empty; // no blank line may follow
+    if (!comments.empty()) [[unlikely]]
+        PutComments(numBehind, isOnLine, isLead);
+    else if (where == Where::Begin || where == Where::Empty)
+        return Put(token, 0);
+    if (isClosing || where == Where::End)
+        Put(token, isClosing ? IndentOf(m_levels.size() - 1) : 0, 1);
+    else if (isOnLine)
+        Put(token, 1);
+    else
+        Put(token, GetIndent(), BreaksBefore(token, isLead));
+}
+
+// Whether the first piece of an item stays on the line, as it may in a row.
+bool Layouter::BeginItem(std::size_t numBehind)
+{
+    Level& level = GetLevel();
+    level.m_canBreak = false;
+    if (m_walk.GetWhere() != Where::Open && m_walk.IsBehindBlankLine())
+        level.m_isInColumn = false;
+    const bool beginsWithComma = std::exchange(level.m_beginsWithComma, false);
+    if (m_walk.GetWhere() != Where::AfterComma || numBehind > 0)
+        return false;
+    const Piece& first = m_walk.GetComments().empty() ? m_walk.GetPiece() : m_walk.GetComments().front();
+    const bool isInRow = level.m_rows != Rows::Single || beginsWithComma;
+    const bool isFilled = level.m_rows == Rows::Filled && !beginsWithComma;
+    if (!isInRow || (!isFilled && first.m_numBreaks > 0))
+        return false;
+    AllowBreak(first);
+    return true;
+}
+
+// Those before a token between items; then tells of the token what it has told of the first of them.
+void Layouter::PutComments(std::size_t numBehind, bool& isOnLine, bool& isLead)
+{
+    const std::vector<Comment>& comments = m_walk.GetComments();
+    const bool isAtBegin = m_walk.GetWhere() == Where::Begin;
+    const Comment* comment = comments.data();
+    const Comment* const end = comment + comments.size();
+    if (const Comment* const behindEnd = comment + numBehind; comment != behindEnd)
     {
-        const Piece& piece = i < comments.size() ? comments[i] : token;
-        const bool isToken = &piece == &token;
-        const bool isOnLine =
-            i > numBehind ? piece.m_numBreaks == 0 : i == 0 && isInRow && (isFilled || piece.m_numBreaks == 0);
-        std::size_t numBlanks = GetIndent();
-        int numBreaks = isLead || piece.m_numBreaks < 2 ? 1 : 2;
-        if (isToken && (isClosing || where == Where::End))
-        {
-            numBlanks = isClosing ? IndentOf(m_levels.size() - 1) : 0;
-            numBreaks = 1;
-        }
-        else if (isOnLine || (where == Where::Begin && i == 0))
-        {
-            numBlanks = isOnLine ? 1 : 0;
-            numBreaks = 0;
-        }
-        isLead &= numBreaks == 0 && where != Where::Begin;
-        if (i == 0 && isOnLine)
-            AllowBreak(piece);
-        if (isToken)
-            Put(piece, numBlanks, numBreaks);
-        else
-            PutComment(comments[i], comments[i].m_isHash ? 0 : numBlanks, numBreaks);
+        PutBehind(*comment, behindEnd != end || m_walk.GetPiece().m_numBreaks > 0);
+        while (++comment != behindEnd)
+            PutComment(*comment, 1);
+    }
+    for (bool isFirst = isAtBegin; comment != end; isFirst = false)
+    {
+        const bool hasBreak = !isOnLine && !isFirst;
+        const std::size_t numBlanks = isOnLine ? 1 : isFirst ? 0 : GetIndent();
+        PutComment(*comment, comment->m_isHash ? 0 : numBlanks, hasBreak ? BreaksBefore(*comment, isLead) : 0);
+        isLead &= !hasBreak && !isAtBegin;
+        ++comment;
+        isOnLine = (comment != end ? *comment : m_walk.GetPiece()).m_numBreaks == 0;
     }
 }
 
@@ -338,10 +364,8 @@ void Layouter::PutBehind(const Comment& comment, bool isWrittenSo)
     PutComment(comment, 1);
     if (comment.m_isMultiLine || IsKept(comment))
         return;
-    uint32 written = s_noColumn;
-    if (const std::size_t at = comment.m_span.m_begin; isWrittenSo)
-        written = static_cast<uint32>(WidthOf(Span{LineStartOf(m_text, at), at}.In(m_text)));
-    m_lineComment = {m_queue.size() - 1, place, written, comment.m_space.GetSize() > 1};
+    m_lineComment = {m_queue.size() - 1, place, isWrittenSo ? comment.m_span.m_begin : s_nowhere,
+                     comment.GetSpace().GetSize() > 1};
 }
 
 // Before an item that is put on the line of another one, a blank behind it.
@@ -349,7 +373,7 @@ void Layouter::AllowBreak(const Piece& first)
 {
     Level& level = GetLevel();
     level.m_canBreak = level.m_rows != Rows::Single && !IsKept(first);
-    level.m_itemSpace = first.m_space;
+    level.m_itemSpace = first.GetSpace();
     level.m_item = m_queue.size();
     level.m_itemPlace = m_place + 1;
 }
@@ -368,28 +392,37 @@ void Layouter::BreakBefore(Level& level)
     m_place = spacing.m_numBlanks + (m_place - level.m_itemPlace);
     m_lineIndent = spacing.m_numBlanks;
     EndCommentColumn();
+    if (!m_lineComment)
+        Send();
 }
 
 // --- Pieces
 
 bool Layouter::IsKept(const Piece& piece) const
 {
-    return piece.m_isKept || piece.m_span.m_begin < m_range.m_begin || piece.m_span.m_begin > m_range.m_end;
+    return piece.m_isKept || piece.m_span.m_begin - m_range.m_begin > m_range.GetSize(); // or before it, which wraps
 }
 
 void Layouter::Put(const Piece& piece, std::size_t numBlanks, int numBreaks)
 {
     if (IsKept(piece))
         return Keep(piece);
-    if (numBreaks == 0 && numBlanks < 2 && piece.m_space.GetSize() == numBlanks && !m_isAwaited &&
-        (numBlanks == 0 || m_text[piece.m_space.m_begin] == ' ')) // the commonest case
-    {
-        m_place += numBlanks;
-        return;
-    }
+    if (numBreaks > 0 || m_isAwaited || !IsWrittenSo(piece.GetSpace(), numBlanks))
+        return Change(piece, numBlanks, numBreaks);
+    m_place += numBlanks;
+}
+
+// Most often there is none or one.
+bool Layouter::IsWrittenSo(Span space, std::size_t numBlanks) const
+{
+    return numBlanks < 2 && space.GetSize() == numBlanks && (numBlanks == 0 || m_text[space.m_begin] == ' ');
+}
+
+void Layouter::Change(const Piece& piece, std::size_t numBlanks, int numBreaks)
+{
     if (numBreaks > 0)
         EndLine(numBreaks);
-    m_queue.push_back({piece.m_space, numBlanks, static_cast<uint8>(numBreaks), m_shapes.m_isCrLf || m_isBehindCr});
+    m_queue.push_back({piece.GetSpace(), numBlanks, static_cast<uint8>(numBreaks), m_shapes.m_isCrLf || m_isBehindCr});
     m_isBehindCr = m_isAwaited = false;
     m_place = numBlanks + (numBreaks > 0 ? 0 : m_place);
     if (numBreaks > 0)
@@ -399,13 +432,13 @@ void Layouter::Put(const Piece& piece, std::size_t numBlanks, int numBreaks)
 void Layouter::PutComment(const Comment& comment, std::size_t numBlanks, int numBreaks)
 {
     Put(comment, numBlanks, numBreaks);
-    const std::string_view text = comment.m_span.In(m_text);
-    m_isBehindCr = text.ends_with('\r');
+    m_isBehindCr = m_text[comment.m_span.m_end - 1] == '\r';
     if (!comment.m_isMultiLine)
     {
-        m_place += WidthOf(text);
+        m_place += comment.m_width;
         return;
     }
+    const std::string_view text = comment.m_span.In(m_text);
     m_place = WidthOf(text.substr(text.rfind('\n') + 1));
     m_lineComment.reset();
     if (!m_levels.empty())
@@ -417,7 +450,7 @@ void Layouter::Keep(const Piece& piece)
     m_isBehindCr = m_isAwaited = false;
     if (piece.m_numBreaks == 0)
     {
-        m_place += piece.m_space.GetSize();
+        m_place += piece.GetSpace().GetSize();
         return;
     }
     EndLine(2);
@@ -442,23 +475,27 @@ void Layouter::EndLine(int numBreaks)
 }
 
 // Comments that were written in a column stand in one, behind the longest line.
-void Layouter::EndCommentColumn()
+void Layouter::AlignComments()
 {
-    if (m_commentColumn.empty())
-        return;
-    std::vector<uint32> written;
-    std::size_t place = 0;
-    bool hasPadding = false;
-    for (const LineComment& comment : m_commentColumn)
+    if (IsInColumn(m_commentColumn))
     {
-        written.push_back(comment.m_written);
-        place = std::max(place, comment.m_place);
-        hasPadding |= comment.m_hasPadding;
-    }
-    if (hasPadding && IsColumn(written))
+        std::size_t place = 0;
+        for (const LineComment& comment : m_commentColumn)
+            place = std::max(place, comment.m_place);
         for (const LineComment& comment : m_commentColumn)
             m_queue[comment.m_spacing].m_numBlanks = place - comment.m_place + 1;
+    }
     m_commentColumn.clear();
+}
+
+bool Layouter::IsInColumn(std::span<const LineComment> comments) const
+{
+    if (std::none_of(comments.begin(), comments.end(), [](const LineComment& c) { return c.m_hasPadding; }))
+        return false;
+    std::vector<std::size_t> places;
+    for (const LineComment& comment : comments)
+        places.push_back(comment.m_written);
+    return AreInColumn(m_text, places);
 }
 
 void Layouter::Send()

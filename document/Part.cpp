@@ -19,8 +19,13 @@ ScannedPart LineCommentTo(const char* past, const char* end)
 
 [[gnu::noinline]] ScannedPart ScanAnyPart(const char* begin, const char* p, const char* end)
 {
-    if (*p == '/' && p + 1 != end && p[1] == '/') // most comments
+    // Most are comments.
+    const char second = *p == '/' && p + 1 != end ? p[1] : '\0';
+    if (second == '/' || (*p == '#' && p != begin && p[-1] == '\n'))
         return LineCommentTo(text::SkipLine(p, end), end);
+    if (second == '*')
+        if (const char* const past = text::SkipBlockComment(p, end); past != nullptr)
+            return {PartKind::Comment, TOKEN_UNDEF, past};
     const std::string_view all(begin, static_cast<std::size_t>(end - begin));
     const bool hasMark = all.starts_with(s_byteOrderMark);
     const char* const behindMark = begin + (hasMark ? s_byteOrderMark.size() : 0);

@@ -34,13 +34,8 @@ public:
     [[gnu::always_inline]] inline void Add(const Piece& piece, const Traits& traits, std::size_t width,
                                            std::size_t keyWidth);
 
-    // A comma that nothing stands before.
-    void AddComma(bool isKept)
-    {
-        constexpr unsigned bits = static_cast<unsigned>(Kind::Comma) << KIND | static_cast<unsigned>(Where::Comma)
-                                                                                   << WHERE;
-        m_notes.push_back({static_cast<uint16>(bits | unsigned{isKept} << IS_KEPT), 0, 1});
-    }
+    // Right behind the token that was added last.
+    void AddComma() { m_notes.back().m_bits |= 1U << HAS_COMMA; }
 
 private:
     friend class NoteReader;
@@ -70,13 +65,13 @@ private:
         IS_BLANK_BEHIND_OTHERS = 12,
         IS_IN_COLUMN = 13,
         HAS_WIDTH = 14, // other than its size
+        HAS_COMMA = 15,
     };
     static constexpr unsigned s_enumMask = 15;
     static constexpr unsigned s_breaksMask = 3;
 
-    [[gnu::always_inline]] inline void Add(const Piece& piece, unsigned bits);
-    static uint8 Fitting(std::size_t size) { return static_cast<uint8>(std::min<std::size_t>(size, s_isLong)); }
-    void AddNumbers(std::size_t space, std::size_t size);
+    [[gnu::always_inline]] inline void Add(const Piece& piece, unsigned bits, std::size_t width);
+    void AddNumbers(std::size_t space, std::size_t size, std::size_t width);
 
     std::vector<Note> m_notes;
     std::vector<std::size_t> m_numbers; // in the order in which they are asked for
@@ -95,6 +90,7 @@ public:
     [[gnu::always_inline]] inline bool Next();
 
     std::size_t GetTokenWidth() const { return m_width; }
+    bool HasComma() const { return Has(Notes::HAS_COMMA); } // right behind it, which is no piece
     bool CanBeInColumn() const { return Has(Notes::IS_IN_COLUMN); }
     std::size_t GetKeyWidth() const { return m_keyWidth; } // of those that can
 
@@ -118,25 +114,24 @@ private:
 
 // --- Inside ----------------------------------------------------------------------------------------------------------
 
-inline void Notes::Add(const Piece& piece, unsigned bits)
+inline void Notes::Add(const Piece& piece, unsigned bits, std::size_t width)
 {
-    bits |= piece.m_numBreaks << BREAKS | unsigned{piece.m_isKept} << IS_KEPT;
-    const std::size_t space = piece.m_space.GetSize();
+    const std::size_t space = piece.GetSpace().GetSize();
     const std::size_t size = piece.m_span.GetSize();
-    m_notes.push_back({static_cast<uint16>(bits), Fitting(space), Fitting(size)});
-    if (std::max(space, size) >= s_isLong) [[unlikely]]
-        AddNumbers(space, size);
+    bits |= piece.m_numBreaks << BREAKS | unsigned{piece.m_isKept} << IS_KEPT | unsigned{width != size} << HAS_WIDTH;
+    m_notes.push_back({static_cast<uint16>(bits), static_cast<uint8>(space), static_cast<uint8>(size)});
+    if ((space | size) >= s_isLong || width != size) [[unlikely]]
+        AddNumbers(space, size, width);
 }
 
 inline void Notes::Add(const Piece& piece, const Traits& traits, std::size_t width, std::size_t keyWidth)
 {
-    const bool hasWidth = width != piece.m_span.GetSize();
-    Add(piece, static_cast<unsigned>(traits.m_kind) << KIND | static_cast<unsigned>(traits.m_where) << WHERE |
-                   unsigned{traits.m_isBehindBlank} << IS_BEHIND_BLANK |
-                   unsigned{traits.m_isBlankBehindOthers} << IS_BLANK_BEHIND_OTHERS |
-                   unsigned{traits.m_isInColumn} << IS_IN_COLUMN | unsigned{hasWidth} << HAS_WIDTH);
-    if (hasWidth) [[unlikely]]
-        m_numbers.push_back(width);
+    Add(piece,
+        static_cast<unsigned>(traits.m_kind) << KIND | static_cast<unsigned>(traits.m_where) << WHERE |
+            unsigned{traits.m_isBehindBlank} << IS_BEHIND_BLANK |
+            unsigned{traits.m_isBlankBehindOthers} << IS_BLANK_BEHIND_OTHERS |
+            unsigned{traits.m_isInColumn} << IS_IN_COLUMN,
+        width);
     if (traits.m_isInColumn)
         m_numbers.push_back(keyWidth);
 }
@@ -144,13 +139,16 @@ inline void Notes::Add(const Piece& piece, const Traits& traits, std::size_t wid
 inline void NoteReader::TakePiece()
 {
     const Notes::Note& note = *m_next++;
+    const std::size_t spaceBegin = m_piece.m_span.m_end + (HasComma() ? 1 : 0);
     m_bits = note.m_bits;
     m_kind = static_cast<Kind>(m_bits >> Notes::KIND & Notes::s_enumMask);
-    const std::size_t begin = m_piece.m_span.m_end + NumberOr(note.m_space);
-    m_piece.m_space = {m_piece.m_span.m_end, begin};
+    const std::size_t begin = spaceBegin + NumberOr(note.m_space);
+    m_piece.m_spaceBegin = spaceBegin;
     m_piece.m_span = {begin, begin + NumberOr(note.m_size)};
     m_piece.m_numBreaks = m_bits >> Notes::BREAKS & Notes::s_breaksMask;
+    m_mostBreaks = std::max(m_mostBreaks, m_piece.m_numBreaks);
     m_piece.m_isKept = Has(Notes::IS_KEPT);
+    m_width = Has(Notes::HAS_WIDTH) ? *m_number++ : m_piece.m_span.GetSize();
 }
 
 inline bool NoteReader::Next()
@@ -158,10 +156,10 @@ inline bool NoteReader::Next()
     if (m_next == m_past)
         return false;
     m_comments.clear();
+    m_mostBreaks = 0;
     for (TakePiece(); GetKind() == Kind::Comment; TakePiece())
         TakeComment();
     m_where = static_cast<Where>(m_bits >> Notes::WHERE & Notes::s_enumMask);
-    m_width = Has(Notes::HAS_WIDTH) ? *m_number++ : m_piece.m_span.GetSize();
     if (CanBeInColumn())
         m_keyWidth = *m_number++;
     return true;

@@ -3,6 +3,7 @@
 #include <kelmDocument/private/ScanPartHere.h>
 
 #include <klUtils/text/private/Blocks.h>
+#include <klUtils/text/private/ShortText.h>
 
 #include <algorithm>
 
@@ -12,26 +13,27 @@ namespace kelm::formatting
 namespace
 {
 
-constexpr bool IsInside(char c)
+// How many of eight octets are within a character, as those are whose upper bits are 10.
+std::size_t CountInside(uint64 octets)
 {
-    return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
+    constexpr uint64 ones = 0x0101010101010101;
+    return static_cast<std::size_t>((octets >> 7 & ~octets >> 6 & ones) * ones >> 56);
 }
-
-// Octets that are not a character each.
-struct Others
-{
-    static text::Lanes In(const text::Block& block) { return block.AreBeyondAscii(); }
-    static bool In(char c) { return static_cast<unsigned char>(c) >= 0x80; }
-};
 
 } // namespace
 
 // Most texts have one octet a character, which is seen sixteen at a time.
 std::size_t WidthOf(std::string_view text)
 {
-    const char* const end = text.data() + text.size();
-    const char* const other = text::FindFirst<Others>(text.data(), end);
-    return text.size() - static_cast<std::size_t>(std::count_if(other, end, IsInside));
+    const char* p = text.data();
+    std::size_t left = text.size();
+    const auto pass = [&](std::size_t size) { p += size, left -= size; };
+    while (left >= text::s_blockSize && !HasAny(text::Block(p).AreBeyondAscii()))
+        pass(text::s_blockSize);
+    std::size_t numInside = 0;
+    for (; left > s_maxShortText; pass(s_maxShortText))
+        numInside += CountInside(LoadWord<uint64>(p));
+    return text.size() - numInside - CountInside(WordOfShortText(p, left));
 }
 
 std::size_t MarkSizeOf(std::string_view text)
@@ -42,12 +44,6 @@ std::size_t MarkSizeOf(std::string_view text)
 std::size_t LineStartOf(std::string_view text, std::size_t at)
 {
     return std::max(MarkSizeOf(text), at == 0 ? 0 : text.rfind('\n', at - 1) + 1);
-}
-
-bool Found::IsCommentBehind(unsigned numBreaks) const
-{
-    return std::any_of(m_comments.begin(), m_comments.end(),
-                       [&](const Comment& c) { return c.m_numBreaks >= numBreaks; });
 }
 
 std::size_t Found::CountCommentsBehind() const

@@ -30,7 +30,7 @@ enum class Where : uint8
 enum class Kind : uint8
 {
     Comment,
-    Number, // this and what follows up to an opening bracket can begin a value
+    Number, // with its sign where nothing is between; this and what follows up to an opening bracket can begin a value
     Literal,
     Name,
     Sign,
@@ -44,10 +44,12 @@ enum class Kind : uint8
 // A token or a comment, and the white space before it.
 struct Piece
 {
-    Span m_space;
+    std::size_t m_spaceBegin;
     Span m_span;
     unsigned m_numBreaks; // before it: none, one or more
     bool m_isKept;        // whether the white space is to stay as it is
+
+    Span GetSpace() const { return {m_spaceBegin, m_span.m_begin}; }
 };
 
 struct Comment : Piece
@@ -55,6 +57,7 @@ struct Comment : Piece
     bool m_isLine; // which a line break ends
     bool m_isHash; // which begins its line
     bool m_isMultiLine;
+    std::size_t m_width;
 };
 
 // A token with the comments before it, and what it is to the token before.
@@ -70,18 +73,18 @@ public:
     // How many of the comments belong to what is before them and begin on its line, between items.
     std::size_t CountBehind() const { return m_comments.empty() ? 0 : CountCommentsBehind(); }
     // Whether a line break stands before it or a comment of it; a blank line.
-    bool IsBehindBreak() const { return m_piece.m_numBreaks > 0 || (!m_comments.empty() && IsCommentBehind(1)); }
-    bool IsBehindBlankLine() const { return m_piece.m_numBreaks > 1 || (!m_comments.empty() && IsCommentBehind(2)); }
+    bool IsBehindBreak() const { return m_mostBreaks > 0; }
+    bool IsBehindBlankLine() const { return m_mostBreaks > 1; }
 
 protected:
     Piece m_piece{};
     std::vector<Comment> m_comments;
+    unsigned m_mostBreaks = 0; // before it or a comment of it
     Kind m_kind = Kind::Other;
     Where m_where = Where::Begin;
 
 private:
     std::size_t CountCommentsBehind() const;
-    bool IsCommentBehind(unsigned numBreaks) const;
 };
 
 // How many characters a text has.

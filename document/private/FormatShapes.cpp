@@ -13,9 +13,12 @@ namespace
 // Longer texts stand on lines of their own.
 constexpr std::size_t s_widestShortText = 12;
 
+// What is wider is taken to be as wide.
+constexpr uint32 s_widest = std::numeric_limits<uint32>::max() - 1;
+
 uint32 Saturated(std::size_t width)
 {
-    return static_cast<uint32>(std::min<std::size_t>(width, s_noColumn - 1));
+    return static_cast<uint32>(std::min<std::size_t>(width, s_widest));
 }
 
 class Measurement
@@ -31,9 +34,9 @@ public:
             if (m_walk.GetKind() == Kind::End)
                 break;
             Take();
+            if (m_walk.NextComma())
+                TakeComma();
             m_flatEndBefore = m_walk.GetFlatEnd();
-            for (Piece sign; m_walk.NextElement(sign);)
-                TakeElement(m_levels.back(), sign);
         }
         m_shapes.m_isCrLf = m_walk.IsCrLf();
         return m_walk.GetError();
@@ -62,7 +65,8 @@ private:
 
     [[gnu::always_inline]] inline void AddNotes();
     void Take();
-    [[gnu::always_inline]] inline void TakeElement(Level& level, const Piece& sign);
+    void TakeComma();
+    void WidenClosed();
     void TakeItem(Level& level);
     void TakeSeparator(Level& level);
     void TakeOpening();
@@ -75,20 +79,25 @@ private:
     FormatWalk m_walk;
     Shapes& m_shapes;
     std::vector<Level> m_levels;
-    std::vector<uint32> m_places; // in their lines, of separators in the open columns
+    std::vector<std::size_t> m_places; // of separators in the open columns; s_nowhere within their lines
     std::size_t m_flatEndBefore = 0;
     std::size_t m_closed = 0; // the bracket of the last token, plus 1
 };
 
 void Measurement::AddNotes()
 {
-    for (const Comment& comment : m_walk.GetComments())
-        m_shapes.m_notes.Add(comment);
+    bool isBlankBehindComments = false;
+    if (!m_walk.GetComments().empty()) [[unlikely]]
+    {
+        for (const Comment& comment : m_walk.GetComments())
+            m_shapes.m_notes.Add(comment);
+        isBlankBehindComments = m_walk.IsBlankBehindComments();
+    }
     const bool isInColumn = m_walk.CanBeInColumn();
-    m_shapes.m_notes.Add(m_walk.GetPiece(),
-                         {m_walk.GetKind(), m_walk.GetWhere(), m_walk.IsBlankBefore(),
-                          !m_walk.GetComments().empty() && m_walk.IsBlankBehindComments(), isInColumn},
-                         m_walk.GetTokenWidth(), isInColumn ? m_walk.GetKeyWidth() : 0);
+    m_shapes.m_notes.Add(
+        m_walk.GetPiece(),
+        {m_walk.GetKind(), m_walk.GetWhere(), m_walk.IsBlankBefore(), isBlankBehindComments, isInColumn},
+        m_walk.GetTokenWidth(), isInColumn ? m_walk.GetKeyWidth() : 0);
 }
 
 void Measurement::Take()
@@ -97,14 +106,14 @@ void Measurement::Take()
     if (!m_levels.empty())
     {
         Level& level = m_levels.back();
-        const bool isPlain = m_walk.GetPiece().m_numBreaks < 2 && m_walk.GetComments().empty(); // most often
-        level.m_keepsRows |= !isPlain && IsRowBreaking();
+        if (!m_walk.GetComments().empty() || m_walk.IsBehindBlankLine()) [[unlikely]]
+            level.m_keepsRows |= IsRowBreaking();
         if (m_walk.BeginsItem())
             TakeItem(level);
         else if (m_walk.IsSeparator())
             TakeSeparator(level);
-        else if (m_walk.GetWhere() == Where::Comma && m_closed != 0)
-            ++m_shapes.m_brackets[m_closed - 1].m_width;
+        else if (m_walk.GetWhere() == Where::Comma)
+            WidenClosed();
         level.m_hasLongTexts |= kind == Kind::Literal && m_walk.GetTokenWidth() > s_widestShortText;
     }
     m_closed = 0;
@@ -114,26 +123,18 @@ void Measurement::Take()
         TakeClosing(m_levels.back());
 }
 
-// What AddNotes and Take do for the comma and for what NextElement has come to.
-void Measurement::TakeElement(Level& level, const Piece& sign)
+// What AddNotes and Take do for a comma right behind the token.
+void Measurement::TakeComma()
 {
-    const std::size_t width = m_walk.GetTokenWidth();
-    const bool hasSign = !sign.m_span.IsEmpty();
-    const Piece& first = hasSign ? sign : m_walk.GetPiece();
-    m_shapes.m_notes.AddComma(first.m_isKept);
-    if (hasSign)
-        m_shapes.m_notes.Add(sign, {Kind::Sign, Where::AfterComma, true, false, false}, 1, 0);
-    m_shapes.m_notes.Add(m_walk.GetPiece(), {m_walk.GetKind(), m_walk.GetWhere(), !hasSign, false, false}, width, 0);
-    level.m_hasLongTexts |= m_walk.GetKind() == Kind::Literal && width > s_widestShortText;
-    level.m_beginsLine = first.m_numBreaks > 0;
-    if (level.m_beginsLine)
-    {
-        ++m_flatEndBefore; // behind the comma
-        EndRow(level);
-        level.m_rowBegin = m_flatEndBefore + 1;
-    }
-    ++level.m_numInRow;
-    m_flatEndBefore = m_walk.GetFlatEnd();
+    m_shapes.m_notes.AddComma();
+    WidenClosed();
+}
+
+// By the comma behind it.
+void Measurement::WidenClosed()
+{
+    if (m_closed != 0)
+        ++m_shapes.m_brackets[m_closed - 1].m_width;
 }
 
 // Whether what stands before the token makes lines that cannot be filled: comments that a line break is beside, and
@@ -191,11 +192,8 @@ void Measurement::TakeSeparator(Level& level)
     }
     uint32& width = m_shapes.m_keyWidths[level.m_column];
     width = std::max(width, Saturated(m_walk.GetKeyWidth()));
-    level.m_hasPadding |= piece.m_numBreaks == 0 && piece.m_space.GetSize() > 1;
-    const bool hasPlace = level.m_beginsLine && piece.m_numBreaks == 0;
-    m_places.push_back(
-        hasPlace ? Saturated(WidthOf(Span{LineStartOf(m_text, piece.m_span.m_begin), piece.m_span.m_begin}.In(m_text)))
-                 : s_noColumn);
+    level.m_hasPadding |= piece.m_numBreaks == 0 && piece.GetSpace().GetSize() > 1;
+    m_places.push_back(level.m_beginsLine && piece.m_numBreaks == 0 ? piece.m_span.m_begin : s_nowhere);
 }
 
 void Measurement::EndColumn(Level& level)
@@ -203,7 +201,7 @@ void Measurement::EndColumn(Level& level)
     if (!level.m_isInColumn)
         return;
     level.m_isInColumn = false;
-    if (!level.m_hasPadding || !IsColumn(std::span(m_places).subspan(level.m_firstPlace)))
+    if (!level.m_hasPadding || !AreInColumn(m_text, std::span(m_places).subspan(level.m_firstPlace)))
         m_shapes.m_keyWidths[level.m_column] = 0;
     m_places.resize(level.m_firstPlace);
 }
@@ -237,18 +235,21 @@ void Measurement::TakeClosing(Level& level)
 } // namespace
 
 // By a majority vote: the candidate is the only one that can have it.
-bool IsColumn(std::span<const uint32> columns)
+bool AreInColumn(std::string_view text, std::span<const std::size_t> places)
 {
-    uint32 candidate = s_noColumn;
+    std::vector<std::size_t> columns;
+    for (const std::size_t at : places)
+        columns.push_back(at == s_nowhere ? s_nowhere : WidthOf(Span{LineStartOf(text, at), at}.In(text)));
+    std::size_t candidate = s_nowhere;
     std::size_t lead = 0;
-    for (const uint32 column : columns)
+    for (const std::size_t column : columns)
     {
         if (lead == 0)
             candidate = column;
         lead += column == candidate ? 1 : std::size_t{0} - 1;
     }
     const auto count = static_cast<std::size_t>(std::count(columns.begin(), columns.end(), candidate));
-    return candidate != s_noColumn && 2 * count > columns.size();
+    return candidate != s_nowhere && 2 * count > columns.size();
 }
 
 std::optional<Diagnostic> FindShapes(std::string_view text, Shapes& shapes)

@@ -42,11 +42,11 @@ struct Shapes
     bool m_isCrLf = false;           // whether lines end as on Windows
 };
 
-// A column that is none.
-inline constexpr uint32 s_noColumn = std::numeric_limits<uint32>::max();
+// A place that is in no column.
+inline constexpr std::size_t s_nowhere = std::numeric_limits<std::size_t>::max();
 
-// Whether most of these are the same.
-bool IsColumn(std::span<const uint32> columns);
+// Whether most of these places in a text are in one column of their lines.
+bool AreInColumn(std::string_view text, std::span<const std::size_t> places);
 
 // Of a document's text; or what is wrong with it.
 std::optional<Diagnostic> FindShapes(std::string_view text, Shapes& shapes);

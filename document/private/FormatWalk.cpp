@@ -16,15 +16,6 @@ namespace kelm::formatting
 namespace
 {
 
-// Of the first character: white space, or perhaps a comment.
-constexpr std::array<bool, 256> s_beginsPassed = []
-{
-    std::array<bool, 256> begins{};
-    for (const char c : {' ', '\t', '\n', '\v', '\f', '\r', '/', '#'})
-        begins[static_cast<unsigned char>(c)] = true;
-    return begins;
-}();
-
 constexpr EToken s_lastToken = TOKEN_HASH;
 
 constexpr std::array<Kind, s_lastToken - TOKEN_END + 1> s_kinds = []
@@ -51,6 +42,9 @@ bool CanBeginValue(Kind kind)
     return Kind::Number <= kind && kind <= Kind::Opening;
 }
 
+// "#fmt: on"
+constexpr std::size_t s_shortestSwitch = 8;
+
 // What a line comment says, without what makes it one.
 std::string_view SaidBy(std::string_view comment)
 {
@@ -75,58 +69,45 @@ FormatWalk::FormatWalk(std::string_view text)
 bool FormatWalk::PassSpace()
 {
     m_comments.clear();
+    m_mostBreaks = 0;
     const char* p = m_place;
-    p += p != m_end && *p == ' ' ? 1 : 0;
-    if (p == m_end || s_beginsPassed[static_cast<unsigned char>(*p)])
-        return PassAnySpace();
-    const ScannedPart part = ScanPartHere(m_begin, p, m_end);
+    if (p != m_end && text::Spaces::In(*p))
+    {
+        const bool isOneBlank = *p == ' ' && p + 1 != m_end && !text::Spaces::In(p[1]);
+        p = isOneBlank ? p + 1 : PassLines(p);
+    }
+    ScannedPart part = PartAt(p);
     if (part.m_kind != PartKind::Token) [[unlikely]]
-        return PassAnySpace();
-    m_token = part.m_token;
-    m_place = part.m_past;
-    m_piece.m_space = {m_spaceBegin, OffsetOf(p)};
-    m_piece.m_span = {m_piece.m_space.m_end, OffsetOf(m_place)};
-    m_piece.m_numBreaks = 0;
-    m_piece.m_isKept = m_isOff;
-    m_spaceBegin = m_piece.m_span.m_end;
-    return true;
-}
-
-bool FormatWalk::PassAnySpace()
-{
-    std::size_t numBreaks = m_numBreaks;
-    const char* p = m_place;
-    ScannedPart part{PartKind::Token, TOKEN_END, m_end};
-    while ((p = PassLines(p)) != m_end)
     {
-        part = ScanPartHere(m_begin, p, m_end);
-        if (part.m_kind != PartKind::Comment)
-            break;
-        m_piece = PieceAt(p, part.m_past, m_numBreaks - numBreaks);
-        PassComment(part.m_past);
-        numBreaks = m_numBreaks;
-        p = part.m_past;
-        part = {PartKind::Token, TOKEN_END, m_end};
-    }
-    if (part.m_kind == PartKind::Wrong)
-    {
-        const text::ScanFailure failure = text::DescribeScanFailure(p, m_end, p == m_begin || p[-1] == '\n');
-        const std::size_t begin = OffsetOf(failure.m_token.m_str.m_p1);
-        return Fail(std::string(failure.m_message.view()), {begin, std::max(begin, OffsetOf(part.m_past))});
+        while (part.m_kind == PartKind::Comment)
+        {
+            PassComment(p, part.m_past);
+            p = PassLines(part.m_past);
+            part = PartAt(p);
+        }
+        if (part.m_kind == PartKind::Wrong)
+            return Refuse(p, part.m_past);
     }
     m_token = part.m_token;
     m_place = part.m_past;
-    m_piece = PieceAt(p, m_place, m_numBreaks - numBreaks);
-    m_spaceBegin = OffsetOf(m_place);
+    m_piece = TakePiece(p, m_place);
     return true;
 }
 
-Piece FormatWalk::PieceAt(const char* p, const char* past, std::size_t numBreaks) const
+ScannedPart FormatWalk::PartAt(const char* p) const
 {
-    return {{m_spaceBegin, OffsetOf(p)},
-            {OffsetOf(p), OffsetOf(past)},
-            static_cast<unsigned>(std::min<std::size_t>(numBreaks, 2)),
-            m_isOff};
+    return p == m_end ? ScannedPart{PartKind::Token, TOKEN_END, m_end} : ScanPartHere(m_begin, p, m_end);
+}
+
+Piece FormatWalk::TakePiece(const char* p, const char* past)
+{
+    const Span span{OffsetOf(p), OffsetOf(past)};
+    const auto numBreaks = static_cast<unsigned>(std::min<std::size_t>(m_numBreaks - m_numBreaksBefore, 2));
+    const Piece piece{m_spaceBegin, span, numBreaks, m_isOff};
+    m_spaceBegin = span.m_end;
+    m_numBreaksBefore = m_numBreaks;
+    m_mostBreaks = std::max(m_mostBreaks, numBreaks);
+    return piece;
 }
 
 // Past white space, which is most often a line break and an indent.
@@ -144,21 +125,23 @@ const char* FormatWalk::PassLines(const char* space)
     return p;
 }
 
-// m_piece is the comment.
-void FormatWalk::PassComment(const char* past)
+void FormatWalk::PassComment(const char* begin, const char* past)
 {
-    const char* const begin = m_begin + m_piece.m_span.m_begin;
+    const std::string_view text(begin, past);
     const bool isHash = *begin == '#';
     const bool isLine = isHash || begin[1] == '/';
     const auto numBreaks = isLine ? 0 : text::Count('\n', begin, past);
-    m_numBreaks += static_cast<std::size_t>(numBreaks);
-    m_comments.push_back({m_piece, isLine, isHash, numBreaks != 0});
-    m_spaceBegin = m_piece.m_span.m_end;
-    if (!isLine)
-        return;
-    const std::string_view said = SaidBy({begin, past});
-    if (said == (m_isOff ? "fmt: on" : "fmt: off"))
+    m_comments.push_back({TakePiece(begin, past), isLine, isHash, numBreaks != 0, WidthOf(text)});
+    m_numBreaks = m_numBreaksBefore += static_cast<std::size_t>(numBreaks);
+    if (isLine && text.size() >= s_shortestSwitch && SaidBy(text) == (m_isOff ? "fmt: on" : "fmt: off"))
         m_isOff = !m_isOff;
+}
+
+bool FormatWalk::Refuse(const char* p, const char* past)
+{
+    const text::ScanFailure failure = text::DescribeScanFailure(p, m_end, p == m_begin || p[-1] == '\n');
+    const std::size_t begin = OffsetOf(failure.m_token.m_str.m_p1);
+    return Fail(std::string(failure.m_message.view()), {begin, std::max(begin, OffsetOf(past))});
 }
 
 // Behind a comment that has a carriage return of its own, a line can end in one way alone.
@@ -175,14 +158,15 @@ void FormatWalk::NoteLineEnd(const char* space)
 bool FormatWalk::FindBlankBefore() const
 {
     constexpr auto bitOf = [](auto... where) { return ((1U << static_cast<int>(where)) | ...); };
-    constexpr unsigned always = bitOf(Where::Item, Where::AfterComma);
+    constexpr unsigned always = bitOf(Where::Item, Where::AfterComma, Where::Inside);
     constexpr unsigned inCurly = bitOf(Where::Open, Where::Close);
-    constexpr unsigned loose = bitOf(Where::Inside);
-    constexpr unsigned blanksOf[] = {always | loose, always | loose | inCurly, always, always | inCurly};
+    constexpr unsigned beforeComment = bitOf(Where::Comma, Where::Close, Where::End);
     const bool isCurly = GetOpening() == TOKEN_LEFT_CURLY;
-    unsigned blanks = blanksOf[(isCurly ? 1 : 0) + (m_isTight ? 2 : 0)];
+    unsigned blanks = always | (isCurly ? inCurly : 0);
     if (!m_comments.empty()) [[unlikely]]
-        blanks |= bitOf(Where::Inside, Where::Comma, Where::Close, Where::End) | (isCurly ? bitOf(Where::Empty) : 0);
+        blanks |= beforeComment | (isCurly ? bitOf(Where::Empty) : 0);
+    else if (m_isTight) // which is inside of an item
+        return false;
     return (blanks >> static_cast<int>(m_where) & 1) != 0;
 }
 
@@ -203,12 +187,12 @@ void FormatWalk::Measure()
     m_flatBegin = m_flatEnd + (m_isBehindBlank ? 1 : 0);
     if (!m_comments.empty()) [[unlikely]]
         MeasureComments();
-    const std::string_view token = m_piece.m_span.In({m_begin, m_end});
-    m_flatEnd = m_flatBegin + (m_kind == Kind::Literal ? WidthOf(token) : token.size());
+    const Span token = m_piece.m_span;
+    m_flatEnd = m_flatBegin + (m_kind == Kind::Literal ? WidthOf(token.In({m_begin, m_end})) : token.GetSize());
     if (BeginsItem())
     {
         m_keyBegin = m_flatBegin;
-        m_isKeyPlain = m_piece.m_numBreaks > 0 || CountBehind() == m_comments.size();
+        m_isKeyPlain = m_piece.m_numBreaks > 0 || m_comments.empty() || CountBehind() == m_comments.size();
     }
 }
 
@@ -216,7 +200,7 @@ void FormatWalk::MeasureComments()
 {
     for (const Comment& comment : m_comments)
     {
-        m_flatBegin += WidthOf(comment.m_span.In({m_begin, m_end}));
+        m_flatBegin += comment.m_width;
         m_isKeyPlain &= !comment.m_isLine && !comment.m_isMultiLine;
     }
     m_flatBegin += m_comments.size() - (IsBlankBehindComments() ? 0 : 1);
@@ -243,10 +227,24 @@ bool FormatWalk::TakeValue()
     case Kind::Number:
     case Kind::Literal: return GoTo(State::Done);
     case Kind::Name: return GoTo(State::Name);
-    case Kind::Sign: return GoTo(State::Sign);
+    case Kind::Sign: return TakeSign();
     case Kind::Opening: return GoTo(State::FirstItem);
     default: return Expect("value");
     }
+}
+
+// A sign and the number right behind it are one piece.
+bool FormatWalk::TakeSign()
+{
+    if (m_place == m_end || !text::HasProperty(*m_place, text::CHAR_DIGIT))
+        return GoTo(State::Sign);
+    const ScannedPart part = ScanPartHere(m_begin, m_place, m_end);
+    if (part.m_kind != PartKind::Token)
+        return GoTo(State::Sign);
+    m_place = part.m_past;
+    m_piece.m_span.m_end = m_spaceBegin = OffsetOf(m_place);
+    m_kind = Kind::Number;
+    return GoTo(State::Done);
 }
 
 bool FormatWalk::TakeItem(Where where)
@@ -334,11 +332,7 @@ bool FormatWalk::Next()
         m_opening = m_token;
     }
     else if (m_kind == Kind::Closing)
-    {
-        m_levels.pop_back();
-        m_opening = m_levels.empty() ? TOKEN_UNDEF : m_levels.back().m_opening;
-        m_isKeyPlain = false;
-    }
+        Leave();
     m_isTight = m_isSeparator = false;
     if (!PassSpace())
         return false;
@@ -347,6 +341,14 @@ bool FormatWalk::Next()
         return false;
     Measure();
     return true;
+}
+
+void FormatWalk::Leave()
+{
+    m_levels.pop_back();
+    m_opening = m_levels.empty() ? TOKEN_UNDEF : m_levels.back().m_opening;
+    m_isKeyPlain = false;
+    m_kind = Kind::Other;
 }
 
 bool FormatWalk::IsBeforeEqualsSign() const

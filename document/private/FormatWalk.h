@@ -31,10 +31,8 @@ public:
     bool Next();
     const std::optional<Diagnostic>& GetError() const { return m_error; }
 
-    // The same over a comma and the element behind it, where that is a number or a literal behind another one, and
-    // nothing stands between but white space without a blank line: most of what long lists have. False for all else. A
-    // sign that stands right before the number is a piece of its own; otherwise `sign` is empty.
-    [[gnu::always_inline]] inline bool NextElement(Piece& sign);
+    // The same to a comma right behind the token, as most are, which is no piece of its own then. False for all else.
+    [[gnu::always_inline]] inline bool NextComma();
 
     // --- What it has come to
 
@@ -97,20 +95,23 @@ private:
 
     [[gnu::always_inline]] inline bool FindBlankBefore() const;
     [[gnu::always_inline]] inline bool PassSpace();
-    bool PassAnySpace();
-    void PassComment(const char* past);
+    [[gnu::always_inline]] inline ScannedPart PartAt(const char* p) const;
+    [[gnu::always_inline]] inline Piece TakePiece(const char* p, const char* past);
+    void PassComment(const char* begin, const char* past);
     const char* PassLines(const char* space);
-    Piece PieceAt(const char* p, const char* past, std::size_t numBreaks) const;
     void NoteLineEnd(const char* space);
     [[gnu::always_inline]] inline void Measure();
     void MeasureComments();
     [[gnu::always_inline]] inline bool Take();
     inline bool TakeItem(Where where);
     inline bool TakeValue();
+    bool TakeSign();
+    void Leave();
     inline bool TakeWhatFollows();
     inline bool GoTo(State state);
     inline bool Separate(State state);
     bool Expect(ConstStringZ what);
+    bool Refuse(const char* p, const char* past);
     bool Fail(std::string message, Span token);
     bool IsBeforeEqualsSign() const;
     std::size_t OffsetOf(const char* p) const { return static_cast<std::size_t>(p - m_begin); }
@@ -130,6 +131,7 @@ private:
     LineEnd m_lineEnd = LineEnd::Unknown;
     std::size_t m_spaceBegin = 0;
     std::size_t m_numBreaks = 0;
+    std::size_t m_numBreaksBefore = 0; // up to the end of the last piece
     std::size_t m_keyBegin = 0;
     std::size_t m_flatBegin = 0;
     std::size_t m_flatEnd = 0;
@@ -138,57 +140,26 @@ private:
 
 // --- Inside ----------------------------------------------------------------------------------------------------------
 
-inline bool FormatWalk::NextElement(Piece& sign)
+inline bool FormatWalk::NextComma()
 {
-    const char* p = m_place;
-    if (p == m_end || *p != ',' || (m_kind != Kind::Number && m_kind != Kind::Literal))
+    if (m_place == m_end || *m_place != ',' || (m_state != State::Done && m_state != State::Name))
         return false;
-    if (m_levels.empty() || m_opening == TOKEN_LEFT_CURLY || m_levels.back().m_arrows == Arrows::Some)
-        return false;
-    const char* const space = ++p;
-    unsigned numBreaks = 0;
-    while (p != m_end && text::Spaces::In(*p))
-    {
-        numBreaks += *p == '\n' ? 1 : 0;
-        p = text::SkipRun<text::Only<' '>>(p + 1, m_end);
-    }
-    if (p == m_end || numBreaks > (m_lineEnd == LineEnd::Unknown ? 0 : 1))
-        return false;
-    const bool hasSign = (*p == '-' || *p == '+') && p + 1 != m_end && text::HasProperty(p[1], text::CHAR_DIGIT);
-    sign.m_span = {};
-    if (hasSign)
-    {
-        sign = {{OffsetOf(space), OffsetOf(p)}, {OffsetOf(p), OffsetOf(p) + 1}, numBreaks, m_isOff};
-        ++p;
-    }
-    const text::Start start = text::StartOf(*p);
-    if (start != text::Start::Digit && start != text::Start::Quote)
-        return false;
-    const ScannedPart part = ScanPartHere(m_begin, p, m_end);
-    if (part.m_kind != PartKind::Token)
-        return false;
-    const bool isNumber = start == text::Start::Digit;
+    if (m_kind == Kind::Closing)
+        Leave();
     if (m_opening == TOKEN_LEFT_SQUARE)
-        m_levels.back().m_arrows = Arrows::None;
-    m_numBreaks += numBreaks;
-    m_comments.clear();
-    m_piece = {{OffsetOf(hasSign ? p : space), OffsetOf(p)},
-               {OffsetOf(p), OffsetOf(part.m_past)},
-               hasSign ? 0 : numBreaks,
-               m_isOff};
-    m_token = part.m_token;
-    m_kind = isNumber ? Kind::Number : Kind::Literal;
-    m_where = hasSign ? Where::Inside : Where::AfterComma;
-    m_state = State::Done;
-    m_place = part.m_past;
-    m_spaceBegin = m_piece.m_span.m_end;
-    m_isSeparator = false;
-    m_isBehindBlank = !hasSign;
-    m_isTight = hasSign;
-    m_isKeyPlain = true;
-    m_keyBegin = m_flatEnd + 2; // behind the comma and a blank
-    m_flatBegin = m_keyBegin + (hasSign ? 1 : 0);
-    m_flatEnd = m_flatBegin + (isNumber ? m_piece.m_span.GetSize() : WidthOf(m_piece.m_span.In({m_begin, m_end})));
+    {
+        Level& level = m_levels.back();
+        if (!level.m_isBehindArrow && level.m_arrows == Arrows::Some)
+            return false;
+        level.m_arrows = level.m_isBehindArrow ? Arrows::Some : Arrows::None;
+    }
+    else if (m_opening != TOKEN_LEFT_PAREN)
+        return false;
+    ++m_place;
+    ++m_spaceBegin;
+    ++m_flatEnd;
+    m_kind = Kind::Comma;
+    m_state = State::NextItem;
     return true;
 }
 
