@@ -121,8 +121,24 @@ struct CallArgument<P>
     std::remove_cvref_t<P> m_value;
 };
 
+// An enumeration, a duration, a path, or a text of ours that a function does not write: takes a text that says it, too.
 template <class P>
-requires(Object<std::remove_cvref_t<P>> && !s_isSpan<P> && !OptionalParameter<P> &&
+concept TextParameter = (std::is_enum_v<std::remove_cvref_t<P>> || ForeignDuration<std::remove_cvref_t<P>> ||
+                         ForeignPath<std::remove_cvref_t<P>> ||
+                         std::same_as<std::remove_cvref_t<P>, xstring>)&&(!std::is_lvalue_reference_v<P> ||
+                                                                          std::is_const_v<std::remove_reference_t<P>>);
+
+template <TextParameter P>
+requires s_isDescribable<std::remove_cvref_t<P>>
+struct CallArgument<P>
+{
+    bool Read(const Slot& slot, Failure& failure) { return Convert(slot, m_value, failure); }
+    std::remove_cvref_t<P>&& Get() { return std::move(m_value); }
+    std::remove_cvref_t<P> m_value{};
+};
+
+template <class P>
+requires(Object<std::remove_cvref_t<P>> && !s_isSpan<P> && !OptionalParameter<P> && !TextParameter<P> &&
          s_isDescribable<std::remove_cvref_t<P>>) struct CallArgument<P>
 {
     using Type = std::remove_cvref_t<P>;
@@ -205,6 +221,7 @@ bool StoreResult(Slot& slot, R&& result, Failure& failure)
     {
         Value value(std::forward<R>(result));
         std::swap(slot, ValueAccess::Of(value));
+        slot.m_isResult = Object<Type>;
     }
     return true;
 }

@@ -124,7 +124,7 @@ bool ToText(const Slot& slot, std::string_view& text, std::string& room, Failure
 bool ToObject(const Slot& slot, const ReflectionByteCode& type, bool isWritten, void*& object, Failure& failure)
 {
     Slot place = slot;
-    if (!TryGoToType(place, type))
+    if (!TryGoToType(place, type) && !TryGoToBase(place, type))
         return FailObject(failure, place, type);
     if (isWritten && place.m_isConst)
         return Fail(failure, ErrorKind::Type, "The " + TypeText(type) + " is const");

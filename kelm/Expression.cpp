@@ -99,6 +99,7 @@ bool TakeValue(Slot& result, Value& out, Failure& failure)
     else
     {
         slot = result;
+        slot.m_isResult = false; // but one that the program keeps
         result.SetNone();
     }
     out = std::move(value);

@@ -184,7 +184,8 @@ inline Value Evaluate(std::string_view text, Language language = Language::Natur
 // --- Often -----------------------------------------------------------------------------------------------------------
 
 // An expression that is kept. It owns its text; its scope must outlive it. Names are looked up when it is made, but for
-// those that only a resolver knows. Several threads may evaluate one where their scopes and variables allow it.
+// those that only a resolver knows. Several threads may evaluate one where their scopes and variables allow it. One
+// that another has been moved from can be assigned to, and nothing else.
 class KELM_API Expression
 {
 public:

@@ -1,5 +1,6 @@
 #include <kelm/Scope.h>
 
+#include <kelm/private/expressions/Functions.h>
 #include <kelm/private/expressions/ScopeNames.h>
 #include <kelm/private/types/Names.h>
 #include <klKelmScript/private/BuiltIns.h>
@@ -385,7 +386,9 @@ std::vector<std::string> NamesIn(const evaluation::NameTable& table, std::vector
 
 std::vector<std::string> ScopeAccess::AllNames(const Scope* scope)
 {
-    std::vector<std::string> names;
+    std::vector<std::string> names = BuiltInNames();
+    for (const evaluation::OwnFunction& function : evaluation::GetOwnFunctions())
+        names.emplace_back(function.m_name);
     for (; scope != nullptr; scope = scope->m_names->m_parent)
         names = NamesIn(scope->m_names->m_table, std::move(names));
     return names;

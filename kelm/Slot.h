@@ -40,10 +40,11 @@ struct Holder
 struct Slot
 {
     Kind m_kind;
-    bool m_isConst;  // of a place
-    bool m_stays;    // of a place: it is one even while a function runs that may change the variable
-    bool m_isOwn;    // of a place: a variable of its own, with what another one held
-    uint32 m_checks; // of a place, the members on the way to it that have checks: the last of them; 0 for none
+    bool m_isConst;      // of a place
+    bool m_stays;        // of a place: it is one even while a function runs that may change the variable
+    bool m_isOwn : 1;    // of a place: a variable of its own, with what another one held
+    bool m_isResult : 1; // of a place: an object that a function gave by value, or a part of one
+    uint32 m_checks;     // of a place, the members on the way to it that have checks: the last of them; 0 for none
     union
     {
         bool m_bool;
@@ -104,6 +105,7 @@ struct Slot
         m_isConst = isConst;
         m_stays = false;
         m_isOwn = false;
+        m_isResult = false;
         m_checks = 0;
         m_address = const_cast<void*>(address);
         m_holder = holder;

@@ -2,6 +2,7 @@
 
 #include <kelm/private/expressions/Operations.h>
 #include <kelm/private/types/Names.h>
+#include <kelm/private/values/PlaceSteps.h>
 #include <kelm/private/values/Places.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/MessageOf.h>
@@ -37,7 +38,10 @@ void Value::Keep()
 Value::Kind Value::GetKind() const
 {
     static_assert(static_cast<int>(evaluation::Kind::Place) == static_cast<int>(Kind::Object));
-    return static_cast<Kind>(m_slot.m_kind);
+    evaluation::Slot there = m_slot;
+    ReflectionByteCode type;
+    const bool isEmpty = there.m_kind == evaluation::Kind::Place && !evaluation::EnterChoices(there, type);
+    return isEmpty ? Kind::None : static_cast<Kind>(m_slot.m_kind);
 }
 
 std::string_view Value::GetText() const

@@ -90,6 +90,7 @@ public:
     }
     ~Value() { m_slot.Release(); }
 
+    // None of an empty optional, too.
     Kind GetKind() const;
 
     // The value as a T: a number, bool, text, Value or described type (T, or const T& and T& for the object itself).

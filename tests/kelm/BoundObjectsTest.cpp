@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
@@ -33,6 +34,18 @@ struct Line
     double price = 0;
 
     double Total() const { return quantity * price; }
+};
+
+struct Tag
+{
+    std::string colour = "red";
+
+    double Shades() const { return 7; }
+};
+
+struct Gift : Tag, Line
+{
+    std::string ribbon;
 };
 
 struct Order
@@ -103,6 +116,8 @@ inline bool IsGood(const Line& line)
 
 KELM_DESCRIBE_ENUM(booth::State, open, paid)
 KELM_DESCRIBE(booth::Line, item, quantity, price)
+KELM_DESCRIBE(booth::Tag, colour)
+KELM_DESCRIBE(booth::Gift, Tag, Line, ribbon)
 KELM_CLASS(booth::Order, KELM_MODEL(customer), KELM_MODEL(lines), KELM_MODEL(discount), KELM_MODEL(rates),
            KELM_MODEL(state), KELM_MODEL(extra), KELM_MODEL(port).Check(booth::IsPort), KELM_MODEL(flags))
 KELM_DESCRIBE(booth::Tree, number, parts, shared, texts, names, lines, pair, list, byNumber, delay)
@@ -201,6 +216,13 @@ TEST(BoundObjects, AreReadAndCalled)
         {"true ? 1 : order.Scaled(1, 2)", "6 18 Scaled() takes 1 argument, not 2"},
         {"order.Total(1)", "6 7 Total() takes no arguments, not 1"},
         {"order.Missing()", "1 7 Unknown name Missing"},
+        {"Total()", "1 1 Total is a function of booth::Order and booth::Line: object.Total()"},
+        {"1 + Scaled(order, 2)", "1 5 Scaled is a function of booth::Order: object.Scaled(...)"},
+        {"First.item", "1 1 First is a function of booth::Order: object.First()"},
+        {"order.First.item", "1 7 First is a function of booth::Order: object.First()"},
+        {"order.name(1)", "1 7 name is no function of objects: name(...)"},
+        {"order.lines.len()", "1 13 len is no function of objects: len(...)"},
+        {"order.lines.max()", "1 13 max is no function of objects: max(...)"},
         {"order.port.x", "2 12 . not available on int64"},
         {"order.port[0]", "2 13 [] not available on int64"},
         {"order.lines[0].price.x", "2 22 . not available on float64"},
@@ -267,6 +289,129 @@ TEST(BoundObjects, ThatAreTemporaryArgumentsAreKeptByValues)
     booth::Order order = MakeOrder();
     EXPECT_TRUE(write.TryEvaluate(order));
     EXPECT_EQ(order.port, 8080);
+}
+
+TEST(BoundObjects, AreObjectsOfTheirBasesToo)
+{
+    booth::Gift gift{{"blue"}, {"tea", 2, 3.5}, "silk"};
+    const std::vector<booth::Gift> gifts = {gift};
+    Scope scope;
+    scope.Bind("gift", gift).Bind("gifts", gifts);
+    scope.Define("Total", &booth::Gift::Total).Define("Shades", &booth::Tag::Shades);
+    scope.Define("item", [](const booth::Line& line) { return line.item; });
+    scope.Define("rename", [](booth::Line& line, const std::string& item) { line.item = item; });
+    scope.Define("make", [](const std::string& item) { return booth::Gift{{}, {item, 1, 1}, {}}; });
+    constexpr Row rows[] = {
+        {"gift.Total()", "7.0"},
+        {"gift.Shades()", "7.0"},
+        {"item(gift) + item(gifts[0]) + item(make('x'))", "teateax"},
+        {"sum(gifts, each, each.Total())", "7.0"},
+        {"rename(gift, 'cup')", "void"},
+        {"item(gift)", "cup"},
+        {"rename(gifts[0], 'cup')", "2 8 rename(), argument 1: The booth::Line is const"},
+        {"item(gift.ribbon)", "2 6 item(), argument 1: No implicit conversion from value of string to booth::Line"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;
+    const Value value(gift);
+    EXPECT_EQ(value.As<const booth::Line&>().item, "cup");
+    EXPECT_EQ(gift.colour, "blue");
+}
+
+TEST(BoundObjects, OfTextsAreParametersLikeTheirTexts)
+{
+    const booth::Order order = MakeOrder();
+    Scope scope;
+    scope.Bind("order", order);
+    scope.Define("isPaid", [](booth::State state) { return state == booth::State::paid; });
+    scope.Define("seconds", [](const std::chrono::seconds& x) { return x.count(); });
+    scope.Define("name", [](const std::filesystem::path& path) { return path.filename(); });
+    scope.Define("size", [](const xstring& text) { return text.size(); });
+    scope.Define("pay", [](booth::State& state) { state = booth::State::paid; });
+    constexpr Row rows[] = {
+        {"isPaid(order.state)", "false"},
+        {"isPaid('paid')", "true"},
+        {"isPaid('piad')", "1 8 isPaid(), argument 1: Unknown member 'piad' of enum booth::State"},
+        {"isPaid(1)", "2 8 isPaid(), argument 1: No implicit conversion from value 1 to booth::State"},
+        {"seconds('2min')", "120"},
+        {"seconds(2)", "2 9 seconds(), argument 1: No implicit conversion from value 2 to duration"},
+        {"name('a/b')", "b"},
+        {"size('four')", "4"},
+        {"pay('open')", "2 5 pay(), argument 1: No implicit conversion from value open to booth::State"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(Shown(TryEvaluate(row.m_text, scope)), row.m_outcome) << row.m_text;
+    EXPECT_EQ(TryEvaluate("isPaid('piad')", scope).GetError().GetSuggestions(), std::vector<std::string>{"paid"});
+}
+
+TEST(BoundObjects, ThatAreNothingAreValuesOfNothing)
+{
+    booth::Order order = MakeOrder();
+    Scope scope;
+    scope.Bind("order", order);
+    scope.Define("kind", [](const Value& value) { return static_cast<int>(value.GetKind()); });
+    scope.Define("text", [](const Value& value) { return value.ToText(); });
+    scope.Define("number", [](const Value& value) { return value.As<std::optional<double>>().value_or(-1); });
+    constexpr auto object = static_cast<int>(Value::Kind::Object);
+    for (const auto& [text, kind] : {std::pair("kind(order.discount)", 0),
+                                     {"kind(order.extra)", 0},
+                                     {"kind(order)", object},
+                                     {"kind(order.lines)", object}})
+        EXPECT_EQ(Evaluate<int>(text, scope), kind) << text;
+    EXPECT_EQ(Evaluate<std::string>("text(order.discount) + text(order.extra)", scope), "nullnull");
+    EXPECT_EQ(Evaluate<double>("number(order.discount)", scope), -1);
+    order.discount = 0.5;
+    EXPECT_EQ(Evaluate<int>("kind(order.discount)", scope), static_cast<int>(Value::Kind::Float));
+    scope.Set("null", Value());
+    Evaluate("order.discount = null", scope);
+    EXPECT_FALSE(order.discount);
+    EXPECT_EQ(Shown(TryEvaluate("order.port = null", scope)), "2 12 No implicit conversion from value null to int32");
+}
+
+// What a function gives by value is nobody's but the expression's; what its pointers lead to is not.
+TEST(BoundObjects, ThatAreResultsAreNotAssignedTo)
+{
+    booth::Order order = MakeOrder();
+    const auto shared = std::make_shared<int>(1);
+    Value kept(MakeOrder());
+    Scope scope;
+    scope.Bind("order", order);
+    scope.Define("make", [] { return MakeOrder(); });
+    scope.Define("line", [&](int i) { return order.lines[static_cast<std::size_t>(i)]; });
+    scope.Define("own", [&](int i) -> booth::Line& { return order.lines[static_cast<std::size_t>(i)]; });
+    scope.Define("tree",
+                 [&]
+                 {
+                     booth::Tree tree;
+                     tree.shared = shared;
+                     return tree;
+                 });
+    scope.Define("kept", [&] { return kept; });
+    scope.Define("rename", [](booth::Line& line) { return line.item = "new"; });
+    constexpr const char* isCopy = "Can't assign to a function's result, which is a copy";
+    const std::pair<const char*, int> refused[] = {
+        {"line(0).price = 1", 15},       {"line(0).price += 1", 15},
+        {"line(0) = order.lines[1]", 9}, {"make().lines[0].price = 1", 23},
+        {"make().rates['EUR'] = 1", 21}, {"make().rates['USD'] = 1", 21},
+        {"make().discount = 1", 17},     {"(true ? line(0) : own(0)).price = 1", 33},
+    };
+    for (const auto& [text, column] : refused)
+    {
+        const std::string expected = "2 " + std::to_string(column) + " " + isCopy;
+        EXPECT_EQ(Shown(TryEvaluate(text, scope)), expected) << text;
+        EXPECT_EQ(Shown(Expression(text, scope).TryEvaluate()), expected) << text;
+    }
+    for (const char* text : {"own(0).price = 9", "tree().shared = 5", "kept().lines[0].price = 8", "rename(line(0))"})
+        EXPECT_TRUE(TryEvaluate(text, scope)) << Shown(TryEvaluate(text, scope));
+    EXPECT_EQ(order.lines[0].price, 9);
+    EXPECT_EQ(order.lines[0].item, "tea");
+    EXPECT_EQ(*shared, 5);
+    EXPECT_EQ(kept.As<const booth::Order&>().lines[0].price, 8);
+
+    // Once a program has it, it is the program's.
+    const Value given = Evaluate("line(0)", scope);
+    Expression("line.price = 3", scope, {"line"}).Evaluate(given);
+    EXPECT_EQ(given.As<const booth::Line&>().price, 3);
 }
 
 TEST(BoundObjects, AreAssignedTo)

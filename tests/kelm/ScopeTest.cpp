@@ -183,6 +183,8 @@ TEST(Scope, NamesAreCheckedHiddenAndReplaced)
     EXPECT_EQ(Evaluate<int>("min(a, b)", outer), 1);
     inner.Set("b", 30);
     EXPECT_EQ(Evaluate<int>("b", inner), 30);
+    EXPECT_STREQ(TryEvaluate("Sin(1)", inner).GetError().what(),
+                 "<text>:1:1: error: Unknown name Sin; did you mean sin or min?\nSin(1)\n^~~");
     for (const char* name : {"", "1a", "a b", "a.b", "true", "len", "sin", " a"})
         EXPECT_THROW(inner.Set(name, 1), Error) << name;
 

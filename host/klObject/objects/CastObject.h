@@ -19,6 +19,8 @@ namespace kelm
 
 // The instance of a class in an object whose class has another descriptor; null where there is none.
 KLOBJECT_API void* FindInstance(const ptr<IObject>& object, const ReflectedClass& wanted);
+// The same in an instance of a class: it itself, that of a base, or of a base of one that is registered.
+KLOBJECT_API void* FindInstance(const ReflectedClass& rc, void* instance, ConstStringZ wanted);
 
 // Fails the assertion "the object is a X, no Y".
 KLOBJECT_API void ThrowOtherClass(const ptr<IObject>& object, const ReflectedClass& wanted);

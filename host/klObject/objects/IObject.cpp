@@ -62,10 +62,6 @@ InterfaceHandle QueryGcObjectInterface(void* self, const IPersistableFns& fns, c
     return {};
 }
 
-namespace
-{
-
-// The class itself, a base, or a base of one that is registered.
 void* FindInstance(const ReflectedClass& rc, void* instance, ConstStringZ wanted)
 {
     if (std::strcmp(rc.m_name, wanted) == 0)
@@ -82,8 +78,6 @@ void* FindInstance(const ReflectedClass& rc, void* instance, ConstStringZ wanted
     }
     return nullptr;
 }
-
-} // namespace
 
 void* FindInstance(const ptr<IObject>& object, const ReflectedClass& wanted)
 {

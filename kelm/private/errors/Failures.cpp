@@ -21,13 +21,6 @@ void ThrowAt(ErrorKind kind, std::string_view message, std::size_t place)
     throw std::move(rejected);
 }
 
-void ThrowUnknown(std::string_view name, std::size_t place, std::vector<std::string> existing)
-{
-    Rejected rejected{{}, place};
-    FailUnknown(rejected.m_failure, UnknownMessage(name), name, std::move(existing));
-    throw std::move(rejected);
-}
-
 std::string UnknownMessage(std::string_view name)
 {
     return std::string(std::string_view(MessageOf("Unknown name ", LSToken(TOKEN_IDENTIFIER, name))));

@@ -22,7 +22,6 @@ struct Rejected
 };
 
 [[noreturn, gnu::cold]] void ThrowAt(ErrorKind kind, std::string_view message, std::size_t place);
-[[noreturn, gnu::cold]] void ThrowUnknown(std::string_view name, std::size_t place, std::vector<std::string> existing);
 
 // Where a name does not exist, however long it is.
 std::string UnknownMessage(std::string_view name);

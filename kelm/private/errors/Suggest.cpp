@@ -186,6 +186,7 @@ std::vector<std::string> NearestNames(std::string_view name, const std::vector<s
         if (const std::optional<std::size_t> distance = NameDistance(name, lastPart, existing))
             near.emplace_back(*distance, existing);
     std::sort(near.begin(), near.end());
+    near.erase(std::unique(near.begin(), near.end()), near.end()); // a name may hide another one
     std::vector<std::string> nearest;
     for (auto& [distance, existing] : near)
         if (nearest.size() < s_maxSuggestions && distance <= near.front().first + s_maxLead)

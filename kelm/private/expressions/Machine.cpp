@@ -4,6 +4,7 @@
 #include <kelm/private/errors/Failures.h>
 #include <kelm/private/expressions/Functions.h>
 #include <kelm/private/expressions/Scalars.h>
+#include <kelm/private/expressions/UnknownNames.h>
 #include <klKelmScript/private/BuiltIns.h>
 
 #include <algorithm>
@@ -133,7 +134,8 @@ bool Machine::BuiltInFunction(const Op& op)
 
 bool Machine::Member(const Op& op)
 {
-    return StepToMember(m_top[-1], m_program->m_texts[op.m_index], GetChecks(), m_failure);
+    const std::string_view name = m_program->m_texts[op.m_index];
+    return StepToMember(m_top[-1], name, GetChecks(), m_failure) || FailMember(m_scope, name, m_failure);
 }
 
 bool Machine::Subscript(const Op& op)

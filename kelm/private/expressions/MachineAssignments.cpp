@@ -2,6 +2,8 @@
 
 #include <kelm/private/expressions/Machine.h>
 
+#include <kelm/private/values/PlaceSteps.h>
+
 #include <string>
 #include <utility>
 
@@ -15,6 +17,25 @@ bool Machine::KeepPlace(const Op&) // NOLINT: not const, as the table of operati
     return true;
 }
 
+namespace
+{
+
+// A part of what a function gave by value, where nobody sees what changes; but not what a pointer in it leads to.
+bool IsInCopy(Slot place)
+{
+    ReflectionByteCode type;
+    if (place.m_kind == Kind::Place && place.m_isResult)
+        EnterChoices(place, type);
+    return place.m_kind == Kind::Place && place.m_isResult;
+}
+
+bool FailCopy(Failure& failure)
+{
+    return Fail(failure, ErrorKind::Type, "Can't assign to a function's result, which is a copy");
+}
+
+} // namespace
+
 bool Machine::Store(const Op& op)
 {
     Slot& target = m_top[-2];
@@ -22,6 +43,8 @@ bool Machine::Store(const Op& op)
     if (target.m_kind != Kind::Place)
         return Fail(m_failure, ErrorKind::Type,
                     "Can't assign to " + NameOfType(target) + (target.m_kind != Kind::None ? " r-value" : ""));
+    if (IsInCopy(target)) [[unlikely]]
+        return FailCopy(m_failure);
     if (op.GetToken() != IndexOfToken(TOKEN_EQUAL))
     {
         *m_top = target;
@@ -42,6 +65,8 @@ bool Machine::StoreElement(const Op& op)
 {
     Slot* const top = m_top;
     OwnBelow(top - 3);
+    if (IsInCopy(top[-3])) [[unlikely]]
+        return FailCopy(m_failure);
     bool isIndexWrong = false;
     if (!evaluation::StoreElement(top[-3], top[-2], top[-1], GetChecks(), isIndexWrong, m_failure))
     {

@@ -6,6 +6,8 @@
 #include <kelm/private/errors/Failures.h>
 #include <kelm/private/errors/WrittenPlaces.h>
 #include <kelm/private/expressions/Functions.h>
+#include <kelm/private/expressions/UnknownNames.h>
+#include <klObject/objects/CastObject.h>
 
 #include <cstring>
 #include <optional>
@@ -36,11 +38,28 @@ bool Machine::CallName(const Op& op)
     const NameUse& use = m_program->m_names[op.m_index];
     const Record* const record = m_records[op.m_index];
     if (record == nullptr)
-        return Fail(m_failure, ErrorKind::Name, UnknownMessage(use.m_name));
+        return FailUnknownName(m_scope, use.m_name, m_failure);
     if (record->m_is != Record::Is::Function)
         return Fail(m_failure, ErrorKind::Type, record->m_name + " is not a function");
     return Call(op, record->m_function, use.m_name, 0);
 }
+
+namespace
+{
+
+// The function of an object's class, or of a base of it, to which the object is made then.
+const Callable* FindMember(const Record& record, const ReflectedClass& rc, Slot& object)
+{
+    for (const Callable& member : record.m_members)
+        if (std::strcmp(ReflectionByteCode(member.m_class).GetName(), rc.m_name) == 0)
+            return &member;
+    for (const Callable& member : record.m_members)
+        if (TryGoToBase(object, member.m_class))
+            return &member;
+    return nullptr;
+}
+
+} // namespace
 
 bool Machine::CallMember(const Op& op)
 {
@@ -50,14 +69,12 @@ bool Machine::CallMember(const Op& op)
     const ReflectedClass* const rc = GoToObject(object, m_failure);
     if (rc == nullptr)
         return false;
-    if (record != nullptr)
-        for (const Callable& member : record->m_members)
-            if (std::strcmp(ReflectionByteCode(member.m_class).GetName(), rc->m_name) == 0)
-            {
-                object.SetType(member.m_class);
-                return Call(op, member, use.m_name, 1);
-            }
-    return Fail(m_failure, ErrorKind::Type, std::string(use.m_name) + " is not a function of " + NameOfType(object));
+    const Callable* const member = record != nullptr ? FindMember(*record, *rc, object) : nullptr;
+    if (member == nullptr)
+        return Fail(m_failure, ErrorKind::Type,
+                    std::string(use.m_name) + " is not a function of " + NameOfType(object));
+    object.SetType(member->m_class);
+    return Call(op, *member, use.m_name, 1);
 }
 
 bool Machine::Call(const Op& op, const Callable& function, std::string_view name, std::size_t numObjects)
@@ -107,7 +124,7 @@ bool Machine::PushResolved(const NameUse& use, Slot& slot)
     if (!value)
     {
         m_failedPlace = use.m_place;
-        return FailUnknown(m_failure, UnknownMessage(use.m_name), use.m_name, ScopeAccess::AllNames(m_scope));
+        return FailUnknownName(m_scope, use.m_name, m_failure);
     }
     slot = ValueAccess::Of(*value);
     ValueAccess::Of(*value).SetNone();

@@ -9,6 +9,7 @@
 #include <kelm/private/expressions/OperandRecorder.h>
 #include <kelm/private/expressions/Program.h>
 #include <kelm/private/expressions/ScopeNames.h>
+#include <kelm/private/expressions/UnknownNames.h>
 
 #include <cstddef>
 #include <string_view>
@@ -166,7 +167,7 @@ protected:
     {
         const Record* const record = ScopeAccess::FindMember(m_scope, name);
         if (record == nullptr && m_hasScope)
-            ThrowUnknown(name, place, ScopeAccess::AllMembers(m_scope));
+            ThrowUnknownMember(m_scope, name, place);
         return AddUse(name, record, place, true);
     }
 

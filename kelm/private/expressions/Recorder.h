@@ -270,7 +270,7 @@ public:
         if (e.m_tokens.Is(TOKEN_LEFT_PAREN))
             return Nest([&] { FunctionCall(e, operand, name, place, record); });
         if (record == nullptr && m_hasScope && !ScopeAccess::HasResolver(m_scope))
-            ThrowUnknown(name, place, ScopeAccess::AllNames(m_scope));
+            ThrowUnknownName(m_scope, name, place);
         operand.m_is = Operand::Is::Name;
         operand.m_kind = Kind::None;
         operand.m_index = AddUse(name, record, place, false);
@@ -390,7 +390,7 @@ private:
         if (own != nullptr)
             return OwnFunctionCall(e, operand, *own, place);
         if (record == nullptr && m_hasScope)
-            ThrowUnknown(name, place, ScopeAccess::AllNames(m_scope));
+            ThrowUnknownName(m_scope, name, place);
         const uint32 use = AddUse(name, record, place, false);
         ArgumentKinds kinds;
         const std::size_t count = Arguments(e, kinds);

@@ -161,6 +161,7 @@ struct ScopeAccess
     static const evaluation::Record* FindMember(const Scope* scope, SubString name);
     static bool HasResolver(const Scope* scope);
     static std::optional<Value> Resolve(const Scope* scope, std::string_view name);
+    // What an expression may use: the language's own among them.
     static std::vector<std::string> AllNames(const Scope* scope);
     static std::vector<std::string> AllMembers(const Scope* scope);
 };

@@ -73,7 +73,7 @@ bool Machine::Repeat(const Op& op, const Value& value, Slot& found)
         found.m_stays = false;
         return true;
     case Code::PushName:
-        if (value.GetKind() == Value::Kind::None) // a member of the scope's object, which may be another one
+        if (ValueAccess::Of(value).m_kind == Kind::None) // a member of the scope's object, which may be another one
             return PushRecord(op, found);
         [[fallthrough]];
     default: Take(found, ValueAccess::Of(value)); return true;

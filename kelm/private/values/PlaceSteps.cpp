@@ -112,6 +112,7 @@ bool EnterChoice(Slot& slot)
     if (part < 0)
         return false;
     slot.m_isConst = slot.m_isConst && !fns.m_isPointer;
+    slot.m_isResult = slot.m_isResult && !fns.m_isPointer;
     slot.m_address = fns.GetValue(slot.m_address);
     slot.SetType(type.GetForeignType().GetPartType(part));
     return true;
@@ -161,6 +162,9 @@ bool StepToMember(Slot& slot, std::string_view name, Checks& checks, Failure& fa
 {
     if (slot.m_kind != Kind::Place)
         return Fail(failure, ErrorKind::Type, ". not available on " + NameOfType(slot));
+    ReflectionByteCode type;
+    if (slot.m_isResult && !EnterChoices(slot, type)) [[unlikely]]
+        return FailNothing(failure);
     return Try(failure,
                [&]
                {
@@ -168,6 +172,7 @@ bool StepToMember(Slot& slot, std::string_view name, Checks& checks, Failure& fa
                    if (!steps.TryStepToField(name)) [[unlikely]]
                        return FailStep(failure, slot, steps, name);
                    TakeOver(slot, steps);
+                   slot.m_isResult = slot.m_isResult && slot.m_owner == nullptr; // a handle leads out of it
                    const PathField& field = steps.GetField();
                    const ReflectedClass& rc = *field.m_model.m_class;
                    if (rc.m_rules == nullptr)

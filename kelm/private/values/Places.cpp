@@ -8,6 +8,7 @@
 #include <kelm/private/values/PlaceSteps.h>
 #include <kelm/private/values/Texts.h>
 #include <kelm/private/values/Variable.h>
+#include <klObject/objects/CastObject.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/ForeignType.h>
 #include <klUtils/KelmAssertionError.h>
@@ -203,6 +204,19 @@ bool TryGoToType(Slot& slot, const ReflectionByteCode& type)
         if (isChoice ? !EnterChoice(slot) : !isHandle || GoToObject(slot, failure) == nullptr)
             return false;
     }
+    return true;
+}
+
+bool TryGoToBase(Slot& slot, const ReflectionByteCode& type)
+{
+    ReflectionByteCode wanted = type;
+    wanted.AdvanceToUnderlyingType2();
+    const ReflectedClass* const rc = wanted.GetCode() == FT_CLASS ? ClassOf(slot) : nullptr;
+    void* const base = rc != nullptr ? FindInstance(*rc, slot.m_address, wanted.GetName()) : nullptr;
+    if (base == nullptr)
+        return false;
+    slot.m_address = base;
+    slot.SetType(type);
     return true;
 }
 

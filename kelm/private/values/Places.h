@@ -42,6 +42,8 @@ bool ToScalar(const Slot& slot, Scalar& scalar, std::string& room, Failure& fail
 // From a place, through optionals and handles, to a variable of that type. False where there is none; the slot, which
 // then owns nothing, is where the way ends.
 bool TryGoToType(Slot& slot, const ReflectionByteCode& type);
+// From there on, to the part of an object that is of the class, a base of its own. False where there is none.
+bool TryGoToBase(Slot& slot, const ReflectionByteCode& type);
 
 // A map becomes a list of its payloads, a set one of its elements, in their own order; every other value stays. Where
 // the container may change meanwhile, it is by their keys that the entries are found.
