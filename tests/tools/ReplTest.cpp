@@ -215,6 +215,16 @@ TEST(Repl, FollowsPathsToKeys)
           "<path>:1:11: error: Unknown member 'z' of class tool::Point\n.marks[9].z\n          ^\n"
           "<path>:1:8: error: there is no such key\n.marks[9]\n       ^\n"}},
         {":set .counts[\"a b\"] x", {1, "", "<value>:1:1: error: Expected int32 when read x\nx\n^\n"}},
+        // No dynamic array is longer.
+        {":set .samples[[2].x 4\n:get .samples",
+         {0, "float64 4.0\nxdynarray<tool::Point> [Point{x=0.0 y=0.0},Point{x=0.0 y=0.0},Point{x=4.0 y=0.0}]\n", ""}},
+        {":set .samples[[0] (1, 2)\n:set .samples[[3].x y\n:get .samples",
+         {1, "tool::Point Point{x=1.0 y=2.0}\nxdynarray<tool::Point> [Point{x=1.0 y=2.0}]\n",
+          "<value>:1:1: error: Expected float64 when read y\ny\n^\n"}},
+        {":set .samples[[9].z 1\n:get .samples",
+         {1, "xdynarray<tool::Point> []\n",
+          "<path>:1:14: error: Identifier z is not a model field of class tool::Point\n.samples[[9].z\n             ^\n"
+          "<path>:1:14: note: there are x and y\n.samples[[9].z\n             ^\n"}},
     };
     for (const auto& row : rows)
         EXPECT_EQ(with(row.m_lines + "\n"), row.m_result) << row.m_lines;

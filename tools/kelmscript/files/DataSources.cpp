@@ -18,6 +18,7 @@
 #include <klObject/values/ReflectedVariable.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/KelmAssertionError.h>
+#include <klUtils/VectorOfByte.h>
 #include <klUtils/text/ExpressionParser.h>
 #include <klUtils/text/QualifiedName.h>
 #include <klUtils/xostream.h>
@@ -417,6 +418,48 @@ std::size_t UnderstoodOfPath(ptr<IObject> object, const std::string& path)
 namespace
 {
 
+// The dynamic array that a path would make grow, if it has one: the first whose element is not there yet.
+class Growing
+{
+public:
+    Growing(ptr<IObject> object, const std::string& path)
+    {
+        const FoundField found = TryFindByFields(object, path, false);
+        const std::size_t index = found.m_failure ? path.rfind('[', found.m_failure->m_offset) : std::string::npos;
+        if (index == std::string::npos || index == 0)
+            return;
+        const std::size_t outer = path.rfind('[', index - 1); // of "[[7]"
+        if (outer == std::string::npos)
+            return;
+        const std::optional<Field> array = TryFindByFields(object, path.substr(0, outer), false).m_field;
+        if (!array)
+            return;
+        ReflectionByteCode type = array->m_type;
+        type.AdvanceToUnderlyingType2();
+        if (type.m_bc == nullptr || type.GetCode() != FT_DYNARRAY)
+            return;
+        m_array = static_cast<VectorOfByte*>(array->m_data);
+        m_elementType = type.GetElementType();
+        m_size = m_array->size();
+    }
+
+    // What it has grown by goes.
+    void TakeBack() const
+    {
+        if (m_array == nullptr)
+            return;
+        const ssize_t elementSize = m_elementType.GetTypeSize();
+        for (ssize_t at = m_size; at < m_array->size(); at += elementSize)
+            DestructReflectedVariable(m_elementType, m_array->data() + at);
+        m_array->resize(m_size);
+    }
+
+private:
+    VectorOfByte* m_array = nullptr;
+    ReflectionByteCode m_elementType = {};
+    ssize_t m_size = 0;
+};
+
 bool SetFound(const FoundField& found, const std::string& path, const std::string& value, bool replaces)
 {
     const std::optional<Field>& field = found.m_field;
@@ -438,13 +481,17 @@ bool SetFound(const FoundField& found, const std::string& path, const std::strin
 
 } // namespace
 
-// A key that was not there before is not there behind a failure.
+// A key that was not there before is not there behind a failure, and no dynamic array is longer.
 bool SetField(ptr<IObject> object, const std::string& path, const std::string& value, bool replaces)
 {
+    const Growing growing(object, path);
     FoundField found = FindField(object, path, true);
     const bool isSet = SetFound(found, path, value, replaces);
     if (!isSet)
+    {
         editing::TakeBackNewKey(found.m_spots);
+        growing.TakeBack();
+    }
     return isSet;
 }
 

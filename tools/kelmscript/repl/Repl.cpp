@@ -104,6 +104,16 @@ WordAndRest SplitFirstWord(const std::string& text)
     return SplitBehind(text, begin, std::min(text.find_first_of(s_blanks, begin), text.size()));
 }
 
+// Whether the bracket before `at` closes an index into a dynamic array, "[[7]", and what follows is another step, or
+// the end of the path.
+bool ClosesDynamicIndex(std::string_view path, std::size_t at)
+{
+    const std::size_t inside = path.find_last_not_of("0123456789", at - 2);
+    const bool hasDigits = inside != std::string_view::npos && inside < at - 2;
+    const bool isInList = at < path.size() && std::string_view(". \t\r\n[").find(path[at]) == std::string_view::npos;
+    return hasDigits && !isInList && path.substr(0, inside + 1).ends_with("[[");
+}
+
 // A path ends at white space outside of its brackets: keys may hold some.
 std::size_t EndOfPath(const std::string& text, std::size_t begin)
 {
@@ -116,6 +126,8 @@ std::size_t EndOfPath(const std::string& text, std::size_t begin)
             break;
         depth += static_cast<int>(IsOpeningBracket(part.m_token)) - static_cast<int>(IsClosingBracket(part.m_token));
         at = part.m_span.m_end;
+        if (depth == 1 && part.m_token == TOKEN_RIGHT_SQUARE && ClosesDynamicIndex(text, at))
+            depth = 0;
     }
     return at;
 }
