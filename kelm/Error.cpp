@@ -21,6 +21,8 @@ std::string WholeText(const Error::Details& details)
     text += "error: " + Shown(details.m_message);
     if (!details.m_suggestions.empty())
         text += "; " + DidYouMean(details.m_suggestions);
+    else if (!details.m_hint.empty())
+        text += "; " + Shown(details.m_hint);
     if (!details.m_excerpt.empty())
         text += "\n" + details.m_excerpt;
     return text;

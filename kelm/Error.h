@@ -44,6 +44,7 @@ public:
         std::string m_excerpt = {};
         std::string m_fieldPath = {};
         std::vector<std::string> m_suggestions = {};
+        std::string m_hint = {};
     };
 
     explicit Error(Details details);
@@ -74,6 +75,10 @@ public:
     // The nearest names that exist, where one was wrong.
     const std::vector<std::string>& GetSuggestions() const& noexcept { return m_details->m_suggestions; }
     std::vector<std::string> GetSuggestions() const&& { return m_details->m_suggestions; }
+
+    // How what was written is written here, where that is known; empty where it is not.
+    const std::string& GetHint() const& noexcept { return m_details->m_hint; }
+    std::string GetHint() const&& { return m_details->m_hint; }
 
 private:
     struct SharedDetails;

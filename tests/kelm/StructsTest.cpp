@@ -271,7 +271,8 @@ const StructErrorRow s_orderErrors[] = {
      "                                   ^",
      ".part.parts[1].name"},
     {"{ timeout = '2 parsecs' }", ErrorKind::Type,
-     "1:13: error: Expected duration when read '2 parsecs'\n{ timeout = '2 parsecs' }\n            ^~~~~~~~~~~",
+     "1:13: error: Expected duration when read '2 parsecs'; a duration is a number and ns, us, ms, s, min or h, and "
+     "whole in what the member counts\n{ timeout = '2 parsecs' }\n            ^~~~~~~~~~~",
      ".timeout"},
     {"{ size = medium }", ErrorKind::Name,
      "1:10: error: Unknown member 'medium' of enum shop::Size\n{ size = medium }\n         ^~~~~~", ".size"},
@@ -611,9 +612,11 @@ TEST(Structs, SayWhereAValueIsThatItsTypeRefuses)
          "<text>:1:13: error: Value '-9999999999999h' is out of range of duration\n"
          "{ timeout = '-9999999999999h' }\n            ^~~~~~~~~~~~~~~~~"},
         {"{ timeout = '0.5us' }", ErrorKind::Type,
-         "<text>:1:13: error: Expected duration when read '0.5us'\n{ timeout = '0.5us' }\n            ^~~~~~~"},
+         "<text>:1:13: error: Expected duration when read '0.5us'; a duration is a number and ns, us, ms, s, min or h, "
+         "and whole in what the member counts\n{ timeout = '0.5us' }\n            ^~~~~~~"},
         {"{ timeout = '5' }", ErrorKind::Type,
-         "<text>:1:13: error: Expected duration when read '5'\n{ timeout = '5' }\n            ^~~"},
+         "<text>:1:13: error: Expected duration when read '5'; a duration is a number and ns, us, ms, s, min or h, and "
+         "whole in what the member counts\n{ timeout = '5' }\n            ^~~"},
     };
     for (const RefusedRow& row : rows)
     {

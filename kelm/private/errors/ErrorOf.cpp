@@ -1,6 +1,7 @@
 #include <kelm/private/errors/ErrorOf.h>
 
 #include <kelm/private/errors/Excerpt.h>
+#include <kelm/private/errors/Hints.h>
 #include <kelm/private/errors/Suggest.h>
 #include <klKelmScript/private/UnknownNameException.h>
 #include <klObject/describe/RegisterUsed.h>
@@ -132,6 +133,7 @@ Error ErrorAt(ErrorKind kind, std::string message, const SourceText& source, std
         details.m_suggestions = std::move(suggestions);
     else if (const std::optional<UnknownName> unknown = FindUnknownName(message))
         details.m_suggestions = NearestNames(unknown->m_name, unknown->m_existing);
+    details.m_hint = HintFor(message, source.m_text, offset);
     details.m_message = std::move(message);
     return Error(std::move(details));
 }

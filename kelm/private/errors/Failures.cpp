@@ -2,6 +2,7 @@
 
 #include <kelm/private/errors/ErrorOf.h>
 #include <kelm/private/errors/Excerpt.h>
+#include <kelm/private/errors/Hints.h>
 #include <kelm/private/errors/Source.h>
 #include <kelm/private/errors/Suggest.h>
 #include <klUtils/MessageOf.h>
@@ -59,7 +60,8 @@ Error MakeError(std::string_view text, const Failure& failure, std::size_t place
                   .m_column = at.m_column,
                   .m_excerpt = excerpt.m_line + "\n" + excerpt.m_blanks + excerpt.m_caret,
                   .m_fieldPath = std::move(fieldPath),
-                  .m_suggestions = NearestNames(details.m_unknown, details.m_existing)});
+                  .m_suggestions = NearestNames(details.m_unknown, details.m_existing),
+                  .m_hint = HintFor(details.m_message, text, place)});
 }
 
 } // namespace kelm::evaluation

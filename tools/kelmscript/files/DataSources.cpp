@@ -20,7 +20,6 @@
 #include <klUtils/KelmAssertionError.h>
 #include <klUtils/VectorOfByte.h>
 #include <klUtils/text/ExpressionParser.h>
-#include <klUtils/text/QualifiedName.h>
 #include <klUtils/xostream.h>
 
 #include <algorithm>
@@ -126,8 +125,6 @@ FoundField TryFindByFields(ptr<IObject> object, const std::string& path, bool fo
                               });
     if (!found.m_failure)
         found.m_field = field;
-    else if (!path.empty() && IsIdentifierCharacter(path[0]))
-        found.m_failure->m_notes.push_back({"a path begins with a dot: ." + path, 0});
     return found;
 }
 

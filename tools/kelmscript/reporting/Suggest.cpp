@@ -1,7 +1,7 @@
 #include "Suggest.h"
 
+#include <kelm/private/errors/Hints.h>
 #include <kelm/private/expressions/Functions.h>
-#include <klUtils/text/EToken.h>
 #include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
@@ -15,24 +15,11 @@ namespace kelm::tool
 namespace
 {
 
-// What other languages call an operator of ours.
-struct Spelling
-{
-    std::string_view m_written;
-    std::string_view m_operator;
-};
-
-constexpr Spelling s_spellings[] = {
-    {"and", "&&"}, {"or", "||"},  {"not", "!"},  {"mod", "%"}, {"xor", "^"},
-    {"**", "^^"},  {"===", "=="}, {"!==", "!="}, {"<>", "!="},
-};
-
 // What is known of an error of values or syntax.
 struct Situation
 {
     std::string_view m_message;
-    std::string_view m_before; // the text to the end of the token's first character
-    std::string_view m_word;   // that stands at the place, if one does
+    std::string_view m_word; // that stands at the place, if one does
 };
 
 std::string HintForIntegers(const Situation& situation)
@@ -49,29 +36,6 @@ std::string HintForIntegers(const Situation& situation)
                : "";
 }
 
-std::string HintForMaps(const Situation& situation)
-{
-    if (situation.m_message != ". not available on map")
-        return {};
-    return "what a map holds is named by its key: [\"" + std::string(situation.m_word) + "\"]";
-}
-
-bool IsOfGrammar(std::string_view message)
-{
-    return message.starts_with("Unexpected ") || message.starts_with("Expected ") ||
-           message.starts_with("Unknown name ");
-}
-
-std::string HintForSpelling(const Situation& situation)
-{
-    if (!IsOfGrammar(situation.m_message))
-        return {};
-    for (const auto& [written, ours] : s_spellings)
-        if (situation.m_word.empty() ? situation.m_before.ends_with(written) : situation.m_word == written)
-            return "the operator is " + std::string(ours);
-    return {};
-}
-
 std::string HintForFunctions(const Situation& situation)
 {
     if (!situation.m_message.starts_with("Unexpected "))
@@ -82,15 +46,8 @@ std::string HintForFunctions(const Situation& situation)
     return {};
 }
 
-std::string HintForTexts(const Situation& situation)
-{
-    if (!situation.m_message.starts_with("Expected string when read ") || situation.m_word.empty())
-        return {};
-    return "a text stands in quotes: \"" + std::string(situation.m_word) + "\"";
-}
-
-constexpr std::string (*s_hints[])(const Situation&) = {HintForIntegers, HintForMaps, HintForSpelling, HintForFunctions,
-                                                        HintForTexts};
+// What the tool alone knows: that there is another language.
+constexpr std::string (*s_hints[])(const Situation&) = {HintForIntegers, HintForFunctions};
 
 } // namespace
 
@@ -98,11 +55,11 @@ std::string HintFor(std::string_view message, std::string_view text, std::size_t
 {
     const std::string_view rest = text.substr(std::min(offset, text.size()));
     const auto* const end = std::find_if_not(rest.begin(), rest.end(), IsIdentifierCharacter);
-    const Situation situation{message, text.substr(0, offset + 1), std::string_view(rest.begin(), end)};
+    const Situation situation{message, std::string_view(rest.begin(), end)};
     for (const auto hintFor : s_hints)
         if (std::string hint = hintFor(situation); !hint.empty())
             return hint;
-    return {};
+    return kelm::HintFor(message, text, offset);
 }
 
 std::vector<Note> SuggestNames(const SourceText& source, const ParserBase& parser, const std::string& message,
