@@ -32,14 +32,6 @@ constexpr std::size_t s_mostOctets = std::size_t{1} << 33;
 // A value that is longer is laid out over several lines.
 constexpr std::size_t s_longestLine = 100;
 
-template <class MakeText>
-std::string OnFreshSegment(MakeText makeText)
-{
-    std::string text;
-    CallOnFreshSegment([&] { text = makeText(); });
-    return text;
-}
-
 Spot SpotOf(const ReflectionByteCode& type, void* data)
 {
     return {.m_kind = SpotKind::Target, .m_type = Underlying(type), .m_data = data, .m_isRuled = true};
@@ -475,7 +467,7 @@ std::string Updater::EntryText(const Spot& map, const Pieces& pieces, std::size_
 std::string Updater::NewText(const ReflectionByteCode& type, void* fresh, void* data) const
 {
     if (IsStackLow())
-        return OnFreshSegment([&] { return NewText(type, fresh, data); });
+        return CallOnFreshSegment([&] { return NewText(type, fresh, data); });
     const Spot spot = SpotOf(type, data);
     switch (spot.GetVariableKind())
     {
@@ -558,7 +550,7 @@ namespace
 std::string OverLines(const std::string& text, const std::string& indent, const std::string& newLine)
 {
     if (IsStackLow())
-        return OnFreshSegment([&] { return OverLines(text, indent, newLine); });
+        return CallOnFreshSegment([&] { return OverLines(text, indent, newLine); });
     const Document document = Document::Parse(text);
     const std::optional<Part> brackets = BracketsOf(document, {0, text.size()});
     const std::vector<Item> items = brackets ? ItemsOf(document, *brackets) : std::vector<Item>();

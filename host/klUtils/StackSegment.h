@@ -3,10 +3,10 @@
 // Recursion without a limit but memory. A function that recurses with its input asks, at one place that every cycle
 // of its recursion passes, whether the running stack is low, and goes on in a fresh stack segment when it is:
 //
-//     void Parse(...)
+//     Result Parse(...)
 //     {
 //         if (IsStackLow())
-//             return CallOnFreshSegment([&] { Parse(...); });
+//             return CallOnFreshSegment([&] { return Parse(...); });
 //         ...
 //     }
 //
@@ -27,6 +27,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <optional>
 #include <type_traits>
 #include <utility>
 
@@ -68,12 +69,23 @@ inline bool IsStackLow()
     return __builtin_expect(!t_stackInUse.HasRoomAt(stackPointer), 0) && IsStackLowHere(stackPointer);
 }
 
+// Calls f there, and returns what it does: nothing, a value or a reference.
 template <class F>
-void CallOnFreshSegment(F&& f)
+std::invoke_result_t<F&> CallOnFreshSegment(F&& f)
 {
+    using Result = std::invoke_result_t<F&>;
     using Function = std::remove_reference_t<F>;
-    RunOnFreshSegment([](void* context) { (*static_cast<Function*>(context))(); },
-                      const_cast<void*>(static_cast<const void*>(&f)));
+    if constexpr (std::is_void_v<Result>)
+        RunOnFreshSegment([](void* context) { (*static_cast<Function*>(context))(); },
+                          const_cast<void*>(static_cast<const void*>(&f)));
+    else if constexpr (std::is_reference_v<Result>)
+        return *CallOnFreshSegment([&f] { return &f(); });
+    else
+    {
+        std::optional<Result> result;
+        CallOnFreshSegment([&f, &result] { result.emplace(f()); });
+        return *std::move(result);
+    }
 }
 
 // For destructors: runs f, which throws nothing, on a fresh segment where the stack is low and a segment can be had,

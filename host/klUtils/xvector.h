@@ -222,11 +222,7 @@ public:
         const ssize_t common = a.size() < b.size() ? a.size() : b.size();
         if constexpr (!IsScalarType<T>)
             if (IsStackLow()) // elements may hold vectors of their own kind, nested to any depth
-            {
-                int order = 0;
-                CallOnFreshSegment([&] { order = CompareFor(comparison, a, b); });
-                return order;
-            }
+                return CallOnFreshSegment([&] { return CompareFor(comparison, a, b); });
         for (ssize_t i = 0; i < common; ++i)
             if (const int order = Compare<C>(a[i], b[i]))
                 return order;

@@ -63,11 +63,7 @@ template <class Rules>
 Place BasicDataSourceReader<Rules>::ReadFields(SubString parenthesis, const ClassShape& shape, char* data)
 {
     if (IsStackLow())
-    {
-        Place behind;
-        CallOnFreshSegment([&, parenthesis, data] { behind = ReadFields(parenthesis, shape, data); });
-        return behind;
-    }
+        return CallOnFreshSegment([&, parenthesis, data] { return ReadFields(parenthesis, shape, data); });
     FastCursor cursor(m_cursor, parenthesis);
     bool isFirst = true;
     const auto read = [&](const ReflectionByteCode& type, char* field, const FieldFacts& facts)
@@ -102,9 +98,7 @@ template <ssize_t MostLists>
 [[gnu::noinline]] Place BasicDataSourceReader<Rules>::ReadBodiesOnFreshSegment(SubString bracket,
                                                                                const ClassShape& shape, void* target)
 {
-    Place behind;
-    CallOnFreshSegment([=, this, &shape, &behind] { behind = ReadBodies<MostLists>(bracket, shape, target); });
-    return behind;
+    return CallOnFreshSegment([=, this, &shape] { return ReadBodies<MostLists>(bracket, shape, target); });
 }
 
 // A named body, or the list of instances behind a square bracket, which is not empty; and the lists of instances

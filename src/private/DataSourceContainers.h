@@ -149,11 +149,7 @@ template <class Rules>
 Place BasicDataSourceReader<Rules>::ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector)
 {
     if (IsStackLow())
-    {
-        Place behind;
-        CallOnFreshSegment([=, this, &vector, &behind] { behind = ReadOthers(bracket, type, vector); });
-        return behind;
-    }
+        return CallOnFreshSegment([=, this, &vector] { return ReadOthers(bracket, type, vector); });
     FastCursor cursor(m_cursor, bracket);
     do
     {

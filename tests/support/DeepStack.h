@@ -23,11 +23,7 @@ namespace kelm
     long depth, const std::function<void()>& atBottom = [] {})
 {
     if (IsStackLow())
-    {
-        long levels = 0;
-        CallOnFreshSegment([&] { levels = Descend(depth, atBottom); });
-        return levels;
-    }
+        return CallOnFreshSegment([&] { return Descend(depth, atBottom); });
     if (depth == 0)
     {
         atBottom();

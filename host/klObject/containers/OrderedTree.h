@@ -247,11 +247,7 @@ public:
         if (Comparison<C>::s_isEquality && a.Size() != b.Size())
             return 1;
         if (IsStackLow()) // entries may hold trees of their own kind, nested to any depth
-        {
-            int order = 0;
-            CallOnFreshSegment([&] { order = CompareEach<C>(a, b, compare); });
-            return order;
-        }
+            return CallOnFreshSegment([&] { return CompareEach<C>(a, b, compare); });
         auto i = a.template Begin<const Entry>();
         auto j = b.template Begin<const Entry>();
         for (ssize_t left = std::min(a.Size(), b.Size()); left > 0; --left, ++i, ++j)

@@ -184,10 +184,7 @@ public:
             return order;
         if constexpr (!(IsScalarType<As> && ...))
             if (IsStackLow()) // alternatives may hold variants of their own kind, nested to any depth
-            {
-                CallOnFreshSegment([&] { order = CompareFor(comparison, a, b); });
-                return order;
-            }
+                return CallOnFreshSegment([&] { return CompareFor(comparison, a, b); });
         a.Visit([&]<class T>(const T& value)
                 { order = Compare<C>(value, *std::launder(static_cast<const T*>(b.Address()))); });
         return order;

@@ -189,11 +189,7 @@ private:
 bool DescriptionWalk::PassItem(const uint8*& bc)
 {
     if (IsStackLow())
-    {
-        bool isPassed = false;
-        CallOnFreshSegment([&] { isPassed = PassItem(bc); });
-        return isPassed;
-    }
+        return CallOnFreshSegment([&] { return PassItem(bc); });
     const TypeCode& item = s_typeCodes[*bc];
     if (item.m_passedAs != PASSED_METADATA)
         return false;
@@ -216,11 +212,7 @@ DescriptionWalk::Outcome DescriptionWalk::Follow(ReflectionByteCode type, Typede
                                                  const Complain& complain)
 {
     if (IsStackLow())
-    {
-        Outcome outcome;
-        CallOnFreshSegment([&] { outcome = Follow(type, within, containers, complain); });
-        return outcome;
-    }
+        return CallOnFreshSegment([&] { return Follow(type, within, containers, complain); });
     ssize_t count = 1; // of the elements of arrays
     std::optional<ssize_t> outerSize;
     const auto result = [&](Outcome outcome) -> Outcome
@@ -324,11 +316,7 @@ public:
     bool Visit(const Composite& composite)
     {
         if (IsStackLow())
-        {
-            bool isWhole = false;
-            CallOnFreshSegment([&] { isWhole = Visit(composite); });
-            return isWhole;
-        }
+            return CallOnFreshSegment([&] { return Visit(composite); });
         const bool isSought = composite.GetDescriptor() == m_sought.GetDescriptor();
         if (isSought && !m_path.empty())
             Refuse(m_sought.GetKind(), " ", m_sought.GetName(),

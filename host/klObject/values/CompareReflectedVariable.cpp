@@ -349,11 +349,7 @@ int CompareForeign(EComparison question, const Operand& a, const Operand& b)
 int CompareElements(EComparison question, Operand a, Operand b, ssize_t count)
 {
     if (IsStackLow())
-    {
-        int order = 0;
-        CallOnFreshSegment([&] { order = CompareElements(question, a, b, count); });
-        return order;
-    }
+        return CallOnFreshSegment([&] { return CompareElements(question, a, b, count); });
     ssize_t countOfB = count;
     a.m_type = EnterArrays(a.m_type, count, s_sourceFile);
     b.m_type = EnterArrays(b.m_type, countOfB, s_sourceFile);

@@ -124,14 +124,6 @@ private:
     std::unordered_map<const void*, HandlePlan*> m_byDescriptor; // classes and variants that are begun
 };
 
-template <class MakePlan>
-const HandlePlan& OnFreshSegment(MakePlan makePlan)
-{
-    const HandlePlan* plan = nullptr;
-    CallOnFreshSegment([&] { plan = &makePlan(); });
-    return *plan;
-}
-
 HandlePlan& PlanMaker::Make(EHandlePlan kind)
 {
     m_made.push_back(std::make_unique<HandlePlan>());
@@ -149,7 +141,7 @@ HandlePlan& PlanMaker::MakeOfElements(EHandlePlan kind, ReflectionByteCode eleme
 const HandlePlan& PlanMaker::OfClass(const ReflectedClass& rc)
 {
     if (IsStackLow()) // classes contain classes
-        return OnFreshSegment([&]() -> const HandlePlan& { return OfClass(rc); });
+        return CallOnFreshSegment([&]() -> const HandlePlan& { return OfClass(rc); });
     if (m_classes == LOOK_UP_CLASSES)
         return PlanOfClass(rc);
     if (const HandlePlan* const known = GetKeptPlan(rc))
@@ -240,7 +232,7 @@ const HandlePlan& PlanMaker::OfSet(ReflectionByteCode rbc)
 const HandlePlan& PlanMaker::OfType(ReflectionByteCode rbc)
 {
     if (IsStackLow())
-        return OnFreshSegment([&]() -> const HandlePlan& { return OfType(rbc); });
+        return CallOnFreshSegment([&]() -> const HandlePlan& { return OfType(rbc); });
     rbc.AdvanceToUnderlyingType2();
     return OfUnderlyingType(rbc);
 }

@@ -84,10 +84,7 @@ char* Writer::WriteVariable(char* p, ReflectionByteCode type, const void* data, 
 char* Writer::WriteUnderlying(char* p, ReflectionByteCode type, const void* data, Before before)
 {
     if (IsStackLow())
-    {
-        CallOnFreshSegment([&] { p = WriteUnderlying(p, type, data, before); });
-        return p;
-    }
+        return CallOnFreshSegment([&] { return WriteUnderlying(p, type, data, before); });
     const auto* const bytes = static_cast<const char*>(data);
     const EVariableKind kind = GetTypeCode(type).m_kind;
     switch (kind)
@@ -223,10 +220,7 @@ inline char* Writer::PutMemberName(char* p, const WrittenMember& member)
 char* Writer::WriteClassBody(char* p, const WritePlan& plan, const char* data, Before before)
 {
     if (IsStackLow())
-    {
-        CallOnFreshSegment([&] { p = WriteClassBody(p, plan, data, before); });
-        return p;
-    }
+        return CallOnFreshSegment([&] { return WriteClassBody(p, plan, data, before); });
     if (!plan.m_fault.empty())
         Throw({plan.m_fault});
     // Where all is on one line, the blank before the first member gives way to the bracket.
@@ -478,10 +472,7 @@ char* Writer::WriteElements(char* p, const WrittenElement& element, const char* 
     if (element.m_kind == VK_VECTOR)
     {
         if (IsStackLow())
-        {
-            CallOnFreshSegment([&] { p = WriteElements(p, element, data, first, count, array); });
-            return p;
-        }
+            return CallOnFreshSegment([&] { return WriteElements(p, element, data, first, count, array); });
         const WrittenElement inner(element.m_type.GetElementType());
         if (array == nullptr)
             return WriteLists(p, inner, data, first, count);

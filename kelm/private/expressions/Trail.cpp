@@ -20,9 +20,7 @@ void Trail::Choose(std::size_t lowest, std::size_t chosen)
 
 std::span<Trail::Step> Trail::StepsOf(std::size_t slot)
 {
-    const auto [begin, end] = std::equal_range(m_steps.begin(), m_steps.end(), Step{slot, nullptr, {}, 0},
-                                               [](const Step& a, const Step& b) { return a.m_slot < b.m_slot; });
-    return {begin, end};
+    return std::ranges::equal_range(m_steps, slot, {}, &Step::m_slot);
 }
 
 namespace
@@ -89,11 +87,7 @@ bool Machine::FindAgain(Slot& slot)
     if (steps.empty() || steps.back().m_runs == trail.GetRuns())
         return true;
     if (IsStackLow()) // loops are within loops
-    {
-        bool isFound = false;
-        CallOnFreshSegment([&] { isFound = FindAgain(slot); });
-        return isFound;
-    }
+        return CallOnFreshSegment([&] { return FindAgain(slot); });
     Value again;
     Slot& found = ValueAccess::Of(again);
     for (const Trail::Step& step : steps)

@@ -100,11 +100,7 @@ public:
     bool Check(ReflectionByteCode type, const void* data)
     {
         if (IsStackLow())
-        {
-            bool holds = false;
-            CallOnFreshSegment([&] { holds = Check(type, data); });
-            return holds;
-        }
+            return CallOnFreshSegment([&] { return Check(type, data); });
         type.AdvanceToUnderlyingType2();
         switch (static_cast<int>(type.GetCode()))
         {

@@ -391,11 +391,7 @@ TEST(HostsStack, OfASignalHandlerCountsAsLow)
 [[gnu::noinline]] long DescendAndUse(long depth, std::size_t bytes)
 {
     if (IsStackLow())
-    {
-        long levels = 0;
-        CallOnFreshSegment([&] { levels = DescendAndUse(depth, bytes); });
-        return levels;
-    }
+        return CallOnFreshSegment([&] { return DescendAndUse(depth, bytes); });
     WithStackInUse(bytes);
     if (depth == 0)
         return 0;

@@ -9,8 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <pthread.h>
@@ -85,6 +87,25 @@ TEST(StackSegment, RunsTheCallOnAnotherStackAndComesBack)
     const auto call = [&] { there = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); };
     CallOnFreshSegment(call);
     EXPECT_GT(here > there ? here - there : there - here, std::uintptr_t(64) * 1024);
+}
+
+TEST(StackSegment, ReturnsWhatTheCallDoes)
+{
+    EXPECT_EQ(CallOnFreshSegment([] { return 4711; }), 4711);
+
+    // A value is handed on, not copied, and needs no empty state.
+    struct Owner
+    {
+        explicit Owner(int number) : m_number(std::make_unique<int>(number)) {}
+        std::unique_ptr<int> m_number;
+    };
+    const Owner owner = CallOnFreshSegment([] { return Owner(17); });
+    EXPECT_EQ(*owner.m_number, 17);
+
+    // A reference is to the very object.
+    int number = 0;
+    static_assert(std::is_same_v<decltype(CallOnFreshSegment([&]() -> int& { return number; })), int&>);
+    EXPECT_EQ(&CallOnFreshSegment([&]() -> int& { return number; }), &number);
 }
 
 TEST(StackSegment, IsKeptForTheNextCallAndNeverSharedByTwo)

@@ -46,23 +46,6 @@ Cursor::Cursor(const ParserBase& parser)
         m_token.m_escape = &s_nonePassed; // any address
 }
 
-LSToken Cursor::GetPreviousToken(const ParserBase& parser) const
-{
-    if (m_previous == &s_nonePassed)
-        return parser.m_prevToken;
-    if (m_previous == parser.m_token.m_str.m_p1)
-        return parser.m_token;
-    return FindPreviousToken();
-}
-
-// Of a token that has been passed, and was scanned here.
-[[gnu::always_inline]] inline LSToken Cursor::FindPreviousToken() const
-{
-    LSToken token;
-    FindTokenHere(m_previous, m_end, false, token);
-    return token;
-}
-
 void Cursor::StoreIn(ParserBase& parser) const
 {
     if (m_previous == &s_nonePassed)
@@ -70,7 +53,7 @@ void Cursor::StoreIn(ParserBase& parser) const
     if (m_previous == parser.m_token.m_str.m_p1)
         parser.m_prevToken = parser.m_token;
     else
-        parser.m_prevToken = FindPreviousToken();
+        FindTokenHere(m_previous, m_end, false, parser.m_prevToken); // which was scanned here
     parser.m_token = m_token.m_past != nullptr ? GetToken() : parser.m_prevToken;
     parser.m_str.m_p1 = m_p;
 }

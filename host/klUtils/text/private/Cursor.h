@@ -33,7 +33,6 @@ public:
     bool Is(EToken kind) const { return m_token.m_kind == kind; }
     SubString GetText() const { return m_token.GetText(); }
     LSToken GetToken() const { return m_token.GetToken(); }
-    KLUTILS_API LSToken GetPreviousToken(const ParserBase& parser) const;
 
     // Whether the text of the current token is that.
     bool IsText(SubString text) const { return GetText() == text; }
@@ -180,8 +179,6 @@ public:
     }
 
     KLUTILS_API bool TryAnyNext();
-
-    LSToken FindPreviousToken() const;
 
     // The scanner has found no token: the current one is the previous one from now on.
     bool Stay()
