@@ -36,27 +36,23 @@ class Counts:
             if within or "GCOVR_EXCL_LINE" in text or not text.strip(" {}()[];,"):
                 self.excluded.add(number)
 
-    def add(self, line, num_instances):
+    def add(self, line, function):
         number = line["line_number"]
         if number in self.excluded:
             return
         self.ran[number] = self.ran.get(number, False) or line["count"] > 0
-        self.branches.setdefault(number, []).append((decisions(line["branches"]), num_instances))
+        of_function = self.branches.setdefault(number, {}).setdefault(function, [])
+        of_function.append(decisions(line["branches"]))
 
-    # Those of a template's instances stand one behind the other. Of lambdas in what is constant gcov tells no function:
-    # there the fewest that an object has are those of one instance.
+    # Of some lambdas in templates gcov names no function: their instances stand one behind the other, and the fewest that
+    # an object has are those of one.
     def taken_at(self, number):
-        lists = self.branches[number]
-        fewest = min((len(branches) for branches, _ in lists if branches), default=1)
-        taken = []
-        for branches, num_instances in filter(lambda pair: pair[0], lists):
-            size = len(branches) // num_instances if num_instances else fewest
-            if not size or len(branches) % size != 0:
-                size = len(branches)
-            taken += [False] * (size - len(taken))
-            for i, count in enumerate(branches):
-                taken[i % size] = taken[i % size] or count > 0
-        return taken
+        named = {function: lists for function, lists in self.branches[number].items() if function}
+        if named:
+            return [is_taken for lists in named.values() for is_taken in merged(lists)]
+        lists = list(filter(None, self.branches[number][None]))
+        size = min(map(len, lists), default=1)
+        return merged([counts[i:i + size] for counts in lists for i in range(0, len(counts), size)])
 
     def taken(self):
         return {number: self.taken_at(number) for number in self.branches}
@@ -71,18 +67,9 @@ class Counts:
         return [len(self.missed()), len(self.ran), sum(self.untaken().values()), sum(map(len, self.taken().values()))]
 
 
-class Instances:
-    """How often the function around a line was compiled; 0 where no function is known."""
-
-    def __init__(self, functions):
-        self.by_place = {}
-        for f in functions:
-            place = f["start_line"], f["start_column"], f["end_line"]
-            self.by_place[place] = self.by_place.get(place, 0) + 1
-
-    def of(self, line):
-        around = [place for place in self.by_place if place[0] <= line <= place[2]]
-        return self.by_place[max(around)] if around else 0
+def merged(lists):
+    """Which of the branches at a line were taken in any instance of the function."""
+    return [any(counts[i] > 0 for counts in lists if i < len(counts)) for i in range(max(map(len, lists), default=0))]
 
 
 def decisions(branches):
@@ -120,9 +107,10 @@ def read_counts(build, room):
                     if room.match(name):
                         counts = files.setdefault(name, None) or Counts(name)
                         files[name] = counts
-                        instances = Instances(file["functions"])
+                        # A template's instances, and what each object has of a header, are one function.
+                        places = {f["name"]: (f["start_line"], f["start_column"]) for f in file["functions"]}
                         for line in file["lines"]:
-                            counts.add(line, instances.of(line["line_number"]))
+                            counts.add(line, places.get(line.get("function_name")))
     return files
 
 
