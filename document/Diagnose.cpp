@@ -76,7 +76,7 @@ private:
                 (m_policy.IsExact() ? diagnostic.m_note : diagnostic.m_message) = explanation;
             else if (const auto unknown = FindUnknownName(diagnostic.m_message))
             {
-                diagnostic.m_note = unknown->GetHint();
+                diagnostic.m_note = unknown->TellExisting();
                 diagnostic.m_notePlace = LastPartOf(diagnostic.m_token);
             }
             m_found.push_back(std::move(diagnostic));

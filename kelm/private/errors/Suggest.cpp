@@ -215,7 +215,7 @@ std::string_view Explain(const KelmAssertionError& error)
     return {};
 }
 
-std::string UnknownName::GetHint() const
+std::string UnknownName::TellExisting() const
 {
     const std::string question = DidYouMean(NearestNames(m_name, m_existing));
     return question.empty() ? ThereAre(m_existing) : question;

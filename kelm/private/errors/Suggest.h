@@ -33,7 +33,7 @@ struct KELM_API UnknownName
     bool m_isAtName;                     // the readers' error is at the name, not at the token behind it
 
     // A question or a statement about what exists; empty where that is too little or too much.
-    std::string GetHint() const;
+    std::string TellExisting() const;
 };
 
 // Nothing where the message is about something else.

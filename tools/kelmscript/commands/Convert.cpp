@@ -44,7 +44,7 @@ void ReportJson(const SourceText& json, const std::string& message, std::size_t 
     Failure failure{"syntax", message, place, {}};
     if (const auto unknown = FindUnknownName(message))
     {
-        std::string hint = unknown->m_isClass && unknown->m_existing.empty() ? s_noClasses : unknown->GetHint();
+        std::string hint = unknown->m_isClass && unknown->m_existing.empty() ? s_noClasses : unknown->TellExisting();
         if (!hint.empty())
             failure.m_notes.push_back({std::move(hint), place});
     }

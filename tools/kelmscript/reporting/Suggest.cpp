@@ -69,7 +69,7 @@ std::vector<Note> SuggestNames(const SourceText& source, const ParserBase& parse
     if (!unknown)
         return {};
     const LSToken& nameToken = unknown->m_isAtName ? parser.m_token : parser.m_prevToken;
-    const std::string hint = unknown->m_isClass && unknown->m_existing.empty() ? s_noClasses : unknown->GetHint();
+    const std::string hint = unknown->m_isClass && unknown->m_existing.empty() ? s_noClasses : unknown->TellExisting();
     if (hint.empty() || nameToken.m_type != TOKEN_IDENTIFIER)
         return {};
     const auto nameOffset = static_cast<std::size_t>(nameToken.m_str.m_p1 - source.View().m_p1);
