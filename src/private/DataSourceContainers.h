@@ -84,16 +84,13 @@ template <class Rules>
         cursor.GoHomeToNext();
         type.AdvanceToUnderlyingType2();
     }
-    return WithSimpleType(
-        type.GetCode(), [&](auto simple) { return ReadElementsOf<decltype(simple)>(m_cursor, bracket, vector); },
-        [&]
-        {
-            if (const ReflectedClass* const rc = type.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
-                return ReadInstances(bracket, *rc, vector);
-            if (const ReflectedEnum* const r = type.GetReflectedEnum())
-                return ReadEnumerators(bracket, *r, vector);
-            return ReadOthers(bracket, type, vector);
-        });
+    if (IsSimple(type.GetCode()))
+        return s_simpleElementsReads[type.GetCode()](m_cursor, bracket, vector);
+    if (const ReflectedClass* const rc = type.GetReflectedClass(); rc != nullptr && rc->m_size > 0)
+        return ReadInstances(bracket, *rc, vector);
+    if (const ReflectedEnum* const r = type.GetReflectedEnum())
+        return ReadEnumerators(bracket, *r, vector);
+    return ReadOthers(bracket, type, vector);
 }
 
 template <class Rules>

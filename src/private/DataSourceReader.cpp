@@ -141,6 +141,17 @@ bool TryReadSimple(text::Cursor& cursor, ETypeByteCode code, void* data)
 
 } // namespace
 
+constinit const std::array<SimpleElementsRead, FT_STRING16 + 1> s_simpleElementsReads = []
+{
+    std::array<SimpleElementsRead, FT_STRING16 + 1> reads{};
+    for (std::size_t code = 0; code < reads.size(); ++code)
+        reads[code] = WithSimpleType(
+            static_cast<ETypeByteCode>(code),
+            [](auto type) -> SimpleElementsRead { return ReadElementsOf<decltype(type)>; },
+            []() -> SimpleElementsRead { return nullptr; });
+    return reads;
+}();
+
 template <class Rules>
 void BasicDataSourceReader<Rules>::ReadEnumeratorByNumber(const ReflectedEnum& r, void* data)
 {
@@ -465,6 +476,20 @@ Place BasicDataSourceReader<Rules>::ReadOneBehind(FastCursor cursor, const Refle
     return cursor.GetPlace();
 }
 
+// One of a foreign type that nothing checks, and that is no text.
+template <class Rules>
+Place BasicDataSourceReader<Rules>::ReadForeignMember(FastCursor cursor, const ReflectionByteCode& type, char* data,
+                                                      ConstStringZ name)
+{
+    return m_rules.AtMember(name,
+                            [&, cursor]
+                            {
+                                const Place behind = TryReadForeign(cursor, type.GetForeignType(), data);
+                                return behind.m_start != nullptr ? behind
+                                                                 : ReadUnusual(cursor.GetOperator(), type, data);
+                            });
+}
+
 // A member's value, behind the equals sign or comma before it.
 template <class Rules>
 inline Place BasicDataSourceReader<Rules>::ReadMember(FastCursor cursor, const ReflectionByteCode& type, char* data,
@@ -482,14 +507,15 @@ inline Place BasicDataSourceReader<Rules>::ReadMember(FastCursor cursor, const R
                 behind = s_simpleReads[code](m_cursor, cursor.GetOperator(), data);
             else if (code == FT_FOREIGN && type.GetForeignType().GetForm() == FF_TEXT)
                 behind = TryReadForeignText(m_cursor, cursor.GetOperator(), *type.GetForeignType().m_text, data);
+            else if (code == FT_FOREIGN)
+                return ReadForeignMember(cursor, type, data, facts.m_name);
             if (behind.m_start != nullptr) [[likely]]
                 return behind;
         }
-        const char* const begin = cursor.FindNext();
         const Place behind = m_rules.AtMember(facts.m_name, [&, cursor] { return ReadOneBehind(cursor, type, data); });
         if (facts.m_check != nullptr)
             m_rules.AtMember(facts.m_name,
-                             [&]
+                             [&, begin = cursor.FindNext()]
                              {
                                  if (!facts.m_check(data))
                                      ThrowAbout(begin, "Member '", facts.m_name, "' of class ", shape.m_rc->m_name,

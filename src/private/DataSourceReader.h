@@ -189,10 +189,13 @@ private:
     [[gnu::always_inline]] inline bool TryReadNesting(text::FastCursor& cursor, const ReflectionByteCode& type,
                                                       char* data);
     text::Place TryReadForeign(text::FastCursor cursor, const ForeignType& type, char* data);
-    text::Place ReadForeignElements(text::FastCursor cursor, const ForeignType& type, void* list);
+    inline text::Place ReadForeignCopies(SubString bracket, const ForeignType& type, void* list);
+    inline text::Place ReadForeignElements(SubString bracket, const ForeignType& type, void* list);
     inline void ShowBehind(const text::FastCursor& cursor);
     [[gnu::always_inline]] inline void ReadBehind(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
     text::Place ReadOneBehind(text::FastCursor cursor, const ReflectionByteCode& type, char* data);
+    text::Place ReadForeignMember(text::FastCursor cursor, const ReflectionByteCode& type, char* data,
+                                  ConstStringZ name);
     inline text::Place ReadMember(text::FastCursor cursor, const ReflectionByteCode& type, char* data,
                                   const ClassShape& shape, const FieldFacts& facts);
 

@@ -5,6 +5,7 @@
 
 #include <klKelmScript/private/DataSourceItems.h>
 #include <klKelmScript/private/ReadingErrors.h>
+#include <klKelmScript/private/SimpleValues.h>
 #include <klKelmScript/private/UnknownNameException.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
@@ -299,11 +300,10 @@ text::Place BasicDataSourceReader<Rules>::TryReadForeign(text::FastCursor cursor
         return {};
     if (type.GetForm() == FF_TEXT)
         return TryReadForeignText(m_cursor, cursor.GetOperator(), *type.m_text, data);
-    if (m_foreignDepth == s_maxForeignDepth || IsStackLow()) [[unlikely]]
+    if (m_foreignDepth == s_maxForeignDepth) [[unlikely]]
         return {};
     const char* const next = cursor.FindNext();
     const char first = next != cursor.GetEnd() ? *next : '\0';
-    const Deeper deeper(m_foreignDepth);
     if (type.GetForm() == FF_LIST && !type.m_list->m_isFixed && first == '[')
     {
         if (type.m_list->Count(data) > 0)
@@ -311,45 +311,63 @@ text::Place BasicDataSourceReader<Rules>::TryReadForeign(text::FastCursor cursor
             ShowBehind(cursor);
             type.m_list->Clear(data);
         }
-        return ReadForeignElements(text::FastCursor(m_cursor, {next, next + 1}), type, data);
+        const SubString bracket(next, next + 1);
+        return type.m_list->AppendCopies != nullptr ? ReadForeignCopies(bracket, type, data)
+                                                    : ReadForeignElements(bracket, type, data);
     }
-    if (type.IsOptional() && first != 'n')
+    if (type.IsOptional() && first != 'n' && !IsStackLow())
     {
+        const Deeper deeper(m_foreignDepth);
         ShowBehind(cursor);
         return ReadOneBehind(cursor, type.GetPartType(0), static_cast<char*>(type.m_choice->Emplace(data, 0)));
     }
     return {};
 }
 
-// From the bracket on, of an empty list.
+// From the bracket on, of an empty list whose elements are copied as bytes. They do not nest.
 template <class Rules>
-text::Place BasicDataSourceReader<Rules>::ReadForeignElements(text::FastCursor cursor, const ForeignType& type,
-                                                              void* list)
+inline text::Place BasicDataSourceReader<Rules>::ReadForeignCopies(SubString bracket, const ForeignType& type,
+                                                                   void* list)
 {
-    const ForeignListFns& fns = *type.m_list;
-    const ReflectionByteCode elementType = type.GetElementType(0);
-    if (fns.AppendCopies != nullptr)
-    {
-        m_copies.clear();
-        const text::Place behind = ReadElements(cursor.GetOperator(), elementType, m_copies);
-        if (!m_copies.empty())
-            fns.AppendCopies(list, m_copies.data(), m_copies.size());
-        return behind;
-    }
+    text::FastCursor cursor(m_cursor, bracket);
     if (cursor.TryPassEmpty<']'>())
         return cursor.GetPlace();
-    const ReflectedClass* const rc = elementType.GetReflectedClass();
-    const auto readEach = [&](const auto& readOne)
+    m_copies.clear();
+    const ReflectionByteCode elementType = type.GetElementType(0);
+    const text::Place behind =
+        IsSimple(elementType.GetCode())
+            ? m_rules.AtIndex([&] { return m_copies.size() / elementType.GetTypeSize() - 1; },
+                              [&] { return s_simpleElementsReads[elementType.GetCode()](m_cursor, bracket, m_copies); })
+            : ReadElements(bracket, elementType, m_copies);
+    type.m_list->AppendCopies(list, m_copies.data(), m_copies.size());
+    return behind;
+}
+
+// The same of any elements. A null place, with nothing done, where there is no stack for them.
+template <class Rules>
+inline text::Place BasicDataSourceReader<Rules>::ReadForeignElements(SubString bracket, const ForeignType& type,
+                                                                     void* list)
+{
+    if (IsStackLow()) [[unlikely]]
+        return {};
+    const Deeper deeper(m_foreignDepth);
+    const ForeignListFns& fns = *type.m_list;
+    const ReflectionByteCode elementType = type.GetElementType(0);
+    text::FastCursor cursor(m_cursor, bracket);
+    if (cursor.TryPassEmpty<']'>())
+        return cursor.GetPlace();
+    const auto readEach = [&](const auto& readOne) __attribute__((always_inline))
     {
+        text::FastCursor at = cursor;
         do
         {
-            ShowBehind(cursor);
+            ShowBehind(at);
             auto* const element = static_cast<char*>(fns.Append(list));
-            cursor.Load(
-                m_rules.AtIndex([&] { return fns.Count(list) - 1; }, [&, cursor] { return readOne(cursor, element); }));
-        } while (cursor.TakeCommaOrPassEnd<']'>());
-        return cursor.GetPlace();
+            at.Load(m_rules.AtIndex([&] { return fns.Count(list) - 1; }, [&, at] { return readOne(at, element); }));
+        } while (at.TakeCommaOrPassEnd<']'>());
+        return at.GetPlace();
     };
+    const ReflectedClass* const rc = elementType.GetReflectedClass();
     if (rc == nullptr)
         return readEach([&](const text::FastCursor& at, char* element)
                         { return ReadOneBehind(at, elementType, element); });

@@ -202,4 +202,8 @@ text::Place ReadElementsOf(text::Cursor& home, SubString bracket, VectorOfByte& 
     return cursor.GetPlace();
 }
 
+// By the types' codes; null for those that are not simple. (DataSourceReader.cpp)
+using SimpleElementsRead = text::Place (*)(text::Cursor& home, SubString bracket, VectorOfByte& vector);
+extern const std::array<SimpleElementsRead, FT_STRING16 + 1> s_simpleElementsReads;
+
 } // namespace kelm
