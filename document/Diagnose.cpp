@@ -4,6 +4,7 @@
 #include <kelmDocument/private/ScanPartHere.h>
 #include <kelmDocument/private/Subject.h>
 
+#include <kelm/private/errors/Hints.h>
 #include <kelm/private/errors/Source.h>
 #include <kelm/private/errors/Suggest.h>
 #include <klKelmScript/private/ReadingErrors.h>
@@ -79,6 +80,8 @@ private:
                 diagnostic.m_note = unknown->TellExisting();
                 diagnostic.m_notePlace = LastPartOf(diagnostic.m_token);
             }
+            else
+                diagnostic.m_note = HintFor(diagnostic.m_message, m_text, diagnostic.m_token.m_begin);
             m_found.push_back(std::move(diagnostic));
         }
         if (m_found.empty() && rest.m_p1 != rest.m_p2)

@@ -47,7 +47,7 @@ TEST(Diagnose, TellsEachMistakeAndItsToken)
         {"yard::Ship { title = \"a\" }", ""},
         {"yard::Ship { titel = 'a' area = x isOpen = 1 tags = [1, 'a', 3] }",
          "19 [titel] Unknown member 'titel' of class yard::Ship (did you mean title?)\n"
-         "32 [x] Expected float64 when read x\n43 [1] Expected bool when read 1\n"
+         "32 [x] Expected float64 when read x\n43 [1] Expected bool when read 1 (a bool is true or false)\n"
          "56 ['a'] Expected int32 when read 'a'\n"},
         // In the standard library's lists and maps too.
         {"yard::Ship { list = [1, x, 3, y] map = [\"a\" -> x, 5 -> 1] set = [1, \"b\", 2] pair = [x, y] }",
@@ -55,6 +55,8 @@ TEST(Diagnose, TellsEachMistakeAndItsToken)
          "47 [x] Expected int32 when read x\n50 [5] Expected string when read 5\n"
          "65 [1] Expected string when read 1\n73 [2] Expected string when read 2\n"
          "84 [x] Expected int32 when read x\n87 [y] Expected int32 when read y\n"},
+        {"yard::Ship { title = 'a', area = 1 }",
+         "24 [,] Expected identifier when read , (nothing stands between members, no comma either)\n"},
         {"yard::Ship { title = 'a' title = 'b' } more",
          "25 [title] warning: member 'title' is written twice (it is written here already)\n"
          "39 [more] warning: the text after the data source is not read\n"},
@@ -71,8 +73,8 @@ TEST(Diagnose, GoesByTheRulesOfAProgramsTypes)
         {"{ number = 3 }\x01", "13 [}] Member 'customer' of class orders::Order is required\n14 [\x01] Illegal "
                                "character 0x01 outside quotes\n"},
         {"{ number = 3 }", "13 [}] Member 'customer' of class orders::Order is required\n"},
-        {"{ customer = \"a\" number = -1 isOpen = 5 }",
-         "26 [-] Member 'number' of class orders::Order refuses -1\n38 [5] Expected bool when read 5\n"},
+        {"{ customer = \"a\" number = -1 isOpen = 5 }", "26 [-] Member 'number' of class orders::Order refuses -1\n38 "
+                                                        "[5] Expected bool when read 5 (a bool is true or false)\n"},
         {"{ customer = \"a\" number = 1 number = x rates = [1] customer = \"b\" }",
          "28 [number] Member 'number' of class orders::Order is written twice\n37 [x] Expected int32 when read x\n"
          "48 [1] Expected string when read 1\n51 [customer] Member 'customer' of class orders::Order is written "
