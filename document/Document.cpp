@@ -63,7 +63,7 @@ Document::Block Document::ScanBlock(std::size_t at, std::size_t until) const
         {
             p = ScanPartHere(begin, p, end).m_past; // which is no bracket
         }
-    return {static_cast<std::size_t>(p - begin) - at, lowest, depth};
+    return {at, static_cast<std::size_t>(p - begin) - at, lowest, depth};
 }
 
 // From a part at some depth below brackets to the part that closes them. False, with the place gone to `end`, where it
@@ -87,17 +87,21 @@ bool Document::FindClosingIn(std::size_t end, Depth& place) const
     return false;
 }
 
-std::size_t Document::FindClosing(std::size_t opening, BlockPlace& from) const
+std::size_t Document::FindClosing(std::size_t opening, std::size_t& from) const
 {
-    while (from.m_begin + m_blocks[from.m_block].m_size <= opening)
-        from.m_begin += m_blocks[from.m_block++].m_size;
+    if (m_blocks[from].m_begin + m_blocks[from].m_size <= opening)
+    {
+        const auto first = m_blocks.begin() + static_cast<std::ptrdiff_t>(from);
+        const auto behind = std::upper_bound(first, m_blocks.end(), opening,
+                                             [](std::size_t at, const Block& block) { return at < block.m_begin; });
+        from = static_cast<std::size_t>(behind - m_blocks.begin()) - 1;
+    }
     Depth place{opening + 1, 1};
-    std::size_t end = from.m_begin;
-    for (std::size_t i = from.m_block; i < m_blocks.size(); ++i)
+    for (std::size_t i = from; i < m_blocks.size(); ++i)
     {
         const Block& block = m_blocks[i];
-        end += block.m_size;
-        if (i != from.m_block && place.m_depth + block.m_lowest > 0)
+        const std::size_t end = block.m_begin + block.m_size;
+        if (i != from && place.m_depth + block.m_lowest > 0)
             place = {end, place.m_depth + block.m_net};
         else if (FindClosingIn(end, place))
             return place.m_at;
@@ -146,7 +150,9 @@ void Document::Edit(Span removed, std::string_view inserted)
         const std::vector<Block> blocks = ScanBlocks(begin, end + inserted.size() - removed.GetSize(), last);
         const auto numReplaced = last - first;
         const auto replaced = m_blocks.insert(first, blocks.begin(), blocks.end()) + std::ssize(blocks);
-        m_blocks.erase(replaced, replaced + numReplaced);
+        auto behind = m_blocks.erase(replaced, replaced + numReplaced);
+        for (; behind != m_blocks.end(); ++behind)
+            behind->m_begin += inserted.size() - removed.GetSize(); // or less, which wraps as it should
     }
     catch (...)
     {

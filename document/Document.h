@@ -46,6 +46,7 @@ private:
     // Whole parts that follow each other. Depths are relative to the block's beginning.
     struct Block
     {
+        std::size_t m_begin;
         std::size_t m_size;
         int32 m_lowest; // the least depth that is reached, 0 or below
         int32 m_net;    // the depth at the end
@@ -56,12 +57,6 @@ private:
         std::size_t m_at;
         std::ptrdiff_t m_depth;
     };
-    // A block, and where it begins.
-    struct BlockPlace
-    {
-        std::size_t m_block = 0;
-        std::size_t m_begin = 0;
-    };
 
     Document() = default;
 
@@ -71,7 +66,7 @@ private:
 
     // Where the bracket is that closes the one at `opening`; the end of the text where there is none. Looks from a
     // block at or before that on, which becomes the block that it is in.
-    std::size_t FindClosing(std::size_t opening, BlockPlace& from) const;
+    std::size_t FindClosing(std::size_t opening, std::size_t& from) const;
 
     std::string m_text;
     std::vector<Block> m_blocks;
@@ -105,7 +100,7 @@ private:
     const Document* m_document;
     std::size_t m_at;
     std::size_t m_end;
-    Document::BlockPlace m_block; // at or before what is walked
+    std::size_t m_block = 0; // at or before what is walked
 };
 
 } // namespace kelm

@@ -2,6 +2,7 @@
 
 #include <kelmDocument/private/Assignments.h>
 #include <kelmDocument/private/Edit.h>
+#include <kelmDocument/private/Removals.h>
 
 #include <kelm/Error.h>
 #include <kelm/private/errors/ErrorOf.h>
@@ -67,6 +68,24 @@ std::size_t DocumentEditor::SetSome(std::span<const Assignment> assignments)
 Result<bool> DocumentEditor::Remove(std::string_view path)
 {
     return Change(m_document, m_policy, path, {}, [&](editing::Edit& edit) { edit.Remove(path); });
+}
+
+std::size_t DocumentEditor::RemoveSome(std::span<const std::string_view> paths)
+{
+    try
+    {
+        editing::Removals removals(m_document, editing::Reading(m_policy));
+        std::size_t count = 0;
+        while (count < paths.size() && removals.TryAdd(paths[count]))
+            ++count;
+        if (count > 0)
+            m_document = removals.Take();
+        return count;
+    }
+    catch (const Error&) // which one of them tells, made alone
+    {
+        return 0;
+    }
 }
 
 Result<bool> DocumentEditor::Insert(std::string_view path, std::string_view value)

@@ -134,6 +134,13 @@ bool Layout::IsBlank(Span span) const
     return span.In(GetText()).find_first_not_of(s_blanks) == std::string_view::npos;
 }
 
+// Whether nothing but blanks is before it there. Lines can be as long as texts.
+bool Layout::BeginsLine(std::size_t at) const
+{
+    const std::size_t last = at == 0 ? std::string_view::npos : GetText().find_last_not_of(s_blanks, at - 1);
+    return last == std::string_view::npos || GetText()[last] == '\n';
+}
+
 // Of the line there.
 std::string Layout::IndentAt(std::size_t at) const
 {
@@ -213,10 +220,10 @@ Layout::Group Layout::GroupOf(const Part& brackets, const std::vector<Item>& ite
 Span Layout::WithSpace(Span removed) const
 {
     const std::string_view text = GetText();
-    const std::size_t lineEnd = std::min(text.find('\n', removed.m_end), text.size());
+    const std::size_t behind = std::min(text.find_first_not_of(s_blanks, removed.m_end), text.size());
     const bool beginsLine = BeginsLine(removed.m_begin);
-    if (beginsLine && lineEnd < text.size() && IsBlank({removed.m_end, lineEnd}))
-        return {LineStart(removed.m_begin), lineEnd + 1};
+    if (beginsLine && behind < text.size() && text[behind] == '\n')
+        return {LineStart(removed.m_begin), behind + 1};
     std::size_t begin = removed.m_begin;
     while (begin > 0 && IsSpace(text[begin - 1]) && text[begin - 1] != '\n')
         --begin;
@@ -264,6 +271,12 @@ void Layout::RemoveItem(const Part& brackets, const ItemPlace& place)
     Replace(WithSpace(group.m_span), "");
     if (index > 0 && index + 1 == items.size() && !items[index - 1].m_separator.IsEmpty())
         m_document.Edit(items[index - 1].m_separator, "");
+}
+
+Span Layout::SpanOfItem(const Part& brackets, const ItemPlace& place) const
+{
+    const auto& [items, index] = Around(brackets, place);
+    return WithSpace(GroupOf(brackets, items, index).m_span);
 }
 
 NewItem Layout::GetItem(const Part& brackets, const ItemPlace& place) const

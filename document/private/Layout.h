@@ -73,6 +73,9 @@ public:
     // the same line.
     void RemoveItem(const Part& brackets, const ItemPlace& place);
 
+    // What RemoveItem takes out of a named body.
+    Span SpanOfItem(const Part& brackets, const ItemPlace& place) const;
+
     // What RemoveItem takes, as it would be put in somewhere else.
     NewItem GetItem(const Part& brackets, const ItemPlace& place) const;
 
@@ -100,7 +103,7 @@ private:
     std::vector<Part> PartsOf(Span span) const;
     std::size_t LineStart(std::size_t at) const;
     bool IsBlank(Span span) const;
-    bool BeginsLine(std::size_t at) const { return IsBlank({LineStart(at), at}); }
+    bool BeginsLine(std::size_t at) const;
     bool EndsInLineComment(Span comments) const;
     std::string LineWith(const std::string& indent, const NewItem& item) const;
     Span WithSpace(Span removed) const;

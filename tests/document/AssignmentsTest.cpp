@@ -147,6 +147,115 @@ TEST(Assignments, AreOfPlainValuesThatAreWrittenOnce)
     }
 }
 
+// --- Removals
+
+std::size_t RemoveSome(DocumentEditor& editor, const std::vector<std::string>& paths)
+{
+    return editor.RemoveSome(std::vector<std::string_view>(paths.begin(), paths.end()));
+}
+
+TEST(Removals, LeaveWhatEditsOneByOneLeave)
+{
+    yard::Register();
+    const char* const paths[] = {".title",
+                                 ".origin.x",
+                                 ".origin",
+                                 ".berth",
+                                 ".isOpen",
+                                 ".scores",
+                                 ".tags",
+                                 ".filled",
+                                 ".list",
+                                 ".area",
+                                 ".crates[0].label",
+                                 ".crates[0].weight",
+                                 ".crates[1].weight",
+                                 ".crates[1].place",
+                                 ".crates[0].place.y",
+                                 ".maybe",
+                                 ".pair",
+                                 ".counts",
+                                 ".stock",
+                                 ".extent",
+                                 ".rows",
+                                 ".first",
+                                 ".groups",
+                                 ".teams",
+                                 ".hold.depth",
+                                 ".hold",
+                                 ".oops",
+                                 ".tags[0]",
+                                 ".samples"};
+    Random random(9);
+    int numAtOnce = 0;
+    int numAlone = 0;
+    for (int i = 0; i < 4000; ++i)
+    {
+        int numComments = 0;
+        const std::string text = random.OneIn(3) ? AnyShip(random, numComments) : TidyShip(random, numComments);
+        std::vector<std::string> removed;
+        for (std::size_t n = 2 + random.Below(4); n-- > 0;)
+            removed.emplace_back(paths[random.Below(std::size(paths))]);
+        Document atOnce = Document::Parse(text);
+        Document each = Document::Parse(text);
+        DocumentEditor atOnceEditor(atOnce);
+        DocumentEditor editor(each);
+        const std::size_t made = RemoveSome(atOnceEditor, removed);
+        numAtOnce += made > 1 ? 1 : 0;
+        numAlone += made < removed.size() ? 1 : 0;
+        for (std::size_t n = 0; n < made; ++n)
+            ASSERT_TRUE(editor.Remove(removed[n])) << text << removed[n];
+        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text << testing::PrintToString(removed) << made;
+    }
+    EXPECT_GT(numAtOnce, 300);
+    EXPECT_GT(numAlone, 300);
+}
+
+struct RemovalRow
+{
+    std::string m_text;
+    std::vector<std::string> m_paths;
+    std::string m_after;
+    std::size_t m_made = m_paths.size();
+};
+
+TEST(Removals, AreOfMembersThatAreWrittenOnce)
+{
+    const RemovalRow rows[] = {
+        {"{\n  customer = 'a'\n  number = 1 // one\n  // open\n  isOpen = true\n  codes = [1]\n}\n",
+         {".isOpen", ".number"},
+         "{\n  customer = 'a'\n  codes = [1]\n}\n"},
+        {"{ customer = 'a' number = 1 codes = [1] isOpen = true }",
+         {".isOpen", ".number"},
+         "{ customer = 'a' codes = [1] }"},
+        {"{ customer = 'a' lines = [{ item = 'x' quantity = 2 }, { item = 'y' quantity = 3 }] number = 1 }",
+         {".lines[1].quantity", ".lines[0].quantity", ".number"},
+         "{ customer = 'a' lines = [{ item = 'x' }, { item = 'y' }] }"},
+        // Others, from there on.
+        {"{ customer = 'a' number = 1 isOpen = true }", {".number", ".isOpen"}, "{ customer = 'a' isOpen = true }", 1},
+        {"{ customer = 'a' place = { x = 1 y = 2 } }",
+         {".place.x", ".place"},
+         "{ customer = 'a' place = { y = 2 } }",
+         1},
+        {"{ customer = 'a' place = { x = 1 y = 2 } }", {".place", ".place.x"}, "{ customer = 'a' }", 1},
+        {"{ customer = 'a' place = (1, 2) }", {".place.x"}, "{ customer = 'a' place = (1, 2) }", 0},
+        {"{ customer = 'a' codes = [1, 2] }", {".codes[0]"}, "{ customer = 'a' codes = [1, 2] }", 0},
+        {"{ customer = 'a' number = 1 }", {".isOpen"}, "{ customer = 'a' number = 1 }", 0},
+        {"{ customer = 'a' number = 1 }", {".number", ".customer"}, "{ customer = 'a' }", 1},
+        {"{ customer = 'a' codes = [1] number = 1 }",
+         {".number", ".customer"}, // which is required
+         "{ customer = 'a' codes = [1] number = 1 }",
+         0},
+    };
+    for (const RemovalRow& row : rows)
+    {
+        Document document = Document::Parse(row.m_text);
+        DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
+        EXPECT_EQ(RemoveSome(editor, row.m_paths), row.m_made) << row.m_text;
+        EXPECT_EQ(document.GetText(), row.m_after);
+    }
+}
+
 } // namespace
 
 } // namespace kelm

@@ -316,6 +316,17 @@ void Assign(const std::string& text, const char* member, std::size_t count)
         throw std::runtime_error("they cannot be set at once");
 }
 
+// Takes a member out of each element.
+void Unassign(const std::string& text, std::size_t count)
+{
+    std::vector<std::string> paths;
+    for (std::size_t i = 0; i < count; ++i)
+        paths.push_back(".nested.inner[" + std::to_string(i) + "].inner");
+    Document document = Document::Parse(text);
+    if (DocumentEditor(document).RemoveSome(std::vector<std::string_view>(paths.begin(), paths.end())) != count)
+        throw std::runtime_error("they cannot be taken out at once");
+}
+
 // As the prompt completes behind a path that goes round, and behind the value that is set at its end.
 void CompleteAtPrompt(const std::string& text)
 {
@@ -456,6 +467,13 @@ const Shape s_shapes[] = {
      [](std::size_t n)
      { return InRecord("counts = [" + List(n, [](std::size_t i) { return std::to_string(i) + "->1"; }) + ']'); },
      [](const std::string& text) { Assign(text, ".counts", text.size() / 16); }},
+    {"members that are taken out",
+     [](std::size_t n)
+     {
+         const std::string element = "{ /* " + Repeat(100, "as people write them ") + "*/ inner = [] }, ";
+         return InRecord("nested = { inner = [" + Repeat(n, element) + "{}] }");
+     },
+     [](const std::string& text) { Unassign(text, text.size() / 160); }},
     {"completion behind a path", [](std::size_t n) { return Repeat(n, ".next") + '.'; }, CompleteAtPrompt},
     {"completion in a value", [](std::size_t n) { return "{ inner = [" + Repeat(n, "{}, ") + "{ inn"; },
      CompleteAtPrompt},

@@ -116,20 +116,43 @@ void Explain(const Document& document, const Error& error, const EditTexts& edit
     ReportEdit(error, edit);
 }
 
-// Makes one after the other; of `set` those that are plain enough together. False after an error.
+// Of several edits, those from one on that are plain enough to be made together; returns how many were.
+class Together
+{
+public:
+    Together(const std::vector<EditTexts>& edits, const Options& options)
+    {
+        if (edits.size() == 1)
+            return;
+        for (const EditTexts& edit : edits)
+            if (options.m_run == RunSet)
+                m_assignments.push_back({edit.m_path, edit.m_value});
+            else if (options.m_run == RunUnset)
+                m_paths.push_back(edit.m_path);
+    }
+
+    std::size_t MakeSome(DocumentEditor& editor, std::size_t from) const
+    {
+        if (!m_assignments.empty())
+            return editor.SetSome(std::span(m_assignments).subspan(from));
+        return m_paths.empty() ? 0 : editor.RemoveSome(std::span(m_paths).subspan(from));
+    }
+
+private:
+    std::vector<Assignment> m_assignments; // of `set`
+    std::vector<std::string_view> m_paths; // of `unset`
+};
+
+// Makes one after the other, or some of them together. False after an error.
 bool MakeEach(Document& document, const std::vector<EditTexts>& edits, const Change& change, const Options& options)
 {
     DocumentEditor editor(document);
-    std::vector<Assignment> assignments;
-    if (options.m_run == RunSet && edits.size() > 1)
-        for (const EditTexts& edit : edits)
-            assignments.push_back({edit.m_path, edit.m_value});
+    const Together together(edits, options);
     // Where that fails, more and more are made alone before it is tried again.
     std::size_t numAlone = 1;
     for (std::size_t i = 0; i < edits.size();)
     {
-        const std::size_t made =
-            assignments.empty() ? 0 : editor.SetSome(std::span<const Assignment>(assignments).subspan(i));
+        const std::size_t made = together.MakeSome(editor, i);
         numAlone = made > 0 ? 1 : 2 * numAlone;
         i += made;
         for (const std::size_t past = std::min(i + numAlone, edits.size()); i < past; ++i)

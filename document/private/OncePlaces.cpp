@@ -1,0 +1,230 @@
+#include <kelmDocument/private/OncePlaces.h>
+
+#include <kelmDocument/private/Locate.h>
+
+#include <kelm/Error.h>
+#include <kelm/private/values/Variable.h>
+#include <klObject/objects/prefbase.h>
+#include <klObject/types/ForeignType.h>
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+namespace kelm::editing
+{
+
+using evaluation::Variable;
+
+namespace
+{
+
+// The next step of a path as people nearly always write them: a dot and a name, or what stands in brackets. False at
+// anything else.
+struct WrittenStep
+{
+    bool m_isName = false;
+    std::string_view m_text;
+};
+bool TryTakeStep(std::string_view path, std::size_t& at, WrittenStep& step)
+{
+    const bool isDot = path[at] == '.';
+    step.m_isName = isDot || (at == 0 && path[at] != '[');
+    if (!step.m_isName && path[at] != '[')
+        return false;
+    const std::size_t begin = isDot || !step.m_isName ? at + 1 : at;
+    if (begin == path.size())
+        return false;
+    const Part part = ScanPart(path, begin);
+    const std::size_t end = part.m_span.m_end;
+    const bool isAlone = end == path.size() || path[end] == '.' || path[end] == '[';
+    const bool isClosed = end < path.size() && path[end] == ']';
+    if (part.m_kind != PartKind::Token || (step.m_isName ? !part.Is(TOKEN_IDENTIFIER) || !isAlone : !isClosed))
+        return false;
+    step.m_text = path.substr(begin, end - begin);
+    at = end + (step.m_isName ? 0 : 1);
+    return true;
+}
+
+} // namespace
+
+bool OncePlaces::TryFind(std::string_view path, Place& place)
+{
+    const bool isExact = m_subject.GetReading().IsExact();
+    place.m_spot = {.m_kind = SpotKind::Whole,
+                    .m_type = m_subject.GetType(),
+                    .m_class = m_subject.GetClass(),
+                    .m_data = m_subject.GetData(),
+                    .m_isRuled = !isExact};
+    if (m_wholeSpan.IsEmpty())
+        m_wholeSpan = FindDataSource(m_document, isExact);
+    place.m_value = m_wholeSpan;
+    place.m_contents = nullptr;
+    for (std::size_t at = 0; at < path.size();)
+    {
+        WrittenStep step;
+        if (!TryTakeStep(path, at, step) || !TryEnter(place.m_spot))
+            return false;
+        const bool isThere = step.m_isName           ? TryStepToMember(step.m_text, place)
+                             : place.m_spot.IsList() ? TryStepToElement(step.m_text, place)
+                             : place.m_spot.IsMap()  ? TryStepToPayload(step.m_text, place)
+                                                     : false;
+        if (!isThere)
+            return false;
+        place.m_spot.m_isRuled = !isExact;
+    }
+    return true;
+}
+
+// Through handles and optionals to what they designate.
+bool OncePlaces::TryEnter(Spot& spot)
+{
+    while (spot.m_data != nullptr)
+    {
+        const EVariableKind kind = spot.GetVariableKind();
+        if (kind == VK_HANDLE || kind == VK_PREF)
+        {
+            const ptr<IObject> object = kind == VK_PREF ? ptr<IObject>(static_cast<const prefbase*>(spot.m_data)->Get())
+                                                        : *static_cast<const ptr<IObject>*>(spot.m_data);
+            if (!object)
+                return false;
+            spot = {.m_kind = SpotKind::Target,
+                    .m_class = object.GetReflectedClass(),
+                    .m_data = object.self(),
+                    .m_isRuled = spot.m_isRuled};
+        }
+        else if (spot.IsForeign(FF_CHOICE) && spot.m_type.GetForeignType().IsOptional())
+        {
+            const ForeignType& type = spot.m_type.GetForeignType();
+            if (type.m_choice->GetIndex(spot.m_data) < 0)
+                return false;
+            spot = {.m_kind = SpotKind::Target,
+                    .m_type = Underlying(type.GetPartType(0)),
+                    .m_data = type.m_choice->GetValue(spot.m_data),
+                    .m_isRuled = spot.m_isRuled};
+        }
+        else
+            return true;
+    }
+    return false;
+}
+
+OncePlaces::Contents* OncePlaces::FindContents(Span value)
+{
+    const auto [place, isNew] = m_contents.try_emplace(value.m_begin);
+    std::optional<Contents>& contents = place->second;
+    if (isNew)
+        if (const std::optional<Part> brackets = BracketsOf(m_document, value))
+        {
+            contents.emplace(Contents{*brackets, ItemsOf(m_document, *brackets), {}, {}});
+            for (std::size_t i = 0; i < contents->m_items.size(); ++i)
+                if (const Span name = contents->m_items[i].m_name; !name.IsEmpty())
+                    if (const auto [known, isFirst] = contents->m_names.try_emplace(TextOf(name), i); !isFirst)
+                        known->second = s_several;
+        }
+    return contents ? &*contents : nullptr;
+}
+
+void OncePlaces::StepTo(const Contents& contents, std::size_t index, Spot spot, Place& place)
+{
+    place = {std::move(spot), contents.m_items[index].m_value, &contents, index};
+}
+
+bool OncePlaces::TryStepToMember(std::string_view name, Place& place)
+{
+    const Spot& spot = place.m_spot;
+    const Contents* const contents = spot.GetVariableKind() == VK_CLASS ? FindContents(place.m_value) : nullptr;
+    if (contents == nullptr)
+        return false;
+    const std::vector<MemberField> members = MembersOf(*spot.GetClass());
+    const auto member = std::find_if(members.begin(), members.end(),
+                                     [&](const MemberField& candidate) { return candidate.m_name == name; });
+    if (member == members.end())
+        return false;
+    auto index = static_cast<std::size_t>(member - members.begin());
+    if (contents->m_brackets.m_token == TOKEN_LEFT_CURLY)
+    {
+        const auto found = contents->m_names.find(name);
+        index = found != contents->m_names.end() ? found->second : s_several;
+    }
+    if (index >= contents->m_items.size())
+        return false;
+    StepTo(*contents, index,
+           {.m_kind = SpotKind::Member,
+            .m_type = Underlying(member->m_type),
+            .m_data = static_cast<char*>(spot.m_data) + member->m_offset},
+           place);
+    return true;
+}
+
+bool OncePlaces::TryStepToElement(std::string_view text, Place& place)
+{
+    const Spot& list = place.m_spot;
+    ssize_t index = -1;
+    const auto [past, error] = std::from_chars(text.data(), text.data() + text.size(), index);
+    const Contents* const contents = FindContents(place.m_value);
+    if (error != std::errc() || past != text.data() + text.size() || contents == nullptr)
+        return false;
+    const bool isFixed = list.IsFixedList();
+    const ssize_t count = list.CountElements();
+    const auto written = static_cast<ssize_t>(contents->m_items.size());
+    const ssize_t item = isFixed ? index : index - (count - written);
+    if (index < 0 || index >= count || item < 0 || item >= written)
+        return false;
+    StepTo(*contents, static_cast<std::size_t>(item),
+           {.m_kind = SpotKind::Element,
+            .m_type = list.GetVariableKind() == VK_FOREIGN && isFixed
+                          ? Underlying(list.m_type.GetForeignType().GetElementType(index))
+                          : list.GetElementType(),
+            .m_data = list.GetElement(index)},
+           place);
+    return true;
+}
+
+// Keys are read as the reader reads them: those of one map into one variable, of others each into a new one.
+void OncePlaces::NoteKeys(const Spot& map, Contents& contents) const
+{
+    const Reading& reading = m_subject.GetReading();
+    const ReflectionByteCode type = map.GetKeyType();
+    std::optional<Variable> key;
+    for (std::size_t i = 0; i < contents.m_items.size(); ++i)
+    {
+        if (i == 0 || map.IsRenewed())
+            key.emplace(type);
+        reading.ReadValue(s_textName, TextOf(contents.m_items[i].m_key), type, key->Get());
+        const std::optional<std::string> written = reading.Written(type, key->Get());
+        if (const auto [known, isFirst] = contents.m_keys.try_emplace(written.value_or(std::string()), i); !isFirst)
+            known->second = s_several;
+    }
+}
+
+bool OncePlaces::TryStepToPayload(std::string_view text, Place& place)
+{
+    const Spot& map = place.m_spot;
+    Contents* const contents = map.IsSet() ? nullptr : FindContents(place.m_value);
+    if (contents == nullptr)
+        return false;
+    const Reading& reading = m_subject.GetReading();
+    const ReflectionByteCode type = map.GetKeyType();
+    const Variable sought(type);
+    try
+    {
+        if (contents->m_keys.empty())
+            NoteKeys(map, *contents);
+        reading.ReadValue(s_textName, text, type, sought.Get());
+    }
+    catch (const Error&)
+    {
+        return false;
+    }
+    const std::optional<std::string> written = reading.Written(type, sought.Get());
+    const auto found = written ? contents->m_keys.find(*written) : contents->m_keys.end();
+    void* const payload = map.FindPayload(map.m_data, sought.Get());
+    if (found == contents->m_keys.end() || found->second == s_several || payload == nullptr)
+        return false;
+    StepTo(*contents, found->second, {.m_kind = SpotKind::Payload, .m_type = map.GetPayloadType(), .m_data = payload},
+           place);
+    return true;
+}
+
+} // namespace kelm::editing

@@ -1,0 +1,73 @@
+#pragma once
+
+// Where paths lead whose values are written once: the document is read once, and what stands in brackets is looked at
+// once, however many paths there are.
+
+#include <kelmDocument/Document.h>
+#include <kelmDocument/Items.h>
+#include <kelmDocument/private/Spot.h>
+#include <kelmDocument/private/Subject.h>
+
+#include <cstddef>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace kelm::editing
+{
+
+class OncePlaces
+{
+    // What stands in a value's brackets.
+    struct Contents
+    {
+        Part m_brackets;
+        std::vector<Item> m_items;
+        std::unordered_map<std::string_view, std::size_t> m_names; // of items that have one; s_several of several
+        std::map<std::string, std::size_t> m_keys;                 // likewise, as they are written, once they are known
+    };
+    static constexpr std::size_t s_several = static_cast<std::size_t>(-1);
+
+public:
+    // Throws kelm::Error where the document, which must stay as it is, cannot be read.
+    OncePlaces(const Document& document, const Reading& reading) : m_document(document), m_subject(reading, document) {}
+
+    // A value that is written once, and where.
+    struct Place
+    {
+        Spot m_spot;
+        Span m_value;
+        const Contents* m_contents; // of the brackets in which it stands; null of the whole
+        std::size_t m_index;        // there
+
+        const Part& GetBrackets() const { return m_contents->m_brackets; }
+        const std::vector<Item>& GetItems() const { return m_contents->m_items; }
+    };
+
+    // False where it is none such, or an error.
+    bool TryFind(std::string_view path, Place& place);
+
+    // What the document reads as. Spots lead to its values.
+    const Subject& GetSubject() const { return m_subject; }
+    const Reading& GetReading() const { return m_subject.GetReading(); }
+
+private:
+    static bool TryEnter(Spot& spot);
+    bool TryStepToMember(std::string_view name, Place& place);
+    bool TryStepToElement(std::string_view text, Place& place);
+    bool TryStepToPayload(std::string_view text, Place& place);
+    static void StepTo(const Contents& contents, std::size_t index, Spot spot, Place& place);
+    Contents* FindContents(Span value);
+    void NoteKeys(const Spot& map, Contents& contents) const;
+    std::string_view TextOf(Span span) const { return span.In(m_document.GetText()); }
+
+    const Document& m_document;
+    Subject m_subject;
+    Span m_wholeSpan;                                                    // once it is known
+    std::unordered_map<std::size_t, std::optional<Contents>> m_contents; // by where values begin
+};
+
+} // namespace kelm::editing
