@@ -172,6 +172,13 @@ constexpr Operation<World> s_operations[] = {
          static constexpr Assignment s_assignments[] = {{".note", s_long}, {".lines[0].quantity", "17"}};
          return std::to_string(editor.SetSome(s_assignments));
      }},
+    {"remove some",
+     [](World& world)
+     {
+         DocumentEditor editor(world.document);
+         static constexpr std::string_view s_paths[] = {".note", ".lines[0].quantity"};
+         return std::to_string(editor.RemoveSome(s_paths));
+     }},
     {"format", [](World& world) { return OutcomeOf(Format(world.document, {.m_width = 40, .m_indent = 2})); }},
     {"format what is wrong", [](World&) { return OutcomeOf(Format("scarce::Order { note = }")); }},
     {"format lines",
