@@ -59,18 +59,20 @@ void Evaluator<Tokens, Semantics>::EvaluateAssignments(Operand& literal) require
         EvaluateNextOperand(y);
         FinishConditional(y);
         // Neither this nor the check below can fail while the tables and SetVoid are right.
-        if ((RoleOf(token) & ROLE_ASSIGNMENT) == 0)
-            ThrowKelmAssertionError("0", s_sourceFile, 95);
+        if ((RoleOf(token) & ROLE_ASSIGNMENT) == 0)         // GCOVR_EXCL_BR_LINE: it cannot fail
+            ThrowKelmAssertionError("0", s_sourceFile, 95); // GCOVR_EXCL_LINE: it cannot fail
         if (const BinaryOperation combine = s_tokenRoles.m_combine[IndexOf(token)])
         {
             ShowBeforeFault(literal, y, m_tokens);
             combine(y, literal, y);
         }
         Assign(literal, y);
+        // GCOVR_EXCL_START: no value can be assigned to so far
         KSValueAccess::SetVoid(literal);
         if (literal.GetTag() != KSV_VOID)
             ThrowKelmAssertionError("literal.is<void>()", s_sourceFile, 103);
     } while (IsNow(ROLE_ASSIGNMENT));
+    // GCOVR_EXCL_STOP
 }
 
 template <class Tokens, class Semantics>
@@ -244,7 +246,7 @@ void Evaluator<Tokens, Semantics>::EvaluateCall(Operand& literal) requires(!Sema
             ThrowUnexpected();
     }
     ApplyFunction(literal, arguments);
-    m_tokens.Next();
+    m_tokens.Next(); // GCOVR_EXCL_LINE: no value can be called so far
 }
 
 template <class Tokens, class Semantics>
@@ -252,8 +254,8 @@ void Evaluator<Tokens, Semantics>::EvaluateSubscript(Operand& literal) requires(
 {
     KSValue index;
     EvaluateNextSafely(index);
-    ApplySubscript(literal, index); // before the bracket is looked for: a failing subscript is reported first
-    m_tokens.Pass(TOKEN_RIGHT_SQUARE, "]");
+    ApplySubscript(literal, index);         // before the bracket is looked for: a failing subscript is reported first
+    m_tokens.Pass(TOKEN_RIGHT_SQUARE, "]"); // GCOVR_EXCL_LINE: every subscript fails so far
 }
 
 template <class Tokens, class Semantics>
@@ -264,7 +266,7 @@ void Evaluator<Tokens, Semantics>::EvaluateMember(Operand& literal) requires(!Se
         m_tokens.ThrowExpected("identifier");
     const xstring name(m_tokens.GetText());
     ApplyDot(literal, name);
-    m_tokens.Next();
+    m_tokens.Next(); // GCOVR_EXCL_LINE: no value has members so far
 }
 
 template <class Tokens, class Semantics>

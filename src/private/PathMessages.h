@@ -17,9 +17,9 @@ namespace kelm
 template <class Stream>
 void WriteMessage(Stream& os, const PathProblem& problem, const LSToken& token)
 {
-    switch (problem.m_fault)
+    switch (problem.m_fault) // GCOVR_EXCL_BR_LINE: one case for each
     {
-    case PathFault::NotScanned: break;
+    case PathFault::NotScanned: break; // GCOVR_EXCL_LINE: the scanner's own message is shown
     case PathFault::Expected: text::WriteExpected(os, problem.m_subject, token); break;
     case PathFault::IndexOutOfType: text::WriteOutOfRange(os, false, token, text::s_typeName<int32>); break;
     case PathFault::NegativeIndexOutOfType: text::WriteOutOfRange(os, true, token, text::s_typeName<int32>); break;

@@ -47,7 +47,7 @@ ReflectionByteCode GetPayloadType(const ReflectionByteCode& type)
 
 PathSteps::Way PathSteps::GetWayFrom(const ReflectionByteCode& type)
 {
-    switch (GetTypeCode(type).m_kind)
+    switch (GetTypeCode(type).m_kind) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case VK_CLASS:
     case VK_HANDLE:
@@ -66,7 +66,7 @@ PathSteps::Way PathSteps::GetWayFrom(const ReflectionByteCode& type)
     case VK_FOREIGN: break;
     }
     const ForeignType& foreign = type.GetForeignType();
-    switch (foreign.GetForm())
+    switch (foreign.GetForm()) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case FF_LIST: return Way::Elements;
     case FF_MAP: return Way::Keys;

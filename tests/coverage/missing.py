@@ -5,8 +5,10 @@
 
 Counts are taken from gcov as data, since only there branches that were never reached say whether they are the compiler's for
 exceptions; these are left out. A template's branch counts as taken where one of its instances took it. Lines marked
-GCOVR_EXCL_LINE, or between GCOVR_EXCL_START and GCOVR_EXCL_STOP, are not counted: a reason stands behind the mark. Nor are
-lines of brackets alone: what runs there is what an exception destroys on its way.
+GCOVR_EXCL_LINE, or between GCOVR_EXCL_START and GCOVR_EXCL_STOP, are not counted, nor are branches of those marked
+GCOVR_EXCL_BR_LINE: a reason stands behind the mark. Nor are lines of brackets alone: what runs there is what an exception
+destroys on its way. Nor are the branches of lines that decide nothing themselves, but construct a value in place, which an
+exception may leave, or a static variable, which is constructed once.
 
 It fails below the limits.
 """
@@ -23,6 +25,10 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 
 
+CONSTRUCTS = re.compile(r"::new \(|^\s*static .*=")
+DECIDES = re.compile(r"\?|&&|\|\||\b(if|for|while|switch)\b")
+
+
 class Counts:
     """Of one file: for each line of code whether it has run, and for each of its branches."""
 
@@ -30,17 +36,22 @@ class Counts:
         self.ran = {}
         self.branches = {}
         self.excluded = set()
+        self.branchless = set()
         within = False
         for number, text in enumerate((ROOT / name).read_text().splitlines(), 1):
             within = (within or "GCOVR_EXCL_START" in text) and "GCOVR_EXCL_STOP" not in text
             if within or "GCOVR_EXCL_LINE" in text or not text.strip(" {}()[];,"):
                 self.excluded.add(number)
+            if "GCOVR_EXCL_BR_LINE" in text or (CONSTRUCTS.search(text) and not DECIDES.search(text)):
+                self.branchless.add(number)
 
     def add(self, line, function):
         number = line["line_number"]
         if number in self.excluded:
             return
         self.ran[number] = self.ran.get(number, False) or line["count"] > 0
+        if number in self.branchless:
+            return
         of_function = self.branches.setdefault(number, {}).setdefault(function, [])
         of_function.append(decisions(line["branches"]))
 

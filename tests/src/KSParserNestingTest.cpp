@@ -2,6 +2,7 @@
 
 #include <klKelmScript/KSParser.h>
 
+#include <support/DeepStack.h>
 #include <support/Depth.h>
 #include <support/Script.h>
 
@@ -29,6 +30,40 @@ TEST(DeeplyNestedExpressions, EvaluateInPrefixOperators)
     EXPECT_EQ(OutcomeOfText(Repeated("~", s_nesting) + "7"), "int64 7");
     EXPECT_EQ(OutcomeOfText(Repeated("!", s_nesting) + "true"), "bool true");
     EXPECT_EQ(OutcomeOfText(Repeated("+ ", s_nesting) + "2.5"), "float64 2.5");
+}
+
+// Where every operand is one too many for the stack.
+TEST(DeeplyNestedExpressions, EvaluateOnASmallStack)
+{
+    const ExpressionRow rows[] = {
+        {"-(1)", "int64 -1"},
+        {"- - ~(1 + 2 * 3)", "int64 -8"},
+        {"!(true ? false : true) && true", "bool true"},
+        {"-len(1)", "KSValueException: len() not available on int64"},
+        {"-(1", "LexScannerException at 3: Expected ) when read end of text"},
+    };
+    for (const ExpressionRow& row : rows)
+    {
+        std::string outcome;
+        RunOnThread(s_smallStack, [&] { outcome = OutcomeOfText(row.m_text); });
+        EXPECT_EQ(outcome, row.m_outcome) << row.m_text;
+    }
+}
+
+// Numbers of more digits than any reading of their own keeps.
+TEST(LongNumbers, AreReadToTheLastDigit)
+{
+    const std::string many((1 << 20) + 100, '1');
+    const std::string exponent = std::to_string(many.size());
+    const ExpressionRow rows[] = {
+        {many + "e-" + exponent, "float64 0.1111111111111111"},
+        {many + "e-1" + exponent, "float64 0.0"},
+        {"0." + many, "float64 0.1111111111111111"},
+    };
+    for (const ExpressionRow& row : rows)
+        EXPECT_EQ(OutcomeOfText(row.m_text), row.m_outcome) << row.m_text.substr(many.size());
+    EXPECT_EQ(OutcomeOfText(many + ".0"),
+              "LexScannerException at 0: Float literal " + many.substr(0, 80) + "... is out of range of float64");
 }
 
 TEST(DeeplyNestedExpressions, EvaluateInConditionals)

@@ -83,6 +83,18 @@ TEST_F(FixedArrays, NeedACountAndAnAddress)
     EXPECT_EQ(parser.m_token.m_type, TOKEN_END);
 }
 
+TEST_F(Maps, AreReadByThemselves)
+{
+    static constexpr uint8 s_code[] = {FT_MAP, FT_INT32, FT_INT32};
+    static constexpr PtrMapOrSetFns s_fns = {.mapFns = &MapFunctions<int32, int32>::table};
+    xmap<int32, int32> map;
+    ExpressionParser parser;
+    parser.Init("[1 -> 2, 3 -> 4] rest");
+    ParseMapVariable(parser, {s_code, nullptr, &s_fns}, &map);
+    EXPECT_EQ(map, (xmap<int32, int32>{{1, 2}, {3, 4}}));
+    EXPECT_EQ(ToStdString(parser.m_token.m_str), "rest");
+}
+
 // --- Vectors and dynamic arrays --------------------------------------------------------------------------------------
 
 TEST_F(Vectors, ReceiveWhatIsReadInAdditionToWhatTheyHold)

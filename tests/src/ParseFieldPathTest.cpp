@@ -191,6 +191,23 @@ TEST_F(FieldPath, TellsNamesOfAnyLengthApart)
 }
 
 // A dot before a digit is a number to the scanner, and no step.
+// Messages of any length, with names around what is kept at hand for them.
+TEST_F(FieldPath, TellsUnknownNamesOfAnyLength)
+{
+    const ptr<IObject> object = New<Scalars>();
+    for (const int length : {1, 200, 220, 240, 255, 256, 257, 300, 5000})
+    {
+        const std::string name(static_cast<std::size_t>(length), 'n');
+        const FailingPath rows[] = {
+            {"." + name, "Identifier " + name + " is not a model field of class hand::Scalars", 1}};
+        ExpectFailures(object, rows);
+        xstring error;
+        ReflectionByteCode type;
+        EXPECT_EQ(NavigatePathToField(object, xstring(rows[0].m_path.c_str()), type, false, error), nullptr) << length;
+        EXPECT_NE(ToStdString(error).find(rows[0].m_message), std::string::npos) << length;
+    }
+}
+
 TEST_F(FieldPath, DoesNotBeginWithANumber)
 {
     const ptr<IObject> object = New<Scalars>();
@@ -400,6 +417,18 @@ TEST_F(FieldPath, RefusesIndicesOutOfRangeAtTheClosingBracket)
         {".fixed[18446744073709551617]", "Value 18446744073709551617 is out of range of int32", 7},
         {".fixed[0x10000000000000001]", "Value 0x10000000000000001 is out of range of int32", 7},
         {".fixed[[1]", "Expected int32 when read [", 7},
+        {".fixed[-2147483649]", "Value -2147483649 is out of range of int32", 8},
+        {".fixed[-99999999999999999999]", "Value -99999999999999999999 is out of range of int32", 8},
+        {".fixed[-x]", "Expected int32 when read x", 8},
+        {".fixed[+x]", "Expected int32 when read x", 8},
+        {".fixed[\"", "Unterminated string literal", 7},
+        {".fixed[-\"", "Unterminated string literal", 8},
+        {".fixed[+\"", "Unterminated string literal", 8},
+        {".fixed[1 \"", "Unterminated string literal", 9},
+        {".fixed\"", "Unterminated string literal", 6},
+        {".vec[\"", "Unterminated string literal", 5},
+        {".vec[0 \"", "Unterminated string literal", 7},
+        {".\"", "Unterminated string literal", 1},
         {".fixed[1", "Expected ] when read end of text", 8},
         {".fixed[1 + 1]", "Expected ] when read +", 9},
         {".fixed[1)", "Expected ] when read )", 8},

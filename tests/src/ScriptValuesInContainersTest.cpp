@@ -33,6 +33,17 @@ xvector<KSValue> ListOf(const KSValue& x)
     return list;
 }
 
+// As keys a NaN is one; as values it is none.
+TEST(ScriptValuesInContainers, AreEqualAsKeysWhereTheyAreTheSame)
+{
+    for (std::size_t i = 0; i < s_inOrder.size(); ++i)
+        for (std::size_t j = 0; j < s_inOrder.size(); ++j)
+            EXPECT_EQ(s_inOrder[i].CompareWith(s_inOrder[j], KEYS_EQUAL) == 0, i == j) << i << ' ' << j;
+    const KSValue nan(s_nan);
+    EXPECT_EQ(nan.CompareWith(nan, KEYS_EQUAL), 0);
+    EXPECT_NE(nan.CompareWith(nan, VALUES_EQUAL), 0);
+}
+
 TEST(ScriptValuesInContainers, AreInOrder)
 {
     for (std::size_t i = 0; i < s_inOrder.size(); ++i)

@@ -204,7 +204,7 @@ class TypedefRecord
     static constexpr TypeNotes s_notes = NotesOf<T>();
 
 public:
-    static constexpr const UseFn* GetUses() { return s_tables.m_uses.data(); }
+    static constexpr const UseFn* GetUses() { return s_tables.m_uses.data(); } // GCOVR_EXCL_LINE: by the compiler alone
 
     static constinit inline const ReflectedTypedef s_record = {Description<T>::s_name, s_tables.ByteCode(0),
                                                                s_tables.m_names.data(), &s_notes};

@@ -20,7 +20,7 @@ SubString GetText(ConstStringZ name)
 
 FieldLead LeadOf(EVariableKind kind)
 {
-    switch (kind)
+    switch (kind) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case VK_SCALAR:
     case VK_ENUM:
@@ -43,7 +43,7 @@ FieldLead LeadOf(EVariableKind kind)
 
 FieldLead LeadOf(const ForeignType& type)
 {
-    switch (type.GetForm())
+    switch (type.GetForm()) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case FF_TEXT: return FieldLead::Value;
     case FF_LIST: return type.m_list->Append != nullptr ? FieldLead::List : FieldLead::Other;

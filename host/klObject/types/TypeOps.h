@@ -63,14 +63,14 @@ ssize_t FindBound(const void* base, ssize_t stride, ssize_t n, IsBefore isBefore
     while (lo < hi)
     {
         const ssize_t mid = (lo + hi) / 2;
-        KELM_ASSERT(0 <= mid && mid < n);
+        KELM_ASSERT(0 <= mid && mid < n); // GCOVR_EXCL_BR_LINE: it lies between lo and hi
         if (isBefore(*ElementAt<T>(base, stride, mid)))
             lo = mid + 1;
         else
             hi = mid;
     }
     KELM_ASSERT(lo == hi);
-    KELM_ASSERT(0 <= hi && hi <= n);
+    KELM_ASSERT(0 <= hi && hi <= n); // GCOVR_EXCL_BR_LINE: both have been in there from the beginning
     return hi;
 }
 

@@ -91,7 +91,7 @@ int CompareValues(const char* a, const char* b, ssize_t count)
 template <class T>
 int CompareValues(EComparison question, const char* a, const char* b, ssize_t count)
 {
-    switch (question)
+    switch (question) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case VALUES_EQUAL: return CompareValues<VALUES_EQUAL, T>(a, b, count);
     case VALUES_ORDER: return CompareValues<VALUES_ORDER, T>(a, b, count);
@@ -335,7 +335,7 @@ int CompareForeign(EComparison question, const Operand& a, const Operand& b)
 {
     const ForeignType& typeOfA = a.m_type.GetForeignType();
     const ForeignType& typeOfB = b.m_type.GetForeignType();
-    switch (typeOfA.GetForm())
+    switch (typeOfA.GetForm()) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case FF_TEXT: return typeOfA.m_text->Compare(a.m_data, b.m_data);
     case FF_LIST: return CompareForeignLists(question, typeOfA, typeOfB, a, b);
@@ -356,7 +356,7 @@ int CompareElements(EComparison question, Operand a, Operand b, ssize_t count)
     const TypeCode& code = GetTypeCode(a.m_type);
     const auto advance = [&](ssize_t i, auto compare)
     { return compare(question, a.At(a.m_type, i * code.m_size), b.At(b.m_type, i * code.m_size)); };
-    switch (code.m_kind)
+    switch (code.m_kind) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case VK_NONE: KELM_ASSERT(code.m_kind != VK_NONE); return 0;
     case VK_ARRAY:

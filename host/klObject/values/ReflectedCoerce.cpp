@@ -101,7 +101,7 @@ bool CoerceTo(const Target& target, ReflectionByteCode rbc, const void* data)
     rbc.AdvanceToUnderlyingType2();
     const TypeCode& code = GetTypeCode(rbc);
     KELM_ASSERT(code.m_isKnown);
-    switch (code.m_kind)
+    switch (code.m_kind) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case VK_SCALAR:
         return VisitScalarType(

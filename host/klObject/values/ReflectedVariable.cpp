@@ -142,7 +142,7 @@ void DestructValues(char* p, ssize_t count)
 void DestructUnderlying(ReflectionByteCode type, char* p, ssize_t count)
 {
     const TypeCode& code = GetTypeCode(type);
-    switch (code.m_kind)
+    switch (code.m_kind) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case VK_NONE: KELM_ASSERT(code.m_kind != VK_NONE); return;
     case VK_VOID:
@@ -255,7 +255,7 @@ void ConstructElements(ReflectionByteCode type, char* p, ssize_t count)
         return CallOnFreshSegment([&] { ConstructElements(type, p, count); });
     type = EnterArrays(type, count, s_sourceFile);
     const TypeCode& code = GetTypeCode(type);
-    switch (code.m_kind)
+    switch (code.m_kind) // GCOVR_EXCL_BR_LINE: one case for each
     {
     case VK_NONE: KELM_ASSERT(code.m_kind != VK_NONE); return;
     case VK_ARRAY:

@@ -220,6 +220,7 @@ TEST(PersistStoreProject, InstallsItsLoaderOnce)
     Register_Project_klPersistStore();
     SetObjectLoader(nullptr, nullptr);
     Unregister_Project_klPersistStore();
+    Unregister_Project_klPersistStore();
     Register_Project_klPersistStore();
     prefbase reference;
     reference.SetObjectId(GetObjectStore().Store(NewPersistableNode()));

@@ -300,6 +300,7 @@ TYPED_TEST(BasicString, TooLongForAnyMemoryThrowsAndIsUnchanged)
         auto string = MakeString(Pattern<TypeParam>(length));
         EXPECT_THROW(string.reserve(s_huge), std::bad_alloc);
         EXPECT_THROW(string.resize(s_huge), std::bad_alloc);
+        EXPECT_THROW(string.append(string.data(), s_huge), std::bad_alloc);
         ExpectHolds(string, Pattern<TypeParam>(length));
     }
 }

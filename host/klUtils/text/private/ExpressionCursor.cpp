@@ -78,7 +78,7 @@ void ExpressionCursor::GoTo(const char* start)
     const char* const previous = m_start;
     while (start != m_end)
     {
-        switch (StartOf(*start))
+        switch (StartOf(*start)) // GCOVR_EXCL_BR_LINE: one case for each
         {
         case Start::SingleOperator: return AcceptShortOperator(start, previous);
         case Start::Identifier: return AcceptName(start);

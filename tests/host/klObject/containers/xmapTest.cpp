@@ -163,6 +163,22 @@ TEST(Xmap, AgreesWithAModelOverRandomOperations)
     }
 }
 
+TEST(Xmap, IsWalkedBackwardsFromLeafToLeaf)
+{
+    xmap<int32, int32> map;
+    constexpr int32 count = 1000;
+    for (int32 i = 0; i < count; ++i)
+        map[i] = -i;
+    int32 expected = count;
+    for (auto it = map.end(); it != map.begin();)
+    {
+        --it;
+        ASSERT_EQ(it->m_key, --expected);
+        ASSERT_EQ(it->m_value, -expected);
+    }
+    EXPECT_EQ(expected, 0);
+}
+
 TEST(Xmap, ErasesAnEntryByItsOwnKey)
 {
     xmap<xstring, int> map;

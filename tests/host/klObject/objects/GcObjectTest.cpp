@@ -83,6 +83,26 @@ struct alignas(Alignment) Early
     static inline int s_destroyed = 0;
 };
 
+// Leaves a handle to what fails to be made.
+struct Leaked
+{
+    Leaked()
+    {
+        const ptr<IObject> self(this, &GcObjectFns<Leaked>);
+        RegisterGcObject(self);
+        *s_left = self;
+        throw std::runtime_error("no");
+    }
+
+    static inline GcRoot* s_left = nullptr;
+};
+
+const ReflectedClass& _GetReflected(const Leaked*)
+{
+    static const ReflectedClass s_class = {.m_name = "test::Leaked", .m_size = sizeof(Leaked)};
+    return s_class;
+}
+
 template <std::size_t Alignment>
 const ReflectedClass& _GetReflected(const Early<Alignment>*)
 {
@@ -227,6 +247,22 @@ TEST(GcObject, LeavesABlockToTheCollectorWhereARegisteredOneIsNotMade)
 {
     TestThatARegisteredObjectMayFailToBeMade<Early<8>>();
     TestThatARegisteredObjectMayFailToBeMade<Early<128>>();
+}
+
+// Such a block is an object of no class, which holds nothing, for as long as somebody has it.
+TEST(GcObject, LeavesABlockThatIsNothingWhereAHandleToItIsKept)
+{
+    CollectGarbage();
+    GcRoot left;
+    Leaked::s_left = &left;
+    EXPECT_THROW(CreateGcObject<Leaked>(), std::runtime_error);
+    EXPECT_EQ(CollectGarbage().m_lastFreed, 0);
+    const ptr<IObject> remains = GetGcObjectState(left.get().self()).m_object;
+    EXPECT_EQ(remains.self(), left.get().self());
+    EXPECT_EQ(remains.GetReflectedClass(), nullptr);
+    EXPECT_EQ(Query(remains, "kelm::IPersistable").m_self, nullptr);
+    left = ptr<IObject>();
+    EXPECT_EQ(CollectGarbage().m_lastFreed, 1);
 }
 
 TEST(GcObject, IsNotMadeWithoutMemory)

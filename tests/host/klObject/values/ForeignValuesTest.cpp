@@ -182,6 +182,50 @@ TEST(ForeignTypes, AreToldApart)
     }
 }
 
+// As two libraries have records of one type each, which are the same by what they say.
+TEST(ForeignTypes, AreTheSameByWhatTheySay)
+{
+    const ForeignType& type = TypeOf<std::variant<int32, bool>>().GetForeignType();
+    constexpr ConstStringZ same[] = {"int32", "bool"}, other[] = {"int32", "truth"}, unnamed[] = {"int32", nullptr};
+    struct Row
+    {
+        const char* m_what;
+        const ConstStringZ* m_first;
+        const ConstStringZ* m_second;
+        bool m_areSame;
+    };
+    const Row rows[] = {{"the same names", same, same, true},
+                        {"another name", same, other, false},
+                        {"a name that is missing", same, unnamed, false},
+                        {"one name in both", unnamed, unnamed, true},
+                        {"no names", same, nullptr, false},
+                        {"no names in both", nullptr, nullptr, true}};
+    int name = 1000;
+    for (const Row& row : rows)
+    {
+        const auto withNames = [&](const ConstStringZ* names)
+        {
+            static std::deque<ForeignChoiceFns> s_choices;
+            static std::deque<ForeignType> s_types;
+            static std::deque<ConstStringZ> s_tables;
+            s_choices.push_back(*type.m_choice);
+            s_choices.back().m_names = names;
+            s_types.push_back(type);
+            s_types.back().m_choice = &s_choices.back();
+            s_tables.push_back(&s_types.back().m_form);
+            static constexpr uint8 s_code[] = {FT_FOREIGN, 0, 0};
+            return ReflectionByteCode{s_code, &s_tables.back()};
+        };
+        const auto add = [&](const ConstStringZ* names) { UsedTypes().Add(ClassOf(withNames(names), name), nullptr); };
+        add(row.m_first);
+        if (row.m_areSame)
+            EXPECT_NO_THROW(add(row.m_second)) << row.m_what;
+        else
+            EXPECT_THROW(add(row.m_second), TypeNameException) << row.m_what;
+        ++name;
+    }
+}
+
 // --- Durations
 
 using Seconds = std::chrono::duration<double>;

@@ -1,10 +1,12 @@
 #include <host/klObject/GraphNode.h>
+#include <support/DeepStack.h>
 #include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <klObject/containers/xmap.h>
 #include <klObject/containers/xset.h>
 #include <klObject/types/Registry.h>
+#include <klObject/values/ReflectedVariable.h>
 #include <klUtils/xvector.h>
 
 #include <gmock/gmock.h>
@@ -37,10 +39,13 @@ enum EName : uint8
     N_NOWHERE,
     N_STRANGE,
     N_LOOP,
+    N_CHAIN,
+    N_OPAQUE_REFERENCE,
 };
-constexpr ConstStringZ s_names[] = {"kelm::IObject", "test::Handle",  "test::Pair",   "test::Tree",
-                                    "test::Opaque",  "test::Holder",  "test::Choice", "test::Late",
-                                    "test::Nowhere", "test::Strange", "test::Loop"};
+constexpr ConstStringZ s_names[] = {"kelm::IObject",        "test::Handle",  "test::Pair",   "test::Tree",
+                                    "test::Opaque",         "test::Holder",  "test::Choice", "test::Late",
+                                    "test::Nowhere",        "test::Strange", "test::Loop",   "test::Chain",
+                                    "test::OpaqueReference"};
 
 using Bytes = std::vector<uint8>;
 
@@ -529,6 +534,84 @@ TEST_F(Visit, ShowsAReferenceVisitorNoHandles)
     References references;
     VisitPrefsInReflectedVariable({s_pair.data(), s_names}, &pair, references);
     EXPECT_THAT(references.m_ids, ElementsAre());
+}
+
+// Each kind of visitor has a function of its own.
+TEST_F(Visit, AsksTheTypeOperationsOfAnOpaqueClassForItsReferences)
+{
+    static const TypeOps s_ops = {.m_size = sizeof(prefbase),
+                                  .m_VisitPrefsInArrayFn = [](const void* src, ssize_t, ssize_t, IPrefVisitor& visitor)
+                                  { visitor.Visit(*static_cast<const prefbase*>(src)); }};
+    static const ReflectedClass s_class = {
+        .m_name = "test::OpaqueReference", .m_size = sizeof(prefbase), .m_ops = &s_ops};
+    ASSERT_EQ(RegisterReflectedClass(&s_class, nullptr), NSE_OK);
+    const auto referencesIn = [](EName name, const void* p)
+    {
+        const Bytes type = Named(FT_CLASS, name);
+        References references;
+        VisitPrefsInReflectedVariable({type.data(), s_names}, p, references);
+        return references.m_ids;
+    };
+    prefbase reference;
+    reference.SetObjectId(7);
+    EXPECT_THAT(referencesIn(N_OPAQUE_REFERENCE, &reference), ElementsAre(7));
+    EXPECT_THAT(Held(Named(FT_CLASS, N_OPAQUE_REFERENCE), &reference), ElementsAre());
+
+    const Opaque opaque = {NewNode(1)};
+    EXPECT_THAT(referencesIn(N_OPAQUE, &opaque), ElementsAre());
+}
+
+TEST_F(Visit, FollowsAVariantThatHoldsVectorsOfItself)
+{
+    static const Bytes s_chains = Of(FT_VECTOR, Named(FT_VARIANT, N_CHAIN));
+    struct Chain
+    {
+        int32 m_index;
+        union
+        {
+            ptr<IObject> m_handle;
+            VectorOfByte m_chains;
+        };
+    };
+    static const ReflectedField s_fields[] = {{"handle", offsetof(Chain, m_handle), s_handle.data()},
+                                              {"chains", offsetof(Chain, m_chains), s_chains.data()}};
+    static const ReflectedVariant s_variant = {.m_name = "test::Chain",
+                                               .m_size = sizeof(Chain),
+                                               .m_fields = s_fields,
+                                               .m_numFields = 2,
+                                               .m_stringTable = s_names};
+    ASSERT_EQ(RegisterReflectedVariant(&s_variant, nullptr), NSE_OK);
+    const Bytes type = Named(FT_VARIANT, N_CHAIN);
+    const ReflectionByteCode rbc{type.data(), s_names};
+    alignas(Chain) char bytes[sizeof(Chain)];
+    ConstructReflectedVariable(rbc, bytes);
+    auto& inner = *static_cast<VectorOfByte*>(SwitchAlternative(s_variant, 1, bytes));
+    char* const element = inner.Extend(sizeof(Chain));
+    ConstructReflectedVariable(rbc, element);
+    reinterpret_cast<Chain*>(element)->m_handle = NewNode(3);
+    EXPECT_THAT(Held(type, bytes), ElementsAre(3));
+    DestructReflectedVariable(rbc, bytes);
+}
+
+// Where every call is one too many for the stack.
+TEST_F(Visit, LearnsAClassOnASmallStack)
+{
+    static const ReflectedField s_fields[] = {{"tree", 0, s_treeFields[0].m_bc}, {"pair", 24, s_pair.data()}};
+    static const ReflectedClass s_class = {.m_name = "test::VisitedOnASmallStack",
+                                           .m_size = 48,
+                                           .m_fields = s_fields,
+                                           .m_numFields = 2,
+                                           .m_stringTable = s_names};
+    struct
+    {
+        xvector<Tree> m_trees;
+        Pair m_pair = {0, NewNode(1)};
+    } instance;
+    static_assert(sizeof instance <= 48);
+    instance.m_trees.push_back({{}, NewNode(2), ""});
+    std::vector<int32> held;
+    RunOnThread(s_smallStack, [&] { held = HeldByInstance(s_class, &instance); });
+    EXPECT_THAT(held, ElementsAre(2, 1));
 }
 
 TEST_F(Visit, KeepsWhatValuesHoldAliveInACollection)
