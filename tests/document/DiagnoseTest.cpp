@@ -5,12 +5,12 @@
 
 #include <kelm/private/errors/Source.h>
 #include <kelmDocument/Diagnose.h>
+#include <support/Cases.h>
 #include <support/ReferenceTexts.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -110,14 +110,12 @@ TEST(Diagnose, GoesByTheRulesOfAProgramsTypes)
 
 std::size_t NumCases()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_CASES");
-    return given != nullptr ? std::strtoul(given, nullptr, 10) : 8000;
+    return NumberIn("KELM_DOCUMENT_CASES", 8000);
 }
 
 uint64 Seed()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_SEED");
-    return given != nullptr ? std::strtoul(given, nullptr, 10) : 1;
+    return NumberIn("KELM_DOCUMENT_SEED", 1);
 }
 
 struct Member

@@ -2,9 +2,10 @@
 
 #include "Trees.h"
 
+#include <support/Cases.h>
+
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -74,14 +75,12 @@ TEST(Document, IsATreeOfBrackets)
 // As many as the environment says.
 std::size_t NumCases()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_CASES");
-    return given != nullptr ? std::strtoul(given, nullptr, 10) : 8000;
+    return NumberIn("KELM_DOCUMENT_CASES", 8000);
 }
 
 uint64 Seed()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_SEED");
-    return given != nullptr ? std::strtoul(given, nullptr, 10) : 1;
+    return NumberIn("KELM_DOCUMENT_SEED", 1);
 }
 
 TEST(Document, LosesNothingOfAnyText)

@@ -9,13 +9,13 @@
 #include <klObject/objects/Collector.h>
 #include <klObject/values/WriteVariable.h>
 #include <klUtils/xostream.h>
+#include <support/Cases.h>
 #include <support/ExpectedLeaks.h>
 #include <support/ReferenceTexts.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -244,14 +244,12 @@ Result<bool> Do(Document& document, const AnyEdit& edit)
 
 std::size_t NumCases()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_CASES");
-    return (given != nullptr ? std::strtoul(given, nullptr, 10) : 8000) / 40;
+    return NumberIn("KELM_DOCUMENT_CASES", 8000) / 40;
 }
 
 uint64 Seed()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_SEED");
-    return given != nullptr ? std::strtoul(given, nullptr, 10) : 1;
+    return NumberIn("KELM_DOCUMENT_SEED", 1);
 }
 
 TEST(EditorSequence, ReadsAsTheObjectAfterTheSameEdits)

@@ -6,6 +6,7 @@
 
 #include <kelmDocument/Format.h>
 #include <klObject/objects/Collector.h>
+#include <support/Cases.h>
 #include <support/ExpectedLeaks.h>
 #include <support/ReferenceTexts.h>
 #include <support/SameDocument.h>
@@ -13,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,14 +28,12 @@ using reference::Random;
 
 uint64 Seed()
 {
-    const char* const seed = std::getenv("KELM_READING_SEED");
-    return seed != nullptr ? std::strtoull(seed, nullptr, 10) : 1;
+    return NumberIn("KELM_READING_SEED", 1);
 }
 
 std::size_t NumCases()
 {
-    const char* const cases = std::getenv("KELM_READING_CASES");
-    return cases != nullptr ? std::strtoull(cases, nullptr, 10) : 3000;
+    return NumberIn("KELM_READING_CASES", 3000);
 }
 
 FormatOptions AnyOptions(Random& random)

@@ -5,13 +5,13 @@
 #include <kelmDocument/Document.h>
 #include <kelmDocument/Items.h>
 #include <kelmDocument/Update.h>
+#include <support/Cases.h>
 #include <support/DeepStack.h>
 #include <support/ReferenceTexts.h>
 #include <support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <numeric>
 #include <string>
@@ -436,14 +436,12 @@ std::size_t CountComments(std::string_view text, int numComments)
 
 std::size_t NumCases()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_CASES");
-    return (given != nullptr ? std::strtoul(given, nullptr, 10) : 8000) / 8;
+    return NumberIn("KELM_DOCUMENT_CASES", 8000) / 8;
 }
 
 uint64 Seed()
 {
-    const char* const given = std::getenv("KELM_DOCUMENT_SEED");
-    return given != nullptr ? std::strtoul(given, nullptr, 10) : 1;
+    return NumberIn("KELM_DOCUMENT_SEED", 1);
 }
 
 TEST(Update, ReadsAsTheObject)

@@ -8,13 +8,13 @@
 #include <klKelmScript/private/ReadingErrors.h>
 #include <klUtils/KelmAssertionError.h>
 #include <src/DataSources.h>
+#include <support/Cases.h>
 #include <support/ReferenceComparison.h>
 #include <support/ReferenceTexts.h>
 #include <support/ReferenceTokens.h>
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -78,14 +78,12 @@ std::string DrawText(Random& random)
 
 std::size_t NumCases(std::size_t share)
 {
-    const char* const given = std::getenv("KELM_READING_CASES");
-    return (given != nullptr ? std::strtoul(given, nullptr, 10) : 100000) / share;
+    return NumberIn("KELM_READING_CASES", 100000) / share;
 }
 
 uint64 Seed()
 {
-    const char* const given = std::getenv("KELM_READING_SEED");
-    return given != nullptr ? std::strtoul(given, nullptr, 10) : 1;
+    return NumberIn("KELM_READING_SEED", 1);
 }
 
 // --- What is told
