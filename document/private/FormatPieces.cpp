@@ -33,7 +33,7 @@ std::size_t WidthOf(std::string_view text)
     std::size_t numInside = 0;
     for (; left > s_maxShortText; pass(s_maxShortText))
         numInside += CountInside(LoadWord<uint64>(p));
-    return text.size() - numInside - CountInside(WordOfShortText(p, left));
+    return text.size() - numInside - CountInside(WordOfShortText(p, static_cast<ssize_t>(left)));
 }
 
 std::size_t MarkSizeOf(std::string_view text)
