@@ -63,7 +63,7 @@ private:
     {
         KSValue value;
         bool isBlank = false;
-        const std::optional<Failure> failure = EvaluateExactly(source, blank, value, isBlank);
+        const std::optional<Failure> failure = EvaluateExactly(m_parser, source, blank, value, isBlank);
         if (failure) [[unlikely]]
         {
             Report(source, *failure);
@@ -75,6 +75,7 @@ private:
 
     const Workspace& m_workspace;
     const EValueForm m_form;
+    KSParser m_parser;
     bool m_hasFailed = false;
 };
 

@@ -10,11 +10,11 @@
 namespace kelm::tool
 {
 
-// Evaluates a text without names to its end, by the library's own parser. Gives how it failed, if it did; `isBlank`
-// tells that there was no expression, and that this passes.
-inline std::optional<Failure> EvaluateExactly(const SourceText& source, EBlankText blank, KSValue& value, bool& isBlank)
+// Evaluates a text without names to its end, by a parser of the library's, which may have read other texts before.
+// Gives how it failed, if it did; `isBlank` tells that there was no expression, and that this passes.
+[[gnu::always_inline]] inline std::optional<Failure> EvaluateExactly(KSParser& parser, const SourceText& source,
+                                                                     EBlankText blank, KSValue& value, bool& isBlank)
 {
-    KSParser parser;
     return Attempt(source, parser,
                    [&]
                    {

@@ -242,7 +242,8 @@ Outcome Workspace::Evaluate(const SourceText& source, EBlankText blank) const
     if (m_scope == nullptr)
     {
         KSValue value;
-        outcome.m_failure = EvaluateExactly(source, blank, value, outcome.m_isBlank);
+        KSParser parser;
+        outcome.m_failure = EvaluateExactly(parser, source, blank, value, outcome.m_isBlank);
         if (!outcome.m_failure)
             outcome.m_value = ValueOf(value);
         return outcome;
