@@ -142,6 +142,7 @@ struct TypedProgram
     FloatWay m_withArguments = nullptr; // where it takes the arguments
     IntegerWay m_ofInteger[2] = {};     // the same of an integer and of a bool
     IntegerWay m_ofIntegerAlone[2] = {};
+    bool m_isPlain = false; // a scope's version and the arguments' types tell whether it is for them and can take them
     Program m_program;
     std::unique_ptr<Program> m_general; // for the same scope, where that is not what the expression was made with
 
@@ -161,10 +162,14 @@ struct TypedProgram
         return std::any_of(arguments, arguments + m_types.size(),
                            [](const Slot& x) { return x.m_kind == Kind::Place && x.m_holder != nullptr; });
     }
-    bool IsFor(const Scope* scope, const Slot* arguments) const
+    bool IsFor(const Scope* scope, const Slot* arguments) const { return m_state.Is(scope) && AreOfTypes(arguments); }
+    bool IsPlainlyFor(const Scope* scope, const Slot* arguments, std::size_t numArguments) const
     {
-        if (!m_state.Is(scope))
-            return false;
+        return m_isPlain && ScopeAccess::VersionOf(scope) == m_state.GetVersion() && m_types.size() == numArguments &&
+               AreOfTypes(arguments);
+    }
+    bool AreOfTypes(const Slot* arguments) const
+    {
         for (const ParameterType& type : m_types)
             if (!type.Matches(*arguments++))
                 return false;
@@ -200,6 +205,7 @@ float64 FloatOfProgram(const TypedProgram& typed, const Scope* scope, const Slot
         ThrowErrorOf(machine);
     if (machine.m_program != &program) [[unlikely]]
         return FloatOfSlot(machine);
+    machine.AssumeEmpty();
     return Result == Kind::Float ? machine.m_float : static_cast<float64>(machine.m_integer);
 }
 
@@ -232,6 +238,7 @@ IntegerResult IntegerOfProgram(const TypedProgram& typed, const Scope* scope, co
             ThrowErrorOf(machine);
         return {0, false};
     }
+    machine.AssumeEmpty();
     return {machine.m_integer, true};
 }
 
@@ -245,6 +252,7 @@ void TypedProgram::FindWays(bool hasScope)
         m_ofInteger[isBool] = IntegerOfProgram;
         m_ofIntegerAlone[isBool] = isAlone ? IntegerOfProgram : nullptr;
     }
+    m_isPlain = !m_state.HasOuter() && m_program.m_places.size() == 0;
     m_ofFloat = isAlone ? way : nullptr;
     m_withArguments = way;
 }
@@ -286,6 +294,13 @@ struct Expression::Kept
 
     // The newest fits nearly always. Null where there is none and none is to be made.
     const TypedProgram* FindNewest() const { return m_typed.load(std::memory_order_acquire); }
+    // The newest where that is for them, for who calls nobody else then.
+    [[gnu::always_inline]] const TypedProgram* FindPlain(const Scope* scope, const Slot* arguments,
+                                                         std::size_t numArguments) const
+    {
+        const TypedProgram* const newest = FindNewest();
+        return newest != nullptr && newest->IsPlainlyFor(scope, arguments, numArguments) ? newest : nullptr;
+    }
     // One that is there already; null where there is none.
     [[gnu::always_inline]] const TypedProgram* Find(const Scope* scope, const Slot* arguments,
                                                     std::size_t numArguments) const
@@ -346,6 +361,16 @@ struct Expression::Kept
         TryExecute(scope, arguments, numArguments, receiver, error);
         if (error)
             throw *std::move(error);
+    }
+
+    [[gnu::noinline]] IntegerResult GetInteger(bool isBool, const Scope* scope, const Slot* arguments,
+                                               std::size_t numArguments, const Receiver& receiver)
+    {
+        const TypedProgram* const typed = Find(scope, arguments, numArguments);
+        if (typed != nullptr && typed->m_ofInteger[isBool] != nullptr)
+            return typed->m_ofInteger[isBool](*typed, scope, arguments, receiver);
+        Execute(scope, arguments, numArguments, receiver);
+        return {0, false};
     }
 
     const std::string m_text;
@@ -495,7 +520,7 @@ float64 Expression::ExecuteFloat() const
     if (newest != nullptr && newest->m_ofFloat != nullptr &&
         ScopeAccess::VersionOf(*kept.m_scope) == newest->m_state.GetVersion()) [[likely]]
         return newest->m_ofFloat(*newest, kept.m_scope, nullptr);
-    return ExecuteAsFloat(nullptr, nullptr, 0);
+    return ExecuteAsFloat(kept.m_scope, nullptr, 0);
 }
 
 float64 Expression::ExecuteFloat(const Scope* scope, const Slot* arguments, std::size_t numArguments) const
@@ -503,14 +528,17 @@ float64 Expression::ExecuteFloat(const Scope* scope, const Slot* arguments, std:
     const Kept& kept = *m_kept;
     if (scope == nullptr)
         scope = kept.m_scope;
-    const TypedProgram* const typed = kept.Find(scope, arguments, numArguments);
-    if (typed != nullptr && typed->m_withArguments != nullptr) [[likely]]
-        return typed->m_withArguments(*typed, scope, arguments);
+    const TypedProgram* const plain = kept.FindPlain(scope, arguments, numArguments);
+    if (plain != nullptr && plain->m_withArguments != nullptr) [[likely]]
+        return plain->m_withArguments(*plain, scope, arguments);
     return ExecuteAsFloat(scope, arguments, numArguments);
 }
 
 float64 Expression::ExecuteAsFloat(const Scope* scope, const Slot* arguments, std::size_t numArguments) const
 {
+    const TypedProgram* const typed = m_kept->Find(scope, arguments, numArguments);
+    if (typed != nullptr && typed->m_withArguments != nullptr)
+        return typed->m_withArguments(*typed, scope, arguments);
     float64 x = 0.0;
     Execute(scope, arguments, numArguments, {Receive<float64>, &x});
     return x;
@@ -532,11 +560,10 @@ IntegerResult Expression::ExecuteInteger(bool isBool, const Scope* scope, const 
     const Kept& kept = *m_kept;
     if (scope == nullptr)
         scope = kept.m_scope;
-    const TypedProgram* const typed = kept.Find(scope, arguments, numArguments);
-    if (typed != nullptr && typed->m_ofInteger[isBool] != nullptr) [[likely]]
-        return typed->m_ofInteger[isBool](*typed, scope, arguments, receiver);
-    Execute(scope, arguments, numArguments, receiver);
-    return {0, false};
+    const TypedProgram* const plain = kept.FindPlain(scope, arguments, numArguments);
+    if (plain != nullptr && plain->m_ofInteger[isBool] != nullptr) [[likely]]
+        return plain->m_ofInteger[isBool](*plain, scope, arguments, receiver);
+    return m_kept->GetInteger(isBool, scope, arguments, numArguments, receiver);
 }
 
 void Expression::Refuse(int64 x, const Receiver& receiver) const
