@@ -69,7 +69,7 @@ public:
     explicit OpenFile(const FilePath& path, UnknownMembers unknown = UnknownMembers::Refuse)
         : m_version(*FileVersion::Load(path))
         , m_unknown(unknown)
-        , m_value(*ReadFrom<T>(TextPlace(m_version.GetPath(), m_version.GetText()), unknown))
+        , m_value(ReadFrom<T>(TextPlace(m_version.GetPath(), m_version.GetText()), unknown))
     {
     }
 

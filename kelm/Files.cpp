@@ -141,13 +141,18 @@ Result<Object> ReadWholeObject(const SourceText& source, UnknownMembers unknown)
                      });
 }
 
-Result<void> TextPlace::Read(const UsedType& type, void* data, UnknownMembers unknown) const
+void TextPlace::Read(const UsedType& type, void* data, UnknownMembers unknown) const
+{
+    *TryRead(type, data, unknown);
+}
+
+Result<void> TextPlace::TryRead(const UsedType& type, void* data, UnknownMembers unknown) const
 {
     return WithSource(m_text, m_path,
                       [&](const SourceText& source) { return ReadWholeText(source, type, data, unknown); });
 }
 
-Result<Object> TextPlace::ReadObject(UnknownMembers unknown) const
+Result<Object> TextPlace::TryReadObject(UnknownMembers unknown) const
 {
     return WithSource(m_text, m_path, [&](const SourceText& source) { return ReadWholeObject(source, unknown); });
 }

@@ -68,8 +68,9 @@ public:
     TextPlace(const FilePath& path, std::string_view text) : m_text(text), m_path(&path) {} // of the file's text
 
     // Into a constructed variable.
-    Result<void> Read(const UsedType& type, void* data, UnknownMembers unknown) const;
-    Result<Object> ReadObject(UnknownMembers unknown) const;
+    void Read(const UsedType& type, void* data, UnknownMembers unknown) const;
+    Result<void> TryRead(const UsedType& type, void* data, UnknownMembers unknown) const;
+    Result<Object> TryReadObject(UnknownMembers unknown) const;
 
 private:
     std::string_view m_text;
@@ -104,30 +105,47 @@ struct DescribedIn<Object>
 template <class T>
 using DescribedInType = typename DescribedIn<T>::Type;
 
+// Where what is read goes.
 template <class T>
-Result<T> ReadFrom(const TextPlace& place, UnknownMembers unknown)
+void* ContentsOf(T& value)
 {
+    if constexpr (IsRoot<T>)
+        return &*value;
+    else
+        return &value;
+}
+
+// A T, or a Result<T>. Where there is none to be made, a type that is read costs the compiler half.
+template <class T, class Returned = T>
+Returned ReadFrom(const TextPlace& place, UnknownMembers unknown)
+{
+    constexpr bool isResult = !std::is_same_v<Returned, T>;
     if constexpr (!CheckDescribable<DescribedInType<T>>())
-    {
-        return GetErrorOfNone();
-    }
+        throw GetErrorOfNone();
     else if constexpr (std::is_same_v<T, Object>)
     {
-        return place.ReadObject(unknown);
-    }
-    else if constexpr (IsRoot<T>)
-    {
-        T root;
-        const Result<void> result = place.Read(s_typeOf<DescribedInType<T>>, &*root, unknown);
-        return result ? Result<T>(std::move(root)) : Result<T>(result.GetError());
+        Result<Object> object = place.TryReadObject(unknown);
+        if constexpr (isResult)
+            return object;
+        else
+            return *std::move(object);
     }
     else
     {
-        static_assert(!HoldsHandles<T>, "a type that holds handles of collected objects (ptr, pref) is read into a "
-                                        "kelm::Root<T>, which keeps them alive");
+        if constexpr (!IsRoot<T>)
+            static_assert(!HoldsHandles<T>, "a type that holds handles of collected objects (ptr, pref) is read into a "
+                                            "kelm::Root<T>, which keeps them alive");
         T value{};
-        const Result<void> result = place.Read(s_typeOf<T>, &value, unknown);
-        return result ? Result<T>(std::move(value)) : Result<T>(result.GetError());
+        if constexpr (isResult)
+        {
+            const Result<void> result = place.TryRead(s_typeOf<DescribedInType<T>>, ContentsOf(value), unknown);
+            return result ? Returned(std::move(value)) : Returned(result.GetError());
+        }
+        else
+        {
+            place.Read(s_typeOf<DescribedInType<T>>, ContentsOf(value), unknown);
+            return value;
+        }
     }
 }
 
@@ -147,25 +165,25 @@ Result<std::string> WriteValue(const T& value)
 template <class T>
 T Read(std::string_view text, UnknownMembers unknown)
 {
-    return *ReadFrom<T>(TextPlace(text), unknown);
+    return ReadFrom<T>(TextPlace(text), unknown);
 }
 
 template <class T>
 Result<T> TryRead(std::string_view text, UnknownMembers unknown)
 {
-    return ReadFrom<T>(TextPlace(text), unknown);
+    return ReadFrom<T, Result<T>>(TextPlace(text), unknown);
 }
 
 template <class T>
 T ReadFile(const FilePath& path, UnknownMembers unknown)
 {
-    return *ReadFrom<T>(TextPlace(path), unknown);
+    return ReadFrom<T>(TextPlace(path), unknown);
 }
 
 template <class T>
 Result<T> TryReadFile(const FilePath& path, UnknownMembers unknown)
 {
-    return ReadFrom<T>(TextPlace(path), unknown);
+    return ReadFrom<T, Result<T>>(TextPlace(path), unknown);
 }
 
 template <class T>

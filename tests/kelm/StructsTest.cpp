@@ -642,7 +642,7 @@ TEST(Structs, VariantsHaveAValueWhereTheNewOneCannotBeMade)
 {
     shop::Breaking breaking;
     const auto read = [&breaking](std::string_view text)
-    { return TextPlace(text).Read(s_typeOf<shop::Breaking>, &breaking, UnknownMembers::Refuse); };
+    { return TextPlace(text).TryRead(s_typeOf<shop::Breaking>, &breaking, UnknownMembers::Refuse); };
     EXPECT_TRUE(read("{ choice = Fragile { x = 5 } }"));
     EXPECT_EQ(std::get<shop::Fragile>(breaking.choice).x, 5);
     shop::Fragile::s_breaks = true;
