@@ -42,6 +42,8 @@ inline constexpr bool IsScalarType = std::is_arithmetic_v<T> || std::is_enum_v<T
 template <EComparison C, class T>
 constexpr int CompareScalars(T a, T b)
 {
+    if constexpr (std::is_same_v<T, char>) // has a sign, whatever the processor
+        return CompareScalars<C>(static_cast<signed char>(a), static_cast<signed char>(b));
     if constexpr (Comparison<C>::s_isOfKeys && std::is_floating_point_v<T>)
         if (a != a || b != b)
             return (a != a) - (b != b);

@@ -56,6 +56,8 @@ uint64 GetKeyPrefix(const Key& key)
         return reinterpret_cast<uint64>(key);
     else if constexpr (std::is_enum_v<Key>)
         return GetKeyPrefix(static_cast<std::underlying_type_t<Key>>(key));
+    else if constexpr (std::is_same_v<Key, char>) // has a sign, whatever the processor
+        return GetKeyPrefix(static_cast<signed char>(key));
     else if constexpr (std::is_signed_v<Key>)
         return static_cast<uint64>(static_cast<int64>(key)) ^ sign;
     else
