@@ -311,8 +311,8 @@ TEST(Eval, PassesAByteOrderMark)
 // One error, and not one a line.
 TEST(Eval, RefusesWhatIsNoText)
 {
-    EXPECT_EQ(RunTool({"eval", "-f", KELMSCRIPT}),
-              (ProgramResult{1, "", "kelmscript: error: cannot read " KELMSCRIPT ": it is no text\n"}));
+    EXPECT_EQ(RunTool({"eval", "-f", KELM_TOOL_TYPES}),
+              (ProgramResult{1, "", "kelmscript: error: cannot read " KELM_TOOL_TYPES ": it is no text\n"}));
     EXPECT_EQ(RunTool({"eval"}, std::string("\xFF\xFE"
                                             "1\0\n\0",
                                             6)),

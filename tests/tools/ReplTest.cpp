@@ -2,6 +2,8 @@
 
 #include "Tool.h"
 
+#include <support/Emulation.h>
+
 #include <gmock/gmock.h>
 
 namespace kelm
@@ -252,6 +254,8 @@ TEST(Repl, FailedLoadsLeaveNothing)
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "a sanitizer needs more memory than this";
 #endif
+    if (IsEmulated())
+        GTEST_SKIP() << "an emulator needs more memory than this";
     const TemporaryFolder folder;
     std::string text = "tool::Scene { notes = [";
     for (int i = 0; i < 20000; ++i)

@@ -4,6 +4,7 @@
 
 #include <support/DeepStack.h>
 #include <support/Depth.h>
+#include <support/Emulation.h>
 
 #include <gtest/gtest.h>
 
@@ -225,7 +226,7 @@ TEST(Crossing, IsSeenThroughByBacktraces)
 // Any system call but read, write and exit kills the process here.
 TEST(Crossing, TakesNoSystemCall)
 {
-    if (std::getenv("KELM_EMULATED") != nullptr)
+    if (IsEmulated())
         GTEST_SKIP() << "an emulator makes system calls of its own";
     EXPECT_EXIT(
         {
