@@ -550,13 +550,13 @@ ptr<IObject> ReadGoingOn(ExpressionParser& parser, ReadingErrors& errors)
     return BasicDataSourceReader<GoingOnRules>(parser, rules).ReadDataSource();
 }
 
-ptr<IObject> ReadGoingOnByRules(ExpressionParser& parser, ReadingErrors& errors, const ReadingRules& options,
+ptr<IObject> ReadGoingOnByRules(ExpressionParser& parser, ReadingErrors& errors, const ReadingRules& rules,
                                 const ReflectionByteCode& type, void* data)
 {
-    ProgramGoingOnRules rules;
-    rules.m_options = options;
-    rules.m_errors = &errors;
-    BasicDataSourceReader<ProgramGoingOnRules> reader(parser, rules);
+    ProgramGoingOnRules goingOn;
+    goingOn.m_options = rules;
+    goingOn.m_errors = &errors;
+    BasicDataSourceReader<ProgramGoingOnRules> reader(parser, goingOn);
     if (data == nullptr)
         return reader.ReadDataSource();
     reader.ReadVariable(type, data);

@@ -20,7 +20,10 @@ void Trail::Choose(std::size_t lowest, std::size_t chosen)
 
 std::span<Trail::Step> Trail::StepsOf(std::size_t slot)
 {
-    return std::ranges::equal_range(m_steps, slot, {}, &Step::m_slot);
+    const auto first = std::lower_bound(m_steps.begin(), m_steps.end(), slot,
+                                        [](const Step& step, std::size_t number) { return step.m_slot < number; });
+    const auto end = std::find_if(first, m_steps.end(), [slot](const Step& step) { return step.m_slot != slot; });
+    return {first, end};
 }
 
 namespace
