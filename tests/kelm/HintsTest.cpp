@@ -77,6 +77,8 @@ TEST(Hints, TellHowFilesAreWritten)
     constexpr const char* lists = "lists and maps stand in square brackets: [1, 2], [\"a\" -> 1]";
     constexpr const char* names =
         "enumerators stand without quotes, and before a variant's value stands the name of its alternative";
+    constexpr const char* aName =
+        "a name stands here: an enumerator's, a class's, or before a variant's value that of its alternative";
     constexpr const char* durations =
         "a duration is a number and ns, us, ms, s, min or h, and whole in what the member counts";
     constexpr Row rows[] = {
@@ -89,7 +91,9 @@ TEST(Hints, TellHowFilesAreWritten)
         {"{ \"name\" = 'a' }", "names stand without quotes"},
         {"{ kind = 'mage' }", names},
         {"{ extra = 'a' }", names},
-        {"{ extra = 5 }", ""},
+        {"{ extra = 5 }", aName},
+        {"{ extra = { x = 1 } }", aName},
+        {"{ kind = 1.5 }", aName},
         {"{ name = Ann }", "a text stands in quotes: \"Ann\""},
         {"{ name = and }", "a text stands in quotes: \"and\""},
         {"{ name = 5 }", ""},

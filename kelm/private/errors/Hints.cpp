@@ -63,6 +63,8 @@ constexpr Form s_forms[] = {
      "enumerators stand without quotes, and before a variant's value stands the name of its alternative"},
     {"Expected identifier when read ", "'", Where::Value,
      "enumerators stand without quotes, and before a variant's value stands the name of its alternative"},
+    {"Expected identifier when read ", "", Where::Value,
+     "a name stands here: an enumerator's, a class's, or before a variant's value that of its alternative"},
     {"Expected = when read :", "", Where::Anywhere, "a member is written name = value"},
     {"Expected -> when read :", "", Where::Anywhere, "an entry is written key -> value"},
     {"Expected -> when read =", "", Where::Anywhere, "an entry is written key -> value"},
