@@ -12,8 +12,10 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 # Run paths are the same here and after installation: one that is written again then is padded with empty entries, which
-# mean the current folder, whoever's that is.
-set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+# mean the current folder, whoever's that is. Where none are installed, those of here are taken out.
+if(NOT CMAKE_SKIP_INSTALL_RPATH)
+    set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
+endif()
 set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib")
 if(NOT CMAKE_INSTALL_LIBDIR STREQUAL "lib")
     list(APPEND CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
