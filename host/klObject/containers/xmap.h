@@ -94,7 +94,7 @@ public:
 
     // The payload under `key`, which is value-initialised where there was none.
     V& Insert(const K& key) { return try_emplace(key).first->m_value; }
-    V& operator[](const K& key) { return Insert(key); }
+    V& operator[](const K& key) { return try_emplace(key).first->m_value; }
 
     // The entry under `key`, and whether it was made, with a payload made of `args`.
     template <class... Args>

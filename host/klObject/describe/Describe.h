@@ -48,6 +48,22 @@
 #define KELM_NO_ENUMERATION(TYPE)                                                                                      \
     static_assert(!std::is_enum_v<TYPE>, #TYPE " is an enumeration, which KELM_DESCRIBE_ENUM describes");
 
+// The names of members and base classes. clang would look for a wrong one again and again: a warning that is fatal
+// stops it.
+#define KELM_CHECK_NAMES(NAMES)                                                                                        \
+    static_assert(!::kelm::HasQualifiedName(NAMES),                                                                    \
+                  "a member or base class is named as the class itself may name it: Shape, and not geom::Shape");      \
+    KELM_FATAL_WARNINGS static_assert(sizeof(::kelm::GoesOn<!::kelm::HasQualifiedName(NAMES)>) != 0);                  \
+    KELM_WARNINGS
+#ifdef __clang__
+#define KELM_FATAL_WARNINGS                                                                                            \
+    _Pragma("clang diagnostic push") _Pragma("clang diagnostic fatal \"-Wdeprecated-declarations\"")
+#define KELM_WARNINGS _Pragma("clang diagnostic pop")
+#else
+#define KELM_FATAL_WARNINGS
+#define KELM_WARNINGS
+#endif
+
 // The line in which the description begins, whatever lines it goes on in.
 #define KELM_PLACE_OF_DESCRIPTION                                                                                      \
     static constexpr ::kelm::ConstStringZ s_file = __FILE__;                                                           \
@@ -69,12 +85,8 @@
 // A struct, its members and base classes by name: KELM_DESCRIBE(geom::Circle, Shape, centre, radius), up to 64 of them.
 // Its bases are described in the same way. No more is used of it than that: neither operators nor copying.
 #define KELM_DESCRIBE(TYPE, ...)                                                                                       \
-    KELM_DESCRIPTION(TYPE, StructDescription,                                                                          \
-                     KELM_STRUCT_CHECKS(TYPE, #__VA_ARGS__) KELM_STRUCT_MEMBERS(TYPE, __VA_ARGS__))
-#define KELM_STRUCT_CHECKS(TYPE, NAMES)                                                                                \
-    KELM_NO_ENUMERATION(TYPE)                                                                                          \
-    static_assert(!::kelm::HasQualifiedName(NAMES),                                                                    \
-                  "a member or base class is named as the class itself may name it: Shape, and not geom::Shape");
+    KELM_CHECK_NAMES(#__VA_ARGS__)                                                                                     \
+    KELM_DESCRIPTION(TYPE, StructDescription, KELM_NO_ENUMERATION(TYPE) KELM_STRUCT_MEMBERS(TYPE, __VA_ARGS__))
 #define KELM_STRUCT_MEMBERS(TYPE, ...)                                                                                 \
     template <class Self_ = ::kelm::ClassItself<TYPE>>                                                                 \
     static constexpr auto Members()                                                                                    \
@@ -166,7 +178,11 @@ void Register(XTarget* target)
                                     "must stand before");
     else
     {
-        if constexpr (CheckMembers<T>())
+        if constexpr (!CheckMembers<T>())
+            return;
+        else if constexpr (Described<T>)
+            RegisterDescriptor(RecordOf<T>::s_record, target); // one step fewer to its mistakes than by _GetReflected
+        else
             RegisterDescriptor(_GetReflected(static_cast<const T*>(nullptr)), target);
     }
 }

@@ -47,6 +47,10 @@ enum class EObstacle
     NoModel,        // the same, of a class without model fields of its own
 };
 
+// By a name, of which compilers tell no more than that it is false; of a comparison they tell all of the macros again.
+template <EObstacle Obstacle, EObstacle Other>
+inline constexpr bool s_isNot = Obstacle != Other;
+
 // What stands for a member of a description that is no field.
 struct NoFieldType
 {

@@ -159,9 +159,9 @@ struct RefuseModel
     template <class M>
     void operator()(M*) const
     {
-        static_assert(M::Obstacle != EObstacle::NotAClass,
+        static_assert(s_isNot<M::Obstacle, EObstacle::NotAClass>,
                       "KELM_MODEL_OF takes a member whose type is a described class");
-        static_assert(M::Obstacle != EObstacle::NoModel,
+        static_assert(s_isNot<M::Obstacle, EObstacle::NoModel>,
                       "KELM_MODEL_OF takes a member whose class lists model fields itself (KELM_MODEL)");
     }
 };

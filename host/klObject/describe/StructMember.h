@@ -126,10 +126,6 @@
 namespace kelm
 {
 
-// By a name, of which compilers tell no more than that it is false; of a comparison they tell all of the macros again.
-template <EObstacle Obstacle, EObstacle Other>
-inline constexpr bool s_isNot = Obstacle != Other;
-
 // What stands for an enumeration in the place of a class, of which the description itself tells.
 struct NoClass
 {
@@ -142,6 +138,16 @@ constexpr bool HasQualifiedName(std::string_view names)
 {
     return names.find("::") != std::string_view::npos;
 }
+
+// What there is to say behind a mistake or not, for KELM_CHECK_NAMES.
+template <bool>
+struct GoesOn
+{
+};
+#ifdef __clang__
+template <>
+struct [[deprecated("that is all there is to say")]] GoesOn<false>{};
+#endif
 
 template <class Base, class S>
 inline constexpr bool s_isDescribedBase = requires

@@ -1,5 +1,6 @@
 # Compiles SOURCE with COMPILER and FLAGS, which must fail with every text that SOURCE states in a line "// error: ...",
-# in no more lines than people read; a line "// lines: ..." allows more of the longer forms.
+# in no more lines than people read.
+set(most 20)
 file(STRINGS ${SOURCE} expected REGEX "^// error: ")
 if(NOT expected)
     message(FATAL_ERROR "${SOURCE} does not say which error it expects")
@@ -13,13 +14,7 @@ endif()
 string(REPLACE "\\\"" "\"" output "${output}")
 string(REGEX MATCHALL "\n" lines "${output}")
 list(LENGTH lines count)
-file(STRINGS ${SOURCE} most REGEX "^// lines: ")
-string(REGEX REPLACE "^// lines: ([0-9]+).*" "\\1" most "${most}")
-if(NOT most)
-    set(most 20)
-endif()
-# clang shows each macro on the way as well; its lines count where that is asked for.
-if(count GREATER most AND (COUNTS OR NOT COMPILER MATCHES "clang"))
+if(count GREATER most)
     message(FATAL_ERROR "${count} lines, and not ${most}:\n${output}")
 endif()
 foreach(line IN LISTS expected)

@@ -1,5 +1,4 @@
 // error: a field has the same name as one of the embedded model
-// lines: 23 (clang lists the headers on the way)
 #include <klObject/describe/Describe.h>
 
 namespace shop

@@ -1,5 +1,4 @@
 // error: a member or base class is named as the class itself may name it: Shape, and not geom::Shape
-// lines: 400 (clang goes on, and meets the name in each of its messages)
 #include <klObject/describe/Describe.h>
 
 namespace geom
