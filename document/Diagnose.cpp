@@ -8,8 +8,8 @@
 #include <kelm/private/errors/Source.h>
 #include <kelm/private/errors/Suggest.h>
 #include <klKelmScript/private/ReadingErrors.h>
+#include <klUtils/StableSort.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace kelm
@@ -32,8 +32,7 @@ public:
         if (m_policy.IsExact()) // where else they are errors
             FindRepeats();
         FindNoCharacters();
-        std::stable_sort(m_found.begin(), m_found.end(),
-                         [](const Diagnostic& a, const Diagnostic& b) { return a.m_place < b.m_place; });
+        StableSort(m_found, [](const Diagnostic& a, const Diagnostic& b) { return a.m_place < b.m_place; });
         return std::move(m_found);
     }
 

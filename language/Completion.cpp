@@ -140,21 +140,20 @@ private:
         const bool isThere = !word.IsEmpty() && word.m_begin < m_at;
         const std::size_t behind = isThere ? word.m_end : m_at;
         const bool hasEqual = isThere && NextIsEqual(behind);
-        std::vector<const CatalogueMember*> members;
-        for (const CatalogueMember& member : expectation.m_class->m_members)
-            members.push_back(&member);
-        std::stable_partition(members.begin(), members.end(),
-                              [&](const CatalogueMember* member)
-                              {
-                                  const auto& written = m_situation.m_siblings;
-                                  return std::find(written.begin(), written.end(), member->m_name) == written.end();
-                              });
-        for (const CatalogueMember* member : members)
-            Add({.m_label = member->m_name,
-                 .m_kind = CompletionKind::Member,
-                 .m_detail = member->m_type.m_text,
-                 .m_described = Described(DeclarationOf(*member), member->m_doc, RemarkOn(*member)),
-                 .m_text = member->m_name + (hasEqual ? "" : " = " + BeginningOf(member->m_type))});
+        const auto& written = m_situation.m_siblings;
+        for (const bool isWritten : {false, true})
+            for (const CatalogueMember& member : expectation.m_class->m_members)
+                if ((std::find(written.begin(), written.end(), member.m_name) != written.end()) == isWritten)
+                    AddMember(member, hasEqual);
+    }
+
+    void AddMember(const CatalogueMember& member, bool hasEqual)
+    {
+        Add({.m_label = member.m_name,
+             .m_kind = CompletionKind::Member,
+             .m_detail = member.m_type.m_text,
+             .m_described = Described(DeclarationOf(member), member.m_doc, RemarkOn(member)),
+             .m_text = member.m_name + (hasEqual ? "" : " = " + BeginningOf(member.m_type))});
     }
 
     bool NextIsEqual(std::size_t at) const

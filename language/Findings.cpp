@@ -6,6 +6,7 @@
 
 #include <kelm/private/errors/Suggest.h>
 #include <kelmDocument/Items.h>
+#include <klUtils/StableSort.h>
 
 #include <algorithm>
 
@@ -253,8 +254,7 @@ std::vector<Finding> FindingsOf(const Document& document, const Types& types, st
                             for (Finding& finding : FindingOf(document, types, site))
                                 findings.push_back(std::move(finding));
                     });
-    std::stable_sort(findings.begin(), findings.end(),
-                     [](const Finding& a, const Finding& b) { return a.m_span.m_begin < b.m_span.m_begin; });
+    StableSort(findings, [](const Finding& a, const Finding& b) { return a.m_span.m_begin < b.m_span.m_begin; });
     return findings;
 }
 

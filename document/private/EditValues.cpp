@@ -6,6 +6,7 @@
 #include <kelm/private/values/Variable.h>
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
+#include <klUtils/StableSort.h>
 #include <klUtils/StackSegment.h>
 
 #include <algorithm>
@@ -408,8 +409,7 @@ void Edit::AddEntries(const std::string& path, const Spots& spots, const Documen
         PutEntries(path, spots, spots.size() - 1, added);
     }
     // From the last one, so that places before it stay.
-    std::stable_sort(changed.begin(), changed.end(),
-                     [](const Change& a, const Change& b) { return a.m_place.m_begin > b.m_place.m_begin; });
+    StableSort(changed, [](const Change& a, const Change& b) { return a.m_place.m_begin > b.m_place.m_begin; });
     const Spot payload{.m_kind = SpotKind::Payload, .m_type = map.GetPayloadType()};
     for (const Change& change : changed)
     {

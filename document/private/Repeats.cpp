@@ -1,10 +1,12 @@
 #include <kelmDocument/private/Repeats.h>
 
+#include <klUtils/StableSort.h>
 #include <klUtils/text/QualifiedName.h>
 #include <klUtils/text/private/Space.h>
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -146,7 +148,7 @@ private:
         std::vector<std::string_view> sorted;
         std::transform(begin, m_members.cend(), std::back_inserter(sorted),
                        [](const Name& name) { return name.Get(); });
-        std::stable_sort(sorted.begin(), sorted.end());
+        StableSort(sorted, std::less<>());
         std::vector<std::pair<std::string_view, std::string_view>> repeats;
         for (std::size_t i = 1, first = 0; i < sorted.size(); ++i)
             if (sorted[i] == sorted[first] && !sorted[i].empty())

@@ -165,8 +165,10 @@ TEST(Types, AreCataloguedThoughAClassCannotBeCreated)
                              "            \"name\": \"int32\"\n          }";
     const ProgramResult good = run("crash at birth", "");
     EXPECT_EQ(good.m_exitCode, 0);
-    EXPECT_EQ(good.m_errors, "kelmscript: note: what new objects of trap::Born hold is not known, as their creation "
-                             "ended the process that made them: signal 6, Aborted\n");
+    // An emulator of processors says something of its own first.
+    EXPECT_THAT(good.m_errors,
+                ::testing::EndsWith("kelmscript: note: what new objects of trap::Born hold is not known, as their "
+                                    "creation ended the process that made them: signal 6, Aborted\n"));
     const ProgramResult born = run("crash at birth", "trap::Born");
     EXPECT_EQ(born.m_errors, good.m_errors);
     EXPECT_THAT(born.m_output, ::testing::HasSubstr(type + "\n"));

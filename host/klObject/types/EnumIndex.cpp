@@ -1,5 +1,7 @@
 #include <klObject/types/EnumIndex.h>
 
+#include <klUtils/StableSort.h>
+
 #include <algorithm>
 
 namespace kelm
@@ -19,7 +21,7 @@ EnumIndex::EnumIndex(const ReflectedEnum& r) : NameIndex(r, r.m_count)
     for (int32 i = 0; i < r.m_count; ++i)
         m_values.push_back({r.m_values[i], i});
     const auto isLess = [](const Value& a, const Value& b) { return a.m_value < b.m_value; };
-    std::stable_sort(m_values.begin(), m_values.end(), isLess);
+    StableSort(m_values, isLess);
     const auto isSame = [](const Value& a, const Value& b) { return a.m_value == b.m_value; };
     m_values.erase(std::unique(m_values.begin(), m_values.end(), isSame), m_values.end());
 }
