@@ -141,6 +141,13 @@ bool Layout::BeginsLine(std::size_t at) const
     return last == std::string_view::npos || GetText()[last] == '\n';
 }
 
+// Whether nothing but blanks is behind it there.
+bool Layout::EndsLine(std::size_t at) const
+{
+    const std::size_t next = GetText().find_first_not_of(s_blanks, at);
+    return next == std::string_view::npos || GetText()[next] == '\n';
+}
+
 // Of the line there.
 std::string Layout::IndentAt(std::size_t at) const
 {
@@ -413,28 +420,27 @@ void Layout::InsertItem(const Part& brackets, const ItemPlace& place, const NewI
     if (index == 0)
     {
         const std::size_t at = GroupOf(brackets, items, 0).m_span.m_begin;
-        const std::string indent = IndentAt(items[0].m_span.m_begin);
+        const auto indent = [&] { return IndentAt(items[0].m_span.m_begin); };
         if (BeginsLine(at))
             return m_document.Edit({LineStart(at), LineStart(at)},
-                                   LineWith(indent, item) + text + comma + behind + NewLine());
-        return m_document.Edit({at, at}, (item.m_above.empty() ? "" : NewLine() + LineWith(indent, item)) + text +
-                                             comma + behind + (isLineComment ? NewLine() + indent : " "));
+                                   LineWith(indent(), item) + text + comma + behind + NewLine());
+        return m_document.Edit({at, at}, (item.m_above.empty() ? "" : NewLine() + LineWith(indent(), item)) + text +
+                                             comma + behind + (isLineComment ? NewLine() + indent() : " "));
     }
 
     const Item& former = items[index - 1];
     const bool isLast = index == items.size();
     const Group group = GroupOf(brackets, items, index - 1);
     const bool endsInLineComment = EndsInLineComment(group.m_behind);
-    const std::size_t lineEnd = std::min(GetText().find('\n', group.m_span.m_end), GetText().size());
-    const bool endsLine = IsBlank({group.m_span.m_end, lineEnd});
+    const bool endsLine = EndsLine(group.m_span.m_end);
     const bool hasLines = BeginsLine(former.m_span.m_begin) && (endsLine || isLast);
-    const std::string indent = IndentAt(former.m_span.m_begin);
+    const auto indent = [&] { return IndentAt(former.m_span.m_begin); }; // only of those that have lines
     // The new item's comma: behind it, or for the last one behind the former.
     const std::string ownComma = isLast ? "" : comma;
     const bool onLine = hasLines || endsInLineComment || needsLine;
     std::string added;
     if (onLine)
-        added = NewLine() + LineWith(indent, item) + text + ownComma + behind;
+        added = NewLine() + LineWith(indent(), item) + text + ownComma + behind;
     else
         added = " " + text + ownComma + behind;
     if (onLine && !endsLine && (isLast ? isLineComment : true))
@@ -444,7 +450,7 @@ void Layout::InsertItem(const Part& brackets, const ItemPlace& place, const NewI
             BeginsLine(lead.m_begin) && IsBlank({lead.m_begin + 1, lead.m_end})) // commas that begin lines
         {
             const std::size_t end = group.m_span.m_end;
-            return m_document.Edit({end, end}, NewLine() + indent + std::string(lead.In(GetText())) + text);
+            return m_document.Edit({end, end}, NewLine() + indent() + std::string(lead.In(GetText())) + text);
         }
     if (!onLine && !hasMembers && isLast)
     {

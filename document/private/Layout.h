@@ -104,6 +104,7 @@ private:
     std::size_t LineStart(std::size_t at) const;
     bool IsBlank(Span span) const;
     bool BeginsLine(std::size_t at) const;
+    bool EndsLine(std::size_t at) const;
     bool EndsInLineComment(Span comments) const;
     std::string LineWith(const std::string& indent, const NewItem& item) const;
     Span WithSpace(Span removed) const;

@@ -14,23 +14,6 @@ namespace
 
 using Pairs = std::vector<std::pair<std::size_t, std::size_t>>;
 
-// Elements as numbers: the same number, the same element.
-class Numbers
-{
-public:
-    std::vector<std::size_t> Of(std::span<const std::string_view> elements)
-    {
-        std::vector<std::size_t> numbers;
-        numbers.reserve(elements.size());
-        for (const std::string_view element : elements)
-            numbers.push_back(m_numbers.emplace(element, m_numbers.size()).first->second);
-        return numbers;
-    }
-
-private:
-    std::unordered_map<std::string_view, std::size_t> m_numbers;
-};
-
 // A longest common subsequence, by E. Myers' greedy search: on each diagonal the furthest place that so many
 // differences reach. Nothing where there are too many. In reverse order.
 Pairs FindCommon(std::span<const std::size_t> a, std::span<const std::size_t> b)
@@ -371,12 +354,9 @@ private:
 
 } // namespace
 
-std::vector<MatchStep> Match(std::span<const std::string_view> before, std::span<const std::string_view> after,
+std::vector<MatchStep> Match(std::span<const std::size_t> a, std::span<const std::size_t> b,
                              const Comparison& comparison)
 {
-    Numbers numbers;
-    const std::vector<std::size_t> a = numbers.Of(before);
-    const std::vector<std::size_t> b = numbers.Of(after);
     const std::size_t least = std::min(a.size(), b.size());
     std::size_t first = 0;
     while (first < least && a[first] == b[first])
@@ -384,8 +364,8 @@ std::vector<MatchStep> Match(std::span<const std::string_view> before, std::span
     std::size_t last = 0;
     while (last < least - first && a[a.size() - 1 - last] == b[b.size() - 1 - last])
         ++last;
-    const std::span<const std::size_t> middleA = std::span(a).subspan(first, a.size() - first - last);
-    const std::span<const std::size_t> middleB = std::span(b).subspan(first, b.size() - first - last);
+    const std::span<const std::size_t> middleA = a.subspan(first, a.size() - first - last);
+    const std::span<const std::size_t> middleB = b.subspan(first, b.size() - first - last);
     Pairs middle = FindCommon(middleA, middleB);
     if (middle.empty())
         middle = FindUniqueCommon(middleA, middleB);

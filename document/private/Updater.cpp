@@ -5,17 +5,15 @@
 
 #include <kelm/private/errors/ErrorOf.h>
 #include <kelm/private/values/Variable.h>
-#include <klObject/objects/Collector.h>
-#include <klObject/objects/prefbase.h>
-#include <klObject/types/ClassModel.h>
 #include <klObject/types/ForeignType.h>
-#include <klObject/values/ReflectedVariable.h>
 #include <klUtils/StackSegment.h>
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <set>
+#include <span>
+#include <unordered_map>
+#include <utility>
 
 namespace kelm::editing
 {
@@ -28,46 +26,6 @@ namespace
 // Items that are put in or taken out make the text behind them move: where it would be more octets, a list or map is
 // written anew.
 constexpr std::size_t s_mostOctets = std::size_t{1} << 33;
-
-// A value that is longer is laid out over several lines.
-constexpr std::size_t s_longestLine = 100;
-
-Spot SpotOf(const ReflectionByteCode& type, void* data)
-{
-    return {.m_kind = SpotKind::Target, .m_type = Underlying(type), .m_data = data, .m_isRuled = true};
-}
-
-// Of a list of a fixed size.
-ReflectionByteCode TypeOfElement(const Spot& list, ssize_t index)
-{
-    return list.GetVariableKind() == VK_FOREIGN ? list.m_type.GetForeignType().GetElementType(index)
-                                                : list.GetElementType();
-}
-
-bool IsRequired(const ReflectedClass& rc, std::string_view name)
-{
-    const ClassModel model = FindClassModel(rc);
-    if (model.m_class == nullptr || model.m_class->m_rules == nullptr)
-        return false;
-    for (ssize_t i = 0; i < GetModelFieldCount(*model.m_class); ++i)
-        if (model.m_class->m_modelFields[i].m_name == name)
-            return model.m_class->m_rules[i].m_isRequired;
-    return false;
-}
-
-int32 IndexOf(const void* variant)
-{
-    int32 index = 0;
-    std::memcpy(&index, variant, sizeof index);
-    return index;
-}
-
-// The object of a handle or a persistent reference.
-ptr<IObject> ObjectOf(const Spot& spot)
-{
-    return spot.GetVariableKind() == VK_PREF ? ptr<IObject>(static_cast<const prefbase*>(spot.m_data)->Get())
-                                             : *static_cast<const ptr<IObject>*>(spot.m_data);
-}
 
 // Behind an item that has been put behind the others.
 ItemPlace NextPlace(const Document& document, std::size_t begin, const ItemPlace& place)
@@ -100,10 +58,7 @@ bool IsName(std::string_view member)
 class ElementMembers
 {
 public:
-    explicit ElementMembers(std::span<const std::string_view> elements)
-        : m_elements(elements), m_members(elements.size())
-    {
-    }
+    explicit ElementMembers(const Version& list) : m_list(list), m_members(list.Inside().size()) {}
 
     // What tells it from others: its class with a member that is called so, or else with the first one, if that is no
     // class, list or map.
@@ -111,16 +66,17 @@ public:
 
     std::size_t CountCommon(std::size_t i, ElementMembers& others, std::size_t j)
     {
-        const std::set<std::string_view>& other = others.Of(j).m_written;
-        const std::set<std::string_view>& own = Of(i).m_written;
+        const std::set<Member>& other = others.Of(j).m_written;
+        const std::set<Member>& own = Of(i).m_written;
         return static_cast<std::size_t>(
-            std::count_if(own.begin(), own.end(), [&](std::string_view member) { return other.contains(member); }));
+            std::count_if(own.begin(), own.end(), [&](const Member& member) { return other.contains(member); }));
     }
 
 private:
+    using Member = std::pair<std::string_view, std::size_t>; // its name, or key, and its value's number
     struct Members
     {
-        std::set<std::string_view> m_written;
+        std::set<Member> m_written;
         std::string m_identity;
     };
 
@@ -129,44 +85,59 @@ private:
         if (m_members[i])
             return *m_members[i];
         Members& members = m_members[i].emplace();
-        const std::string_view element = m_elements[i];
-        const Document document = Document::Parse(std::string(element));
-        const std::optional<Part> brackets = BracketsOf(document, {0, element.size()});
-        if (!brackets)
-            return members;
-        const std::vector<Item> items = ItemsOf(document, *brackets);
-        for (const Item& item : items)
-            members.m_written.insert(item.m_span.In(element));
-        auto named =
-            std::find_if(items.begin(), items.end(), [&](const Item& item) { return IsName(item.m_name.In(element)); });
-        if (named == items.end())
+        const std::string_view text = m_list.m_tree->GetText();
+        const Piece& element = m_list.Inside()[i];
+        const std::span<const Piece> items = m_list.m_tree->Inside(element);
+        for (const Piece& item : items)
+            members.m_written.emplace(item.m_head.In(text), item.m_number);
+        const bool isClass = !items.empty() && text[element.m_brackets.m_begin] == '{';
+        auto named = isClass ? std::find_if(items.begin(), items.end(),
+                                            [&](const Piece& item) { return IsName(item.m_head.In(text)); })
+                             : items.end();
+        if (isClass && named == items.end())
             named = items.begin();
-        if (named != items.end() && !named->m_name.IsEmpty() && !BracketsOf(document, named->m_value))
-            members.m_identity =
-                std::string(element.substr(0, brackets->m_span.m_begin + 1)).append(named->m_span.In(element));
+        if (named != items.end() && named->m_brackets.IsEmpty())
+            members.m_identity = std::string(Span{element.m_span.m_begin, element.m_brackets.m_begin + 1}.In(text))
+                                     .append(named->m_span.In(text));
         return members;
     }
 
-    std::span<const std::string_view> m_elements;
+    const Version& m_list;
     std::vector<std::optional<Members>> m_members; // of those that were asked for
 };
 
+std::vector<std::size_t> NumbersOf(std::span<const Piece> pieces)
+{
+    std::vector<std::size_t> numbers(pieces.size());
+    std::transform(pieces.begin(), pieces.end(), numbers.begin(), [](const Piece& piece) { return piece.m_number; });
+    return numbers;
+}
+
+// The key of an entry, the element of a set.
+std::string_view KeyOf(const Version& map, std::size_t index)
+{
+    const Piece& piece = map.Inside()[index];
+    return (piece.m_head.IsEmpty() ? piece.m_value : piece.m_head).In(map.m_tree->GetText());
+}
+
+std::unordered_map<std::string_view, std::size_t> PlacesOfKeys(const Version& map)
+{
+    std::unordered_map<std::string_view, std::size_t> places;
+    for (std::size_t i = 0; i < map.Inside().size(); ++i)
+        places.emplace(KeyOf(map, i), i);
+    return places;
+}
+
+// What is under a key.
+Version PayloadOf(const Version& map, void* payload, const std::unordered_map<std::string_view, std::size_t>& places,
+                  std::string_view key)
+{
+    const ReflectionByteCode type = map.ToSpot().GetPayloadType();
+    const auto place = places.find(key);
+    return place != places.end() ? map.GetPart(type, payload, place->second) : Version{type, payload};
+}
+
 } // namespace
-
-bool Updater::AreEqual(const ReflectionByteCode& type, const void* a, const void* b) const
-{
-    const std::optional<std::string> written = m_reading.Written(type, a);
-    const std::optional<std::string> other = m_reading.Written(type, b);
-    return written == other;
-}
-
-Updater::Pieces Updater::PiecesOf(const ReflectionByteCode& type, const void* data) const
-{
-    Pieces pieces{m_reading.Written(type, data).value_or("[]"), {}};
-    const Document document = Document::Parse(pieces.m_text);
-    pieces.m_items = ItemsOf(document, PartAt(document, 0));
-    return pieces;
-}
 
 // The brackets of a value that has some.
 Part Updater::Brackets(Span value) const
@@ -178,58 +149,82 @@ Part Updater::Brackets(Span value) const
 
 void Updater::Update(Span value, const ReflectionByteCode& type, void* before, void* after)
 {
-    if (IsStackLow()) // objects hold objects
-        return CallOnFreshSegment([&] { Update(value, type, before, after); });
-    if (AreEqual(type, before, after))
-        return;
-    const Spot from = SpotOf(type, before);
-    const Spot to = SpotOf(type, after);
-    switch (from.GetVariableKind())
-    {
-    case VK_CLASS: return UpdateBody(value, *from.GetClass(), static_cast<char*>(before), static_cast<char*>(after));
-    case VK_ARRAY: return UpdateFixedList(value, from, to);
-    case VK_VECTOR: return UpdateList(value, from, to);
-    case VK_MAP: return UpdateMap(value, from, to);
-    case VK_VARIANT: return UpdateVariant(value, from, to);
-    case VK_HANDLE:
-    case VK_PREF: return UpdateObject(value, ObjectOf(from), ObjectOf(to));
-    case VK_FOREIGN: break;
-    default: return Replace(value, type, after);
-    }
-    switch (from.m_type.GetForeignType().GetForm())
-    {
-    case FF_TEXT: return Replace(value, type, after);
-    case FF_LIST: return from.IsFixedList() ? UpdateFixedList(value, from, to) : UpdateList(value, from, to);
-    case FF_MAP: return UpdateMap(value, from, to);
-    case FF_CHOICE: return UpdateChoice(value, from, to);
-    }
+    PieceTree from;
+    PieceTree to;
+    UpdateValue(value, m_versions.Write(type, before, from), m_versions.Write(type, after, to));
 }
 
 void Updater::UpdateObject(Span value, const ptr<IObject>& before, const ptr<IObject>& after)
 {
-    if (before && after && before.GetReflectedClass() == after.GetReflectedClass())
-        return UpdateBody(value, *after.GetReflectedClass(), static_cast<char*>(before.self()),
-                          static_cast<char*>(after.self()));
-    m_layout.ReplaceValue(value, LaidOut(NewObject(after), value.m_begin, false));
+    PieceTree from;
+    PieceTree to;
+    UpdateTarget(value, {before, m_versions.Write(before, from)}, {after, m_versions.Write(after, to)});
+}
+
+void Updater::UpdateValue(Span value, const Version& before, const Version& after)
+{
+    if (IsStackLow()) // objects hold objects
+        return CallOnFreshSegment([&] { UpdateValue(value, before, after); });
+    if (!before.IsKnown() || !after.IsKnown())
+        return Update(value, before.m_type, before.m_data, after.m_data);
+    if (before.GetNumber() == after.GetNumber())
+        return;
+    const Spot from = before.ToSpot();
+    const Spot to = after.ToSpot();
+    switch (from.GetVariableKind())
+    {
+    case VK_CLASS: return UpdateBody(value, *from.GetClass(), before, after);
+    case VK_ARRAY: return UpdateFixedList(value, before, after);
+    case VK_VECTOR: return UpdateList(value, before, after);
+    case VK_MAP: return UpdateMap(value, before, after);
+    case VK_VARIANT: return UpdateChoice(value, before, after);
+    case VK_HANDLE:
+    case VK_PREF: return UpdateTarget(value, {ObjectOf(from), before}, {ObjectOf(to), after});
+    case VK_FOREIGN: break;
+    default: return Replace(value, after);
+    }
+    switch (from.m_type.GetForeignType().GetForm())
+    {
+    case FF_TEXT: return Replace(value, after);
+    case FF_LIST: return from.IsFixedList() ? UpdateFixedList(value, before, after) : UpdateList(value, before, after);
+    case FF_MAP: return UpdateMap(value, before, after);
+    case FF_CHOICE: return UpdateChoice(value, before, after);
+    }
+}
+
+void Updater::UpdateTarget(Span value, const Target& before, const Target& after)
+{
+    const ptr<IObject>& object = after.m_object;
+    if (before.m_object && object && before.m_object.GetReflectedClass() == object.GetReflectedClass())
+    {
+        Version from = before.m_version;
+        Version to = after.m_version;
+        from.m_data = before.m_object.self();
+        to.m_data = object.self();
+        return UpdateBody(value, *object.GetReflectedClass(), from, to);
+    }
+    std::string text;
+    m_newText.AppendObject(text, object, after.m_version);
+    m_layout.ReplaceValue(value, LaidOut(std::move(text), value.m_begin, false));
 }
 
 // A class's members: those that are written, from the last one, and then others that differ from what creation gives.
-void Updater::UpdateBody(Span value, const ReflectedClass& rc, char* before, char* after)
+void Updater::UpdateBody(Span value, const ReflectedClass& rc, const Version& before, const Version& after)
 {
     const std::vector<MemberField> members = MembersOf(rc);
     const std::vector<std::string_view> names = NamesOf(members);
+    const std::vector<Version> from = before.GetMembers(members);
+    const std::vector<Version> to = after.GetMembers(members);
     // A persistent reference that becomes none is left out, since no text says that.
-    const auto isLeftOut = [&](const MemberField& member)
-    {
-        const Spot from = SpotOf(member.m_type, before + member.m_offset);
-        const Spot to = SpotOf(member.m_type, after + member.m_offset);
-        return from.GetVariableKind() == VK_PREF && !ObjectOf(to) && ObjectOf(from);
-    };
+    std::vector<bool> isLeftOut(members.size(), false);
+    for (std::size_t i = 0; i < members.size(); ++i)
+        isLeftOut[i] = GetTypeCode(Underlying(members[i].m_type)).m_kind == VK_PREF && !ObjectOf(to[i].ToSpot()) &&
+                       ObjectOf(from[i].ToSpot());
     std::vector<bool> isWritten(members.size(), false);
     const std::size_t size = m_document.GetText().size();
     if (std::optional<Part> brackets = BracketsOf(m_document, value))
     {
-        if (brackets->m_token == TOKEN_LEFT_PAREN && std::any_of(members.begin(), members.end(), isLeftOut))
+        if (brackets->m_token == TOKEN_LEFT_PAREN && std::count(isLeftOut.begin(), isLeftOut.end(), true) > 0)
         {
             m_layout.NameItems(*brackets, names);
             brackets = PartAt(m_document, brackets->m_span.m_begin);
@@ -243,33 +238,37 @@ void Updater::UpdateBody(Span value, const ReflectedClass& rc, char* before, cha
             if (found == names.end()) // a member that was passed over
                 continue;
             const auto index = static_cast<std::size_t>(found - names.begin());
-            const MemberField& member = members[index];
             isWritten[index] = true;
-            if (isLeftOut(member))
+            if (isLeftOut[index])
                 m_layout.RemoveItem(PartAt(m_document, brackets->m_span.m_begin), i);
             else
-                Update(items[i].m_value, member.m_type, before + member.m_offset, after + member.m_offset);
+                UpdateValue(items[i].m_value, from[index], to[index]);
         }
     }
     for (std::size_t i = 0; i < members.size(); ++i)
     {
-        const MemberField& member = members[i];
-        if (isWritten[i] || AreEqual(member.m_type, before + member.m_offset, after + member.m_offset))
+        if (isWritten[i] || m_versions.AreEqual(from[i], to[i]))
             continue;
         const std::size_t grown = m_document.GetText().size() - size; // or shrunk, which wraps as it should
-        const std::string text = NewText(member.m_type, before + member.m_offset, after + member.m_offset);
-        m_layout.InsertMember({value.m_begin, value.m_end + grown}, names,
-                              {.m_name = std::string(member.m_name), .m_text = LaidOut(text, value.m_begin, true)});
+        std::string text;
+        m_newText.Append(text, from[i], to[i]);
+        m_layout.InsertMember(
+            {value.m_begin, value.m_end + grown}, names,
+            {.m_name = std::string(names[i]), .m_text = LaidOut(std::move(text), value.m_begin, true)});
     }
 }
 
-void Updater::UpdateFixedList(Span value, const Spot& before, const Spot& after)
+void Updater::UpdateFixedList(Span value, const Version& before, const Version& after)
 {
+    const Spot from = before.ToSpot();
+    const Spot to = after.ToSpot();
     const std::vector<Item> items = ItemsOf(m_document, Brackets(value));
     for (std::size_t i = items.size(); i-- > 0;)
     {
         const auto index = static_cast<ssize_t>(i);
-        Update(items[i].m_value, TypeOfElement(before, index), before.GetElement(index), after.GetElement(index));
+        const ReflectionByteCode type = TypeOfElement(from, index);
+        UpdateValue(items[i].m_value, before.GetPart(type, from.GetElement(index), i),
+                    after.GetPart(type, to.GetElement(index), i));
     }
 }
 
@@ -281,18 +280,18 @@ bool Updater::IsTooMuch(std::size_t numMoved) const
 }
 
 // What goes, and what changes where it is, from the last element on; and then what comes.
-void Updater::UpdateList(Span value, const Spot& before, const Spot& after)
+void Updater::UpdateList(Span value, const Version& before, const Version& after)
 {
-    const Pieces from = PiecesOf(before.m_type, before.m_data);
-    const Pieces to = PiecesOf(after.m_type, after.m_data);
+    const Spot from = before.ToSpot();
+    const Spot to = after.ToSpot();
+    const std::span<const Piece> a = before.Inside();
+    const std::span<const Piece> b = after.Inside();
     const std::size_t begin = Brackets(value).m_span.m_begin;
     const std::vector<Item> items = ItemsOf(m_document, Brackets(value));
-    const std::vector<std::string_view> a = from.Elements();
-    const std::vector<std::string_view> b = to.Elements();
     if (items.size() != a.size())
-        return Replace(value, after.m_type, after.m_data);
-    ElementMembers membersOfA(a);
-    ElementMembers membersOfB(b);
+        return Replace(value, after);
+    ElementMembers membersOfA(before);
+    ElementMembers membersOfB(after);
     const auto likeness = [&](std::size_t i, std::size_t j) { return membersOfA.CountCommon(i, membersOfB, j); };
     const auto identity = [&](Side side, std::size_t i)
     { return (side == Side::Before ? membersOfA : membersOfB).IdentityOf(i); };
@@ -300,37 +299,41 @@ void Updater::UpdateList(Span value, const Spot& before, const Spot& after)
     const auto isMoved = [&](std::size_t i)
     {
         const NewItem item = m_layout.GetItem(Brackets(value), {i, items});
-        return !item.m_above.empty() || !item.m_behind.empty() || item.m_text != a[i];
+        return !item.m_above.empty() || !item.m_behind.empty() ||
+               item.m_text != a[i].m_span.In(before.m_tree->GetText());
     };
-    const std::vector<MatchStep> steps = Match(a, b, {likeness, identity, isMoved});
+    const std::vector<MatchStep> steps = Match(NumbersOf(a), NumbersOf(b), {likeness, identity, isMoved});
     const auto numMoved =
         std::count_if(steps.begin(), steps.end(),
                       [](const MatchStep& step) { return step.m_step != Step::Keep && step.m_step != Step::Change; });
     if (IsTooMuch(static_cast<std::size_t>(numMoved)))
-        return Replace(value, after.m_type, after.m_data);
+        return Replace(value, after);
 
-    const ReflectionByteCode type = before.GetElementType();
+    const ReflectionByteCode type = from.GetElementType();
+    // False where elements have no place in memory.
+    const auto updateElement = [&](const MatchStep& step)
+    {
+        void* const element = from.GetElement(static_cast<ssize_t>(step.m_before));
+        if (element != nullptr)
+            UpdateValue(items[step.m_before].m_value, before.GetPart(type, element, step.m_before),
+                        after.GetPart(type, to.GetElement(static_cast<ssize_t>(step.m_after)), step.m_after));
+        return element != nullptr;
+    };
     std::map<std::size_t, NewItem> moved; // by where they are put
     std::size_t numLeft = 0;
     for (std::size_t n = steps.size(); n-- > 0;)
     {
         const MatchStep& step = steps[n];
-        const auto i = static_cast<ssize_t>(step.m_before);
         switch (step.m_step)
         {
         case Step::Keep: ++numLeft; break;
         case Step::Change:
             ++numLeft;
-            if (void* const element = before.GetElement(i))
-                Update(items[step.m_before].m_value, type, element,
-                       after.GetElement(static_cast<ssize_t>(step.m_after)));
-            else
-                m_layout.ReplaceValue(items[step.m_before].m_value, b[step.m_after]);
+            if (!updateElement(step))
+                m_layout.ReplaceValue(items[step.m_before].m_value, b[step.m_after].m_span.In(after.m_tree->GetText()));
             break;
         case Step::Take:
-            if (void* const element = before.GetElement(i); element != nullptr && a[step.m_before] != b[step.m_after])
-                Update(items[step.m_before].m_value, type, element,
-                       after.GetElement(static_cast<ssize_t>(step.m_after)));
+            updateElement(step);
             moved.emplace(step.m_after, m_layout.GetItem(PartAt(m_document, begin), {step.m_before, items}));
             [[fallthrough]];
         case Step::Remove: m_layout.RemoveItem(PartAt(m_document, begin), {step.m_before, items}); break;
@@ -342,52 +345,59 @@ void Updater::UpdateList(Span value, const Spot& before, const Spot& after)
     for (std::size_t n = steps.size(); n-- > 0;)
     {
         const MatchStep& step = steps[n];
-        const bool isMovedHere = step.m_step == Step::Put;
         if (step.m_step == Step::Keep || step.m_step == Step::Change)
             --numLeft;
-        else if (isMovedHere || step.m_step == Step::Insert)
+        else if (step.m_step == Step::Put)
+            m_layout.InsertItem(PartAt(m_document, begin), {numLeft, left}, moved[step.m_after]);
+        else if (step.m_step == Step::Insert)
+        {
+            std::string text;
+            m_newText.AppendElement(text, to, after, step.m_after);
             m_layout.InsertItem(PartAt(m_document, begin), {numLeft, left},
-                                isMovedHere
-                                    ? moved[step.m_after]
-                                    : NewItem{.m_text = LaidOut(ElementText(after, step.m_after, b[step.m_after]),
-                                                                value.m_begin, true)});
+                                {.m_text = LaidOut(std::move(text), value.m_begin, true)});
+        }
     }
 }
 
 // Entries by their keys; of several with one key the last one holds. New ones come behind.
-void Updater::UpdateMap(Span value, const Spot& before, const Spot& after)
+void Updater::UpdateMap(Span value, const Version& before, const Version& after)
 {
+    const Spot from = before.ToSpot();
+    const Spot to = after.ToSpot();
     const std::size_t begin = Brackets(value).m_span.m_begin;
     const std::vector<Item> items = ItemsOf(m_document, Brackets(value));
-    const Pieces to = PiecesOf(after.m_type, after.m_data);
-    const bool isSet = before.IsSet();
-    const ReflectionByteCode keyType = before.GetKeyType();
+    const bool isSet = from.IsSet();
+    const ReflectionByteCode keyType = from.GetKeyType();
     std::vector<std::string> keys;
     std::size_t numMoved = 0;
     for (const Item& item : items)
     {
         const Variable key(keyType);
         ReadKey((isSet ? item.m_value : item.m_key).In(m_document.GetText()), keyType, key.Get());
-        keys.push_back(m_reading.Written(keyType, key.Get()).value_or(std::string()));
-        numMoved += after.FindPayload(after.m_data, key.Get()) == nullptr ? 1U : 0U;
+        keys.push_back(m_versions.GetReading().Written(keyType, key.Get()).value_or(std::string()));
+        numMoved += to.FindPayload(to.m_data, key.Get()) == nullptr ? 1U : 0U;
     }
+    const std::unordered_map<std::string_view, std::size_t> placesBefore = PlacesOfKeys(before);
+    const std::unordered_map<std::string_view, std::size_t> placesAfter = PlacesOfKeys(after);
     std::set<std::string_view> written(keys.begin(), keys.end());
     std::vector<std::size_t> added;
-    for (std::size_t i = 0; i < to.m_items.size(); ++i)
-        if (!written.contains(isSet ? to.Element(i) : to.Key(i)))
+    for (std::size_t i = 0; i < after.Inside().size(); ++i)
+        if (!written.contains(KeyOf(after, i)))
             added.push_back(i);
     if (IsTooMuch(numMoved + added.size()))
-        return Replace(value, after.m_type, after.m_data);
+        return Replace(value, after);
 
     for (std::size_t i = items.size(); i-- > 0;)
     {
         const Variable key(keyType);
         ReadKey(keys[i], keyType, key.Get());
-        void* const payload = after.FindPayload(after.m_data, key.Get());
+        void* const payload = to.FindPayload(to.m_data, key.Get());
         if (payload == nullptr)
             m_layout.RemoveItem(PartAt(m_document, begin), {i, items});
         else if (written.erase(keys[i]) > 0 && !isSet)
-            Update(items[i].m_value, before.GetPayloadType(), before.FindPayload(before.m_data, key.Get()), payload);
+            UpdateValue(items[i].m_value,
+                        PayloadOf(before, from.FindPayload(from.m_data, key.Get()), placesBefore, keys[i]),
+                        PayloadOf(after, payload, placesAfter, keys[i]));
     }
     if (added.empty())
         return;
@@ -395,184 +405,47 @@ void Updater::UpdateMap(Span value, const Spot& before, const Spot& after)
     ItemPlace place(left.size(), left);
     for (const std::size_t i : added)
     {
-        const std::string text = isSet ? Spaced(std::string(to.Element(i))) : EntryText(after, to, i);
-        m_layout.InsertItem(PartAt(m_document, begin), place, {.m_text = LaidOut(text, value.m_begin, true)});
+        std::string text;
+        m_newText.AppendEntry(text, to, after, i);
+        m_layout.InsertItem(PartAt(m_document, begin), place,
+                            {.m_text = LaidOut(std::move(text), value.m_begin, true)});
         place = NextPlace(m_document, begin, place);
     }
 }
 
 void Updater::ReadKey(std::string_view text, const ReflectionByteCode& type, void* key) const
 {
-    m_reading.ReadValue(s_textName, text, type, key);
+    m_versions.GetReading().ReadValue(s_textName, text, type, key);
 }
 
-// --- Choices ---------------------------------------------------------------------------------------------------------
-
-void Updater::UpdateChoice(Span value, const Spot& before, const Spot& after)
+// What a variant or an optional holds.
+void Updater::UpdateChoice(Span value, const Version& before, const Version& after)
 {
-    const ForeignType& type = before.m_type.GetForeignType();
-    const int32 index = type.m_choice->GetIndex(before.m_data);
-    if (index < 0 || index != type.m_choice->GetIndex(after.m_data))
-        return Replace(value, after.m_type, after.m_data);
-    Update(type.IsOptional() ? value : BehindName(m_document, value), type.GetPartType(index),
-           type.m_choice->GetValue(before.m_data), type.m_choice->GetValue(after.m_data));
+    const Spot from = before.ToSpot();
+    int32 index = 0;
+    int32 other = 0;
+    Held held;
+    Held heldAfter;
+    if (!FindHeld(from, index, held) || !FindHeld(after.ToSpot(), other, heldAfter) || index != other)
+        return Replace(value, after);
+    const bool isOptional = from.IsForeign(FF_CHOICE) && from.m_type.GetForeignType().IsOptional();
+    UpdateValue(isOptional ? value : BehindName(m_document, value), before.GetHeld(held.m_type, held.m_data),
+                after.GetHeld(heldAfter.m_type, heldAfter.m_data));
 }
 
-void Updater::UpdateVariant(Span value, const Spot& before, const Spot& after)
+void Updater::Replace(Span value, const Version& after)
 {
-    const ReflectedVariant& rv = *before.m_type.GetReflectedVariant();
-    const int32 index = IndexOf(before.m_data);
-    if (index != IndexOf(after.m_data))
-        return Replace(value, after.m_type, after.m_data);
-    const ReflectedField& field = rv.m_fields[index];
-    Update(BehindName(m_document, value), {field.m_bc, rv.m_stringTable, nullptr},
-           static_cast<char*>(before.m_data) + field.m_offset, static_cast<char*>(after.m_data) + field.m_offset);
+    std::string text;
+    m_newText.Append(text, after);
+    m_layout.ReplaceValue(value, LaidOut(std::move(text), value.m_begin, false));
 }
-
-// --- New texts -------------------------------------------------------------------------------------------------------
-
-void Updater::Replace(Span value, const ReflectionByteCode& type, void* after)
-{
-    const Variable fresh(type);
-    m_layout.ReplaceValue(value, LaidOut(NewText(type, fresh.Get(), after), value.m_begin, false));
-}
-
-std::string Updater::ElementText(const Spot& list, std::size_t index, std::string_view written) const
-{
-    void* const element = list.GetElement(static_cast<ssize_t>(index));
-    if (element == nullptr)
-        return std::string(written);
-    const Variable fresh(list.GetElementType());
-    return NewText(list.GetElementType(), fresh.Get(), element);
-}
-
-// Which is read over what is there.
-std::string Updater::FixedElementText(const Spot& fresh, const Spot& list, std::size_t index) const
-{
-    const auto i = static_cast<ssize_t>(index);
-    return NewText(TypeOfElement(list, i), fresh.GetElement(i), list.GetElement(i));
-}
-
-// A key and what is under it, which is read into what is new.
-std::string Updater::EntryText(const Spot& map, const Pieces& pieces, std::size_t index) const
-{
-    const Variable key(map.GetKeyType());
-    ReadKey(pieces.Key(index), map.GetKeyType(), key.Get());
-    const Variable fresh(map.GetPayloadType());
-    return Spaced(std::string(pieces.Key(index))) + " -> " +
-           NewText(map.GetPayloadType(), fresh.Get(), map.FindPayload(map.m_data, key.Get()));
-}
-
-// As short as people write it: of classes the members that differ from what is there before the text is read.
-std::string Updater::NewText(const ReflectionByteCode& type, void* fresh, void* data) const
-{
-    if (IsStackLow())
-        return CallOnFreshSegment([&] { return NewText(type, fresh, data); });
-    const Spot spot = SpotOf(type, data);
-    switch (spot.GetVariableKind())
-    {
-    case VK_CLASS: return NewBody(*spot.GetClass(), static_cast<char*>(fresh), static_cast<char*>(data));
-    case VK_HANDLE:
-    case VK_PREF: return NewObject(ObjectOf(spot));
-    case VK_VARIANT:
-    {
-        const ReflectedVariant& rv = *spot.m_type.GetReflectedVariant();
-        const ReflectedField& field = rv.m_fields[IndexOf(data)];
-        return NewAlternative(spot, {field.m_bc, rv.m_stringTable, nullptr}, static_cast<char*>(data) + field.m_offset);
-    }
-    default: break;
-    }
-    if (spot.IsForeign(FF_CHOICE))
-    {
-        const ForeignType& foreign = spot.m_type.GetForeignType();
-        if (const int32 index = foreign.m_choice->GetIndex(data); index >= 0)
-            return NewAlternative(spot, foreign.GetPartType(index), foreign.m_choice->GetValue(data));
-    }
-    const bool isList = spot.IsList();
-    if (!isList && !spot.IsMap())
-        return Spaced(m_reading.Written(type, data).value_or(std::string()));
-    const Pieces pieces = PiecesOf(type, data);
-    const Spot made = SpotOf(type, fresh);
-    std::string text = "[";
-    for (std::size_t i = 0; i < pieces.m_items.size(); ++i)
-    {
-        text += i > 0 ? ", " : "";
-        if (spot.IsFixedList())
-            text += FixedElementText(made, spot, i);
-        else if (isList)
-            text += ElementText(spot, i, pieces.Element(i));
-        else
-            text += spot.IsSet() ? Spaced(std::string(pieces.Element(i))) : EntryText(spot, pieces, i);
-    }
-    return text + "]";
-}
-
-// Of a variant, behind the alternative's name; of an optional, alone.
-std::string Updater::NewAlternative(const Spot& choice, const ReflectionByteCode& type, void* value) const
-{
-    const Document written = Document::Parse(m_reading.Written(choice.m_type, choice.m_data).value_or(std::string()));
-    const bool isOptional = choice.IsForeign(FF_CHOICE) && choice.m_type.GetForeignType().IsOptional();
-    const Span all{0, written.GetText().size()};
-    const std::string_view name = written.GetText().substr(0, isOptional ? 0 : BehindName(written, all).m_begin);
-    const Variable fresh(type);
-    const std::string text = NewText(type, fresh.Get(), value);
-    return std::string(name) + (name.empty() || name.ends_with(' ') || text.empty() ? "" : " ") + text;
-}
-
-std::string Updater::NewObject(const ptr<IObject>& object) const
-{
-    const ReflectedClass* const rc = object ? object.GetReflectedClass() : nullptr;
-    if (rc == nullptr || rc->m_createFn == nullptr)
-        return Spaced(m_reading.Written(object).value_or("null"));
-    const GcRoot fresh(rc->m_createFn());
-    RegisterGcObject(fresh.get());
-    const std::string body = NewBody(*rc, static_cast<char*>(fresh.get().self()), static_cast<char*>(object.self()));
-    return rc->m_name + (body == "{}" ? std::string() : " " + body);
-}
-
-std::string Updater::NewBody(const ReflectedClass& rc, char* fresh, char* data) const
-{
-    std::string text = "{";
-    for (const MemberField& member : MembersOf(rc))
-    {
-        char* const before = fresh + member.m_offset;
-        char* const after = data + member.m_offset;
-        if (IsRequired(rc, member.m_name) || !AreEqual(member.m_type, before, after))
-            text += " " + std::string(member.m_name) + " = " + NewText(member.m_type, before, after);
-    }
-    return text + (text.size() > 1 ? " }" : "}");
-}
-
-namespace
-{
-
-// Items on lines of their own, where they are too long together.
-std::string OverLines(const std::string& text, const std::string& indent, const std::string& newLine)
-{
-    if (IsStackLow())
-        return CallOnFreshSegment([&] { return OverLines(text, indent, newLine); });
-    const Document document = Document::Parse(text);
-    const std::optional<Part> brackets = BracketsOf(document, {0, text.size()});
-    const std::vector<Item> items = brackets ? ItemsOf(document, *brackets) : std::vector<Item>();
-    if (indent.size() + text.size() <= s_longestLine || items.empty())
-        return text;
-    const std::string inner = indent + "    ";
-    std::string lines = text.substr(0, brackets->m_span.m_begin + 1);
-    for (const Item& item : items)
-        lines += newLine + inner + OverLines(std::string(item.m_span.In(text)), inner, newLine) +
-                 (item.m_separator.IsEmpty() ? "" : ",");
-    return lines + newLine + indent + text.substr(brackets->m_span.m_end - 1);
-}
-
-} // namespace
 
 // For a place in a line, or as an item in the brackets of the value there.
 std::string Updater::LaidOut(std::string text, std::size_t place, bool isItem) const
 {
     if (text.size() <= s_longestLine / 2)
         return text;
-    const std::string indent = m_layout.IndentAt(place) + (isItem ? "    " : "");
-    return OverLines(text, indent, m_layout.NewLine());
+    return OverLines(std::move(text), m_layout.IndentAt(place) + (isItem ? "    " : ""), m_layout.NewLine());
 }
 
 } // namespace kelm::editing

@@ -56,6 +56,17 @@ struct Order
     std::map<std::string, Line> items;
 };
 
+inline bool operator<(const Place& a, const Place& b)
+{
+    return a.x != b.x ? a.x < b.x : a.y < b.y;
+}
+
+// With keys in brackets.
+struct Map
+{
+    std::map<Place, Line> lines;
+};
+
 // With handles.
 struct Shelf
 {
@@ -78,5 +89,6 @@ KELM_CLASS(orders::Order, KELM_MODEL(customer).Required(), KELM_MODEL(number).Ch
            KELM_MODEL(lines), KELM_MODEL(codes), KELM_MODEL(rates), KELM_MODEL(prices), KELM_MODEL(tags),
            KELM_MODEL(gift), KELM_MODEL(extra), KELM_MODEL(place), KELM_MODEL(corners), KELM_MODEL(flags),
            KELM_MODEL(rows), KELM_MODEL(isOpen), KELM_MODEL(items))
+KELM_DESCRIBE(orders::Map, lines)
 KELM_DESCRIBE(orders::Shelf, name, next, books)
 KELM_DESCRIBE(orders::Book, title, pages)

@@ -277,7 +277,32 @@ TEST(Update, ReachesAnyDepth)
                     EXPECT_EQ(Updated(before, deep), after);
                     const std::string made = Updated("orders::Shelf {}", deep);
                     EXPECT_EQ(Write(Read<Object>(made)), Write(deep));
+                    // Lines are not indented for ever.
+                    constexpr std::size_t most = 68;
+                    EXPECT_NE(made.find("\n" + std::string(most, ' ') + "next"), std::string::npos);
+                    EXPECT_EQ(made.find(std::string(most + 1, ' ')), std::string::npos);
                 });
+}
+
+// Of a long entry the value is laid out over lines, whatever brackets the key has.
+TEST(Update, LaysOutValuesOfEntries)
+{
+    struct Row
+    {
+        std::string m_item;
+        std::string m_after;
+    };
+    const std::string text(60, 't');
+    const Row rows[] = {
+        {"x", "{ lines = [Place { x = 1.0 y = 2.0 } -> { item = \"x\" }] }"},
+        {text, "{ lines = [Place { x = 1.0 y = 2.0 } -> {\n        item = \"" + text + "\"\n    }] }"},
+    };
+    for (const Row& row : rows)
+    {
+        orders::Map map;
+        map.lines[{1, 2}] = {row.m_item, 1, 0};
+        EXPECT_EQ(Updated("{ lines = [] }", map), row.m_after);
+    }
 }
 
 // --- Files

@@ -8,6 +8,7 @@
 #include <kelm/private/errors/Suggest.h>
 #include <kelmDocument/Editor.h>
 #include <kelmDocument/Format.h>
+#include <kelmDocument/Update.h>
 #include <klKelmScript/KSParser.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klKelmScript/ParseFieldPath.h>
@@ -316,6 +317,28 @@ void Assign(const std::string& text, const char* member, std::size_t count)
         throw std::runtime_error("they cannot be set at once");
 }
 
+// Writes back what a change makes of the value that a text gives.
+template <class T, class Change>
+void WriteBack(const std::string& text, const Change& change)
+{
+    T value = Read<T>(text);
+    change(value);
+    if (Update(text, value).empty())
+        throw std::runtime_error("nothing is written");
+}
+
+// Calls f with each level, of which there may be more than a stack can hold.
+template <class F>
+void ForEachLevel(growth::Nested& nested, const F& f)
+{
+    for (growth::Nested* level = &nested; level != nullptr;)
+    {
+        growth::Nested* const inner = level->inner.empty() ? nullptr : &level->inner[0];
+        f(*level);
+        level = inner == nullptr ? nullptr : &level->inner[0];
+    }
+}
+
 // Takes a member out of each element.
 void Unassign(const std::string& text, std::size_t count)
 {
@@ -474,6 +497,69 @@ const Shape s_shapes[] = {
          return InRecord("nested = { inner = [" + Repeat(n, element) + "{}] }");
      },
      [](const std::string& text) { Unassign(text, text.size() / 160); }},
+    {"an update of what is deep", [](std::size_t n) { return Nest(n / 4, "{inner=[", "{}", "]}"); },
+     [](const std::string& text)
+     {
+         WriteBack<growth::Nested>(text,
+                                   [](growth::Nested& nested)
+                                   {
+                                       ForEachLevel(nested,
+                                                    [](growth::Nested& level)
+                                                    {
+                                                        if (level.inner.empty())
+                                                            level.inner.emplace_back();
+                                                    });
+                                   });
+     }},
+    {"an update of each level", [](std::size_t n) { return Nest(n / 4, "{inner=[", "{}", "]}"); },
+     [](const std::string& text)
+     {
+         WriteBack<growth::Nested>(text,
+                                   [](growth::Nested& nested) {
+                                       ForEachLevel(nested, [](growth::Nested& level) { level.inner.emplace_back(); });
+                                   });
+     }},
+    {"an update to what is deep", [](std::size_t n) { return Nest(n / 4, "{inner=[", "{}", "]}"); },
+     [](const std::string& text)
+     {
+         if (Update("{}", Read<growth::Nested>(text)).empty())
+             throw std::runtime_error("nothing is written");
+     }},
+    {"an update of many elements",
+     [](std::size_t n) { return "{ nested = { inner = [" + Repeat(n / 16, "{ inner = [{}] },\n") + "{}] } }"; },
+     [](const std::string& text)
+     {
+         WriteBack<Root<growth::Record>>(text,
+                                         [](Root<growth::Record>& record)
+                                         {
+                                             for (growth::Nested& nested : record->nested.inner)
+                                                 nested.inner.emplace_back();
+                                         });
+     }},
+    {"an update of many numbers",
+     [](std::size_t n)
+     { return "{ numbers = [" + List(n / 4, [](std::size_t i) { return std::to_string(i + 10); }) + "] }"; },
+     [](const std::string& text)
+     {
+         WriteBack<Root<growth::Record>>(text,
+                                         [](Root<growth::Record>& record)
+                                         {
+                                             for (int64& number : record->numbers)
+                                                 number = number * 7;
+                                         });
+     }},
+    {"an update of many entries",
+     [](std::size_t n)
+     { return "{ counts = [" + List(n / 4, [](std::size_t i) { return std::to_string(i) + "->1"; }) + "] }"; },
+     [](const std::string& text)
+     {
+         WriteBack<Root<growth::Record>>(text,
+                                         [](Root<growth::Record>& record)
+                                         {
+                                             for (auto& entry : record->counts)
+                                                 entry.m_value = 3;
+                                         });
+     }},
     {"completion behind a path", [](std::size_t n) { return Repeat(n, ".next") + '.'; }, CompleteAtPrompt},
     {"completion in a value", [](std::size_t n) { return "{ inner = [" + Repeat(n, "{}, ") + "{ inn"; },
      CompleteAtPrompt},
