@@ -116,7 +116,7 @@ OncePlaces::Contents* OncePlaces::FindContents(Span value)
     if (isNew)
         if (const std::optional<Part> brackets = BracketsOf(m_document, value))
         {
-            contents.emplace(Contents{*brackets, ItemsOf(m_document, *brackets), {}, {}});
+            contents.emplace(Contents{.m_brackets = *brackets, .m_items = ItemsOf(m_document, *brackets)});
             for (std::size_t i = 0; i < contents->m_items.size(); ++i)
                 if (const Span name = contents->m_items[i].m_name; !name.IsEmpty())
                     if (const auto [known, isFirst] = contents->m_names.try_emplace(TextOf(name), i); !isFirst)
@@ -125,15 +125,15 @@ OncePlaces::Contents* OncePlaces::FindContents(Span value)
     return contents ? &*contents : nullptr;
 }
 
-void OncePlaces::StepTo(const Contents& contents, std::size_t index, Spot spot, Place& place)
+void OncePlaces::StepTo(Contents& contents, std::size_t index, Spot spot, bool isApart, Place& place)
 {
-    place = {std::move(spot), contents.m_items[index].m_value, &contents, index};
+    place = {std::move(spot), contents.m_items[index].m_value, &contents, index, isApart};
 }
 
 bool OncePlaces::TryStepToMember(std::string_view name, Place& place)
 {
     const Spot& spot = place.m_spot;
-    const Contents* const contents = spot.GetVariableKind() == VK_CLASS ? FindContents(place.m_value) : nullptr;
+    Contents* const contents = spot.GetVariableKind() == VK_CLASS ? FindContents(place.m_value) : nullptr;
     if (contents == nullptr)
         return false;
     const std::vector<MemberField> members = MembersOf(*spot.GetClass());
@@ -153,7 +153,7 @@ bool OncePlaces::TryStepToMember(std::string_view name, Place& place)
            {.m_kind = SpotKind::Member,
             .m_type = Underlying(member->m_type),
             .m_data = static_cast<char*>(spot.m_data) + member->m_offset},
-           place);
+           contents->m_brackets.m_token == TOKEN_LEFT_CURLY, place);
     return true;
 }
 
@@ -162,22 +162,24 @@ bool OncePlaces::TryStepToElement(std::string_view text, Place& place)
     const Spot& list = place.m_spot;
     ssize_t index = -1;
     const auto [past, error] = std::from_chars(text.data(), text.data() + text.size(), index);
-    const Contents* const contents = FindContents(place.m_value);
+    Contents* const contents = FindContents(place.m_value);
     if (error != std::errc() || past != text.data() + text.size() || contents == nullptr)
         return false;
     const bool isFixed = list.IsFixedList();
-    const ssize_t count = list.CountElements();
-    const auto written = static_cast<ssize_t>(contents->m_items.size());
-    const ssize_t item = isFixed ? index : index - (count - written);
-    if (index < 0 || index >= count || item < 0 || item >= written)
+    // Of a list that grows, what creation gave comes first.
+    const ssize_t made = isFixed ? 0 : list.CountElements() - static_cast<ssize_t>(contents->m_items.size());
+    const auto numLeft = static_cast<ssize_t>(contents->m_left.Count());
+    if (made < 0 || index < made || index - made >= numLeft)
         return false;
-    StepTo(*contents, static_cast<std::size_t>(item),
+    const std::size_t item = contents->m_left.Find(static_cast<std::size_t>(index - made));
+    index = made + static_cast<ssize_t>(item);
+    StepTo(*contents, item,
            {.m_kind = SpotKind::Element,
             .m_type = list.GetVariableKind() == VK_FOREIGN && isFixed
                           ? Underlying(list.m_type.GetForeignType().GetElementType(index))
                           : list.GetElementType(),
             .m_data = list.GetElement(index)},
-           place);
+           !isFixed, place);
     return true;
 }
 
@@ -220,10 +222,13 @@ bool OncePlaces::TryStepToPayload(std::string_view text, Place& place)
     const std::optional<std::string> written = reading.Written(type, sought.Get());
     const auto found = written ? contents->m_keys.find(*written) : contents->m_keys.end();
     void* const payload = map.FindPayload(map.m_data, sought.Get());
-    if (found == contents->m_keys.end() || found->second == s_several || payload == nullptr)
+    if (found == contents->m_keys.end() || found->second == s_several || payload == nullptr ||
+        !contents->m_left.Has(found->second))
         return false;
+    // Keys may have what they do not mention from those before.
+    const EVariableKind keyKind = GetTypeCode(type).m_kind;
     StepTo(*contents, found->second, {.m_kind = SpotKind::Payload, .m_type = map.GetPayloadType(), .m_data = payload},
-           place);
+           map.IsRenewed() || (keyKind != VK_CLASS && keyKind != VK_VECTOR), place);
     return true;
 }
 

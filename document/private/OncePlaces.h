@@ -5,6 +5,7 @@
 
 #include <kelmDocument/Document.h>
 #include <kelmDocument/Items.h>
+#include <kelmDocument/private/Remaining.h>
 #include <kelmDocument/private/Spot.h>
 #include <kelmDocument/private/Subject.h>
 
@@ -26,8 +27,9 @@ class OncePlaces
     {
         Part m_brackets;
         std::vector<Item> m_items;
-        std::unordered_map<std::string_view, std::size_t> m_names; // of items that have one; s_several of several
-        std::map<std::string, std::size_t> m_keys;                 // likewise, as they are written, once they are known
+        std::unordered_map<std::string_view, std::size_t> m_names = {}; // of items that have one; s_several of several
+        std::map<std::string, std::size_t> m_keys = {}; // likewise, as they are written, once they are known
+        Remaining m_left = Remaining(m_items.size());   // which of the items have not been taken out
     };
     static constexpr std::size_t s_several = static_cast<std::size_t>(-1);
 
@@ -40,11 +42,16 @@ public:
     {
         Spot m_spot;
         Span m_value;
-        const Contents* m_contents; // of the brackets in which it stands; null of the whole
-        std::size_t m_index;        // there
+        Contents* m_contents; // of the brackets in which it stands; null of the whole
+        std::size_t m_index;  // there
+        bool m_isApart;       // whether others say the same without it
 
         const Part& GetBrackets() const { return m_contents->m_brackets; }
         const std::vector<Item>& GetItems() const { return m_contents->m_items; }
+        const Remaining& GetLeft() const { return m_contents->m_left; }
+
+        // Paths that come go by what is left.
+        void TakeOut() const { m_contents->m_left.Remove(m_index); }
     };
 
     // False where it is none such, or an error.
@@ -59,7 +66,7 @@ private:
     bool TryStepToMember(std::string_view name, Place& place);
     bool TryStepToElement(std::string_view text, Place& place);
     bool TryStepToPayload(std::string_view text, Place& place);
-    static void StepTo(const Contents& contents, std::size_t index, Spot spot, Place& place);
+    static void StepTo(Contents& contents, std::size_t index, Spot spot, bool isApart, Place& place);
     Contents* FindContents(Span value);
     void NoteKeys(const Spot& map, Contents& contents) const;
     std::string_view TextOf(Span span) const { return span.In(m_document.GetText()); }

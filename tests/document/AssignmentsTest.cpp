@@ -185,6 +185,16 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
                                  ".hold",
                                  ".oops",
                                  ".tags[0]",
+                                 ".tags[1]",
+                                 ".scores[0]",
+                                 ".list[1]",
+                                 ".rows[0]",
+                                 ".rows[0][1]",
+                                 ".crates[0]",
+                                 ".crates[1]",
+                                 ".counts['a']",
+                                 ".counts['b']",
+                                 ".stock['b']",
                                  ".samples"};
     Random random(9);
     int numAtOnce = 0;
@@ -211,6 +221,47 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
     EXPECT_GT(numAlone, 300);
 }
 
+// Of a list or map of any layout, with comments, in any order.
+TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
+{
+    Random random(10);
+    std::size_t numAtOnce = 0;
+    for (int i = 0; i < 4000; ++i)
+    {
+        const bool isMap = random.OneIn(3);
+        const std::size_t count = 1 + random.Below(12);
+        const std::size_t style = random.Below(4);
+        std::string text = isMap ? "{ customer = 'a' rates = [" : "{ customer = 'a' codes = [";
+        for (std::size_t n = 0; n < count; ++n)
+        {
+            const bool hasLine = style == 0 || (style == 1 && random.OneIn(2));
+            text += hasLine ? "\n    " : style == 2 ? "" : " ";
+            if (random.OneIn(8))
+                text += hasLine && random.OneIn(2) ? "// above\n    " : "/* before */ ";
+            text += (isMap ? "'" + std::to_string(n) + "' -> " : "") + std::to_string(n + 10);
+            text += random.OneIn(8) ? " /* within */" : "";
+            text += n + 1 < count ? "," : "";
+            if (random.OneIn(8))
+                text += hasLine && random.OneIn(2) ? " // behind\n" : " /* behind */";
+        }
+        text += style == 0 ? "\n] }" : "] }";
+        std::vector<std::string> removed;
+        for (std::size_t n = 1 + random.Below(count); n-- > 0;)
+            removed.push_back(isMap ? ".rates['" + std::to_string(random.Below(count)) + "']"
+                                    : ".codes[" + std::to_string(random.Below(count)) + "]");
+        Document atOnce = Document::Parse(text);
+        Document each = Document::Parse(text);
+        DocumentEditor atOnceEditor(atOnce, DocumentPolicy::Of<orders::Order>());
+        DocumentEditor editor(each, DocumentPolicy::Of<orders::Order>());
+        const std::size_t made = RemoveSome(atOnceEditor, removed);
+        numAtOnce += made > 1 ? 1 : 0;
+        for (std::size_t n = 0; n < made; ++n)
+            ASSERT_TRUE(editor.Remove(removed[n])) << text << removed[n];
+        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text << testing::PrintToString(removed) << made;
+    }
+    EXPECT_GT(numAtOnce, 1000U);
+}
+
 struct RemovalRow
 {
     std::string m_text;
@@ -219,7 +270,7 @@ struct RemovalRow
     std::size_t m_made = m_paths.size();
 };
 
-TEST(Removals, AreOfMembersThatAreWrittenOnce)
+TEST(Removals, AreOfWhatIsWrittenOnce)
 {
     const RemovalRow rows[] = {
         {"{\n  customer = 'a'\n  number = 1 // one\n  // open\n  isOpen = true\n  codes = [1]\n}\n",
@@ -239,7 +290,27 @@ TEST(Removals, AreOfMembersThatAreWrittenOnce)
          1},
         {"{ customer = 'a' place = { x = 1 y = 2 } }", {".place", ".place.x"}, "{ customer = 'a' }", 1},
         {"{ customer = 'a' place = (1, 2) }", {".place.x"}, "{ customer = 'a' place = (1, 2) }", 0},
-        {"{ customer = 'a' codes = [1, 2] }", {".codes[0]"}, "{ customer = 'a' codes = [1, 2] }", 0},
+        // Indices count what is left.
+        {"{ customer = 'a' codes = [1, 2, 3, 4, 5] }",
+         {".codes[0]", ".codes[1]", ".codes[2]"},
+         "{ customer = 'a' codes = [2, 4] }"},
+        {"{ customer = 'a' codes = [\n 1, // one\n 2,\n 3, // three\n 4\n] }",
+         {".codes[3]", ".codes[2]", ".codes[0]"},
+         "{ customer = 'a' codes = [\n 2\n] }"},
+        {"{ customer = 'a' lines = [{ item = 'x' }, { item = 'y' }, { item = 'z' quantity = 2 }] }",
+         {".lines[0]", ".lines[1].quantity"},
+         "{ customer = 'a' lines = [{ item = 'y' }, { item = 'z' }] }"},
+        {"{ customer = 'a' rates = ['x' -> 1, 'y' -> 2, 'z' -> 3] }",
+         {".rates['x']", ".rates['z']"},
+         "{ customer = 'a' rates = ['y' -> 2] }"},
+        {"{ customer = 'a' rates = ['x' -> 1, 'y' -> 2, 'z' -> 3] }",
+         {".rates['x']", ".rates['x']"},
+         "{ customer = 'a' rates = ['y' -> 2, 'z' -> 3] }",
+         1},
+        {"{ customer = 'a' codes = [1, 2] }", {".codes[0]", ".codes[0]"}, "{ customer = 'a' codes = [2] }", 1},
+        {"{ customer = 'a' codes = [1, 2] }", {".codes[2]"}, "{ customer = 'a' codes = [1, 2] }", 0},
+        {"{ customer = 'a' tags = ['x', 'y'] }", {".tags['x']"}, "{ customer = 'a' tags = ['x', 'y'] }", 0},
+        {"{ customer = 'a' corners = [{}, {}] }", {".corners[0]"}, "{ customer = 'a' corners = [{}, {}] }", 0},
         {"{ customer = 'a' number = 1 }", {".isOpen"}, "{ customer = 'a' number = 1 }", 0},
         {"{ customer = 'a' number = 1 }", {".number", ".customer"}, "{ customer = 'a' }", 1},
         {"{ customer = 'a' codes = [1] number = 1 }",

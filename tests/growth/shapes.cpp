@@ -339,12 +339,13 @@ void ForEachLevel(growth::Nested& nested, const F& f)
     }
 }
 
-// Takes a member out of each element.
-void Unassign(const std::string& text, std::size_t count)
+// Takes out what is under each of so many paths.
+template <class Make>
+void Unassign(const std::string& text, std::size_t count, const Make& makePath)
 {
     std::vector<std::string> paths;
     for (std::size_t i = 0; i < count; ++i)
-        paths.push_back(".nested.inner[" + std::to_string(i) + "].inner");
+        paths.push_back(makePath(i));
     Document document = Document::Parse(text);
     if (DocumentEditor(document).RemoveSome(std::vector<std::string_view>(paths.begin(), paths.end())) != count)
         throw std::runtime_error("they cannot be taken out at once");
@@ -496,7 +497,20 @@ const Shape s_shapes[] = {
          const std::string element = "{ /* " + Repeat(100, "as people write them ") + "*/ inner = [] }, ";
          return InRecord("nested = { inner = [" + Repeat(n, element) + "{}] }");
      },
-     [](const std::string& text) { Unassign(text, text.size() / 160); }},
+     [](const std::string& text) {
+         Unassign(text, text.size() / 160,
+                  [](std::size_t i) { return ".nested.inner[" + std::to_string(i) + "].inner"; });
+     }},
+    {"elements that are taken out",
+     [](std::size_t n)
+     { return InRecord("numbers = [\n" + List(n, [](std::size_t i) { return std::to_string(i + 10) + "\n"; }) + ']'); },
+     [](const std::string& text)
+     { Unassign(text, text.size() / 32, [](std::size_t i) { return ".numbers[" + std::to_string(i) + ']'; }); }},
+    {"entries that are taken out",
+     [](std::size_t n)
+     { return InRecord("counts = [" + List(n, [](std::size_t i) { return std::to_string(i) + "->1"; }) + ']'); },
+     [](const std::string& text)
+     { Unassign(text, text.size() / 32, [](std::size_t i) { return ".counts[" + std::to_string(2 * i) + ']'; }); }},
     {"an update of what is deep", [](std::size_t n) { return Nest(n / 4, "{inner=[", "{}", "]}"); },
      [](const std::string& text)
      {
