@@ -409,19 +409,32 @@ template <class T>
 char* Writer::WriteNumbers(char* p, const char* data, ssize_t first, ssize_t count)
 {
     *p++ = '[';
-    ++m_depth;
+    if (m_indent == 0) [[likely]]
+        p = PutNumbers<T, false>(p, data, first, count);
+    else
+    {
+        ++m_depth;
+        p = PutNumbers<T, true>(p, data, first, count);
+        --m_depth;
+    }
+    p -= first < count;
+    *p++ = ']';
+    return m_room.MakeRoom(p);
+}
+
+// Each with a comma behind it.
+template <class T, bool InLines>
+inline char* Writer::PutNumbers(char* p, const char* data, ssize_t first, ssize_t count)
+{
     for (ssize_t i = first; i < count; ++i)
     {
         p = m_room.MakeRoom(p);
-        if (m_indent > 0)
+        if constexpr (InLines)
             p = PutBreakBetween(p, i == first, true);
         p = PutNumberOrBool(p, LoadScalar<T>(data + i * static_cast<ssize_t>(sizeof(T))));
         *p++ = ',';
     }
-    --m_depth;
-    p -= first < count;
-    *p++ = ']';
-    return m_room.MakeRoom(p);
+    return p;
 }
 
 // Lists of what nothing is there of before reading.

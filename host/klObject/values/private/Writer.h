@@ -113,6 +113,8 @@ private:
     char* WriteScalarsOf(char* p, const char* data, ssize_t first, ssize_t count);
     template <class T>
     char* WriteNumbers(char* p, const char* data, ssize_t first, ssize_t count);
+    template <class T, bool InLines>
+    char* PutNumbers(char* p, const char* data, ssize_t first, ssize_t count);
     char* WriteElements(char* p, const WrittenElement& element, const char* data, ssize_t first, ssize_t count,
                         const Before* array);
     template <class WriteElement>

@@ -30,7 +30,7 @@ inline const char* SkipName(const char* p, const char* end)
 [[gnu::always_inline]] inline std::size_t FindEndOfName(uint64 word)
 {
     const Block block(word, 0); // so that there is an end
-    return FirstOfSome(block.AreBelow('0') | block.AreEqual('['));
+    return static_cast<std::size_t>(FirstOf(block.AreBelow('0') | block.AreEqual('[')));
 }
 
 // A name as tables of names are asked for it.

@@ -84,10 +84,6 @@ inline int FirstOf(Lanes lanes)
 {
     return std::countr_zero(lanes.GetMask()) / 4; // of none, 64 / 4
 }
-inline uint32 FirstOfSome(Lanes lanes)
-{
-    return static_cast<uint32>(FirstOf(lanes));
-}
 inline int FirstNotOf(Lanes lanes)
 {
     return FirstOf(~lanes);

@@ -92,11 +92,6 @@ inline int FirstOf(Lanes lanes)
 {
     return std::countr_zero(lanes.GetMask() | 1U << s_blockSize);
 }
-// The same where there is one.
-inline uint32 FirstOfSome(Lanes lanes)
-{
-    return static_cast<uint32>(__builtin_ctz(lanes.GetMask()));
-}
 inline int FirstNotOf(Lanes lanes)
 {
     return std::countr_one(lanes.GetMask());

@@ -105,10 +105,6 @@ inline int FirstOf(Lanes lanes)
 {
     return lanes.m_low != 0 ? std::countr_zero(lanes.m_low) / 8 : 8 + std::countr_zero(lanes.m_high) / 8;
 }
-inline uint32 FirstOfSome(Lanes lanes)
-{
-    return static_cast<uint32>(FirstOf(lanes));
-}
 inline int FirstNotOf(Lanes lanes)
 {
     return FirstOf(~lanes);

@@ -4,6 +4,7 @@
 
 #include <klUtils/types.h>
 
+#include <array>
 #include <bit>
 #include <cstring>
 
@@ -18,16 +19,20 @@ static_assert(std::endian::native == std::endian::little);
 
 inline constexpr uint64 s_eightZeros = 0x3030303030303030;
 
-// The digits of a number of up to eight, as bytes from 0 to 9, zeros before them: halves, then pairs, then each. A
-// quotient is a product shifted, exact for all that can occur.
+// The digits of all numbers of up to four, as bytes from 0 to 9, zeros before them.
+inline constexpr auto s_fourDigits = []
+{
+    std::array<uint32, 10'000> digits{};
+    for (uint32 i = 0; i < digits.size(); ++i)
+        digits[i] = i / 1000 | i / 100 % 10 << 8 | i / 10 % 10 << 16 | i % 10 << 24;
+    return digits;
+}();
+
+// The same of a number of up to eight. The quotient is a product shifted, exact for all that can occur.
 inline uint64 EightDigitsOf(uint64 number)
 {
-    constexpr auto split = [](uint64 lanes, uint64 quotients, int bits, uint64 divisor)
-    { return (lanes << bits) - quotients * ((divisor << bits) - 1); };
-
-    const uint64 halves = split(number, number * 3518437209 >> 45, 32, 10000);
-    const uint64 pairs = split(halves, halves * 10486 >> 20 & 0x0000007F0000007F, 16, 100);
-    return split(pairs, pairs * 103 >> 10 & 0x000F000F000F000F, 8, 10);
+    const uint64 upper = number * 3518437209 >> 45;
+    return s_fourDigits[upper] | static_cast<uint64>(s_fourDigits[number - upper * 10'000]) << 32;
 }
 
 inline void PutWord(char* p, uint64 word)
@@ -40,7 +45,7 @@ class SixteenDigits
 {
 public:
 #if defined(__SSE2__) && !defined(KELM_NO_VECTORS)
-    // As EightDigitsOf, for both numbers at once.
+    // Both numbers at once: halves, then pairs, then each.
     SixteenDigits(uint64 upper, uint64 lower)
     {
         const __m128i numbers = _mm_set_epi64x(static_cast<int64>(lower), static_cast<int64>(upper));
@@ -106,18 +111,23 @@ inline constexpr int s_maxDecimal = 24;
 
 inline constexpr uint64 s_tenToEight = 100'000'000;
 
+// The digits of a word, whose lowest byte is the first, from the first that is not zero on; of zeros alone the last.
+template <class Word>
+[[gnu::always_inline]] inline char* PutWithoutZeros(char* p, Word digits)
+{
+    constexpr int lastDigit = 8 * (sizeof(Word) - 1);
+    constexpr std::size_t lastBit = 8 * sizeof(Word) - 1;
+    const auto first = static_cast<std::size_t>(__builtin_ctzll(digits | Word(1) << lastDigit)); // a bit of its byte
+    const Word text = (digits | static_cast<Word>(s_eightZeros)) >> (first & ~std::size_t(7));
+    std::memcpy(p, &text, sizeof text);
+    return p + (first ^ lastBit) / 8 + 1;
+}
+
 // A number of up to eight digits.
 [[gnu::always_inline]] inline char* PutShortDecimal(char* p, uint64 number)
 {
-    if (number < 10)
-    {
-        *p = static_cast<char>('0' + number);
-        return p + 1;
-    }
-    const uint64 digits = EightDigitsOf(number);
-    const int leading = std::countr_zero(digits) & ~7;
-    PutWord(p, (digits | s_eightZeros) >> leading);
-    return p + 8 - leading / 8;
+    return number < s_fourDigits.size() ? PutWithoutZeros(p, s_fourDigits[number])
+                                        : PutWithoutZeros(p, EightDigitsOf(number));
 }
 
 inline char* PutEightDigits(char* p, uint64 number)
@@ -130,11 +140,9 @@ inline char* PutEightDigits(char* p, uint64 number)
 [[gnu::noinline]] inline char* PutLongDecimal(char* p, uint64 number)
 {
     const uint64 upper = number / s_tenToEight;
-    if (upper < s_tenToEight)
-        p = PutShortDecimal(p, upper);
-    else
-        p = PutEightDigits(PutShortDecimal(p, upper / s_tenToEight), upper % s_tenToEight);
-    return PutEightDigits(p, number % s_tenToEight);
+    const uint64 top = upper / s_tenToEight;
+    p = top == 0 ? PutShortDecimal(p, upper) : PutEightDigits(PutShortDecimal(p, top), upper - top * s_tenToEight);
+    return PutEightDigits(p, number - upper * s_tenToEight);
 }
 
 // Most numbers are short: what they take stands where they are written.
@@ -143,12 +151,11 @@ inline char* PutEightDigits(char* p, uint64 number)
     return number < s_tenToEight ? PutShortDecimal(p, number) : PutLongDecimal(p, number);
 }
 
-inline char* PutDecimal(char* p, int64 number)
+[[gnu::always_inline]] inline char* PutDecimal(char* p, int64 number)
 {
     *p = '-';
-    const bool isNegative = number < 0;
-    const auto bits = static_cast<uint64>(number);
-    return PutDecimal(p + isNegative, isNegative ? -bits : bits);
+    const int64 sign = number >> 63; // 0 or -1
+    return PutDecimal(p - sign, static_cast<uint64>(number ^ sign) - static_cast<uint64>(sign));
 }
 
 } // namespace kelm
