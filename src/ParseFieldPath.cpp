@@ -176,7 +176,7 @@ inline PathState PathStride::FollowLead()
     const FieldLead kind = m_nextLead->m_kind;
     if (kind == FieldLead::Vector)
         return FollowVector();
-    if (HasLeadBehind(kind) && (TakesKeys || kind != FieldLead::Map)) [[unlikely]]
+    if (kind > FieldLead::Vector && (TakesKeys || kind != FieldLead::Map)) [[unlikely]]
         return kind < FieldLead::List ? FollowOtherContainer(kind) : FollowForeign<TakesKeys>(kind);
     const EToken behind = m_cursor.TryOperatorOrEnd<'.'>();
     if (behind != TOKEN_DOT)
@@ -660,7 +660,8 @@ void WriteFailure(const PathWalk& walk, SubString path, xstring& text)
 void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteCode& rbc, bool writeAccess,
                           xstring& errorMsg)
 {
-    errorMsg.clear();
+    if (!errorMsg.empty()) [[unlikely]]
+        errorMsg.clear();
     text::ExpectingCursor cursor((SubString(path)));
     if (!cursor.TryOperator<'.'>()) [[unlikely]]
         return NavigateFromOddToken(obj, path, rbc, !writeAccess, errorMsg);

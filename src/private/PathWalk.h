@@ -51,7 +51,7 @@ public:
         : m_cursor(cursor)
         , m_obj(obj)
         , m_data(data)
-        , m_barrier(reads ? &s_installedReadBarrier : &s_noBarrier)
+        , m_barrier(__builtin_expect(reads, true) ? &s_installedReadBarrier : &s_noBarrier) // most paths are read
         , m_walk(walk)
     {
     }

@@ -136,8 +136,8 @@ public:
                 word = PeekWord(start, m_end - start);
             }
         }
-        const std::size_t size = FindEndOfName(word);
-        return {start, size, word & s_firstCharacters[size]};
+        const FirstName name = FindEndOfName(word);
+        return {start, name.m_size, name.m_word};
     }
     [[gnu::always_inline]] void AcceptName(const char* start, const char* past)
     {

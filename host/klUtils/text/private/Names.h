@@ -25,12 +25,22 @@ inline const char* SkipName(const char* p, const char* end)
     return SkipRun<NameCharacters>(p, end);
 }
 
-// How many of a word's characters come before the first one that ends an identifier and is likely to: one below the
-// digits, or an opening bracket. Others may be passed.
-[[gnu::always_inline]] inline std::size_t FindEndOfName(uint64 word)
+// Those of a word's characters that come before the first one which ends an identifier and is likely to: one below the
+// digits, or an opening bracket. Others may be passed; what is not ASCII ends one too. In the order of few steps that
+// wait for each other: the word is what a name is sought by.
+struct FirstName
 {
-    const Block block(word, 0); // so that there is an end
-    return static_cast<std::size_t>(FirstOf(block.AreBelow('0') | block.AreEqual('[')));
+    std::size_t m_size;
+    uint64 m_word;
+};
+[[gnu::always_inline]] inline FirstName FindEndOfName(uint64 word)
+{
+    constexpr uint64 each = 0x0101010101010101;
+    const uint64 brackets = (word ^ '[' * each) - each;
+    const uint64 ends = ((word - '0' * each) | brackets) & 0x80 * each; // right up to the first
+    if (ends == 0) [[unlikely]]
+        return {s_maxShortText, word};
+    return {static_cast<uint32>(__builtin_ctzll(ends)) / 8, word & (ends ^ (ends - 1)) >> 8};
 }
 
 // A name as tables of names are asked for it.
