@@ -4,6 +4,7 @@
 
 #include <kelm/kelm.h>
 #include <kelmDocument/Update.h>
+#include <support/Lines.h>
 #include <support/TemporaryFolder.h>
 
 #include <gtest/gtest.h>
@@ -11,7 +12,6 @@
 #include <filesystem>
 #include <functional>
 #include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -20,15 +20,6 @@ namespace kelm
 
 namespace
 {
-
-std::vector<std::string> LinesOf(const std::string& text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 struct FileRow
 {

@@ -2,11 +2,12 @@
 
 #include "Tool.h"
 
+#include <support/Lines.h>
+
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>
-#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -165,15 +166,6 @@ TEST_F(Edits, KeepMarksAndLineEnds)
 }
 
 // --- Files as people write them
-
-std::vector<std::string> LinesOf(const std::string& text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 struct FileRow
 {
