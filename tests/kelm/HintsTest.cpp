@@ -87,6 +87,7 @@ TEST(Hints, TellHowFilesAreWritten)
         {"{ name = 'a'; kind = mage }", "nothing stands between members, no semicolon either"},
         {"{ name = 'a' # hero\n }", "comments that end a line begin with //"},
         {"{ name = 'a' ", "a } is missing"},
+        {"// a comment alone\n", ""},
         {"{ name: 'a' }", "a member is written name = value"},
         {"{ \"name\" = 'a' }", "names stand without quotes"},
         {"{ kind = 'mage' }", names},

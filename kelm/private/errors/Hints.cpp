@@ -18,7 +18,8 @@ enum class Where : uint8
     Beginning, // of the text
     Path,      // behind a dot or colon
     Value,     // behind what a value follows
-    Member,    // elsewhere: a member may begin, or brackets may end
+    Member,    // elsewhere in brackets: a member may begin, or they may end
+    Outside,   // behind comments or names alone
 };
 
 struct Situation
@@ -34,11 +35,13 @@ Where WhereBehind(std::string_view text)
     const std::size_t last = text.find_last_not_of(" \t\r\n");
     if (last == std::string_view::npos)
         return Where::Beginning;
+    const bool isInBody = text.find_first_of("{(") < last + 1;
     if (text[last] == '.' || text[last] == ':')
         return Where::Path;
     const bool isArrow = text[last] == '>' && last > 0 && text[last - 1] == '-';
     return isArrow || std::string_view("=[(,").find(text[last]) != std::string_view::npos ? Where::Value
-                                                                                          : Where::Member;
+           : isInBody                                                                     ? Where::Member
+                                                                                          : Where::Outside;
 }
 
 // A message by how it begins and ends.
