@@ -420,7 +420,8 @@ void Layout::InsertItem(const Part& brackets, const ItemPlace& place, const NewI
     if (index == 0)
     {
         const std::size_t at = GroupOf(brackets, items, 0).m_span.m_begin;
-        const auto indent = [&] { return IndentAt(items[0].m_span.m_begin); };
+        const Item& first = items[0];
+        const auto indent = [&] { return IndentAt(first.m_span.m_begin); };
         if (BeginsLine(at))
             return m_document.Edit({LineStart(at), LineStart(at)},
                                    LineWith(indent(), item) + text + comma + behind + NewLine());

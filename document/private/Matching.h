@@ -49,16 +49,16 @@ struct Comparison
     IsMoved m_isMoved;
 };
 
-// From the first element to the last, of elements as numbers: the same number, the same element. What stays is a
-// longest common subsequence, as long as no more than `s_mostDifferences` elements are put in and taken out; beyond
-// that it is what the lists have in common at both ends, and of elements that are there once a longest sequence of
-// those that are in the same order. Of others that are the same, those that are asked for move; so do those of one
-// identity, which no other has. Between elements that stay, those of one identity take each other's places, and between
-// these the likest, where there are no more than `s_mostComparisons` pairs to be looked at; or else the next. Beside
-// those looks it takes n log n steps.
+// From the first element of `a`, the former list, to the last, of elements as numbers: the same number, the same
+// element. What stays is a longest common subsequence, as long as no more than `s_mostDifferences` elements are put in
+// and taken out; beyond that it is what the lists have in common at both ends, and of elements that are there once a
+// longest sequence of those that are in the same order. Of others that are the same, those that are asked for move; so
+// do those of one identity, which no other has. Between elements that stay, those of one identity take each other's
+// places, and between these the likest, where there are no more than `s_mostComparisons` pairs to be looked at; or else
+// the next. Beside those looks it takes n log n steps.
 inline constexpr std::size_t s_mostDifferences = 1000;
 inline constexpr std::size_t s_mostComparisons = 4096;
-std::vector<MatchStep> Match(std::span<const std::size_t> before, std::span<const std::size_t> after,
+std::vector<MatchStep> Match(std::span<const std::size_t> a, std::span<const std::size_t> b,
                              const Comparison& comparison);
 
 } // namespace kelm::editing
