@@ -158,6 +158,14 @@ inline bool SetEnumerator(void* value, SubString name)
     As<NumberValue>(value).m_number = self.m_values[static_cast<std::size_t>(found - self.m_names.begin())];
     return true;
 }
+inline bool SetEnumeratorNumber(void* value, int64 number)
+{
+    const std::vector<int64>& values = SelfOf(value).m_values;
+    if (std::find(values.begin(), values.end(), number) == values.end())
+        return false;
+    As<NumberValue>(value).m_number = number;
+    return true;
+}
 inline int64 GetEnumeratorNumber(const void* value)
 {
     return As<NumberValue>(value).m_number;
@@ -435,8 +443,16 @@ inline bool IsNeverShared(const void*) // by those that a text gives
 inline constexpr ForeignChoiceFns s_choiceFns = {GetIndex, GetValue, EmplaceChoice, ResetChoice, nullptr, false};
 inline constexpr ForeignTextFns s_durationFns = {GetDuration, SetDuration, CompareNumbers<&NumberValue::m_number>,
                                                  "duration"};
-inline constexpr ForeignTextFns s_enumFns = {
-    GetEnumerator,      SetEnumerator, CompareNumbers<&NumberValue::m_number>, nullptr, true, nullptr, 0,
-    GetEnumeratorNumber};
+inline constexpr ForeignTextFns s_enumFns = {GetEnumerator,
+                                             SetEnumerator,
+                                             CompareNumbers<&NumberValue::m_number>,
+                                             nullptr,
+                                             true,
+                                             nullptr,
+                                             0,
+                                             GetEnumeratorNumber,
+                                             nullptr,
+                                             nullptr,
+                                             SetEnumeratorNumber};
 
 } // namespace kelm::language::dumped

@@ -152,6 +152,7 @@ private:
     template <class... Parts>
     [[noreturn, gnu::cold]] void ThrowUnknownOf(std::span<const ConstStringZ> existing, SubString name,
                                                 const text::Cursor& at, const Parts&... parts) const;
+    void ReadForeignEnumerator(const ForeignTextFns& fns, void* data);
     void ReadForeignText(const ForeignTextFns& fns, void* data);
     void ReadForeignList(const ForeignType& type, void* list);
     void ReadForeignMap(const ForeignType& type, void* map);

@@ -10,6 +10,7 @@
 #include <klObject/types/ForeignType.h>
 #include <klObject/values/ReflectedVariable.h>
 #include <klUtils/StackSegment.h>
+#include <klUtils/ToString.h>
 #include <klUtils/VectorOfByte.h>
 #include <klUtils/text/private/FastCursor.h>
 #include <klUtils/text/private/FastReads.h>
@@ -121,19 +122,30 @@ void BasicDataSourceReader<Rules>::ThrowUnknownOf(std::span<const ConstStringZ> 
     throw UnknownNameException(MessageOf(parts...), at.GetToken(), name, existing);
 }
 
+// By its name or by its value, as those of 32 bits.
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadForeignEnumerator(const ForeignTextFns& fns, void* data)
+{
+    const SubString written = m_cursor.GetText();
+    if (m_cursor.Is(TOKEN_INTEGER))
+    {
+        const int64 value = m_cursor.GetToken().GetLiteralInt64();
+        if (!fns.SetNumber(data, value))
+            ThrowUnknown("value", NumberText(value), "enum", fns.m_what, written.m_p1);
+    }
+    else if (!m_cursor.Is(TOKEN_IDENTIFIER))
+        m_cursor.ThrowExpected("identifier");
+    else if (!fns.Set(data, written))
+        ThrowUnknownOf({fns.m_names, static_cast<std::size_t>(fns.m_numNames)}, written, m_cursor, "Unknown member '",
+                       written, "' of enum ", fns.m_what);
+    m_cursor.Next();
+}
+
 template <class Rules>
 void BasicDataSourceReader<Rules>::ReadForeignText(const ForeignTextFns& fns, void* data)
 {
     if (fns.m_isIdentifier)
-    {
-        if (!m_cursor.Is(TOKEN_IDENTIFIER))
-            m_cursor.ThrowExpected("identifier");
-        const SubString name = m_cursor.GetText();
-        if (!fns.Set(data, name))
-            ThrowUnknownOf({fns.m_names, static_cast<std::size_t>(fns.m_numNames)}, name, m_cursor, "Unknown member '",
-                           name, "' of enum ", fns.m_what);
-        return m_cursor.Next();
-    }
+        return ReadForeignEnumerator(fns, data);
     if (!m_cursor.IsQuoted()) [[unlikely]]
         m_cursor.ThrowExpected(fns.m_what);
     const auto take = [&](SubString contents)

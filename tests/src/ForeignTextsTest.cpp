@@ -27,9 +27,16 @@ enum class Small : kelm::uint8
     THREE = 3
 };
 
+enum class Large : kelm::int64
+{
+    LOW = -5,
+    HIGH = 4294967297
+};
+
 struct All
 {
     Small small = Small::ONE;
+    Large large = Large::LOW;
     std::vector<Small> smalls;
     std::vector<std::vector<int>> lists;
     std::optional<std::vector<int>> maybe;
@@ -40,7 +47,8 @@ struct All
 } // namespace foreigntexts
 
 KELM_DESCRIBE_ENUM(foreigntexts::Small, ONE, THREE)
-KELM_DESCRIBE(foreigntexts::All, small, smalls, lists, maybe, either, both)
+KELM_DESCRIBE_ENUM(foreigntexts::Large, LOW, HIGH)
+KELM_DESCRIBE(foreigntexts::All, small, large, smalls, lists, maybe, either, both)
 
 namespace kelm
 {
@@ -74,6 +82,10 @@ std::string ReadAgain(const std::string& text)
     {
         return std::to_string(e.m_pos - text.data()) + ": " + ToStdString(e.m_description);
     }
+    catch (const LiteralException& e)
+    {
+        return e.what();
+    }
     StringStream written(256);
     WriteVariable(written, TypeOf<All>(), &all, {});
     return ToStdString(written.GetString());
@@ -88,9 +100,18 @@ struct TextRow
 TEST_F(ForeignTexts, AreReadOrRefusedAtTheirPlace)
 {
     const TextRow rows[] = {
-        {"{ small = THREE }", "small=THREE smalls=[]"},
+        {"{ small = THREE }", "small=THREE large=LOW smalls=[]"},
         {"{ small = FOUR }", "10: Unknown member 'FOUR' of enum foreigntexts::Small"},
-        {"{ small = 3 }", "10: Expected identifier when read 3"},
+        {"{ small = 3 }", "small=THREE"},
+        {"{ small = 0x3 }", "10: Expected identifier when read 0x3"},
+        {"{ small = 2 }", "10: Unknown value '2' of enum foreigntexts::Small"},
+        {"{ small = 259 }", "10: Unknown value '259' of enum foreigntexts::Small"},
+        {"{ large = 4294967297 }", "large=HIGH"},
+        {"{ large = 1 }", "10: Unknown value '1' of enum foreigntexts::Large"},
+        {"{ large = -5 }", "10: Expected identifier when read -"},
+        {"{ large = 9223372036854775808 }", "Integer literal 9223372036854775808 is out of range of int64"},
+        {"{ smalls = [3, 1, THREE] }", "smalls=[THREE,ONE,THREE]"},
+        {"{ smalls = [3, 4] }", "15: Unknown value '4' of enum foreigntexts::Small"},
         {"{ smalls = [THREE, ONE] }", "smalls=[THREE,ONE]"},
         {"{ smalls = [THREE, TWO] }", "19: Unknown member 'TWO' of enum foreigntexts::Small"},
         {"{ smalls = [THREE, 'ONE'] }", "19: Expected identifier when read 'ONE'"},

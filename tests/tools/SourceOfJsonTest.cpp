@@ -165,6 +165,7 @@ const Row s_rows[] = {
     {R"({"$class":"rich::Order","choice":null,"discount":null,"carrier":"mail","counts":{"mail":1}})",
      "rich::Order {\n    choice = null\n    discount = null\n    carrier = mail\n    counts = [\n        mail -> "
      "1\n    ]\n}"},
+    {R"({"$class":"rich::Order","carrier":200})", "rich::Order {\n    carrier = 200\n}"},
     {R"({"$class":"rich::Order","choice":{"rich::Point":{"x":1}},"place":[2,"b"],"discount":0.5})",
      "rich::Order {\n    choice = rich::Point {\n        x = 1\n    }\n    place = [2, \"b\"]\n    discount = 0.5\n}"},
 

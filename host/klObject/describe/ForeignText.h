@@ -169,7 +169,17 @@ struct ForeignForm<E> : ForeignFormOf<FF_TEXT>
         static_cast<ssize_t>(s_names.size()),
         [](const void* value) { return static_cast<int64>(*static_cast<const E*>(value)); },
         nullptr,
-        &s_notes};
+        &s_notes,
+        [](void* value, int64 number)
+        {
+            for (const auto& enumerator : s_enumerators)
+                if (enumerator.m_value == number)
+                {
+                    *static_cast<E*>(value) = static_cast<E>(number);
+                    return true;
+                }
+            return false;
+        }};
 };
 
 template <Described E>

@@ -43,6 +43,8 @@ struct ForeignTextFns
     // Whether what Set refuses is a text of the type's form, of a value beyond its range; null where none can be.
     bool (*IsBeyondRange)(SubString characters) = nullptr;
     const TypeNotes* m_notes = nullptr; // of an enumeration
+    // Of an enumeration: false, and nothing is changed, where no enumerator has the value.
+    bool (*SetNumber)(void* text, int64 value) = nullptr;
 };
 
 struct ForeignListFns

@@ -136,7 +136,7 @@ struct CatalogueEnumerator
 struct CatalogueEnum : CatalogueEntry
 {
     std::vector<CatalogueEnumerator> m_enumerators;
-    bool m_isStandard = false; // of another width than 32 bits: texts give its names alone, no numbers
+    bool m_isStandard = false; // of another width than 32 bits
 
     bool operator==(const CatalogueEnum&) const = default;
 };
