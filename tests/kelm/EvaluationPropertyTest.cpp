@@ -3,8 +3,12 @@
 
 #include <kelm/Expression.h>
 
+#include <support/Depth.h>
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <random>
 #include <string>
 #include <thread>
@@ -134,23 +138,17 @@ TEST(EvaluationProperty, EveryTextHasAValueOrAnErrorWithItsPlace)
 
 TEST(EvaluationProperty, NestingIsLimitedByMemoryAlone)
 {
-    constexpr std::size_t depth = 200000;
-    const auto times = [](std::string_view part)
-    {
-        std::string text;
-        for (std::size_t i = 0; i < depth; ++i)
-            text += part;
-        return text;
-    };
+    constexpr int depth = std::min(200'000, s_nesting);
+    const auto times = [](const std::string& part) { return Repeated(part, depth); };
     Scope scope;
     scope.Define("id", [](const Value& v) { return v; });
     EXPECT_EQ(Evaluate<int>(times("(") + "1" + times(")"), scope), 1);
-    EXPECT_EQ(Evaluate<int>(times("1+(") + "1" + times(")"), scope), static_cast<int>(depth) + 1);
+    EXPECT_EQ(Evaluate<int>(times("1+(") + "1" + times(")"), scope), depth + 1);
     EXPECT_EQ(Evaluate<int>(times("id(") + "1" + times(")"), scope), 1);
     EXPECT_EQ(Evaluate<int>(times("true ? 1 : ") + "2", scope), 1);
     EXPECT_EQ(Evaluate<bool>(times("!") + "true", scope), true);
-    EXPECT_EQ(Evaluate<std::string>(times("'a'+(") + "''" + times(")"), scope).size(), depth);
-    EXPECT_EQ(Evaluate<std::string>(times("'a'+") + "''", scope).size(), depth);
+    EXPECT_EQ(Evaluate<std::string>(times("'a'+(") + "''" + times(")"), scope).size(), static_cast<std::size_t>(depth));
+    EXPECT_EQ(Evaluate<std::string>(times("'a'+") + "''", scope).size(), static_cast<std::size_t>(depth));
     EXPECT_EQ(TryEvaluate(times("("), scope).GetError().GetKind(), ErrorKind::Syntax);
     EXPECT_EQ(TryEvaluate(times("-"), scope).GetError().GetKind(), ErrorKind::Syntax);
 }

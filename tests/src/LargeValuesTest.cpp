@@ -100,11 +100,11 @@ TEST(LargeValues, DoNotLieOnTheStack)
 {
     Register_Project_klKelmScript();
     EnsureRegistered<large::Holder>();
-    constexpr std::size_t stackSize = std::size_t(1) << 20;
+    constexpr std::size_t stackSize = std::size_t(2) << 20;
     constexpr std::size_t blockSize = sizeof(large::Block);
     for (const char* const members : s_members)
         for (std::size_t left = blockSize; left > blockSize / 2; left -= std::size_t(8) << 10)
-            RunOnThread(stackSize, [&] { WithStackInUse(stackSize - left, [&] { ReadWriteAndCollect(members); }); });
+            RunOnThread(stackSize, [&] { WithStackLeft(left, [&] { ReadWriteAndCollect(members); }); });
 }
 
 } // namespace

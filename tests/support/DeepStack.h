@@ -45,6 +45,21 @@ namespace kelm
     block[0] = 1;
 }
 
+// The same with whatever leaves that many bytes of a thread's stack.
+inline void WithStackLeft(std::size_t bytes, const std::function<void()>& f)
+{
+    pthread_attr_t attributes;
+    EXPECT_EQ(pthread_getattr_np(pthread_self(), &attributes), 0);
+    void* lowest = nullptr;
+    std::size_t size = 0;
+    EXPECT_EQ(pthread_attr_getstack(&attributes, &lowest, &size), 0);
+    pthread_attr_destroy(&attributes);
+    const auto room =
+        static_cast<std::size_t>(static_cast<char*>(__builtin_frame_address(0)) - static_cast<char*>(lowest));
+    ASSERT_GT(room, bytes);
+    WithStackInUse(room - bytes, f);
+}
+
 // Starts a thread whose stack has `stackSize` bytes, or the least that the system allows.
 inline pthread_t StartThread(std::size_t stackSize, void* (*run)(void*), void* context)
 {

@@ -2,10 +2,12 @@
 
 #include "Tool.h"
 
+#include <support/Depth.h>
 #include <support/Terminal.h>
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <functional>
@@ -266,7 +268,7 @@ std::string Chain(int length)
 TEST_F(DataSource, NestingHasNoLimitButInJson)
 {
     // Not compared by EXPECT_EQ, which would show the texts. A sanitizer may write a word about stack segments first.
-    const std::string deep = Chain(20000);
+    const std::string deep = Chain(std::min(20'000, s_nesting));
     const ProgramResult compact = RunOn(deep, {"print", "--compact", "FILE"});
     EXPECT_EQ(compact.m_exitCode, 0);
     EXPECT_TRUE(compact.m_output == deep + "\n");
