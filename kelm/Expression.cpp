@@ -11,8 +11,10 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -292,6 +294,19 @@ struct Expression::Kept
     Kept(const Kept&) = delete;
     Kept& operator=(const Kept&) = delete;
 
+    // Of expressions that others have been moved from. One for all, which is never destroyed.
+    static Kept& Gone() noexcept
+    {
+        alignas(Kept) static std::byte s_room[sizeof(Kept)];
+        static Kept& s_gone = *::new (static_cast<void*>(s_room)) Kept;
+        return s_gone;
+    }
+    static void Dispose(std::unique_ptr<Kept> kept) noexcept
+    {
+        if (kept.get() == &Gone())
+            static_cast<void>(kept.release());
+    }
+
     // The newest fits nearly always. Null where there is none and none is to be made.
     const TypedProgram* FindNewest() const { return m_typed.load(std::memory_order_acquire); }
     // The newest where that is for them, for who calls nobody else then.
@@ -324,6 +339,11 @@ struct Expression::Kept
     void TryExecute(const Scope* scope, const Slot* arguments, std::size_t numArguments, const Receiver& receiver,
                     std::optional<Error>& error)
     {
+        if (this == &Gone())
+        {
+            error = Error({.m_kind = ErrorKind::Call, .m_message = "The expression has been moved from"});
+            return;
+        }
         if (numArguments != m_parameters.size())
         {
             const auto count = static_cast<int32>(m_parameters.size());
@@ -384,6 +404,8 @@ struct Expression::Kept
 
 private:
     static constexpr int s_maxTyped = 8;
+
+    Kept() : m_scope(nullptr), m_state(nullptr), m_hidesOwnFunction(false), m_hasTypedForm(false) {}
 
     static bool HidesOwnFunction(const Scope* scope)
     {
@@ -490,9 +512,20 @@ Expression::Expression(std::string_view text, const Scope& scope, std::span<cons
     m_kept = std::make_unique<Kept>(text, &scope, true, parameters, language);
 }
 
-Expression::Expression(Expression&&) noexcept = default;
-Expression& Expression::operator=(Expression&&) noexcept = default;
-Expression::~Expression() = default;
+Expression::Expression(Expression&& other) noexcept
+    : m_kept(std::exchange(other.m_kept, std::unique_ptr<Kept>(&Kept::Gone())))
+{
+}
+Expression& Expression::operator=(Expression&& other) noexcept
+{
+    Expression former(std::move(other));
+    std::swap(m_kept, former.m_kept);
+    return *this;
+}
+Expression::~Expression()
+{
+    Kept::Dispose(std::move(m_kept));
+}
 
 const std::vector<std::string>& Expression::GetNames() const&
 {

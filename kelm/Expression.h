@@ -185,7 +185,7 @@ inline Value Evaluate(std::string_view text, Language language = Language::Natur
 
 // An expression that is kept. It owns its text; its scope must outlive it. Names are looked up when it is made, but for
 // those that only a resolver knows. Several threads may evaluate one where their scopes and variables allow it. One
-// that another has been moved from can be assigned to, and nothing else.
+// that another has been moved from has no names, and an Error of kind Call instead of a value.
 class KELM_API Expression
 {
 public:

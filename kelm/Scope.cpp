@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <new>
 #include <string>
 
 namespace kelm
@@ -124,6 +126,19 @@ Scope::Names::~Names()
     DestroyRetired();
 }
 
+Scope::Names& Scope::Names::Gone() noexcept
+{
+    alignas(Names) static std::byte s_room[sizeof(Names)];
+    static Names& s_gone = *::new (static_cast<void*>(s_room)) Names;
+    return s_gone;
+}
+
+void Scope::Names::Dispose(std::unique_ptr<Names> names) noexcept
+{
+    if (names->IsGone())
+        static_cast<void>(names.release());
+}
+
 void Scope::Names::Retire(evaluation::Callable& function)
 {
     if (ScopeAccess::Running::IsAny() && function.m_destroy != nullptr)
@@ -173,32 +188,53 @@ Scope::Scope(const Scope* parent) : m_names(std::make_unique<Names>())
     m_names->m_parent = parent;
 }
 
-Scope::Scope(Scope&& other) noexcept = default;
+Scope::Scope(Scope&& other) noexcept : m_names(std::exchange(other.m_names, std::unique_ptr<Names>(&Names::Gone()))) {}
 Scope& Scope::operator=(Scope&& other) noexcept
 {
-    std::unique_ptr<Names> former = std::exchange(m_names, std::move(other.m_names));
-    if (m_names != nullptr && this != &other)
-    {
+    if (this == &other)
+        return *this;
+    std::swap(m_names, other.m_names);
+    const bool isRunning = ScopeAccess::Running::IsAny(); // what may be a function of the names that were replaced
+    if (m_names->IsGone() && isRunning)
+        return *this; // the other one keeps them
+    std::unique_ptr<Names> former = std::exchange(other.m_names, std::unique_ptr<Names>(&Names::Gone()));
+    if (!m_names->IsGone())
         m_names->Touch();
-        if (ScopeAccess::Running::IsAny() && former != nullptr) // whose function may be one of those
-        {
-            former->m_former = std::move(m_names->m_former);
-            m_names->m_former = std::move(former);
-        }
+    if (isRunning && !former->IsGone())
+    {
+        former->m_former = std::move(m_names->m_former);
+        m_names->m_former = std::move(former);
     }
+    else
+        Names::Dispose(std::move(former));
     return *this;
 }
-Scope::~Scope() = default;
+Scope::~Scope()
+{
+    Names::Dispose(std::move(m_names));
+}
+
+Scope::Names& ScopeAccess::NamesOf(Scope& scope)
+{
+    if (scope.m_names->IsGone()) [[unlikely]]
+    {
+        auto own = std::make_unique<Scope::Names>();
+        static_cast<void>(scope.m_names.release());
+        scope.m_names = std::move(own);
+    }
+    return *scope.m_names;
+}
 
 // The record for a name that is given now.
 Record& Scope::NewRecord(std::string_view name)
 {
     evaluation::CheckName(name);
-    Record& record = m_names->m_table.FindOrAdd(name);
+    Names& names = ScopeAccess::NamesOf(*this);
+    Record& record = names.m_table.FindOrAdd(name);
     if (!ScopeAccess::Running::IsAny())
-        m_names->DestroyRetired();
-    m_names->Retire(record.m_function);
-    m_names->Touch(); // a new name too: it may hide another scope's, or a function of the library
+        names.DestroyRetired();
+    names.Retire(record.m_function);
+    names.Touch(); // a new name too: it may hide another scope's, or a function of the library
     record.Clear();
     return record;
 }
@@ -249,21 +285,22 @@ bool HaveSameForm(const evaluation::Slot& a, const evaluation::Slot& b)
 
 Scope& Scope::BindMembersOf(const Value& object)
 {
+    Names& names = ScopeAccess::NamesOf(*this);
     const ReflectedClass* const rc = evaluation::ClassOf(ValueAccess::Of(object));
-    if (rc != nullptr && rc != m_names->m_objectClass)
+    if (rc != nullptr && rc != names.m_objectClass)
     {
         for (const std::string& name : ModelFieldNames(*rc))
             if (evaluation::CanBeName(name)) // others are reached through the object alone
             {
                 Record& record = NewRecord(name);
                 record.m_is = Record::Is::Member;
-                record.m_object = &m_names->m_object;
+                record.m_object = &names.m_object;
             }
-        m_names->m_objectClass = rc;
+        names.m_objectClass = rc;
     }
-    if (!HaveSameForm(ValueAccess::Of(object), ValueAccess::Of(m_names->m_object)))
-        m_names->Touch();
-    m_names->m_object = object;
+    if (!HaveSameForm(ValueAccess::Of(object), ValueAccess::Of(names.m_object)))
+        names.Touch();
+    names.m_object = object;
     return *this;
 }
 
@@ -300,12 +337,13 @@ Scope& Scope::DefineCallable(std::string_view name, evaluation::Callable callabl
     if (callable.m_isMember)
     {
         evaluation::CheckName(name);
-        Record& record = m_names->m_members.FindOrAdd(name);
+        Names& names = ScopeAccess::NamesOf(*this);
+        Record& record = names.m_members.FindOrAdd(name);
         record.m_is = Record::Is::Function;
         for (evaluation::Callable& member : record.m_members)
             if (evaluation::IsSameType(member.m_class, callable.m_class))
             {
-                m_names->Retire(member);
+                names.Retire(member);
                 std::swap(member, owner.m_callable);
                 return *this;
             }
@@ -323,10 +361,11 @@ Scope& Scope::DefineCallable(std::string_view name, evaluation::Callable callabl
 
 Scope& Scope::SetResolver(Resolver resolver, void (*destroy)(void*) noexcept, void* function)
 {
-    m_names->RetireResolver();
-    m_names->m_resolver = resolver;
-    m_names->m_destroyResolver = destroy;
-    m_names->m_resolverFunction = function;
+    Names& names = ScopeAccess::NamesOf(*this);
+    names.RetireResolver();
+    names.m_resolver = resolver;
+    names.m_destroyResolver = destroy;
+    names.m_resolverFunction = function;
     return *this;
 }
 

@@ -13,7 +13,7 @@
 // name is none or built in.
 //
 // Any number of threads may evaluate with one scope while nobody changes it; variables are the program's own concern.
-// A scope that another has been moved from can be assigned to, and nothing else.
+// A scope that another has been moved from has no names.
 
 #include <kelm/Callable.h>
 #include <kelm/Value.h>

@@ -256,6 +256,62 @@ TEST(ExactLanguage, IsTheLanguageToTheLetter)
         EXPECT_EQ(Outcome(row.m_text, Scope(), Language::Exact), row.m_outcome) << row.m_text;
 }
 
+TEST(Expression, IsAnErrorOnceItIsMovedFrom)
+{
+    Scope scope;
+    scope.Set("a", 1);
+    for (const bool hasParameter : {false, true})
+    {
+        const auto make = [&] { return hasParameter ? Expression("a + x", scope, {"x"}) : Expression("a + 1", scope); };
+        const auto evaluate = [&](const Expression& expression)
+        { return hasParameter ? expression.Evaluate<int>(1) : expression.Evaluate<int>(); };
+        const auto expectGone = [](const Expression& expression)
+        {
+            const auto check = [](const Error& error)
+            {
+                EXPECT_EQ(error.GetKind(), ErrorKind::Call);
+                EXPECT_EQ(error.GetMessage(), "The expression has been moved from");
+            };
+            check(expression.TryEvaluate().GetError());
+            check(expression.TryEvaluate(1).GetError());
+            const std::function<void()> ways[] = {
+                [&] { expression.Evaluate(); },       [&] { expression.Evaluate<double>(); },
+                [&] { expression.Evaluate<int>(); },  [&] { expression.Evaluate<bool>(); },
+                [&] { expression.Evaluate(1); },      [&] { expression.Evaluate<double>(1); },
+                [&] { expression.Evaluate<int>(1); }, [&] { expression.Evaluate<std::string>(Scope()); },
+            };
+            for (const auto& way : ways)
+                try
+                {
+                    way();
+                    ADD_FAILURE();
+                }
+                catch (const Error& error)
+                {
+                    check(error);
+                }
+            EXPECT_TRUE(expression.GetNames().empty());
+        };
+        Expression expression = make();
+        EXPECT_EQ(evaluate(expression), 2);
+        Expression other(std::move(expression));
+        EXPECT_EQ(evaluate(other), 2);
+        expectGone(expression); // NOLINT
+        Expression further(std::move(expression));
+        expectGone(further);
+        further = std::move(other);
+        EXPECT_EQ(evaluate(further), 2);
+        expectGone(other);
+        further = std::move(other);
+        expectGone(further);
+        other = make();
+        EXPECT_EQ(evaluate(other), 2);
+        Expression& same = other;
+        other = std::move(same);
+        EXPECT_EQ(evaluate(other), 2);
+    }
+}
+
 TEST(Expression, GivesTheNamesOfATemporary)
 {
     std::string all;

@@ -195,6 +195,61 @@ TEST(Scope, NamesAreCheckedHiddenAndReplaced)
     EXPECT_EQ(Evaluate<int>("name0 + name500 + name999", moved), 1499);
 }
 
+TEST(Scope, HasNoNamesOnceItIsMovedFrom)
+{
+    const auto message = [](const Scope& scope) { return TryEvaluate("a", scope).GetError().GetMessage(); };
+    double variable = 0.5;
+    const std::function<void(Scope&)> changes[] = {
+        [](Scope& scope) { scope.Set("a", 2); },
+        [&](Scope& scope) { scope.Bind("a", variable); },
+        [](Scope& scope) { scope.Define("a", [] { return 2; }); },
+        [](Scope& scope) { scope.Define("a", &std::string::size); },
+        [](Scope& scope) { scope.Resolve([](std::string_view) { return std::optional<Value>(2); }); },
+        [](Scope& scope) { scope = Scope().Set("a", 2); },
+    };
+    for (const auto& change : changes)
+    {
+        Scope scope;
+        scope.Set("a", 1);
+        const Expression expression("a", scope);
+        Scope other(std::move(scope));
+        EXPECT_EQ(message(scope), "Unknown name a"); // NOLINT
+        EXPECT_EQ(TryEvaluate<int>("min(3, 2)", scope).operator*(), 2);
+        EXPECT_FALSE(expression.TryEvaluate());
+        EXPECT_EQ(expression.Evaluate<int>(other), 1);
+        EXPECT_EQ(message(Scope(&scope)), "Unknown name a");
+
+        Scope further(std::move(scope)); // of one that has none
+        EXPECT_EQ(message(further), "Unknown name a");
+        change(further);
+        EXPECT_EQ(message(scope), "Unknown name a");
+        scope = std::move(further);
+        EXPECT_EQ(message(further), "Unknown name a");
+        further = std::move(other);
+        EXPECT_EQ(Evaluate<int>("a", further), 1);
+        scope = std::move(other); // which has none
+        EXPECT_EQ(message(other), "Unknown name a");
+    }
+    Scope scope;
+    scope.Set("a", 1);
+    Scope& same = scope;
+    scope = std::move(same);
+    EXPECT_EQ(Evaluate<int>("a", scope), 1);
+
+    // By a function of its own, which stays for as long as it runs.
+    Scope gone;
+    static_cast<void>(Scope(std::move(gone)));
+    const std::string text(100, 'x');
+    scope.Define("empty",
+                 [&, text]
+                 {
+                     scope = std::move(gone);
+                     return text;
+                 });
+    EXPECT_EQ(Evaluate<std::string>("empty()", scope), text);
+    EXPECT_EQ(message(scope), "Unknown name a");
+}
+
 TEST(Scope, AResolverIsAskedForWhatNothingBinds)
 {
     int asked = 0;

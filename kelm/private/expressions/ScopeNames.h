@@ -93,6 +93,11 @@ struct Scope::Names
     Names() { Touch(); }
     ~Names();
 
+    // Of scopes that others have been moved from: no names. One for all, which is never changed and never destroyed.
+    static Names& Gone() noexcept;
+    static void Dispose(std::unique_ptr<Names> names) noexcept;
+    bool IsGone() const { return this == &Gone(); }
+
     // Whenever a name stands for something else than before, or is somewhere else; no two versions are the same.
     void Touch();
 
@@ -140,6 +145,8 @@ private:
 struct ScopeAccess
 {
     static void CheckName(std::string_view name);
+    // To be changed: its own ones.
+    static Scope::Names& NamesOf(Scope& scope);
     static uint64 VersionOf(const Scope& scope) { return scope.m_names->m_version; }
     static uint64 VersionOf(const Scope* scope) { return scope != nullptr ? VersionOf(*scope) : 0; }
     static const Scope* ParentOf(const Scope* scope) { return scope != nullptr ? scope->m_names->m_parent : nullptr; }
