@@ -74,14 +74,16 @@ PathWalk::State PathWalk::FollowInstance()
 inline void PathStride::TellWhereItIs(PathWalk& walk) const
 {
     walk.m_cursor = m_cursor;
+    if (!m_cursor.Is(TOKEN_IDENTIFIER))
+        walk.m_cursor.SetOperator(m_cursor.GetKind());
     if (m_walk == nullptr)
         walk.m_cursor.ForgetPrevious();
     walk.m_position.m_obj = m_obj;
     walk.m_position.m_data = m_data;
     walk.m_class = m_class;
     walk.m_problem = m_problem;
-    walk.m_nextData = m_nextData;
-    walk.m_nextLead = m_nextLead;
+    walk.m_nextData = m_walk != nullptr ? m_nextData : m_data;
+    walk.m_nextLead = m_walk != nullptr ? m_nextLead : m_lead;
     if (m_lead != nullptr)
         walk.m_position.m_rbc = m_lead->m_type;
 }
@@ -128,8 +130,7 @@ inline PathState PathStride::Go(const ReflectedClass* rc)
             return EndWith(State::AtField, TOKEN_DOT);
         }
         m_cursor.AcceptName(name.m_start, past);
-        m_nextData = m_data + m_index->m_modelOffset + entry->m_offset;
-        m_nextLead = entry->m_lead;
+        GoTo(m_data + m_index->m_modelOffset + entry->m_offset, entry->m_lead);
         State state = State::BeforeVariable;
         do
             state = FollowLead<W != Way::OfPaths>();
@@ -139,11 +140,20 @@ inline PathState PathStride::Go(const ReflectedClass* rc)
     }
 }
 
-// Ends with that token as the current one, of whose kind no account has been kept.
+// Ends with that token as the current one, of which no account has been kept. Where it starts is found by who is told.
 inline PathState PathStride::EndWith(State state, EToken kind)
 {
-    m_cursor.SetOperator(kind);
+    m_cursor.SetKind(kind);
     return state;
+}
+
+// The variable is the next one. Where nobody is shown whether the token behind it can be scanned, it is reached.
+inline void PathStride::GoTo(char* data, const TypeLead* lead)
+{
+    m_nextData = data;
+    m_nextLead = lead;
+    if (m_walk == nullptr)
+        Arrive();
 }
 
 // The variable is reached.
@@ -166,7 +176,7 @@ inline PathState PathStride::EndAt(EToken behind)
         return EndWith(isKnown ? State::Over : State::AtVariable, TOKEN_END);
     }
     if (m_walk == nullptr)
-        m_cursor.SetOperator(TOKEN_RIGHT_SQUARE); // whatever it is, nobody will see it
+        m_cursor.SetKind(TOKEN_RIGHT_SQUARE); // whatever it is, nobody will see it
     return State::BeforeVariable;
 }
 
@@ -304,8 +314,7 @@ inline PathState PathStride::FollowChoice()
 // To the variable of the lead behind.
 inline PathState PathStride::LeadTo(void* variable)
 {
-    m_nextData = static_cast<char*>(variable);
-    m_nextLead = ++m_lead;
+    GoTo(static_cast<char*>(variable), m_lead + 1);
     return State::AtElement;
 }
 
@@ -328,13 +337,13 @@ inline PathState PathStride::StepThroughHandle(const ptr<IObject>& target)
     m_obj = target;
     if (m_walk != nullptr)
     {
-        m_cursor.SetOperator(TOKEN_DOT);
+        m_cursor.SetKind(TOKEN_DOT);
         TellWhereItIs(*m_walk);
     }
-    const ReflectedClass* const rc = target.GetReflectedClass();
+    const ReflectedClass* const rc = m_obj.GetReflectedClass();
     if (rc == nullptr) [[unlikely]]
         return EndWith(State::AtVariable, TOKEN_DOT);
-    m_data = static_cast<char*>(target.self());
+    m_data = static_cast<char*>(m_obj.self());
     m_index = GetFieldIndex(*rc);
     if (m_index == nullptr || IsWatched()) [[unlikely]]
     {

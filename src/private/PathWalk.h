@@ -87,6 +87,7 @@ private:
                                                ConstStringZ subject);
     [[gnu::always_inline]] State FollowOtherContainer(FieldLead kind);
     [[gnu::always_inline]] State StepThroughHandle(const ptr<IObject>& target);
+    [[gnu::always_inline]] void GoTo(char* data, const TypeLead* lead);
     [[gnu::always_inline]] void Arrive();
     [[gnu::always_inline]] State EndAt(EToken behind);
     [[gnu::always_inline]] State EndWith(State state, EToken kind);

@@ -27,6 +27,8 @@ public:
     [[gnu::always_inline]] void ForgetPrevious() { m_previous = nullptr; }
 
     // What the current token is, for a reader that has kept no account of it: an operator of one character, or the end.
+    // The second sets where it starts as well, without which nobody may be told of the token.
+    [[gnu::always_inline]] void SetKind(EToken kind) { m_kind = kind; }
     [[gnu::always_inline]] void SetOperator(EToken kind)
     {
         m_kind = kind;
