@@ -99,12 +99,16 @@ def check_instructions(instructions, limits):
             if "over" in limit and counted is not None:
                 base, over = rows[name].get("peers", {}).get(limit["over"]), f"over the {limit['over']}"
             elif "over row" in limit and counted is not None:
-                base, over = rows[limit["over row"]]["instructions"], f"over {limit['over row']}"
-            value = counted / base if counted is not None and base is not None else None
-            verdict = verdict_on(value, "most", limit["most"], 0)
+                base, over = rows.get(limit["over row"], {}).get("instructions"), f"over {limit['over row']}"
+            is_difference = "most more" in limit
+            most = limit["most more"] if is_difference else limit["most"]
+            value = None
+            if counted is not None and base is not None:
+                value = counted - base if is_difference else counted / base
+            verdict = verdict_on(value, "most", most, 0)
             are_all_met = are_all_met and verdict == "ok"
-            shown = "-" if value is None else f"{value:,.2f}" if over else f"{value:,.0f}"
-            print(f"{name:45} {shown:>10}  at most {limit['most']:9,.10g} {over:30} {verdict}")
+            shown = "-" if value is None else f"{value:,.2f}" if over and not is_difference else f"{value:,.0f}"
+            print(f"{name:45} {shown:>10}  at most {most:9,.10g} {'more, ' * is_difference + over:37} {verdict}")
     return are_all_met
 
 

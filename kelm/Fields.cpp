@@ -188,9 +188,23 @@ bool ReadShortStep(const char*& p, const char* end, ShortStep& step)
     return begin != p && p - begin <= mostDigits && p != end && *p++ == ']';
 }
 
+// A variable, of a type that may be const.
+struct FieldEnd
+{
+    void* m_data = nullptr;
+    ReflectionByteCode m_type;
+};
+
+[[gnu::always_inline]] inline FieldEnd FindEnd(const ReflectedClass& rc, void* instance, SubString path,
+                                               bool stopsAtChecks)
+{
+    const PathEnd end = FindAlongLeads(rc, instance, path, stopsAtChecks);
+    return end.m_data != nullptr ? FieldEnd{end.m_data, end.m_lead->m_type} : FieldEnd();
+}
+
 // From a list, at an index, on along the leads of its elements' class.
-[[gnu::noinline]] PathEnd FindFromList(const ReflectionByteCode& type, void* list, std::string_view path,
-                                       bool stopsAtChecks)
+[[gnu::noinline]] FieldEnd FindFromList(const ReflectionByteCode& type, void* list, std::string_view path,
+                                        bool stopsAtChecks)
 {
     const char* p = path.data();
     const char* const end = p + path.size();
@@ -207,11 +221,12 @@ bool ReadShortStep(const char*& p, const char* end, ShortStep& step)
     if (p == end)
         return {data, elementType};
     const ReflectedClass* const rc = elementType.GetCode() == FT_CLASS ? elementType.GetReflectedClass() : nullptr;
-    return rc != nullptr && *p == '.' ? FindAlongLeads(*rc, data, {p, end}, stopsAtChecks) : PathEnd();
+    return rc != nullptr && *p == '.' ? FindEnd(*rc, data, {p, end}, stopsAtChecks) : FieldEnd();
 }
 
 // What a map of ours has under a text, which the path ends with.
-[[gnu::noinline]] PathEnd FindInMap(const ReflectedClass& rc, void* instance, std::string_view path, bool stopsAtChecks)
+[[gnu::noinline]] FieldEnd FindInMap(const ReflectedClass& rc, void* instance, std::string_view path,
+                                     bool stopsAtChecks)
 {
     const std::size_t bracket = path.rfind("[\"");
     if (bracket == std::string_view::npos || bracket == 0)
@@ -221,7 +236,7 @@ bool ReadShortStep(const char*& p, const char* end, ShortStep& step)
     ShortStep step;
     if (!ReadShortStep(p, end, step) || p != end)
         return {};
-    const PathEnd map = FindAlongLeads(rc, instance, path.substr(0, bracket), stopsAtChecks);
+    const FieldEnd map = FindEnd(rc, instance, path.substr(0, bracket), stopsAtChecks);
     if (map.m_data == nullptr || *map.m_type.m_bc != FT_MAP || map.m_type.GetElementType().GetCode() != FT_STRING8)
         return {};
     const xstring key(step.m_text.m_p1, step.m_text.size());
@@ -234,23 +249,33 @@ bool ReadShortStep(const char*& p, const char* end, ShortStep& step)
 }
 
 // Most paths go along what is known of classes; null for the others, and where one does not lead to its end.
-[[gnu::always_inline]] inline PathEnd FindSoon(const FieldStart& start, std::string_view path, bool stopsAtChecks)
+[[gnu::always_inline]] inline FieldEnd FindSoon(const FieldStart& start, std::string_view path, bool stopsAtChecks)
 {
-    if (start.m_type != nullptr)
+    const ReflectedClass* rc = nullptr;
+    void* instance = nullptr;
+    if (start.m_type != nullptr) [[likely]]
     {
-        if (start.m_type->m_class == nullptr)
+        rc = start.m_type->m_class;
+        if (rc == nullptr) [[unlikely]]
             return FindFromList(start.m_type->Get(), start.m_data, path, stopsAtChecks);
         start.m_type->m_ensureRegistered();
-        const PathEnd end = FindAlongLeads(*start.m_type->m_class, start.m_data, path, stopsAtChecks);
-        return end.m_data != nullptr ? end : FindInMap(*start.m_type->m_class, start.m_data, path, stopsAtChecks);
+        instance = start.m_data;
     }
-    if (!start.m_object)
-        return {};
-    return FindAlongLeads(*start.m_object.GetReflectedClass(), start.m_object.self(), path, stopsAtChecks);
+    else
+    {
+        if (!start.m_object)
+            return {};
+        rc = start.m_object.GetReflectedClass();
+        instance = start.m_object.self();
+    }
+    const FieldEnd end = FindEnd(*rc, instance, path, stopsAtChecks);
+    if (end.m_data == nullptr && start.m_type != nullptr) [[unlikely]]
+        return FindInMap(*rc, instance, path, stopsAtChecks);
+    return end;
 }
 
 // What can be seen at once: of scalars, texts and types of other libraries.
-bool IsPlainlySame(const ReflectionByteCode& a, const UsedType& b)
+[[gnu::always_inline]] inline bool IsPlainlySame(const ReflectionByteCode& a, const UsedType& b)
 {
     if (*a.m_bc != *b.m_bc)
         return false;
@@ -260,15 +285,16 @@ bool IsPlainlySame(const ReflectionByteCode& a, const UsedType& b)
 }
 
 // What optionals and pointers hold stands for them.
-void EnterOptionals(PathEnd& end)
+[[gnu::noinline]] FieldEnd EnterOptionals(FieldEnd end)
 {
     while (*end.m_type.m_bc == FT_FOREIGN && end.m_type.GetForeignType().IsOptional())
     {
         const ForeignType& type = end.m_type.GetForeignType();
         if (type.m_choice->GetIndex(end.m_data) < 0)
-            return;
+            break;
         end = {type.m_choice->GetValue(end.m_data), type.GetPartType(0)};
     }
+    return end;
 }
 
 template <class T>
@@ -282,7 +308,7 @@ bool TryStoreNumber(void* data, const Scalar& value)
 }
 
 // Of what may be written.
-bool TryStore(const PathEnd& end, const Scalar& value)
+bool TryStore(const FieldEnd& end, const Scalar& value)
 {
     switch (static_cast<int>(end.m_type.GetCode()))
     {
@@ -322,12 +348,12 @@ bool AlongPath(std::string_view path, Result<void>* result, const F& use)
 bool GetField(const FieldStart& start, std::string_view path, const UsedType& wanted, void* value,
               const evaluation::Copying& copying, Result<void>* result)
 {
-    if (PathEnd end = FindSoon(start, path, false); end.m_data != nullptr) [[likely]]
+    if (FieldEnd end = FindSoon(start, path, false); end.m_data != nullptr) [[likely]]
     {
         bool isSame = IsPlainlySame(end.m_type, wanted);
         if (!isSame) [[unlikely]]
         {
-            EnterOptionals(end);
+            end = EnterOptionals(end);
             isSame = IsPlainlySame(end.m_type, wanted);
         }
         if (isSame) [[likely]]
@@ -350,9 +376,10 @@ bool GetField(const FieldStart& start, std::string_view path, const UsedType& wa
 
 bool SetField(const FieldStart& start, std::string_view path, const Scalar& value, Result<void>* result)
 {
-    if (PathEnd end = FindSoon(start, path, true); end.m_data != nullptr) [[likely]]
+    if (FieldEnd end = FindSoon(start, path, true); end.m_data != nullptr) [[likely]]
     {
-        EnterOptionals(end);
+        if (*end.m_type.m_bc == FT_FOREIGN) [[unlikely]]
+            end = EnterOptionals(end);
         if (TryStore(end, value)) [[likely]]
             return true;
     }

@@ -700,7 +700,7 @@ PathEnd FindAlongLeads(const ReflectedClass& rc, void* instance, SubString path,
     const bool isAtVariable = state == PathState::Over || state == PathState::AtVariable;
     if (!isAtVariable || !stride.m_cursor.Is(TOKEN_END)) [[unlikely]]
         return {};
-    return {stride.m_data, stride.m_lead->m_type};
+    return {stride.m_data, stride.m_lead};
 }
 
 // --- Registration ----------------------------------------------------------------------------------------------------

@@ -105,11 +105,11 @@ private:
     PathProblem m_problem;
 };
 
-// A variable inside an object, of a type that may be const.
+// A variable inside an object, and its lead, which knows its type, which may be const.
 struct PathEnd
 {
     void* m_data = nullptr;
-    ReflectionByteCode m_type;
+    const TypeLead* m_lead = nullptr;
 };
 
 // The end of a path from an instance of that class, where all of the path goes along leads; a null address where it
