@@ -64,8 +64,8 @@ public:
     Result<bool> Remove(std::string_view path);
 
     // The same of one after the other, as far as each is an element, what is under a key, or a member by its name, is
-    // written once, and what goes with it does not depend on one before: all of them in about the time that one takes.
-    // Returns how many it has made, as SetSome does.
+    // written once, holds nothing of which some was taken out before, and no key has something from it: all of them in
+    // about the time that one takes. Returns how many it has made, as SetSome does.
     std::size_t RemoveSome(std::span<const std::string_view> paths);
 
     // Puts an element before the one at an index, or behind the last one; with a list or set as the path, behind the

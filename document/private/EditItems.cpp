@@ -125,7 +125,7 @@ void Edit::RemoveMention(const Spot& outer, const Spot& spot, const Mention& men
 void Edit::WriteOutNextKey(const Spot& map, const Mention& removed)
 {
     const ReflectionByteCode keyType = map.GetKeyType();
-    if (GetTypeCode(keyType).m_kind != VK_CLASS && GetTypeCode(keyType).m_kind != VK_VECTOR)
+    if (!Accumulates(keyType))
         return;
     const Variable with(keyType);
     const Variable without(keyType);
@@ -266,8 +266,7 @@ void Edit::RenameTo(std::string_view path, const Spots& spots, const std::string
     if (isKey)
     {
         const ReflectionByteCode keyType = outer.GetKeyType();
-        const EVariableKind kind = GetTypeCode(keyType).m_kind;
-        if (!outer.IsRenewed() && (kind == VK_CLASS || kind == VK_VECTOR))
+        if (!outer.IsRenewed() && Accumulates(keyType))
             Refuse(path, spot.m_step, "other keys may depend on this one");
         const Variable key(keyType);
         ReadFor(said, place, text, keyType, key.Get());

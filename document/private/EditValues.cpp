@@ -34,12 +34,6 @@ bool IsSaidWhole(const Spot& spot)
     }
 }
 
-// Whether what is read into a variable of that type adds to what it holds.
-bool Accumulates(const ReflectionByteCode& type)
-{
-    return GetTypeCode(type).m_kind == VK_CLASS || GetTypeCode(type).m_kind == VK_VECTOR;
-}
-
 } // namespace
 
 std::string_view WithoutMargins(std::string_view text)

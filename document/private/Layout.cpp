@@ -27,12 +27,6 @@ bool IsLineComment(std::string_view comment)
     return !comment.starts_with("/*");
 }
 
-// Of names and numbers.
-bool IsInWord(char c)
-{
-    return IsIdentifierCharacter(c) || c == '.';
-}
-
 // Whether two texts side by side would be other tokens than apart.
 bool WouldJoin(std::string_view before, std::string_view behind)
 {
@@ -45,6 +39,11 @@ std::ptrdiff_t CountBreaks(std::string_view space)
 }
 
 } // namespace
+
+bool IsInWord(char c)
+{
+    return IsIdentifierCharacter(c) || c == '.';
+}
 
 std::string Apart(std::string_view before, std::string_view text, std::string_view behind)
 {
@@ -278,12 +277,6 @@ void Layout::RemoveItem(const Part& brackets, const ItemPlace& place)
     Replace(WithSpace(group.m_span), "");
     if (index > 0 && index + 1 == items.size() && !items[index - 1].m_separator.IsEmpty())
         m_document.Edit(items[index - 1].m_separator, "");
-}
-
-Span Layout::SpanOfItem(const Part& brackets, const ItemPlace& place) const
-{
-    const auto& [items, index] = Around(brackets, place);
-    return WithSpace(GroupOf(brackets, items, index).m_span);
 }
 
 NewItem Layout::GetItem(const Part& brackets, const ItemPlace& place) const

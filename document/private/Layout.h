@@ -49,6 +49,9 @@ struct ItemPlace
 // What was written without blanks, with those that a layout gives it on one line.
 std::string Spaced(const std::string& value);
 
+// Of names and numbers: side by side, two of them would be one token.
+bool IsInWord(char c);
+
 // A text as it is put between two others: with blanks where its tokens would be others without.
 std::string Apart(std::string_view before, std::string_view text, std::string_view behind);
 
@@ -72,9 +75,6 @@ public:
     // With its comments: those above it on lines of their own, unless a blank line parts them, and those behind it on
     // the same line.
     void RemoveItem(const Part& brackets, const ItemPlace& place);
-
-    // What RemoveItem takes out of a named body.
-    Span SpanOfItem(const Part& brackets, const ItemPlace& place) const;
 
     // What RemoveItem takes, as it would be put in somewhere else.
     NewItem GetItem(const Part& brackets, const ItemPlace& place) const;

@@ -26,24 +26,41 @@ struct WrittenStep
     bool m_isName = false;
     std::string_view m_text;
 };
-bool TryTakeStep(std::string_view path, std::size_t& at, WrittenStep& step)
+bool TryTakeName(std::string_view path, std::size_t& at, WrittenStep& step)
 {
-    const bool isDot = path[at] == '.';
-    step.m_isName = isDot || (at == 0 && path[at] != '[');
-    if (!step.m_isName && path[at] != '[')
-        return false;
-    const std::size_t begin = isDot || !step.m_isName ? at + 1 : at;
+    const std::size_t begin = path[at] == '.' ? at + 1 : at;
     if (begin == path.size())
         return false;
     const Part part = ScanPart(path, begin);
     const std::size_t end = part.m_span.m_end;
-    const bool isAlone = end == path.size() || path[end] == '.' || path[end] == '[';
-    const bool isClosed = end < path.size() && path[end] == ']';
-    if (part.m_kind != PartKind::Token || (step.m_isName ? !part.Is(TOKEN_IDENTIFIER) || !isAlone : !isClosed))
+    if (!part.Is(TOKEN_IDENTIFIER) || (end < path.size() && path[end] != '.' && path[end] != '['))
         return false;
-    step.m_text = path.substr(begin, end - begin);
-    at = end + (step.m_isName ? 0 : 1);
+    step = {true, part.m_span.In(path)};
+    at = end;
     return true;
+}
+bool TryTakeBrackets(std::string_view path, std::size_t& at, WrittenStep& step)
+{
+    const std::size_t begin = at + 1;
+    std::size_t numOpen = 1;
+    Part part{};
+    for (std::size_t next = begin; numOpen > 0 && next < path.size(); next = part.m_span.m_end)
+    {
+        part = ScanPart(path, next);
+        if (part.m_kind == PartKind::Token)
+            numOpen = numOpen + (IsOpeningBracket(part.m_token) ? 1 : 0) - (IsClosingBracket(part.m_token) ? 1 : 0);
+    }
+    if (numOpen > 0 || !part.Is(TOKEN_RIGHT_SQUARE))
+        return false;
+    step = {false, Span{begin, part.m_span.m_begin}.In(path)};
+    at = part.m_span.m_end;
+    return true;
+}
+bool TryTakeStep(std::string_view path, std::size_t& at, WrittenStep& step)
+{
+    if (path[at] == '[')
+        return TryTakeBrackets(path, at, step);
+    return (path[at] == '.' || at == 0) && TryTakeName(path, at, step);
 }
 
 } // namespace
@@ -147,7 +164,7 @@ bool OncePlaces::TryStepToMember(std::string_view name, Place& place)
         const auto found = contents->m_names.find(name);
         index = found != contents->m_names.end() ? found->second : s_several;
     }
-    if (index >= contents->m_items.size())
+    if (index >= contents->m_items.size() || !contents->m_left.Has(index))
         return false;
     StepTo(*contents, index,
            {.m_kind = SpotKind::Member,
@@ -193,17 +210,35 @@ void OncePlaces::NoteKeys(const Spot& map, Contents& contents) const
     {
         if (i == 0 || map.IsRenewed())
             key.emplace(type);
-        reading.ReadValue(s_textName, TextOf(contents.m_items[i].m_key), type, key->Get());
-        const std::optional<std::string> written = reading.Written(type, key->Get());
-        if (const auto [known, isFirst] = contents.m_keys.try_emplace(written.value_or(std::string()), i); !isFirst)
+        reading.ReadValue(s_textName, KeyText(map, contents.m_items[i]), type, key->Get());
+        const std::string written = reading.Written(type, key->Get()).value_or(std::string());
+        if (const auto [known, isFirst] = contents.m_keys.try_emplace(written, i); !isFirst)
             known->second = s_several;
+        if (!map.IsRenewed() && Accumulates(type))
+            contents.m_allOfKeys.push_back(written);
     }
+}
+
+// Whether the next key is the same one without it.
+bool OncePlaces::IsKeyApart(const Spot& map, const Contents& contents, std::size_t index) const
+{
+    const std::optional<std::size_t> former = contents.m_left.FindBefore(index);
+    const std::optional<std::size_t> latter = contents.m_left.FindBehind(index);
+    if (contents.m_allOfKeys.empty() || !latter)
+        return true;
+    const Reading& reading = m_subject.GetReading();
+    const ReflectionByteCode type = map.GetKeyType();
+    const Variable key(type);
+    if (former)
+        reading.ReadValue(s_textName, contents.m_allOfKeys[*former], type, key.Get());
+    reading.ReadValue(s_textName, KeyText(map, contents.m_items[*latter]), type, key.Get());
+    return reading.Written(type, key.Get()) == contents.m_allOfKeys[*latter];
 }
 
 bool OncePlaces::TryStepToPayload(std::string_view text, Place& place)
 {
     const Spot& map = place.m_spot;
-    Contents* const contents = map.IsSet() ? nullptr : FindContents(place.m_value);
+    Contents* const contents = FindContents(place.m_value);
     if (contents == nullptr)
         return false;
     const Reading& reading = m_subject.GetReading();
@@ -225,10 +260,11 @@ bool OncePlaces::TryStepToPayload(std::string_view text, Place& place)
     if (found == contents->m_keys.end() || found->second == s_several || payload == nullptr ||
         !contents->m_left.Has(found->second))
         return false;
-    // Keys may have what they do not mention from those before.
-    const EVariableKind keyKind = GetTypeCode(type).m_kind;
-    StepTo(*contents, found->second, {.m_kind = SpotKind::Payload, .m_type = map.GetPayloadType(), .m_data = payload},
-           map.IsRenewed() || (keyKind != VK_CLASS && keyKind != VK_VECTOR), place);
+    StepTo(*contents, found->second,
+           {.m_kind = SpotKind::Payload,
+            .m_type = map.GetPayloadType(),
+            .m_data = map.IsSet() ? nullptr : payload}, // an element cannot become another one
+           IsKeyApart(map, *contents, found->second), place);
     return true;
 }
 

@@ -29,6 +29,7 @@ class OncePlaces
         std::vector<Item> m_items;
         std::unordered_map<std::string_view, std::size_t> m_names = {}; // of items that have one; s_several of several
         std::map<std::string, std::size_t> m_keys = {}; // likewise, as they are written, once they are known
+        std::vector<std::string> m_allOfKeys = {};      // those of which any may depend on the one before it
         Remaining m_left = Remaining(m_items.size());   // which of the items have not been taken out
     };
     static constexpr std::size_t s_several = static_cast<std::size_t>(-1);
@@ -69,6 +70,11 @@ private:
     static void StepTo(Contents& contents, std::size_t index, Spot spot, bool isApart, Place& place);
     Contents* FindContents(Span value);
     void NoteKeys(const Spot& map, Contents& contents) const;
+    bool IsKeyApart(const Spot& map, const Contents& contents, std::size_t index) const;
+    std::string_view KeyText(const Spot& map, const Item& item) const
+    {
+        return TextOf(map.IsSet() ? item.m_value : item.m_key);
+    }
     std::string_view TextOf(Span span) const { return span.In(m_document.GetText()); }
 
     const Document& m_document;

@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace kelm::editing
@@ -29,6 +30,15 @@ public:
             --m_sums[at];
     }
 
+    // How many others are before that one, of those that are left.
+    std::size_t CountBefore(std::size_t i) const
+    {
+        std::size_t count = 0;
+        for (std::size_t at = i; at > 0; at &= at - 1)
+            count += m_sums[at];
+        return count;
+    }
+
     // The one that has so many others before it, of those that are left.
     std::size_t Find(std::size_t numBefore) const
     {
@@ -42,8 +52,17 @@ public:
         return at;
     }
 
-    // The last one that is left, where there is one.
-    std::size_t FindLast() const { return Find(m_count - 1); }
+    // The nearest ones before and behind one that is left, where there are such.
+    std::optional<std::size_t> FindBefore(std::size_t i) const
+    {
+        const std::size_t count = CountBefore(i);
+        return count > 0 ? std::optional(Find(count - 1)) : std::nullopt;
+    }
+    std::optional<std::size_t> FindBehind(std::size_t i) const
+    {
+        const std::size_t count = CountBefore(i) + 1;
+        return count < m_count ? std::optional(Find(count)) : std::nullopt;
+    }
 
 private:
     std::vector<bool> m_left;

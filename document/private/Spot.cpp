@@ -15,6 +15,11 @@ ReflectionByteCode Underlying(ReflectionByteCode type)
     return type;
 }
 
+bool Accumulates(const ReflectionByteCode& type)
+{
+    return GetTypeCode(type).m_kind == VK_CLASS || GetTypeCode(type).m_kind == VK_VECTOR;
+}
+
 bool Spot::IsForeign(char form) const
 {
     return GetVariableKind() == VK_FOREIGN && m_type.GetForeignType().m_form == form;

@@ -85,6 +85,9 @@ struct MemberField
 std::vector<MemberField> MembersOf(const ReflectedClass& rc);
 std::vector<std::string_view> NamesOf(const std::vector<MemberField>& members);
 
+// Whether what is read into a variable of that type adds to what it holds.
+bool Accumulates(const ReflectionByteCode& type);
+
 // Without typedefs and qualifiers.
 ReflectionByteCode Underlying(ReflectionByteCode type);
 

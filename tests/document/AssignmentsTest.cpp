@@ -248,18 +248,62 @@ TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
         std::vector<std::string> removed;
         for (std::size_t n = 1 + random.Below(count); n-- > 0;)
             removed.push_back(isMap ? ".rates['" + std::to_string(random.Below(count)) + "']"
-                                    : ".codes[" + std::to_string(random.Below(count)) + "]");
+                                    : ".codes[" + std::to_string(random.Below(n + 1)) + "]");
         Document atOnce = Document::Parse(text);
         Document each = Document::Parse(text);
         DocumentEditor atOnceEditor(atOnce, DocumentPolicy::Of<orders::Order>());
         DocumentEditor editor(each, DocumentPolicy::Of<orders::Order>());
         const std::size_t made = RemoveSome(atOnceEditor, removed);
+        ASSERT_TRUE(isMap || made == removed.size()) << text << testing::PrintToString(removed);
         numAtOnce += made > 1 ? 1 : 0;
         for (std::size_t n = 0; n < made; ++n)
             ASSERT_TRUE(editor.Remove(removed[n])) << text << removed[n];
         ASSERT_EQ(atOnce.GetText(), each.GetText()) << text << testing::PrintToString(removed) << made;
     }
     EXPECT_GT(numAtOnce, 1000U);
+}
+
+// Keys of one map may have what they do not mention from those before: what is behind them is written out, alone.
+TEST(Removals, OfKeysLeaveWhatEditsOneByOneLeave)
+{
+    yard::Register();
+    Random random(11);
+    int numAtOnce = 0;
+    int numAlone = 0;
+    for (int i = 0; i < 2000; ++i)
+    {
+        const std::size_t count = 2 + random.Below(6);
+        std::string text = "yard::Ship { lots = [";
+        for (std::size_t n = 0; n < count; ++n)
+        {
+            const std::string x = "x = " + std::to_string(n);
+            const std::string y = "y = " + std::to_string(random.Below(2));
+            text += n > 0 ? ", " : "";
+            text += random.OneIn(4) ? "{ " + x + " }" : "{ " + x + " " + y + " }";
+            text += " -> { x = " + std::to_string(n) + " }";
+        }
+        text += "] }";
+        std::vector<std::string> removed;
+        for (std::size_t n = 1 + random.Below(count); n-- > 0;)
+            removed.push_back(".lots[(" + std::to_string(random.Below(count)) + ", " + std::to_string(random.Below(2)) +
+                              ")]");
+        Document atOnce = Document::Parse(text);
+        Document each = Document::Parse(text);
+        DocumentEditor atOnceEditor(atOnce);
+        DocumentEditor editor(each);
+        const std::size_t made = RemoveSome(atOnceEditor, removed);
+        numAtOnce += made > 1 ? 1 : 0;
+        for (std::size_t n = 0; n < made; ++n)
+            ASSERT_TRUE(editor.Remove(removed[n])) << text << removed[n];
+        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text << testing::PrintToString(removed) << made;
+        if (made < removed.size() && editor.Remove(removed[made])) // otherwise it is not there
+        {
+            ++numAlone;
+            ASSERT_NE(each.GetText().find("Point {"), std::string_view::npos) << text << removed[made];
+        }
+    }
+    EXPECT_GT(numAtOnce, 100);
+    EXPECT_GT(numAlone, 50);
 }
 
 struct RemovalRow
@@ -283,7 +327,10 @@ TEST(Removals, AreOfWhatIsWrittenOnce)
          {".lines[1].quantity", ".lines[0].quantity", ".number"},
          "{ customer = 'a' lines = [{ item = 'x' }, { item = 'y' }] }"},
         // Others, from there on.
-        {"{ customer = 'a' number = 1 isOpen = true }", {".number", ".isOpen"}, "{ customer = 'a' isOpen = true }", 1},
+        {"{ customer = 'a' lines = [{ item = 'x' quantity = 2 }, { item = 'y' }] }",
+         {".lines[0].quantity", ".lines[0]"},
+         "{ customer = 'a' lines = [{ item = 'x' }, { item = 'y' }] }",
+         1},
         {"{ customer = 'a' place = { x = 1 y = 2 } }",
          {".place.x", ".place"},
          "{ customer = 'a' place = { y = 2 } }",
@@ -304,15 +351,26 @@ TEST(Removals, AreOfWhatIsWrittenOnce)
          {".rates['x']", ".rates['z']"},
          "{ customer = 'a' rates = ['y' -> 2] }"},
         {"{ customer = 'a' rates = ['x' -> 1, 'y' -> 2, 'z' -> 3] }",
-         {".rates['x']", ".rates['x']"},
-         "{ customer = 'a' rates = ['y' -> 2, 'z' -> 3] }",
+         {".rates['y']", ".rates['y']"},
+         "{ customer = 'a' rates = ['x' -> 1, 'z' -> 3] }",
          1},
-        {"{ customer = 'a' codes = [1, 2] }", {".codes[0]", ".codes[0]"}, "{ customer = 'a' codes = [2] }", 1},
+        {"{ customer = 'a' rates = ['x' -> 1, 'y' -> 2, 'z' -> 3] }",
+         {".rates['z']", ".rates['y']"},
+         "{ customer = 'a' rates = ['x' -> 1] }"},
+        // Neighbours.
+        {"{ customer = 'a' codes = [1, 2] }", {".codes[0]", ".codes[0]"}, "{ customer = 'a' codes = [] }"},
+        {"{ customer = 'a' codes = [1, /* two */ 2, 3 /* three */, 4] }",
+         {".codes[1]", ".codes[2]", ".codes[1]"},
+         "{ customer = 'a' codes = [1] }"},
+        {"{ number = 1 /* one */ isOpen = true customer = 'a' }", {".isOpen", ".number"}, "{ customer = 'a' }"},
+        {"{ customer = 'a' codes = [\n 1, // one\n 2 // two\n // alone\n\n ] }",
+         {".codes[1]", ".codes[0]"},
+         "{ customer = 'a' codes = [\n // alone\n\n ] }"},
         {"{ customer = 'a' codes = [1, 2] }", {".codes[2]"}, "{ customer = 'a' codes = [1, 2] }", 0},
-        {"{ customer = 'a' tags = ['x', 'y'] }", {".tags['x']"}, "{ customer = 'a' tags = ['x', 'y'] }", 0},
+        {"{ customer = 'a' tags = ['x', 'y', 'z'] }", {".tags['x']", ".tags['y']"}, "{ customer = 'a' tags = ['z'] }"},
         {"{ customer = 'a' corners = [{}, {}] }", {".corners[0]"}, "{ customer = 'a' corners = [{}, {}] }", 0},
         {"{ customer = 'a' number = 1 }", {".isOpen"}, "{ customer = 'a' number = 1 }", 0},
-        {"{ customer = 'a' number = 1 }", {".number", ".customer"}, "{ customer = 'a' }", 1},
+        {"{ number = 1 customer = 'a' }", {".number", ".customer"}, "{ number = 1 customer = 'a' }", 0},
         {"{ customer = 'a' codes = [1] number = 1 }",
          {".number", ".customer"}, // which is required
          "{ customer = 'a' codes = [1] number = 1 }",

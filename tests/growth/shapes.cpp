@@ -511,6 +511,11 @@ const Shape s_shapes[] = {
      { return InRecord("counts = [" + List(n, [](std::size_t i) { return std::to_string(i) + "->1"; }) + ']'); },
      [](const std::string& text)
      { Unassign(text, text.size() / 32, [](std::size_t i) { return ".counts[" + std::to_string(2 * i) + ']'; }); }},
+    {"neighbours that are taken out",
+     [](std::size_t n)
+     { return InRecord("numbers = [" + List(n, [](std::size_t i) { return std::to_string(i + 10); }) + ']'); },
+     [](const std::string& text)
+     { Unassign(text, text.size() / 16, [](std::size_t) { return std::string(".numbers[7]"); }); }},
     {"an update of what is deep", [](std::size_t n) { return Nest(n / 4, "{inner=[", "{}", "]}"); },
      [](const std::string& text)
      {
