@@ -32,6 +32,7 @@ public:
         if (m_policy.IsExact()) // where else they are errors
             FindRepeats();
         FindNoCharacters();
+        FindLinesInComments();
         StableSort(m_found, [](const Diagnostic& a, const Diagnostic& b) { return a.m_place < b.m_place; });
         return std::move(m_found);
     }
@@ -128,6 +129,34 @@ private:
             if (character.m_codePoint < 0)
                 return Warn("the text is not valid UTF-8", {at, at + 1});
             at += character.m_octets.size();
+        }
+    }
+
+    // Of lines that end otherwise than lines do here. Once is enough.
+    void FindLinesInComments()
+    {
+        const auto findReturn = [&](std::size_t from)
+        {
+            std::size_t at = m_text.find('\r', from);
+            while (at != std::string_view::npos && m_text.substr(at + 1).starts_with('\n'))
+                at = m_text.find('\r', at + 1);
+            return at;
+        };
+        std::size_t found = findReturn(0);
+        for (std::size_t at = 0; found != std::string_view::npos && at < m_text.size() && !IsFull();)
+        {
+            const Span part = ScanPart(m_text, at).m_span;
+            if (part.m_begin <= found && found < part.m_end)
+            {
+                const std::string_view text = part.In(m_text);
+                const std::size_t more = text.find_first_not_of("\r \t", found - at);
+                if ((text.starts_with("//") || text.starts_with('#')) && more != std::string_view::npos)
+                    return Warn("the comment goes on behind a carriage return alone: lines end at a line feed",
+                                {found, found + 1});
+            }
+            at = part.m_end;
+            if (found < at)
+                found = findReturn(at);
         }
     }
 

@@ -168,6 +168,17 @@ TEST(Hints, AreForShortWords)
               "a text stands in quotes: \"" + word.substr(1) + "\"");
     EXPECT_EQ(HintFor("Expected string when read end of text", "{ name =", 8), "");
     EXPECT_EQ(HintFor("Expected string when read end of text", "", 5), "");
+    constexpr const char* atEnd = "Expected identifier when read end of text";
+    EXPECT_EQ(HintFor(atEnd, "// a {\n", 7), "");
+    EXPECT_EQ(HintFor(atEnd,
+                      "\xEF\xBB\xBF"
+                      "A { // b\n",
+                      12),
+              "a } is missing");
+    for (const std::string text : {"// a\rA { }\r", "# a\rA { }", "A { // b\n // c\r}"})
+        EXPECT_EQ(HintFor(atEnd, text, text.size()),
+                  "a comment ends at a line feed, and goes on behind a carriage return alone");
+    EXPECT_EQ(HintFor(atEnd, "A { // b\r\n", 10), "a } is missing");
 }
 
 } // namespace

@@ -90,6 +90,34 @@ TEST_F(Check, WarnsWhereItLooksAtAll)
     EXPECT_THAT(all.m_errors, HasSubstr("a b.kds:1:47: warning: the text after the data source is not read\n"));
 }
 
+TEST_F(Check, WarnsOfLinesThatCommentsTakeIn)
+{
+    const std::string warning = "warning: the comment goes on behind a carriage return alone: lines end at a line feed";
+    const struct
+    {
+        const char* m_text;
+        const char* m_place; // empty for none
+    } rows[] = {
+        {"tool::Scene { // a\rtiny = 1\r}\n}", "1:19: "},
+        {"tool::Scene { /* a */ // b\r\n tiny = 1 // c\r late = 2\n}", "2:15: "},
+        {"tool::Scene {\n# a\r late = 1\n}", "2:4: "},
+        {"tool::Scene { // a\r\n}\r\n", ""},
+        {"tool::Scene { // a\r\r\n}", ""},
+        {"tool::Scene {\r/* a\r b */ title = 'a\rb'\r}\r", ""},
+    };
+    for (const auto& row : rows)
+    {
+        const ProgramResult result = RunOn(row.m_text, {"--all"});
+        EXPECT_EQ(result.m_exitCode, 0) << result.m_errors;
+        if (*row.m_place == 0)
+            EXPECT_EQ(result.m_errors, "") << row.m_text;
+        else
+            EXPECT_THAT(result.m_errors, HasSubstr("a b.kds:" + std::string(row.m_place) + warning));
+    }
+    EXPECT_THAT(RunOn("// a\rtool::Scene { }\r", {}).m_errors,
+                HasSubstr("note: a comment ends at a line feed, and goes on behind a carriage return alone\n"));
+}
+
 TEST_F(Check, WritesJson)
 {
     EXPECT_EQ(RunOn("tool::Scene { late = 1 }", {"--json"}),

@@ -1,6 +1,8 @@
 #include <kelm/private/errors/Hints.h>
 
+#include <kelm/private/errors/Source.h>
 #include <klUtils/text/QualifiedName.h>
+#include <klUtils/text/private/Scan.h>
 
 #include <algorithm>
 #include <iterator>
@@ -30,12 +32,28 @@ struct Situation
     Where m_where;
 };
 
+// Not in comments.
+bool HasBracket(std::string_view text)
+{
+    text = WithoutByteOrderMark(text);
+    const char* const end = text.data() + text.size();
+    text::Lexeme lexeme;
+    bool isFirst = true;
+    for (const char* p = text.data(); text::ScanToken(p, end, isFirst, lexeme); p = lexeme.m_past)
+    {
+        if (lexeme.m_kind == TOKEN_LEFT_CURLY || lexeme.m_kind == TOKEN_LEFT_PAREN || lexeme.m_kind == TOKEN_END)
+            return lexeme.m_kind != TOKEN_END;
+        isFirst = false;
+    }
+    return false;
+}
+
 Where WhereBehind(std::string_view text)
 {
     const std::size_t last = text.find_last_not_of(" \t\r\n");
     if (last == std::string_view::npos)
         return Where::Beginning;
-    const bool isInBody = text.find_first_of("{(") < last + 1;
+    const bool isInBody = HasBracket(text);
     if (text[last] == '.' || text[last] == ':')
         return Where::Path;
     const bool isArrow = text[last] == '>' && last > 0 && text[last - 1] == '-';
@@ -158,7 +176,19 @@ std::string HintForWord(const Situation& situation)
     return {};
 }
 
-constexpr std::string (*s_hints[])(const Situation&) = {HintForWord, HintForSpelling, HintForForm};
+// Where a comment has taken in lines that end otherwise than lines do here.
+std::string HintForLineEnds(const Situation& situation)
+{
+    if (!situation.m_message.ends_with(" end of text"))
+        return {};
+    const std::string_view line = situation.m_before.substr(situation.m_before.rfind('\n') + 1);
+    const std::size_t comment = line.starts_with('#') ? 0 : line.find("//");
+    if (comment == std::string_view::npos || line.find('\r', comment) == std::string_view::npos)
+        return {};
+    return "a comment ends at a line feed, and goes on behind a carriage return alone";
+}
+
+constexpr std::string (*s_hints[])(const Situation&) = {HintForLineEnds, HintForWord, HintForSpelling, HintForForm};
 
 } // namespace
 
