@@ -32,6 +32,10 @@ class Host : public ServerHost
 public:
     void UseTypes(const TypeSettings&) override {}
     bool ReadText(const std::string&, long long, std::string_view) override { return false; }
+    std::optional<FormatOptions> FindLayout(const std::string&, const FormatOptions& otherwise, std::string&) override
+    {
+        return otherwise;
+    }
     std::string WriteShown(const std::string& name, const std::string&) override { return "/tmp/" + name; }
 };
 

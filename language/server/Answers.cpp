@@ -491,12 +491,20 @@ Json AnswerActions(Session& session, const Json& params)
     return actions;
 }
 
-FormatOptions OptionsOf(const Json& params)
+// As the editor is set, unless the project of a file says otherwise: its files have one layout, whoever edits them.
+FormatOptions OptionsOf(const Session& session, const Json& params)
 {
     FormatOptions options;
     if (const Json* const size = Find(params, "options", "tabSize"); size != nullptr && size->is_number_unsigned())
         options.m_indent = std::clamp<std::size_t>(size->get<std::size_t>(), 1, 16);
-    return options;
+    const std::optional<std::string> path = PathOfUri(GetText(Get(params, "textDocument"), "uri"));
+    if (!path)
+        return options;
+    std::string why;
+    const std::optional<FormatOptions> found = session.m_host.FindLayout(*path, options, why);
+    if (!found)
+        throw RequestError{ERROR_REQUEST_FAILED, why};
+    return *found;
 }
 
 // None of a text that has no layout: what is wrong with it is shown already.
@@ -504,7 +512,7 @@ Json LayoutEdits(const Session& session, const OpenText& text, Span range, const
 {
     if (text.IsHuge())
         return nullptr;
-    const auto changes = FormatLines(text.m_document, range, OptionsOf(params));
+    const auto changes = FormatLines(text.m_document, range, OptionsOf(session, params));
     if (!changes)
         return nullptr;
     Json edits = Json::array();

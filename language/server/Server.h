@@ -7,11 +7,13 @@
 // runs it: a host, which also reads documents as programs do, elsewhere. Nothing that a client sends ends it, but
 // `exit`.
 
+#include <kelmDocument/Format.h>
 #include <kelmLanguage/Types.h>
 
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +54,10 @@ public:
     // Reads a text, which is answered by Server::TakeFindings; false where nobody can now. Each text has an edition of
     // its own, whatever versions clients count.
     virtual bool ReadText(const std::string& uri, long long edition, std::string_view text) = 0;
+
+    // How a file is laid out, with what holds where its project says nothing; nothing, but why, where that is wrong.
+    virtual std::optional<FormatOptions> FindLayout(const std::string& path, const FormatOptions& otherwise,
+                                                    std::string& why) = 0;
 
     // Writes a text that an editor is shown; its path, empty where that fails.
     virtual std::string WriteShown(const std::string& name, const std::string& text) = 0;

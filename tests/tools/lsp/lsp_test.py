@@ -376,6 +376,29 @@ class Services(unittest.TestCase):
         self.client.change(uri, 2, {"text": "garden.Plan { ["})
         self.assertIsNone(self.client.ask("textDocument/formatting", asked))
 
+    def test_formats_as_the_project_says(self):
+        rows = [
+            ("", "\n  revision = 1"),
+            ('{"fmt": {"width": 80}}', "\n  revision = 1"),
+            ('{"fmt": {"indent": 8}}', "\n        revision = 1"),
+            ('{"fmt": {"width": 1000}}', " revision = 1 "),
+            ('{"fmt": {"indent": 99}}', "kelm.json: \"indent\" is a number from 1 to 16"),
+            ('{"fmt": {', "kelm.json: "),
+        ]
+        text = f'garden.Plan {{ title = "{"a" * 100}" revision = 1 }}\n'
+        with tempfile.TemporaryDirectory() as folder:
+            uri = pathlib.Path(folder, "sub", "a b.kds").as_uri()
+            self.client.open(uri, text)
+            asked = {"textDocument": {"uri": uri}, "options": {"tabSize": 2, "insertSpaces": True}}
+            for settings, expected in rows:
+                with self.subTest(settings=settings):
+                    if settings:
+                        pathlib.Path(folder, "kelm.json").write_text(settings)
+                    number = self.client.request("textDocument/formatting", asked)
+                    answer = self.client.answer(number)
+                    told = answer["error"]["message"] if "error" in answer else applied(text, answer["result"])
+                    self.assertIn(expected, told)
+
     def test_acts(self):
         place = self.place("position = (1")["position"]
         actions = self.client.ask("textDocument/codeAction", {"textDocument": {"uri": SCENE},

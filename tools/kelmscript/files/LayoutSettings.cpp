@@ -61,9 +61,8 @@ void ForEachMember(const JsonTape& tape, std::size_t object, const char* otherwi
         take(tape[name].m_text, name + 1);
 }
 
-FormatOptions OptionsOf(const JsonTape& tape)
+FormatOptions OptionsOf(const JsonTape& tape, FormatOptions options)
 {
-    FormatOptions options;
     const auto takeSection = [&](std::string_view section, std::size_t values)
     {
         if (section != "fmt")
@@ -75,37 +74,49 @@ FormatOptions OptionsOf(const JsonTape& tape)
     return options;
 }
 
-std::optional<FormatOptions> ReadSettings(const std::string& path)
+} // namespace
+
+void LayoutSettings::Report(const std::string& message, const SourceText* text, std::size_t place)
 {
-    const std::optional<NamedText> file = ReadFile(path);
+    if (text != nullptr)
+        tool::Report(*text, {"syntax", message, place, {}});
+    else
+        ReportError(message, "file");
+}
+
+std::optional<FormatOptions> LayoutSettings::Read(const std::string& path) const
+{
+    std::string why;
+    const std::optional<NamedText> file = TryReadFile(path, why);
     if (!file)
+    {
+        m_complain(UnreadableText(path, why), nullptr, 0);
         return std::nullopt;
+    }
     const SourceText source = file->Source();
     language::JsonFault fault;
     const std::optional<JsonTape> tape = JsonTape::Read(source.m_text, fault);
     if (!tape)
     {
-        Report(source, {"syntax", fault.m_message, fault.m_place, {}});
+        m_complain(fault.m_message, &source, fault.m_place);
         return std::nullopt;
     }
     try
     {
-        return OptionsOf(*tape);
+        return OptionsOf(*tape, m_otherwise);
     }
     catch (const SettingsError& e)
     {
-        ReportError(path + ": " + e.m_message, "file");
+        m_complain(path + ": " + e.m_message, nullptr, 0);
         return std::nullopt;
     }
 }
-
-} // namespace
 
 std::optional<FormatOptions> LayoutSettings::Find(const std::string& path)
 {
     std::error_code error;
     const std::filesystem::path whole = std::filesystem::absolute(path == "-" ? s_fileName : path, error);
-    return error ? FormatOptions() : FindIn(whole.lexically_normal().parent_path());
+    return error ? m_otherwise : FindIn(whole.lexically_normal().parent_path());
 }
 
 std::optional<FormatOptions> LayoutSettings::FindIn(const std::filesystem::path& folder)
@@ -116,9 +127,9 @@ std::optional<FormatOptions> LayoutSettings::FindIn(const std::filesystem::path&
     const std::filesystem::path file = folder / s_fileName;
     std::optional<FormatOptions> options;
     if (std::filesystem::exists(file, error))
-        options = ReadSettings(file);
+        options = Read(file);
     else
-        options = folder.has_relative_path() ? FindIn(folder.parent_path()) : FormatOptions();
+        options = folder.has_relative_path() ? FindIn(folder.parent_path()) : m_otherwise;
     m_found.emplace(folder, options);
     return options;
 }

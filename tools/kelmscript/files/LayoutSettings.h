@@ -1,11 +1,17 @@
 #pragma once
 
+#include "../reporting/Diagnostics.h"
+
 #include <kelmDocument/Format.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace kelm::tool
 {
@@ -16,13 +22,26 @@ namespace kelm::tool
 class LayoutSettings
 {
 public:
-    // Of a file; of standard input those of the current folder. Nothing, after the error was reported, where the
-    // settings are wrong.
+    // Is told what is wrong, with its place where that is in a text.
+    using Complain = std::function<void(const std::string& message, const SourceText* text, std::size_t place)>;
+    static void Report(const std::string& message, const SourceText* text, std::size_t place);
+
+    // With what holds where settings say nothing.
+    explicit LayoutSettings(const FormatOptions& otherwise = {}, Complain complain = Report)
+        : m_otherwise(otherwise), m_complain(std::move(complain))
+    {
+    }
+
+    // Of a file; of standard input those of the current folder. Nothing, after the complaint, where the settings are
+    // wrong.
     std::optional<FormatOptions> Find(const std::string& path);
 
 private:
     std::optional<FormatOptions> FindIn(const std::filesystem::path& folder);
+    std::optional<FormatOptions> Read(const std::string& path) const;
 
+    FormatOptions m_otherwise;
+    Complain m_complain;
     std::map<std::filesystem::path, std::optional<FormatOptions>> m_found; // by folder
 };
 

@@ -5,6 +5,7 @@
 #include "Worker.h"
 
 #include "../files/Files.h"
+#include "../files/LayoutSettings.h"
 #include "../files/Modules.h"
 #include "../reporting/Diagnostics.h"
 
@@ -112,6 +113,8 @@ public:
 
     void UseTypes(const TypeSettings& settings) override;
     bool ReadText(const std::string& uri, long long edition, std::string_view text) override;
+    std::optional<FormatOptions> FindLayout(const std::string& path, const FormatOptions& otherwise,
+                                            std::string& why) override;
     std::string WriteShown(const std::string& name, const std::string& text) override
     {
         return m_shown.Write(name, text);
@@ -171,6 +174,13 @@ private:
     std::map<std::string, long long> m_deadly; // texts that ended the worker
     bool m_hasClient = true;
 };
+
+std::optional<FormatOptions> Host::FindLayout(const std::string& path, const FormatOptions& otherwise, std::string& why)
+{
+    const auto complain = [&](const std::string& message, const SourceText* text, std::size_t)
+    { why = text != nullptr ? std::string(text->m_name) + ": " + message : message; };
+    return LayoutSettings(otherwise, complain).Find(path); // which may be other ones than before
+}
 
 // --- Types
 
