@@ -7,6 +7,7 @@
 #include <kelm/private/errors/Suggest.h>
 #include <kelmDocument/Items.h>
 #include <klUtils/StableSort.h>
+#include <klUtils/text/QualifiedName.h>
 
 #include <algorithm>
 
@@ -200,6 +201,7 @@ private:
             return;
         const std::size_t begin = brackets.m_span.m_begin;
         const std::size_t end = brackets.m_span.m_end;
+        const std::string opening = begin > 0 && IsIdentifierCharacter(GetText()[begin - 1]) ? " {" : "{";
         Change change{"Write the members' names", false, {}};
         std::size_t index = 0;
         ItemWalk items(m_document, brackets);
@@ -209,7 +211,8 @@ private:
             if (index >= frame.m_class->m_members.size() || item.m_value.IsEmpty())
                 return;
             if (isFirst)
-                change.m_replacements.push_back({{begin, begin + 1}, item.m_value.m_begin == begin + 1 ? "{ " : "{"});
+                change.m_replacements.push_back(
+                    {{begin, begin + 1}, opening + (item.m_value.m_begin == begin + 1 ? " " : "")});
             isFirst = false;
             change.m_replacements.push_back(
                 {{item.m_value.m_begin, item.m_value.m_begin}, frame.m_class->m_members[index].m_name + " = "});
@@ -221,7 +224,7 @@ private:
             }
         }
         if (isFirst)
-            change.m_replacements.push_back({{begin, begin + 1}, "{"});
+            change.m_replacements.push_back({{begin, begin + 1}, opening});
         const bool isSpaced = isFirst || ScanPartEndsInSpace(end - 1);
         change.m_replacements.push_back({{end - 1, end}, isSpaced ? "}" : " }"});
         m_changes.push_back(std::move(change));

@@ -474,7 +474,9 @@ void Layout::NameItems(const Part& brackets, std::span<const std::string_view> n
                         std::string(i < names.size() ? names[i] : std::string_view()) + " = ");
     }
     const std::size_t begin = brackets.m_span.m_begin;
-    m_document.Edit({begin, begin + 1}, IsSpace(GetText()[begin + 1]) ? "{" : "{ ");
+    const bool isBehindName = begin > 0 && IsInWord(GetText()[begin - 1]);
+    m_document.Edit({begin, begin + 1},
+                    (isBehindName ? " {" : "{") + std::string(IsSpace(GetText()[begin + 1]) ? "" : " "));
 }
 
 } // namespace kelm::editing

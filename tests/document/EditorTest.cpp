@@ -328,7 +328,7 @@ TEST(Editor, RemovesEveryMentionWithItsComments)
          "yard::Ship { marks = [(1, 2) -> \"b\"] }"},
         // A member of a positional body turns that body alone into a named one.
         {"yard::Ship { crates = [(\"a\", 2, Point(1, 2), [], null)] }", ".crates[0].place.x", "",
-         "yard::Ship { crates = [(\"a\", 2, Point{ y = 2 }, [], null)] }"},
+         "yard::Ship { crates = [(\"a\", 2, Point { y = 2 }, [], null)] }"},
         {"yard::Ship { origin = (\n  1, // across\n  2  // up\n) }", ".origin.x", "",
          "yard::Ship { origin = {\n  y = 2  // up\n} }"},
         {"yard::Ship { origin = (1, 2) origin = { x = 4 } }", ".origin.x", "",
