@@ -384,6 +384,7 @@ TEST(PublishedFunctionsDeathTest, AreDescribedByteForByte)
 
 // --- The library -----------------------------------------------------------------------------------------------------
 
+#ifdef KELM_TEST_SHARED
 TEST(Library, ExportsItsRegistrationByTheirPlainNames)
 {
     EXPECT_EQ(dlsym(RTLD_DEFAULT, "Register_Project_klKelmScript"),
@@ -403,6 +404,7 @@ TEST(Library, IsLoadedWithAllThatItStandsOn)
             dlclose(library);
     }
 }
+#endif
 
 } // namespace
 } // namespace kelm

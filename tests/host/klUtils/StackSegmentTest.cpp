@@ -5,6 +5,7 @@
 #include <support/DeepStack.h>
 #include <support/Depth.h>
 #include <support/Expect.h>
+#include <support/NoMoreMemory.h>
 
 #include <gtest/gtest.h>
 
@@ -191,6 +192,24 @@ TEST(CallWithEnoughStack, RunsInPlaceWhileThereIsRoom)
     CallWithEnoughStack([&]() noexcept { there = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0)); });
     const auto here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
     EXPECT_LT(here > there ? here - there : there - here, std::uintptr_t(64) * 1024);
+}
+
+TEST(CallWithEnoughStack, RunsInPlaceWhereNoSegmentIsToBeHad)
+{
+    if (!NoMoreMemory::CanBe())
+        GTEST_SKIP() << "memory cannot run out here";
+    std::ptrdiff_t distance = 0;
+    RunOnThread(s_smallStack,
+                [&]
+                {
+                    EXPECT_TRUE(IsStackLow());
+                    const NoMoreMemory none;
+                    const auto* const here = static_cast<char*>(__builtin_frame_address(0));
+                    CallWithEnoughStack([&]() noexcept
+                                        { distance = here - static_cast<char*>(__builtin_frame_address(0)); });
+                });
+    EXPECT_GT(distance, 0);
+    EXPECT_LT(distance, static_cast<std::ptrdiff_t>(s_smallStack));
 }
 
 } // namespace

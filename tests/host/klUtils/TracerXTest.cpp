@@ -1,13 +1,17 @@
 #include <klUtils/TracerX.h>
 
+#include <support/DeepStack.h>
 #include <support/Expect.h>
+#include <support/NoMoreMemory.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace kelm
@@ -59,6 +63,29 @@ TEST(TracerX, WritesToStandardErrorWhereNoSinkIsInstalled)
         tracer << "to the standard error\n";
     }
     EXPECT_EQ(::testing::internal::GetCapturedStderr(), "to the standard error\n");
+}
+
+TEST(TracerX, IsLostWhereThereIsNoMemoryForIt)
+{
+    if (!NoMoreMemory::CanBe())
+        GTEST_SKIP() << "memory cannot run out here";
+    Recorder recorder;
+    const xstring piece(std::string(std::size_t(1) << 20, 'x'));
+    RunOnThread(1 << 20,
+                [&]
+                {
+                    std::optional<TracerX> tracer(std::in_place);
+                    for (int i = 0; i < 64; ++i) // more than any free piece of the heap
+                        *tracer << piece;
+                    const NoMoreMemory none;
+                    tracer.reset();
+                });
+    EXPECT_TRUE(recorder.m_texts.empty());
+    {
+        TracerX tracer;
+        tracer << "again";
+    }
+    EXPECT_EQ(recorder.m_texts.size(), 1U);
 }
 
 TEST(TracerX, OfManyThreadsArriveWhole)

@@ -301,6 +301,9 @@ TYPED_TEST(BasicString, TooLongForAnyMemoryThrowsAndIsUnchanged)
         EXPECT_THROW(string.reserve(s_huge), std::bad_alloc);
         EXPECT_THROW(string.resize(s_huge), std::bad_alloc);
         EXPECT_THROW(string.append(string.data(), s_huge), std::bad_alloc);
+        const std::basic_string_view<TypeParam> huge(string.data(), std::size_t(s_huge) / sizeof(TypeParam));
+        EXPECT_THROW(string.prepend(huge), std::bad_alloc);
+        EXPECT_THROW(string + huge, std::bad_alloc);
         ExpectHolds(string, Pattern<TypeParam>(length));
     }
 }

@@ -121,15 +121,6 @@ public:
 
     bool IsQuoted() const { return Is(TOKEN_DOUBLE_QUOTED_STRING) || Is(TOKEN_SINGLE_QUOTED_STRING); }
 
-    // Of a quoted literal: its contents in place of `out`. Throws LiteralException, with `out` as it was.
-    void GetString(xstring& out) const
-    {
-        if (m_token.m_escape == nullptr)
-            ReadQuoted(GetText(), nullptr, out);
-        else
-            GetToken().GetLiteralString(out);
-    }
-
     // Whether the contents of a quoted literal are its very characters.
     bool IsVerbatim() const { return m_token.m_escape == nullptr; }
 

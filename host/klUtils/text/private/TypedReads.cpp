@@ -37,7 +37,7 @@ namespace
     xstring contents;
     try
     {
-        cursor.GetString(contents);
+        cursor.GetToken().GetLiteralString(contents);
     }
     catch (const LiteralException& e)
     {

@@ -37,7 +37,28 @@ struct Refusing
 
 using Extent = xvariant<std::monostate, double, Box, xstring>;
 
+// Larger than what is made on the stack.
+struct Sheet
+{
+    int32 m_number = 0;
+    char m_cells[1000] = {};
+};
+
 } // namespace
+
+TEST(Xvariant, HoldsLargeAlternatives)
+{
+    xvariant<int32, Sheet> variant(5);
+    Sheet sheet{7};
+    sheet.m_cells[999] = 'x';
+    variant = sheet;
+    EXPECT_EQ(variant.Get<1>().m_number, 7);
+    EXPECT_EQ(variant.Get<1>().m_cells[999], 'x');
+    variant = Sheet(variant.Get<1>()); // of its own
+    EXPECT_EQ(variant.Get<1>().m_number, 7);
+    variant = 6;
+    EXPECT_EQ(variant.Get<0>(), 6);
+}
 
 TEST(Xvariant, LiesInMemoryAsReflectionExpects)
 {

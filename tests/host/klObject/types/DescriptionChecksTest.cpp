@@ -1,6 +1,8 @@
 // Descriptions that no compiler makes.
 
 #include <klObject/types/Registry.h>
+#include <support/DeepStack.h>
+#include <support/Depth.h>
 #include <support/Expect.h>
 
 #include <gtest/gtest.h>
@@ -172,6 +174,82 @@ TEST(ClassCircles, ThroughContainersAreNone)
               NSE_OK);
     EXPECT_EQ(Register(Made::Class("tree::Pair", 48, {{{FT_CLASS, 0, 0}}, {{FT_CLASS, 0, 0}, 24}}, {"tree::Node"})),
               NSE_OK);
+}
+
+// As deep as memory goes, whatever the stack.
+TEST(ClassCircles, AreSoughtToAnyDepth)
+{
+    constexpr int depth = 2000;
+    const auto name = [](int i) { return "hollow::C" + std::to_string(i); };
+    const auto make = [&](int i) { return Made::Class(name(i), 8, {{{FT_CLASS, 0, 0}}}, {name(i - 1)}); };
+    RunOnThread(s_smallStack,
+                [&]
+                {
+                    for (int i = 1; i < depth; ++i) // the innermost one is missing: none of them is whole
+                        ASSERT_EQ(Register(make(i)), NSE_OK);
+                    const auto* const last = Made::Class(name(0), 8, {{{FT_CLASS, 0, 0}}}, {name(depth - 1)});
+                    EXPECT_THROW(Register(last), KelmAssertionError);
+                });
+}
+
+// Two ways to one that is not whole yet.
+TEST(ClassCircles, AreNoneWhereWaysMeet)
+{
+    const auto make = [](const char* owner, const std::vector<std::string>& parts)
+    {
+        std::vector<Made::Member> members;
+        for (std::size_t i = 0; i < parts.size(); ++i)
+            members.push_back({{FT_CLASS, static_cast<int>(i), 0}});
+        return Made::Class(owner, 0, members, parts);
+    };
+    EXPECT_EQ(Register(make("meet::Low", {"meet::Missing"})), NSE_OK);
+    EXPECT_EQ(Register(make("meet::Left", {"meet::Low"})), NSE_OK);
+    EXPECT_EQ(Register(make("meet::Right", {"meet::Low"})), NSE_OK);
+    EXPECT_EQ(Register(make("meet::Top", {"meet::Left", "meet::Right"})), NSE_OK);
+    EXPECT_TRUE(IsRefused(make("meet::Missing", {"meet::Top"}),
+                          "class meet::Missing contains itself: meet::Missing, meet::Top, meet::Left, meet::Low, "
+                          "meet::Missing"));
+}
+
+TEST(Types, AreFollowedToAnyDepth)
+{
+    constexpr int depth = 2000;
+    std::vector<int> keys(depth, FT_MAP); // whose keys are maps
+    keys.insert(keys.end(), depth + 1, FT_INT32);
+    std::vector<int> items(depth, MDT_LIST_0 + 1);
+    items.insert(items.end(), {MDT_BOOL, 1, FT_INT64});
+    RunOnThread(s_smallStack,
+                [&]
+                {
+                    EXPECT_EQ(Register(Made::Class("deep::Keys", 100, {{keys}})), NSE_OK);
+                    EXPECT_EQ(Register(Made::Class("deep::Items", 8, {{items}})), NSE_OK);
+                    EXPECT_TRUE(IsRefused(Made::Class("deep::Small", 4, {{items}}),
+                                          "member m0 lies outside of class deep::Small"));
+                });
+}
+
+// Nobody can have a variable of such a type; whoever asks for its size is refused.
+TEST(Types, MayBeTooLargeForAnySize)
+{
+    const std::vector<int> array = {FT_ARRAY, 0xFF, 0xFF, 0xFF, 0x7F};
+    const auto nested = [&](std::initializer_list<int> element)
+    {
+        std::vector<int> type = array;
+        type.insert(type.end(), array.begin(), array.end());
+        type.insert(type.end(), element);
+        return type;
+    };
+    EXPECT_EQ(Register(Made::Class("huge::Numbers", 64, {{nested({FT_INT64})}})), NSE_OK);
+    EXPECT_EQ(Register(Made::Class("huge::Lists", 64, {{nested({FT_VECTOR, FT_INT32})}})), NSE_OK);
+}
+
+TEST(Types, MayHaveNamesWithoutATable)
+{
+    static constexpr uint8 s_code[] = {FT_CLASS, 0, 0};
+    static const ReflectedField s_fields[] = {{"part", 0, s_code}};
+    static const ReflectedClass s_class = {
+        .m_name = "tableless::C", .m_size = 8, .m_fields = s_fields, .m_numFields = 1};
+    EXPECT_EQ(Register(&s_class), NSE_OK);
 }
 
 TEST(Members, LieInTheirInstances)

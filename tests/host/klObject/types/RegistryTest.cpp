@@ -1,5 +1,6 @@
 #include <klObject/types/Registry.h>
 
+#include <klObject/describe/Describe.h>
 #include <klObject/objects/IObject.h>
 #include <klObject/types/ClassModel.h>
 #include <support/Expect.h>
@@ -75,6 +76,14 @@ TEST(RegistryNames, AreIdentifiersBetweenDoubleColons)
         EXPECT_EQ(RegisterClass(row.m_name), row.m_error) << row.m_name;
         EXPECT_EQ(TryFindReflectedClass(row.m_name) != nullptr, row.m_error == NSE_OK) << row.m_name;
     }
+}
+
+TEST(RegistryNames, OfDescribedInterfacesAreTakenOnce)
+{
+    static const ReflectedInterface s_interface = {.m_name = "registryTaken::Described"};
+    RegisterDescriptor(s_interface, nullptr);
+    EXPECT_EQ(TryFindReflectedInterface("registryTaken::Described"), &s_interface);
+    EXPECT_THROW(RegisterDescriptor(s_interface, nullptr), KelmAssertionError);
 }
 
 TEST(RegistryNames, AreTakenOnceWhateverTheKindOfDescriptor)

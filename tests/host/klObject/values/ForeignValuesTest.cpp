@@ -131,6 +131,16 @@ TEST(ForeignValues, AreOrderedByWhatTheyHold)
     ExpectOrdered<std::set<int32>>({1}, {2});
 }
 
+TEST(ForeignValues, OfSetsLoseTheirElementsByKey)
+{
+    std::set<int32> set = {1, 2};
+    const ForeignMapFns& fns = *TypeOf<std::set<int32>>().GetForeignType().m_map;
+    const int32 present = 1, absent = 3;
+    EXPECT_TRUE(fns.Erase(&set, &present));
+    EXPECT_FALSE(fns.Erase(&set, &absent));
+    EXPECT_EQ(set, std::set<int32>{2});
+}
+
 // A class of one member of that type, as described in one of several places.
 const ReflectedClass& ClassOf(const ReflectionByteCode& type, int name)
 {
@@ -186,6 +196,15 @@ TEST(ForeignTypes, AreToldApart)
 TEST(ForeignTypes, AreTheSameByWhatTheySay)
 {
     const ForeignType& type = TypeOf<std::variant<int32, bool>>().GetForeignType();
+    const auto byOtherTable = [&]
+    {
+        static constexpr uint8 s_code[] = {FT_FOREIGN, 0, 0};
+        static std::deque<ConstStringZ> s_tables;
+        s_tables.push_back(&type.m_form);
+        return ReflectionByteCode{s_code, &s_tables.back()};
+    };
+    UsedTypes().Add(ClassOf(byOtherTable(), 999), nullptr);
+    EXPECT_NO_THROW(UsedTypes().Add(ClassOf(byOtherTable(), 999), nullptr));
     constexpr ConstStringZ same[] = {"int32", "bool"}, other[] = {"int32", "truth"}, unnamed[] = {"int32", nullptr};
     struct Row
     {

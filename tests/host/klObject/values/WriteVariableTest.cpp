@@ -3,14 +3,19 @@
 #include <host/klObject/DescribedTypes.h>
 
 #include <klObject/objects/Collector.h>
+#include <support/DeepStack.h>
 #include <support/Depth.h>
 #include <support/Expect.h>
+#include <support/NoMoreMemory.h>
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <limits>
+#include <optional>
+#include <stdexcept>
 #include <string>
+#include <variant>
 
 // A name that a data source cannot give.
 struct null
@@ -34,6 +39,36 @@ struct Holder
     kelm::xmap<kelm::xvector<int>, int> m_byList;
     kelm::xvector<kelm::pref<described::Person>> m_references;
     kelm::xvector<kelm::xset<int>> m_sets;
+};
+
+// Begins with what a text cannot take away.
+struct Gifted
+{
+    Gifted()
+    {
+        const kelm::ptr<kelm::IObject> person = kelm::CreateGcObject<described::Person>();
+        kelm::RegisterGcObject(person);
+        m_gift.Set(kelm::QueryPersistable(person));
+    }
+
+    kelm::pref<described::Person> m_gift;
+};
+
+// Begins with texts, and a number that a text can take away.
+struct Labelled
+{
+    kelm::xvector<kelm::xstring> m_labels = {"first"};
+    std::optional<int> m_number = 5;
+    kelm::xvector<kelm::xvector<int>> m_rows[2];
+};
+
+// Refuses to be made of a number, so that a variant of it is left without a value.
+struct Breaking
+{
+    Breaking() = default;
+    explicit Breaking(double) { throw std::runtime_error("refused"); }
+
+    kelm::xstring m_x;
 };
 
 struct Opaque
@@ -131,6 +166,9 @@ struct Unregistered
 KELM_CLASS(written::Unregistered, KELM_MODEL(m_number))
 KELM_CLASS(written::Prefilled, KELM_MODEL(m_list), KELM_MODEL(m_map))
 KELM_CLASS(written::Holder, KELM_MODEL(m_elements), KELM_MODEL(m_byList), KELM_MODEL(m_references), KELM_MODEL(m_sets))
+KELM_CLASS(written::Gifted, KELM_MODEL(m_gift))
+KELM_CLASS(written::Labelled, KELM_MODEL(m_labels), KELM_MODEL(m_number), KELM_MODEL(m_rows))
+KELM_CLASS(written::Breaking, KELM_MODEL(m_x))
 KELM_CLASS(written::Opaque, kelm::NotCreatable())
 KELM_CLASS(written::OpaqueHolder, KELM_MODEL(m_opaque))
 KELM_CLASS(written::Measured, KELM_MODEL(m_samples))
@@ -155,7 +193,8 @@ void RegisterTypesOnce()
     RegisterDescribedTypes();
     static const bool s_once = []
     {
-        RegisterTypes<Prefilled, Holder, Opaque, OpaqueHolder, Measured, LongNames, null, Ambiguous, Named>(nullptr);
+        RegisterTypes<Prefilled, Holder, Gifted, Labelled, Breaking, Opaque, OpaqueHolder, Measured, LongNames, null,
+                      Ambiguous, Named>(nullptr);
         RegisterReflectedEnum(&GetGrade(), nullptr);
         RegisterReflectedEnum(&GetTwins(), nullptr);
         for (const ReflectedClass& rc : s_classesByHand)
@@ -561,6 +600,43 @@ TEST(WriteContainers, ComparesScalarsThatAreThereBeforeAsBytes)
                                                               "are there before reading, which only appends"));
 }
 
+TEST(WriteContainers, ComparesTextsThatAreThereBefore)
+{
+    Labelled labelled;
+    EXPECT_EQ(Text(labelled), "Labelled{m_labels=[] m_number=5 m_rows=[[],[]]}");
+    labelled.m_labels.push_back("second");
+    EXPECT_EQ(Text(labelled), "Labelled{m_labels=[\"second\"] m_number=5 m_rows=[[],[]]}");
+    labelled.m_labels[0] = "other";
+    EXPECT_TRUE(ThrowsWriteException([&] { Text(labelled); },
+                                     ".m_labels: it does not begin with the 1 elements that are there "
+                                     "before reading, which only appends"));
+}
+
+TEST(WriteContainers, WritesListsOfListsWhateverTheStack)
+{
+    Labelled labelled;
+    labelled.m_rows[1] = {{1, 2}, {}};
+    for (const std::size_t stackSize : {s_smallStack, std::size_t(1) << 20})
+    {
+        std::string text;
+        RunOnThread(stackSize, [&] { text = Text(labelled); });
+        EXPECT_EQ(text, "Labelled{m_labels=[] m_number=5 m_rows=[[],[[1,2],[]]]}");
+    }
+}
+
+TEST(WriteContainers, TakesAwayWhatIsThereBeforeWhereATextCan)
+{
+    Labelled labelled;
+    labelled.m_number.reset();
+    EXPECT_EQ(Text(labelled), "Labelled{m_labels=[] m_number=null m_rows=[[],[]]}");
+    Gifted gifted;
+    EXPECT_EQ(Text(gifted).substr(0, 32), "Gifted{m_gift=described::Person{");
+    gifted.m_gift = {};
+    EXPECT_TRUE(ThrowsWriteException(
+        [&] { Text(gifted); }, ".m_gift: creation gives this member a value, which data sources cannot take away"));
+    CollectGarbage();
+}
+
 TEST(WriteContainers, WritesKeysOnTopOfTheKeyBefore)
 {
     Holder holder;
@@ -584,6 +660,17 @@ TEST(WriteVariant, WritesTheAlternativesNameAndItsValue)
     list.Get<4>().push_back(xstring("text"));
     EXPECT_EQ(Text(list), "list [boolean true,text \"text\"]");
     EXPECT_EQ(Text(Named(5)), "int32 5");
+}
+
+TEST(WriteVariant, RefusesOneWithoutAValue)
+{
+    RegisterTypesOnce();
+    using Choice = std::variant<int, Breaking>;
+    Choice choice = 1;
+    EXPECT_EQ(Text(choice), "int32 1");
+    EXPECT_THROW(choice.emplace<1>(0.5), std::runtime_error);
+    ASSERT_TRUE(choice.valueless_by_exception());
+    EXPECT_TRUE(ThrowsWriteException([&] { Text(choice); }, "this variant holds no value"));
 }
 
 TEST(WriteVariant, UsesANameThatReadsAsThatAlternative)
@@ -702,6 +789,25 @@ TEST(WriteObject, RefusesPersistentReferencesThatHaveNoForm)
     ann->GetEmployer().SetObjectId(17);
     EXPECT_TRUE(ThrowsWriteException([&] { TextOfObject(ann.Get()); },
                                      ".m_employer: the object 17 of the persistent reference is not to be had"));
+}
+
+TEST(WriteObject, WritesNothingWhereThereIsNoMemoryForIt)
+{
+    if (!NoMoreMemory::CanBe())
+        GTEST_SKIP() << "memory cannot run out here";
+    xvector<xstring> texts;
+    for (int i = 0; i < 64; ++i) // more than any free piece
+        texts.push_back(xstring(std::string(std::size_t(1) << 20, 'x')));
+    RegisterTypesOnce();
+    StringStream os(64);
+    RunOnThread(std::size_t(1) << 20,
+                [&]
+                {
+                    static constexpr uint8 s_code[] = {FT_VECTOR, FT_STRING8};
+                    const NoMoreMemory none;
+                    EXPECT_THROW(WriteVariable(os, {s_code, nullptr}, &texts), std::bad_alloc);
+                });
+    EXPECT_TRUE(os.GetString().empty());
 }
 
 TEST(WriteObject, WritesNothingWhereItThrows)

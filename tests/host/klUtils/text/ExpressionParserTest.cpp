@@ -428,5 +428,16 @@ TEST(FloatReads, OfFloat32GiveTheNearestOne)
         }
 }
 
+TEST(ExpressionParser, KnowsNoFile)
+{
+    ExpressionParser parser;
+    parser.Init("1");
+    xstring file("before");
+    ssize_t line = 7;
+    EXPECT_FALSE(parser.GetFilenameAndLineNumberAtCurrentPosition(file, line));
+    EXPECT_EQ(file, "before");
+    EXPECT_EQ(line, 7);
+}
+
 } // namespace
 } // namespace kelm
