@@ -6,6 +6,7 @@
 #include <kelm/private/errors/Source.h>
 #include <kelmDocument/Diagnose.h>
 #include <support/Cases.h>
+#include <support/OwnMembers.h>
 #include <support/ReferenceTexts.h>
 
 #include <gtest/gtest.h>
@@ -104,6 +105,41 @@ TEST(Diagnose, GoesByTheRulesOfAProgramsTypes)
               "23 [1] Expected string when read 1\n55 [x] Expected int32 when read x\n");
     EXPECT_EQ(Told(shelf, Diagnose(shelf, DocumentPolicy::Of<Root<orders::Shelf>>())),
               "23 [1] Expected string when read 1\n55 [x] Expected int32 when read x\n");
+}
+
+TEST(Diagnose, GoesOnInMembersOfOurOwnTypes)
+{
+    kelm::Register<own::Person>();
+    const DiagnosticRow rows[] = {
+        {"{ map = [1 -> [1], 2 -> [2], 1 -> [3]] }", ""},
+        {"{ map = [1 -> [x], 1 -> [y, 2], z -> []] cached = a }",
+         "15 [x] Expected int32 when read x\n25 [y] Expected int32 when read y\n32 [z] Expected int32 when read z\n50 "
+         "[a] Expected int32 when read a\n"},
+        {"{ choice = list [1, x] cached = y }",
+         "20 [x] Expected int32 when read x\n32 [y] Expected int32 when read y\n"},
+        {"{ choice = text 'a' cached = y }", "11 [text] Unknown member 'text' of variant own::Choice (there are int32, "
+                                             "string and list)\n29 [y] Expected int32 when read y\n"},
+        {"{ owner = null cached = x }",
+         "10 [null] Expected object when read null\n24 [x] Expected int32 when read x\n"},
+        {"{ owner = own::Person { name = 1 } cached = x }",
+         "31 [1] Expected string when read 1\n44 [x] Expected int32 when read x\n"},
+        {"{ both = [x, y] cached = z }", "10 [x] Expected int32 when read x\n13 [y] Expected bool when read y (a bool "
+                                         "is true or false)\n25 [z] Expected int32 when read z\n"},
+        {"{ both = [1] cached = x }", "11 []] Expected , when read ]\n22 [x] Expected int32 when read x\n"},
+        {"{ cached = 1 cached = x }",
+         "13 [cached] Member 'cached' of class own::Holder is written twice\n22 [x] Expected int32 when read x\n"},
+    };
+    for (const DiagnosticRow& row : rows)
+        EXPECT_EQ(Told(row.m_text, Diagnose(row.m_text, DocumentPolicy::Of<Root<own::Holder>>())), row.m_told)
+            << row.m_text;
+}
+
+TEST(Diagnose, TellsAHundredErrorsAtMost)
+{
+    std::string text = "[";
+    for (int i = 0; i < 150; ++i)
+        text += i == 0 ? "x" : ", x";
+    EXPECT_EQ(Diagnose(text + "]", DocumentPolicy::Of<std::vector<int>>()).size(), 100U);
 }
 
 // --- On texts that are damaged

@@ -195,6 +195,15 @@ TEST(Scope, NamesAreCheckedHiddenAndReplaced)
     EXPECT_EQ(Evaluate<int>("name0 + name500 + name999", moved), 1499);
 }
 
+TEST(Scope, MayHoldNothingUnderAName)
+{
+    Scope scope;
+    scope.Set("none", Value());
+    for (const Language language : {Language::Exact, Language::Natural})
+        EXPECT_STREQ(TryEvaluate("string(none)", scope, language).GetError().what(),
+                     "<text>:1:8: error: No implicit conversion from value void to string8\nstring(none)\n       ^~~~");
+}
+
 TEST(Scope, HasNoNamesOnceItIsMovedFrom)
 {
     const auto message = [](const Scope& scope) { return TryEvaluate("a", scope).GetError().GetMessage(); };
