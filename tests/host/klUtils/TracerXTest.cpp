@@ -71,7 +71,7 @@ TEST(TracerX, IsLostWhereThereIsNoMemoryForIt)
         GTEST_SKIP() << "memory cannot run out here";
     Recorder recorder;
     const xstring piece(std::string(std::size_t(1) << 20, 'x'));
-    RunOnThread(1 << 20,
+    RunOnThread(s_smallStack,
                 [&]
                 {
                     std::optional<TracerX> tracer(std::in_place);
