@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 namespace kelm
 {
 
@@ -142,6 +144,39 @@ TEST(Types, WriteTheSameCatalogueToAFileAndToStandardOutput)
     EXPECT_EQ(run({"types", "--json"}), (ProgramResult{0, dumped, ""}));
     EXPECT_THAT(dumped, ::testing::StartsWith("{\n  \"kelmscriptTypes\": 1,\n"));
     EXPECT_THAT(dumped, ::testing::HasSubstr("\"name\": \"garden::Plan\",\n      \"module\": \"Kelm/Examples/"));
+}
+
+// Neither sizes nor offsets, which are not those of the program's types.
+TEST(Types, OfACatalogueAreShownAsItTellsOfThem)
+{
+    const TemporaryFolder folder;
+    const std::string file = folder.GetPath() / "types.json";
+    std::ofstream(file) << R"({"kelmscriptTypes": 1, "classes": [
+        {"name": "a::Part", "module": "A/Parts", "interfaces": ["kelm::IObject"], "creatable": true, "members": [
+            {"name": "sizes", "type": {"kind": "array", "text": "int32[2]", "count": 2,
+                                       "parts": [{"kind": "integer", "text": "int32", "name": "int32"}]},
+             "default": "[1,2]"},
+            {"name": "kind", "type": {"kind": "enum", "text": "a::Kind", "name": "a::Kind"}, "default": "ONE",
+             "required": true, "checked": true}]}],
+        "enums": [{"name": "a::Kind", "enumerators": [{"name": "ONE", "value": 0}, {"name": "TWO", "value": 5}]}],
+        "variants": [{"name": "a::Pick", "alternatives": [
+            {"name": "a::Part", "type": {"kind": "class", "text": "a::Part", "name": "a::Part"}}]}],
+        "typedefs": [{"name": "a::Count", "type": {"kind": "integer", "text": "int32", "name": "int32"}}]})";
+    const struct
+    {
+        const char* m_name;
+        const char* m_shown;
+    } rows[] = {
+        {"Part", "class a::Part  // can be created, implements kelm::IObject, target A/Parts\n{\n"
+                 "    int32 sizes[2] = [1,2];\n"
+                 "    a::Kind kind = ONE;      // required, checked\n};\n"},
+        {"Kind", "enum a::Kind\n{\n    ONE = 0,\n    TWO = 5,\n};\n"},
+        {"Pick", "variant a::Pick\n{\n    a::Part: a::Part;\n};\n"},
+        {"Count", "typedef int32 a::Count;\n"},
+        {"IObject", "interface kelm::IObject;\n"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(RunTool({"types", "--catalogue", file, row.m_name}), (ProgramResult{0, row.m_shown, ""}));
 }
 
 TEST(Types, WriteTheCatalogueOfOne)

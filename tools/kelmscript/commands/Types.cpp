@@ -10,6 +10,7 @@
 #include <kelm/private/types/Names.h>
 #include <kelm/private/types/TypeCatalogue.h>
 #include <kelm/private/types/TypeText.h>
+#include <kelmLanguage/Descriptions.h>
 #include <kelmLanguage/Schema.h>
 #include <klKelmScript/ParseDataSource.h>
 #include <klObject/types/ClassModel.h>
@@ -17,7 +18,10 @@
 #include <klPersistStore/Target.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <initializer_list>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace kelm::tool
@@ -163,6 +167,66 @@ void Show(const ReflectedGlobalFunction& function)
     PutLine(typeText(function.m_returnType.m_bc) + " " + function.m_name + "(" + arguments + ");");
 }
 
+// --- One of a catalogue, which knows no sizes, offsets or releases
+
+using language::DeclarationOf;
+
+// What follows what is declared: "x" and "y" make "  // x, y".
+std::string Remarks(std::initializer_list<std::string> remarks)
+{
+    std::string text;
+    for (const std::string& remark : remarks)
+        if (!remark.empty())
+            text += (text.empty() ? "" : ", ") + remark;
+    return text;
+}
+
+void PutTold(const std::string& declaration, const std::string& remarks, const std::vector<Row>& rows)
+{
+    PutLine(declaration + (remarks.empty() ? "" : "  // " + remarks));
+    PutBody(rows);
+}
+
+std::string TargetOf(const CatalogueEntry& entry)
+{
+    return entry.m_module.empty() ? std::string() : "target " + entry.m_module;
+}
+
+void Show(const CatalogueClass& entry)
+{
+    std::string interfaces;
+    for (const std::string& name : entry.m_interfaces)
+        interfaces += (interfaces.empty() ? "implements " : " and ") + name;
+    std::vector<Row> rows;
+    for (const CatalogueMember& member : entry.m_members)
+        rows.push_back({DeclarationOf(member) + ";",
+                        Remarks({member.m_isRequired ? "required" : "", member.m_isChecked ? "checked" : "",
+                                 member.m_isOfModel ? "" : "outside the model"})});
+    PutTold("class " + entry.m_name,
+            Remarks({entry.m_isCreatable ? "can be created" : "", interfaces, TargetOf(entry)}), rows);
+}
+
+void Show(const CatalogueEnum& entry)
+{
+    std::vector<Row> rows;
+    for (const CatalogueEnumerator& enumerator : entry.m_enumerators)
+        rows.push_back({enumerator.m_name + " = " + std::to_string(enumerator.m_value) + ",", {}});
+    PutTold("enum " + entry.m_name, TargetOf(entry), rows);
+}
+
+void Show(const CatalogueVariant& entry)
+{
+    std::vector<Row> rows;
+    for (const CatalogueAlternative& alternative : entry.m_alternatives)
+        rows.push_back({alternative.m_name + ": " + alternative.m_type.m_text + ";", {}});
+    PutTold("variant " + entry.m_name, TargetOf(entry), rows);
+}
+
+void Show(const CatalogueTypedef& entry)
+{
+    PutLine("typedef " + DeclarationOf(entry.m_type, entry.m_name) + ";");
+}
+
 template <class Descriptor>
 bool ShowIfFound(const Descriptor* descriptor)
 {
@@ -176,6 +240,61 @@ bool ShowRegistered(ConstStringZ name)
     return ShowIfFound(TryFindReflectedClass(name)) || ShowIfFound(TryFindReflectedVariant(name)) ||
            ShowIfFound(TryFindReflectedEnum(name)) || ShowIfFound(TryFindReflectedTypedef(name)) ||
            ShowIfFound(TryFindReflectedInterface(name)) || ShowIfFound(TryFindReflectedGlobalFunction(name));
+}
+
+bool ShowTold(const std::string& name)
+{
+    const language::Types& told = ToldTypes();
+    return ShowIfFound(told.FindClass(name)) || ShowIfFound(told.FindEnum(name)) ||
+           ShowIfFound(told.FindVariant(name)) || ShowIfFound(told.FindTypedef(name));
+}
+
+// What catalogues tell of types beside what is registered: documentation, where they are described, their targets, and
+// that values are checked, though here everything is accepted.
+template <class Part, class Take>
+void TakeOfParts(std::vector<Part>& parts, const std::vector<Part>& told, const Take& take)
+{
+    for (std::size_t i = 0; i < std::min(parts.size(), told.size()); ++i)
+        if (parts[i].m_name == told[i].m_name)
+            take(parts[i], told[i]);
+}
+
+void TakeParts(CatalogueClass& entry, const CatalogueClass& told)
+{
+    TakeOfParts(entry.m_members, told.m_members,
+                [](CatalogueMember& member, const CatalogueMember& other)
+                {
+                    member.m_doc = other.m_doc;
+                    member.m_isChecked = other.m_isChecked;
+                });
+}
+
+void TakeParts(CatalogueEnum& entry, const CatalogueEnum& told)
+{
+    TakeOfParts(entry.m_enumerators, told.m_enumerators,
+                [](CatalogueEnumerator& enumerator, const CatalogueEnumerator& other)
+                { enumerator.m_doc = other.m_doc; });
+}
+
+void TakeParts(CatalogueEntry&, const CatalogueEntry&) {}
+
+TypeCatalogue WithTold(TypeCatalogue catalogue)
+{
+    const language::Types& told = ToldTypes();
+    const auto take = [](auto& entries, const auto& find)
+    {
+        for (auto& entry : entries)
+            if (const auto* const other = find(entry.m_name))
+            {
+                static_cast<CatalogueEntry&>(entry) = *other;
+                TakeParts(entry, *other);
+            }
+    };
+    take(catalogue.m_classes, [&](const std::string& name) { return told.FindClass(name); });
+    take(catalogue.m_enums, [&](const std::string& name) { return told.FindEnum(name); });
+    take(catalogue.m_variants, [&](const std::string& name) { return told.FindVariant(name); });
+    take(catalogue.m_typedefs, [&](const std::string& name) { return told.FindTypedef(name); });
+    return catalogue;
 }
 
 } // namespace
@@ -213,7 +332,7 @@ std::optional<std::string> FindRegistered(const std::string& name)
 bool ShowType(const std::string& name)
 {
     const std::optional<std::string> found = FindRegistered(name);
-    return found && ShowRegistered(found->c_str());
+    return found && (ShowTold(*found) || ShowRegistered(found->c_str()));
 }
 
 // --- The catalogue
@@ -229,13 +348,13 @@ std::optional<std::string> CatalogueText(const Options& options)
             return std::nullopt;
         name = *found;
     }
-    if (FilesOfModules(options.m_modules).empty())
-        return JsonOf(CatalogueOfRegisteredTypes(name));
-    TypeCatalogue catalogue = CatalogueOfRegisteredTypes(name, Defaults::Untold);
-    const std::string fault = TellDefaultsBeside(catalogue.m_classes, {options.m_modules, options.m_catalogues});
+    const bool hasModules = !FilesOfModules(options.m_modules).empty();
+    TypeCatalogue catalogue = CatalogueOfRegisteredTypes(name, hasModules ? Defaults::Untold : Defaults::Told);
+    const std::string fault =
+        hasModules ? TellDefaultsBeside(catalogue.m_classes, {options.m_modules, options.m_catalogues}) : std::string();
     if (!fault.empty())
         ReportNote(fault);
-    return JsonOf(catalogue);
+    return JsonOf(WithTold(std::move(catalogue)));
 }
 
 bool DumpTypes(const std::string& file, const std::string& text)
@@ -269,7 +388,7 @@ int RunSchema(const Options& options)
     const std::optional<std::string> name = FindRegistered(options.m_name);
     if (!name)
         return EXIT_FAILED;
-    const language::Types types(CatalogueOfRegisteredTypes({}, Defaults::Untold));
+    const language::Types types(WithTold(CatalogueOfRegisteredTypes({}, Defaults::Untold)));
     const CatalogueClass* const entry = types.FindClass(*name);
     if (entry == nullptr)
     {

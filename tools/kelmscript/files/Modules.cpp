@@ -6,12 +6,14 @@
 #include <kelmLanguage/DumpedTypes.h>
 #include <kelmLanguage/Types.h>
 #include <klKelmScript/klKelmScript.h>
+#include <klObject/types/Registry.h>
 #include <klUtils/types.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <string_view>
+#include <utility>
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -120,6 +122,30 @@ bool LoadModuleOfEnvironment(const std::string& module)
     return Fail(module, "no folder of KELMSCRIPT_MODULE_PATH has it");
 }
 
+language::Types& Told()
+{
+    static language::Types s_told;
+    return s_told;
+}
+
+// Those whose names are not registered yet.
+void AddTold(const TypeCatalogue& catalogue)
+{
+    TypeCatalogue told = Told().GetCatalogue();
+    const auto add =
+        []<class Entry>(std::vector<Entry>& to, const std::vector<Entry>& from, auto* (*find)(ConstStringZ))
+    {
+        for (const Entry& entry : from)
+            if (find(entry.m_name.c_str()) == nullptr)
+                to.push_back(entry);
+    };
+    add(told.m_classes, catalogue.m_classes, TryFindReflectedClass);
+    add(told.m_enums, catalogue.m_enums, TryFindReflectedEnum);
+    add(told.m_variants, catalogue.m_variants, TryFindReflectedVariant);
+    add(told.m_typedefs, catalogue.m_typedefs, TryFindReflectedTypedef);
+    Told() = language::Types(std::move(told));
+}
+
 } // namespace
 
 bool LoadModules(const std::vector<std::string>& modules)
@@ -141,11 +167,19 @@ std::string TryLoadTypes(const std::vector<std::string>& catalogues)
             return UnreadableText(path, why);
         const std::optional<TypeCatalogue> catalogue = language::ReadTypeCatalogue(file->Source().m_text, why);
         if (catalogue)
+        {
+            AddTold(*catalogue);
             why = language::RegisterDumpedTypes(*catalogue);
+        }
         if (!why.empty())
             return "cannot load types of " + file->m_name + ": " + why;
     }
     return {};
+}
+
+const language::Types& ToldTypes()
+{
+    return Told();
 }
 
 bool LoadTypes(const std::vector<std::string>& catalogues)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <kelmLanguage/Types.h>
+
 #include <string>
 #include <vector>
 
@@ -18,6 +20,10 @@ bool LoadTypes(const std::vector<std::string>& catalogues);
 
 // The same, where nothing is reported: empty, or why not.
 std::string TryLoadTypes(const std::vector<std::string>& catalogues);
+
+// The types that are registered since catalogues told of them, as they told it: what is registered has neither all of
+// that, nor the size and the offsets of the types themselves.
+const language::Types& ToldTypes();
 
 // The files that LoadModules would load, or look for.
 std::vector<std::string> FilesOfModules(const std::vector<std::string>& modules);
