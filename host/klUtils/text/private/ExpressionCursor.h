@@ -250,7 +250,8 @@ private:
             return p;
         return SkipMoreSpace(p, m_end);
     }
-    KLUTILS_API static const char* SkipMoreSpace(const char* p, const char* end);
+    // Pure, so that members that are in registers stay there.
+    [[gnu::pure]] KLUTILS_API static const char* SkipMoreSpace(const char* p, const char* end);
 
     // Whether an operator of one character stands at `start`, and none that is longer, and no comment.
     [[gnu::always_inline]] bool IsShortOperator(const char* start) const
