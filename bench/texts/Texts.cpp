@@ -53,8 +53,9 @@ public:
             value = RandomString();
         else if constexpr (std::is_same_v<T, plain::Counts>)
         {
+            const std::string shared(m_kind.m_sharedCharacters, 'k');
             while (static_cast<long>(value.size()) < m_elements)
-                value.emplace(RandomWord(m_random, 8, 16), RandomInteger(7));
+                value.emplace(shared + RandomWord(m_random, 8, 16), RandomInteger(7));
             m_units += m_elements;
             return;
         }
@@ -214,6 +215,9 @@ const std::vector<TextKind>& GetTextKinds()
         {"strings, one character in twenty escaped", "string", strings, 5'000, compact, Characters::ManyEscaped},
         {"strings, non-ASCII", "string", strings, 5'000, compact, Characters::NonAscii},
         {"ordered map of random strings", "entry", maps, 20'000},
+        {"ordered map, keys share 8 characters", "entry", maps, 20'000, compact, Characters::Plain, false, 8},
+        {"ordered map, keys share 16 characters", "entry", maps, 20'000, compact, Characters::Plain, false, 16},
+        {"ordered map, keys share 40 characters", "entry", maps, 20'000, compact, Characters::Plain, false, 40},
         {"levels of classes", "level", {Root::Tree}, 10'000},
     };
     return kinds;

@@ -43,7 +43,8 @@ struct TextKind
     long m_elements;           // of the outermost list, about; the seed varies it
     Layout m_layout{};
     Characters m_characters = Characters::Plain;
-    bool m_areDoublesLong = false; // 17 digits; else prices, weights, coordinates of up to seven
+    bool m_areDoublesLong = false;      // 17 digits; else prices, weights, coordinates of up to seven
+    std::size_t m_sharedCharacters = 0; // with which all keys begin
 };
 
 const std::vector<TextKind>& GetTextKinds();
