@@ -5,11 +5,13 @@
 #include "Ships.h"
 
 #include <kelmDocument/Editor.h>
+#include <support/Cases.h>
 #include <support/ExpectedLeaks.h>
 #include <support/ReferenceTexts.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -20,6 +22,17 @@ namespace
 {
 
 using reference::Random;
+
+uint64 Seed(uint64 otherwise)
+{
+    return NumberIn("KELM_DOCUMENT_SEED", otherwise);
+}
+
+// No fewer than so many, of which enough are of each kind.
+uint64 NumCases(uint64 least)
+{
+    return std::max(NumberIn("KELM_DOCUMENT_CASES", least), least);
+}
 
 struct Pair
 {
@@ -57,10 +70,10 @@ TEST(Assignments, LeaveWhatEditsOneByOneLeave)
         ".pair[0]",   ".stock['rope']", ".extent.radius",     ".tags[ 1 ]"};
     const char* const values[] = {"1",   "2.5",        "'text'", "SOUTH", "true", "-7",
                                   " 3 ", "7 // seven", "- 4",    "oops",  "",     "[1]"};
-    Random random(7);
+    Random random(Seed(7));
     int numAtOnce = 0;
     int numAlone = 0;
-    for (int i = 0; i < 3000; ++i)
+    for (uint64 i = 0; i < NumCases(3000); ++i)
     {
         int numComments = 0;
         const std::string text = random.OneIn(4) ? AnyShip(random, numComments) : TidyShip(random, numComments);
@@ -196,10 +209,10 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
                                  ".counts['b']",
                                  ".stock['b']",
                                  ".samples"};
-    Random random(9);
+    Random random(Seed(9));
     int numAtOnce = 0;
     int numAlone = 0;
-    for (int i = 0; i < 4000; ++i)
+    for (uint64 i = 0; i < NumCases(4000); ++i)
     {
         int numComments = 0;
         const std::string text = random.OneIn(3) ? AnyShip(random, numComments) : TidyShip(random, numComments);
@@ -224,9 +237,9 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
 // Of a list or map of any layout, with comments, in any order.
 TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
 {
-    Random random(10);
+    Random random(Seed(10));
     std::size_t numAtOnce = 0;
-    for (int i = 0; i < 4000; ++i)
+    for (uint64 i = 0; i < NumCases(4000); ++i)
     {
         const bool isMap = random.OneIn(3);
         const std::size_t count = 1 + random.Below(12);
@@ -267,10 +280,10 @@ TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
 TEST(Removals, OfKeysLeaveWhatEditsOneByOneLeave)
 {
     yard::Register();
-    Random random(11);
+    Random random(Seed(11));
     int numAtOnce = 0;
     int numAlone = 0;
-    for (int i = 0; i < 2000; ++i)
+    for (uint64 i = 0; i < NumCases(2000); ++i)
     {
         const std::size_t count = 2 + random.Below(6);
         std::string text = "yard::Ship { lots = [";
