@@ -168,6 +168,8 @@ TEST(Hints, AreForShortWords)
               "a text stands in quotes: \"" + word.substr(1) + "\"");
     EXPECT_EQ(HintFor("Expected string when read end of text", "{ name =", 8), "");
     EXPECT_EQ(HintFor("Expected string when read end of text", "", 5), "");
+    EXPECT_EQ(HintFor("Expected end of text when read .", ".kind.x", 5),
+              "what stands before has no members that a path reaches");
     constexpr const char* atEnd = "Expected identifier when read end of text";
     EXPECT_EQ(HintFor(atEnd, "// a {\n", 7), "");
     EXPECT_EQ(HintFor(atEnd,

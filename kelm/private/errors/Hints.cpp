@@ -99,6 +99,8 @@ constexpr Form s_forms[] = {
      "a duration is a number and ns, us, ms, s, min or h, and whole in what the member counts"},
     {"Expected duration when read ", "", Where::Anywhere, "a duration stands in quotes with its unit: \"250ms\""},
     // Paths.
+    {"Expected end of text when read .", " .", Where::Anywhere,
+     "what stands before has no members that a path reaches"},
     {"Expected end of text when read .", "", Where::Anywhere, "elements are reached by [1], not by .1"},
     // Expressions.
     {"Incompatible types (string and ", ") for + operation", Where::Anywhere, "string(x) makes a text of a number"},
