@@ -3,6 +3,8 @@
 
 #include <kelm/kelm.h>
 
+#include <support/InCLocale.h>
+
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -58,6 +60,7 @@ std::string Shown(const Line& line)
 }
 std::string Shown(double x)
 {
+    const InCLocale here;
     return std::to_string(x).substr(0, 3);
 }
 std::string Shown(const std::string& text)

@@ -2,6 +2,8 @@
 
 #include "DoorTypes.h"
 
+#include <support/InCLocale.h>
+
 #include <gmock/gmock.h>
 
 #include <array>
@@ -112,7 +114,10 @@ std::string Shown(const Result<T>& result)
     if constexpr (std::is_same_v<T, bool>)
         return *result ? "true" : "false";
     else if constexpr (std::is_arithmetic_v<T>)
+    {
+        const InCLocale here;
         return std::to_string(*result);
+    }
     else
         return std::string(static_cast<std::string_view>(*result));
 }

@@ -6,6 +6,7 @@
 #include <klKelmScript/KSValue.h>
 #include <klUtils/LexScannerException.h>
 #include <support/Expect.h>
+#include <support/InCLocale.h>
 
 #include <gtest/gtest.h>
 
@@ -245,6 +246,7 @@ private:
         case 2: return std::to_string(m_random() >> 1);
         default:
         {
+            const InCLocale here;
             char digits[40];
             std::snprintf(digits, sizeof digits, "%.17g", static_cast<double>(Below(100000)) / 64);
             std::string text = digits;

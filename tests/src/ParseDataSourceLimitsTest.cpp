@@ -2,6 +2,8 @@
 
 #include "DataSources.h"
 
+#include <support/InCLocale.h>
+
 #include <rapidcheck/gtest.h>
 
 #include <algorithm>
@@ -249,7 +251,10 @@ RC_GTEST_FIXTURE_PROP(HandmadeTest, StringOfAnyBytesArrives, (const std::string&
 RC_GTEST_FIXTURE_PROP(HandmadeTest, NumbersArrive, (int64 wide, uint8 narrow, double number))
 {
     char digits[64];
-    std::snprintf(digits, sizeof digits, "%.17g", number);
+    {
+        const InCLocale here;
+        std::snprintf(digits, sizeof digits, "%.17g", number);
+    }
     Scalars s;
     Fill(s, "(true, 0, 0, 0, " + std::to_string(wide) + ", " + std::to_string(narrow) + ", 0, 0, 0, 0, " + digits +
                 ", 'a', 'b', 's', 'w', Red, Low, int64 " + std::to_string(wide) + ")");

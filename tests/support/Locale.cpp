@@ -1,4 +1,5 @@
-// Where KELM_TEST_LOCALE names a locale, the tests of the program run in it: texts and numbers know of none.
+// Where KELM_TEST_LOCALE names a locale, the tests of the program run in it: texts and numbers know of none. What the
+// system says of its errors stays in the language that the tests know.
 
 #include <clocale>
 #include <cstdio>
@@ -17,7 +18,7 @@ const bool s_isSet = []
         std::fprintf(stderr, "There is no locale %s\n", name);
         std::_Exit(1);
     }
-    return true;
+    return std::setlocale(LC_MESSAGES, "C") != nullptr;
 }();
 
 } // namespace

@@ -1,3 +1,4 @@
+#include <support/InCLocale.h>
 #include <support/ReferenceLiterals.h>
 
 #include <cmath>
@@ -51,12 +52,12 @@ bool IsWhole(const std::string& literal, EToken kind)
 
 double ToFloat(const char* text, double)
 {
-    return std::strtod(text, nullptr);
+    return DoubleOf(text);
 }
 
 float ToFloat(const char* text, float)
 {
-    return std::strtof(text, nullptr);
+    return FloatOf(text);
 }
 
 std::string Utf8Of(uint32 c)

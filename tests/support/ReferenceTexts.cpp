@@ -1,3 +1,4 @@
+#include <support/InCLocale.h>
 #include <support/ReferenceTexts.h>
 
 #include <cmath>
@@ -198,6 +199,7 @@ std::string AnyFloat(Random& random)
     case 0: return random.Of(s_edges);
     case 1:
     {
+        const InCLocale here;
         char text[64];
         const double value = static_cast<double>(random.Next()) * 5e-20 - 0.4;
         std::snprintf(text, sizeof text, random.OneIn(2) ? "%.17g" : "%.6f", value < 0 ? -value : value);

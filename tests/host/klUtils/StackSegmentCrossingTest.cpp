@@ -5,6 +5,7 @@
 #include <support/DeepStack.h>
 #include <support/Depth.h>
 #include <support/Emulation.h>
+#include <support/InCLocale.h>
 
 #include <gtest/gtest.h>
 
@@ -79,6 +80,7 @@ TEST(Crossing, HasAnAlignedStackThere)
             alignas(64) volatile char block[64];
             block[0] = 1;
             EXPECT_EQ(reinterpret_cast<std::uintptr_t>(&block) % 64, 0u);
+            const InCLocale here;
             EXPECT_EQ(std::to_string(2.5L), "2.500000"); // vector instructions on the stack
         });
 }

@@ -1,6 +1,7 @@
 #include <klUtils/ToString.h>
 
 #include <support/Expect.h>
+#include <support/InCLocale.h>
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -82,7 +83,7 @@ RC_GTEST_PROP(ToString, OfAnyDoubleReadsBackBitEqual, (uint64 bits))
     const auto value = std::bit_cast<double>(bits);
     RC_PRE(!std::isnan(value));
     const std::string text = TextOf(value);
-    RC_ASSERT(std::bit_cast<uint64>(std::strtod(text.c_str(), nullptr)) == bits);
+    RC_ASSERT(std::bit_cast<uint64>(DoubleOf(text.c_str())) == bits);
     RC_ASSERT(text.find_first_of(".ein") != std::string::npos);
 }
 
@@ -90,7 +91,7 @@ RC_GTEST_PROP(NumberText, OfAnyFloatReadsBackBitEqual, (uint32 bits))
 {
     const auto value = std::bit_cast<float>(bits);
     RC_PRE(!std::isnan(value));
-    RC_ASSERT(std::bit_cast<uint32>(std::strtof(TextOf(value).c_str(), nullptr)) == bits);
+    RC_ASSERT(std::bit_cast<uint32>(FloatOf(TextOf(value).c_str())) == bits);
 }
 
 // The digits of the standard library, with a point where they would read as an integer.
@@ -132,9 +133,9 @@ TEST(NumberText, OfShortDecimalsHasTheirDigits)
         for (int digits = 1; digits < 1000; digits += digits < 100 ? 1 : 37)
         {
             const std::string text = std::to_string(digits) + "e" + std::to_string(exponent);
-            const double value = std::strtod(text.c_str(), nullptr);
+            const double value = DoubleOf(text.c_str());
             ASSERT_EQ(TextOf(value), TextByTheStandardLibrary(value)) << text;
-            const float narrow = std::strtof(text.c_str(), nullptr);
+            const float narrow = FloatOf(text.c_str());
             ASSERT_EQ(TextOf(narrow), TextByTheStandardLibrary(narrow)) << text;
         }
 }

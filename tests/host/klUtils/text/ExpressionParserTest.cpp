@@ -2,6 +2,7 @@
 
 #include <klUtils/ToString.h>
 #include <support/Expect.h>
+#include <support/InCLocale.h>
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -405,7 +406,7 @@ TEST(FloatReads, OfFloat32GiveTheNearestOne)
     const auto expectNearest = [](uint64 digits, int power)
     {
         const std::string text = std::to_string(digits) + "e" + std::to_string(power);
-        const float expected = std::strtof(text.c_str(), nullptr);
+        const float expected = FloatOf(text.c_str());
         if (std::isinf(expected))
             return;
         ExpressionParser parser;

@@ -3,6 +3,7 @@
 #include <klUtils/ToString.h>
 #include <klUtils/text/LsScanToken.h>
 #include <support/Expect.h>
+#include <support/InCLocale.h>
 
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
@@ -212,7 +213,7 @@ RC_GTEST_PROP(FloatLiterals, ReadTheSameAsTheStandardLibrary, (uint64 digits, ui
     std::string text = std::to_string(digits);
     text.insert(point % (text.size() + 1), ".");
     text += "e" + std::to_string(exponent % 300);
-    const double expected = std::strtod(text.c_str(), nullptr);
+    const double expected = DoubleOf(text.c_str());
     RC_PRE(std::isfinite(expected));
     RC_ASSERT(std::bit_cast<uint64>(TokenOf(text).GetLiteralDouble()) == std::bit_cast<uint64>(expected));
 }
@@ -223,7 +224,7 @@ constexpr int s_numDraws = 2000;
 void ExpectReadsLikeTheStandardLibrary(uint64 digits, int power)
 {
     const std::string text = std::to_string(digits) + "e" + std::to_string(power);
-    const double expected = std::strtod(text.c_str(), nullptr);
+    const double expected = DoubleOf(text.c_str());
     if (std::isinf(expected))
         return;
     ASSERT_EQ(std::bit_cast<uint64>(TokenOf(text).GetLiteralDouble()), std::bit_cast<uint64>(expected)) << text;
