@@ -35,7 +35,8 @@ inline constexpr std::size_t s_mostDiagnostics = 100;
 // Of the text as a data source of the registered types, read as ParseDataSource reads it, which goes on behind errors:
 // in the order of their places. The first error has the message and the place of ParseDataSource's, and there is none
 // where that reads the text. Warnings are about what is read, but hardly meant: text behind the data source, a member
-// that is written twice, characters that are not UTF-8, and comments that go on behind a carriage return alone. A byte order mark in front is passed over.
+// that is written twice, characters that are not UTF-8, and comments that go on behind a carriage return alone. A byte
+// order mark in front is passed over.
 //
 // Reading makes objects, which nothing refers to afterwards.
 KELM_DOCUMENT_API std::vector<Diagnostic> Diagnose(std::string_view text, std::size_t most = s_mostDiagnostics);
