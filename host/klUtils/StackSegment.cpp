@@ -80,8 +80,8 @@ Segment Map(std::size_t size) noexcept
         madvise(base, size, MADV_HUGEPAGE); // most of a deep recursion's time is its stack's first touch
     if (mprotect(base, s_guardSize, PROT_NONE) != 0)
     {
-        munmap(base, size);
-        return {};
+        munmap(base, size); // GCOVR_EXCL_LINE: mapping fails first
+        return {};          // GCOVR_EXCL_LINE: the same
     }
     const auto low = reinterpret_cast<std::uintptr_t>(base);
     Segment segment{{low + s_guardSize, low + size}};
@@ -203,7 +203,7 @@ std::uintptr_t TopOfMainStack()
         constexpr std::uintptr_t page = 4096;
         const auto name = reinterpret_cast<const char*>(getauxval(AT_EXECFN));
         if (name == nullptr)
-            return std::uintptr_t(0);
+            return std::uintptr_t(0); // GCOVR_EXCL_LINE: systems of today give the name
         const auto end = reinterpret_cast<std::uintptr_t>(name) + std::strlen(name) + 1 + sizeof(void*);
         return (end + page - 1) / page * page;
     }();
@@ -221,7 +221,7 @@ Bounds BoundsOfMainStack()
 {
     rlimit limit;
     if (getrlimit(RLIMIT_STACK, &limit) != 0)
-        return {};
+        return {}; // GCOVR_EXCL_LINE: what is asked for is right
     const std::uintptr_t top = TopOfMainStack();
     return {top - std::min<std::size_t>(limit.rlim_cur, s_mostOfMainStack), top};
 }
@@ -237,7 +237,7 @@ Bounds BoundsOfThread()
     pthread_attr_destroy(&attributes);
     const auto begin = reinterpret_cast<std::uintptr_t>(low);
     if (!isKnown)
-        return {};
+        return {}; // GCOVR_EXCL_LINE: the attributes have just been had
     AskValgrind(VALGRIND_REGISTER_STACK, begin, begin + size);
     return {begin, begin + size};
 }

@@ -67,7 +67,6 @@ struct Session
     bool m_hasSnippets = false;
     bool m_hasHierarchy = false; // of symbols
     bool m_hasLabelOffsets = false;
-    bool m_hasLinesAlone = false; // of folds
 };
 
 // The name and place of a place of a text.

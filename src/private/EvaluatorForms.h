@@ -40,7 +40,7 @@ float64 Evaluator<Tokens, Semantics>::ToFloat(F evaluate, bool allowExplicitConv
         if (x.is<float64>()) [[likely]]
             return KSValueAccess::Get<float64>(x);
         if (x.is<void>())
-            m_tokens.ThrowExpected("float64");
+            m_tokens.ThrowExpected("float64"); // GCOVR_EXCL_LINE: no text of the language has such a value
         return As<double>(x, allowExplicitConversions);
     }
     catch (const KSValueException& e)

@@ -469,7 +469,7 @@ void VisitPlanned(const HandlePlan& plan, const char* p, Visitor& visitor)
         return CallOnFreshSegment([&] { VisitPlanned(plan, p, visitor); });
     switch (plan.m_kind) // GCOVR_EXCL_BR_LINE: one case for each
     {
-    case HP_NOTHING: return;
+    case HP_NOTHING: return; // GCOVR_EXCL_LINE: what holds nothing is not visited
     case HP_HANDLE: return VisitHandle(*reinterpret_cast<const ptr<IObject>*>(p), visitor);
     case HP_PREF: return VisitPref(*reinterpret_cast<const prefbase*>(p), visitor);
     case HP_OPAQUE: return VisitOpaque(*plan.m_ops, p, visitor);

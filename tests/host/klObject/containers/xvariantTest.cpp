@@ -54,7 +54,7 @@ TEST(Xvariant, HoldsLargeAlternatives)
     variant = sheet;
     EXPECT_EQ(variant.Get<1>().m_number, 7);
     EXPECT_EQ(variant.Get<1>().m_cells[999], 'x');
-    variant = Sheet(variant.Get<1>()); // of its own
+    variant.Emplace<1>(variant.Get<1>()); // of its own
     EXPECT_EQ(variant.Get<1>().m_number, 7);
     variant = 6;
     EXPECT_EQ(variant.Get<0>(), 6);

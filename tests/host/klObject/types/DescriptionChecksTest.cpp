@@ -216,7 +216,7 @@ TEST(Types, AreFollowedToAnyDepth)
     constexpr int depth = 2000;
     std::vector<int> keys(depth, FT_MAP); // whose keys are maps
     keys.insert(keys.end(), depth + 1, FT_INT32);
-    std::vector<int> items(depth, MDT_LIST_0 + 1);
+    std::vector<int> items(s_nesting, MDT_LIST_0 + 1);
     items.insert(items.end(), {MDT_BOOL, 1, FT_INT64});
     RunOnThread(s_smallStack,
                 [&]

@@ -2,8 +2,10 @@
 
 #include <klObject/values/ReflectedVariable.h>
 
+#include <support/DeepStack.h>
 #include <support/Depth.h>
 #include <support/Expect.h>
+#include <support/NoMoreMemory.h>
 
 #include <gtest/gtest.h>
 #include <pthread.h>
@@ -130,6 +132,24 @@ TEST_F(Construction, OfAVariantHoldsItsFirstAlternative)
     Variable countedFirst(Named(FT_VARIANT, "handwritten::CountedFirst"));
     EXPECT_EQ(Counted::s_live, 1);
     EXPECT_EQ(reinterpret_cast<Counted*>(countedFirst.as<Choice>().m_value)->m_value, 42);
+}
+
+TEST_F(Construction, IsTakenBackWhereNoSegmentIsToBeHad)
+{
+    if (!NoMoreMemory::CanBe())
+        GTEST_SKIP() << "memory cannot run out here";
+    static constexpr uint8 s_code[] = {FT_VECTOR, FT_STRING8};
+    xvector<xstring> texts;
+    for (int i = 0; i < 3; ++i)
+        texts.push_back(xstring("a text that is too long to lie in its own variable"));
+    RunOnThread(s_smallStack,
+                [&]
+                {
+                    EXPECT_TRUE(IsStackLow());
+                    const NoMoreMemory none;
+                    DestructReflectedVariable({s_code, nullptr}, &texts);
+                });
+    ::new (static_cast<void*>(&texts)) xvector<xstring>; // which is destroyed once more
 }
 
 TEST_F(Construction, OfANullByteCodeDoesNothing)

@@ -309,6 +309,7 @@ TEST_F(Visit, GoesThroughArraysAndVectors)
     const xvector<xvector<ptr<IObject>>> vectors = {{NewNode(1)}, {}, {NewNode(2), NewNode(3)}};
     EXPECT_THAT(Held(Of(FT_VECTOR, s_handles), &vectors), ElementsAre(1, 2, 3));
     EXPECT_THAT(Held(Of(FT_DYNARRAY, Of(FT_DYNARRAY, s_handle)), &vectors), ElementsAre(1, 2, 3));
+    RunOnThread(s_smallStack, [&] { EXPECT_THAT(Held(Of(FT_VECTOR, s_handles), &vectors), ElementsAre(1, 2, 3)); });
 }
 
 TEST_F(Visit, GoesThroughKeysAndPayloadsOfMaps)
