@@ -268,7 +268,7 @@ struct FieldEnd
         rc = start.m_object.GetReflectedClass();
         instance = start.m_object.self();
     }
-    const FieldEnd end = FindEnd(*rc, instance, path, stopsAtChecks);
+    FieldEnd end = FindEnd(*rc, instance, path, stopsAtChecks);
     if (end.m_data == nullptr && start.m_type != nullptr) [[unlikely]]
         return FindInMap(*rc, instance, path, stopsAtChecks);
     return end;

@@ -286,7 +286,7 @@ TypeCatalogue WithTold(TypeCatalogue catalogue)
         for (auto& entry : entries)
             if (const auto* const other = find(entry.m_name))
             {
-                static_cast<CatalogueEntry&>(entry) = *other;
+                static_cast<CatalogueEntry&>(entry) = static_cast<const CatalogueEntry&>(*other);
                 TakeParts(entry, *other);
             }
     };
