@@ -83,7 +83,7 @@ TEST(Changes, MendNamesAndNameMembers)
         {"garden.Shape { position = (1|, -2) }",
          "Write the members' names -> garden.Shape { position = { x = 1 y = -2 } }"},
         {"garden.Shape { outline = Circle(|1) }",
-         "Write the members' names -> garden.Shape { outline = Circle{ radius = 1 } }"},
+         "Write the members' names -> garden.Shape { outline = Circle { radius = 1 } }"},
         {"garden.Point (1, 2, 3|)", ""},
         {"garden.Point (1|, 2", ""},
         {"garden.Plan { layers = [(\"a\", [|], 1, true)] }",
