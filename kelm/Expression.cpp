@@ -3,6 +3,7 @@
 #include <kelm/private/errors/Failures.h>
 #include <kelm/private/expressions/Functions.h>
 #include <kelm/private/expressions/Machine.h>
+#include <kelm/private/expressions/MovedFrom.h>
 #include <kelm/private/expressions/Recorder.h>
 #include <klKelmScript/private/Evaluator.h>
 #include <klUtils/KelmAssertionError.h>
@@ -11,10 +12,8 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cstddef>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <string>
 #include <utility>
 
@@ -263,6 +262,8 @@ void TypedProgram::FindWays(bool hasScope)
 // number of evaluations may go on in them.
 struct Expression::Kept
 {
+    // Of expressions that others have been moved from.
+    Kept() : m_scope(nullptr), m_state(nullptr), m_hidesOwnFunction(false), m_hasTypedForm(false) {}
     Kept(std::string_view text, const Scope* scope, bool hasScope, std::span<const std::string_view> parameters,
          Language language)
         : m_text(text)
@@ -293,19 +294,6 @@ struct Expression::Kept
     }
     Kept(const Kept&) = delete;
     Kept& operator=(const Kept&) = delete;
-
-    // Of expressions that others have been moved from. One for all, which is never destroyed.
-    static Kept& Gone() noexcept
-    {
-        alignas(Kept) static std::byte s_room[sizeof(Kept)];
-        static Kept& s_gone = *::new (static_cast<void*>(s_room)) Kept;
-        return s_gone;
-    }
-    static void Dispose(std::unique_ptr<Kept> kept) noexcept
-    {
-        if (kept.get() == &Gone())
-            static_cast<void>(kept.release());
-    }
 
     // The newest fits nearly always. Null where there is none and none is to be made.
     const TypedProgram* FindNewest() const { return m_typed.load(std::memory_order_acquire); }
@@ -339,7 +327,7 @@ struct Expression::Kept
     void TryExecute(const Scope* scope, const Slot* arguments, std::size_t numArguments, const Receiver& receiver,
                     std::optional<Error>& error)
     {
-        if (this == &Gone())
+        if (IsMovedFrom(*this))
         {
             error = Error({.m_kind = ErrorKind::Call, .m_message = "The expression has been moved from"});
             return;
@@ -404,8 +392,6 @@ struct Expression::Kept
 
 private:
     static constexpr int s_maxTyped = 8;
-
-    Kept() : m_scope(nullptr), m_state(nullptr), m_hidesOwnFunction(false), m_hasTypedForm(false) {}
 
     static bool HidesOwnFunction(const Scope* scope)
     {
@@ -512,10 +498,7 @@ Expression::Expression(std::string_view text, const Scope& scope, std::span<cons
     m_kept = std::make_unique<Kept>(text, &scope, true, parameters, language);
 }
 
-Expression::Expression(Expression&& other) noexcept
-    : m_kept(std::exchange(other.m_kept, std::unique_ptr<Kept>(&Kept::Gone())))
-{
-}
+Expression::Expression(Expression&& other) noexcept : m_kept(TakeOver(other.m_kept)) {}
 Expression& Expression::operator=(Expression&& other) noexcept
 {
     Expression former(std::move(other));
@@ -524,7 +507,7 @@ Expression& Expression::operator=(Expression&& other) noexcept
 }
 Expression::~Expression()
 {
-    Kept::Dispose(std::move(m_kept));
+    Dispose(std::move(m_kept));
 }
 
 const std::vector<std::string>& Expression::GetNames() const&

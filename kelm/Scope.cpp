@@ -1,6 +1,7 @@
 #include <kelm/Scope.h>
 
 #include <kelm/private/expressions/Functions.h>
+#include <kelm/private/expressions/MovedFrom.h>
 #include <kelm/private/expressions/ScopeNames.h>
 #include <kelm/private/types/Names.h>
 #include <klKelmScript/private/BuiltIns.h>
@@ -10,9 +11,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstddef>
-#include <new>
+#include <memory>
 #include <string>
+#include <utility>
 
 namespace kelm
 {
@@ -126,19 +127,6 @@ Scope::Names::~Names()
     DestroyRetired();
 }
 
-Scope::Names& Scope::Names::Gone() noexcept
-{
-    alignas(Names) static std::byte s_room[sizeof(Names)];
-    static Names& s_gone = *::new (static_cast<void*>(s_room)) Names;
-    return s_gone;
-}
-
-void Scope::Names::Dispose(std::unique_ptr<Names> names) noexcept
-{
-    if (names->IsGone())
-        static_cast<void>(names.release());
-}
-
 void Scope::Names::Retire(evaluation::Callable& function)
 {
     if (ScopeAccess::Running::IsAny() && function.m_destroy != nullptr)
@@ -188,40 +176,37 @@ Scope::Scope(const Scope* parent) : m_names(std::make_unique<Names>())
     m_names->m_parent = parent;
 }
 
-Scope::Scope(Scope&& other) noexcept : m_names(std::exchange(other.m_names, std::unique_ptr<Names>(&Names::Gone()))) {}
+Scope::Scope(Scope&& other) noexcept : m_names(evaluation::TakeOver(other.m_names)) {}
 Scope& Scope::operator=(Scope&& other) noexcept
 {
     if (this == &other)
         return *this;
     std::swap(m_names, other.m_names);
     const bool isRunning = ScopeAccess::Running::IsAny(); // what may be a function of the names that were replaced
-    if (m_names->IsGone() && isRunning)
+    const bool hasNone = evaluation::IsMovedFrom(*m_names);
+    if (hasNone && isRunning)
         return *this; // the other one keeps them
-    std::unique_ptr<Names> former = std::exchange(other.m_names, std::unique_ptr<Names>(&Names::Gone()));
-    if (!m_names->IsGone())
+    std::unique_ptr<Names> former = evaluation::TakeOver(other.m_names);
+    if (!hasNone)
         m_names->Touch();
-    if (isRunning && !former->IsGone())
+    if (isRunning && !evaluation::IsMovedFrom(*former))
     {
         former->m_former = std::move(m_names->m_former);
         m_names->m_former = std::move(former);
     }
     else
-        Names::Dispose(std::move(former));
+        evaluation::Dispose(std::move(former));
     return *this;
 }
 Scope::~Scope()
 {
-    Names::Dispose(std::move(m_names));
+    evaluation::Dispose(std::move(m_names));
 }
 
 Scope::Names& ScopeAccess::NamesOf(Scope& scope)
 {
-    if (scope.m_names->IsGone()) [[unlikely]]
-    {
-        auto own = std::make_unique<Scope::Names>();
-        static_cast<void>(scope.m_names.release());
-        scope.m_names = std::move(own);
-    }
+    if (evaluation::IsMovedFrom(*scope.m_names)) [[unlikely]]
+        evaluation::Dispose(std::exchange(scope.m_names, std::make_unique<Scope::Names>()));
     return *scope.m_names;
 }
 
@@ -361,11 +346,12 @@ Scope& Scope::DefineCallable(std::string_view name, evaluation::Callable callabl
 
 Scope& Scope::SetResolver(Resolver resolver, void (*destroy)(void*) noexcept, void* function)
 {
+    std::unique_ptr<void, void (*)(void*) noexcept> owner(function, destroy);
     Names& names = ScopeAccess::NamesOf(*this);
     names.RetireResolver();
     names.m_resolver = resolver;
     names.m_destroyResolver = destroy;
-    names.m_resolverFunction = function;
+    names.m_resolverFunction = owner.release();
     return *this;
 }
 

@@ -80,8 +80,8 @@ Segment Map(std::size_t size) noexcept
         madvise(base, size, MADV_HUGEPAGE); // most of a deep recursion's time is its stack's first touch
     if (mprotect(base, s_guardSize, PROT_NONE) != 0)
     {
-        munmap(base, size); // GCOVR_EXCL_LINE: mapping fails first
-        return {};          // GCOVR_EXCL_LINE: the same
+        munmap(base, size);
+        return {};
     }
     const auto low = reinterpret_cast<std::uintptr_t>(base);
     Segment segment{{low + s_guardSize, low + size}};

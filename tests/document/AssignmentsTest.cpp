@@ -167,6 +167,25 @@ std::size_t RemoveSome(DocumentEditor& editor, const std::vector<std::string>& p
     return editor.RemoveSome(std::vector<std::string_view>(paths.begin(), paths.end()));
 }
 
+// What is removed of a text at once, as far as that goes, and the same removed one by one.
+struct BothWays
+{
+    BothWays(const std::string& text, const std::vector<std::string>& removed, const DocumentPolicy& policy = {})
+        : m_atOnce(Document::Parse(text)), m_each(Document::Parse(text)), m_editor(m_each, policy)
+    {
+        DocumentEditor editor(m_atOnce, policy);
+        m_made = RemoveSome(editor, removed);
+        for (std::size_t n = 0; n < m_made; ++n)
+            EXPECT_TRUE(m_editor.Remove(removed[n])) << text << removed[n];
+        EXPECT_EQ(m_atOnce.GetText(), m_each.GetText()) << text << testing::PrintToString(removed) << m_made;
+    }
+
+    Document m_atOnce;
+    Document m_each;
+    DocumentEditor m_editor; // of those one by one
+    std::size_t m_made = 0;
+};
+
 TEST(Removals, LeaveWhatEditsOneByOneLeave)
 {
     yard::Register();
@@ -219,16 +238,10 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
         std::vector<std::string> removed;
         for (std::size_t n = 2 + random.Below(4); n-- > 0;)
             removed.emplace_back(paths[random.Below(std::size(paths))]);
-        Document atOnce = Document::Parse(text);
-        Document each = Document::Parse(text);
-        DocumentEditor atOnceEditor(atOnce);
-        DocumentEditor editor(each);
-        const std::size_t made = RemoveSome(atOnceEditor, removed);
+        const std::size_t made = BothWays(text, removed).m_made;
         numAtOnce += made > 1 ? 1 : 0;
         numAlone += made < removed.size() ? 1 : 0;
-        for (std::size_t n = 0; n < made; ++n)
-            ASSERT_TRUE(editor.Remove(removed[n])) << text << removed[n];
-        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text << testing::PrintToString(removed) << made;
+        ASSERT_FALSE(HasFailure());
     }
     EXPECT_GT(numAtOnce, 300);
     EXPECT_GT(numAlone, 300);
@@ -262,16 +275,10 @@ TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
         for (std::size_t n = 1 + random.Below(count); n-- > 0;)
             removed.push_back(isMap ? ".rates['" + std::to_string(random.Below(count)) + "']"
                                     : ".codes[" + std::to_string(random.Below(n + 1)) + "]");
-        Document atOnce = Document::Parse(text);
-        Document each = Document::Parse(text);
-        DocumentEditor atOnceEditor(atOnce, DocumentPolicy::Of<orders::Order>());
-        DocumentEditor editor(each, DocumentPolicy::Of<orders::Order>());
-        const std::size_t made = RemoveSome(atOnceEditor, removed);
+        const std::size_t made = BothWays(text, removed, DocumentPolicy::Of<orders::Order>()).m_made;
         ASSERT_TRUE(isMap || made == removed.size()) << text << testing::PrintToString(removed);
         numAtOnce += made > 1 ? 1 : 0;
-        for (std::size_t n = 0; n < made; ++n)
-            ASSERT_TRUE(editor.Remove(removed[n])) << text << removed[n];
-        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text << testing::PrintToString(removed) << made;
+        ASSERT_FALSE(HasFailure());
     }
     EXPECT_GT(numAtOnce, 1000U);
 }
@@ -300,19 +307,13 @@ TEST(Removals, OfKeysLeaveWhatEditsOneByOneLeave)
         for (std::size_t n = 1 + random.Below(count); n-- > 0;)
             removed.push_back(".lots[(" + std::to_string(random.Below(count)) + ", " + std::to_string(random.Below(2)) +
                               ")]");
-        Document atOnce = Document::Parse(text);
-        Document each = Document::Parse(text);
-        DocumentEditor atOnceEditor(atOnce);
-        DocumentEditor editor(each);
-        const std::size_t made = RemoveSome(atOnceEditor, removed);
-        numAtOnce += made > 1 ? 1 : 0;
-        for (std::size_t n = 0; n < made; ++n)
-            ASSERT_TRUE(editor.Remove(removed[n])) << text << removed[n];
-        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text << testing::PrintToString(removed) << made;
-        if (made < removed.size() && editor.Remove(removed[made])) // otherwise it is not there
+        BothWays both(text, removed);
+        numAtOnce += both.m_made > 1 ? 1 : 0;
+        ASSERT_FALSE(HasFailure());
+        if (both.m_made < removed.size() && both.m_editor.Remove(removed[both.m_made])) // otherwise it is not there
         {
             ++numAlone;
-            ASSERT_NE(each.GetText().find("Point {"), std::string_view::npos) << text << removed[made];
+            ASSERT_NE(both.m_each.GetText().find("Point {"), std::string_view::npos) << text << removed[both.m_made];
         }
     }
     EXPECT_GT(numAtOnce, 100);

@@ -6,6 +6,7 @@
 #include <kelm/Types.h>
 #include <support/TemporaryFolder.h>
 
+#include <functional>
 #include <span>
 #include <sstream>
 #include <utility>
@@ -218,6 +219,28 @@ constexpr Operation<World> s_operations[] = {
          scope = std::move(moved);
          return Evaluate("thrice(text) + name + its_text + unknown_until_it_is_asked_for", scope).ToText() +
                 Evaluate("number + a_name_that_takes_memory_of_its_own.lines[0].doubled()", scope).ToText();
+     }},
+    {"names of what was moved from",
+     [](World& world)
+     {
+         std::string all;
+         const std::function<void(Scope&)> changes[] = {
+             [&](Scope& scope) { scope.Bind("name", world.text); },
+             [&](Scope& scope) { scope.BindMembers(world.checked); },
+             [](Scope& scope) { scope.Define("name", [text = std::string(s_long)] { return text; }); },
+             [](Scope& scope) { scope.Define("name", &Line::Double); },
+             [](Scope& scope)
+             { scope.Resolve([text = std::string(s_long)](std::string_view) { return std::optional<Value>(text); }); },
+         };
+         for (const auto& change : changes)
+         {
+             Scope scope;
+             static_cast<void>(Scope(std::move(scope)));
+             change(scope);
+             const Result<Value> result = TryEvaluate("name", scope);
+             all += result ? result->ToText() : result.GetError().GetMessage();
+         }
+         return all;
      }},
     {"bind no name",
      [](World& world)

@@ -93,11 +93,6 @@ struct Scope::Names
     Names() { Touch(); }
     ~Names();
 
-    // Of scopes that others have been moved from: no names. One for all, which is never changed and never destroyed.
-    static Names& Gone() noexcept;
-    static void Dispose(std::unique_ptr<Names> names) noexcept;
-    bool IsGone() const { return this == &Gone(); }
-
     // Whenever a name stands for something else than before, or is somewhere else; no two versions are the same.
     void Touch();
 

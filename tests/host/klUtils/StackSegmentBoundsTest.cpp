@@ -18,6 +18,7 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <ucontext.h>
 #include <unistd.h>
@@ -500,6 +501,42 @@ TEST_F(StackMemory, RunsOutAsBadAlloc)
                 isAsExpected && isOut(s_depth / 4) && isOut(s_depth / 4) && Descend(s_depth / 100) == s_depth / 100;
             setrlimit(RLIMIT_AS, &unlimited);
             ExitAsExpected(isAsExpected && !isOut(s_depth / 4));
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+// As many mappings as the system allows, but for one: it is had for a segment, and none for its guard.
+TEST_F(StackMemory, IsNotHadWithoutAGuard)
+{
+    if (IsEmulated())
+        GTEST_SKIP() << "an emulator has mappings of its own";
+    EXPECT_EXIT(
+        {
+            std::vector<void*> pages(200'000); // more than any system allows, neighbours of which are unlike
+            std::size_t count = 0;
+            const auto map = [&](std::size_t i)
+            { return mmap(nullptr, 4_KiB, i % 2 == 0 ? PROT_NONE : PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0); };
+            while (count < pages.size() && (pages[count] = map(count)) != MAP_FAILED)
+                ++count;
+            const auto canCross = []
+            {
+                try
+                {
+                    CallOnFreshSegment([] {});
+                    return true;
+                }
+                catch (const std::bad_alloc&)
+                {
+                    return false;
+                }
+            };
+            const auto unmapLast = [&] { munmap(pages[--count], 4_KiB); };
+            bool isAsExpected = count < pages.size() && !canCross();
+            unmapLast();
+            isAsExpected = isAsExpected && !canCross() && !canCross(); // nothing of it is left
+            for (int i = 0; i < 8; ++i)
+                unmapLast();
+            ExitAsExpected(isAsExpected && canCross());
         },
         testing::ExitedWithCode(0), "");
 }
