@@ -19,7 +19,7 @@ namespace
 TEST(StableSort, LeavesEqualElementsInTheirOrder)
 {
     std::mt19937 random(7);
-    for (const std::size_t size : {0, 1, 2, 15, 16, 17, 1000})
+    for (const std::size_t size : {0U, 1U, 2U, 15U, 16U, 17U, 1000U})
         for (const int numKeys : {1, 2, 10, 1000000})
         {
             std::vector<std::pair<int, std::size_t>> elements;
