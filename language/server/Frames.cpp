@@ -11,10 +11,16 @@ namespace
 {
 
 constexpr std::size_t s_longestLine = 4096;
+constexpr std::string_view s_lengthName = "Content-Length";
 
 bool IsSameName(std::string_view a, std::string_view b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) { return (x | 0x20) == (y | 0x20); });
+}
+
+bool IsOfName(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
 }
 
 std::string_view Trimmed(std::string_view text)
@@ -42,47 +48,70 @@ void FrameReader::Drop(std::size_t size)
     }
 }
 
+// A fault is told once; then what is no header is passed over until one is found.
+bool FrameReader::Lose(Message& message, const char* fault)
+{
+    m_isLost = true;
+    message.m_fault = fault;
+    return true;
+}
+
+bool FrameReader::ReadLength(std::string_view value)
+{
+    const auto [past, error] = std::from_chars(value.data(), value.data() + value.size(), m_length);
+    m_hasLength = error == std::errc() && past == value.data() + value.size();
+    return m_hasLength;
+}
+
+// Why that is none; null where it is one.
+const char* FrameReader::ReadField(std::string_view line)
+{
+    const std::size_t colon = line.find(':');
+    const std::string_view name = Trimmed(line.substr(0, colon));
+    if (colon == std::string_view::npos || !std::all_of(name.begin(), name.end(), IsOfName))
+        return "a header has names and values";
+    if (IsSameName(name, s_lengthName) && !ReadLength(Trimmed(line.substr(colon + 1))))
+        return "Content-Length is no number";
+    return nullptr;
+}
+
+// No line end is in the body before, since texts of JSON have none: so the header ends the line.
+bool FrameReader::FindLength(std::string_view line)
+{
+    const std::size_t colon = line.rfind(':');
+    if (colon == std::string_view::npos || colon < s_lengthName.size() ||
+        !IsSameName(line.substr(colon - s_lengthName.size(), s_lengthName.size()), s_lengthName))
+        return false;
+    return ReadLength(Trimmed(line.substr(colon + 1)));
+}
+
 // Line by line. False where more is needed; a fault where it is no header.
 bool FrameReader::ReadHeader(Message& message)
 {
     while (true)
     {
-        const std::size_t end = m_octets.find('\n', m_at);
-        if (end == std::string::npos)
+        const std::string_view octets = std::string_view(m_octets).substr(m_at);
+        const std::size_t end = octets.find('\n');
+        if (!m_isLost && std::min(end, octets.size()) > s_longestLine)
+            return Lose(message, "a line of a header is too long");
+        if (end == std::string_view::npos)
         {
-            if (m_octets.size() - m_at <= s_longestLine)
-                return false;
-            Drop(m_octets.size() - m_at);
-            message.m_fault = "a line of a header is too long";
+            if (octets.size() > s_longestLine)
+                Drop(octets.size() - s_longestLine); // the rest may end in a header
+            return false;
+        }
+        const std::string_view line = Trimmed(octets.substr(0, end));
+        const bool isEnd = line.empty(); // or a blank line between messages
+        if (m_isLost)
+            m_isLost = !FindLength(line) && !(isEnd && m_hasLength);
+        else if (const char* fault = isEnd ? nullptr : ReadField(line))
+            return Lose(message, fault);
+        Drop(end + 1);
+        if (isEnd && std::exchange(m_hasLength, false))
+        {
+            m_isInBody = true;
             return true;
         }
-        const std::string line(Trimmed(std::string_view(m_octets).substr(m_at, end - m_at)));
-        Drop(end + 1 - m_at);
-        if (line.empty())
-        {
-            if (std::exchange(m_hasLength, false))
-            {
-                m_isInBody = true;
-                return true;
-            }
-            continue; // blank lines between messages
-        }
-        const std::size_t colon = line.find(':');
-        if (colon == std::string::npos)
-        {
-            message.m_fault = "a header has names and values";
-            return true;
-        }
-        if (!IsSameName(Trimmed(std::string_view(line).substr(0, colon)), "Content-Length"))
-            continue;
-        const std::string_view value = Trimmed(std::string_view(line).substr(colon + 1));
-        const auto [past, error] = std::from_chars(value.data(), value.data() + value.size(), m_length);
-        if (error != std::errc() || past != value.data() + value.size())
-        {
-            message.m_fault = "Content-Length is no number";
-            return true;
-        }
-        m_hasLength = true;
     }
 }
 

@@ -19,7 +19,8 @@ struct Message
     std::string m_fault; // why there is none; empty where there is one
 };
 
-// Takes octets as they come. Of what is no message it finds the next one.
+// Takes octets as they come. Behind what is no message it looks for the next header, which may stand right behind a
+// body whose length was not told.
 class FrameReader
 {
 public:
@@ -30,6 +31,10 @@ public:
 
 private:
     bool ReadHeader(Message& message);
+    bool Lose(Message& message, const char* fault);
+    bool ReadLength(std::string_view value);
+    const char* ReadField(std::string_view line);
+    bool FindLength(std::string_view line);
     void Drop(std::size_t size);
 
     std::string m_octets;
@@ -38,6 +43,7 @@ private:
     std::size_t m_passed = 0; // how much of a body that is too long is still to be passed over
     bool m_hasLength = false;
     bool m_isInBody = false;
+    bool m_isLost = false; // a fault was told, and no header found since
 };
 
 std::string Framed(std::string_view body);

@@ -370,7 +370,7 @@ TEST(Format, KeepsEveryCommentAtEveryPlace)
 {
     yard::Register();
     for (const CommentForm& form : s_commentForms)
-        for (const std::size_t width : {20, 100, 100000})
+        for (const std::size_t width : {20U, 100U, 100000U})
         {
             const std::string text = CommentedText(form);
             const std::string after = Formatted(text, {width, 4});

@@ -270,7 +270,7 @@ TEST(Scalars, GiveWhatTheGeneralFormGives)
 TEST(Scalars, AssignToVariablesAsTheGeneralFormDoes)
 {
     Writer writer(7);
-    for (int n = 0; n < 2000; ++n)
+    for (std::size_t n = 0; n < 2000; ++n)
     {
         static constexpr const char* targets[] = {"f",     "i",          "j",        "k",
                                                   "n",     "u",          "b",        "box.width",
@@ -278,7 +278,7 @@ TEST(Scalars, AssignToVariablesAsTheGeneralFormDoes)
                                                   "f + 1", "numbers[0]", "box.small"};
         static constexpr const char* operators[] = {" = ", " += ", " -= ", " *= ", " = "};
         const std::string text = targets[n % std::size(targets)] + std::string(operators[n % std::size(operators)]) +
-                                 writer.Expression(n % 3);
+                                 writer.Expression(static_cast<int>(n % 3));
         World first;
         World second;
         const auto outcome = [](const Result<Value>& result, World& world)

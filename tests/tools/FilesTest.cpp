@@ -60,7 +60,7 @@ TEST(Files, AreNoLongerThanALimit)
 TEST(Files, MayBeOfAnyLength)
 {
     const TemporaryFolder folder;
-    for (const std::size_t size : {0, 1, 65535, 65536, 65537, 200000, 5000000})
+    for (const std::size_t size : {0U, 1U, 65535U, 65536U, 65537U, 200000U, 5000000U})
     {
         const std::string text = "tool::Note { text = \"" + std::string(size, 'x') + "\" }";
         const std::string file = folder.MakeFile("note.kds", text);
@@ -75,7 +75,7 @@ TEST(Files, LinesMayBeOfAnyLength)
 {
     std::string lines;
     std::string values;
-    for (const std::size_t size : {0, 1, 100, 65530, 65534, 65535, 65536, 65537, 131072, 3, 300000, 2})
+    for (const std::size_t size : {0U, 1U, 100U, 65530U, 65534U, 65535U, 65536U, 65537U, 131072U, 3U, 300000U, 2U})
     {
         lines += "'" + std::string(size, 'x') + "'\n\n";
         values += std::string(size, 'x') + "\n";

@@ -13,7 +13,10 @@ namespace
 std::string Warning(int column, const std::string& text, const std::string& name, int former)
 {
     const auto line = [&](int at, const std::string& what)
-    { return "<stdin>:1:" + std::to_string(at) + ": " + what + "\n" + text + "\n" + std::string(at - 1, ' ') + "^\n"; };
+    {
+        return "<stdin>:1:" + std::to_string(at) + ": " + what + "\n" + text + "\n" +
+               std::string(static_cast<std::size_t>(at) - 1, ' ') + "^\n";
+    };
     return line(column, "warning: member '" + name + "' is written twice") +
            line(former, "note: it is written here already");
 }

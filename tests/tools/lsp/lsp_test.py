@@ -136,6 +136,12 @@ class Lifecycle(unittest.TestCase):
                 self.assertEqual(message["error"]["code"], code)
                 self.assertEqual(client.stop(), 0)
 
+    def test_answers_what_stands_behind_a_body_of_unknown_length(self):
+        with started() as client:
+            client.write(b"Content-Length: abc\r\n\r\n" + json.dumps({"jsonrpc": "2.0", "id": 5}).encode())
+            self.assertEqual(client.fail("textDocument/nothing")["code"], -32601)
+            self.assertEqual(client.stop(), 0)
+
     def test_knows_headers_of_other_writings(self):
         with Client([TOOL, "lsp"]) as client:
             body = json.dumps({"jsonrpc": "2.0", "id": "one", "method": "shutdown"}).encode()

@@ -40,7 +40,7 @@ std::string Utf8(uint32 codePoint)
 // The length of the form that begins there of a code point beyond ASCII; 0 where there is none.
 std::size_t LengthOfCodePoint(const std::string& text, std::size_t at)
 {
-    for (const std::size_t length : {2, 3, 4})
+    for (const std::size_t length : {2U, 3U, 4U})
     {
         const std::string form = text.substr(at, length);
         uint32 codePoint = static_cast<uint8>(form[0]) & (0x7FU >> length);
@@ -151,7 +151,7 @@ TEST(QuotedText, KnowsEveryBeginningOfACodePoint)
     for (int first = 0; first < 256; ++first)
         for (const int second : {0x00, 0x61, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC0, 0xFF})
             for (const std::string behind : {"", "\x80", "\xBF\x80"})
-                for (const std::size_t at : {0, 13, 14, 15})
+                for (const std::size_t at : {0U, 13U, 14U, 15U})
                 {
                     std::string text(at, 'x');
                     text += static_cast<char>(first);

@@ -366,7 +366,7 @@ TEST(GetLineNumber, CountsLineFeedsFromOne)
 TEST(GetLineNumber, CountsInTextsOfAnyLength)
 {
     std::string text(8'300, '\n');
-    for (const std::size_t step : {1, 2, 3, 7, 50})
+    for (const std::size_t step : {1U, 2U, 3U, 7U, 50U})
     {
         for (std::size_t i = 0; i < text.size(); ++i)
             text[i] = i % step == 0 ? '\n' : static_cast<char>(i);

@@ -74,7 +74,7 @@ TEST(Comments, MayBeOfAnyLengthAndEndAnywhere)
 {
     for (std::size_t length = 0; length <= 70; ++length)
         for (const char filler : {'a', '*', '/', ' '})
-            for (const std::size_t blanks : {0, 1, 2, 15, 16, 17, 33})
+            for (const std::size_t blanks : {0U, 1U, 2U, 15U, 16U, 17U, 33U})
             {
                 const std::string inside(length, filler);
                 const std::string space(blanks, ' ');
