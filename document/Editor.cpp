@@ -1,5 +1,6 @@
 #include <kelmDocument/Editor.h>
 
+#include <kelmDocument/private/Additions.h>
 #include <kelmDocument/private/Assignments.h>
 #include <kelmDocument/private/Edit.h>
 #include <kelmDocument/private/Removals.h>
@@ -33,6 +34,31 @@ Result<bool> Change(Document& document, const DocumentPolicy& policy, std::strin
                    });
 }
 
+// As many as can be made together, from the first on.
+template <class Together, class T, class Add>
+std::size_t MakeSome(Document& document, const DocumentPolicy& policy, std::span<const T> edits, const Add& add)
+{
+    try
+    {
+        Together together(document, editing::Reading(policy));
+        std::size_t count = 0;
+        while (count < edits.size() && add(together, edits[count]))
+            ++count;
+        std::optional<Document> changed = count > 0 ? together.TryTake() : std::nullopt;
+        if (!changed)
+            return 0;
+        document = std::move(*changed);
+        return count;
+    }
+    catch (const Error&) // which one of them tells, made alone
+    {
+        return 0;
+    }
+}
+
+constexpr auto AddPair = [](auto& together, const Assignment& pair)
+{ return together.TryAdd(pair.m_path, pair.m_value); };
+
 } // namespace
 
 Result<bool> DocumentEditor::Set(std::string_view path, std::string_view value)
@@ -47,22 +73,7 @@ Result<bool> DocumentEditor::Add(std::string_view path, std::string_view value)
 
 std::size_t DocumentEditor::SetSome(std::span<const Assignment> assignments)
 {
-    try
-    {
-        editing::Assignments plain(m_document, editing::Reading(m_policy));
-        std::size_t count = 0;
-        while (count < assignments.size() && plain.TryAdd(assignments[count].m_path, assignments[count].m_value))
-            ++count;
-        std::optional<Document> changed = count > 0 ? plain.TryTake() : std::nullopt;
-        if (!changed)
-            return 0;
-        m_document = std::move(*changed);
-        return count;
-    }
-    catch (const Error&) // which one of them tells, made alone
-    {
-        return 0;
-    }
+    return MakeSome<editing::Assignments>(m_document, m_policy, assignments, AddPair);
 }
 
 Result<bool> DocumentEditor::Remove(std::string_view path)
@@ -72,25 +83,19 @@ Result<bool> DocumentEditor::Remove(std::string_view path)
 
 std::size_t DocumentEditor::RemoveSome(std::span<const std::string_view> paths)
 {
-    try
-    {
-        editing::Removals removals(m_document, editing::Reading(m_policy));
-        std::size_t count = 0;
-        while (count < paths.size() && removals.TryAdd(paths[count]))
-            ++count;
-        if (count > 0)
-            m_document = removals.Take();
-        return count;
-    }
-    catch (const Error&) // which one of them tells, made alone
-    {
-        return 0;
-    }
+    return MakeSome<editing::Removals>(m_document, m_policy, paths,
+                                       [](editing::Removals& removals, std::string_view path)
+                                       { return removals.TryAdd(path); });
 }
 
 Result<bool> DocumentEditor::Insert(std::string_view path, std::string_view value)
 {
     return Change(m_document, m_policy, path, value, [&](editing::Edit& edit) { edit.Insert(path, value); });
+}
+
+std::size_t DocumentEditor::InsertSome(std::span<const Assignment> additions)
+{
+    return MakeSome<editing::Additions>(m_document, m_policy, additions, AddPair);
 }
 
 Result<bool> DocumentEditor::Rename(std::string_view path, std::string_view name)

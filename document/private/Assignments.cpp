@@ -2,7 +2,6 @@
 
 #include <kelmDocument/private/Edit.h>
 
-#include <kelm/Error.h>
 #include <kelm/private/values/Variable.h>
 
 #include <algorithm>
@@ -38,15 +37,9 @@ bool Assignments::TryAdd(std::string_view path, std::string_view value)
         return false;
     const Reading& reading = m_places.GetReading();
     const Spot& spot = place.m_spot;
-    try
-    {
-        const Variable fresh(spot.m_type); // what is wrong with the value shows before anything is changed
-        reading.ReadValue(s_textName, text, spot.m_type, fresh.Get());
-    }
-    catch (const Error&)
-    {
+    const Variable fresh(spot.m_type); // what is wrong with the value shows before anything is changed
+    if (!reading.TryReadValue(text, spot.m_type, fresh.Get()))
         return false;
-    }
     const std::optional<std::string> before = reading.Written(spot.m_type, spot.m_data);
     reading.ReadValue(s_textName, text, spot.m_type, spot.m_data);
     if (!before || reading.Written(spot.m_type, spot.m_data) != before)
@@ -67,11 +60,7 @@ std::optional<Document> Assignments::TryTake() const
     }
     text += before.substr(at);
     Document changed = Document::Parse(std::move(text));
-    const std::optional<std::string> expected = m_places.GetSubject().Written();
-    const Subject after(m_places.GetReading(), changed);
-    if (expected && after.Written().value_or(*expected) != *expected)
-        return std::nullopt;
-    return changed;
+    return m_places.ReadsSo(changed) ? std::optional(std::move(changed)) : std::nullopt;
 }
 
 // Comments within stay, which takes looking at each.

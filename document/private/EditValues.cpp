@@ -72,16 +72,7 @@ Document Edit::Take(std::string_view path)
 
 bool Edit::CanRead(std::string_view text, const ReflectionByteCode& type) const
 {
-    const Variable fresh(type);
-    try
-    {
-        ReadValue(text, type, fresh.Get());
-        return true;
-    }
-    catch (const Error&)
-    {
-        return false;
-    }
+    return m_reading.TryReadValue(text, type, Variable(type).Get());
 }
 
 // That what is there has that value.

@@ -93,6 +93,36 @@ bool OncePlaces::TryFind(std::string_view path, Place& place)
     return true;
 }
 
+std::optional<std::string_view> OncePlaces::TakeLastBrackets(std::string_view& path)
+{
+    std::size_t begin = 0;
+    WrittenStep step;
+    for (std::size_t at = 0; at < path.size();)
+    {
+        begin = at;
+        if (!TryTakeStep(path, at, step))
+            return std::nullopt;
+    }
+    if (begin == 0 || step.m_isName)
+        return std::nullopt;
+    path = path.substr(0, begin);
+    return step.m_text;
+}
+
+std::size_t OncePlaces::NoteAdded(const Place& place)
+{
+    Contents& contents = *FindContents(place.m_value);
+    ++contents.m_numAdded;
+    return contents.m_brackets.m_span.m_begin;
+}
+
+bool OncePlaces::ReadsSo(const Document& changed) const
+{
+    const std::optional<std::string> expected = m_subject.Written();
+    const Subject after(GetReading(), changed);
+    return !expected || after.Written().value_or(*expected) == *expected;
+}
+
 // Through handles and optionals to what they designate.
 bool OncePlaces::TryEnter(Spot& spot)
 {
@@ -184,7 +214,8 @@ bool OncePlaces::TryStepToElement(std::string_view text, Place& place)
         return false;
     const bool isFixed = list.IsFixedList();
     // Of a list that grows, what creation gave comes first.
-    const ssize_t made = isFixed ? 0 : list.CountElements() - static_cast<ssize_t>(contents->m_items.size());
+    const ssize_t written = static_cast<ssize_t>(contents->m_items.size()) + contents->m_numAdded;
+    const ssize_t made = isFixed ? 0 : list.CountElements() - written;
     const auto numLeft = static_cast<ssize_t>(contents->m_left.Count());
     if (made < 0 || index < made || index - made >= numLeft)
         return false;

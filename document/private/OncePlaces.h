@@ -31,6 +31,7 @@ class OncePlaces
         std::map<std::string, std::size_t> m_keys = {}; // likewise, as they are written, once they are known
         std::vector<std::string> m_allOfKeys = {};      // those of which any may depend on the one before it
         Remaining m_left = Remaining(m_items.size());   // which of the items have not been taken out
+        ssize_t m_numAdded = 0;                         // how many the value has more by now
     };
     static constexpr std::size_t s_several = static_cast<std::size_t>(-1);
 
@@ -57,6 +58,16 @@ public:
 
     // False where it is none such, or an error.
     bool TryFind(std::string_view path, Place& place);
+
+    // Takes the last step off a path where that stands in brackets; what it says there.
+    static std::optional<std::string_view> TakeLastBrackets(std::string_view& path);
+
+    // Whether a value is written in brackets; paths that come know that it has one more, where these begin.
+    bool HasBrackets(const Place& place) { return FindContents(place.m_value) != nullptr; }
+    std::size_t NoteAdded(const Place& place);
+
+    // Whether a changed document reads as what the values were made to be.
+    bool ReadsSo(const Document& changed) const;
 
     // What the document reads as. Spots lead to its values.
     const Subject& GetSubject() const { return m_subject; }

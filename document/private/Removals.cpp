@@ -20,7 +20,7 @@ bool Removals::TryAdd(std::string_view path)
     return true;
 }
 
-Document Removals::Take() const
+std::optional<Document> Removals::TryTake() const
 {
     std::map<std::size_t, std::pair<std::size_t, std::string_view>> changes; // by where they begin
     for (const auto& [brackets, leavings] : m_leavings)

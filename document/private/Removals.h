@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string_view>
 
 namespace kelm::editing
@@ -25,7 +26,7 @@ public:
     bool TryAdd(std::string_view path);
 
     // The changed document. Throws kelm::Error where it cannot be read.
-    Document Take() const;
+    std::optional<Document> TryTake() const;
 
 private:
     const Document& m_document;

@@ -46,6 +46,19 @@ UsedType Used(const ReflectionByteCode& type)
 
 } // namespace
 
+bool Reading::TryReadValue(std::string_view text, const ReflectionByteCode& type, void* data) const
+{
+    try
+    {
+        ReadValue(s_textName, text, type, data);
+        return true;
+    }
+    catch (const Error&)
+    {
+        return false;
+    }
+}
+
 void Reading::ReadValue(std::string_view name, std::string_view text, const ReflectionByteCode& type, void* data) const
 {
     const SourceText source{name, text};

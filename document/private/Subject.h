@@ -31,6 +31,9 @@ public:
     // All of a text, into a constructed variable. Throws kelm::Error about that text.
     void ReadValue(std::string_view name, std::string_view text, const ReflectionByteCode& type, void* data) const;
 
+    // Whether it could.
+    bool TryReadValue(std::string_view text, const ReflectionByteCode& type, void* data) const;
+
     // On one line; nothing where it cannot be written.
     std::optional<std::string> Written(const ReflectionByteCode& type, const void* data) const;
     std::optional<std::string> Written(const ptr<IObject>& object) const;

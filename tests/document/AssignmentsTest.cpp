@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -40,11 +41,22 @@ struct Pair
     std::string m_value;
 };
 
-std::size_t SetSome(DocumentEditor& editor, const std::vector<Pair>& pairs)
+void PrintTo(const Pair& pair, std::ostream* stream)
+{
+    *stream << pair.m_path << " <- " << pair.m_value;
+}
+
+std::vector<Assignment> AssignmentsOf(const std::vector<Pair>& pairs)
 {
     std::vector<Assignment> assignments;
     for (const Pair& pair : pairs)
         assignments.push_back({pair.m_path, pair.m_value});
+    return assignments;
+}
+
+std::size_t SetSome(DocumentEditor& editor, const std::vector<Pair>& pairs)
+{
+    const std::vector<Assignment> assignments = AssignmentsOf(pairs);
     return editor.SetSome(assignments);
 }
 
@@ -167,17 +179,43 @@ std::size_t RemoveSome(DocumentEditor& editor, const std::vector<std::string>& p
     return editor.RemoveSome(std::vector<std::string_view>(paths.begin(), paths.end()));
 }
 
-// What is removed of a text at once, as far as that goes, and the same removed one by one.
+std::size_t InsertSome(DocumentEditor& editor, const std::vector<Pair>& pairs)
+{
+    const std::vector<Assignment> additions = AssignmentsOf(pairs);
+    return editor.InsertSome(additions);
+}
+
+// What is made of a text by edits at once, as far as that goes, and by the same one by one.
 struct BothWays
 {
+    // Of what is removed.
     BothWays(const std::string& text, const std::vector<std::string>& removed, const DocumentPolicy& policy = {})
+        : BothWays(
+              text, policy, [&](DocumentEditor& editor) { return RemoveSome(editor, removed); },
+              [&](std::size_t n) { return static_cast<bool>(m_editor.Remove(removed[n])); },
+              testing::PrintToString(removed))
+    {
+    }
+
+    // Of what is put in.
+    BothWays(const std::string& text, const std::vector<Pair>& added, const DocumentPolicy& policy = {})
+        : BothWays(
+              text, policy, [&](DocumentEditor& editor) { return InsertSome(editor, added); },
+              [&](std::size_t n) { return static_cast<bool>(m_editor.Insert(added[n].m_path, added[n].m_value)); },
+              testing::PrintToString(added))
+    {
+    }
+
+    template <class Some, class One>
+    BothWays(const std::string& text, const DocumentPolicy& policy, const Some& makeSome, const One& makeOne,
+             const std::string& edits)
         : m_atOnce(Document::Parse(text)), m_each(Document::Parse(text)), m_editor(m_each, policy)
     {
         DocumentEditor editor(m_atOnce, policy);
-        m_made = RemoveSome(editor, removed);
+        m_made = makeSome(editor);
         for (std::size_t n = 0; n < m_made; ++n)
-            EXPECT_TRUE(m_editor.Remove(removed[n])) << text << removed[n];
-        EXPECT_EQ(m_atOnce.GetText(), m_each.GetText()) << text << testing::PrintToString(removed) << m_made;
+            EXPECT_TRUE(makeOne(n)) << text << edits << n;
+        EXPECT_EQ(m_atOnce.GetText(), m_each.GetText()) << text << edits << m_made;
     }
 
     Document m_atOnce;
@@ -247,7 +285,34 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
     EXPECT_GT(numAlone, 300);
 }
 
-// Of a list or map of any layout, with comments, in any order.
+// The n-th item of a list, set or map of an order.
+std::string ItemOf(const std::string& member, std::size_t n)
+{
+    const std::string name = "'" + std::to_string(n) + "'";
+    return (member == "rates" ? name + " -> " : "") + (member == "tags" ? name : std::to_string(n + 10));
+}
+
+// So many of them in any layout, with comments.
+std::string AnyItems(Random& random, const std::string& member, std::size_t count)
+{
+    const std::size_t style = random.Below(4);
+    std::string text = "{ customer = 'a' " + member + " = [";
+    for (std::size_t n = 0; n < count; ++n)
+    {
+        const bool hasLine = style == 0 || (style == 1 && random.OneIn(2));
+        text += hasLine ? "\n    " : style == 2 ? "" : " ";
+        if (random.OneIn(8))
+            text += hasLine && random.OneIn(2) ? "// above\n    " : "/* before */ ";
+        text += ItemOf(member, n);
+        text += random.OneIn(8) ? " /* within */" : "";
+        text += n + 1 < count ? "," : "";
+        if (random.OneIn(8))
+            text += hasLine && random.OneIn(2) ? " // behind\n" : " /* behind */";
+    }
+    return text + (style == 0 ? "\n] }" : "] }");
+}
+
+// In any order.
 TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
 {
     Random random(Seed(10));
@@ -256,21 +321,7 @@ TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
     {
         const bool isMap = random.OneIn(3);
         const std::size_t count = 1 + random.Below(12);
-        const std::size_t style = random.Below(4);
-        std::string text = isMap ? "{ customer = 'a' rates = [" : "{ customer = 'a' codes = [";
-        for (std::size_t n = 0; n < count; ++n)
-        {
-            const bool hasLine = style == 0 || (style == 1 && random.OneIn(2));
-            text += hasLine ? "\n    " : style == 2 ? "" : " ";
-            if (random.OneIn(8))
-                text += hasLine && random.OneIn(2) ? "// above\n    " : "/* before */ ";
-            text += (isMap ? "'" + std::to_string(n) + "' -> " : "") + std::to_string(n + 10);
-            text += random.OneIn(8) ? " /* within */" : "";
-            text += n + 1 < count ? "," : "";
-            if (random.OneIn(8))
-                text += hasLine && random.OneIn(2) ? " // behind\n" : " /* behind */";
-        }
-        text += style == 0 ? "\n] }" : "] }";
+        const std::string text = AnyItems(random, isMap ? "rates" : "codes", count);
         std::vector<std::string> removed;
         for (std::size_t n = 1 + random.Below(count); n-- > 0;)
             removed.push_back(isMap ? ".rates['" + std::to_string(random.Below(count)) + "']"
@@ -395,6 +446,149 @@ TEST(Removals, AreOfWhatIsWrittenOnce)
         Document document = Document::Parse(row.m_text);
         DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
         EXPECT_EQ(RemoveSome(editor, row.m_paths), row.m_made) << row.m_text;
+        EXPECT_EQ(document.GetText(), row.m_after);
+    }
+}
+
+// --- Additions
+
+TEST(Additions, LeaveWhatEditsOneByOneLeave)
+{
+    yard::Register();
+    const Pair pairs[] = {{".tags", "5"},
+                          {".tags", "6 /* six */"},
+                          {".tags", " 0x7 // seven"},
+                          {".tags[4]", "8"},
+                          {".tags[5]", "9"},
+                          {".tags[0]", "9"},
+                          {".tags", "'text'"},
+                          {".tags", ""},
+                          {".filled", "4"},
+                          {".filled[3]", "4"},
+                          {".filled[0]", "4"},
+                          {".crates", "{ label = 'd' }"},
+                          {".crates", "Crate { seals = [1] }"},
+                          {".crates", "('e', 1, (2, 3))"},
+                          {".crates[2]", "{}"},
+                          {".crates[0].seals", "4"},
+                          {".crates[0].weight", "4"},
+                          {".list", "3"},
+                          {".list[2]", "3"},
+                          {".rows", "[1]"},
+                          {".rows[0]", "[2]"},
+                          {".set", "'x'"},
+                          {".counts['c']", "3"},
+                          {".counts['d']", "4"},
+                          {".counts[ 'e' ]", "5"},
+                          {".counts['a']", "6"},
+                          {".counts", "7"},
+                          {".counts['f']", "oops"},
+                          {".stock['x']", "1"},
+                          {".map['x']", "1"},
+                          {".scores", "1"},
+                          {".oops", "1"},
+                          {".samples", "(1, 2)"},
+                          {".title", "'x'"},
+                          {".maybeList", "1"},
+                          {".first", "yard.Crate {}"},
+                          {"tags", "1"}};
+    Random random(Seed(12));
+    int numAtOnce = 0;
+    int numAlone = 0;
+    for (uint64 i = 0; i < NumCases(4000); ++i)
+    {
+        int numComments = 0;
+        const std::string text = random.OneIn(3) ? AnyShip(random, numComments) : TidyShip(random, numComments);
+        std::vector<Pair> added;
+        for (std::size_t n = 2 + random.Below(8); n-- > 0;)
+            added.push_back(random.OneIn(3) ? pairs[random.Below(std::size(pairs))] : pairs[random.Below(3)]);
+        const std::size_t made = BothWays(text, added).m_made;
+        numAtOnce += made > 1 ? 1 : 0;
+        numAlone += made < added.size() ? 1 : 0;
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_GT(numAtOnce, 300);
+    EXPECT_GT(numAlone, 300);
+}
+
+// To two of them at a time.
+TEST(Additions, OfElementsLeaveWhatEditsOneByOneLeave)
+{
+    const std::string members[] = {"codes", "tags", "rates"};
+    Random random(Seed(13));
+    for (uint64 i = 0; i < NumCases(4000); ++i)
+    {
+        const std::string member = members[random.Below(3)];
+        const std::size_t count = random.Below(6);
+        std::string text = AnyItems(random, member, count);
+        text.insert(text.size() - 1, random.OneIn(2) ? "\n  rows = [\n[1],\n[2]] // rows\n" : "rows = [[], [1, 2]]");
+        std::vector<Pair> added;
+        for (std::size_t n = count, end = n + 1 + random.Below(9); n < end; ++n)
+            if (random.OneIn(4))
+                added.push_back({".rows", random.OneIn(2) ? "[3]" : "[\n 4 // four\n]"});
+            else if (const std::string item = ItemOf(member, n); member == "rates")
+                added.push_back({".rates['" + std::to_string(n) + "']", item.substr(item.rfind(' ') + 1)});
+            else
+                added.push_back({"." + member, item});
+        const BothWays both(text, added, DocumentPolicy::Of<orders::Order>());
+        ASSERT_EQ(both.m_made, added.size()) << text << testing::PrintToString(added);
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+struct AdditionRow
+{
+    std::string m_text;
+    std::vector<Pair> m_pairs;
+    std::string m_after;
+    std::size_t m_made = m_pairs.size();
+};
+
+TEST(Additions, AreBehindOthersOfWhatIsWrittenOnce)
+{
+    const std::string head = "{ customer = 'a' ";
+    const AdditionRow rows[] = {
+        {head + "codes = [1] }", {{".codes", "2"}, {".codes", " 3 "}}, head + "codes = [1, 2, 3] }"},
+        {head + "codes = [] }", {{".codes", "2"}, {".codes[1]", "3"}}, head + "codes = [2, 3] }"},
+        {head + "codes = [\n  1 // one\n] }",
+         {{".codes", "2"}, {".codes", "3"}},
+         head + "codes = [\n  1, // one\n  2,\n  3\n] }"},
+        {head + "rates = ['x' -> 1] }",
+         {{".rates['y']", "2"}, {".rates[\"z\"]", "3"}},
+         head + "rates = ['x' -> 1, 'y' -> 2, \"z\" -> 3] }"},
+        {head + "tags = ['x'] codes = [1] }",
+         {{".tags", "'y'"}, {".codes", "2"}, {".tags", "'z'"}},
+         head + "tags = ['x', 'y', 'z'] codes = [1, 2] }"},
+        {head + "items = ['x' -> {}] }",
+         {{".items['y']", "{ item = 'z' }"}, {".items['z']", "('z', 1, 2)"}},
+         head + "items = ['x' -> {}, 'y' -> { item = 'z' }, 'z' -> ('z', 1, 2)] }"},
+        {head + "lines = [] }",
+         {{".lines", "{ item = 'x' }"}, {".lines", "('y', 1, 2)"}},
+         head + "lines = [{ item = 'x' }, ('y', 1, 2)] }"},
+        // Others.
+        {head + "codes = [1] }", {{".codes", "2"}, {".codes[0]", "3"}}, head + "codes = [1, 2] }", 1},
+        {head + "codes = [1] }", {{".codes", "2"}, {".codes[1]", "3"}}, head + "codes = [1, 2] }", 1},
+        {head + "codes = [1] }", {{".codes", "2"}, {".codes[4]", "3"}}, head + "codes = [1, 2] }", 1},
+        {head + "codes = [1] }", {{".codes", "2"}, {".codes", "'x'"}}, head + "codes = [1, 2] }", 1},
+        {head + "codes = [1] }", {{".codes", "2"}, {".codes", ""}}, head + "codes = [1, 2] }", 1},
+        {head + "tags = ['x'] }", {{".tags", "'y'"}, {".tags", "\"y\""}}, head + "tags = ['x', 'y'] }", 1},
+        {head + "rates = [] }", {{".rates['x']", "1"}, {".rates['x']", "2"}}, head + "rates = ['x' -> 1] }", 1},
+        {head + "lines = [] }",
+         {{".lines", "('x', 1, 2)"}, {".lines[0].item", "'y'"}},
+         head + "lines = [('x', 1, 2)] }",
+         1},
+        {head + "}", {{".codes", "2"}}, head + "}", 0}, // creation gives it others
+        {head + "flags = [true] }", {{".flags", "false"}}, head + "flags = [true] }", 0},
+        {head + "corners = [{}, {}] }", {{".corners", "{}"}}, head + "corners = [{}, {}] }", 0},
+        {head + "gift = { item = 'x' } }", {{".gift", "{}"}}, head + "gift = { item = 'x' } }", 0},
+        {head + "number = 1 }", {{".number", "2"}}, head + "number = 1 }", 0},
+        {head + "oops = 1 codes = [] }", {{".codes", "2"}}, head + "oops = 1 codes = [] }", 0},
+    };
+    for (const AdditionRow& row : rows)
+    {
+        Document document = Document::Parse(row.m_text);
+        DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
+        EXPECT_EQ(InsertSome(editor, row.m_pairs), row.m_made) << row.m_text;
         EXPECT_EQ(document.GetText(), row.m_after);
     }
 }

@@ -303,18 +303,28 @@ void Lay(const std::string& text)
     *Format(text);
 }
 
-// Gives what stands under each of so many indices or keys another value.
-void Assign(const std::string& text, const char* member, std::size_t count)
+// Makes edits at once that give what is under each of so many paths a value.
+template <class Make>
+void GiveEach(const std::string& text, std::size_t count,
+              std::size_t (DocumentEditor::*some)(std::span<const Assignment>), const Make& makePath)
 {
     std::vector<std::string> paths;
     for (std::size_t i = 0; i < count; ++i)
-        paths.push_back(std::string(member) + '[' + std::to_string(i) + ']');
-    std::vector<Assignment> assignments;
+        paths.push_back(makePath(i));
+    std::vector<Assignment> edits;
     for (const std::string& path : paths)
-        assignments.push_back({path, "7"});
+        edits.push_back({path, "7"});
     Document document = Document::Parse(text);
-    if (DocumentEditor(document).SetSome(assignments) != count)
-        throw std::runtime_error("they cannot be set at once");
+    DocumentEditor editor(document);
+    if ((editor.*some)(edits) != count)
+        throw std::runtime_error("they cannot be made at once");
+}
+
+// Gives what stands under each of so many indices or keys another value.
+void Assign(const std::string& text, const char* member, std::size_t count)
+{
+    GiveEach(text, count, &DocumentEditor::SetSome,
+             [&](std::size_t i) { return std::string(member) + '[' + std::to_string(i) + ']'; });
 }
 
 // Writes back what a change makes of the value that a text gives.
@@ -516,6 +526,22 @@ const Shape s_shapes[] = {
      { return InRecord("numbers = [" + List(n, [](std::size_t i) { return std::to_string(i + 10); }) + ']'); },
      [](const std::string& text)
      { Unassign(text, text.size() / 16, [](std::size_t) { return std::string(".numbers[7]"); }); }},
+    {"elements that are put in",
+     [](std::size_t n)
+     { return InRecord("numbers = [" + List(n, [](std::size_t i) { return std::to_string(i); }) + ']'); },
+     [](const std::string& text)
+     {
+         GiveEach(text, text.size() / 16, &DocumentEditor::InsertSome,
+                  [](std::size_t) { return std::string(".numbers"); });
+     }},
+    {"entries that are put in",
+     [](std::size_t n)
+     { return InRecord("counts = [" + List(n, [](std::size_t i) { return std::to_string(i) + "->1"; }) + ']'); },
+     [](const std::string& text)
+     {
+         GiveEach(text, text.size() / 16, &DocumentEditor::InsertSome,
+                  [](std::size_t i) { return ".counts[" + std::to_string(1000000 + i) + ']'; });
+     }},
     {"an update of what is deep", [](std::size_t n) { return Nest(n / 4, "{inner=[", "{}", "]}"); },
      [](const std::string& text)
      {

@@ -120,12 +120,12 @@ void Explain(const Document& document, const Error& error, const EditTexts& edit
 class Together
 {
 public:
-    Together(const std::vector<EditTexts>& edits, const Options& options)
+    Together(const std::vector<EditTexts>& edits, const Options& options) : m_isAddition(options.m_run == RunAdd)
     {
         if (edits.size() == 1)
             return;
         for (const EditTexts& edit : edits)
-            if (options.m_run == RunSet)
+            if (options.m_run == RunSet || options.m_run == RunAdd)
                 m_assignments.push_back({edit.m_path, edit.m_value});
             else if (options.m_run == RunUnset)
                 m_paths.push_back(edit.m_path);
@@ -133,13 +133,15 @@ public:
 
     std::size_t MakeSome(DocumentEditor& editor, std::size_t from) const
     {
-        if (!m_assignments.empty())
-            return editor.SetSome(std::span(m_assignments).subspan(from));
-        return m_paths.empty() ? 0 : editor.RemoveSome(std::span(m_paths).subspan(from));
+        if (m_assignments.empty())
+            return m_paths.empty() ? 0 : editor.RemoveSome(std::span(m_paths).subspan(from));
+        const std::span left = std::span(m_assignments).subspan(from);
+        return m_isAddition ? editor.InsertSome(left) : editor.SetSome(left);
     }
 
 private:
-    std::vector<Assignment> m_assignments; // of `set`
+    bool m_isAddition;
+    std::vector<Assignment> m_assignments; // of `set` and `add`
     std::vector<std::string_view> m_paths; // of `unset`
 };
 
