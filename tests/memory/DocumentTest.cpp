@@ -179,6 +179,17 @@ constexpr Operation<World> s_operations[] = {
          static constexpr std::string_view s_paths[] = {".note", ".lines[0].quantity"};
          return std::to_string(editor.RemoveSome(s_paths));
      }},
+    {"insert some",
+     [](World& world)
+     {
+         DocumentEditor editor(world.document);
+         static constexpr Assignment s_additions[] = {{".lines", "{ quantity = 7 }"},
+                                                      {".rates['a third key that takes memory of its own']", "3"},
+                                                      {".lines[4]", "{ item = 'an item that takes memory' }"},
+                                                      {".lines", "{}"},
+                                                      {".lines", "{}"}};
+         return std::to_string(editor.InsertSome(s_additions));
+     }},
     {"format", [](World& world) { return OutcomeOf(Format(world.document, {.m_width = 40, .m_indent = 2})); }},
     {"format what is wrong", [](World&) { return OutcomeOf(Format("scarce::Order { note = }")); }},
     {"format lines",
