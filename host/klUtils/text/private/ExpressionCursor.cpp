@@ -33,6 +33,17 @@ const char* ExpressionCursor::SkipMoreSpace(const char* p, const char* end)
     return SkipRun<Spaces>(p, end);
 }
 
+// Behind more than one blank.
+void ExpressionCursor::GoBehindSpace(EToken kind, const char* start, const char* past)
+{
+    const char* const behind = SkipRun<Spaces>(past, m_end);
+    if (TryAcceptBehind(kind, start, past, behind, [] {}))
+        return;
+    if (start != m_start)
+        Accept(kind, start, past, m_start);
+    GoTo(behind);
+}
+
 void ExpressionCursor::Next()
 {
     GoTo(SkipSpaceHere(m_p));

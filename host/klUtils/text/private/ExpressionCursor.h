@@ -240,15 +240,17 @@ private:
         return {TOKEN_HEX_INTEGER, run.m_past, run.m_number, run.m_past - (start + 2)};
     }
 
-    // Most often there is none, or one blank.
-    [[gnu::always_inline]] const char* SkipSpaceHere(const char* p) const
+    // Most often there is none, or one blank: past that. False where there is more.
+    [[gnu::always_inline]] bool TrySkipBlank(const char*& p) const
     {
         constexpr unsigned char lastBlank = ' ';
         if (p == m_end || static_cast<unsigned char>(*p) > lastBlank)
-            return p;
-        if (*p == ' ' && (++p == m_end || static_cast<unsigned char>(*p) > lastBlank))
-            return p;
-        return SkipMoreSpace(p, m_end);
+            return true;
+        return *p == ' ' && (++p == m_end || static_cast<unsigned char>(*p) > lastBlank);
+    }
+    [[gnu::always_inline]] const char* SkipSpaceHere(const char* p) const
+    {
+        return TrySkipBlank(p) ? p : SkipMoreSpace(p, m_end);
     }
     // Pure, so that members that are in registers stay there.
     [[gnu::pure]] KLUTILS_API static const char* SkipMoreSpace(const char* p, const char* end);
@@ -312,6 +314,7 @@ private:
 
     // To the token at `start`, the first character behind the current one that is no white space.
     KLUTILS_API void GoTo(const char* start);
+    KLUTILS_API void GoBehindSpace(EToken kind, const char* start, const char* past);
     KLUTILS_API void AcceptLongOperator(const char* start, const char* previous);
     KLUTILS_API void AcceptName(const char* start);
     void AcceptNumber(const char* start);
@@ -342,7 +345,9 @@ private:
 
 inline void ExpressionCursor::GoBehind(EToken kind, const char* start, const char* past)
 {
-    const char* const behind = SkipSpaceHere(past);
+    const char* behind = past;
+    if (!TrySkipBlank(behind)) [[unlikely]]
+        return GoBehindSpace(kind, start, past);
     if (TryAcceptBehind(kind, start, past, behind, [] {}))
         return;
     if (start != m_start)
