@@ -73,8 +73,8 @@ public:
     Result<bool> Insert(std::string_view path, std::string_view value);
 
     // The same of one after the other, as far as each puts something behind the last one of a list or set that is
-    // written once, or under a new key behind those of such a map: all of them in about the time that one takes. Returns
-    // how many it has made, as SetSome does.
+    // written once, or under a new key behind those of such a map: all of them in about the time that one takes.
+    // Returns how many it has made, as SetSome does.
     std::size_t InsertSome(std::span<const Assignment> additions);
 
     // Gives what is written under a key or a member's name another one, which must not be there yet.
