@@ -9,10 +9,16 @@ namespace kelm::language
 namespace
 {
 
-// The tokens between the brackets, but for what stands before the first comma: the type.
-std::vector<Part> TokensOfDescription(std::string_view source, std::size_t line)
+struct Description
 {
-    std::vector<Part> tokens;
+    std::size_t m_begin = 0;
+    std::vector<Part> m_tokens = {}; // between the brackets, but for what stands before the first comma: the type
+};
+
+std::optional<Description> DescriptionAt(std::string_view source, std::size_t line)
+{
+    Description description;
+    std::size_t former = 0; // where the last token outside of brackets begins
     std::size_t lastLine = 0;
     std::size_t counted = 0;
     const auto lineOf = [&](std::size_t at)
@@ -33,25 +39,35 @@ std::vector<Part> TokensOfDescription(std::string_view source, std::size_t line)
         if (part.Is(TOKEN_RIGHT_PAREN) && depth > 0 && --depth == 0)
         {
             if (lineOf(part.m_span.m_begin) >= line)
-                return tokens;
-            tokens.clear();
+                return description;
+            description.m_tokens.clear();
             isBehindType = false;
         }
         else if (depth == 1 && part.Is(TOKEN_COMMA))
             isBehindType = true;
         else if (isBehindType)
-            tokens.push_back(part);
-        if (part.Is(TOKEN_LEFT_PAREN) && ++depth == 1 && lineOf(part.m_span.m_begin) > line)
-            return {};
+            description.m_tokens.push_back(part);
+        if (part.Is(TOKEN_LEFT_PAREN) && ++depth == 1)
+        {
+            if (lineOf(part.m_span.m_begin) > line)
+                return std::nullopt;
+            description.m_begin = former;
+        }
+        former = part.m_span.m_begin;
     }
-    return {};
+    return std::nullopt;
 }
 
 } // namespace
 
 std::optional<Span> FindInDescription(std::string_view source, std::size_t line, std::string_view name)
 {
-    const std::vector<Part> tokens = TokensOfDescription(source, line);
+    const std::optional<Description> description = DescriptionAt(source, line);
+    if (!description)
+        return std::nullopt;
+    if (name.empty())
+        return Span{description->m_begin, description->m_begin};
+    const std::vector<Part>& tokens = description->m_tokens;
     std::optional<Span> found;
     for (std::size_t i = 0; i < tokens.size(); ++i)
     {

@@ -173,14 +173,16 @@ Json LineLocation(const std::string& path, std::size_t line)
     return {{"uri", UriOfPath(path)}, {"range", {{"start", place}, {"end", place}}}};
 }
 
-// The name of a member, if it is there, or the line.
+// The name of a member, if it is there, or where its description begins.
 Json DescribingLocation(const Session& session, const std::string& path, std::size_t line, const std::string& name)
 {
     std::ifstream file(path, std::ios::binary);
     std::string source(s_longestSource, '\0');
     file.read(source.data(), static_cast<std::streamsize>(source.size()));
     source.resize(static_cast<std::size_t>(file.gcount()));
-    const auto found = name.empty() ? std::nullopt : FindInDescription(source, line, name);
+    std::optional<Span> found = FindInDescription(source, line, name);
+    if (!found)
+        found = FindInDescription(source, line, {});
     if (!found)
         return LineLocation(path, line);
     const LineIndex lines(source);

@@ -1,3 +1,4 @@
+#include <kelmLanguage/DescriptionText.h>
 #include <kelmLanguage/Types.h>
 
 #include "Damage.h"
@@ -8,6 +9,7 @@
 #include <chrono>
 #include <fstream>
 #include <ratio>
+#include <sstream>
 
 namespace waits
 {
@@ -177,17 +179,6 @@ TEST(Catalogue, TellsEnumeratorsOfEveryWidth)
     EXPECT_TRUE(RichTypes().FindEnum("rich::Carrier")->m_isStandard);
 }
 
-// The number of the line of a file of this folder that holds a text.
-int LineOf(const std::string& file, const std::string& text)
-{
-    std::ifstream lines(KELM_LANGUAGE_TESTS "/" + file);
-    int number = 1;
-    for (std::string line; std::getline(lines, line); ++number)
-        if (line.find(text) != line.npos)
-            return number;
-    return 0;
-}
-
 TEST(Catalogue, TellsWhatDescriptionsSay)
 {
     const CatalogueClass& shape = *RichTypes().FindClass("rich::Shape");
@@ -200,12 +191,16 @@ TEST(Catalogue, TellsWhatDescriptionsSay)
     EXPECT_EQ(RichTypes().FindEnum("rich::Colour")->m_enumerators[1].m_doc, "as grass");
 }
 
-TEST(Catalogue, TellsWhereDescriptionsBegin)
+TEST(Catalogue, TellsWhereDescriptionsAre)
 {
-    const auto expect = [](const CatalogueEntry& entry, const std::string& line)
+    std::ostringstream source;
+    source << std::ifstream(KELM_LANGUAGE_TESTS "/RichTypes.h").rdbuf();
+    const auto expect = [&](const CatalogueEntry& entry, const std::string& line)
     {
         EXPECT_THAT(entry.m_place.m_file, ::testing::EndsWith("tests/language/RichTypes.h"));
-        EXPECT_EQ(entry.m_place.m_line, LineOf("RichTypes.h", line)) << line;
+        const auto found = FindInDescription(source.view(), static_cast<std::size_t>(entry.m_place.m_line - 1), {});
+        ASSERT_TRUE(found) << line;
+        EXPECT_TRUE(source.view().substr(found->m_begin).starts_with(line)) << line;
     };
     expect(*RichTypes().FindClass("rich::Scene"), "KELM_CLASS(rich::Scene,");
     expect(*RichTypes().FindClass("rich::Order"), "KELM_DESCRIBE(rich::Order,");

@@ -64,7 +64,7 @@
 #define KELM_WARNINGS
 #endif
 
-// The line in which the description begins, whatever lines it goes on in.
+// Of several lines, g++ tells the one in which the description begins, and clang the one in which it ends.
 #define KELM_PLACE_OF_DESCRIPTION                                                                                      \
     static constexpr ::kelm::ConstStringZ s_file = __FILE__;                                                           \
     static constexpr ::kelm::int32 s_line = __builtin_LINE();

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 namespace kelm::language
 {
@@ -61,6 +62,17 @@ TEST(DescriptionText, IsWhereAMemberIsNamed)
         EXPECT_EQ(found ? source.substr(found->m_begin - before, found->GetSize() + before) : "", row.m_found)
             << row.m_line << " " << row.m_name;
     }
+    // The whole description, which compilers tell the first or the last line of.
+    for (const auto& [line, begin] : {std::pair<std::size_t, std::string_view>{11, "KELM_CLASS"},
+                                      {12, "KELM_CLASS"},
+                                      {13, "KELM_CLASS"},
+                                      {15, "KELM_ENUMERATORS"}})
+    {
+        const auto found = FindInDescription(source, line - 1, {});
+        ASSERT_TRUE(found);
+        EXPECT_TRUE(source.substr(found->m_begin).starts_with(begin)) << line;
+    }
+    EXPECT_FALSE(FindInDescription(source, 9, {}));
     for (std::size_t size = 0; size < source.size(); ++size) // ends anywhere
         EXPECT_NO_THROW(FindInDescription(source.substr(0, size), 12, "count"));
 }
