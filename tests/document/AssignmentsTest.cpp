@@ -536,6 +536,52 @@ TEST(Additions, OfElementsLeaveWhatEditsOneByOneLeave)
     }
 }
 
+// In any order: what holds others, these, and what is alone.
+TEST(Additions, OfPartsOfPartsLeaveWhatEditsOneByOneLeave)
+{
+    yard::Register();
+    const struct
+    {
+        const char* m_text;
+        std::vector<Pair> m_pairs;
+    } rows[] = {
+        {"groups = ['a' -> [1]] }",
+         {{".groups['a']", "2"}, {".groups['a'][1]", "3"}, {".groups['a'][2]", "4"}, {".groups['b']", "5"}}},
+        {"crates = [{ seals = [1] },\n { seals = [] } // two\n] }",
+         {{".crates[0].seals", "2"},
+          {".crates", "{ seals = [7] }"},
+          {".crates[1].seals", "3"},
+          {".crates[2]", "{\n label = 'x' // label\n}"},
+          {".crates[2].seals", "4"},
+          {".crates[0].seals[1]", "5"}}},
+        {"first = yard.Ship { tags = [1] set = ['x'] } }",
+         {{".first.tags", "2"}, {".first.tags", "3"}, {".first.set", "'y'"}, {".tags", "4"}}},
+        {"teams = ['a' -> { label = 'x' seals = [1] }] }",
+         {{".teams['a'].seals", "2"},
+          {".teams['b']", "{}"},
+          {".teams['c']", "('y', 1, (2, 3))"},
+          {".teams['b'].seals", "4"}}},
+        {"hold = { grow = [1] } map = ['x' -> 1] filled = [4] }",
+         {{".hold.grow", "2"}, {".hold.grow[2]", "3"}, {".map['y']", "2"}, {".map['made']", "3"}, {".filled", "5"}}},
+        {"maybeList = [1] maybeTags = [] rows = [[], [1]] }",
+         {{".maybeList", "2"}, {".maybeTags", "3"}, {".rows[0][0]", "4"}, {".rows", "[5]"}, {".rows[1][1]", "6"}}},
+        {"lots = [(1, 2) -> (3, 4)] marks = [{ x = 1 } -> 'a'] }",
+         {{".lots[(2, 3)]", "(1, 1)"}, {".marks[{ y = 2 }]", "'b'"}, {".lots[{ x = 5 }]", "{}"}}},
+    };
+    Random random(Seed(14));
+    int numAtOnce = 0;
+    for (uint64 i = 0; i < NumCases(3000); ++i)
+    {
+        const auto& row = rows[random.Below(std::size(rows))];
+        std::vector<Pair> added;
+        for (std::size_t n = 2 + random.Below(5); n-- > 0;)
+            added.push_back(row.m_pairs[random.Below(row.m_pairs.size())]);
+        numAtOnce += BothWays(std::string("yard::Ship { ") + row.m_text, added).m_made > 1 ? 1 : 0;
+        ASSERT_FALSE(HasFailure());
+    }
+    EXPECT_GT(numAtOnce, 300);
+}
+
 struct AdditionRow
 {
     std::string m_text;
