@@ -43,7 +43,7 @@ void Append(Document& document, std::size_t begin, std::span<const std::string> 
     document.Edit({end, end}, rest);
 }
 
-// What an element may be that the path to it could also mean to have elements put in.
+// Under a new key, such a value may be meant to be the first element of what will be there: that is another edit.
 bool IsContainer(const Spot& spot)
 {
     return spot.IsList() || spot.IsMap() || spot.IsForeign(FF_CHOICE);
