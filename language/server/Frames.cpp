@@ -1,5 +1,7 @@
 #include <kelmLanguage/server/Frames.h>
 
+#include <klUtils/text/QualifiedName.h>
+
 #include <algorithm>
 #include <charconv>
 #include <utility>
@@ -20,7 +22,7 @@ bool IsSameName(std::string_view a, std::string_view b)
 
 bool IsOfName(char c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+    return c == '-' || IsIdentifierCharacter(c);
 }
 
 std::string_view Trimmed(std::string_view text)
