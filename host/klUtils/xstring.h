@@ -302,6 +302,17 @@ public:
         word = __builtin_bswap64(word);
         return n >= 8 ? word : n == 0 ? 0 : word & ~uint64(0) << (64 - 8 * n);
     }
+    // The same of the bytes from a place on, which is not behind the end.
+    uint64 GetPrefixFrom(ssize_t from) const noexcept requires(sizeof(C) == 1)
+    {
+        const ssize_t n = size() - from;
+        if (n == 0 || size() < 8)
+            return n == 0 ? 0 : GetPrefix() << 8 * from;
+        uint64 word;
+        std::memcpy(&word, data() + (n >= 8 ? from : size() - 8), sizeof word);
+        word = __builtin_bswap64(word);
+        return n >= 8 ? word : word << (64 - 8 * n);
+    }
 
     template <class T>
     static constexpr bool MovesAsBytes()

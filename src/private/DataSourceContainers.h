@@ -100,7 +100,10 @@ Place BasicDataSourceReader<Rules>::ReadElements(SubString bracket, const Reflec
     if constexpr (Rules::s_isRuled)
     {
         Clear(elementType, vector);
-        return m_rules.AtIndex([&] { return vector.size() / elementType.GetTypeSize() - 1; },
+        FastCursor cursor(m_cursor, bracket);
+        if (cursor.TryPassEmpty<']'>())
+            return cursor.GetPlace();
+        return m_rules.AtIndex([&] { return GetLastIndex(elementType, vector); },
                                [&] { return ReadAllElements(bracket, elementType, vector); });
     }
     else
@@ -179,7 +182,7 @@ public:
         if (size > static_cast<ssize_t>(sizeof m_small))
             m_large.resize(size);
     }
-    void* Get() { return m_large.empty() ? m_small : m_large.data(); }
+    char* Get() { return m_large.empty() ? m_small : m_large.data(); }
 
 private:
     alignas(std::max_align_t) char m_small[64] = {};
@@ -205,7 +208,7 @@ void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, vo
     const ssize_t keySize = keyType.GetTypeSize();
     KELM_ASSERT(keySize > 0);
     ByteBuffer buffer(keySize);
-    void* const key = buffer.Get(); // one key variable for the whole map, which is not destroyed at the end
+    char* const key = buffer.Get(); // one key variable for the whole map, which is not destroyed at the end
     m_cursor.Show();
     if constexpr (!Rules::s_isRuled)
         ConstructReflectedVariable(keyType, key);
@@ -235,32 +238,51 @@ void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, vo
             true);
         return;
     }
-    if (!PassListStart())
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    // Where nobody looks between, a simple payload is read before it is inserted.
+    const SimplePayloadRead readPayload =
+        Rules::s_isRuled || mapFns.m_insertsAlone ? GetSimplePayloadRead(payloadType.GetCode()) : nullptr;
+    FastCursor cursor(m_cursor, m_cursor.GetOperator());
+    if (cursor.TryPassEmpty<']'>())
+    {
+        cursor.GoHome();
         return;
-    while (true)
+    }
+    do
     {
         [[maybe_unused]] const typename Rules::KeyScope fresh(keyType, key);
-        [[maybe_unused]] const char* const keyPlace = m_cursor.GetText().m_p1;
-        ReadValue(keyType, key);
-        [[maybe_unused]] const SubString writtenKey(keyPlace, m_cursor.GetText().m_p1);
-        m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
-        m_cursor.Show();
+        [[maybe_unused]] const char* const keyPlace = cursor.FindNext();
+        cursor.Load(ReadOneBehind(cursor, keyType, key));
+        [[maybe_unused]] const SubString writtenKey(keyPlace, cursor.GetStart());
+        cursor.TakeArrowOrThrow();
+        if (readPayload != nullptr)
+        {
+            const Place behind = readPayload(m_cursor, cursor.GetOperator(), {mapFns, map, key});
+            if (behind.m_start != nullptr) [[likely]]
+            {
+                cursor.Load(behind);
+                continue;
+            }
+        }
         if constexpr (Rules::s_isRuled)
         {
+            cursor.RequireNext();
             const ssize_t count = mapFns.Count(map);
             void* const payload = mapFns.Insert(map, key);
             if (mapFns.Count(map) == count)
                 Renew(payloadType, payload);
-            m_rules.AtKey(writtenKey, [&] { ReadValue(payloadType, payload); });
+            cursor.Load(m_rules.AtKey(writtenKey, [&, cursor]
+                                      { return ReadOneBehind(cursor, payloadType, static_cast<char*>(payload)); }));
         }
         else
         {
-            ReadValue(payloadType, mapFns.Insert(map, key));
+            cursor.GoHomeToNext();
+            m_cursor.Show();
+            cursor.Load(ReadOneBehind(cursor, payloadType, static_cast<char*>(mapFns.Insert(map, key))));
         }
-        if (m_cursor.Is(TOKEN_RIGHT_SQUARE))
-            return m_cursor.Next();
-        m_cursor.Pass(TOKEN_COMMA, ",");
-    }
+    } while (cursor.TakeCommaOrPassEnd<']'>());
+    cursor.GoHome();
 }
 
 // --- Variants --------------------------------------------------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include <klKelmScript/private/DataSourceReader.h>
 
 #include <klKelmScript/private/ReadingErrors.h>
+#include <klKelmScript/private/SimplePayloads.h>
 #include <klKelmScript/private/SimpleValues.h>
 #include <klObject/objects/prefbase.h>
 #include <klObject/types/EnumIndex.h>
@@ -141,16 +142,9 @@ bool TryReadSimple(text::Cursor& cursor, ETypeByteCode code, void* data)
 
 } // namespace
 
-constinit const std::array<SimpleElementsRead, FT_STRING16 + 1> s_simpleElementsReads = []
-{
-    std::array<SimpleElementsRead, FT_STRING16 + 1> reads{};
-    for (std::size_t code = 0; code < reads.size(); ++code)
-        reads[code] = WithSimpleType(
-            static_cast<ETypeByteCode>(code),
-            [](auto type) -> SimpleElementsRead { return ReadElementsOf<decltype(type)>; },
-            []() -> SimpleElementsRead { return nullptr; });
-    return reads;
-}();
+constinit const std::array<SimpleElementsRead, FT_STRING16 + 1> s_simpleElementsReads =
+    MakeSimpleReads<SimpleElementsRead>([](auto type) -> SimpleElementsRead { return ReadElementsOf<decltype(type)>; },
+                                        nullptr);
 
 template <class Rules>
 void BasicDataSourceReader<Rules>::ReadEnumeratorByNumber(const ReflectedEnum& r, void* data)

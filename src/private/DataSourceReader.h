@@ -192,6 +192,7 @@ private:
     text::Place TryReadForeign(text::FastCursor cursor, const ForeignType& type, char* data);
     inline text::Place ReadForeignCopies(SubString bracket, const ForeignType& type, void* list);
     inline text::Place ReadForeignElements(SubString bracket, const ForeignType& type, void* list);
+    inline void ReadForeignEntries(const ForeignType& type, void* map, text::FastCursor& cursor);
     inline void ShowBehind(const text::FastCursor& cursor);
     [[gnu::always_inline]] inline void ReadBehind(text::FastCursor& cursor, const ReflectionByteCode& type, char* data);
     text::Place ReadOneBehind(text::FastCursor cursor, const ReflectionByteCode& type, char* data);
@@ -242,6 +243,12 @@ private:
     VectorOfByte m_copies;                       // elements of the one foreign list of scalars that is being read
     [[no_unique_address]] Rules m_rules;
 };
+
+// The index of the element of a list that is being read: of the last one, or of the first where none is there yet.
+inline ssize_t GetLastIndex(const ReflectionByteCode& elementType, const VectorOfByte& vector)
+{
+    return vector.empty() ? 0 : vector.size() / elementType.GetTypeSize() - 1;
+}
 
 using DataSourceReader = BasicDataSourceReader<ExactRules>;
 using ProgramDataReader = BasicDataSourceReader<ProgramRules>;

@@ -5,6 +5,7 @@
 
 #include <klKelmScript/private/DataSourceItems.h>
 #include <klKelmScript/private/ReadingErrors.h>
+#include <klKelmScript/private/SimplePayloads.h>
 #include <klKelmScript/private/SimpleValues.h>
 #include <klKelmScript/private/UnknownNameException.h>
 #include <klObject/types/ForeignType.h>
@@ -239,28 +240,74 @@ void BasicDataSourceReader<Rules>::ReadForeignMap(const ForeignType& type, void*
     m_cursor.Show();
     fns.Clear(map);
     const bool hasPayload = type.m_numParts == 2;
-    const auto readEntry = [&]() __attribute__((always_inline))
-    {
-        m_cursor.Show();
-        TemporaryVariable key(keyType);
-        const char* const keyPlace = m_cursor.GetText().m_p1;
-        ReadVariable(keyType, key.Get());
-        const SubString writtenKey(keyPlace, m_cursor.GetText().m_p1);
-        if (hasPayload)
-            m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
-        m_cursor.Show();
-        void* const payload = fns.Insert(map, key.Get());
-        if (hasPayload)
-            m_rules.AtKey(writtenKey, [&] { ReadVariable(type.GetPartType(1), payload); });
-    };
     if constexpr (Rules::s_goesOn)
         return ReadListItems(
-            s_anyNumber, [&](ssize_t) { readEntry(); }, hasPayload);
-    if (!PassListStart())
-        return;
+            s_anyNumber,
+            [&](ssize_t)
+            {
+                m_cursor.Show();
+                TemporaryVariable key(keyType);
+                const char* const keyPlace = m_cursor.GetText().m_p1;
+                ReadVariable(keyType, key.Get());
+                const SubString writtenKey(keyPlace, m_cursor.GetText().m_p1);
+                if (hasPayload)
+                    m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
+                m_cursor.Show();
+                void* const payload = fns.Insert(map, key.Get());
+                if (hasPayload)
+                    m_rules.AtKey(writtenKey, [&] { ReadVariable(type.GetPartType(1), payload); });
+            },
+            hasPayload);
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    text::FastCursor cursor(m_cursor, m_cursor.GetOperator());
+    if (!cursor.TryPassEmpty<']'>())
+        ReadForeignEntries(type, map, cursor);
+    cursor.GoHome();
+}
+
+template <class Rules>
+inline void BasicDataSourceReader<Rules>::ReadForeignEntries(const ForeignType& type, void* map,
+                                                             text::FastCursor& cursor)
+{
+    const ForeignMapFns& fns = *type.m_map;
+    const ReflectionByteCode keyType = type.GetPartType(0);
+    const ReflectionByteCode payloadType = type.m_numParts == 2 ? type.GetPartType(1) : ReflectionByteCode();
+    // Where nobody looks between, a simple payload is read before it is inserted.
+    const SimplePayloadRead readPayload =
+        Rules::s_isRuled && payloadType.m_bc != nullptr ? GetSimplePayloadRead(payloadType.GetCode()) : nullptr;
     do
-        readEntry();
-    while (!PassEndOrComma(m_cursor));
+    {
+        ShowBehind(cursor);
+        TemporaryVariable key(keyType);
+        const char* const keyPlace = cursor.FindNext();
+        cursor.Load(ReadOneBehind(cursor, keyType, static_cast<char*>(key.Get())));
+        const SubString writtenKey(keyPlace, cursor.GetStart());
+        if (payloadType.m_bc == nullptr)
+        {
+            if constexpr (!Rules::s_isRuled)
+            {
+                cursor.GoHome();
+                m_cursor.Show();
+            }
+            fns.Insert(map, key.Get());
+            continue;
+        }
+        cursor.TakeArrowOrThrow();
+        if (readPayload != nullptr)
+        {
+            const text::Place behind = readPayload(m_cursor, cursor.GetOperator(), {fns, map, key.Get()});
+            if (behind.m_start != nullptr) [[likely]]
+            {
+                cursor.Load(behind);
+                continue;
+            }
+        }
+        cursor.RequireNext();
+        ShowBehind(cursor);
+        auto* const payload = static_cast<char*>(fns.Insert(map, key.Get()));
+        cursor.Load(m_rules.AtKey(writtenKey, [&, cursor] { return ReadOneBehind(cursor, payloadType, payload); }));
+    } while (cursor.TakeCommaOrPassEnd<']'>());
 }
 
 template <class Rules>
@@ -348,7 +395,7 @@ inline text::Place BasicDataSourceReader<Rules>::ReadForeignCopies(SubString bra
     const ReflectionByteCode elementType = type.GetElementType(0);
     const text::Place behind =
         IsSimple(elementType.GetCode())
-            ? m_rules.AtIndex([&] { return m_copies.size() / elementType.GetTypeSize() - 1; },
+            ? m_rules.AtIndex([&] { return GetLastIndex(elementType, m_copies); },
                               [&] { return s_simpleElementsReads[elementType.GetCode()](m_cursor, bracket, m_copies); })
             : ReadElements(bracket, elementType, m_copies);
     type.m_list->AppendCopies(list, m_copies.data(), m_copies.size());

@@ -170,16 +170,20 @@ text::Place TryReadBehind(text::Cursor& home, SubString op, void* data)
     return Type::TryRead(cursor, [data] { return data; }) ? cursor.GetPlace() : text::Place();
 }
 
-// By the types' codes, of which those up to the last simple one that are not simple are always unusual.
-inline constexpr auto s_simpleReads = []
+// By the types' codes: of a simple one readOf(a type of those above), of any other `none`.
+template <class Read, class ReadOf>
+constexpr auto MakeSimpleReads(ReadOf readOf, Read none)
 {
-    std::array<SimpleRead, FT_STRING16 + 1> reads{};
+    std::array<Read, FT_STRING16 + 1> reads{};
     for (std::size_t code = 0; code < reads.size(); ++code)
-        reads[code] = WithSimpleType(
-            static_cast<ETypeByteCode>(code), [](auto type) -> SimpleRead { return TryReadBehind<decltype(type)>; },
-            []() -> SimpleRead { return [](text::Cursor&, SubString, void*) { return text::Place(); }; });
+        reads[code] = WithSimpleType(static_cast<ETypeByteCode>(code), readOf, [none] { return none; });
     return reads;
-}();
+}
+
+// Those up to the last simple one that are not simple are always unusual.
+inline constexpr auto s_simpleReads =
+    MakeSimpleReads<SimpleRead>([](auto type) -> SimpleRead { return TryReadBehind<decltype(type)>; },
+                                [](text::Cursor&, SubString, void*) { return text::Place(); });
 
 // The elements of a list that is not empty, behind its bracket, in a loop that does not look at the type again. An
 // element is there, and as it is by default, before its value is looked at.

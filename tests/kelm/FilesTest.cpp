@@ -124,6 +124,12 @@ const ErrorRow s_errors[] = {
      "{ rates = [\"EUR\" -> 1, \"USD\" -> false] }\n                                ^~~~~", ".rates[\"USD\"]"},
     {"{ matrix = [1, '2'] }", ErrorKind::Type, "Expected int32 when read '2'", 1, 16,
      "{ matrix = [1, '2'] }\n               ^~~", ".matrix[1]"},
+    {"{ codes = ['] }", ErrorKind::Syntax, "Unterminated string literal", 1, 12, "{ codes = ['] }\n           ^",
+     ".codes[0]"},
+    {"{ codes = []' }", ErrorKind::Syntax, "Unterminated string literal", 1, 13, "{ codes = []' }\n            ^",
+     ".codes"},
+    {"{ matrix = [] }", ErrorKind::Type, "Expected int32 when read ]", 1, 13, "{ matrix = [] }\n            ^",
+     ".matrix[0]"},
     {"Line { }", ErrorKind::Type, "Expected door::Order when read Line", 1, 1, "Line { }\n^~~~"},
     // Ranges
     {"{ tiny = 300 }", ErrorKind::Range, "Value 300 is out of range of int8", 1, 10, "{ tiny = 300 }\n         ^~~",

@@ -187,7 +187,7 @@ public:
             make(static_cast<void*>(m_head->m_fresh));
             try
             {
-                OpenGap(at, path, sought.m_prefix);
+                InsertFresh(at, path, sought.m_prefix);
             }
             catch (...)
             {
@@ -201,7 +201,6 @@ public:
                 FreeNodes();
             throw;
         }
-        std::memcpy(static_cast<void*>(at.m_leaf->Entries() + at.m_index), m_head->m_fresh, sizeof(Entry));
         return {Iterator<Entry>(at.m_leaf, at.m_index), true};
     }
 
@@ -213,7 +212,7 @@ public:
         if (!at.m_isFound)
             return false;
         std::memcpy(m_head->m_fresh, static_cast<const void*>(at.m_leaf->Entries() + at.m_index), sizeof(Entry));
-        at.m_leaf->CloseGap(at.m_index);
+        at.m_leaf->RemoveEntry(at.m_index);
         --m_head->m_size;
         if (m_head->m_size > 0)
             RemoveAliases(at, path);
@@ -293,7 +292,7 @@ private:
             node = inner->m_children[index];
         }
         auto* const leaf = static_cast<Leaf*>(node);
-        const KeyPlace place = leaf->Find(sought);
+        const KeyPlace place = FindKey(*leaf, sought);
         return {leaf, place.m_index, place.m_isFound};
     }
 
@@ -321,18 +320,17 @@ private:
         return leaf;
     }
 
-    // Room for one entry at `at`, which is moved to where that is.
-    void OpenGap(Position& at, Path& path, uint64 prefix)
+    // Puts the fresh entry at `at`, which is moved to where that is then.
+    void InsertFresh(Position& at, Path& path, uint64 prefix)
     {
-        if (!at.m_leaf->IsFull())
-            at.m_leaf->OpenGap(at.m_index, prefix);
-        else if (at.m_leaf->m_capacity < Leaf::MaxCount)
-        {
-            at.m_leaf = GrowLoneLeaf();
-            at.m_leaf->OpenGap(at.m_index, prefix);
-        }
-        else
+        if (at.m_leaf->IsFull() && at.m_leaf->m_capacity == Leaf::MaxCount)
             Split(at, path, prefix);
+        else
+        {
+            if (at.m_leaf->IsFull())
+                at.m_leaf = GrowLoneLeaf();
+            at.m_leaf->InsertEntry(at.m_index, prefix, *Fresh());
+        }
         ++m_head->m_size;
     }
 
@@ -342,6 +340,7 @@ private:
         Leaf* const old = m_head->m_first;
         Leaf* const leaf = Leaf::New(std::min(2 * old->m_capacity, Leaf::MaxCount));
         old->MoveEntries(0, *leaf);
+        ShareMore(*leaf);
         m_head->m_root = m_head->m_first = m_head->m_last = leaf;
         Leaf::Free(old);
         return leaf;
@@ -400,8 +399,8 @@ private:
             InsertAndSplit(*path.m_nodes[h], *rightInner, path.m_indices[h] + 1, at.m_isBehindAll, child, childPrefix,
                            childKey);
             child = rightInner;
-            childPrefix = rightInner->PrefixAt(0);
-            childKey = rightInner->KeyBytesAt(0);
+            childPrefix = rightInner->FirstPrefix();
+            childKey = rightInner->FirstKeyBytes();
         }
         if (isRaised)
             RaiseRoot(*fresh.Pop(), child, childPrefix, childKey);
@@ -423,7 +422,9 @@ private:
             at.m_leaf = &right;
             at.m_index -= kept;
         }
-        at.m_leaf->OpenGap(at.m_index, prefix);
+        at.m_leaf->InsertEntry(at.m_index, prefix, *Fresh());
+        ShareMore(left);
+        ShareMore(right);
     }
 
     static void InsertAndSplit(Inner& left, Inner& right, int at, bool isBehindAll, void* child, uint64 prefix,
@@ -464,7 +465,7 @@ private:
             const int index = path.m_indices[height];
             inner.RemoveChild(index);
             if (index == 0) // what was the second child's key is that of the whole node now
-                ReplaceAlias(path, height + 1, inner.PrefixAt(0), inner.KeyBytesAt(0));
+                ReplaceAlias(path, height + 1, inner.FirstPrefix(), inner.FirstKeyBytes());
             LowerRoot();
         }
         else if (at.m_index == 0)

@@ -24,7 +24,8 @@ void MoveBytes(T* to, const T* from, ssize_t count)
 }
 
 // Keys are looked at by a number each: where the prefixes of two keys differ, they are ordered as the keys are. Nodes
-// keep the prefixes of their keys side by side.
+// keep the prefixes of their keys side by side. The prefix of a text is eight of its characters; where all keys of a
+// node begin with the same ones (names in one namespace, paths in one folder), those that follow.
 enum EKeyPrefix
 {
     KEY_PREFIX_NONE,    // all are zero
@@ -81,35 +82,123 @@ struct KeyPlace
     bool m_isFound;
 };
 
-// Looks among the keys [low, high) of a node, which are found by KeyAt(i).
-template <class Key, class KeyAt>
-KeyPlace FindKey(const uint64* prefixes, int low, int high, const SoughtKey<Key>& sought, KeyAt keyAt)
+// --- The keys of a node
+//
+// Those with the indices from Node::FirstKey on to m_count, which KeyAt(i) finds, and their prefixes. Texts share their
+// first m_shared characters, which is zero where there is no key, and the prefixes are of what follows them.
+
+template <class Node>
+inline constexpr bool SharesCharacters = s_keyPrefix<typename Node::KeyType> == KEY_PREFIX_PARTIAL;
+
+// How many characters, of so many at most, two texts begin with in common.
+inline ssize_t GetCommonStart(const xstring& a, const xstring& b, ssize_t most)
+{
+    const char* const begin = a.data();
+    return std::mismatch(begin, begin + std::min(a.size(), most), b.begin(), b.end()).first - begin;
+}
+
+template <class Node>
+[[gnu::noinline]] void Share(Node& node, ssize_t shared)
+{
+    node.m_shared = shared;
+    for (int i = Node::FirstKey; i < node.m_count; ++i)
+        node.Prefixes()[i] = node.KeyAt(i).GetPrefixFrom(shared);
+}
+
+// Looks behind prefixes that are all the same.
+template <class Node>
+void ShareMore(Node& node)
+{
+    if constexpr (SharesCharacters<Node>)
+    {
+        const int last = node.m_count - 1;
+        if (Node::FirstKey < last && node.Prefixes()[Node::FirstKey] == node.Prefixes()[last])
+        {
+            const xstring& first = node.KeyAt(Node::FirstKey);
+            Share(node, GetCommonStart(first, node.KeyAt(last), first.size()));
+        }
+    }
+}
+
+template <class Node>
+[[gnu::noinline]] void AdmitKeyToShared(Node& node, int at)
+{
+    const int other = at == Node::FirstKey ? at + 1 : Node::FirstKey;
+    const ssize_t shared = other < node.m_count ? GetCommonStart(node.KeyAt(at), node.KeyAt(other), node.m_shared) : 0;
+    if (shared < node.m_shared)
+        Share(node, shared);
+    else
+        node.Prefixes()[at] = node.KeyAt(at).GetPrefixFrom(shared);
+}
+
+// A key has come to a place. `prefix` is of its beginning.
+template <class Node>
+void AdmitKey(Node& node, int at, uint64 prefix)
+{
+    if constexpr (SharesCharacters<Node>)
+        if (node.m_shared > 0) [[unlikely]]
+            return AdmitKeyToShared(node, at);
+    if constexpr (s_keyPrefix<typename Node::KeyType> != KEY_PREFIX_NONE)
+        node.Prefixes()[at] = prefix;
+}
+
+// What a key is beside those of a node: where it does not begin with what they share its order, else a prefix like
+// theirs, of which zero is the least.
+struct KeyStart
+{
+    int m_order;
+    uint64 m_prefix;
+};
+
+[[gnu::noinline]] inline KeyStart LookBehindShared(const xstring& key, const xstring& sharing, ssize_t shared)
+{
+    const ssize_t size = std::min(key.size(), shared);
+    const int order = std::memcmp(key.data(), sharing.data(), static_cast<std::size_t>(size));
+    return {order, order == 0 && size == shared ? key.GetPrefixFrom(shared) : 0};
+}
+
+template <class Node, class Key>
+KeyStart GetKeyStart(Node& node, const SoughtKey<Key>& sought)
+{
+    if constexpr (SharesCharacters<Node>)
+        if (node.m_shared > 0) [[unlikely]]
+            return LookBehindShared(sought.m_key, node.KeyAt(Node::FirstKey), node.m_shared);
+    return {0, sought.m_prefix};
+}
+
+template <class Node, class Key>
+KeyPlace FindKey(Node& node, const SoughtKey<Key>& sought)
 {
     constexpr EKeyPrefix kind = s_keyPrefix<Key>;
-    int end = high;
+    int low = Node::FirstKey;
+    int end = node.m_count;
     if constexpr (kind != KEY_PREFIX_NONE)
     {
+        const KeyStart start = GetKeyStart(node, sought);
+        if (start.m_order != 0)
+            return {start.m_order < 0 ? low : end, false};
         // The first prefix that is not less. Without a branch that the processor would guess wrong half of the time.
+        const uint64* const prefixes = node.Prefixes();
         const uint64* base = prefixes + low;
-        for (int count = low < high && *base == sought.m_prefix ? 0 : high - low; count > 0;)
+        for (int count = low < end && *base == start.m_prefix ? 0 : end - low; count > 0;)
         {
             const int half = (count + 1) / 2;
-            base = base[half - 1] < sought.m_prefix ? base + half : base;
+            base = base[half - 1] < start.m_prefix ? base + half : base;
             count -= half;
         }
         low = static_cast<int>(base - prefixes);
-        if (low == high || prefixes[low] != sought.m_prefix)
+        if (low == end || prefixes[low] != start.m_prefix)
             return {low, false};
         if constexpr (kind == KEY_PREFIX_WHOLE)
             return {low, true};
         // Keys with one beginning in common often fill a node.
-        if (prefixes[high - 1] != sought.m_prefix)
-            end = static_cast<int>(std::upper_bound(prefixes + low, prefixes + high, sought.m_prefix) - prefixes);
+        if (prefixes[end - 1] != start.m_prefix)
+            end = static_cast<int>(std::upper_bound(prefixes + low, prefixes + end, start.m_prefix) - prefixes);
     }
     while (low < end)
     {
         const int middle = (low + end) / 2;
-        const int order = Compare<KEYS_ORDER>(sought.m_key, keyAt(middle));
+        const int order = Compare<KEYS_ORDER>(sought.m_key, node.KeyAt(middle));
         if (order == 0)
             return {middle, true};
         if (order < 0)
@@ -131,9 +220,12 @@ struct OrderedTreeLeaf
 {
     static constexpr int MaxCount = 2 * OrderedTreeFanout(sizeof(Entry));
     static constexpr int FirstCapacity = std::clamp(static_cast<int>(256 / sizeof(Entry)), 1, 4);
+    static constexpr int FirstKey = 0;
+    using KeyType = Key;
 
     int32 m_count;
     int32 m_capacity;
+    ssize_t m_shared;
     OrderedTreeLeaf* m_previous;
     OrderedTreeLeaf* m_next;
 
@@ -150,35 +242,32 @@ struct OrderedTreeLeaf
     const Key& KeyAt(int i) { return Entries()[i].m_key; }
     bool IsFull() const { return m_count == m_capacity; }
 
-    KeyPlace Find(const SoughtKey<Key>& sought)
-    {
-        return FindKey(Prefixes(), 0, m_count, sought,
-                       [entries = Entries()](int i) -> const Key& { return entries[i].m_key; });
-    }
-
     // The order of `sought` and the key of the last entry, of which there is one.
     int CompareWithLast(const SoughtKey<Key>& sought)
     {
         if constexpr (PrefixSize != 0)
         {
+            const KeyStart start = GetKeyStart(*this, sought);
+            if (start.m_order != 0)
+                return start.m_order;
             const uint64 last = Prefixes()[m_count - 1];
-            if (sought.m_prefix != last || s_keyPrefix<Key> == KEY_PREFIX_WHOLE)
-                return sought.m_prefix < last ? -1 : sought.m_prefix > last;
+            if (start.m_prefix != last || s_keyPrefix<Key> == KEY_PREFIX_WHOLE)
+                return start.m_prefix < last ? -1 : start.m_prefix > last;
         }
         return Compare<KEYS_ORDER>(sought.m_key, KeyAt(m_count - 1));
     }
 
-    void OpenGap(int at, uint64 prefix)
+    // Takes in the bytes of an entry, whose key has the prefix.
+    void InsertEntry(int at, uint64 prefix, const Entry& entry)
     {
         MoveBytes(Entries() + at + 1, Entries() + at, m_count - at);
+        std::memcpy(static_cast<void*>(Entries() + at), static_cast<const void*>(&entry), sizeof(Entry));
         if constexpr (PrefixSize != 0)
-        {
             MoveBytes(Prefixes() + at + 1, Prefixes() + at, m_count - at);
-            Prefixes()[at] = prefix;
-        }
         ++m_count;
+        AdmitKey(*this, at, prefix);
     }
-    void CloseGap(int at)
+    void RemoveEntry(int at)
     {
         --m_count;
         MoveBytes(Entries() + at, Entries() + at + 1, m_count - at);
@@ -192,13 +281,14 @@ struct OrderedTreeLeaf
         MoveBytes(to.Entries(), Entries() + kept, to.m_count);
         if constexpr (PrefixSize != 0)
             MoveBytes(to.Prefixes(), Prefixes() + kept, to.m_count);
+        to.m_shared = to.m_count > 0 ? m_shared : 0;
         m_count = kept;
     }
 
     static OrderedTreeLeaf* New(int capacity)
     {
         const std::size_t size = EntriesOffset(capacity) + static_cast<std::size_t>(capacity) * sizeof(Entry);
-        return ::new (::operator new(size)) OrderedTreeLeaf{0, capacity, nullptr, nullptr};
+        return ::new (::operator new(size)) OrderedTreeLeaf{0, capacity, 0, nullptr, nullptr};
     }
     static void Free(OrderedTreeLeaf* leaf) { ::operator delete(static_cast<void*>(leaf)); }
 };
@@ -209,8 +299,11 @@ struct OrderedTreeInner
     static constexpr int MaxCount = OrderedTreeFanout(sizeof(Key));
     static constexpr bool HasPrefixes = s_keyPrefix<Key> != KEY_PREFIX_NONE;
     static constexpr bool HasKeys = s_keyPrefix<Key> != KEY_PREFIX_WHOLE;
+    static constexpr int FirstKey = 1;
+    using KeyType = Key;
 
     int32 m_count; // of children
+    ssize_t m_shared = 0;
     OrderedTreeInner* m_nextInList;
     void* m_children[MaxCount];
     // Of the first key below each child; the first is not used.
@@ -219,43 +312,53 @@ struct OrderedTreeInner
 
     bool IsFull() const { return m_count == MaxCount; }
 
+    uint64* Prefixes() { return m_prefixes; }
+    const Key& KeyAt(int i) { return *std::launder(reinterpret_cast<const Key*>(m_keys[i])); }
+
     // The child whose subtree is the one for the key.
-    int ChildIndex(const SoughtKey<Key>& sought) const
+    int ChildIndex(const SoughtKey<Key>& sought)
     {
-        const KeyPlace place =
-            FindKey(m_prefixes, 1, m_count, sought,
-                    [this](int i) -> const Key& { return *std::launder(reinterpret_cast<const Key*>(m_keys[i])); });
+        const KeyPlace place = FindKey(*this, sought);
         return place.m_isFound ? place.m_index : place.m_index - 1;
     }
 
     // `key` is the address of a key's bytes.
     void SetKey(int at, uint64 prefix, const void* key)
     {
-        if constexpr (HasPrefixes)
-            m_prefixes[at] = prefix;
         if constexpr (HasKeys)
             std::memcpy(m_keys[at], key, sizeof(Key));
+        AdmitKey(*this, at, prefix);
     }
-    uint64 PrefixAt(int i) const { return HasPrefixes ? m_prefixes[i] : 0; }
-    const void* KeyBytesAt(int i) const { return HasKeys ? m_keys[i] : nullptr; }
+    // Of the first child, where it was not the first before.
+    uint64 FirstPrefix()
+    {
+        if constexpr (HasKeys)
+            return GetKeyPrefix(KeyAt(0));
+        else
+            return m_prefixes[0];
+    }
+    const void* FirstKeyBytes() const { return HasKeys ? m_keys[0] : nullptr; }
 
     void InsertChild(int at, void* child, uint64 prefix, const void* key)
     {
         MoveTail(*this, at, *this, at + 1);
         m_children[at] = child;
-        SetKey(at, prefix, key);
         ++m_count;
+        SetKey(at, prefix, key);
+        ShareMore(*this);
     }
     void RemoveChild(int at)
     {
         MoveTail(*this, at + 1, *this, at);
-        --m_count;
+        if (--m_count == FirstKey)
+            m_shared = 0;
     }
     // Moves the children from `kept` on to the empty node `to`.
     void MoveChildren(int kept, OrderedTreeInner& to)
     {
         MoveTail(*this, kept, to, 0);
         to.m_count = m_count - kept;
+        to.m_shared = to.m_count > FirstKey ? m_shared : 0;
         m_count = kept;
     }
 

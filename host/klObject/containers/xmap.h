@@ -17,6 +17,7 @@
 #include <klObject/containers/OrderedTree.h>
 #include <klObject/types/ReflectedTypes.h>
 #include <klUtils/types.h>
+#include <klUtils/xstring.h>
 
 #include <compare>
 #include <initializer_list>
@@ -170,7 +171,11 @@ struct MapFunctions
     }
     static bool Erase(void* map, const void* key) { return static_cast<Map*>(map)->erase(*static_cast<const K*>(key)); }
 
-    static constexpr MapFns table = {Insert, Construct, Destruct, Count, ForEach, Find, Erase};
+    template <class T>
+    static constexpr bool s_isOurs = IsScalarType<T> || std::is_same_v<T, xstring> || std::is_same_v<T, xstring16>;
+
+    static constexpr MapFns table = {Insert,  Construct, Destruct, Count,
+                                     ForEach, Find,      Erase,    s_isOurs<K>&& s_isOurs<V>};
 };
 
 } // namespace kelm

@@ -62,6 +62,8 @@ struct MapFns
     void (*ForEach)(const void* map, EntryVisitor visitor, void* context); // in key order
     void* (*Find)(const void* map, const void* key); // the payload under the key; null where there is none
     bool (*Erase)(void* map, const void* key);       // whether there was an entry
+    // Whether Insert runs nothing of a program's, no constructor and no comparison.
+    bool m_insertsAlone = false;
 };
 
 // The function table of one set type.

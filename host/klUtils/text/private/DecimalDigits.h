@@ -18,7 +18,7 @@ inline uint64 DigitValue(char c)
 }
 
 // The number of the first `count` characters of the block at `p`, which are digits; 1 to 16 of them.
-inline uint64 ValueOfDigits(const char* p, int count)
+[[gnu::always_inline]] inline uint64 ValueOfDigits(const char* p, int count)
 {
     __extension__ using uint128 = unsigned __int128;
     const uint128 bytes = (static_cast<uint128>(LoadWord<uint64>(p + 8)) << 64 | LoadWord<uint64>(p))

@@ -57,6 +57,14 @@ public:
     // The operator, for whoever goes on from there.
     SubString GetOperator() const { return {m_start, m_past}; }
 
+    // Throws where characters follow that form no token.
+    void RequireNext() const
+    {
+        const char* const next = FindNext();
+        if (next != m_end && !HasProperty(*next, CHAR_SURE_START)) [[unlikely]]
+            GoHomeToNext();
+    }
+
     // The home cursor, gone to that token; throws where there is none.
     Cursor& GoHomeToNext() const
     {
@@ -115,6 +123,14 @@ public:
         if (!IsAt<C>()) [[unlikely]]
             GoHome().ThrowExpected(s_text);
         TakeOperator<C>();
+    }
+
+    // The same for an arrow.
+    [[gnu::always_inline]] void TakeArrowOrThrow()
+    {
+        if (m_end - m_start < 2 || m_start[0] != '-' || m_start[1] != '>') [[unlikely]]
+            GoHome().ThrowExpected("->");
+        m_past = m_start + 2;
     }
 
     // To the operator of the character C behind what ends at `past`, where that is what follows.

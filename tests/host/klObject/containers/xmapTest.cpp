@@ -11,11 +11,13 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kelm
@@ -27,6 +29,19 @@ namespace
 xstring KeyOf(int i)
 {
     return xstring(("key " + std::to_string(i) + (i % 3 == 0 ? " of a text beyond the inline size" : "")).c_str());
+}
+
+// Keys of which many begin with what others do or are, of zero bytes as well.
+xstring BranchingKeyOf(int i)
+{
+    using namespace std::string_view_literals;
+    static constexpr std::string_view s_parts[] = {"a"sv, "settings."sv, "\0\0\0"sv, "\xFF"sv,
+                                                   "a part of more than sixteen characters"sv};
+    constexpr int count = std::size(s_parts);
+    std::string text;
+    for (; i > 0; i /= count)
+        text.insert(0, s_parts[i % count]);
+    return xstring(std::string_view(text));
 }
 
 template <class K, class V>
@@ -118,7 +133,11 @@ TEST(Xmap, HoldsEntriesInKeyOrderWhateverTheOrderOfInsertion)
     }
 }
 
-TEST(Xmap, AgreesWithAModelOverRandomOperations)
+class XmapOfTexts : public ::testing::TestWithParam<xstring (*)(int)>
+{
+};
+
+TEST_P(XmapOfTexts, AgreesWithAModelOverRandomOperations)
 {
     for (const int range : {8, 300, 20000})
     {
@@ -127,13 +146,23 @@ TEST(Xmap, AgreesWithAModelOverRandomOperations)
         xmap<xstring, int> map;
         for (int step = 0; step < 30000; ++step)
         {
-            const xstring key = KeyOf(static_cast<int>(random() % static_cast<unsigned>(range)));
+            const xstring key = GetParam()(static_cast<int>(random() % static_cast<unsigned>(range)));
             switch (random() % 8)
             {
             case 0:
             case 1:
             case 2: ASSERT_EQ(map.erase(key), model.erase(key) == 1); break;
-            case 3: ASSERT_EQ(map.count(key), static_cast<ssize_t>(model.count(key))); break;
+            case 3:
+            {
+                ASSERT_EQ(map.count(key), static_cast<ssize_t>(model.count(key)));
+                const auto bound = model.lower_bound(key);
+                ASSERT_EQ(map.lower_bound(key) == map.end(), bound == model.end());
+                if (bound != model.end())
+                {
+                    ASSERT_EQ(map.lower_bound(key)->m_key, bound->first);
+                }
+                break;
+            }
             case 4:
             {
                 const auto found = map.find(key);
@@ -162,6 +191,57 @@ TEST(Xmap, AgreesWithAModelOverRandomOperations)
         EXPECT_TRUE(map.begin() == map.end());
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Xmap, XmapOfTexts, ::testing::Values(&KeyOf, &BranchingKeyOf));
+
+// Before, between and behind keys that all begin alike, as many as fill no leaf, one, and many; and what is shorter
+// than they have in common.
+class XmapOfAlikeTexts : public ::testing::TestWithParam<int>
+{
+protected:
+    void Insert(const std::string& text)
+    {
+        const xstring key{std::string_view(text)};
+        m_map[key] = m_model[key] = static_cast<int>(m_model.size());
+    }
+    void ExpectFound(const std::string& text, bool isThere) const
+    {
+        const xstring key{std::string_view(text)};
+        EXPECT_EQ(m_map.contains(key), isThere) << text;
+        const auto bound = m_model.lower_bound(key);
+        ASSERT_EQ(m_map.lower_bound(key) == m_map.end(), bound == m_model.end()) << text;
+        if (bound != m_model.end())
+        {
+            EXPECT_EQ(m_map.lower_bound(key)->m_key, bound->first) << text;
+        }
+    }
+
+    std::map<xstring, int> m_model;
+    xmap<xstring, int> m_map;
+};
+
+TEST_P(XmapOfAlikeTexts, FindsThemAndWhatTheyBeginWith)
+{
+    const std::string start = "what all of them begin with ";
+    constexpr int first = 1000;
+    for (int i = 0; i < GetParam(); ++i)
+        Insert(start + std::to_string(first + i));
+    for (std::size_t size = 0; size <= start.size(); ++size)
+        for (const char* const end : {"", " ", "~"})
+            ExpectFound(start.substr(0, size) + end, false);
+    Insert("z");
+    for (const std::string text : {"y", "z", "zz"})
+        ExpectFound(text, text == "z");
+    for (std::size_t size = 0; size <= start.size(); ++size)
+    {
+        Insert(start.substr(0, size));
+        ExpectFound(start.substr(0, size), true);
+        ExpectFound(start + std::to_string(first), true);
+    }
+    ExpectSame(m_map, m_model);
+}
+
+INSTANTIATE_TEST_SUITE_P(Xmap, XmapOfAlikeTexts, ::testing::Values(3, 64, 1000));
 
 TEST(Xmap, IsWalkedBackwardsFromLeafToLeaf)
 {
