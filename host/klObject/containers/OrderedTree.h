@@ -340,7 +340,7 @@ private:
         Leaf* const old = m_head->m_first;
         Leaf* const leaf = Leaf::New(std::min(2 * old->m_capacity, Leaf::MaxCount));
         old->MoveEntries(0, *leaf);
-        ShareMore(*leaf);
+        ShareMoreCharacters(*leaf);
         m_head->m_root = m_head->m_first = m_head->m_last = leaf;
         Leaf::Free(old);
         return leaf;
@@ -423,8 +423,8 @@ private:
             at.m_index -= kept;
         }
         at.m_leaf->InsertEntry(at.m_index, prefix, *Fresh());
-        ShareMore(left);
-        ShareMore(right);
+        ShareMoreCharacters(left);
+        ShareMoreCharacters(right);
     }
 
     static void InsertAndSplit(Inner& left, Inner& right, int at, bool isBehindAll, void* child, uint64 prefix,

@@ -98,7 +98,7 @@ inline ssize_t GetCommonStart(const xstring& a, const xstring& b, ssize_t most)
 }
 
 template <class Node>
-[[gnu::noinline]] void Share(Node& node, ssize_t shared)
+[[gnu::noinline]] void ShareCharacters(Node& node, ssize_t shared)
 {
     node.m_shared = shared;
     for (int i = Node::FirstKey; i < node.m_count; ++i)
@@ -107,7 +107,7 @@ template <class Node>
 
 // Looks behind prefixes that are all the same.
 template <class Node>
-void ShareMore(Node& node)
+void ShareMoreCharacters(Node& node)
 {
     if constexpr (SharesCharacters<Node>)
     {
@@ -115,7 +115,7 @@ void ShareMore(Node& node)
         if (Node::FirstKey < last && node.Prefixes()[Node::FirstKey] == node.Prefixes()[last])
         {
             const xstring& first = node.KeyAt(Node::FirstKey);
-            Share(node, GetCommonStart(first, node.KeyAt(last), first.size()));
+            ShareCharacters(node, GetCommonStart(first, node.KeyAt(last), first.size()));
         }
     }
 }
@@ -126,7 +126,7 @@ template <class Node>
     const int other = at == Node::FirstKey ? at + 1 : Node::FirstKey;
     const ssize_t shared = other < node.m_count ? GetCommonStart(node.KeyAt(at), node.KeyAt(other), node.m_shared) : 0;
     if (shared < node.m_shared)
-        Share(node, shared);
+        ShareCharacters(node, shared);
     else
         node.Prefixes()[at] = node.KeyAt(at).GetPrefixFrom(shared);
 }
@@ -345,7 +345,7 @@ struct OrderedTreeInner
         m_children[at] = child;
         ++m_count;
         SetKey(at, prefix, key);
-        ShareMore(*this);
+        ShareMoreCharacters(*this);
     }
     void RemoveChild(int at)
     {
