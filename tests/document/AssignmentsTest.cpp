@@ -46,6 +46,8 @@ void PrintTo(const Pair& pair, std::ostream* stream)
     *stream << pair.m_path << " <- " << pair.m_value;
 }
 
+// --- Edits of each kind: as many as can be made at once, and one
+
 std::vector<Assignment> AssignmentsOf(const std::vector<Pair>& pairs)
 {
     std::vector<Assignment> assignments;
@@ -60,14 +62,97 @@ std::size_t SetSome(DocumentEditor& editor, const std::vector<Pair>& pairs)
     return editor.SetSome(assignments);
 }
 
-template <class Add>
-bool MakeEach(const std::vector<Pair>& pairs, const Add& add)
+bool SetOne(DocumentEditor& editor, const Pair& pair)
 {
-    for (const Pair& pair : pairs)
-        if (!add(pair))
-            return false;
-    return true;
+    return static_cast<bool>(editor.Set(pair.m_path, pair.m_value));
 }
+
+bool AddOne(DocumentEditor& editor, const Pair& pair)
+{
+    return static_cast<bool>(editor.Add(pair.m_path, pair.m_value));
+}
+
+std::size_t RemoveSome(DocumentEditor& editor, const std::vector<std::string>& paths)
+{
+    return editor.RemoveSome(std::vector<std::string_view>(paths.begin(), paths.end()));
+}
+
+bool RemoveOne(DocumentEditor& editor, const std::string& path)
+{
+    return static_cast<bool>(editor.Remove(path));
+}
+
+std::size_t InsertSome(DocumentEditor& editor, const std::vector<Pair>& pairs)
+{
+    const std::vector<Assignment> additions = AssignmentsOf(pairs);
+    return editor.InsertSome(additions);
+}
+
+bool InsertOne(DocumentEditor& editor, const Pair& pair)
+{
+    return static_cast<bool>(editor.Insert(pair.m_path, pair.m_value));
+}
+
+// --- Whether they agree
+
+// What is made of a text by edits at once, as far as that goes, and by the same one by one.
+template <class Edit>
+struct BothWays
+{
+    BothWays(const std::string& text, const std::vector<Edit>& edits,
+             std::size_t (*makeSome)(DocumentEditor&, const std::vector<Edit>&),
+             bool (*makeOne)(DocumentEditor&, const Edit&), const DocumentPolicy& policy = {})
+        : m_each(Document::Parse(text)), m_editor(m_each, policy)
+    {
+        Document atOnce = Document::Parse(text);
+        DocumentEditor editor(atOnce, policy);
+        m_made = makeSome(editor, edits);
+        for (std::size_t n = 0; n < m_made; ++n)
+            EXPECT_TRUE(makeOne(m_editor, edits[n])) << text << testing::PrintToString(edits) << n;
+        EXPECT_EQ(atOnce.GetText(), m_each.GetText()) << text << testing::PrintToString(edits) << m_made;
+    }
+
+    Document m_each;
+    DocumentEditor m_editor; // of those one by one
+    std::size_t m_made = 0;
+};
+
+// How often more than one was made at once, and how often not all were.
+struct Tally
+{
+    void Add(std::size_t made, std::size_t asked)
+    {
+        m_numAtOnce += made > 1 ? 1 : 0;
+        m_numAlone += made < asked ? 1 : 0;
+    }
+
+    int m_numAtOnce = 0;
+    int m_numAlone = 0;
+};
+
+// A text of an order, edits, and what is there when those are made that can be made at once.
+template <class Edit>
+struct Row
+{
+    std::string m_text;
+    std::vector<Edit> m_edits;
+    std::string m_after;
+    std::size_t m_made = m_edits.size();
+};
+
+template <class Edit, std::size_t Count>
+void ExpectRows(const Row<Edit> (&rows)[Count], std::size_t (*makeSome)(DocumentEditor&, const std::vector<Edit>&))
+{
+    for (const Row<Edit>& row : rows)
+    {
+        Document document = Document::Parse(row.m_text);
+        DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
+        EXPECT_EQ(makeSome(editor, row.m_edits), row.m_made) << row.m_text;
+        EXPECT_EQ(document.GetText(), row.m_after);
+    }
+}
+
+// --- Assignments
 
 TEST(Assignments, LeaveWhatEditsOneByOneLeave)
 {
@@ -83,8 +168,7 @@ TEST(Assignments, LeaveWhatEditsOneByOneLeave)
     const char* const values[] = {"1",   "2.5",        "'text'", "SOUTH", "true", "-7",
                                   " 3 ", "7 // seven", "- 4",    "oops",  "",     "[1]"};
     Random random(Seed(7));
-    int numAtOnce = 0;
-    int numAlone = 0;
+    Tally tally;
     for (uint64 i = 0; i < NumCases(3000); ++i)
     {
         int numComments = 0;
@@ -102,39 +186,18 @@ TEST(Assignments, LeaveWhatEditsOneByOneLeave)
                                             : std::to_string(random.Below(9));
             pairs.push_back({path, value});
         }
-        Document atOnce = Document::Parse(text);
-        Document each = Document::Parse(text);
-        Document added = Document::Parse(text);
-        DocumentEditor atOnceEditor(atOnce);
-        DocumentEditor editor(each);
-        DocumentEditor adder(added);
-        const std::size_t made = SetSome(atOnceEditor, pairs);
-        numAtOnce += made > 1 ? 1 : 0;
-        numAlone += made < pairs.size() ? 1 : 0;
-        pairs.resize(made);
-        ASSERT_TRUE(MakeEach(pairs, [&](const Pair& pair)
-                             { return static_cast<bool>(editor.Set(pair.m_path, pair.m_value)); }));
-        ASSERT_EQ(atOnce.GetText(), each.GetText()) << text;
-        ASSERT_TRUE(
-            MakeEach(pairs, [&](const Pair& pair) { return static_cast<bool>(adder.Add(pair.m_path, pair.m_value)); }));
-        ASSERT_EQ(atOnce.GetText(), added.GetText()) << text;
+        tally.Add(BothWays(text, pairs, SetSome, SetOne).m_made, pairs.size());
+        BothWays(text, pairs, SetSome, AddOne);
+        ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(numAtOnce, 300);
-    EXPECT_GT(numAlone, 300);
+    EXPECT_GT(tally.m_numAtOnce, 300);
+    EXPECT_GT(tally.m_numAlone, 300);
 }
-
-struct Row
-{
-    std::string m_text;
-    std::vector<Pair> m_pairs;
-    std::string m_after;
-    std::size_t m_made = m_after.empty() ? 0 : m_pairs.size();
-};
 
 TEST(Assignments, AreOfPlainValuesThatAreWrittenOnce)
 {
     const std::string head = "{ customer = 'a' ";
-    const Row rows[] = {
+    const Row<Pair> rows[] = {
         {head + "codes = [1, /* two */ 2] }",
          {{".codes[1]", "5"}, {".codes[0]", "0x10"}, {".customer", "'b'"}},
          "{ customer = 'b' codes = [0x10, /* two */ 5] }"},
@@ -155,74 +218,18 @@ TEST(Assignments, AreOfPlainValuesThatAreWrittenOnce)
          {{".number", "2"}, {".isOpen", "true"}, {".customer", "'b'"}},
          head + "number = 2 }",
          1},
-        {head + "number = 1 }", {{".number", "-2"}}, ""}, // refused by its check
-        {head + "number = - /* one */ 1 }", {{".number", "2"}}, ""},
-        {head + "}", {{".number", "2"}}, ""},
-        {head + "rates = [] }", {{".rates['x']", "2"}}, ""},
-        {head + "place = { x = 1 } }", {{".place", "(1, 2)"}}, ""},
-        {head + "extra = int 1 }", {{".extra", "int 2"}}, ""},
-        {head + "oops = 1 }", {{".customer", "'b'"}}, ""},
+        {head + "number = 1 }", {{".number", "-2"}}, head + "number = 1 }", 0}, // refused by its check
+        {head + "number = - /* one */ 1 }", {{".number", "2"}}, head + "number = - /* one */ 1 }", 0},
+        {head + "}", {{".number", "2"}}, head + "}", 0},
+        {head + "rates = [] }", {{".rates['x']", "2"}}, head + "rates = [] }", 0},
+        {head + "place = { x = 1 } }", {{".place", "(1, 2)"}}, head + "place = { x = 1 } }", 0},
+        {head + "extra = int 1 }", {{".extra", "int 2"}}, head + "extra = int 1 }", 0},
+        {head + "oops = 1 }", {{".customer", "'b'"}}, head + "oops = 1 }", 0},
     };
-    for (const Row& row : rows)
-    {
-        Document document = Document::Parse(row.m_text);
-        DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
-        EXPECT_EQ(SetSome(editor, row.m_pairs), row.m_made) << row.m_text;
-        EXPECT_EQ(document.GetText(), row.m_made == 0 ? row.m_text : row.m_after);
-    }
+    ExpectRows(rows, SetSome);
 }
 
 // --- Removals
-
-std::size_t RemoveSome(DocumentEditor& editor, const std::vector<std::string>& paths)
-{
-    return editor.RemoveSome(std::vector<std::string_view>(paths.begin(), paths.end()));
-}
-
-std::size_t InsertSome(DocumentEditor& editor, const std::vector<Pair>& pairs)
-{
-    const std::vector<Assignment> additions = AssignmentsOf(pairs);
-    return editor.InsertSome(additions);
-}
-
-// What is made of a text by edits at once, as far as that goes, and by the same one by one.
-struct BothWays
-{
-    // Of what is removed.
-    BothWays(const std::string& text, const std::vector<std::string>& removed, const DocumentPolicy& policy = {})
-        : BothWays(
-              text, policy, [&](DocumentEditor& editor) { return RemoveSome(editor, removed); },
-              [&](std::size_t n) { return static_cast<bool>(m_editor.Remove(removed[n])); },
-              testing::PrintToString(removed))
-    {
-    }
-
-    // Of what is put in.
-    BothWays(const std::string& text, const std::vector<Pair>& added, const DocumentPolicy& policy = {})
-        : BothWays(
-              text, policy, [&](DocumentEditor& editor) { return InsertSome(editor, added); },
-              [&](std::size_t n) { return static_cast<bool>(m_editor.Insert(added[n].m_path, added[n].m_value)); },
-              testing::PrintToString(added))
-    {
-    }
-
-    template <class Some, class One>
-    BothWays(const std::string& text, const DocumentPolicy& policy, const Some& makeSome, const One& makeOne,
-             const std::string& edits)
-        : m_atOnce(Document::Parse(text)), m_each(Document::Parse(text)), m_editor(m_each, policy)
-    {
-        DocumentEditor editor(m_atOnce, policy);
-        m_made = makeSome(editor);
-        for (std::size_t n = 0; n < m_made; ++n)
-            EXPECT_TRUE(makeOne(n)) << text << edits << n;
-        EXPECT_EQ(m_atOnce.GetText(), m_each.GetText()) << text << edits << m_made;
-    }
-
-    Document m_atOnce;
-    Document m_each;
-    DocumentEditor m_editor; // of those one by one
-    std::size_t m_made = 0;
-};
 
 TEST(Removals, LeaveWhatEditsOneByOneLeave)
 {
@@ -267,8 +274,7 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
                                  ".stock['b']",
                                  ".samples"};
     Random random(Seed(9));
-    int numAtOnce = 0;
-    int numAlone = 0;
+    Tally tally;
     for (uint64 i = 0; i < NumCases(4000); ++i)
     {
         int numComments = 0;
@@ -276,13 +282,11 @@ TEST(Removals, LeaveWhatEditsOneByOneLeave)
         std::vector<std::string> removed;
         for (std::size_t n = 2 + random.Below(4); n-- > 0;)
             removed.emplace_back(paths[random.Below(std::size(paths))]);
-        const std::size_t made = BothWays(text, removed).m_made;
-        numAtOnce += made > 1 ? 1 : 0;
-        numAlone += made < removed.size() ? 1 : 0;
+        tally.Add(BothWays(text, removed, RemoveSome, RemoveOne).m_made, removed.size());
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(numAtOnce, 300);
-    EXPECT_GT(numAlone, 300);
+    EXPECT_GT(tally.m_numAtOnce, 300);
+    EXPECT_GT(tally.m_numAlone, 300);
 }
 
 // The n-th item of a list, set or map of an order.
@@ -316,7 +320,7 @@ std::string AnyItems(Random& random, const std::string& member, std::size_t coun
 TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
 {
     Random random(Seed(10));
-    std::size_t numAtOnce = 0;
+    Tally tally;
     for (uint64 i = 0; i < NumCases(4000); ++i)
     {
         const bool isMap = random.OneIn(3);
@@ -326,12 +330,13 @@ TEST(Removals, OfElementsLeaveWhatEditsOneByOneLeave)
         for (std::size_t n = 1 + random.Below(count); n-- > 0;)
             removed.push_back(isMap ? ".rates['" + std::to_string(random.Below(count)) + "']"
                                     : ".codes[" + std::to_string(random.Below(n + 1)) + "]");
-        const std::size_t made = BothWays(text, removed, DocumentPolicy::Of<orders::Order>()).m_made;
+        const std::size_t made =
+            BothWays(text, removed, RemoveSome, RemoveOne, DocumentPolicy::Of<orders::Order>()).m_made;
         ASSERT_TRUE(isMap || made == removed.size()) << text << testing::PrintToString(removed);
-        numAtOnce += made > 1 ? 1 : 0;
+        tally.Add(made, removed.size());
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(numAtOnce, 1000U);
+    EXPECT_GT(tally.m_numAtOnce, 1000);
 }
 
 // Keys of one map may have what they do not mention from those before: what is behind them is written out, alone.
@@ -339,8 +344,7 @@ TEST(Removals, OfKeysLeaveWhatEditsOneByOneLeave)
 {
     yard::Register();
     Random random(Seed(11));
-    int numAtOnce = 0;
-    int numAlone = 0;
+    Tally tally;
     for (uint64 i = 0; i < NumCases(2000); ++i)
     {
         const std::size_t count = 2 + random.Below(6);
@@ -358,30 +362,22 @@ TEST(Removals, OfKeysLeaveWhatEditsOneByOneLeave)
         for (std::size_t n = 1 + random.Below(count); n-- > 0;)
             removed.push_back(".lots[(" + std::to_string(random.Below(count)) + ", " + std::to_string(random.Below(2)) +
                               ")]");
-        BothWays both(text, removed);
-        numAtOnce += both.m_made > 1 ? 1 : 0;
+        BothWays both(text, removed, RemoveSome, RemoveOne);
+        tally.Add(both.m_made, 0);
         ASSERT_FALSE(HasFailure());
         if (both.m_made < removed.size() && both.m_editor.Remove(removed[both.m_made])) // otherwise it is not there
         {
-            ++numAlone;
+            ++tally.m_numAlone;
             ASSERT_NE(both.m_each.GetText().find("Point {"), std::string_view::npos) << text << removed[both.m_made];
         }
     }
-    EXPECT_GT(numAtOnce, 100);
-    EXPECT_GT(numAlone, 50);
+    EXPECT_GT(tally.m_numAtOnce, 100);
+    EXPECT_GT(tally.m_numAlone, 50);
 }
-
-struct RemovalRow
-{
-    std::string m_text;
-    std::vector<std::string> m_paths;
-    std::string m_after;
-    std::size_t m_made = m_paths.size();
-};
 
 TEST(Removals, AreOfWhatIsWrittenOnce)
 {
-    const RemovalRow rows[] = {
+    const Row<std::string> rows[] = {
         {"{\n  customer = 'a'\n  number = 1 // one\n  // open\n  isOpen = true\n  codes = [1]\n}\n",
          {".isOpen", ".number"},
          "{\n  customer = 'a'\n  codes = [1]\n}\n"},
@@ -441,13 +437,7 @@ TEST(Removals, AreOfWhatIsWrittenOnce)
          "{ customer = 'a' codes = [1] number = 1 }",
          0},
     };
-    for (const RemovalRow& row : rows)
-    {
-        Document document = Document::Parse(row.m_text);
-        DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
-        EXPECT_EQ(RemoveSome(editor, row.m_paths), row.m_made) << row.m_text;
-        EXPECT_EQ(document.GetText(), row.m_after);
-    }
+    ExpectRows(rows, RemoveSome);
 }
 
 // --- Additions
@@ -493,8 +483,7 @@ TEST(Additions, LeaveWhatEditsOneByOneLeave)
                           {".first", "yard.Crate {}"},
                           {"tags", "1"}};
     Random random(Seed(12));
-    int numAtOnce = 0;
-    int numAlone = 0;
+    Tally tally;
     for (uint64 i = 0; i < NumCases(4000); ++i)
     {
         int numComments = 0;
@@ -502,13 +491,11 @@ TEST(Additions, LeaveWhatEditsOneByOneLeave)
         std::vector<Pair> added;
         for (std::size_t n = 2 + random.Below(8); n-- > 0;)
             added.push_back(random.OneIn(3) ? pairs[random.Below(std::size(pairs))] : pairs[random.Below(3)]);
-        const std::size_t made = BothWays(text, added).m_made;
-        numAtOnce += made > 1 ? 1 : 0;
-        numAlone += made < added.size() ? 1 : 0;
+        tally.Add(BothWays(text, added, InsertSome, InsertOne).m_made, added.size());
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(numAtOnce, 300);
-    EXPECT_GT(numAlone, 300);
+    EXPECT_GT(tally.m_numAtOnce, 300);
+    EXPECT_GT(tally.m_numAlone, 300);
 }
 
 // To two of them at a time.
@@ -530,7 +517,7 @@ TEST(Additions, OfElementsLeaveWhatEditsOneByOneLeave)
                 added.push_back({".rates['" + std::to_string(n) + "']", item.substr(item.rfind(' ') + 1)});
             else
                 added.push_back({"." + member, item});
-        const BothWays both(text, added, DocumentPolicy::Of<orders::Order>());
+        const BothWays both(text, added, InsertSome, InsertOne, DocumentPolicy::Of<orders::Order>());
         ASSERT_EQ(both.m_made, added.size()) << text << testing::PrintToString(added);
         ASSERT_FALSE(HasFailure());
     }
@@ -569,31 +556,24 @@ TEST(Additions, OfPartsOfPartsLeaveWhatEditsOneByOneLeave)
          {{".lots[(2, 3)]", "(1, 1)"}, {".marks[{ y = 2 }]", "'b'"}, {".lots[{ x = 5 }]", "{}"}}},
     };
     Random random(Seed(14));
-    int numAtOnce = 0;
+    Tally tally;
     for (uint64 i = 0; i < NumCases(3000); ++i)
     {
         const auto& row = rows[random.Below(std::size(rows))];
         std::vector<Pair> added;
         for (std::size_t n = 2 + random.Below(5); n-- > 0;)
             added.push_back(row.m_pairs[random.Below(row.m_pairs.size())]);
-        numAtOnce += BothWays(std::string("yard::Ship { ") + row.m_text, added).m_made > 1 ? 1 : 0;
+        const std::string text = std::string("yard::Ship { ") + row.m_text;
+        tally.Add(BothWays(text, added, InsertSome, InsertOne).m_made, added.size());
         ASSERT_FALSE(HasFailure());
     }
-    EXPECT_GT(numAtOnce, 300);
+    EXPECT_GT(tally.m_numAtOnce, 300);
 }
-
-struct AdditionRow
-{
-    std::string m_text;
-    std::vector<Pair> m_pairs;
-    std::string m_after;
-    std::size_t m_made = m_pairs.size();
-};
 
 TEST(Additions, AreBehindOthersOfWhatIsWrittenOnce)
 {
     const std::string head = "{ customer = 'a' ";
-    const AdditionRow rows[] = {
+    const Row<Pair> rows[] = {
         {head + "codes = [1] }", {{".codes", "2"}, {".codes", " 3 "}}, head + "codes = [1, 2, 3] }"},
         {head + "codes = [] }", {{".codes", "2"}, {".codes[1]", "3"}}, head + "codes = [2, 3] }"},
         {head + "codes = [\n  1 // one\n] }",
@@ -630,13 +610,7 @@ TEST(Additions, AreBehindOthersOfWhatIsWrittenOnce)
         {head + "number = 1 }", {{".number", "2"}}, head + "number = 1 }", 0},
         {head + "oops = 1 codes = [] }", {{".codes", "2"}}, head + "oops = 1 codes = [] }", 0},
     };
-    for (const AdditionRow& row : rows)
-    {
-        Document document = Document::Parse(row.m_text);
-        DocumentEditor editor(document, DocumentPolicy::Of<orders::Order>());
-        EXPECT_EQ(InsertSome(editor, row.m_pairs), row.m_made) << row.m_text;
-        EXPECT_EQ(document.GetText(), row.m_after);
-    }
+    ExpectRows(rows, InsertSome);
 }
 
 } // namespace

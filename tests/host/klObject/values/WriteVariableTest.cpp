@@ -12,7 +12,6 @@
 
 #include <cstring>
 #include <limits>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <variant>
