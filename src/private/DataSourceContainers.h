@@ -215,11 +215,11 @@ void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, vo
     else if (mapFns.Count(map) > 0)
         Renew(rbc, map);
 
+    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
+        m_cursor.ThrowExpected("[");
+    const MapEntryTypes types = {mapFns, keyType, payloadType};
     if constexpr (Rules::s_goesOn)
-    {
-        if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
-            m_cursor.ThrowExpected("[");
-        ReadItems(
+        return ReadItems(
             TOKEN_LEFT_SQUARE, s_anyNumber,
             [&](ssize_t, const char*& item)
             {
@@ -228,61 +228,53 @@ void BasicDataSourceReader<Rules>::ReadMap(const ReflectionByteCode& mapType, vo
                 ReadValue(keyType, key);
                 m_cursor.Pass(TOKEN_MINUS_GREATER, "->");
                 m_cursor.Show();
-                [[maybe_unused]] const ssize_t count = mapFns.Count(map);
-                void* const payload = mapFns.Insert(map, key);
-                if constexpr (Rules::s_isRuled)
-                    if (mapFns.Count(map) == count)
-                        Renew(payloadType, payload);
-                ReadValue(payloadType, payload);
+                ReadValue(payloadType, InsertPayload(types, map, key));
             },
             true);
-        return;
-    }
-    if (!m_cursor.Is(TOKEN_LEFT_SQUARE))
-        m_cursor.ThrowExpected("[");
-    // Where nobody looks between, a simple payload is read before it is inserted.
-    const SimplePayloadRead readPayload =
-        Rules::s_isRuled || mapFns.m_insertsAlone ? GetSimplePayloadRead(payloadType.GetCode()) : nullptr;
     FastCursor cursor(m_cursor, m_cursor.GetOperator());
-    if (cursor.TryPassEmpty<']'>())
-    {
-        cursor.GoHome();
-        return;
-    }
+    if (!cursor.TryPassEmpty<']'>())
+        ReadEntries(types, map, key, cursor);
+    cursor.GoHome();
+}
+
+// The payload under a key. By rules it is a new one, whatever was there.
+template <class Rules>
+char* BasicDataSourceReader<Rules>::InsertPayload(const MapEntryTypes& types, void* map, const void* key)
+{
+    [[maybe_unused]] const ssize_t count = Rules::s_isRuled ? types.m_fns.Count(map) : 0;
+    void* const payload = types.m_fns.Insert(map, key);
+    if constexpr (Rules::s_isRuled)
+        if (types.m_fns.Count(map) == count)
+            Renew(types.m_payload, payload);
+    return static_cast<char*>(payload);
+}
+
+// From the bracket on, behind which there are some.
+template <class Rules>
+void BasicDataSourceReader<Rules>::ReadEntries(const MapEntryTypes& types, void* map, char* key, FastCursor& cursor)
+{
+    // Where nobody looks between, a simple payload is read before it is inserted.
+    const SimplePayloadRead readSimple =
+        Rules::s_isRuled || types.m_fns.m_insertsAlone ? GetSimplePayloadRead(types.m_payload.GetCode()) : nullptr;
     do
     {
-        [[maybe_unused]] const typename Rules::KeyScope fresh(keyType, key);
-        [[maybe_unused]] const char* const keyPlace = cursor.FindNext();
-        cursor.Load(ReadOneBehind(cursor, keyType, key));
-        [[maybe_unused]] const SubString writtenKey(keyPlace, cursor.GetStart());
+        [[maybe_unused]] const typename Rules::KeyScope fresh(types.m_key, key);
+        const char* const keyPlace = cursor.FindNext();
+        cursor.Load(ReadOneBehind(cursor, types.m_key, key));
+        const SubString writtenKey(keyPlace, cursor.GetStart());
         cursor.TakeArrowOrThrow();
-        if (readPayload != nullptr)
-        {
-            const Place behind = readPayload(m_cursor, cursor.GetOperator(), {mapFns, map, key});
-            if (behind.m_start != nullptr) [[likely]]
-            {
-                cursor.Load(behind);
-                continue;
-            }
-        }
-        if constexpr (Rules::s_isRuled)
+        Place behind = {};
+        if (readSimple != nullptr)
+            behind = readSimple(m_cursor, cursor.GetOperator(), {types.m_fns, map, key});
+        if (behind.m_start == nullptr) [[unlikely]]
         {
             cursor.RequireNext();
-            const ssize_t count = mapFns.Count(map);
-            void* const payload = mapFns.Insert(map, key);
-            if (mapFns.Count(map) == count)
-                Renew(payloadType, payload);
-            cursor.Load(m_rules.AtKey(writtenKey, [&, cursor]
-                                      { return ReadOneBehind(cursor, payloadType, static_cast<char*>(payload)); }));
+            ShowBehind(cursor);
+            char* const payload = InsertPayload(types, map, key);
+            behind = m_rules.AtKey(writtenKey, [&, cursor] { return ReadOneBehind(cursor, types.m_payload, payload); });
         }
-        else
-        {
-            cursor.GoHomeToNext();
-            m_cursor.Show();
-            cursor.Load(ReadOneBehind(cursor, payloadType, static_cast<char*>(mapFns.Insert(map, key))));
-        }
+        cursor.Load(behind);
     } while (cursor.TakeCommaOrPassEnd<']'>());
-    cursor.GoHome();
 }
 
 // --- Variants --------------------------------------------------------------------------------------------------------

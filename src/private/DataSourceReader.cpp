@@ -116,14 +116,6 @@ ptr<IObject> BasicDataSourceReader<Rules>::ReadObject(ConstStringZ className, co
 
 // --- Scalars and texts -----------------------------------------------------------------------------------------------
 
-void ReadText16(text::Cursor& cursor, xstring16& dst)
-{
-    xstring src;
-    text::ReadString(cursor, src);
-    if (!Utf16FromUtf8(dst, src.data(), src.size()))
-        ThrowKelmAssertionError("Utf16FromUtf8(dst,src)", s_sourceFile, __LINE__);
-}
-
 namespace
 {
 
@@ -141,10 +133,6 @@ bool TryReadSimple(text::Cursor& cursor, ETypeByteCode code, void* data)
 }
 
 } // namespace
-
-constinit const std::array<SimpleElementsRead, FT_STRING16 + 1> s_simpleElementsReads =
-    MakeSimpleReads<SimpleElementsRead>([](auto type) -> SimpleElementsRead { return ReadElementsOf<decltype(type)>; },
-                                        nullptr);
 
 template <class Rules>
 void BasicDataSourceReader<Rules>::ReadEnumeratorByNumber(const ReflectedEnum& r, void* data)

@@ -9,17 +9,12 @@
 #include <klObject/objects/IObject.h>
 #include <klObject/types/ClassModel.h>
 #include <klObject/types/ReflectionByteCode.h>
-#include <klUtils/text/private/Cursor.h>
+#include <klUtils/text/private/FastCursor.h>
 #include <klUtils/xvector.h>
 
 #include <memory>
 #include <optional>
 #include <span>
-
-namespace kelm::text
-{
-class FastCursor;
-}
 
 namespace kelm
 {
@@ -228,6 +223,15 @@ private:
     text::Place ReadEnumerators(SubString bracket, const ReflectedEnum& r, VectorOfByte& vector);
     text::Place ReadOthers(SubString bracket, const ReflectionByteCode& type, VectorOfByte& vector);
 
+    struct MapEntryTypes
+    {
+        const MapFns& m_fns;
+        ReflectionByteCode m_key;
+        ReflectionByteCode m_payload;
+    };
+    static char* InsertPayload(const MapEntryTypes& types, void* map, const void* key);
+    void ReadEntries(const MapEntryTypes& types, void* map, char* key, text::FastCursor& cursor);
+
     // At the current token, or where it is written, as the rules have it.
     template <class... Parts>
     [[noreturn]] void ThrowAbout(const char* place, const Parts&... parts) const;
@@ -243,6 +247,17 @@ private:
     VectorOfByte m_copies;                       // elements of the one foreign list of scalars that is being read
     [[no_unique_address]] Rules m_rules;
 };
+
+// Before a host's function is called that may look at the parser. Nobody has it where a program's own data are read.
+template <class Rules>
+void BasicDataSourceReader<Rules>::ShowBehind([[maybe_unused]] const text::FastCursor& cursor)
+{
+    if constexpr (!Rules::s_isRuled)
+    {
+        cursor.GoHomeToNext();
+        m_cursor.Show();
+    }
+}
 
 // The index of the element of a list that is being read: of the last one, or of the first where none is there yet.
 inline ssize_t GetLastIndex(const ReflectionByteCode& elementType, const VectorOfByte& vector)

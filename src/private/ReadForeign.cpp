@@ -274,7 +274,7 @@ inline void BasicDataSourceReader<Rules>::ReadForeignEntries(const ForeignType& 
     const ReflectionByteCode keyType = type.GetPartType(0);
     const ReflectionByteCode payloadType = type.m_numParts == 2 ? type.GetPartType(1) : ReflectionByteCode();
     // Where nobody looks between, a simple payload is read before it is inserted.
-    const SimplePayloadRead readPayload =
+    const SimplePayloadRead readSimple =
         Rules::s_isRuled && payloadType.m_bc != nullptr ? GetSimplePayloadRead(payloadType.GetCode()) : nullptr;
     do
     {
@@ -294,19 +294,17 @@ inline void BasicDataSourceReader<Rules>::ReadForeignEntries(const ForeignType& 
             continue;
         }
         cursor.TakeArrowOrThrow();
-        if (readPayload != nullptr)
+        text::Place behind = {};
+        if (readSimple != nullptr)
+            behind = readSimple(m_cursor, cursor.GetOperator(), {fns, map, key.Get()});
+        if (behind.m_start == nullptr) [[unlikely]]
         {
-            const text::Place behind = readPayload(m_cursor, cursor.GetOperator(), {fns, map, key.Get()});
-            if (behind.m_start != nullptr) [[likely]]
-            {
-                cursor.Load(behind);
-                continue;
-            }
+            cursor.RequireNext();
+            ShowBehind(cursor);
+            auto* const payload = static_cast<char*>(fns.Insert(map, key.Get()));
+            behind = m_rules.AtKey(writtenKey, [&, cursor] { return ReadOneBehind(cursor, payloadType, payload); });
         }
-        cursor.RequireNext();
-        ShowBehind(cursor);
-        auto* const payload = static_cast<char*>(fns.Insert(map, key.Get()));
-        cursor.Load(m_rules.AtKey(writtenKey, [&, cursor] { return ReadOneBehind(cursor, payloadType, payload); }));
+        cursor.Load(behind);
     } while (cursor.TakeCommaOrPassEnd<']'>());
 }
 
@@ -441,17 +439,6 @@ inline text::Place BasicDataSourceReader<Rules>::ReadForeignElements(SubString b
             ReadInstance(shape, element);
             return m_cursor.GetPlace();
         });
-}
-
-// Before a host's function is called that may look at the parser. Nobody has it where a program's own data are read.
-template <class Rules>
-void BasicDataSourceReader<Rules>::ShowBehind([[maybe_unused]] const text::FastCursor& cursor)
-{
-    if constexpr (!Rules::s_isRuled)
-    {
-        cursor.GoHomeToNext();
-        m_cursor.Show();
-    }
 }
 
 template text::Place BasicDataSourceReader<ExactRules>::TryReadForeign(text::FastCursor, const ForeignType&, char*);

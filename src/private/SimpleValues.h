@@ -6,7 +6,6 @@
 // all of its forms (Read). A value is stored when the token behind it is known to be one.
 
 #include <klObject/types/ETypeByteCode.h>
-#include <klUtils/Utf16FromUtf8.h>
 #include <klUtils/VectorOfByte.h>
 #include <klUtils/text/private/FastCursor.h>
 #include <klUtils/text/private/FastReads.h>
@@ -206,7 +205,7 @@ text::Place ReadElementsOf(text::Cursor& home, SubString bracket, VectorOfByte& 
     return cursor.GetPlace();
 }
 
-// By the types' codes; null for those that are not simple. (DataSourceReader.cpp)
+// By the types' codes; null for those that are not simple.
 using SimpleElementsRead = text::Place (*)(text::Cursor& home, SubString bracket, VectorOfByte& vector);
 extern const std::array<SimpleElementsRead, FT_STRING16 + 1> s_simpleElementsReads;
 
