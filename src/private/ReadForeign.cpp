@@ -354,7 +354,7 @@ template <class Rules>
 text::Place BasicDataSourceReader<Rules>::TryReadForeign(text::FastCursor cursor, const ForeignType& type, char* data)
 {
     if constexpr (Rules::s_goesOn)
-        return {};
+        return {}; // GCOVR_EXCL_LINE: such a reader reads nothing in registers
     if (type.GetForm() == FF_TEXT)
         return TryReadForeignText(m_cursor, cursor.GetOperator(), *type.m_text, data);
     if (m_foreignDepth == s_maxForeignDepth) [[unlikely]]

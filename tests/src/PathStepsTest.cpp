@@ -3,6 +3,8 @@
 #include "FieldPaths.h"
 
 #include <klKelmScript/private/PathSteps.h>
+#include <klObject/describe/Describe.h>
+#include <klObject/describe/TypeOf.h>
 #include <klPersistStore/ReadBarrier.h>
 #include <support/HandmadeClasses.h>
 
@@ -10,6 +12,7 @@
 
 #include <cctype>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -268,6 +271,21 @@ TEST_F(PathStepsOf, AVariableThatNoObjectOwns)
     EXPECT_EQ(steps.GetWay(), Way::Nowhere);
     EXPECT_EQ(steps.GetAddress(), &points[1].m_y);
     EXPECT_FALSE(steps.GetOwner());
+}
+
+TEST_F(PathStepsOf, AnOptionalLeadIntoWhatIsThere)
+{
+    using Choice = std::optional<std::vector<int32>>;
+    EnsureRegistered<Choice>();
+    const ReflectionByteCode type(s_tablesOfType<Choice>.ByteCode(0), s_tablesOfType<Choice>.m_names.data());
+    Choice choice;
+    PathSteps empty(nullptr, type, &choice, Access::Read);
+    EXPECT_FALSE(empty.TryStepToElement(0));
+    EXPECT_EQ(ToStdString(SubString(MessageOf(empty.GetProblem(), LSToken()))), "null dereference");
+    choice = {5, 6};
+    PathSteps steps(nullptr, type, &choice, Access::Read);
+    ASSERT_TRUE(steps.TryStepToElement(1));
+    EXPECT_EQ(steps.GetAddress(), &(*choice)[1]);
 }
 
 TEST_F(PathStepsOf, ReadingTellTheBarrierWhereTheyLead)

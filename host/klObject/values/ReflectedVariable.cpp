@@ -191,7 +191,7 @@ void DestructElements(ReflectionByteCode type, char* p, ssize_t count)
         catch (const std::bad_alloc&)
         {
             if (hasBegun)
-                throw;
+                throw; // GCOVR_EXCL_LINE: destruction asks for no memory
             // No segment: what is left of this stack has to do.
         }
     }
