@@ -516,10 +516,9 @@ void PathWalk::LookAgain()
     m_reads = m_navigator->ReadAccess();
 }
 
+// Of a navigator's walk.
 void PathWalk::Show() const
 {
-    if (m_navigator == nullptr)
-        return;
     m_cursor.StoreIn(m_navigator->m_parser);
     m_navigator->m_obj = m_position.m_obj;
     m_navigator->m_rbc = m_position.m_rbc;

@@ -53,6 +53,17 @@ struct Onlooker
 using Choice = kelm::xvariant<kelm::int32, Onlooker>;
 using Other = kelm::xvariant<Onlooker, kelm::int32>; // a new one holds an onlooker
 
+// Looks whenever two are compared.
+struct Compared
+{
+    int id = 0;
+    friend bool operator<(const Compared& a, const Compared& b)
+    {
+        Onlooker::Look('<');
+        return a.id < b.id;
+    }
+};
+
 // More than a map's key takes on the stack.
 struct LargeKey
 {
@@ -84,11 +95,13 @@ struct Whole
     Choice choice;
     kelm::xmap<kelm::int32, Onlooker> byNumber;
     kelm::xmap<Onlooker, kelm::int32> numbers;
+    kelm::xmap<Compared, kelm::int32> byCompared;
     std::vector<Onlooker> list;
     std::map<int, Onlooker> map;
     std::optional<Onlooker> perhaps;
     std::variant<int, Onlooker> either;
     std::map<Onlooker, int> byOnlooker;
+    std::map<Compared, int> mapByCompared;
     std::map<LargeKey, int> byLargeKey;
     Inner inner;
     int behind = 0;
@@ -102,13 +115,15 @@ inline constexpr bool kelm::IsRelocatable<border::Onlooker> = true;
 KELM_CLASS(border::Onlooker, KELM_MODEL(id))
 KELM_VARIANT(border::Choice, "number", "onlooker")
 KELM_VARIANT(border::Other, "onlooker", "number")
+KELM_CLASS(border::Compared, KELM_MODEL(id))
 KELM_CLASS(border::LargeKey, KELM_MODEL(numbers))
 KELM_ENUM(border::Colour, KELM_VALUE(RED), KELM_VALUE(GREEN))
 KELM_CLASS(border::Inner, KELM_MODEL(flag), KELM_MODEL(number), KELM_MODEL(colour), KELM_MODEL(name),
            KELM_MODEL(numbers), KELM_MODEL(lists))
 KELM_CLASS(border::Whole, KELM_MODEL(ours), KELM_MODEL(choices), KELM_MODEL(others), KELM_MODEL(choice),
-           KELM_MODEL(byNumber), KELM_MODEL(numbers), KELM_MODEL(list), KELM_MODEL(map), KELM_MODEL(perhaps),
-           KELM_MODEL(either), KELM_MODEL(byOnlooker), KELM_MODEL(byLargeKey), KELM_MODEL(inner), KELM_MODEL(behind))
+           KELM_MODEL(byNumber), KELM_MODEL(numbers), KELM_MODEL(byCompared), KELM_MODEL(list), KELM_MODEL(map),
+           KELM_MODEL(perhaps), KELM_MODEL(either), KELM_MODEL(byOnlooker), KELM_MODEL(mapByCompared),
+           KELM_MODEL(byLargeKey), KELM_MODEL(inner), KELM_MODEL(behind))
 
 namespace kelm
 {
@@ -160,6 +175,24 @@ TEST(ReadingBorder, ShowsTheTokenWhoseValueIsMade)
         Whole whole;
         EXPECT_EQ(SeenWhileReading(row.m_text, whole), row.m_seen) << row.m_text;
         EXPECT_EQ(SeenWhileReading(row.m_text, whole), row.m_seenAgain) << row.m_text;
+    }
+}
+
+// Insertion compares keys, which the program may watch: the payload is not read yet.
+TEST(ReadingBorder, ShowsThePayloadThatIsInserted)
+{
+    const struct
+    {
+        const char* m_text;
+        const char* m_seen;
+    } rows[] = {
+        {"{ byCompared = [{ id = 1 } -> 10, { id = 2 } -> 20] }", "<20@48 <20@48 "},
+        {"{ mapByCompared = [{ id = 1 } -> 10, { id = 2 } -> 20] }", "<20@51 <20@51 <20@51 "},
+    };
+    for (const auto& row : rows)
+    {
+        Whole whole;
+        EXPECT_EQ(SeenWhileReading(row.m_text, whole), row.m_seen) << row.m_text;
     }
 }
 

@@ -417,6 +417,24 @@ TEST(String, IsAViewOfItsBytes)
     EXPECT_EQ(string.view(), std::string_view("a\0b", 3));
 }
 
+TEST(String, HasItsBytesAsANumberFromAnyPlace)
+{
+    for (ssize_t length = 0; length <= 40; ++length)
+    {
+        const Text<char> text = Pattern<char>(length);
+        const xstring string = MakeString(text);
+        EXPECT_EQ(string.GetPrefix(), string.GetPrefixFrom(0)) << length;
+        for (ssize_t from = 0; from <= length; ++from)
+        {
+            uint64 expected = 0;
+            for (ssize_t i = from; i < from + 8; ++i)
+                expected =
+                    expected << 8 | (i < length ? static_cast<unsigned char>(text[static_cast<std::size_t>(i)]) : 0);
+            EXPECT_EQ(string.GetPrefixFrom(from), expected) << length << ' ' << from;
+        }
+    }
+}
+
 RC_GTEST_PROP(String, DoesWhatAStandardStringDoes, (const std::vector<std::pair<uint8, std::string>>& steps))
 {
     xstring string;

@@ -478,4 +478,18 @@ TEST(XmapFunctions, WorkOnAMapThatIsKnownByItsAddressAlone)
     fns.Destruct(memory);
 }
 
+TEST(XmapFunctions, TellWhetherInsertionRunsAProgramsCode)
+{
+    struct Own
+    {
+        int m_id = 0;
+        auto operator<=>(const Own&) const = default;
+    };
+    EXPECT_TRUE((MapFunctions<int, double>::table.m_insertsAlone));
+    EXPECT_TRUE((MapFunctions<xstring, xstring16>::table.m_insertsAlone));
+    EXPECT_FALSE((MapFunctions<Own, int>::table.m_insertsAlone)) << "its comparison";
+    EXPECT_FALSE((MapFunctions<int, Own>::table.m_insertsAlone)) << "its constructor";
+    EXPECT_FALSE((MapFunctions<int, xmap<int, Own>>::table.m_insertsAlone));
+}
+
 } // namespace kelm
