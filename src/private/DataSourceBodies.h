@@ -216,11 +216,13 @@ template <class Lists>
 {
     do
     {
-        cursor.GoHomeToNext();
+        const bool isBody = cursor.template TryGoHomeToNext<'{'>();
+        if (!isBody) [[unlikely]]
+            cursor.GoHomeToNext();
         m_cursor.ShowBehind(cursor.GetOperator());
         char* const instance =
             static_cast<char*>(PushBackDefaultConstructedInstance(*body.m_shape.m_rc, *lists.GetLast().m_vector));
-        if (m_cursor.Is(TOKEN_LEFT_CURLY)) [[likely]]
+        if (isBody) [[likely]]
         {
             cursor.LoadOperator();
             cursor.MovePastOperator();

@@ -222,7 +222,8 @@ TEST_F(PathNavigator, ChecksItsInvariants)
     EXPECT_TRUE(fails([&] { ExpressionPathNavigator(parser, object, PNM_READ_ACCESS); }, "rc"));
     const ptr<IObject> node = New<Node>();
     As<Node>(node).m_next = object;
-    EXPECT_TRUE(fails([&] { Walk(node, ".next.x"); }, "rc"));
+    for (const bool writeAccess : {false, true})
+        EXPECT_TRUE(fails([&] { Walk(node, ".next.x", writeAccess); }, "rc"));
     As<Node>(node).m_next = nullptr;
 
     parser.Init(".value");
@@ -230,6 +231,8 @@ TEST_F(PathNavigator, ChecksItsInvariants)
     navigator.m_obj = nullptr;
     EXPECT_TRUE(fails([&] { navigator.ReadBarrier(); }, "m_obj"));
     EXPECT_TRUE(fails([&] { navigator.NavigateReflectedVariable(); }, "m_obj"));
+    parser.Init(".value");
+    EXPECT_TRUE(fails([&] { navigator.NavigateReflectedClassInstance(hand::ClassOf<Node>()); }, "m_obj"));
     navigator.m_data = nullptr;
     EXPECT_TRUE(fails([&] { navigator.GetFieldAddress(); }, "m_data"));
     EXPECT_TRUE(fails([&] { navigator.NavigateReflectedClassInstance(hand::ClassOf<Node>()); }, "m_data"));

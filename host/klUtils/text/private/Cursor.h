@@ -67,6 +67,16 @@ public:
         m_p = place.m_start;
         NextHere();
     }
+    // The same for an operator of the one character C, which begins no longer one.
+    template <char C>
+    void MoveToOperator(Place place)
+    {
+        static_assert(StartOf(C) == Start::SingleOperator);
+        m_previous = place.m_previous;
+        m_token.m_kind = s_operatorTrie.TokenOf(C);
+        m_token.m_start = place.m_start;
+        m_token.m_past = m_p = place.m_start + 1;
+    }
     Place GetPlace() const { return {m_token.m_start, m_previous}; }
 
     // From the current token, an operator, to the text that is not scanned yet.

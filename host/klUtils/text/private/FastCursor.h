@@ -72,6 +72,17 @@ public:
         return m_home;
     }
 
+    // The same where that is the operator of the character C; false where it is not, and nothing is done.
+    template <char C>
+    [[gnu::always_inline]] bool TryGoHomeToNext() const
+    {
+        const char* const next = FindNext();
+        if (next == m_end || *next != C) [[unlikely]]
+            return false;
+        m_home.MoveToOperator<C>({next, m_start});
+        return true;
+    }
+
     // --- To the token behind what has been read up to `past`, whose last token begins at `last`
     //
     // False, with nothing done, where characters follow that might form no token.

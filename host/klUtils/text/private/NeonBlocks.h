@@ -93,6 +93,11 @@ inline int FirstOf(Lanes first, Lanes second)
     const int count = FirstOf(first);
     return count != s_blockSize ? count : count + FirstOf(second);
 }
+inline int FirstOf(Lanes first, Lanes second, Lanes third, Lanes fourth)
+{
+    const int count = FirstOf(first, second);
+    return count != 2 * s_blockSize ? count : count + FirstOf(third, fourth);
+}
 inline bool HasAny(Lanes lanes)
 {
     return lanes.GetMask() != 0;

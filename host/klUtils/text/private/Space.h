@@ -44,7 +44,7 @@ struct Spaces
 // From a line comment's beginning to its end, which is before the newline.
 inline const char* SkipLine(const char* p, const char* end)
 {
-    return FindFirst<Only<'\n'>>(p, end);
+    return FindFirstOfFourBlocks<Only<'\n'>>(p, end);
 }
 
 // Past the block comment that begins at `start`; null where it does not end.
@@ -53,7 +53,7 @@ inline const char* SkipBlockComment(const char* start, const char* end)
     const char* p = start + 2;
     while (true)
     {
-        p = FindFirst<Only<'*'>>(p, end);
+        p = FindFirstOfFourBlocks<Only<'*'>>(p, end);
         if (end - p < 2)
             return nullptr;
         if (*++p == '/')

@@ -102,6 +102,12 @@ inline int FirstOf(Lanes first, Lanes second)
     const uint64 both = first.GetMask() | uint64(second.GetMask()) << s_blockSize;
     return std::countr_zero(both | uint64(1) << 2 * s_blockSize);
 }
+inline int FirstOf(Lanes first, Lanes second, Lanes third, Lanes fourth)
+{
+    const uint64 near = first.GetMask() | second.GetMask() << s_blockSize;
+    const uint64 far = third.GetMask() | fourth.GetMask() << s_blockSize;
+    return std::countr_zero(near | far << 2 * s_blockSize);
+}
 inline bool HasAny(Lanes lanes)
 {
     return lanes.GetMask() != 0;

@@ -133,6 +133,19 @@ TEST(Blocks, TellTheFirstOfTwo)
     EXPECT_EQ(FirstOf(Block(none.data()).AreEqual('x'), Block(none.data()).AreEqual('x')), 2 * s_blockSize);
 }
 
+TEST(Blocks, TellTheFirstOfFour)
+{
+    const auto isX = [](const char* p) { return Block(p).AreEqual('x'); };
+    for (int at = 0; at <= 4 * s_blockSize; ++at)
+        for (int next = at; next <= 4 * s_blockSize; ++next)
+        {
+            char all[4 * s_blockSize + 1] = {};
+            all[at] = all[next] = 'x';
+            EXPECT_EQ(FirstOf(isX(all), isX(all + s_blockSize), isX(all + 2 * s_blockSize), isX(all + 3 * s_blockSize)),
+                      at);
+        }
+}
+
 TEST(Blocks, AreStoredAsTheyWere)
 {
     std::mt19937_64 random(3);
@@ -183,10 +196,10 @@ TEST(Blocks, OfDigitsAreANumber)
     }
 }
 
-// Of every length around one block, two, and as many as a lane can count.
+// Of every length around one block, two, four, and as many as a lane can count.
 TEST(Blocks, FindTheFirstWhereverItIs)
 {
-    for (std::size_t size = 0; size <= 100; ++size)
+    for (std::size_t size = 0; size <= 150; ++size)
         for (std::size_t at = 0; at <= size; ++at)
         {
             std::string text(size, 'x');
@@ -195,6 +208,7 @@ TEST(Blocks, FindTheFirstWhereverItIs)
             const char* const begin = text.data();
             EXPECT_EQ(FindFirst<Only<'"'>>(begin, begin + size) - begin, at) << size;
             EXPECT_EQ(FindFirstOfTwoBlocks<Only<'"'>>(begin, begin + size) - begin, at) << size;
+            EXPECT_EQ(FindFirstOfFourBlocks<Only<'"'>>(begin, begin + size) - begin, at) << size;
         }
 }
 
