@@ -241,6 +241,20 @@ TEST_F(PathNavigator, ChecksItsInvariants)
     EXPECT_TRUE(fails([&] { navigator.GetFieldType(); }, "!isConst"));
 }
 
+// A descriptor copied by value has what was prepared for another one, so that its objects are walked without that.
+TEST_F(PathNavigator, WalksThroughHandlesToObjectsOfACopiedClass)
+{
+    static const ReflectedClass copied = hand::ClassOf<Point>();
+    IObjectFns fns = GcObjectFns<Point>;
+    fns.GetReflectedClass = [](const void*) { return &copied; };
+    Point point;
+    const ptr<IObject> node = New<Node>();
+    As<Node>(node).m_next = ptr<IObject>(&point, &fns);
+    for (const bool writeAccess : {false, true})
+        EXPECT_EQ(Walk(node, ".next.y", writeAccess).m_address, &point.m_y);
+    As<Node>(node).m_next = nullptr;
+}
+
 // --- The string form -------------------------------------------------------------------------------------------------
 
 TEST_F(PathText, GivesTheAddressAndTypeAndClearsTheMessage)
