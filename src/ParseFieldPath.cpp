@@ -65,7 +65,7 @@ PathWalk::State PathWalk::FollowInstance()
         return State::AtField;
     PathStride stride(m_cursor, m_position.m_obj, m_position.m_data, m_reads, this);
     const State state = stride.Go(m_class);
-    stride.TellWhereItIs(*this);
+    stride.TellHowItEnded(state, *this);
     return state;
 }
 
@@ -81,11 +81,17 @@ inline void PathStride::TellWhereItIs(PathWalk& walk) const
     walk.m_position.m_obj = m_obj;
     walk.m_position.m_data = m_data;
     walk.m_class = m_class;
-    walk.m_problem = m_problem;
     walk.m_nextData = m_walk != nullptr ? m_nextData : m_data;
     walk.m_nextLead = m_walk != nullptr ? m_nextLead : m_lead;
     if (m_lead != nullptr)
         walk.m_position.m_rbc = m_lead->m_type;
+}
+
+inline void PathStride::TellHowItEnded(State state, PathWalk& walk) const
+{
+    TellWhereItIs(walk);
+    if (state == State::Failed)
+        walk.m_problem = m_problem;
 }
 
 namespace
@@ -681,7 +687,7 @@ void* NavigatePathToField(ptr<IObject> obj, const xstring& path, ReflectionByteC
     if (state != PathState::Over) [[unlikely]]
     {
         PathWalk walk(cursor, obj, !writeAccess);
-        stride.TellWhereItIs(walk);
+        stride.TellHowItEnded(state, walk);
         return GoOn(walk, state, path, rbc, errorMsg);
     }
     rbc = stride.m_lead->m_type;

@@ -66,6 +66,7 @@ public:
     template <Way W = Way::OfPaths>
     [[gnu::always_inline]] State Go(const ReflectedClass* rc);
     [[gnu::always_inline]] void TellWhereItIs(PathWalk& walk) const;
+    [[gnu::always_inline]] void TellHowItEnded(State state, PathWalk& walk) const;
 
     text::ExpectingCursor m_cursor;
     ptr<IObject> m_obj;
@@ -102,7 +103,7 @@ private:
     char* m_nextData = nullptr;
     const TypeLead* m_nextLead = nullptr;
 
-    PathProblem m_problem{};
+    PathProblem m_problem; // of a stride that has failed
 };
 
 // A variable inside an object, and its lead, which knows its type, which may be const.
@@ -154,8 +155,8 @@ public:
     char* m_nextData = nullptr; // of the variable before which it is, and that variable's lead
     const TypeLead* m_nextLead = nullptr;
     ExpressionPathNavigator* m_navigator = nullptr;
-    bool m_reads;            // in read access
-    PathProblem m_problem{}; // of a walk that has failed
+    bool m_reads;          // in read access
+    PathProblem m_problem; // of a walk that has failed
 
 private:
     // What a step that fails returns.
