@@ -358,6 +358,11 @@ void* PushBackDefaultConstructedElementOntoReflectedVector(ReflectionByteCode rb
 
 void* PushBackDefaultConstructedInstance(const ReflectedClass& rc, VectorOfByte& vector)
 {
+    // A list of classes is seldom one of a single element. Where they are small, there is room anyway.
+    constexpr ssize_t small = 32;
+    constexpr ssize_t large = 256;
+    if (vector.capacity() == 0 && small < rc.m_size && rc.m_size <= large)
+        vector.reserve(4 * rc.m_size);
     return PushBack(vector, rc.m_size, [&](char* instance) { ConstructClasses(rc, instance, 1); });
 }
 

@@ -766,6 +766,29 @@ TEST_F(PushBack, KeepsTheElementsBeforeIt)
         EXPECT_EQ(texts[i], std::to_string(i).c_str());
 }
 
+TEST_F(PushBack, OfAFirstInstanceMakesRoomForFourUnlessTheyAreSmallOrLarge)
+{
+    const struct
+    {
+        ssize_t m_size;
+        ssize_t m_capacity;
+    } rows[] = {{1, 64}, {32, 64}, {33, 132}, {256, 1024}, {257, 257}};
+    for (const auto& row : rows)
+    {
+        ReflectedClass rc{};
+        rc.m_size = row.m_size;
+        VectorOfByte vector;
+        const void* const instance = PushBackDefaultConstructedInstance(rc, vector);
+        EXPECT_EQ(instance, vector.data());
+        EXPECT_EQ(vector.size(), row.m_size);
+        EXPECT_EQ(vector.capacity(), row.m_capacity) << row.m_size;
+        VectorOfByte reserved;
+        reserved.reserve(row.m_size);
+        PushBackDefaultConstructedInstance(rc, reserved);
+        EXPECT_EQ(reserved.capacity(), row.m_size);
+    }
+}
+
 TEST_F(PushBack, ThatFailsLeavesTheVectorAsItWas)
 {
     Variable vector(T(FT_VECTOR) + s_countedType);
